@@ -1,0 +1,138 @@
+/**
+ * @file
+ * The public image record: pixel formats, creation, copying and release.
+ *
+ * A record is empty (all fields zero) or filled. ozr_image_create fills an empty one with memory of its own;
+ * ozr_image_destroy empties it again. A caller may also fill a record itself around memory that it owns: such a
+ * record may be read and copied into, but must never be passed to ozr_image_destroy or ozr_image_recreate.
+ *
+ * What no function can detect: memory behind `data` that is smaller than width, height, stride and format say.
+ *
+ * @code
+ * ozr_image picture = {0};
+ * if (ozr_image_create(&picture, 640, 480, 0, ozr_image_format_nv12, 0) == ozr_success) {
+ *     fill_luma(picture.data, picture.stride);
+ *     fill_chroma(picture.data + picture.height * picture.stride, picture.stride);
+ *     ozr_image copy = {0};
+ *     ozr_image_clone(&picture, &copy);
+ *     ozr_image_destroy(&copy);
+ *     ozr_image_destroy(&picture);
+ * }
+ * @endcode
+ */
+#ifndef OZR_IMAGE_H
+#define OZR_IMAGE_H
+
+#include "ozr_types.h"
+
+OZR_BEGIN_DECLS
+
+/** Pixel formats. S is the stride, W the width, H the height of the record. */
+typedef OZR_ENUM(ozr_image_format){
+    /** 12 bits a pixel: H rows of luma, then H / 2 rows of W / 2 chroma pairs U V, all rows S bytes apart. */
+    ozr_image_format_nv12 = 0,
+    /** 12 bits: H rows of luma, then a U and a V plane of H / 2 rows of W / 2 bytes, S / 2 bytes apart; U starts at
+        S * H, V at S * H + S * H / 4. */
+    ozr_image_format_yv12 = 1,
+    /** 8 bits: one byte a pixel. */
+    ozr_image_format_gray = 2,
+    /** 32 bits: the bytes R, G, B, A. */
+    ozr_image_format_rgba32 = 3,
+    /** 16 bits: the bytes Y0, U, Y1, V for two pixels. */
+    ozr_image_format_yuy2 = 4,
+    /** 12 bits: as nv12 with pairs V U. */
+    ozr_image_format_nv21 = 5} ozr_image_format;
+
+/** An image. The order of the fields is part of the interface. */
+typedef struct ozr_image {
+    uint8_t* data;  /**< first byte of the first plane; null in an empty record */
+    int32_t size;   /**< bytes of all planes together */
+    int32_t width;  /**< pixels in a row */
+    int32_t height; /**< rows */
+    ozr_image_format format;
+    int32_t stride;   /**< bytes from one row of the first plane to the next */
+    int32_t rotation; /**< tag that travels with the picture; copied, never interpreted */
+} ozr_image;
+
+/**
+ * Fills an empty record and allocates its pixels, uninitialised and aligned to 4096 bytes.
+ *
+ * @param image     in/out: an empty record.
+ * @param width     pixels.
+ * @param height    rows.
+ * @param stride    bytes: below 1 picks the row bytes rounded up to a multiple of 16; from 1 to `width` picks the row
+ *                  bytes as they are; above `width` is taken unchanged. Only the width is compared, so a stride
+ *                  shorter than a row is accepted for rgba32 and yuy2.
+ * @param format    pixel format. Not checked: a value outside the enumeration gives stride and size -1.
+ * @param rotation  tag to store.
+ * @return ozr_success, or
+ *         ozr_err_invalid_argument  image is null or already has pixels, or the size exceeds 32 bits
+ *         ozr_err_nomem             the pixels could not be allocated; `data` stays null, the geometry is filled in
+ * @note Ownership: the pixels are the record's; release them with ozr_image_destroy.
+ */
+OZR_API ozr_err ozr_image_create(ozr_image* image, int32_t width, int32_t height, int32_t stride,
+                                 ozr_image_format format, int32_t rotation);
+
+/**
+ * Releases the pixels of a record made by ozr_image_create and empties it; the record itself stays the caller's.
+ *
+ * @param image  record, filled or empty; null is ignored.
+ */
+OZR_API void ozr_image_destroy(ozr_image* image);
+
+/**
+ * Makes a record fit a geometry, keeping memory, pixels and rotation when it fits already.
+ *
+ * Otherwise the pixels are released and allocated anew, and the rotation becomes 0.
+ * @param image   in/out: filled by ozr_image_create, or empty.
+ * @param width, height, stride, format  as in ozr_image_create; a stride below 1 fits any stride.
+ * @return ozr_success, or
+ *         ozr_err_invalid_argument  image is null, or the size exceeds 32 bits
+ *         ozr_err_nomem             the pixels could not be allocated; the old ones are gone
+ */
+OZR_API ozr_err ozr_image_recreate(ozr_image* image, int32_t width, int32_t height, int32_t stride,
+                                   ozr_image_format format);
+
+/**
+ * Copies pixels and rotation between two filled records of equal width, height and format.
+ *
+ * Strides may differ; bytes behind a row's pixels are left alone. With an odd size the last chroma row or column of
+ * the 12-bit formats is not copied.
+ * @param src  source; may be memory of the caller's.
+ * @param dst  destination, likewise.
+ * @return ozr_success, or
+ *         ozr_err_invalid_argument  a pointer is null, a record is empty, the geometries differ, or a stride is
+ *                                   shorter than a row
+ *         ozr_err_not_supported     the format is none of the enumeration
+ */
+OZR_API ozr_err ozr_image_copy(const ozr_image* src, ozr_image* dst);
+
+/**
+ * Makes `dst` a copy of `src`, rotation included.
+ *
+ * @param src  filled record.
+ * @param dst  in/out: filled by ozr_image_create, or empty; reallocated when it does not fit.
+ * @return as ozr_image_recreate and ozr_image_copy; ozr_err_invalid_argument also when `src` is null or empty.
+ *         After a failure `dst` is what the failing step left.
+ */
+OZR_API ozr_err ozr_image_clone(const ozr_image* src, ozr_image* dst);
+
+/**
+ * Bits per pixel of a record's format: 12, 8, 32 or 16.
+ *
+ * @param image  record; must not be null.
+ * @return the bits, or -2 for a format outside the enumeration.
+ */
+OZR_API int32_t ozr_image_get_bits_per_pixel(const ozr_image* image);
+
+/**
+ * Whole bytes per pixel of a record's format.
+ *
+ * @param image  record; must not be null.
+ * @return 1 for gray and the 12-bit formats, 4 for rgba32, 2 for yuy2, 0 for a format outside the enumeration.
+ */
+OZR_API int32_t ozr_image_get_channel(const ozr_image* image);
+
+OZR_END_DECLS
+
+#endif

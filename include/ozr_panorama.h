@@ -1,0 +1,194 @@
+/**
+ * @file
+ * The panorama interface: from preview frames and pictures of a camera sweep to one panorama.
+ *
+ * Order of calls: create; set_parameters if the defaults do not fit; stitch_one_image with the first picture; then
+ * detect_frame_to_stitch with every preview frame and stitch_one_image with each picture that it announces; run;
+ * then reset for another sweep, or destroy. A handle is used by one thread; reset and destroy may come from another
+ * thread and cancel a stitch_one_image or a run that works at that time.
+ *
+ * Pictures are NV12; previews may be grey, YV12, NV12 or YUY2. All pictures of a sweep have one size and stride. What
+ * no call can detect: memory behind `data` that is smaller than width, height and stride say.
+ *
+ * @code
+ * ozr_panorama* pano = NULL;
+ * ozr_panorama_create(NULL, &pano);
+ * take_picture(&picture);
+ * ozr_panorama_stitch_one_image(pano, &picture, NULL);
+ * while (next_preview(&preview)) {
+ *     ozr_point offset;
+ *     ozr_panorama_direction direction;
+ *     if (ozr_panorama_detect_frame_to_stitch(pano, &preview, &offset, &direction) > 0) {
+ *         take_picture(&picture);
+ *         ozr_panorama_stitch_one_image(pano, &picture, &offset);
+ *     }
+ * }
+ * ozr_image panorama;
+ * if (ozr_panorama_run(pano, &panorama) == ozr_success)
+ *     save(&panorama);
+ * ozr_panorama_destroy(pano);
+ * @endcode
+ */
+#ifndef OZR_PANORAMA_H
+#define OZR_PANORAMA_H
+
+#include "ozr_image.h"
+#include "ozr_types.h"
+
+OZR_BEGIN_DECLS
+
+/** Where the camera pans. Any other value means auto. */
+typedef OZR_ENUM(ozr_panorama_direction){
+    ozr_panorama_direction_auto = 0,  /**< decided from the motion of the preview frames */
+    ozr_panorama_direction_right = 1, /**< towards positive x */
+    ozr_panorama_direction_left = 2,  /**< towards negative x */
+    ozr_panorama_direction_down = 3,  /**< towards positive y */
+    ozr_panorama_direction_up = 4     /**< towards negative y */
+} ozr_panorama_direction;
+
+/** What a caller may set between two sweeps. */
+typedef struct ozr_panorama_parameters {
+    int32_t overlapping_ratio; /**< overlap of neighbouring pictures in percent of their width, or of their
+                                            height in vertical sweeps; within the range that the handle shows */
+    ozr_panorama_direction direction;
+} ozr_panorama_parameters;
+
+/** The public part of a handle, filled at creation and constant afterwards. */
+typedef struct ozr_panorama {
+    ozr_version version;               /**< of the configuration used */
+    const char* description;           /**< of the configuration used */
+    int32_t max_supported_num_images;  /**< pictures in one sweep: 10 */
+    int32_t min_overlapping_ratio;     /**< percent: 50 */
+    int32_t max_overlapping_ratio;     /**< percent: 90 */
+    int32_t default_overlapping_ratio; /**< percent: 70 */
+} ozr_panorama;
+
+/**
+ * Copies the default configuration: version 1.0.1, the library's banner as description, no hooks.
+ *
+ * @param config  out.
+ * @return ozr_success, or ozr_err_invalid_argument (not logged) when config is null.
+ */
+OZR_API ozr_err ozr_panorama_get_default_config(ozr_config* config);
+
+/**
+ * Creates a session, ready for its first sweep.
+ *
+ * Installs the configuration's log hooks for the whole library; they stay, also after a failure.
+ * @param config  configuration, only read; null takes the default one.
+ * @param handle  out: the new handle, null after every failure.
+ * @return ozr_success, or
+ *         ozr_err_invalid_argument  handle is null
+ *         ozr_err_not_supported     the version is not 1.0.1, engine_type is neither 0 nor 1, or a selected resource
+ *                                   is missing
+ *         ozr_err_nomem             memory is out
+ * @note Ownership: the handle is the caller's until ozr_panorama_destroy.
+ */
+OZR_API ozr_err ozr_panorama_create(const ozr_config* config, ozr_panorama** handle);
+
+/**
+ * Cancels what another thread may be running in the session, waits for it at most about a second, and releases
+ * everything, the panorama's pixels included.
+ *
+ * @param handle  session; null is ignored. The caller's pointer is not cleared.
+ */
+OZR_API void ozr_panorama_destroy(ozr_panorama* handle);
+
+/**
+ * Sets overlap and direction for the sweeps to come.
+ *
+ * @param handle  session in which no picture was added since creation or reset.
+ * @param params  the parameters.
+ * @return ozr_success, or
+ *         ozr_err_invalid_argument  a pointer is null
+ *         ozr_err_not_supported     the overlap lies outside the range that the handle shows
+ *         ozr_err_invalid_status    a sweep has begun
+ */
+OZR_API ozr_err ozr_panorama_set_parameters(ozr_panorama* handle, const ozr_panorama_parameters* params);
+
+/**
+ * Reads overlap and direction as the session uses them now.
+ *
+ * After ozr_panorama_reset the overlap reads 70 and the direction auto, whatever was set before.
+ * @param handle  session.
+ * @param params  out.
+ * @return ozr_success, or ozr_err_invalid_argument when a pointer is null.
+ */
+OZR_API ozr_err ozr_panorama_get_parameters(ozr_panorama* handle, ozr_panorama_parameters* params);
+
+/**
+ * Follows the camera with one preview frame and says whether the next picture is due.
+ *
+ * To be called for every frame after the first picture; it measures the motion between two frames, up to about
+ * 21 pixels of a copy scaled to 320 pixels on its longer side.
+ * @param handle     session whose first picture was added.
+ * @param preview    frame: grey, YV12, NV12 or YUY2; all of one size.
+ * @param offset     out: motion since the last announced picture, in pixels of the preview (of the first picture
+ *                   while the sizes are equal). Pass the value of an announcement to ozr_panorama_stitch_one_image.
+ * @param direction  out: direction of the sweep, auto while undecided.
+ * @return 0 not now; k >= 1 take picture k now (the first picture of a sweep is number 0 and never announced); or
+ *         ozr_err_invalid_argument  a pointer is null or the frame's geometry is impossible
+ *         ozr_err_invalid_status    no picture was added yet, or the capture has ended
+ *         ozr_err_not_supported     the frame is NV21 or RGBA
+ *         ozr_err_nomem             memory is out
+ */
+OZR_API ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const ozr_image* preview,
+                                                    ozr_point* offset, ozr_panorama_direction* direction);
+
+/**
+ * Adds the next picture of the sweep: copies, projects and aligns it.
+ *
+ * The first call of a sweep opens it. Expect tens of milliseconds a megapixel from the second picture on, more for the
+ * second itself, which builds the projection tables. Can be cancelled.
+ * @param handle   session.
+ * @param picture  NV12, of the size and stride of the sweep's other pictures; only read, not kept.
+ * @param offset   the camera's motion since the last picture, as announced by ozr_panorama_detect_frame_to_stitch;
+ *                 null derives it from the overlap. Ignored for the first picture.
+ * @return ozr_success, or
+ *         ozr_err_invalid_argument  handle or picture is null, the picture has no pixels, its geometry is impossible
+ *                                   or differs from the sweep's
+ *         ozr_err_not_supported     the picture is not NV12
+ *         ozr_err_invalid_status    the direction is still unknown for the second picture, the sweep has ended, an
+ *                                   earlier picture failed, or the work was cancelled
+ *         ozr_err_out_of_bound      the sweep is full
+ *         ozr_err_nomem             memory is out
+ *         A failed picture is lost: the sweep goes no further than to ozr_panorama_run or ozr_panorama_reset.
+ */
+OZR_API ozr_err ozr_panorama_stitch_one_image(ozr_panorama* handle, ozr_image* picture,
+                                              const ozr_point* offset);
+
+/**
+ * Ends the sweep, cancelling what another thread may be running, and makes the session ready for a new one.
+ *
+ * Overlap and number of pictures return to their defaults; the direction set last is used again.
+ * @param handle  session.
+ * @return ozr_success, or
+ *         ozr_err_invalid_argument  handle is null
+ *         ozr_err_invalid_status    the running work did not stop within about a second, or the capture was ended
+ *                                   without a run
+ *         ozr_err_nomem             memory is out; a later reset may succeed
+ * @note Ownership: the pixels of the last panorama are released.
+ */
+OZR_API ozr_err ozr_panorama_reset(ozr_panorama* handle);
+
+/**
+ * Composes the panorama of the sweep.
+ *
+ * Ends the capture if it still runs, finds the seams, blends, and describes the result in `output`. The longest
+ * call of a sweep; allocates the result; can be cancelled.
+ * @param handle  session from ozr_panorama_create.
+ * @param output  out: NV12 (the first picture's format), width, height in pixels; stride, size in bytes; rotation 0.
+ *                Every field is overwritten and nothing freed: pass a record that owns no pixels.
+ * @return ozr_success, or
+ *         ozr_err_invalid_argument  handle or output is null
+ *         ozr_err_invalid_status    no picture was added, a picture is missing, or the work was cancelled
+ *         ozr_err_not_supported     the pictures could not be placed: no overlap, or too much drift across the sweep
+ *         ozr_err_nomem             a buffer could not be allocated
+ * @note Ownership: the pixels stay the session's, valid until its reset or destroy; never ozr_image_destroy them.
+ * @note Threads: one thread per handle; reset and destroy may come from another and cancel this call.
+ */
+OZR_API ozr_err ozr_panorama_run(ozr_panorama* handle, ozr_image* output);
+
+OZR_END_DECLS
+
+#endif

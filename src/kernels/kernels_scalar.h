@@ -1,0 +1,46 @@
+// The scalar variants, a file per subject. Their meaning is stated in ozr_kernels.h.
+#ifndef OZR_KERNELS_SCALAR_H
+#define OZR_KERNELS_SCALAR_H
+
+#include "ozr_kernels.h"
+
+void resample_gray_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
+                              uint32_t step, uint32_t fraction);
+void resample_yuyv_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
+                              uint32_t step, uint32_t fraction);
+void resample_pairs_row_scalar(uint8_t* dst, int32_t dst_pairs, const uint8_t* top, const uint8_t* bottom,
+                               int32_t last_pair, uint32_t step, uint32_t fraction);
+void yuyv_luma_row_scalar(uint8_t* dst, const uint8_t* src, int32_t dst_width);
+void half_gray_row_scalar(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width);
+
+uint32_t sad_row_scalar(const uint8_t* a, const uint8_t* b, int32_t count);
+uint32_t sad_const_row_scalar(const uint8_t* a, uint8_t value, int32_t count);
+
+void integral_row_scalar(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t width);
+OzrCorrelation correlate_areas_scalar(const OzrAreaPair& areas, int32_t shift);
+
+void project_luma_row_scalar(uint8_t* dst, const uint8_t* src, int32_t stride, const int32_t* offsets,
+                             const uint16_t* weights, int32_t blocks);
+void project_chroma_row_scalar(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs);
+
+void seam_cost_row_scalar(uint32_t* cost, const uint8_t* a, const uint8_t* b, const uint8_t* mask,
+                          int32_t width);
+void seam_accumulate_row_scalar(uint32_t* cost, const uint32_t* above, int32_t width);
+
+void blend_row_scalar(uint8_t* dst, const uint8_t* later, int32_t count, int32_t first_weight,
+                      int32_t weight_step);
+void blend_pairs_row_scalar(uint8_t* dst, const uint8_t* later, int32_t pairs, int32_t first_weight,
+                            int32_t weight_step);
+
+void rotate_bytes_cw_scalar(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
+                            int32_t width, int32_t height);
+void rotate_bytes_ccw_scalar(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
+                             int32_t width, int32_t height);
+void rotate_pairs_cw_scalar(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
+                            int32_t width, int32_t height);
+void rotate_pairs_ccw_scalar(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
+                             int32_t width, int32_t height);
+
+void yvu_to_rgba_row_scalar(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, int32_t pairs);
+
+#endif

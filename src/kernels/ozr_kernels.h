@@ -1,0 +1,142 @@
+// The loops over pixels, each on plain pointers, strides and sizes, gathered in one table of function pointers.
+//
+// The scalar function of a kernel is its meaning; another variant is right when it gives the same bytes for every
+// input. Callers fetch the table once per image with ozr_kernels(). No kernel reads or writes outside the ranges
+// stated here, and none needs alignment. Source and destination never overlap.
+#ifndef OZR_KERNELS_H
+#define OZR_KERNELS_H
+
+#include <stdint.h>
+
+// --- Resampling. Positions are Q22.10: 1024 steps to a pixel; column x lies at x * step. ---
+
+// One bilinear row from two neighbouring source rows, `fraction` of the way (Q10) from `top` to `bottom`:
+//   dst[x] = ((p00 (1024 - fx) + p10 fx) (1024 - fy) + p01 fy (1024 - fx) + p11 fx fy) >> 20
+// with the column i = x * step >> 10 and fx = x * step & 1023 in unsigned 32 bits. The largest sum is 255 * 2^20; no
+// rounding. Where fx is 0 the right-hand neighbour is not read; `bottom` is always readable, `top` itself will do when
+// the fraction is 0.
+using ResampleRow = void (*)(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
+                             uint32_t step, uint32_t fraction);
+
+// The same for a row of byte pairs, each byte of a pair with its own kind. Pairs beyond `last_pair` are not read: the
+// last pair stands in for them.
+using ResamplePairsRow = void (*)(uint8_t* dst, int32_t dst_pairs, const uint8_t* top, const uint8_t* bottom,
+                                  int32_t last_pair, uint32_t step, uint32_t fraction);
+
+// dst[x] = src[2x] for x < dst_width: the luma of packed Y0 U Y1 V.
+using YuyvLumaRow = void (*)(uint8_t* dst, const uint8_t* src, int32_t dst_width);
+
+// dst[x] = floor((top[2x] + top[2x+1] + bottom[2x] + bottom[2x+1]) / 4). Truncates, so rounding averages (pavgb) are
+// not an option. Reads exactly 2 * dst_width bytes of each row.
+using HalfGrayRow = void (*)(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width);
+
+// --- Motion and alignment ---
+
+// Sum of |a[x] - b[x]| over `count` bytes; a count below 1 gives 0.
+using SadRow = uint32_t (*)(const uint8_t* a, const uint8_t* b, int32_t count);
+
+// Sum of |a[x] - value| over `count` bytes; a count below 1 gives 0.
+using SadConstRow = uint32_t (*)(const uint8_t* a, uint8_t value, int32_t count);
+
+// One row of an integral image: out[x] = above[x] + pixels[0] + ... + pixels[x], modulo 2^32. A null `above` counts
+// as zeros.
+using IntegralRow = void (*)(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t width);
+
+// What two overlapping areas have in common: the sums of a^2, b^2 and a*b, a and b being the pixels less their means.
+struct OzrCorrelation {
+    int32_t aa;
+    int32_t bb;
+    int32_t ab;
+};
+
+// Two areas of one size.
+struct OzrAreaPair {
+    const uint8_t* a;
+    int32_t a_stride;
+    int32_t a_mean;
+    const uint8_t* b;
+    int32_t b_stride;
+    int32_t b_mean;
+    int32_t columns;
+    int32_t rows;
+};
+
+// Each row counts in two halves, columns [0, columns / 2) and the rest; each half's three sums are shifted right
+// arithmetically by `shift` and then added up, modulo 2^32. Shifted per half row, not per row: the split decides which
+// bits are lost and so belongs to the result. A half row's sum fits 32 bits up to 33 025 columns (255^2 each).
+using CorrelateAreas = OzrCorrelation (*)(const OzrAreaPair& areas, int32_t shift);
+
+// --- Projection ---
+
+// One row of `blocks` blocks of 8 pixels. Pixel k of block b is
+//   (sum over i, j < 4 of src[offsets[b] + i * stride + k + j] * weights[128 b + (4 i + j) 8 + k] + 128) >> 8.
+// A pixel's weights sum to at most 256, so the sum stays within 16 bits (255 * 256 + 128). Source bytes whose weight is
+// 0 may lie outside the picture and are not read.
+using ProjectLumaRow = void (*)(uint8_t* dst, const uint8_t* src, int32_t stride, const int32_t* offsets,
+                                const uint16_t* weights, int32_t blocks);
+
+// dst pair p = src pair map[p], both bytes together.
+using ProjectChromaRow = void (*)(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs);
+
+// --- Seam and composition ---
+
+// cost[x] = |a[x] - b[x]| | mask[x]: a mask byte of 255 makes the pixel as expensive as the largest difference.
+using SeamCostRow = void (*)(uint32_t* cost, const uint8_t* a, const uint8_t* b, const uint8_t* mask,
+                             int32_t width);
+
+// cost[x] += the smallest of above[x - 1], above[x], above[x + 1], as far as they exist. Width 2 or more.
+using SeamAccumulateRow = void (*)(uint32_t* cost, const uint32_t* above, int32_t width);
+
+// A linear transition in 128ths: with a = first_weight + x * weight_step (at most 128),
+//   dst[x] = min(255, (a * later[x] + (128 - a) * dst[x] + 128) >> 7).
+// Kept: 128, not 64, is added, so a transition lifts the picture by up to one level.
+using BlendRow = void (*)(uint8_t* dst, const uint8_t* later, int32_t count, int32_t first_weight,
+                          int32_t weight_step);
+
+// The same for byte pairs; both bytes of pair p share the weight first_weight + p * weight_step.
+using BlendPairsRow = void (*)(uint8_t* dst, const uint8_t* later, int32_t pairs, int32_t first_weight,
+                               int32_t weight_step);
+
+// --- Rotation and colour ---
+
+// Quarter turns of `width` x `height` elements; strides in bytes. Clockwise, element (column x, row y) goes to column
+// height - 1 - y of row x; counter-clockwise, to column y of row width - 1 - x.
+using Rotate = void (*)(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
+                        int32_t width, int32_t height);
+
+// 2 * pairs pixels of R, G, B, 255 from luma bytes and chroma pairs whose first byte is V:
+//   R = (298 (Y - 16) + 409 (V - 128) + 128) >> 8
+//   G = (298 (Y - 16) - 100 (U - 128) - 208 (V - 128) + 128) >> 8
+//   B = (298 (Y - 16) + 516 (U - 128) + 128) >> 8, each clamped to a byte (BT.601, limited range).
+using YvuToRgbaRow = void (*)(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, int32_t pairs);
+
+struct OzrKernels {
+    const char* level;
+    ResampleRow resample_gray_row;
+    ResampleRow resample_yuyv_row;  // reads the luma of packed rows, gives grey
+    ResamplePairsRow resample_pairs_row;
+    YuyvLumaRow yuyv_luma_row;
+    HalfGrayRow half_gray_row;
+    SadRow sad_row;
+    SadConstRow sad_const_row;
+    IntegralRow integral_row;
+    CorrelateAreas correlate_areas;
+    ProjectLumaRow project_luma_row;
+    ProjectChromaRow project_chroma_row;
+    SeamCostRow seam_cost_row;
+    SeamAccumulateRow seam_accumulate_row;
+    BlendRow blend_row;
+    BlendPairsRow blend_pairs_row;
+    Rotate rotate_bytes_cw;
+    Rotate rotate_bytes_ccw;
+    Rotate rotate_pairs_cw;
+    Rotate rotate_pairs_ccw;
+    YvuToRgbaRow yvu_to_rgba_row;
+};
+
+extern const OzrKernels kOzrKernelsScalar;
+
+// The table to use on this machine; the same one for the life of the process.
+const OzrKernels* ozr_kernels();
+
+#endif

@@ -1,0 +1,45 @@
+#include <stddef.h>
+
+#include "kernels_scalar.h"
+
+namespace
+{
+
+constexpr int32_t kLanes = 8;                         // pixels of a block
+constexpr int32_t kPatch = 4;                         // rows and columns of the source patch of a pixel
+constexpr int32_t kGroup = kLanes * kPatch * kPatch;  // weights of a block
+
+uint8_t _project_pixel(const uint8_t* src, ptrdiff_t patch, ptrdiff_t stride, const uint16_t* weights)
+{
+    uint32_t sum = 128;
+    for (int32_t i = 0; i < kPatch; ++i) {
+        for (int32_t j = 0; j < kPatch; ++j) {
+            const uint32_t weight = weights[(kPatch * i + j) * kLanes];
+            if (weight != 0)
+                sum += src[patch + i * stride + j] * weight;
+        }
+    }
+    return static_cast<uint8_t>(sum >> 8);
+}
+
+}  // namespace
+
+void project_luma_row_scalar(uint8_t* dst, const uint8_t* src, int32_t stride, const int32_t* offsets,
+                             const uint16_t* weights, int32_t blocks)
+{
+    for (int32_t b = 0; b < blocks; ++b) {
+        for (int32_t k = 0; k < kLanes; ++k)
+            dst[k] = _project_pixel(src, ptrdiff_t{offsets[b]} + k, stride, weights + k);
+        dst += kLanes;
+        weights += kGroup;
+    }
+}
+
+void project_chroma_row_scalar(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs)
+{
+    for (int32_t p = 0; p < pairs; ++p) {
+        const ptrdiff_t pair = ptrdiff_t{2} * map[p];
+        dst[2 * p] = src[pair];
+        dst[2 * p + 1] = src[pair + 1];
+    }
+}

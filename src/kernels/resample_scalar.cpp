@@ -1,0 +1,74 @@
+#include "kernels_scalar.h"
+
+namespace
+{
+
+constexpr uint32_t kFracBits = 10;
+constexpr uint32_t kOne = 1U << kFracBits;
+constexpr uint32_t kFracMask = kOne - 1;
+
+// The four samples around a position; right neighbours at a distance of `right` bytes.
+uint8_t _interpolate(const uint8_t* top, const uint8_t* bottom, uint32_t right, uint32_t fx, uint32_t fy)
+{
+    const uint32_t upper = top[0] * (kOne - fx) + top[right] * fx;
+    return static_cast<uint8_t>(
+        (upper * (kOne - fy) + bottom[0] * fy * (kOne - fx) + bottom[right] * fx * fy) >> (2 * kFracBits));
+}
+
+// Samples stand `pitch` bytes apart in the source rows.
+void _resample_row(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom, uint32_t step,
+                   uint32_t fraction, uint32_t pitch)
+{
+    uint32_t position = 0;
+    for (int32_t x = 0; x < dst_width; ++x) {
+        const uint32_t column = (position >> kFracBits) * pitch;
+        const uint32_t fx = position & kFracMask;
+        const uint32_t right = fx != 0 ? pitch : 0;  // the last sample of a row has no neighbour
+        dst[x] = _interpolate(top + column, bottom + column, right, fx, fraction);
+        position += step;
+    }
+}
+
+}  // namespace
+
+void resample_gray_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
+                              uint32_t step, uint32_t fraction)
+{
+    _resample_row(dst, dst_width, top, bottom, step, fraction, 1);
+}
+
+void resample_yuyv_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
+                              uint32_t step, uint32_t fraction)
+{
+    _resample_row(dst, dst_width, top, bottom, step, fraction, 2);
+}
+
+void resample_pairs_row_scalar(uint8_t* dst, int32_t dst_pairs, const uint8_t* top, const uint8_t* bottom,
+                               int32_t last_pair, uint32_t step, uint32_t fraction)
+{
+    const uint32_t last = static_cast<uint32_t>(last_pair);
+    uint32_t position = 0;
+    for (int32_t p = 0; p < dst_pairs; ++p) {
+        const uint32_t wanted = position >> kFracBits;
+        const uint32_t pair = wanted < last ? wanted : last;
+        const uint32_t right = wanted < last ? 2 : 0;
+        const uint32_t fx = position & kFracMask;
+        for (uint32_t i = 2 * pair; i < 2 * pair + 2; ++i)
+            *dst++ = _interpolate(top + i, bottom + i, right, fx, fraction);
+        position += step;
+    }
+}
+
+void yuyv_luma_row_scalar(uint8_t* dst, const uint8_t* src, int32_t dst_width)
+{
+    for (int32_t x = 0; x < dst_width; ++x)
+        dst[x] = src[2 * x];
+}
+
+void half_gray_row_scalar(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width)
+{
+    for (int32_t x = 0; x < dst_width; ++x) {
+        const uint32_t sum = uint32_t{top[2 * x]} + top[2 * x + 1] + bottom[2 * x] + bottom[2 * x + 1];
+        dst[x] = static_cast<uint8_t>(sum >> 2);
+    }
+}

@@ -1,0 +1,25 @@
+// Owners of heap blocks: a buffer frees itself until release() hands it over to a record of the interface.
+#ifndef OZR_BUFFER_H
+#define OZR_BUFFER_H
+
+#include <memory>
+
+#include "ozr_support.h"
+
+struct OzrFree {
+    void operator()(void* block) const { ozr_free(block); }
+};
+
+template <class T>
+using OzrBuffer = std::unique_ptr<T[], OzrFree>;
+
+// Zero-filled; null when memory is out or count elements do not fit 32-bit sizes.
+template <class T>
+OzrBuffer<T> ozr_make_buffer(int64_t count)
+{
+    if (count < 0 || count > UINT32_MAX / static_cast<int64_t>(sizeof(T)))
+        return nullptr;
+    return OzrBuffer<T>(static_cast<T*>(ozr_calloc(static_cast<uint32_t>(count), sizeof(T))));
+}
+
+#endif

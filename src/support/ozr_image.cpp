@@ -1,0 +1,193 @@
+// The public image record. Sizes follow one rule per format; everything else is bookkeeping around it.
+#include "ozr_image.h"
+
+#include <stddef.h>
+
+#include "ozr_chain.h"
+#include "ozr_support.h"
+
+#if UINTPTR_MAX == UINT32_MAX
+static_assert(sizeof(ozr_image) == 28 && offsetof(ozr_image, size) == 4 &&
+                  offsetof(ozr_image, rotation) == 24,
+              "seven 32-bit words");
+#endif
+static_assert(sizeof(ozr_image_format) == 4, "formats are 32-bit words");
+
+namespace
+{
+
+constexpr int32_t kBitsPerPixel[] = {12, 12, 8, 32, 16, 12};
+constexpr int32_t kFormats = sizeof(kBitsPerPixel) / sizeof(kBitsPerPixel[0]);
+constexpr int64_t kStrideAlignment = 16;
+constexpr uint32_t kDataAlignment = 0x1000;
+
+bool _is_known(ozr_image_format format)
+{
+    return format >= 0 && format < kFormats;
+}
+
+bool _is_12_bit(ozr_image_format format)
+{
+    return format == ozr_image_format_nv12 || format == ozr_image_format_nv21 ||
+           format == ozr_image_format_yv12;
+}
+
+// Bytes of one row of the first plane. Known formats only.
+int64_t _row_bytes(ozr_image_format format, int32_t width)
+{
+    if (format == ozr_image_format_rgba32)
+        return int64_t{4} * width;
+    return format == ozr_image_format_yuy2 ? int64_t{2} * width : width;
+}
+
+int64_t _choose_stride(ozr_image_format format, int32_t width, int32_t stride)
+{
+    if (stride < 1)
+        return (_row_bytes(format, width) + kStrideAlignment - 1) & -kStrideAlignment;
+    // Kept: compared with the width, not with the row bytes, so a stride may be too short for a row.
+    return stride > width ? stride : _row_bytes(format, width);
+}
+
+bool _fits_32_bits(int64_t value)
+{
+    return value >= INT32_MIN && value <= INT32_MAX;
+}
+
+// Stores stride and size; false when they, or the product on the way to them, do not fit 32 bits.
+bool _lay_out(ozr_image* image, int32_t stride)
+{
+    if (!_is_known(image->format)) {
+        image->stride = -1;
+        image->size = -1;
+        return true;
+    }
+    const int64_t chosen = _choose_stride(image->format, image->width, stride);
+    const bool has_chroma = _is_12_bit(image->format);
+    const int64_t plane = chosen * image->height;
+    if (!_fits_32_bits(chosen) || !_fits_32_bits(plane) || (has_chroma && !_fits_32_bits(plane * 3)))
+        return false;
+    image->stride = static_cast<int32_t>(chosen);
+    image->size = static_cast<int32_t>(has_chroma ? plane * 3 / 2 : plane);
+    return true;
+}
+
+ozr_err validate_image_copy(const ozr_image* src, const ozr_image* dst)
+{
+    const bool valid = src != nullptr && dst != nullptr && src->data != nullptr && dst->data != nullptr &&
+                       src->width == dst->width && src->height == dst->height && src->format == dst->format;
+    return valid ? ozr_success : ozr_err_invalid_argument;
+}
+
+struct Plane {
+    uint8_t* data;
+    int32_t stride;
+};
+
+// The plane `offset` bytes into an image.
+Plane _plane(const ozr_image* image, int64_t offset, int32_t stride)
+{
+    return {image->data + offset, stride};
+}
+
+void _copy_rows(Plane dst, Plane src, int32_t row_bytes, int32_t rows)
+{
+    const uint32_t bytes = row_bytes > 0 ? static_cast<uint32_t>(row_bytes) : 0;
+    for (int32_t y = 0; y < rows; ++y) {
+        ozr_memcpy_s(dst.data, bytes, src.data, bytes);
+        dst.data += dst.stride;
+        src.data += src.stride;
+    }
+}
+
+// The chroma rows and columns of the 12-bit formats are halved with truncation: an odd last one is left out.
+void _copy_chroma(const ozr_image* src, const ozr_image* dst)
+{
+    const int32_t rows = src->height / 2;
+    const int32_t columns = src->width / 2;
+    const int64_t src_luma = int64_t{src->height} * src->stride;
+    const int64_t dst_luma = int64_t{dst->height} * dst->stride;
+    if (src->format != ozr_image_format_yv12) {
+        _copy_rows(_plane(dst, dst_luma, dst->stride), _plane(src, src_luma, src->stride), columns * 2, rows);
+        return;
+    }
+    _copy_rows(_plane(dst, dst_luma, dst->stride / 2), _plane(src, src_luma, src->stride / 2), columns, rows);
+    _copy_rows(_plane(dst, dst_luma + dst_luma / 4, dst->stride / 2),
+               _plane(src, src_luma + src_luma / 4, src->stride / 2), columns, rows);
+}
+
+}  // namespace
+
+ozr_err ozr_image_create(ozr_image* image, int32_t width, int32_t height, int32_t stride,
+                         ozr_image_format format, int32_t rotation)
+{
+    OZR_RAISE_IF(image == nullptr || image->data != nullptr, ozr_err_invalid_argument);
+    image->width = width;
+    image->height = height;
+    image->format = format;
+    OZR_RAISE_IF(!_lay_out(image, stride), ozr_err_invalid_argument);
+    // The size of an unknown format, -1, wraps around to a small request here.
+    image->data =
+        static_cast<uint8_t*>(ozr_malloc_aligned(static_cast<uint32_t>(image->size), kDataAlignment));
+    if (image->data == nullptr)
+        return ozr_raise(ozr_err_nomem,
+                         "from image->data = (uint8_t*)ozr_malloc_aligned(image->size, 0x1000)", __func__,
+                         __LINE__);
+    image->rotation = rotation;
+    return ozr_success;
+}
+
+void ozr_image_destroy(ozr_image* image)
+{
+    if (image == nullptr)
+        return;
+    if (image->data != nullptr)
+        ozr_free_aligned(image->data);
+    *image = ozr_image{};
+}
+
+ozr_err ozr_image_recreate(ozr_image* image, int32_t width, int32_t height, int32_t stride,
+                           ozr_image_format format)
+{
+    OZR_RAISE_IF(image == nullptr, ozr_err_invalid_argument);
+    if (image->data != nullptr && image->width == width && image->height == height &&
+        image->format == format && (stride < 1 || stride == image->stride))
+        return ozr_success;
+    ozr_image_destroy(image);
+    // Kept: the rotation is read after it was cleared, so a reallocated image loses its tag.
+    OZR_FORWARD(ozr_image_create(image, width, height, stride, format, image->rotation));
+    return ozr_success;
+}
+
+ozr_err ozr_image_copy(const ozr_image* src, ozr_image* dst)
+{
+    OZR_FORWARD(validate_image_copy(src, dst));
+    OZR_RAISE_IF(!_is_known(src->format), ozr_err_not_supported);
+    // A row longer than its stride would end behind the last plane.
+    const int64_t row_bytes = _row_bytes(src->format, src->width);
+    OZR_RAISE_IF(row_bytes > src->stride || row_bytes > dst->stride, ozr_err_invalid_argument);
+    _copy_rows(_plane(dst, 0, dst->stride), _plane(src, 0, src->stride), static_cast<int32_t>(row_bytes),
+               src->height);
+    if (_is_12_bit(src->format))
+        _copy_chroma(src, dst);
+    dst->rotation = src->rotation;
+    return ozr_success;
+}
+
+ozr_err ozr_image_clone(const ozr_image* src, ozr_image* dst)
+{
+    OZR_RAISE_IF(src == nullptr || src->data == nullptr, ozr_err_invalid_argument);
+    OZR_FORWARD(ozr_image_recreate(dst, src->width, src->height, src->stride, src->format));
+    OZR_FORWARD(ozr_image_copy(src, dst));
+    return ozr_success;
+}
+
+int32_t ozr_image_get_bits_per_pixel(const ozr_image* image)
+{
+    return _is_known(image->format) ? kBitsPerPixel[image->format]
+                                    : static_cast<int32_t>(ozr_err_not_supported);
+}
+
+int32_t ozr_image_get_channel(const ozr_image* image)
+{
+    return ozr_image_get_bits_per_pixel(image) / 8;
+}
