@@ -28,7 +28,7 @@
 OZR_BEGIN_DECLS
 
 /** Pixel formats. S is the stride, W the width, H the height of the record. */
-typedef OZR_ENUM(ozr_image_format){
+typedef enum ozr_image_format OZR_INT32_ENUM {
     /** 12 bits a pixel: H rows of luma, then H / 2 rows of W / 2 chroma pairs U V, all rows S bytes apart. */
     ozr_image_format_nv12 = 0,
     /** 12 bits: H rows of luma, then a U and a V plane of H / 2 rows of W / 2 bytes, S / 2 bytes apart; U starts at
@@ -41,7 +41,8 @@ typedef OZR_ENUM(ozr_image_format){
     /** 16 bits: the bytes Y0, U, Y1, V for two pixels. */
     ozr_image_format_yuy2 = 4,
     /** 12 bits: as nv12 with pairs V U. */
-    ozr_image_format_nv21 = 5} ozr_image_format;
+    ozr_image_format_nv21 = 5
+} ozr_image_format;
 
 /** An image. The order of the fields is part of the interface. */
 typedef struct ozr_image {

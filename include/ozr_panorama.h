@@ -38,7 +38,7 @@
 OZR_BEGIN_DECLS
 
 /** Where the camera pans. Any other value means auto. */
-typedef OZR_ENUM(ozr_panorama_direction){
+typedef enum ozr_panorama_direction OZR_INT32_ENUM {
     ozr_panorama_direction_auto = 0,  /**< decided from the motion of the preview frames */
     ozr_panorama_direction_right = 1, /**< towards positive x */
     ozr_panorama_direction_left = 2,  /**< towards negative x */

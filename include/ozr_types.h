@@ -25,13 +25,13 @@
 /** Asks the compiler to check printf-style arguments; the numbers count parameters from 1. */
 #define OZR_PRINTF(format_index, first_argument) __attribute__((format(printf, format_index, first_argument)))
 
-/** Opens an enumeration of 32 signed bits: in C++ every 32-bit value may be stored, not only the named ones. */
+/** Makes an enumeration 32 signed bits wide: in C++ any 32-bit value may be stored, not only the named ones. */
 #ifdef __cplusplus
-#define OZR_ENUM(name) enum name : int32_t
+#define OZR_INT32_ENUM : int32_t
 #define OZR_BEGIN_DECLS extern "C" {
 #define OZR_END_DECLS }
 #else
-#define OZR_ENUM(name) enum name
+#define OZR_INT32_ENUM
 #define OZR_BEGIN_DECLS
 #define OZR_END_DECLS
 #endif
