@@ -8,7 +8,7 @@ void resample_gray_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* to
                               uint32_t step, uint32_t fraction);
 void resample_yuyv_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
                               uint32_t step, uint32_t fraction);
-void resample_pairs_row_scalar(uint8_t* dst, int32_t dst_pairs, const uint8_t* top, const uint8_t* bottom,
+void resample_pairs_row_scalar(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
                                int32_t last_pair, uint32_t step, uint32_t fraction);
 void yuyv_luma_row_scalar(uint8_t* dst, const uint8_t* src, int32_t dst_width);
 void half_gray_row_scalar(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width);

@@ -18,9 +18,9 @@
 using ResampleRow = void (*)(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
                              uint32_t step, uint32_t fraction);
 
-// The same for a row of byte pairs, each byte of a pair with its own kind. Pairs beyond `last_pair` are not read: the
-// last pair stands in for them.
-using ResamplePairsRow = void (*)(uint8_t* dst, int32_t dst_pairs, const uint8_t* top, const uint8_t* bottom,
+// The same for a row of byte pairs, each byte of a pair with its own kind; writes exactly dst_bytes bytes, an odd number
+// of them ending in the middle of a pair. Pairs beyond `last_pair` are not read: the last one stands in for them.
+using ResamplePairsRow = void (*)(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
                                   int32_t last_pair, uint32_t step, uint32_t fraction);
 
 // dst[x] = src[2x] for x < dst_width: the luma of packed Y0 U Y1 V.

@@ -43,19 +43,17 @@ void resample_yuyv_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* to
     _resample_row(dst, dst_width, top, bottom, step, fraction, 2);
 }
 
-void resample_pairs_row_scalar(uint8_t* dst, int32_t dst_pairs, const uint8_t* top, const uint8_t* bottom,
+void resample_pairs_row_scalar(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
                                int32_t last_pair, uint32_t step, uint32_t fraction)
 {
     const uint32_t last = static_cast<uint32_t>(last_pair);
-    uint32_t position = 0;
-    for (int32_t p = 0; p < dst_pairs; ++p) {
+    for (uint32_t x = 0; x < static_cast<uint32_t>(dst_bytes); ++x) {
+        const uint32_t position = (x >> 1) * step;
         const uint32_t wanted = position >> kFracBits;
-        const uint32_t pair = wanted < last ? wanted : last;
-        const uint32_t right = wanted < last ? 2 : 0;
         const uint32_t fx = position & kFracMask;
-        for (uint32_t i = 2 * pair; i < 2 * pair + 2; ++i)
-            *dst++ = _interpolate(top + i, bottom + i, right, fx, fraction);
-        position += step;
+        const uint32_t byte = 2 * (wanted < last ? wanted : last) + (x & 1);
+        const uint32_t right = wanted < last && fx != 0 ? 2 : 0;
+        dst[x] = _interpolate(top + byte, bottom + byte, right, fx, fraction);
     }
 }
 

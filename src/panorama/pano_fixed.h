@@ -1,0 +1,28 @@
+// Constants and arithmetic that several parts of the panorama path share.
+#ifndef PANO_FIXED_H
+#define PANO_FIXED_H
+
+#include <stdint.h>
+
+constexpr int32_t kMaxPictures = 10;  // of one sweep
+
+// Directions of a sweep as the engine stores them.
+enum PanoDirection : int32_t {
+    kDirectionUndecided = 0,
+    kDirectionRight = 1,
+    kDirectionLeft = 2,
+    kDirectionDown = 3,
+    kDirectionUp = 4,
+};
+
+inline bool pano_is_vertical(int32_t direction)
+{
+    return direction == kDirectionDown || direction == kDirectionUp;
+}
+
+inline bool pano_fits_32_bits(int64_t value)
+{
+    return value >= INT32_MIN && value <= INT32_MAX;
+}
+
+#endif

@@ -1,0 +1,120 @@
+// The working image record and what is done on it: creation and copying (panorama_img.cpp), resampling
+// (panorama_img_resize.cpp), rotation and colour conversion (panorama_img_rotate.cpp).
+//
+// Unless said otherwise the functions return a PanoResult, log nothing, and take the destination first. The record is
+// always the caller's; whether its pixels are too depends on how it was filled.
+#ifndef PANORAMA_IMG_H
+#define PANORAMA_IMG_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "ozr_types.h"
+
+// Pixel formats.
+enum PanoFormat : int32_t {
+    kPanoGray = 0,
+    kPanoNv12 = 1,  // a luma plane, then half as many rows of chroma pairs at the same stride
+    kPanoNv21 = 2,  // the same with the pairs in the other order
+    kPanoYuyv = 3,  // packed Y0 U Y1 V
+    kPanoRgb = 4,   // three bytes a pixel
+    kPanoRgba = 5,  // four bytes a pixel
+};
+
+struct PanoImg {
+    int32_t format;
+    int32_t width;      // pixels
+    int32_t height;     // rows of the first plane
+    int32_t stride;     // bytes from one row to the next, the same for every plane
+    int32_t size;       // bytes of all planes together
+    int32_t widthCopy;  // the width once more, where a buffer was aligned or wrapped; read by nothing
+    uint8_t* data;
+};
+
+// Start of a row of the first plane; rows from `height` on are those of the chroma plane.
+inline uint8_t* pano_row(const PanoImg* img, int32_t y)
+{
+    return img->data + static_cast<ptrdiff_t>(y) * img->stride;
+}
+
+inline uint8_t* pano_chroma_row(const PanoImg* img, int32_t y)
+{
+    return pano_row(img, img->height + y);
+}
+
+// Least bytes of a row, widened so that no width overflows. -1 for an unknown format.
+int64_t pano_row_bytes(int32_t format, int32_t width);
+
+// Bytes that the geometry stands for, whatever the record's `size` says. -1 for an unknown format.
+int64_t pano_geometry_size(const PanoImg* img);
+
+OZR_BEGIN_DECLS
+
+// Allocates a zero-filled buffer with tightly packed rows. -4: null record, a size that is not positive or does not
+// fit 32 bits; -2: unknown format; -8: memory is out. Released with PanoImg_Destroy.
+OZR_API int32_t PanoImg_Create(PanoImg* img, int32_t width, int32_t height, int32_t format);
+
+// The same with a buffer aligned to 4096 bytes inside a larger block, whose start goes to *rawBlock for
+// PanoImg_DestroyAligned.
+OZR_API int32_t PanoImg_CreateAligned(PanoImg* img, int32_t width, int32_t height, int32_t format,
+                                      void** rawBlock);
+
+// Describes memory of the caller's, or allocates a zero-filled buffer of this stride when `data` is null (released
+// with PanoImg_Destroy). -4 also for a stride shorter than a row.
+OZR_API int32_t PanoImg_CreateRef(PanoImg* img, uint8_t* data, int32_t width, int32_t height, int32_t stride,
+                                  int32_t format);
+
+// Frees the buffer of PanoImg_Create, PanoImg_CreateRef or PanoImg_Clone; the other fields keep their values. A null
+// record or buffer is no fault.
+OZR_API void PanoImg_Destroy(PanoImg* img);
+
+// Clears the record and frees the block behind it; each is skipped by itself when its pointer is null.
+OZR_API void PanoImg_DestroyAligned(PanoImg* img, void** rawBlock);
+
+// Gives `dst` a buffer of the same geometry, stride included, and copies src->size bytes, as far as they fit. Source
+// first. -4: a null pointer, a source without pixels or with an impossible geometry; -8: memory is out.
+OZR_API int32_t PanoImg_Clone(const PanoImg* src, PanoImg* dst);
+
+// Copies what `src`, placed with its top left corner at (x, y) of `dst`, has in common with it. Chroma pairs round
+// positions and sizes down to even. -3: null; -2: formats that differ, or packed YUYV (unless nothing overlaps).
+OZR_API int32_t PanoImg_CopyEx(PanoImg* dst, const PanoImg* src, int32_t x, int32_t y);
+
+// Bilinear scaling to the destination's size. The step is (source - 1) / destination pixels, so the last sample stops
+// short of the last source pixel; truncating, so up to one level darker. -4: no pixels, or sizes that cannot be
+// scaled.
+OZR_API int32_t PanoImg_ResizeGray(PanoImg* dst, const PanoImg* src);      // grey, or a luma plane, to grey
+OZR_API int32_t PanoImg_ResizeGrayYUYV(PanoImg* dst, const PanoImg* src);  // the luma of packed YUYV to grey
+OZR_API int32_t PanoImg_ResizeYUV(PanoImg* dst, const PanoImg* src);       // semi-planar to semi-planar
+
+// Grey to grey of exactly half the size, rounded down: truncated means of 2 x 2 pixels. -4: other sizes.
+OZR_API int32_t PanoImg_ResizeHalfGray(PanoImg* dst, const PanoImg* src);
+
+// Quarter turns of semi-planar pictures (format 1 only) into a destination of swapped size. -4: null record; -2: other
+// formats; -3: no pixels. No byte at or beyond `size` of either record is touched.
+OZR_API int32_t PanoImg_RotateCW90(PanoImg* dst, const PanoImg* src);
+OZR_API int32_t PanoImg_RotateCW270(PanoImg* dst, const PanoImg* src);
+
+// Semi-planar (format 1) to RGBA (format 5) over the even part of the common size; the rest of the destination becomes
+// zero, alpha included. The first byte of a chroma pair counts as V. Codes as above, -4 also for strides shorter than
+// a row.
+OZR_API int32_t PanoImg_ConvertYUV2RGBA(PanoImg* dst, const PanoImg* src);
+
+OZR_END_DECLS
+
+// Releases pixels made by PanoImg_Create or PanoImg_Clone at the end of a scope, unless they were handed over.
+class PanoImgOwner
+{
+public:
+    PanoImgOwner() = default;
+    ~PanoImgOwner() { PanoImg_Destroy(&img_); }
+    PanoImgOwner(const PanoImgOwner&) = delete;
+    PanoImgOwner& operator=(const PanoImgOwner&) = delete;
+
+    PanoImg* get() { return &img_; }
+    PanoImg* operator->() { return &img_; }
+
+private:
+    PanoImg img_ = {};
+};
+
+#endif

@@ -1,0 +1,177 @@
+// Resampling of working images. One step per axis for the whole picture, positions advanced by addition.
+#include <string.h>
+
+#include <algorithm>
+
+#include "ozr_kernels.h"
+#include "pano_fixed.h"
+#include "pano_result.h"
+#include "panorama_img.h"
+
+namespace
+{
+
+// Source positions: Q22.10, 1024 steps to a pixel.
+constexpr int32_t kFracBits = 10;
+constexpr uint32_t kFracMask = (1U << kFracBits) - 1;
+
+struct Steps {
+    uint32_t x;
+    uint32_t y;
+};
+
+bool _has_pixels(const PanoImg* dst, const PanoImg* src)
+{
+    return dst != nullptr && src != nullptr && dst->data != nullptr && src->data != nullptr;
+}
+
+bool _is_same_size(const PanoImg* dst, const PanoImg* src)
+{
+    return dst->width == src->width && dst->height == src->height;
+}
+
+// Whether rows of these many bytes a pixel lie within their strides.
+bool _has_whole_rows(const PanoImg* img, int32_t pixel_bytes)
+{
+    return img->stride >= int64_t{img->width} * pixel_bytes;
+}
+
+// (source - 1) pixels over `dst` samples: the first sample sits on the first source pixel and the last one stops
+// short of the last, so that its right-hand neighbour exists. False where the division or the position would overflow.
+bool _step(int32_t src, int32_t dst, uint32_t* step)
+{
+    constexpr int32_t kMaxPixels = INT32_MAX >> kFracBits;
+    if (src < 1 || src > kMaxPixels || dst == 0)
+        return false;
+    // A negative size takes a step too, but no sample.
+    *step = static_cast<uint32_t>(((src - 1) << kFracBits) / dst);
+    return true;
+}
+
+bool _steps(const PanoImg* dst, const PanoImg* src, Steps* steps)
+{
+    return _step(src->width, dst->width, &steps->x) && _step(src->height, dst->height, &steps->y);
+}
+
+int32_t _pixel(uint32_t position)
+{
+    return static_cast<int32_t>(position >> kFracBits);
+}
+
+// The lower of two neighbouring rows; at a fraction of 0 it does not count and need not exist.
+const uint8_t* _row_below(const PanoImg* src, uint32_t position)
+{
+    return pano_row(src, _pixel(position) + ((position & kFracMask) != 0 ? 1 : 0));
+}
+
+void _resample_luma(PanoImg* dst, const PanoImg* src, Steps steps, ResampleRow resample_row,
+                    bool black_last_row)
+{
+    uint32_t position = 0;
+    for (int32_t y = 0; y < dst->height; ++y, position += steps.y) {
+        uint8_t* row = pano_row(dst, y);
+        if (black_last_row && _pixel(position) + 1 >= src->height) {
+            memset(row, 0, static_cast<size_t>(std::max(dst->width, 0)));
+            continue;
+        }
+        resample_row(row, dst->width, pano_row(src, _pixel(position)), _row_below(src, position), steps.x,
+                     position & kFracMask);
+    }
+}
+
+// Bytes that may be touched from `row` on: to the end of the buffer as size or geometry give it.
+int64_t _bytes_from(const PanoImg* img, const uint8_t* row)
+{
+    return std::max(int64_t{img->size}, pano_geometry_size(img)) - (row - img->data);
+}
+
+// The last whole chroma pair that can be read from `row` on; -1 if there is none.
+int32_t _last_pair(const PanoImg* src, const uint8_t* row)
+{
+    return static_cast<int32_t>(_bytes_from(src, row) / 2) - 1;
+}
+
+// Kept: the luma steps are used unchanged on the chroma plane of half the size.
+void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
+{
+    const OzrKernels* kernels = ozr_kernels();
+    const int64_t row_bytes = (int64_t{dst->width} + 1) & ~int64_t{1};  // an odd width gets a whole last pair
+    uint32_t position = 0;
+    for (int32_t y = 0; 2 * int64_t{y} < dst->height; ++y, position += steps.y) {
+        uint8_t* row = pano_chroma_row(dst, y);
+        const uint8_t* top = pano_chroma_row(src, _pixel(position));
+        const uint8_t* bottom = (position & kFracMask) != 0 ? top + src->stride : top;
+        // Enlarging reaches beyond the last chroma row: it then stands for the one below it.
+        if (_last_pair(src, bottom) < 0)
+            bottom = top;
+        const int32_t last_pair = _last_pair(src, bottom);
+        const int64_t bytes = std::min(row_bytes, _bytes_from(dst, row));
+        if (last_pair < 0 || bytes < 1)
+            return;
+        kernels->resample_pairs_row(row, static_cast<int32_t>(bytes), top, bottom, last_pair, steps.x,
+                                    position & kFracMask);
+    }
+}
+
+}  // namespace
+
+int32_t PanoImg_ResizeGray(PanoImg* dst, const PanoImg* src)
+{
+    if (!_has_pixels(dst, src) || !_has_whole_rows(dst, 1) || !_has_whole_rows(src, 1))
+        return kPanoBadArgument;
+    if (_is_same_size(dst, src)) {
+        const size_t row_bytes = static_cast<size_t>(std::max(dst->width, 0));
+        if (dst->stride == src->stride) {
+            // Kept: height times width bytes, not height times stride: with padded rows the last ones stay unwritten.
+            memcpy(dst->data, src->data, row_bytes * static_cast<size_t>(std::max(dst->height, 0)));
+            return kPanoSuccess;
+        }
+        for (int32_t y = 0; y < dst->height; ++y)
+            memcpy(pano_row(dst, y), pano_row(src, y), row_bytes);
+        return kPanoSuccess;
+    }
+    Steps steps = {};
+    if (!_steps(dst, src, &steps))
+        return kPanoBadArgument;
+    _resample_luma(dst, src, steps, ozr_kernels()->resample_gray_row, true);
+    return kPanoSuccess;
+}
+
+int32_t PanoImg_ResizeGrayYUYV(PanoImg* dst, const PanoImg* src)
+{
+    if (!_has_pixels(dst, src) || !_has_whole_rows(dst, 1) || !_has_whole_rows(src, 2))
+        return kPanoBadArgument;
+    const OzrKernels* kernels = ozr_kernels();
+    if (_is_same_size(dst, src)) {
+        for (int32_t y = 0; y < dst->height; ++y)
+            kernels->yuyv_luma_row(pano_row(dst, y), pano_row(src, y), dst->width);
+        return kPanoSuccess;
+    }
+    Steps steps = {};
+    if (!_steps(dst, src, &steps))
+        return kPanoBadArgument;
+    _resample_luma(dst, src, steps, kernels->resample_yuyv_row, true);
+    return kPanoSuccess;
+}
+
+int32_t PanoImg_ResizeHalfGray(PanoImg* dst, const PanoImg* src)
+{
+    if (!_has_pixels(dst, src) || dst->width != src->width >> 1 || dst->height != src->height >> 1 ||
+        !_has_whole_rows(dst, 1) || !_has_whole_rows(src, 1))
+        return kPanoBadArgument;
+    const OzrKernels* kernels = ozr_kernels();
+    for (int32_t y = 0; y < dst->height; ++y)
+        kernels->half_gray_row(pano_row(dst, y), pano_row(src, 2 * y), pano_row(src, 2 * y + 1), dst->width);
+    return kPanoSuccess;
+}
+
+int32_t PanoImg_ResizeYUV(PanoImg* dst, const PanoImg* src)
+{
+    Steps steps = {};
+    if (!_has_pixels(dst, src) || !_has_whole_rows(dst, 1) || !_has_whole_rows(src, 1) ||
+        !_steps(dst, src, &steps))
+        return kPanoBadArgument;
+    _resample_luma(dst, src, steps, ozr_kernels()->resample_gray_row, false);
+    _resample_chroma(dst, src, steps);
+    return kPanoSuccess;
+}
