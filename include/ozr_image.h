@@ -1,6 +1,6 @@
 /**
  * @file
- * The public image record: pixel formats, creation, copying and release.
+ * The public image record: pixel formats, creation, copying, release, and what is done with whole images.
  *
  * A record is empty (all fields zero) or filled. ozr_image_create fills an empty one with memory of its own;
  * ozr_image_destroy empties it again. A caller may also fill a record itself around memory that it owns: such a
@@ -133,6 +133,56 @@ OZR_API int32_t ozr_image_get_bits_per_pixel(const ozr_image* image);
  * @return 1 for gray and the 12-bit formats, 4 for rgba32, 2 for yuy2, 0 for a format outside the enumeration.
  */
 OZR_API int32_t ozr_image_get_channel(const ozr_image* image);
+
+/**
+ * @name Conversion
+ * Makes `dst` a picture of another format with the content of `src`.
+ *
+ * rgba32 converts to and from every other format, and every format to itself (a copy, rotation included); all other
+ * pairs are refused. `dst` is reshaped to the width and height of `src` with a stride of the library's choosing; it is
+ * not reallocated when it fits already. A real conversion does not carry the rotation over: it stays as reshaping left
+ * it, 0 in new memory.
+ *
+ * To RGB, with C = Y - 16, D = U - 128, E = V - 128 and every result clamped to a byte; A is 255:
+ * R = (298 C + 409 E + 128) >> 8, G = (298 C - 100 D - 208 E + 128) >> 8, B = (298 C + 516 D + 128) >> 8.
+ * Pixels that share a chroma pair take it as it is, without interpolation.
+ *
+ * From RGB: Y = ((66 R + 128 G + 25 B + 128) >> 8) + 16, U = (-38 R - 74 G + 112 B + 32896) >> 8,
+ * V = (112 R - 94 G - 18 B + 32896) >> 8. Green weighs 128, not 129, so that white becomes Y = 234. The chroma of a pair
+ * or of a 2 x 2 block is that of its top left pixel alone: nothing is averaged.
+ *
+ * Gray is (77 R + 151 G + 28 B) >> 8, full range and without rounding; from gray, R = G = B.
+ *
+ * @param src  filled record; must not share its pixels with `dst`.
+ * @param dst  in/out: filled by ozr_image_create, or empty. **Empty after every failure**, also when it held a picture.
+ * @return ozr_success, or
+ *         ozr_err_invalid_argument  a pointer is null, src is empty, src and dst are one image, the size exceeds
+ *                                   32 bits, or a stride is shorter than a row
+ *         ozr_err_nomem             the pixels could not be allocated
+ *         ozr_err_not_supported     the format of src is unknown, or nothing converts this pair
+ *         ozr_err_general           an odd width (12-bit formats and yuy2) or height (12-bit formats) on either side of
+ *                                   a conversion to or from rgba32
+ * @note Ownership: as ozr_image_create; release `dst` with ozr_image_destroy.
+ * @note Threads: any, as long as one thread at a time uses an image.
+ */
+/**@{*/
+OZR_API ozr_err ozr_image_convert_to_nv12(const ozr_image* src, ozr_image* dst);
+OZR_API ozr_err ozr_image_convert_to_nv21(const ozr_image* src, ozr_image* dst);
+OZR_API ozr_err ozr_image_convert_to_yv12(const ozr_image* src, ozr_image* dst);
+OZR_API ozr_err ozr_image_convert_to_gray(const ozr_image* src, ozr_image* dst);
+OZR_API ozr_err ozr_image_convert_to_rgba(const ozr_image* src, ozr_image* dst);
+OZR_API ozr_err ozr_image_convert_to_yuy2(const ozr_image* src, ozr_image* dst);
+/**@}*/
+
+/**
+ * Converts to the format given: the function above of that format does it.
+ *
+ * @param src, dst  as there.
+ * @param format    format of the result; a value outside the enumeration gives ozr_err_not_supported and leaves `dst`
+ *                  as it is, not empty, and nothing is logged.
+ * @return as there.
+ */
+OZR_API ozr_err ozr_image_convert(const ozr_image* src, ozr_image* dst, ozr_image_format format);
 
 OZR_END_DECLS
 

@@ -42,5 +42,16 @@ void rotate_pairs_ccw_scalar(uint8_t* dst, int32_t dst_stride, const uint8_t* sr
                              int32_t width, int32_t height);
 
 void yvu_to_rgba_row_scalar(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, int32_t pairs);
+void yuv_to_rgba_row_scalar(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, int32_t pairs);
+void planar_to_rgba_row_scalar(uint8_t* dst, const uint8_t* luma, const uint8_t* u, const uint8_t* v,
+                               int32_t pairs);
+void yuyv_to_rgba_row_scalar(uint8_t* dst, const uint8_t* src, int32_t pairs);
+void gray_to_rgba_row_scalar(uint8_t* dst, const uint8_t* src, int32_t count);
+void rgba_to_gray_row_scalar(uint8_t* dst, const uint8_t* src, int32_t count);
+void rgba_to_luma_row_scalar(uint8_t* dst, const uint8_t* src, int32_t count, int32_t step);
+void rgba_to_uv_row_scalar(uint8_t* dst, const uint8_t* src, int32_t pairs);
+void rgba_to_vu_row_scalar(uint8_t* dst, const uint8_t* src, int32_t pairs);
+void rgba_to_u_v_rows_scalar(uint8_t* u, uint8_t* v, const uint8_t* src, int32_t pairs);
+void rgba_to_yuyv_row_scalar(uint8_t* dst, const uint8_t* src, int32_t pairs);
 
 #endif

@@ -25,6 +25,16 @@ const OzrKernels kOzrKernelsScalar = {
     rotate_pairs_cw_scalar,
     rotate_pairs_ccw_scalar,
     yvu_to_rgba_row_scalar,
+    yuv_to_rgba_row_scalar,
+    planar_to_rgba_row_scalar,
+    yuyv_to_rgba_row_scalar,
+    gray_to_rgba_row_scalar,
+    rgba_to_gray_row_scalar,
+    rgba_to_luma_row_scalar,
+    rgba_to_uv_row_scalar,
+    rgba_to_vu_row_scalar,
+    rgba_to_u_v_rows_scalar,
+    rgba_to_yuyv_row_scalar,
 };
 
 const OzrKernels* ozr_kernels()
