@@ -35,6 +35,15 @@ const OzrKernels kOzrKernelsScalar = {
     rgba_to_vu_row_scalar,
     rgba_to_u_v_rows_scalar,
     rgba_to_yuyv_row_scalar,
+    resample_rgb_row_scalar,
+    nearest_gray_row_scalar,
+    sample_bytes_row_scalar,
+    mirror_bytes_row_scalar,
+    mirror_pairs_row_scalar,
+    mirror_quads_row_scalar,
+    warp_row_scalar,
+    line_gray_row_scalar,
+    census_run_scalar,
 };
 
 const OzrKernels* ozr_kernels()

@@ -42,7 +42,7 @@ ozr_err _convert_rows(const ozr_image* src, ozr_image* dst, int32_t units,
                       void (*convert_row)(uint8_t* dst, const uint8_t* src, int32_t units))
 {
     OZR_RAISE_IF(!ozr_image_holds_planes(src) || !ozr_image_holds_planes(dst), ozr_err_invalid_argument);
-    for (int32_t y = 0; y < dst->height; ++y)
+    for (int32_t y = 0; y < ozr_image_row_count(dst); ++y)
         convert_row(ozr_image_row(dst, y), ozr_image_row(src, y), units);
     return ozr_success;
 }
@@ -51,7 +51,7 @@ ozr_err _convert_rows(const ozr_image* src, ozr_image* dst, int32_t units,
 ozr_err _chroma_pairs_to_rgba(const ozr_image* src, ozr_image* dst, YuvToRgbaRow convert_row)
 {
     OZR_RAISE_IF(!ozr_image_holds_planes(src) || !ozr_image_holds_planes(dst), ozr_err_invalid_argument);
-    for (int32_t y = 0; y < dst->height; ++y)
+    for (int32_t y = 0; y < ozr_image_row_count(dst); ++y)
         convert_row(ozr_image_row(dst, y), ozr_image_row(src, y), ozr_image_row(src, src->height + y / 2),
                     dst->width / 2);
     return ozr_success;
@@ -63,7 +63,7 @@ ozr_err _rgba_to_12_bit(const ozr_image* src, ozr_image* dst, WriteChroma write_
 {
     OZR_RAISE_IF(!ozr_image_holds_planes(src) || !ozr_image_holds_planes(dst), ozr_err_invalid_argument);
     const RgbaToLumaRow to_luma = ozr_kernels()->rgba_to_luma_row;
-    for (int32_t j = 0; j < dst->height / 2; ++j) {
+    for (int32_t j = 0; j < ozr_image_row_count(dst) / 2; ++j) {
         for (int32_t y = 2 * j; y < 2 * j + 2; ++y)
             to_luma(ozr_image_row(dst, y), ozr_image_row(src, y), dst->width, 1);
         write_chroma(j, ozr_image_row(src, 2 * j));
@@ -95,7 +95,7 @@ ozr_err ozr_image_yv12_to_rgba(const ozr_image* src, ozr_image* dst)
     OZR_REQUIRE(is_even(src->width) && is_even(src->height));
     OZR_RAISE_IF(!ozr_image_holds_planes(src) || !ozr_image_holds_planes(dst), ozr_err_invalid_argument);
     const PlanarToRgbaRow convert_row = ozr_kernels()->planar_to_rgba_row;
-    for (int32_t y = 0; y < dst->height; ++y) {
+    for (int32_t y = 0; y < ozr_image_row_count(dst); ++y) {
         const ChromaRows chroma = _yv12_chroma(src, y / 2);
         convert_row(ozr_image_row(dst, y), ozr_image_row(src, y), chroma.u, chroma.v, dst->width / 2);
     }

@@ -12,6 +12,12 @@ inline uint8_t* ozr_image_row(const ozr_image* image, int32_t y)
     return image->data + static_cast<ptrdiff_t>(y) * image->stride;
 }
 
+// The rows that have pixels: none in an image without columns.
+inline int32_t ozr_image_row_count(const ozr_image* image)
+{
+    return image->width > 0 && image->height > 0 ? image->height : 0;
+}
+
 // Whether `rows` rows of `row_bytes` bytes lie inside the image. The stride tells, where it is as long as a row;
 // ozr_image_create accepts shorter ones, and of such an image only `size` bytes are trusted.
 inline bool ozr_image_holds_rows(const ozr_image* image, int64_t row_bytes, int64_t rows)
