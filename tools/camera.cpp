@@ -66,8 +66,10 @@ private:
 /** Bilinear interpolation of one channel at a place. */
 uint8_t _sample(const uint8_t* plane, int32_t pitch, int32_t pixel_bytes, Place place)
 {
-    const uint32_t wx = static_cast<uint32_t>(place.x >> 8) & 255, wy = static_cast<uint32_t>(place.y >> 8) & 255;
-    const uint8_t* top = plane + static_cast<ptrdiff_t>(place.y >> 16) * pitch + (place.x >> 16) * pixel_bytes;
+    const uint32_t wx = static_cast<uint32_t>(place.x >> 8) & 255,
+                   wy = static_cast<uint32_t>(place.y >> 8) & 255;
+    const uint8_t* top =
+        plane + static_cast<ptrdiff_t>(place.y >> 16) * pitch + (place.x >> 16) * pixel_bytes;
     const uint8_t* bottom = top + pitch;
     const uint32_t above = top[0] * (256 - wx) + top[pixel_bytes] * wx;
     const uint32_t below = bottom[0] * (256 - wx) + bottom[pixel_bytes] * wx;
@@ -79,7 +81,8 @@ template <class Paint>
 void _walk_row(const std::vector<Place>& nodes, int32_t width, int32_t step, Paint paint)
 {
     for (int32_t x = 0; x < width; x += step) {
-        const Place &left = nodes[static_cast<size_t>(x >> kCellBits)], &right = nodes[static_cast<size_t>(x >> kCellBits) + 1];
+        const Place &left = nodes[static_cast<size_t>(x >> kCellBits)],
+                    &right = nodes[static_cast<size_t>(x >> kCellBits) + 1];
         const int32_t part = x & (kCell - 1);
         paint(x, Place{left.x + (((right.x - left.x) * part) >> kCellBits),
                        left.y + (((right.y - left.y) * part) >> kCellBits)});

@@ -29,7 +29,8 @@ void Canvas::fill(const Box& box, Rgb colour, uint32_t opacity)
 {
     const int32_t left = subpixel(box.left - bounds_.left), right = subpixel(box.right - bounds_.left);
     const int32_t top = subpixel(box.top - bounds_.top), bottom = subpixel(box.bottom - bounds_.top);
-    const int32_t x_end = std::min((right + 255) >> 8, width_), y_end = std::min((bottom + 255) >> 8, height_);
+    const int32_t x_end = std::min((right + 255) >> 8, width_),
+                  y_end = std::min((bottom + 255) >> 8, height_);
     for (int32_t y = std::max(top >> 8, 0); y < y_end; ++y) {
         const uint32_t row_cover = _cover(y, top, bottom) * opacity;
         for (int32_t x = std::max(left >> 8, 0); x < x_end; ++x) {
@@ -67,7 +68,8 @@ void Canvas::letters(double x, double y, double height, const char* text, Rgb co
         for (int row = 0; rows != nullptr && row < kLetterRows; ++row) {
             for (int column = 0; column < kLetterColumns; ++column) {
                 if ((rows[row] >> (kLetterColumns - 1 - column) & 1) != 0)
-                    fill({x + column * dot, y + row * dot, x + (column + 1) * dot, y + (row + 1) * dot}, colour);
+                    fill({x + column * dot, y + row * dot, x + (column + 1) * dot, y + (row + 1) * dot},
+                         colour);
             }
         }
     }

@@ -54,7 +54,10 @@ public:
     int32_t height() const { return height_; }
     const Box& bounds() const { return bounds_; }
     double scale() const { return scale_; }
-    const Rgb* row(int32_t y) const { return pixels_.data() + static_cast<size_t>(y) * static_cast<size_t>(width_); }
+    const Rgb* row(int32_t y) const
+    {
+        return pixels_.data() + static_cast<size_t>(y) * static_cast<size_t>(width_);
+    }
 
     /** Fills a box; opacity 256 covers what is below, less lets it shine through. */
     void fill(const Box& box, Rgb colour, uint32_t opacity = 256);

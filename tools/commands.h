@@ -13,7 +13,7 @@ struct DemoOptions : CommonOptions {
     ozr_panorama_direction direction = ozr_panorama_direction_right;
     int32_t pictures = 8;
     Size size = {1280, 960};
-    Size preview = {640, 480};
+    Size preview = {0, 0};  // 0: like the pictures, with 640 pixels on the longer side
     uint32_t seed = 1;
 };
 

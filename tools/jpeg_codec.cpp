@@ -19,7 +19,7 @@ namespace
 
 constexpr uint8_t kStartOfImage[] = {0xFF, 0xD8, 0xFF};
 constexpr char kExifMark[] = "Exif\0";  // with the literal's own end two zero bytes
-constexpr int kMaxScans = 256;          // a few hundred bytes can ask for more and keep a decoder busy for hours
+constexpr int kMaxScans = 256;  // a few hundred bytes can ask for more and keep a decoder busy for hours
 
 struct ErrorReturn {
     jpeg_error_mgr manager;  // first member: libjpeg hands its address back
@@ -120,7 +120,8 @@ struct JpegDecoder {
 struct JpegEncoder {
     jpeg_compress_struct codec = {};
     ErrorReturn error = {};
-    unsigned char* bytes = nullptr;  // the file, from malloc; while it grows libjpeg leaves a stale address here
+    unsigned char* bytes =
+        nullptr;  // the file, from malloc; while it grows libjpeg leaves a stale address here
     unsigned long size = 0;
     bool finished = false;
 

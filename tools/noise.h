@@ -7,7 +7,8 @@
 /** 32 well-mixed bits for a place. */
 constexpr uint32_t hash_at(int32_t x, int32_t y, uint32_t seed)
 {
-    uint32_t h = static_cast<uint32_t>(x) * 0x9E3779B1U ^ static_cast<uint32_t>(y) * 0x85EBCA77U ^ seed * 0xC2B2AE3DU;
+    uint32_t h =
+        static_cast<uint32_t>(x) * 0x9E3779B1U ^ static_cast<uint32_t>(y) * 0x85EBCA77U ^ seed * 0xC2B2AE3DU;
     h = (h ^ h >> 15) * 0x2C1B3C6DU;
     h = (h ^ h >> 12) * 0x297A2D39U;
     return h ^ h >> 15;

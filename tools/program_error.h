@@ -9,6 +9,11 @@ struct ProgramError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/** The command line asks for what cannot be asked for: exit status 2. */
+struct UsageError : ProgramError {
+    using ProgramError::ProgramError;
+};
+
 /** Throws a ProgramError with a printf-style text, cut at 1023 bytes. */
 [[noreturn]] void fail(const char* format, ...) __attribute__((format(printf, 1, 2)));
 

@@ -12,9 +12,7 @@ constexpr char kClearLine[] = "\r\033[K";
 
 }  // namespace
 
-Progress::Progress(bool wanted) : enabled_(wanted && isatty(STDERR_FILENO) != 0)
-{
-}
+Progress::Progress(bool wanted) : enabled_(wanted && isatty(STDERR_FILENO) != 0) {}
 
 void Progress::show(const char* format, ...)
 {

@@ -26,8 +26,9 @@ void _print_table(const Report& report)
         offsets |= picture.has_offset;
         truths |= picture.has_truth;
     }
-    printf("%s: direction %s, %zu pictures of %dx%d", report.command.c_str(), direction_name(report.direction),
-           report.pictures.size(), report.picture_width, report.picture_height);
+    printf("%s: direction %s, %zu pictures of %dx%d", report.command.c_str(),
+           direction_name(report.direction), report.pictures.size(), report.picture_width,
+           report.picture_height);
     if (report.previews > 0)
         printf(", %d previews", report.previews);
     printf("\npicture  %-*s%s%s\n", static_cast<int>(name_width), "from", offsets ? "  offset (x y)" : "",
@@ -41,15 +42,19 @@ size_t _utf8_length(const std::string& text, size_t i)
 {
     const auto byte = [&](size_t at) { return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U; };
     const unsigned first = byte(i);
-    const size_t length = first < 0x80 ? 1 : first >= 0xC2 && first < 0xE0 ? 2 : first >= 0xE0 && first < 0xF0 ? 3 : first >= 0xF0 && first < 0xF5 ? 4 : 0;
+    const size_t length = first < 0x80                    ? 1
+                          : first >= 0xC2 && first < 0xE0 ? 2
+                          : first >= 0xE0 && first < 0xF0 ? 3
+                          : first >= 0xF0 && first < 0xF5 ? 4
+                                                          : 0;
     for (size_t k = 1; k < length; ++k) {
         if ((byte(i + k) & 0xC0) != 0x80)
             return 0;
     }
     // Overlong forms, surrogates and what lies beyond the last plane.
     const unsigned second = byte(i + 1);
-    if ((first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) || (first == 0xF0 && second < 0x90) ||
-        (first == 0xF4 && second > 0x8F))
+    if ((first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
+        (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F))
         return 0;
     return length;
 }
@@ -98,8 +103,8 @@ void _print_json(const Report& report)
            _quoted(report.command).c_str(), direction_name(report.direction), report.picture_width,
            report.picture_height, report.previews);
     _print_json_pictures(report.pictures);
-    printf("],\"pictures_used\":%d,\"panorama_size\":[%d,%d],\"milliseconds\":{", report.pictures_used, report.width,
-           report.height);
+    printf("],\"pictures_used\":%d,\"panorama_size\":[%d,%d],\"milliseconds\":{", report.pictures_used,
+           report.width, report.height);
     const char* separator = "";
     for (const Report::Stage& stage : report.stages) {
         printf("%s%s:%.2f", separator, _quoted(stage.name).c_str(), stage.time.count());

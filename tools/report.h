@@ -10,10 +10,10 @@
 
 /** One picture of the sweep. */
 struct PictureEntry {
-    std::string source;              // a file's name, or "frame 12"
-    bool has_offset = false;         // false: the first picture, or the library derives it from the overlap
-    ozr_point offset = {0, 0};       // pixels of the preview since the picture before
-    bool has_truth = false;          // the camera's true motion is known
+    std::string source;         // a file's name, or "frame 12"
+    bool has_offset = false;    // false: the first picture, or the library derives it from the overlap
+    ozr_point offset = {0, 0};  // pixels of the preview since the picture before
+    bool has_truth = false;     // the camera's true motion is known
     double truth_x = 0, truth_y = 0;
 };
 

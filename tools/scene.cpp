@@ -9,8 +9,8 @@ namespace
 // The city, in units below the line of sight.
 constexpr double kCityGround = 214, kCityHorizon = 150, kPeaks = -270, kRoofLimit = -230;
 
-// The tower: units from the lower end of the scene up to the street, and of open sky above the roof.
-constexpr double kTowerStreet = 330, kTowerSky = 560;
+// The tower: units of open sky above the roof, and its shape.
+constexpr double kTowerSky = 560;
 constexpr double kTowerHalfWidth = 400, kSetBack = 30, kSectionHeight = 620;
 
 void _paint_houses(Canvas& canvas, double from, double to, double top, double ground, Dice& dice)
@@ -31,7 +31,8 @@ void _paint_tower_shaft(Canvas& canvas, double roof, double street, Dice& dice)
     double bottom = street - kShop, half_width = kTowerHalfWidth;
     for (uint32_t section = 0; bottom > roof; ++section) {
         const double rest = bottom - roof;
-        const Box wall = {-half_width, rest > 1.4 * kSectionHeight ? bottom - kSectionHeight : roof, half_width, bottom};
+        const Box wall = {-half_width, rest > 1.4 * kSectionHeight ? bottom - kSectionHeight : roof,
+                          half_width, bottom};
         paint_roof(canvas, wall, dice);
         paint_facade(canvas, wall, kOrder[section % 4], dice);
         canvas.fill({wall.right - 26, wall.top, wall.right, wall.bottom}, {26, 24, 34}, 80);
@@ -70,6 +71,7 @@ Canvas paint_city(double along, double across, double scale, uint32_t seed)
     paint_mountains(canvas, {0, kPeaks, along, kCityGround}, dice.roll());
     paint_far_buildings(canvas, {0, -40, along, kCityGround}, dice);
     _paint_houses(canvas, -40, along, kRoofLimit, kCityGround, dice);
+    paint_cloud_shadows(canvas, {0, kRoofLimit, along, kCityGround}, dice.roll());
     paint_street(canvas, {0, kCityGround, along, std::max(all.bottom, kCityGround)}, dice);
     for (double x = dice.between(0, 120); x < along; x += dice.between(110, 300)) {
         paint_tree(canvas, x, kCityGround + 12, dice.between(120, 190), dice);
@@ -78,10 +80,9 @@ Canvas paint_city(double along, double across, double scale, uint32_t seed)
     return canvas;
 }
 
-Canvas paint_tower(double along, double across, double scale, uint32_t seed)
+Canvas paint_tower(double along, double across, double street, double scale, uint32_t seed)
 {
     const Box all = {-across / 2, 0, across / 2, along};
-    const double street = along - kTowerStreet;
     Canvas canvas(all, scale);
     Dice dice(seed);
     paint_sky(canvas, {all.left, 0, all.right, street}, street, dice.roll());
@@ -92,6 +93,7 @@ Canvas paint_tower(double along, double across, double scale, uint32_t seed)
     _paint_houses(canvas, kTowerHalfWidth + 14, all.right, neighbours, street, dice);
     const double roof = std::min(kTowerSky, street / 2);
     _paint_tower_shaft(canvas, roof, street, dice);
+    paint_cloud_shadows(canvas, {all.left, roof, all.right, street}, dice.roll());
     _paint_clock(canvas, 0, roof + 120, 74);
     paint_street(canvas, {all.left, street, all.right, along}, dice);
     for (double x = all.left + dice.between(0, 120); x < all.right; x += dice.between(170, 330)) {

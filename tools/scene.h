@@ -21,7 +21,8 @@ Canvas paint_city(double along, double across, double scale, uint32_t seed);
  *
  * @param along   units from the upper end, y = 0, to the lower one.
  * @param across  units from left to right; the camera looks at x = 0, the middle.
+ * @param street  y of the tower's foot.
  */
-Canvas paint_tower(double along, double across, double scale, uint32_t seed);
+Canvas paint_tower(double along, double across, double street, double scale, uint32_t seed);
 
 #endif

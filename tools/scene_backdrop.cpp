@@ -38,7 +38,9 @@ struct Range {
 
 void _paint_range(Canvas& canvas, const Box& box, const Range& range, uint32_t seed)
 {
-    const auto top = [&](double x) { return range.foot - range.height * _ridge(x, range.period, range.octaves, seed); };
+    const auto top = [&](double x) {
+        return range.foot - range.height * _ridge(x, range.period, range.octaves, seed);
+    };
     canvas.shade_below(box, top, [&](double x, double y, Rgb) {
         // Slopes run down to the left and to the right of every peak: noise sheared by the height.
         const uint32_t slope = fractal_noise(noise_place(x + y * 0.6, 46), noise_place(y, 70), 4, seed + 17);
@@ -71,6 +73,15 @@ void paint_sky(Canvas& canvas, const Box& box, double horizon, uint32_t seed)
     });
 }
 
+void paint_cloud_shadows(Canvas& canvas, const Box& box, uint32_t seed)
+{
+    constexpr int32_t kSteps = 64;
+    canvas.shade(box, [&](double x, double y, Rgb below) {
+        const uint32_t noise = fractal_noise(noise_place(x, 170), noise_place(y, 170), 3, seed);
+        return lighten(below, (static_cast<int32_t>(noise) - 34000) * kSteps / 32768);
+    });
+}
+
 void paint_sun(Canvas& canvas, double x, double y)
 {
     constexpr double kGlow = 210;
@@ -86,7 +97,13 @@ void paint_mountains(Canvas& canvas, const Box& box, uint32_t seed)
 {
     const double high = box.height();
     const Range ranges[] = {
-        {box.bottom - high * 0.25, high * 1.00, 420, 6, {150, 158, 184}, {104, 118, 152}, box.top + high * 0.34},
+        {box.bottom - high * 0.25,
+         high * 1.00,
+         420,
+         6,
+         {150, 158, 184},
+         {104, 118, 152},
+         box.top + high * 0.34},
         {box.bottom - high * 0.10, high * 0.62, 300, 6, {134, 140, 148}, {82, 96, 112}, -1e6},
         {box.bottom, high * 0.45, 230, 5, {108, 130, 88}, {50, 74, 58}, -1e6},
     };
@@ -106,12 +123,15 @@ void paint_far_buildings(Canvas& canvas, const Box& box, Dice& dice)
         const double step_x = dice.between(5, 9), step_y = dice.between(7, 11);
         for (double wy = wall.top + 5; wy < wall.bottom - step_y; wy += step_y) {
             for (double wx = wall.left + 3; wx < wall.right - step_x; wx += step_x) {
-                const Rgb pane = dice.chance(22) ? Rgb{252, 226, 160} : lighten(colour, -20 - static_cast<int32_t>(dice.below(50)));
+                const Rgb pane = dice.chance(22)
+                                     ? Rgb{252, 226, 160}
+                                     : lighten(colour, -20 - static_cast<int32_t>(dice.below(50)));
                 canvas.fill({wx, wy, wx + step_x * 0.6, wy + step_y * 0.6}, pane);
             }
         }
         if (dice.chance(30))
-            canvas.fill({wall.middle() - 1, wall.top - 26, wall.middle() + 1, wall.top}, lighten(colour, -40));
+            canvas.fill({wall.middle() - 1, wall.top - 26, wall.middle() + 1, wall.top},
+                        lighten(colour, -40));
         x += width + dice.between(-6, 12);
     }
 }

@@ -7,9 +7,11 @@ namespace
 {
 
 constexpr Rgb kBrickColours[] = {{158, 84, 66}, {136, 72, 60}, {176, 116, 84}, {122, 82, 74}};
-constexpr Rgb kPlasterColours[] = {{226, 204, 160}, {204, 176, 150}, {182, 196, 190}, {222, 182, 158}, {190, 178, 196}};
+constexpr Rgb kPlasterColours[] = {
+    {226, 204, 160}, {204, 176, 150}, {182, 196, 190}, {222, 182, 158}, {190, 178, 196}};
 constexpr Rgb kAwningColours[] = {{178, 42, 44}, {38, 96, 76}, {44, 74, 132}, {206, 146, 40}};
-constexpr const char* kShopNames[] = {"BAKERY", "BOOKS", "CINEMA", "TEA ROOM", "RADIO", "FLOWERS", "CAFE 21", "MUSEUM"};
+constexpr const char* kShopNames[] = {"BAKERY", "BOOKS",   "CINEMA",  "TEA ROOM",
+                                      "RADIO",  "FLOWERS", "CAFE 21", "MUSEUM"};
 constexpr Rgb kStone = {214, 206, 190}, kIron = {48, 52, 60};
 
 template <class T, uint32_t N>
@@ -49,7 +51,8 @@ void _paint_window(Canvas& canvas, const Box& box, Rgb frame, Dice& dice)
     }
     if (dice.chance(35)) {
         const double blind = pane.height() * dice.between(0.2, 0.8);
-        canvas.fill({pane.left, pane.top, pane.right, pane.top + blind}, mix({236, 228, 206}, {150, 120, 96}, dice.below(256)), 220);
+        canvas.fill({pane.left, pane.top, pane.right, pane.top + blind},
+                    mix({236, 228, 206}, {150, 120, 96}, dice.below(256)), 220);
     } else if (dice.chance(45)) {
         const double curtain = pane.width() * dice.between(0.12, 0.3);
         const Rgb cloth = mix({240, 236, 226}, {140, 60, 60}, dice.below(256));
@@ -67,8 +70,10 @@ void _paint_brick_wall(Canvas& canvas, const Box& box, Dice& dice)
     _for_cells(box, 34, 48, [&](const Box& cell) {
         const Box window = {cell.left + 8, cell.top + 10, cell.right - 8, cell.bottom - 8};
         canvas.fill({window.left - 3, window.top - 4, window.right + 3, window.top}, kStone);
-        canvas.fill({window.left - 3, window.bottom, window.right + 3, window.bottom + 3}, lighten(kStone, -16));
-        canvas.fill({window.left - 2, window.bottom + 3, window.right + 2, window.bottom + 5}, {60, 36, 32}, 120);
+        canvas.fill({window.left - 3, window.bottom, window.right + 3, window.bottom + 3},
+                    lighten(kStone, -16));
+        canvas.fill({window.left - 2, window.bottom + 3, window.right + 2, window.bottom + 5}, {60, 36, 32},
+                    120);
         _paint_window(canvas, window, {232, 228, 216}, dice);
     });
 }
@@ -78,14 +83,15 @@ void _paint_glass_wall(Canvas& canvas, const Box& box, Dice& dice)
     const Rgb tint = mix({70, 110, 140}, {92, 128, 116}, dice.below(257));
     const uint32_t seed = dice.roll();
     canvas.fill(box, {52, 64, 76});
-    _for_cells(box, 21, 30, [&](const Box& cell) {
+    _for_cells(box, 27, 52, [&](const Box& cell) {
         // Neighbouring panes mirror neighbouring pieces of sky, each a little askew.
         const uint32_t sky = value_noise(noise_place(cell.left, 90), noise_place(cell.top, 120), seed) >> 8;
         const Rgb pane = mix(tint, {226, 236, 240}, std::min<uint32_t>(sky * 3 / 4 + dice.below(50), 230));
         canvas.fill(cell.inset(0.9, 0.9), dice.chance(7) ? Rgb{250, 218, 140} : pane);
         canvas.fill({cell.left + 1, cell.bottom - 8, cell.right - 1, cell.bottom - 1}, lighten(pane, -46));
         if (dice.chance(30))
-            canvas.fill({cell.left + 3, cell.top + 3, cell.left + 3 + dice.between(3, 9), cell.bottom - 9}, lighten(pane, 26));
+            canvas.fill({cell.left + 3, cell.top + 3, cell.left + 3 + dice.between(3, 9), cell.bottom - 9},
+                        lighten(pane, 26));
     });
 }
 
@@ -132,7 +138,8 @@ void _paint_tank(Canvas& canvas, double x, double roof, Dice& dice)
         canvas.fill({x + leg, roof - 22, x + leg + 2, roof}, kIron);
     canvas.fill({x - 17, roof - 54, x + 17, roof - 20}, wood);
     for (double stave = -17; stave < 17; stave += 3)
-        canvas.fill({x + stave, roof - 54, x + stave + 2.2, roof - 20}, lighten(wood, static_cast<int32_t>(dice.below(40)) - 20));
+        canvas.fill({x + stave, roof - 54, x + stave + 2.2, roof - 20},
+                    lighten(wood, static_cast<int32_t>(dice.below(40)) - 20));
     canvas.fill({x - 19, roof - 57, x + 19, roof - 53}, {70, 60, 56});
 }
 
@@ -146,7 +153,8 @@ void _paint_antenna(Canvas& canvas, double x, double roof, double height)
 
 }  // namespace
 
-void paint_bricks(Canvas& canvas, const Box& box, double brick_width, double brick_height, Rgb colour, Dice& dice)
+void paint_bricks(Canvas& canvas, const Box& box, double brick_width, double brick_height, Rgb colour,
+                  Dice& dice)
 {
     canvas.fill(box, mix(colour, {190, 182, 172}, 130));
     bool odd = false;
@@ -181,13 +189,16 @@ void paint_shop(Canvas& canvas, const Box& box, Dice& dice)
     canvas.fill(sign, lighten(colour, -20));
     const char* name = _pick(kShopNames, dice);
     const double letter = std::min(13.0, 13.0 * (box.width() - 10) / Canvas::letters_width(13, name));
-    canvas.letters(box.middle() - Canvas::letters_width(letter, name) / 2, sign.top + 10 - letter / 2, letter, name, {250, 240, 214});
+    canvas.letters(box.middle() - Canvas::letters_width(letter, name) / 2, sign.top + 10 - letter / 2, letter,
+                   name, {250, 240, 214});
     _for_cells({box.left, sign.bottom, box.right, box.bottom}, 52, 100, [&](const Box& cell) {
-        _paint_window(canvas, {cell.left + 4, cell.top + 14, cell.right - 4, cell.bottom - 8}, {120, 96, 70}, dice);
+        _paint_window(canvas, {cell.left + 4, cell.top + 14, cell.right - 4, cell.bottom - 8}, {120, 96, 70},
+                      dice);
         canvas.fill({cell.left, cell.bottom - 8, cell.right, cell.bottom}, {96, 88, 82});
         bool white = dice.chance(50);
         for (double x = cell.left; x < cell.right - 1; x += cell.width() / 8, white = !white)
-            canvas.fill({x, cell.top, x + cell.width() / 8, cell.top + 13}, white ? Rgb{244, 238, 226} : colour);
+            canvas.fill({x, cell.top, x + cell.width() / 8, cell.top + 13},
+                        white ? Rgb{244, 238, 226} : colour);
     });
 }
 
@@ -209,21 +220,24 @@ void paint_roof(Canvas& canvas, const Box& box, Dice& dice)
 
 void paint_building(Canvas& canvas, const Box& box, Dice& dice)
 {
-    constexpr Facade kFacades[] = {Facade::brick, Facade::brick, Facade::glass, Facade::plaster, Facade::stone};
+    constexpr Facade kFacades[] = {Facade::brick, Facade::brick, Facade::glass, Facade::plaster,
+                                   Facade::stone};
     const Facade facade = _pick(kFacades, dice);
     const double shop_height = 78;
-    const Box wall = {box.left, box.bottom - shop_height - (box.height() - shop_height) * dice.between(0.35, 1.0), box.right,
-                      box.bottom - shop_height};
+    const Box wall = {box.left,
+                      box.bottom - shop_height - (box.height() - shop_height) * dice.between(0.35, 1.0),
+                      box.right, box.bottom - shop_height};
     paint_roof(canvas, wall, dice);
     paint_facade(canvas, wall, facade, dice);
     if (dice.chance(40))
-        paint_hanging_sign(canvas, wall.right - 24, wall.bottom - 178, 18, dice.chance(50) ? "HOTEL" : "MUSIC",
-                           _pick(kAwningColours, dice));
+        paint_hanging_sign(canvas, wall.right - 24, wall.bottom - 178, 18,
+                           dice.chance(50) ? "HOTEL" : "MUSIC", _pick(kAwningColours, dice));
     paint_shop(canvas, {box.left, wall.bottom, box.right, box.bottom}, dice);
     canvas.fill({box.right - 3, wall.top, box.right, box.bottom}, {30, 26, 30}, 120);
 }
 
-void paint_hanging_sign(Canvas& canvas, double x, double y, double letter_height, const char* text, Rgb colour)
+void paint_hanging_sign(Canvas& canvas, double x, double y, double letter_height, const char* text,
+                        Rgb colour)
 {
     double bottom = y + 4;
     for (const char* letter = text; *letter != '\0'; ++letter)

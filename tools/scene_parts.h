@@ -7,6 +7,9 @@
 /** Blue to the golden haze at the horizon, with clouds. @param box  to paint. @param horizon  y of the haze. */
 void paint_sky(Canvas& canvas, const Box& box, double horizon, uint32_t seed);
 
+/** Light and shade that move over everything, so that walls of equal windows do not repeat. */
+void paint_cloud_shadows(Canvas& canvas, const Box& box, uint32_t seed);
+
 /** The sun with its glow. */
 void paint_sun(Canvas& canvas, double x, double y);
 
@@ -31,10 +34,12 @@ void paint_roof(Canvas& canvas, const Box& box, Dice& dice);
 void paint_building(Canvas& canvas, const Box& box, Dice& dice);
 
 /** A vertical sign with one letter below the other. */
-void paint_hanging_sign(Canvas& canvas, double x, double y, double letter_height, const char* text, Rgb colour);
+void paint_hanging_sign(Canvas& canvas, double x, double y, double letter_height, const char* text,
+                        Rgb colour);
 
 /** Bricks in running bond. @param brick  size of one with its joint. */
-void paint_bricks(Canvas& canvas, const Box& box, double brick_width, double brick_height, Rgb colour, Dice& dice);
+void paint_bricks(Canvas& canvas, const Box& box, double brick_width, double brick_height, Rgb colour,
+                  Dice& dice);
 
 /** Pavement, road with cars and, nearest, a brick wall; from the top of the box down to whatever the canvas shows. */
 void paint_street(Canvas& canvas, const Box& box, Dice& dice);

@@ -9,7 +9,8 @@ constexpr double kPavementDepth = 30, kRoadDepth = 62, kWallCap = 12;
 
 void _paint_car(Canvas& canvas, double x, double ground, Dice& dice)
 {
-    constexpr Rgb kPaints[] = {{170, 34, 38}, {226, 226, 222}, {38, 74, 122}, {36, 38, 42}, {210, 164, 48}, {84, 112, 92}};
+    constexpr Rgb kPaints[] = {{170, 34, 38}, {226, 226, 222}, {38, 74, 122},
+                               {36, 38, 42},  {210, 164, 48},  {84, 112, 92}};
     const Rgb paint = kPaints[dice.below(6)];
     const double length = dice.between(70, 92);
     canvas.fill({x - 3, ground - 5, x + length + 3, ground + 1}, {30, 30, 34}, 150);
@@ -45,7 +46,8 @@ void _paint_road(Canvas& canvas, const Box& box, Dice& dice)
         canvas.fill({x, middle - 1.5, x + 34, middle + 1.5}, {236, 232, 214}, 230);
     for (double x = box.left + dice.between(0, 300); x < box.right; x += dice.between(280, 700)) {
         for (int stripe = 0; stripe < 6; ++stripe)
-            canvas.fill({x + stripe * 12, box.top + 3, x + stripe * 12 + 7, box.bottom - 3}, {226, 224, 214}, 200);
+            canvas.fill({x + stripe * 12, box.top + 3, x + stripe * 12 + 7, box.bottom - 3}, {226, 224, 214},
+                        200);
     }
     for (double x = box.left + dice.between(0, 100); x < box.right; x += dice.between(120, 320))
         _paint_car(canvas, x, middle - 6, dice);
@@ -69,11 +71,13 @@ void _paint_wall(Canvas& canvas, const Box& box, Dice& dice)
         canvas.fill(poster, paper);
         canvas.fill(poster.inset(4, 4), lighten(paper, -30));
         for (int dot = 0; dot < 9; ++dot)
-            canvas.disc(dice.between(poster.left + 16, poster.right - 16), dice.between(poster.top + 44, poster.bottom - 16),
-                        dice.between(4, 12), mix({230, 70, 60}, {250, 210, 80}, dice.below(257)), 220);
+            canvas.disc(dice.between(poster.left + 16, poster.right - 16),
+                        dice.between(poster.top + 44, poster.bottom - 16), dice.between(4, 12),
+                        mix({230, 70, 60}, {250, 210, 80}, dice.below(257)), 220);
         const char* text = kPosters[dice.below(5)];
         const double height = std::min(22.0, 22.0 * 72 / Canvas::letters_width(22, text));
-        canvas.letters(poster.middle() - Canvas::letters_width(height, text) / 2, poster.top + 12, height, text, {250, 246, 236});
+        canvas.letters(poster.middle() - Canvas::letters_width(height, text) / 2, poster.top + 12, height,
+                       text, {250, 246, 236});
     }
 }
 
@@ -100,8 +104,10 @@ void paint_tree(Canvas& canvas, double x, double ground, double height, Dice& di
         const double across = dice.between(-1, 1), up = dice.between(-1, 1);
         if (across * across + up * up > 1)
             continue;
-        const int32_t light = static_cast<int32_t>((up - across) * 26) + static_cast<int32_t>(dice.below(56)) - 34;
-        canvas.disc(x + across * height * 0.34, ground - height * (0.66 + 0.34 * up), dice.between(2.5, 8), lighten(leaf, light));
+        const int32_t light =
+            static_cast<int32_t>((up - across) * 26) + static_cast<int32_t>(dice.below(56)) - 34;
+        canvas.disc(x + across * height * 0.34, ground - height * (0.66 + 0.34 * up), dice.between(2.5, 8),
+                    lighten(leaf, light));
     }
 }
 

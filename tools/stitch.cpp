@@ -21,8 +21,8 @@ void _load(const std::string& path, Report* report, ozr_image* nv12)
         if (width < 2 || height < 2)
             fail("%s: %dx%d pixels are too few", path.c_str(), picture.width, picture.height);
         if (width != picture.width || height != picture.height)
-            say("the pictures are cropped from %dx%d to %dx%d: sizes must be even", picture.width, picture.height,
-                width, height);
+            say("the pictures are cropped from %dx%d to %dx%d: sizes must be even", picture.width,
+                picture.height, width, height);
     } else if (width != report->picture_width || height != report->picture_height) {
         fail("%s: %dx%d pixels, but the first picture has %dx%d", path.c_str(), width, height,
              report->picture_width, report->picture_height);

@@ -57,8 +57,9 @@ Sweep::Sweep(const CommonOptions& options, Report* report, ozr_panorama_directio
     const ozr_panorama_parameters parameters = {overlap, direction};
     error = ozr_panorama_set_parameters(handle, &parameters);
     if (error == ozr_err_not_supported)
-        fail("an overlap of %d percent is outside %d to %d (%s)", overlap, handle->min_overlapping_ratio,
-             handle->max_overlapping_ratio, ozr_err_to_string(error));
+        throw UsageError("--overlap: " + std::to_string(overlap) + " is not in the range " +
+                         std::to_string(handle->min_overlapping_ratio) + " to " +
+                         std::to_string(handle->max_overlapping_ratio));
     if (error != ozr_success)
         fail("the parameters are refused (%s)", ozr_err_to_string(error));
     report_->direction = direction;
@@ -68,8 +69,8 @@ Announcement Sweep::watch(const ozr_image& preview, const std::string& name)
 {
     const Report::Lap lap = report_->time("detect");
     Announcement announcement;
-    const ozr_err result =
-        ozr_panorama_detect_frame_to_stitch(handle_.get(), &preview, &announcement.offset, &report_->direction);
+    const ozr_err result = ozr_panorama_detect_frame_to_stitch(handle_.get(), &preview, &announcement.offset,
+                                                               &report_->direction);
     // A sweep that has all its pictures closes itself, and the next preview is refused.
     announcement.ended = result == ozr_err_invalid_status && report_->pictures.size() > 1;
     if (result < 0 && !announcement.ended)
@@ -108,8 +109,8 @@ void Sweep::finish()
     if (given > 1 && report_->pictures_used == 1)
         fail("the pictures cannot be placed: the second drifts too far across the sweep");
     if (report_->pictures_used < given)
-        say("only %d of %d pictures are used: the others drift too far across the sweep", report_->pictures_used,
-            given);
+        say("only %d of %d pictures are used: the others drift too far across the sweep",
+            report_->pictures_used, given);
     report_->width = panorama.width;
     report_->height = panorama.height;
     progress_.show("writing %s", options_.output.c_str());

@@ -36,16 +36,18 @@ TextureLevel _from_canvas(const Canvas& canvas)
                                 top[x].b + top[x + 1].b + bottom[x].b + bottom[x + 1].b};
             // Q8 coefficients times a sum of four: 10 bits to shift out; 128.5 in Q10 is the neutral value, rounded.
             constexpr int32_t kNeutral = (128 << 10) + 512;
-            level.chroma.push_back(static_cast<uint8_t>((-38 * sum.r - 74 * sum.g + 112 * sum.b + kNeutral) >> 10));
-            level.chroma.push_back(static_cast<uint8_t>((112 * sum.r - 94 * sum.g - 18 * sum.b + kNeutral) >> 10));
+            level.chroma.push_back(
+                static_cast<uint8_t>((-38 * sum.r - 74 * sum.g + 112 * sum.b + kNeutral) >> 10));
+            level.chroma.push_back(
+                static_cast<uint8_t>((112 * sum.r - 94 * sum.g - 18 * sum.b + kNeutral) >> 10));
         }
     }
     return level;
 }
 
 /** Means of 2 x 2 blocks of a plane whose pixels have so many channels. */
-std::vector<uint8_t> _halve(const std::vector<uint8_t>& plane, int32_t width, int32_t new_width, int32_t new_height,
-                            size_t channels)
+std::vector<uint8_t> _halve(const std::vector<uint8_t>& plane, int32_t width, int32_t new_width,
+                            int32_t new_height, size_t channels)
 {
     std::vector<uint8_t> half;
     half.reserve(static_cast<size_t>(new_width) * static_cast<size_t>(new_height) * channels);
@@ -55,7 +57,8 @@ std::vector<uint8_t> _halve(const std::vector<uint8_t>& plane, int32_t width, in
         for (size_t x = 0; x < static_cast<size_t>(new_width); ++x) {
             for (size_t c = 0; c < channels; ++c) {
                 const uint8_t* at = top + 2 * x * channels + c;
-                half.push_back(static_cast<uint8_t>((at[0] + at[channels] + at[pitch] + at[pitch + channels] + 2) >> 2));
+                half.push_back(
+                    static_cast<uint8_t>((at[0] + at[channels] + at[pitch] + at[pitch + channels] + 2) >> 2));
             }
         }
     }
