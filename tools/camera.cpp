@@ -99,7 +99,8 @@ void _fill_nodes(const Rays& rays, int32_t y, std::vector<Place>* nodes)
 
 double assumed_focal_length(int32_t extent)
 {
-    return (extent / 8 * 8 / 32) * 345 / 10;
+    const int32_t focal = (extent / 8 * 8 / 32) * 345 / 10;
+    return focal;
 }
 
 double arc_tangent(double tangent)

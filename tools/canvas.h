@@ -132,6 +132,25 @@ private:
     std::vector<Rgb> pixels_;
 };
 
+/** Calls paint(place) for begin and every step from there on that lies before end. */
+template <class Paint>
+void repeat(double begin, double end, double step, Paint paint)
+{
+    for (int i = 0; begin + i * step < end; ++i)
+        paint(begin + i * step);
+}
+
+/** The same at random distances of low to high, the first less than high behind begin. */
+template <class Paint>
+void scatter(Dice& dice, double begin, double end, double low, double high, Paint paint)
+{
+    double place = begin + dice.between(0, high);
+    while (place < end) {
+        paint(place);
+        place += dice.between(low, high);
+    }
+}
+
 /** A length or a place in units as an argument of the noise functions: one cell of noise to a period of units. */
 inline uint32_t noise_place(double units, double period)
 {

@@ -173,11 +173,11 @@ int main(int argc, char** argv)
     } catch (const UsageError& error) {
         say("%s", error.what());
         return kExitUsage;
-    } catch (const ProgramError& error) {
-        say("%s", error.what());
-        return kExitFailure;
     } catch (const std::bad_alloc&) {
         say("out of memory");
+        return kExitFailure;
+    } catch (const std::exception& error) {
+        say("%s", error.what());
         return kExitFailure;
     }
     if (fflush(stdout) != 0) {

@@ -42,7 +42,7 @@ uint32_t fractal_noise(uint32_t x, uint32_t y, int octaves, uint32_t seed)
         sum += (value_noise(x << octave, y << octave, seed + static_cast<uint32_t>(octave)) >> 8) * weight;
         weights += weight;
     }
-    return sum / weights * 257;
+    return weights == 0 ? 0 : sum / weights * 257;
 }
 
 double wander(double place, uint32_t seed)

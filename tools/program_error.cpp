@@ -16,10 +16,15 @@ void fail(const char* format, ...)
 
 void say(const char* format, ...)
 {
+    char text[2048];
     va_list args;
     va_start(args, format);
-    fputs("ozr-pano: ", stderr);
-    vfprintf(stderr, format, args);
-    fputc('\n', stderr);
+    vsnprintf(text, sizeof(text), format, args);
     va_end(args);
+    // Names of files and fields of streams may hold anything; the message stays one line and leaves the terminal alone.
+    for (char* c = text; *c != '\0'; ++c) {
+        if (static_cast<unsigned char>(*c) < 0x20 || *c == 0x7F)
+            *c = '?';
+    }
+    fprintf(stderr, "ozr-pano: %s\n", text);
 }

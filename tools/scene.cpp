@@ -39,9 +39,11 @@ void _paint_tower_shaft(Canvas& canvas, double roof, double street, Dice& dice)
         paint_facade(canvas, wall, kOrder[section % 4], dice);
         canvas.fill({wall.right - 26, wall.top, wall.right, wall.bottom}, {26, 24, 34}, 80);
         constexpr const char* kSigns[] = {"HOTEL OZR", "RADIO", "GALLERY", "SKY BAR"};
-        if (wall.top > roof)
-            paint_hanging_sign(canvas, wall.left + wall.width() * dice.between(0.05, 0.9), wall.top + 130, 34,
-                               kSigns[section % 4], mix({176, 36, 44}, {34, 70, 130}, dice.below(257)));
+        if (wall.top > roof) {
+            const double x = wall.left + wall.width() * dice.between(0.05, 0.9);
+            const Rgb colour = mix({176, 36, 44}, {34, 70, 130}, dice.below(257));
+            paint_hanging_sign(canvas, x, wall.top + 60, 34, kSigns[section % 4], colour);
+        }
         bottom = wall.top;
         half_width = std::max(half_width - kSetBack, kTowerTopHalfWidth);
     }
@@ -74,10 +76,10 @@ Canvas paint_city(double along, double across, double scale, uint32_t seed)
     paint_far_buildings(canvas, {0, -40, along, kCityGround}, dice);
     _paint_houses(canvas, -40, along, kRoofLimit, kCityGround, dice);
     paint_street(canvas, {0, kCityGround, along, std::max(all.bottom, kCityGround)}, dice);
-    for (double x = dice.between(0, 120); x < along; x += dice.between(110, 300)) {
+    scatter(dice, 0, along, 110, 300, [&](double x) {
         paint_tree(canvas, x, kCityGround + 12, dice.between(120, 190), dice);
         paint_lamp(canvas, x + 60, kCityGround + 20, 130);
-    }
+    });
     return canvas;
 }
 
@@ -96,9 +98,9 @@ Canvas paint_tower(double along, double across, double street, double scale, uin
     _paint_tower_shaft(canvas, roof, street, dice);
     _paint_clock(canvas, 0, roof + 120, 74);
     paint_street(canvas, {all.left, street, all.right, along}, dice);
-    for (double x = all.left + dice.between(0, 120); x < all.right; x += dice.between(170, 330)) {
+    scatter(dice, all.left, all.right, 170, 330, [&](double x) {
         paint_tree(canvas, x, street + 12, dice.between(130, 200), dice);
         paint_lamp(canvas, x + 70, street + 20, 140);
-    }
+    });
     return canvas;
 }

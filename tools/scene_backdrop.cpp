@@ -112,14 +112,14 @@ void paint_far_buildings(Canvas& canvas, const Box& box, Dice& dice)
         canvas.fill(wall, colour);
         canvas.fill({wall.right - width * 0.25, wall.top, wall.right, wall.bottom}, lighten(colour, -18));
         const double step_x = dice.between(5, 9), step_y = dice.between(7, 11);
-        for (double wy = wall.top + 5; wy < wall.bottom - step_y; wy += step_y) {
-            for (double wx = wall.left + 3; wx < wall.right - step_x; wx += step_x) {
+        repeat(wall.top + 5, wall.bottom - step_y, step_y, [&](double wy) {
+            repeat(wall.left + 3, wall.right - step_x, step_x, [&](double wx) {
                 const Rgb pane = dice.chance(22)
                                      ? Rgb{252, 226, 160}
                                      : lighten(colour, -20 - static_cast<int32_t>(dice.below(50)));
                 canvas.fill({wx, wy, wx + step_x * 0.6, wy + step_y * 0.6}, pane);
-            }
-        }
+            });
+        });
         if (dice.chance(30))
             canvas.fill({wall.middle() - 1, wall.top - 26, wall.middle() + 1, wall.top},
                         lighten(colour, -40));

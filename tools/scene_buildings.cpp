@@ -24,8 +24,8 @@ const T& _pick(const T (&table)[N], Dice& dice)
 template <class Paint>
 void _for_cells(const Box& box, double cell_width, double cell_height, Paint paint)
 {
-    const int columns = std::max(static_cast<int>(box.width() / cell_width + 0.5), 1);
-    const int rows = std::max(static_cast<int>(box.height() / cell_height + 0.5), 1);
+    const int columns = std::max(static_cast<int>(lround(box.width() / cell_width)), 1);
+    const int rows = std::max(static_cast<int>(lround(box.height() / cell_height)), 1);
     const double width = box.width() / columns, height = box.height() / rows;
     for (int row = 0; row < rows; ++row) {
         for (int column = 0; column < columns; ++column) {
@@ -109,11 +109,13 @@ void _paint_plaster_wall(Canvas& canvas, const Box& box, Dice& dice)
         const Box balcony = {cell.left + 4, cell.bottom - 20, cell.right - 4, cell.bottom - 4};
         canvas.fill({balcony.left, balcony.bottom, balcony.right, balcony.bottom + 3}, lighten(wall, -60));
         canvas.fill({balcony.left, balcony.top, balcony.right, balcony.top + 1.6}, kIron);
-        for (double x = balcony.left; x < balcony.right; x += 3.4)
+        repeat(balcony.left, balcony.right, 3.4, [&](double x) {
             canvas.fill({x, balcony.top, x + 1, balcony.bottom}, kIron);
-        for (uint32_t pot = dice.below(3); pot > 0; --pot)
-            canvas.disc(dice.between(balcony.left, balcony.right), balcony.top - 2, dice.between(2.5, 5),
-                        mix({60, 110, 50}, {200, 60, 80}, dice.below(200)));
+        });
+        for (uint32_t pot = dice.below(3); pot > 0; --pot) {
+            const double x = dice.between(balcony.left, balcony.right), radius = dice.between(2.5, 5);
+            canvas.disc(x, balcony.top - 2, radius, mix({60, 110, 50}, {200, 60, 80}, dice.below(200)));
+        }
     });
 }
 
@@ -148,17 +150,19 @@ void _paint_tank(Canvas& canvas, double x, double roof, Dice& dice)
     for (const double leg : {-13.0, -1.0, 11.0})
         canvas.fill({x + leg, roof - 22, x + leg + 2, roof}, kIron);
     canvas.fill({x - 17, roof - 54, x + 17, roof - 20}, wood);
-    for (double stave = -17; stave < 17; stave += 3)
-        canvas.fill({x + stave, roof - 54, x + stave + 2.2, roof - 20},
+    repeat(x - 17, x + 16, 3, [&](double stave) {
+        canvas.fill({stave, roof - 54, stave + 2.2, roof - 20},
                     lighten(wood, static_cast<int32_t>(dice.below(40)) - 20));
+    });
     canvas.fill({x - 19, roof - 57, x + 19, roof - 53}, {70, 60, 56});
 }
 
 void _paint_antenna(Canvas& canvas, double x, double roof, double height)
 {
     canvas.fill({x - 1.2, roof - height, x + 1.2, roof}, {90, 90, 98});
-    for (double y = height * 0.35; y < height; y += height * 0.15)
+    repeat(height * 0.35, height * 0.98, height * 0.15, [&](double y) {
         canvas.fill({x - 9, roof - y, x + 9, roof - y + 1.6}, {110, 110, 118});
+    });
     canvas.disc(x, roof - height, 2.6, {220, 40, 36});
 }
 
@@ -169,13 +173,14 @@ void paint_bricks(Canvas& canvas, const Box& box, double brick_width, double bri
 {
     canvas.fill(box, mix(colour, {190, 182, 172}, 130));
     bool odd = false;
-    for (double y = box.top; y < box.bottom; y += brick_height, odd = !odd) {
-        for (double x = box.left - (odd ? brick_width / 2 : 0); x < box.right; x += brick_width) {
+    repeat(box.top, box.bottom, brick_height, [&](double y) {
+        repeat(box.left - (odd ? brick_width / 2 : 0), box.right, brick_width, [&](double x) {
             const Box brick = {std::max(x, box.left), y, std::min(x + brick_width - 0.9, box.right),
                                std::min(y + brick_height - 0.9, box.bottom)};
             canvas.fill(brick, lighten(colour, static_cast<int32_t>(dice.below(44)) - 22));
-        }
-    }
+        });
+        odd = !odd;
+    });
 }
 
 void paint_facade(Canvas& canvas, const Box& box, Facade facade, Dice& dice)
@@ -212,9 +217,11 @@ void paint_shop(Canvas& canvas, const Box& box, Dice& dice)
                       dice);
         canvas.fill({cell.left, cell.bottom - 8, cell.right, cell.bottom}, {96, 88, 82});
         bool white = dice.chance(50);
-        for (double x = cell.left; x < cell.right - 1; x += cell.width() / 8, white = !white)
+        repeat(cell.left, cell.right - 1, cell.width() / 8, [&](double x) {
             canvas.fill({x, cell.top, x + cell.width() / 8, cell.top + 13},
                         white ? Rgb{244, 238, 226} : colour);
+            white = !white;
+        });
     });
 }
 
@@ -245,9 +252,10 @@ void paint_building(Canvas& canvas, const Box& box, Dice& dice)
                       box.right, box.bottom - shop_height};
     paint_roof(canvas, wall, dice);
     paint_facade(canvas, wall, facade, dice);
-    if (dice.chance(40))
-        paint_hanging_sign(canvas, wall.right - 24, wall.bottom - 178, 18,
-                           dice.chance(50) ? "HOTEL" : "MUSIC", _pick(kAwningColours, dice));
+    if (dice.chance(40)) {
+        const char* text = dice.chance(50) ? "HOTEL" : "MUSIC";
+        paint_hanging_sign(canvas, wall.right - 24, wall.bottom - 178, 18, text, _pick(kAwningColours, dice));
+    }
     paint_shop(canvas, {box.left, wall.bottom, box.right, box.bottom}, dice);
     canvas.fill({box.right - 3, wall.top, box.right, box.bottom}, {30, 26, 30}, 120);
 }
@@ -261,8 +269,10 @@ void paint_hanging_sign(Canvas& canvas, double x, double y, double letter_height
     const double width = letter_height * 5 / 7 + 10;
     canvas.fill({x - 2, y - 2, x + width + 2, bottom + 2}, {40, 36, 40});
     canvas.fill({x, y, x + width, bottom}, colour);
-    for (double top = y + 4; *text != '\0'; ++text, top += letter_height + 4) {
+    double top = y + 4;
+    for (; *text != '\0'; ++text) {
         const char letter[] = {*text, '\0'};
         canvas.letters(x + 5, top, letter_height, letter, {255, 246, 220});
+        top += letter_height + 4;
     }
 }

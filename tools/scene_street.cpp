@@ -30,10 +30,11 @@ void _paint_car(Canvas& canvas, double x, double ground, Dice& dice)
 void _paint_pavement(Canvas& canvas, const Box& box, Dice& dice)
 {
     canvas.fill(box, lighten(kPavement, -50));
-    for (double y = box.top; y < box.bottom - 1; y += 10) {
-        for (double x = box.left - dice.between(0, 20); x < box.right; x += 20)
+    repeat(box.top, box.bottom - 1, 10, [&](double y) {
+        repeat(box.left - dice.between(0, 20), box.right, 20, [&](double x) {
             canvas.fill({x, y, x + 19, y + 9}, lighten(kPavement, static_cast<int32_t>(dice.below(40)) - 20));
-    }
+        });
+    });
     canvas.fill({box.left, box.bottom - 4, box.right, box.bottom}, {216, 210, 200});
 }
 
@@ -42,43 +43,52 @@ void _paint_road(Canvas& canvas, const Box& box, Dice& dice)
     canvas.fill(box, kAsphalt);
     canvas.grain(box, 34, dice.roll());
     const double middle = (box.top + box.bottom) / 2;
-    for (double x = box.left; x < box.right; x += 64)
+    repeat(box.left, box.right, 64, [&](double x) {
         canvas.fill({x, middle - 1.5, x + 34, middle + 1.5}, {236, 232, 214}, 230);
-    for (double x = box.left + dice.between(0, 300); x < box.right; x += dice.between(280, 700)) {
+    });
+    scatter(dice, box.left, box.right, 280, 700, [&](double x) {
         for (int stripe = 0; stripe < 6; ++stripe)
             canvas.fill({x + stripe * 12, box.top + 3, x + stripe * 12 + 7, box.bottom - 3}, {226, 224, 214},
                         200);
+    });
+    scatter(dice, box.left, box.right, 120, 320, [&](double x) { _paint_car(canvas, x, middle - 6, dice); });
+    scatter(dice, box.left, box.right, 140, 380,
+            [&](double x) { _paint_car(canvas, x, box.bottom - 4, dice); });
+}
+
+void _paint_poster(Canvas& canvas, const Box& box, Dice& dice)
+{
+    constexpr const char* kTexts[] = {"JAZZ", "ART", "OZR 360", "OPERA", "CIRCUS"};
+    constexpr double kMargin = 6, kLargest = 22;
+    const Rgb paper = mix({240, 226, 190}, {70, 120, 160}, dice.below(257));
+    canvas.fill(box, paper);
+    canvas.fill(box.inset(4, 4), lighten(paper, -30));
+    for (int dot = 0; dot < 9; ++dot) {
+        const double x = dice.between(box.left + 16, box.right - 16);
+        const double y = dice.between(box.top + 44, box.bottom - 16);
+        const double radius = dice.between(4, 12);
+        canvas.disc(x, y, radius, mix({230, 70, 60}, {250, 210, 80}, dice.below(257)), 220);
     }
-    for (double x = box.left + dice.between(0, 100); x < box.right; x += dice.between(120, 320))
-        _paint_car(canvas, x, middle - 6, dice);
-    for (double x = box.left + dice.between(0, 160); x < box.right; x += dice.between(140, 380))
-        _paint_car(canvas, x, box.bottom - 4, dice);
+    const char* text = kTexts[dice.below(5)];
+    const double fitting = kLargest * (box.width() - 2 * kMargin) / Canvas::letters_width(kLargest, text);
+    const double height = std::min(kLargest, fitting);
+    canvas.letters(box.middle() - Canvas::letters_width(height, text) / 2, box.top + 12, height, text,
+                   {250, 246, 236});
 }
 
 /** The near wall: a stone cap, bricks, and posters here and there. */
 void _paint_wall(Canvas& canvas, const Box& box, Dice& dice)
 {
-    constexpr const char* kPosters[] = {"JAZZ", "ART", "OZR 360", "OPERA", "CIRCUS"};
     paint_bricks(canvas, box, 26, 11, {142, 96, 80}, dice);
     canvas.fill({box.left, box.top, box.right, box.top + kWallCap}, {200, 194, 182});
     canvas.grain({box.left, box.top, box.right, box.top + kWallCap}, 16, dice.roll());
     canvas.fill({box.left, box.top + kWallCap, box.right, box.top + kWallCap + 4}, {40, 28, 28}, 140);
-    for (double x = box.left; x < box.right; x += 96)
+    repeat(box.left, box.right, 96, [&](double x) {
         canvas.fill({x, box.top, x + 1.4, box.top + kWallCap}, {120, 112, 104});
-    for (double x = box.left + dice.between(20, 200); x < box.right; x += dice.between(150, 340)) {
-        const Box poster = {x, box.top + 34, x + 84, box.top + 150};
-        const Rgb paper = mix({240, 226, 190}, {70, 120, 160}, dice.below(257));
-        canvas.fill(poster, paper);
-        canvas.fill(poster.inset(4, 4), lighten(paper, -30));
-        for (int dot = 0; dot < 9; ++dot)
-            canvas.disc(dice.between(poster.left + 16, poster.right - 16),
-                        dice.between(poster.top + 44, poster.bottom - 16), dice.between(4, 12),
-                        mix({230, 70, 60}, {250, 210, 80}, dice.below(257)), 220);
-        const char* text = kPosters[dice.below(5)];
-        const double height = std::min(22.0, 22.0 * 72 / Canvas::letters_width(22, text));
-        canvas.letters(poster.middle() - Canvas::letters_width(height, text) / 2, poster.top + 12, height,
-                       text, {250, 246, 236});
-    }
+    });
+    scatter(dice, box.left, box.right, 150, 340, [&](double x) {
+        _paint_poster(canvas, {x, box.top + 34, x + 84, box.top + 150}, dice);
+    });
 }
 
 }  // namespace
