@@ -1,7 +1,6 @@
 #include "log_capture.h"
 
 #include <cstdio>
-#include <regex>
 
 #include "ozr_log.h"
 
@@ -28,15 +27,6 @@ void on_debug(const char* format, va_list args)
     g_debug.push_back(formatted(format, args));
 }
 
-std::vector<std::string> rewritten(const std::vector<std::string>& lines, const char* pattern,
-                                   const char* result)
-{
-    std::vector<std::string> out;
-    for (const std::string& line : lines)
-        out.push_back(std::regex_replace(line, std::regex(pattern), result));
-    return out;
-}
-
 }  // namespace
 
 LogCapture::LogCapture()
@@ -53,12 +43,30 @@ LogCapture::~LogCapture()
     ozr_log_set_external_debug(nullptr);
 }
 
+// From "OZR_EXCEPTION(code) text @ function():line".
 std::vector<std::string> LogCapture::chain() const
 {
-    return rewritten(g_errors, R"(^OZR_EXCEPTION\((\w+)\) (.*) @ (\w+)\(\):\d+$)", "$1: $2 @ $3");
+    constexpr size_t kHead = sizeof("OZR_EXCEPTION(") - 1;
+    std::vector<std::string> lines;
+    for (const std::string& line : g_errors) {
+        const size_t close = line.find(')', kHead);
+        lines.push_back(line.substr(kHead, close - kHead) + ":" +
+                        line.substr(close + 1, line.rfind("():") - close - 1));
+    }
+    return lines;
 }
 
+// From "[tag:line] message" and a line feed; other lines as they are.
 std::vector<std::string> LogCapture::progress() const
 {
-    return rewritten(g_debug, R"(^\[(\w+):\d+\] (.*)\n$)", "$1: $2");
+    std::vector<std::string> lines;
+    for (const std::string& line : g_debug) {
+        const size_t colon = line.find(':'), close = line.find("] ");
+        if (line[0] == '[')
+            lines.push_back(line.substr(1, colon - 1) + ": " +
+                            line.substr(close + 2, line.size() - close - 3));
+        else
+            lines.push_back(line);
+    }
+    return lines;
 }
