@@ -12,7 +12,7 @@ namespace
 using Chain = std::vector<std::string>;
 
 struct Session {
-    Session() : session(new (std::nothrow_t()) panorama_t(&config)) {}
+    Session() : session(new (std::nothrow_t{}) panorama_t(&config)) {}
     panorama_t* operator->() const { return session.get(); }
 
     const ozr_config config = {};
