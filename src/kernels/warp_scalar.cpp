@@ -6,7 +6,8 @@
 namespace
 {
 
-// The sample at a byte offset; of a source without a neighbour to step back to, the nearest sample there is.
+// The sample at a byte offset; of one outside the source, which a single row or column and packed columns
+// beyond the row lead to, the nearest byte there is.
 int32_t _sample(const OzrWarp& warp, int64_t offset)
 {
     return warp.src[std::clamp<int64_t>(offset, 0, warp.last)];

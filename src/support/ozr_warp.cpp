@@ -84,10 +84,17 @@ template <class RowAt>
 void _warp(const Similarity& map, const SourcePlane& src, int32_t width, int32_t height, RowAt row_at)
 {
     const WarpRow warp_row = ozr_kernels()->warp_row;
-    const int64_t last = static_cast<int64_t>(src.pitch) * src.rows - src.pixel_bytes;
-    const OzrWarp warp = {
-        src.data, last > 0 ? last : 0, src.pitch,          src.pixel_bytes, src.columns,
-        src.rows, map.scale.value,     map.square().value, map.along.value, (0 - map.across).value};
+    OzrWarp warp = {};
+    warp.src = src.data;
+    warp.last = static_cast<int64_t>(src.pitch) * src.rows - 1;
+    warp.pitch = src.pitch;
+    warp.pixel_bytes = src.pixel_bytes;
+    warp.columns = src.columns;
+    warp.rows = src.rows;
+    warp.scale = map.scale.value;
+    warp.square = map.square().value;
+    warp.step_x = map.along.value;
+    warp.step_y = (0 - map.across).value;
     Wrap32 x = map.x_at(0, 0);
     Wrap32 y = map.y_at(0, 0);
     for (int32_t row = 0; row < height; ++row) {
