@@ -52,7 +52,13 @@ TEST(Hflip, Refuses)
         EXPECT_EQ(ozr_image_hflip(&image), ozr_err_not_supported);
         EXPECT_EQ(image.buffer.now, image.buffer.want);
     }
-    OwnedImage narrow(ozr_image_format_rgba32, 100, 10, 101);
+    // A stride shorter than a row: the last chroma row ends behind the image, though all luma rows are inside.
+    TestImage image(ozr_image_format_nv12, 8, 4, 7, 4);
+    EXPECT_EQ(ozr_image_hflip(&image), ozr_err_invalid_argument);
+    image.data = nullptr;
+    image.stride = 8;
+    EXPECT_EQ(ozr_image_hflip(&image), ozr_err_invalid_argument);
+    OwnedImage narrow(ozr_image_format_rgba32, 25, 10, 99);
     EXPECT_EQ(ozr_image_hflip(&narrow), ozr_err_invalid_argument);
     EXPECT_EQ(ozr_image_hflip(nullptr), ozr_err_invalid_argument);
 }
@@ -77,6 +83,7 @@ TEST(SampleGray, TakesEveryNthLuma)
                     OwnedImage own;
                     ozr_image& dst = reuse ? static_cast<ozr_image&>(fitting) : own;
                     const uint8_t* before = dst.data;
+                    fitting.rotation = 0;
                     ASSERT_EQ(ozr_image_sample_gray(&dst, &src, n), ozr_success);
                     EXPECT_EQ(dst.rotation, 90);
                     EXPECT_EQ(dst.format,
@@ -110,7 +117,7 @@ TEST(SampleGray, CopiesPaddingBetweenEqualStrides)
 TEST(SampleGray, Refuses)
 {
     TestImage src(ozr_image_format_gray, 8, 8, 8, 27);
-    OwnedImage dst, empty, narrow(ozr_image_format_rgba32, 100, 10, 101);
+    OwnedImage dst, empty, narrow(ozr_image_format_rgba32, 25, 10, 98);
     EXPECT_EQ(ozr_image_sample_gray(nullptr, &src, 2), ozr_err_invalid_argument);
     EXPECT_EQ(ozr_image_sample_gray(&dst, nullptr, 2), ozr_err_invalid_argument);
     EXPECT_EQ(ozr_image_sample_gray(&dst, &src, 0), ozr_err_invalid_argument);
@@ -120,7 +127,9 @@ TEST(SampleGray, Refuses)
     src.format = ozr_image_format(6);
     EXPECT_EQ(ozr_image_sample_gray(&dst, &src, 2), ozr_err_not_supported);
     EXPECT_EQ(dst.width, 4);  // shaped before the format is looked at
-    EXPECT_EQ(ozr_image_sample_gray(&dst, &narrow, 2), ozr_err_invalid_argument);
+    EXPECT_EQ(ozr_image_sample_gray(&dst, &narrow, 1), ozr_err_invalid_argument);  // 99 bytes are read
+    const TestImage exact(ozr_image_format_rgba32, 25, 10, 99, 28);
+    EXPECT_EQ(ozr_image_sample_gray(&dst, &exact, 1), ozr_success);
 }
 
 struct Warp {
@@ -253,7 +262,7 @@ TEST(WarpIntoRows, HalvesDistantPointsFirst)
             used;  // the second by hand: each point to (centre + point + 1) >> 1 while D * D > 6000000
     } rows[] = {
         {{4, 4, 30, 20, 3, 5, 33, 22}, {4, 4, 30, 20, 3, 5, 33, 22}},    // D * D = 1413721
-        {{0, 10, 39, 11, 0, 9, 60, 9}, {10, 11, 30, 11, 15, 9, 45, 9}},  // 60 apart: one round
+        {{1, 10, 39, 11, 0, 9, 60, 9}, {11, 11, 30, 11, 15, 9, 45, 9}},  // 60 apart: one round
         {{0, 10, 39, 11, -100, 9, 200, 9},
          {0, 10, 39, 11, -100, 9, 200, 9}},  // 300 apart: D * D wraps below 0
     };

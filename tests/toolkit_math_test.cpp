@@ -3,6 +3,7 @@
 
 #include <array>
 
+#include "ozr_wrap32.h"
 #include "toolkit_support.h"
 
 static bool operator==(const ozr_point& a, const ozr_point& b)
@@ -57,7 +58,7 @@ TEST(Arctan, GivesDegreesFromTheYAxis)
         {-5, 5, -45},
         {100, 1, 90},
         {-100, 1, -90},
-        {57, 1, 89},
+        {401, 7, 89},
         {58, 1, 90},
         {-1774, -1024, -120},
         {INT32_MIN, 1, 0},
@@ -234,6 +235,7 @@ TEST(WarpPoint, MapsDestinationToSource)
     for (int32_t m : wild)
         for (int32_t n : wild)  // sanitised builds see overflows
             EXPECT_LE(ozr_warp_point_by_2points(m, n, n, m, m, m, &a, &b, n, n, m, 7), ozr_success);
+    EXPECT_EQ((Wrap32(INT32_MIN) / -1).value, INT32_MIN);  // a trap in plain arithmetic
 }
 
 TEST(WarpStrength, MovesPointsAlongTheirLine)
