@@ -29,7 +29,7 @@ uint8_t _warped_pixel(const OzrWarp& warp, Wrap32 x, Wrap32 y)
     const Wrap32 p10 = _sample(warp, offset + warp.pitch);
     const Wrap32 p11 = _sample(warp, offset + warp.pitch + warp.pixel_bytes);
     const Wrap32 value = p00 + ((p10 - p00) * fy + (p01 - p00) * fx) / warp.scale +
-                         (((fx * fy) >> 4) * (p11 + p00 - p01 - p10)) / warp.square;
+                         (((fx * fy) >> kOzrWarpShift) * (p11 + p00 - p01 - p10)) / warp.square;
     return static_cast<uint8_t>(value.bits());
 }
 

@@ -6,13 +6,13 @@
 
 #include <algorithm>
 
+#include "ozr_fixed.h"
 #include "ozr_wrap32.h"
 
 namespace
 {
 
 constexpr int32_t kFullTurn = 360;
-constexpr uint32_t kTrigFracBits = 16;     // sines and cosines
 constexpr uint32_t kTangentFracBits = 10;  // tangents
 constexpr int32_t kSteepest = 58;          // tan 89 degrees: beyond it counts as 90
 

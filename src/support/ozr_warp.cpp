@@ -4,6 +4,7 @@
 // and the centres Pc, Qc rounded half up, a destination position (x, y) lies in the source at
 //   (Pc.x D + A (x - Qc.x) + B (y - Qc.y)) / D,  (Pc.y D - B (x - Qc.x) + A (y - Qc.y)) / D.
 // All of it is 32-bit arithmetic whose wrap-around belongs to the results.
+#include "ozr_fixed.h"
 #include "ozr_image.h"
 #include "ozr_image_rows.h"
 #include "ozr_kernels.h"
@@ -14,11 +15,8 @@
 namespace
 {
 
-constexpr uint32_t kSquareShift =
-    4;  // D * D and the product of two fractions lose four bits before they meet
 constexpr int32_t kLargestSquare = 6000000;  // of D * D, where products are to stay within 32 bits
 constexpr uint32_t kStrengthFracBits = 10;   // 1024 leaves the points where they are
-constexpr uint32_t kTrigFracBits = 16;
 
 Wrap32 _middle(Wrap32 a, Wrap32 b)
 {
@@ -65,7 +63,7 @@ struct Similarity {
     {
         return src.centre_y() * scale - across * (x - dst.centre_x()) + along * (y - dst.centre_y());
     }
-    Wrap32 square() const { return (scale * scale) >> kSquareShift; }
+    Wrap32 square() const { return (scale * scale) >> kOzrWarpShift; }
 };
 
 // A plane of luma samples, `pixel_bytes` apart.
