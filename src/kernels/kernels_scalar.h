@@ -10,6 +10,10 @@ void resample_yuyv_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* to
                               uint32_t step, uint32_t fraction);
 void resample_pairs_row_scalar(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
                                int32_t last_pair, uint32_t step, uint32_t fraction);
+void resample_rgb_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
+                             uint32_t step, uint32_t fraction);
+void nearest_gray_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* src, uint32_t step);
+void sample_bytes_row_scalar(uint8_t* dst, const uint8_t* src, int32_t count, int64_t step);
 void yuyv_luma_row_scalar(uint8_t* dst, const uint8_t* src, int32_t dst_width);
 void half_gray_row_scalar(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width);
 
@@ -42,5 +46,25 @@ void rotate_pairs_ccw_scalar(uint8_t* dst, int32_t dst_stride, const uint8_t* sr
                              int32_t width, int32_t height);
 
 void yvu_to_rgba_row_scalar(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, int32_t pairs);
+void yuv_to_rgba_row_scalar(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, int32_t pairs);
+void planar_to_rgba_row_scalar(uint8_t* dst, const uint8_t* luma, const uint8_t* u, const uint8_t* v,
+                               int32_t pairs);
+void yuyv_to_rgba_row_scalar(uint8_t* dst, const uint8_t* src, int32_t pairs);
+void gray_to_rgba_row_scalar(uint8_t* dst, const uint8_t* src, int32_t count);
+void rgba_to_gray_row_scalar(uint8_t* dst, const uint8_t* src, int32_t count);
+void rgba_to_luma_row_scalar(uint8_t* dst, const uint8_t* src, int32_t count, int32_t step);
+void rgba_to_uv_row_scalar(uint8_t* dst, const uint8_t* src, int32_t pairs);
+void rgba_to_vu_row_scalar(uint8_t* dst, const uint8_t* src, int32_t pairs);
+void rgba_to_u_v_rows_scalar(uint8_t* u, uint8_t* v, const uint8_t* src, int32_t pairs);
+void rgba_to_yuyv_row_scalar(uint8_t* dst, const uint8_t* src, int32_t pairs);
+
+void mirror_bytes_row_scalar(uint8_t* row, int32_t count);
+void mirror_pairs_row_scalar(uint8_t* row, int32_t bytes);
+void mirror_quads_row_scalar(uint8_t* row, int32_t count);
+
+void warp_row_scalar(uint8_t* dst, int32_t count, const OzrWarp& warp, int32_t x, int32_t y);
+void line_gray_row_scalar(uint8_t* dst, int32_t count, const OzrLine& line, int64_t x, int64_t y);
+
+void census_run_scalar(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t count);
 
 #endif

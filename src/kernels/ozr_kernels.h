@@ -2,7 +2,7 @@
 //
 // The scalar function of a kernel is its meaning; another variant is right when it gives the same bytes for every
 // input. Callers fetch the table once per image with ozr_kernels(). No kernel reads or writes outside the ranges
-// stated here, and none needs alignment. Source and destination never overlap.
+// stated here, and none needs alignment. Source and destination do not overlap unless the kernel says so.
 #ifndef OZR_KERNELS_H
 #define OZR_KERNELS_H
 
@@ -22,6 +22,16 @@ using ResampleRow = void (*)(uint8_t* dst, int32_t dst_width, const uint8_t* top
 // of them ending in the middle of a pair. Pairs beyond `last_pair` are not read: the last one stands in for them.
 using ResamplePairsRow = void (*)(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
                                   int32_t last_pair, uint32_t step, uint32_t fraction);
+
+// The same for pixels of three bytes; the right-hand neighbour of a byte stands three bytes on.
+using ResampleRgbRow = ResampleRow;
+
+// dst[x] = src[x * step >> 10], in unsigned 32 bits.
+using NearestGrayRow = void (*)(uint8_t* dst, int32_t dst_width, const uint8_t* src, uint32_t step);
+
+// dst[x] = src[x * step] for x < count; step 1 or more. `dst` may start where `src` starts: in order, no byte is
+// overwritten before it was read.
+using SampleBytesRow = void (*)(uint8_t* dst, const uint8_t* src, int32_t count, int64_t step);
 
 // dst[x] = src[2x] for x < dst_width: the luma of packed Y0 U Y1 V.
 using YuyvLumaRow = void (*)(uint8_t* dst, const uint8_t* src, int32_t dst_width);
@@ -110,6 +120,94 @@ using Rotate = void (*)(uint8_t* dst, int32_t dst_stride, const uint8_t* src, in
 //   B = (298 (Y - 16) + 516 (U - 128) + 128) >> 8, each clamped to a byte (BT.601, limited range).
 using YvuToRgbaRow = void (*)(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, int32_t pairs);
 
+// The same with pairs whose first byte is U.
+using YuvToRgbaRow = void (*)(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, int32_t pairs);
+
+// The same with the U and the V bytes in rows of their own.
+using PlanarToRgbaRow = void (*)(uint8_t* dst, const uint8_t* luma, const uint8_t* u, const uint8_t* v,
+                                 int32_t pairs);
+
+// The same from packed Y0 U Y1 V.
+using YuyvToRgbaRow = void (*)(uint8_t* dst, const uint8_t* src, int32_t pairs);
+
+// dst pixel x = src[x], src[x], src[x], 255.
+using GrayToRgbaRow = void (*)(uint8_t* dst, const uint8_t* src, int32_t count);
+
+// dst[x] = (77 R + 151 G + 28 B) >> 8 of pixel x: full range, no rounding.
+using RgbaToGrayRow = void (*)(uint8_t* dst, const uint8_t* src, int32_t count);
+
+// dst[x] = ((66 R + 128 G + 25 B + 128) >> 8) + 16 of pixel x * step: limited range, so at most 234. `dst` may start
+// where `src` starts: pixels are done in order.
+using RgbaToLumaRow = void (*)(uint8_t* dst, const uint8_t* src, int32_t count, int32_t step);
+
+// Chroma pair p is that of pixel 2p alone, not an average: U = (-38 R - 74 G + 112 B + 32896) >> 8 and
+// V = (112 R - 94 G - 18 B + 32896) >> 8, both within 16 to 240. Stored as pairs, U or V first.
+using RgbaToChromaPairsRow = void (*)(uint8_t* dst, const uint8_t* src, int32_t pairs);
+
+// The same with the U and the V bytes in rows of their own.
+using RgbaToChromaRows = void (*)(uint8_t* u, uint8_t* v, const uint8_t* src, int32_t pairs);
+
+// The same packed as Y0 U Y1 V; both pixels of a pair keep their luma.
+using RgbaToYuyvRow = void (*)(uint8_t* dst, const uint8_t* src, int32_t pairs);
+
+// --- Mirrors, warps and texture codes ---
+
+// In place: byte i changes places with byte count - 1 - i for i < count / 2.
+using MirrorBytesRow = void (*)(uint8_t* row, int32_t count);
+
+// In place: pair k, bytes 2k and 2k + 1, changes places with bytes bytes - 2 - 2k and bytes - 1 - 2k for
+// k < bytes / 4; with an odd number of bytes too, where pairs on the right start at odd bytes.
+using MirrorPairsRow = void (*)(uint8_t* row, int32_t bytes);
+
+// In place: four-byte pixel i changes places with pixel count - 1 - i for i < count / 2.
+using MirrorQuadsRow = void (*)(uint8_t* row, int32_t count);
+
+// The square of a scale and the product of two fractions lose four bits before they meet.
+constexpr uint32_t kOzrWarpShift = 4;
+
+// A similarity warp. Source positions are multiples of 1 / scale pixel; scale and square are neither 0, and scale is
+// not -1.
+struct OzrWarp {
+    const uint8_t* src;
+    int64_t last;   // offset of the last sample; offsets beyond it, or below 0, are limited to the source
+    int32_t pitch;  // bytes from one row to the next
+    int32_t pixel_bytes;  // bytes from one sample to its right-hand neighbour
+    int32_t columns;      // positions outside [0, columns) x [0, rows) give 0
+    int32_t rows;
+    int32_t scale;
+    int32_t square;  // scale * scale >> 4, wrapped
+    int32_t step_x;  // per destination column
+    int32_t step_y;
+};
+
+// `count` warped pixels from the position (x, y) on, all modulo 2^32: with the column and fraction x / scale and
+// x % scale (truncating: a position just left of 0 counts as column 0 with a negative fraction), likewise rows, and a
+// step back, with unchanged fractions, from the last column and the last row,
+//   dst = p00 + ((p10 - p00) fy + (p01 - p00) fx) / scale + ((fx fy >> 4) (p11 + p00 - p01 - p10)) / square
+// where p01 is right of p00 and p10 below it; every division truncates and the low byte is kept. `dst` may overlap the
+// source: pixels are done in order.
+using WarpRow = void (*)(uint8_t* dst, int32_t count, const OzrWarp& warp, int32_t x, int32_t y);
+
+// A straight walk over a grey picture, positions and steps in Q26.
+constexpr int32_t kOzrLineFracBits = 26;
+struct OzrLine {
+    const uint8_t* src;
+    int64_t stride;
+    int32_t width;
+    int32_t height;
+    int64_t step_x;
+    int64_t step_y;
+};
+
+// dst[i] = the pixel in column (x + i * step_x) >> 26 of row (y + i * step_y) >> 26, 0 outside the picture.
+using LineGrayRow = void (*)(uint8_t* dst, int32_t count, const OzrLine& line, int64_t x, int64_t y);
+
+// Texture codes of `count` windows of 3 x 3 pixels in rows `width` bytes apart. Window k starts at src[k]; bit
+// 3 r + c of dst[k + width + 1] tells whether 9 times its pixel in row r, column c exceeds the sum of the nine.
+// Windows are done in order, one at a time as far as anybody can see: `dst` may overlap `src`, and a variant that
+// does several at once leaves that case to the scalar one.
+using CensusRun = void (*)(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t count);
+
 struct OzrKernels {
     const char* level;
     ResampleRow resample_gray_row;
@@ -132,6 +230,25 @@ struct OzrKernels {
     Rotate rotate_pairs_cw;
     Rotate rotate_pairs_ccw;
     YvuToRgbaRow yvu_to_rgba_row;
+    YuvToRgbaRow yuv_to_rgba_row;
+    PlanarToRgbaRow planar_to_rgba_row;
+    YuyvToRgbaRow yuyv_to_rgba_row;
+    GrayToRgbaRow gray_to_rgba_row;
+    RgbaToGrayRow rgba_to_gray_row;
+    RgbaToLumaRow rgba_to_luma_row;
+    RgbaToChromaPairsRow rgba_to_uv_row;
+    RgbaToChromaPairsRow rgba_to_vu_row;
+    RgbaToChromaRows rgba_to_u_v_rows;
+    RgbaToYuyvRow rgba_to_yuyv_row;
+    ResampleRgbRow resample_rgb_row;
+    NearestGrayRow nearest_gray_row;
+    SampleBytesRow sample_bytes_row;
+    MirrorBytesRow mirror_bytes_row;
+    MirrorPairsRow mirror_pairs_row;
+    MirrorQuadsRow mirror_quads_row;
+    WarpRow warp_row;
+    LineGrayRow line_gray_row;
+    CensusRun census_run;
 };
 
 extern const OzrKernels kOzrKernelsScalar;

@@ -57,6 +57,35 @@ void resample_pairs_row_scalar(uint8_t* dst, int32_t dst_bytes, const uint8_t* t
     }
 }
 
+void resample_rgb_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
+                             uint32_t step, uint32_t fraction)
+{
+    uint32_t position = 0;
+    for (int32_t x = 0; x < dst_width; ++x) {
+        const uint32_t column = 3 * (position >> kFracBits);
+        const uint32_t fx = position & kFracMask;
+        const uint32_t right = fx != 0 ? 3 : 0;
+        for (uint32_t i = column; i < column + 3; ++i)
+            *dst++ = _interpolate(top + i, bottom + i, right, fx, fraction);
+        position += step;
+    }
+}
+
+void nearest_gray_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* src, uint32_t step)
+{
+    uint32_t position = 0;
+    for (int32_t x = 0; x < dst_width; ++x) {
+        dst[x] = src[position >> kFracBits];
+        position += step;
+    }
+}
+
+void sample_bytes_row_scalar(uint8_t* dst, const uint8_t* src, int32_t count, int64_t step)
+{
+    for (int32_t x = 0; x < count; ++x)
+        dst[x] = src[x * step];
+}
+
 void yuyv_luma_row_scalar(uint8_t* dst, const uint8_t* src, int32_t dst_width)
 {
     for (int32_t x = 0; x < dst_width; ++x)

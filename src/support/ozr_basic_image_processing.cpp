@@ -1,0 +1,199 @@
+// Resizing, cropping, subsampling and texture codes of pictures in the caller's own memory.
+//
+// The resizers share one scheme: positions in the source are Q22.10 numbers, (source size << 10) / destination size
+// apart, starting at 0. A crop is the same on a part of the picture.
+#include <stddef.h>
+
+#include "ozr_kernels.h"
+#include "ozr_plane.h"
+#include "ozr_support.h"
+
+namespace
+{
+
+constexpr uint32_t kFracBits = 10;
+constexpr uint32_t kFracMask = (1U << kFracBits) - 1;
+constexpr int32_t kRgbBytes = 3;
+// Rows, and bytes in the last of them, by which a 3 x 3 window exceeds its first byte.
+constexpr uint32_t kCensusMargin = 2;
+
+// Source and destination of a resizing; sizes in pixels, strides in bytes.
+struct Resizing {
+    uint8_t* dst;
+    int32_t dst_width;
+    int32_t dst_height;
+    int32_t dst_stride;
+    const uint8_t* src;
+    int32_t src_width;
+    int32_t src_height;
+    int32_t src_stride;
+
+    // Both sizes 1 or more. Sizes of 2^21 and more wrap around in Q22.10; as long as the outcome is not negative, all
+    // positions stay inside the source.
+    int32_t step_x() const { return _fixed(src_width) / dst_width; }
+    int32_t step_y() const { return _fixed(src_height) / dst_height; }
+
+    bool is_sound() const
+    {
+        return dst != nullptr && src != nullptr && dst_width > 0 && dst_height > 0 && src_width > 0 &&
+               src_height > 0 && step_x() >= 0 && step_y() >= 0;
+    }
+    uint8_t* dst_row(int32_t y) const { return dst + static_cast<ptrdiff_t>(y) * dst_stride; }
+    const uint8_t* src_row(uint32_t y) const { return src + static_cast<ptrdiff_t>(y) * src_stride; }
+
+    // The part of the source inside `crop`; a source of null when the crop is empty or not all inside.
+    Resizing cropped(const ozr_rect* crop, int32_t pixel_bytes) const
+    {
+        Resizing part = *this;
+        if (src == nullptr || !ozr_crop_is_inside(crop, src_width, src_height)) {
+            part.src = nullptr;
+            return part;
+        }
+        part.src +=
+            static_cast<ptrdiff_t>(crop->top) * src_stride + static_cast<ptrdiff_t>(crop->left) * pixel_bytes;
+        part.src_width = crop->right - crop->left;
+        part.src_height = crop->bottom - crop->top;
+        return part;
+    }
+
+private:
+    static int32_t _fixed(int32_t size)
+    {
+        return static_cast<int32_t>(static_cast<uint32_t>(size) << kFracBits);
+    }
+};
+
+ozr_err _resize_nearest(const Resizing& task)
+{
+    if (!task.is_sound())
+        return ozr_err_invalid_argument;
+    const NearestGrayRow nearest_row = ozr_kernels()->nearest_gray_row;
+    const uint32_t step_x = static_cast<uint32_t>(task.step_x());
+    const uint32_t step_y = static_cast<uint32_t>(task.step_y());
+    uint32_t position = 0;
+    for (int32_t y = 0; y < task.dst_height; ++y) {
+        nearest_row(task.dst_row(y), task.dst_width, task.src_row(position >> kFracBits), step_x);
+        position += step_y;
+    }
+    return ozr_success;
+}
+
+// Neither is there a next row for the last destination row, nor a right-hand neighbour for its last column: both count
+// twice instead. All others use theirs even where that lies beyond the source.
+ozr_err _resize_bilinear(const Resizing& task, ResampleRow resample_row, int32_t pixel_bytes)
+{
+    if (!task.is_sound())
+        return ozr_err_invalid_argument;
+    const uint32_t step_x = static_cast<uint32_t>(task.step_x());
+    const uint32_t step_y = static_cast<uint32_t>(task.step_y());
+    const int32_t last = task.dst_width - 1;
+    const ptrdiff_t dst_last = static_cast<ptrdiff_t>(last) * pixel_bytes;
+    const ptrdiff_t src_last =
+        static_cast<ptrdiff_t>((static_cast<uint32_t>(last) * step_x) >> kFracBits) * pixel_bytes;
+    uint32_t position = 0;
+    for (int32_t y = 0; y < task.dst_height; ++y) {
+        const uint32_t fraction = position & kFracMask;
+        const uint8_t* row = task.src_row(position >> kFracBits);
+        const uint8_t* below = y + 1 < task.dst_height && fraction != 0 ? row + task.src_stride : row;
+        uint8_t* dst = task.dst_row(y);
+        resample_row(dst, last, row, below, step_x, fraction);
+        resample_row(dst + dst_last, 1, row + src_last, below + src_last, 0, fraction);
+        position += step_y;
+    }
+    return ozr_success;
+}
+
+// Bytes from the source of one output row of sample_image_by_n to the next.
+// Kept: step_y rows only for steps other than 1 and 2, and even then less the bytes that `width` leaves over.
+int64_t _sampling_advance(int64_t width, int64_t stride, int64_t step_x, int64_t step_y)
+{
+    const int64_t consumed = width / step_x * step_x;
+    if (step_x == 1)
+        return stride + step_y - 1;
+    if (step_x == 2)
+        return consumed + (stride - width) + 2 * step_y - 2;
+    return consumed + (stride - width) + (step_y - 1) * stride;
+}
+
+}  // namespace
+
+ozr_err resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_t dst_height, int32_t dst_stride,
+                            const uint8_t* src, int32_t src_width, int32_t src_height, int32_t src_stride)
+{
+    if (dst_width == 0 || dst_height == 0 || src == nullptr || dst == nullptr)
+        return ozr_err_invalid_argument;
+    if (dst_height < 1)
+        return ozr_success;
+    return _resize_nearest({dst, dst_width, dst_height, ozr_stride_or_width(dst_stride, dst_width), src,
+                            src_width, src_height, ozr_stride_or_width(src_stride, src_width)});
+}
+
+ozr_err resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_t dst_height, int32_t dst_stride,
+                            const uint8_t* src, int32_t src_width, int32_t src_height, int32_t src_stride)
+{
+    if (dst_width == 0 || dst_height == 0)
+        return ozr_err_invalid_argument;
+    if (dst_height < 1)
+        return ozr_success;
+    return _resize_bilinear({dst, dst_width, dst_height, dst_stride, src, src_width, src_height, src_stride},
+                            ozr_kernels()->resample_gray_row, 1);
+}
+
+ozr_err sample_image_by_n(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t width, int32_t height,
+                          int32_t src_stride, int32_t step_x, int32_t step_y)
+{
+    if (step_x < 1 || step_y < 1 || src == nullptr || dst == nullptr)
+        return ozr_err_invalid_argument;
+    if (width < 1)
+        return ozr_success;
+    const int32_t out_width = width / step_x;
+    const int32_t out_height = step_x == 1 ? height : height / step_y;  // kept: step 1 gives every row
+    const int64_t dst_advance = ozr_stride_or_width(dst_stride, out_width);
+    const int64_t src_advance =
+        _sampling_advance(width, ozr_stride_or_width(src_stride, width), step_x, step_y);
+    const SampleBytesRow sample_row = ozr_kernels()->sample_bytes_row;
+    for (int32_t y = 0; y < out_height; ++y) {
+        uint8_t* dst_row = dst + static_cast<ptrdiff_t>(y * dst_advance);
+        const uint8_t* src_row = src + static_cast<ptrdiff_t>(y * src_advance);
+        if (step_x == 1)
+            ozr_memcpy_s(dst_row, static_cast<uint32_t>(width), src_row, static_cast<uint32_t>(width));
+        else
+            sample_row(dst_row, src_row, out_width, step_x);
+    }
+    return ozr_success;
+}
+
+uint32_t image2mct(const uint8_t* src, uint32_t width, uint32_t height, uint16_t* dst)
+{
+    if (src == nullptr || dst == nullptr || height <= kCensusMargin)
+        return 0;
+    const uint32_t positions = (height - kCensusMargin) * width;
+    if (positions > kCensusMargin)
+        ozr_kernels()->census_run(dst, src, width, positions - kCensusMargin);
+    return 0;
+}
+
+ozr_err crop_resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_t dst_height, int32_t dst_stride,
+                                 const uint8_t* src, int32_t src_width, int32_t src_height,
+                                 int32_t src_stride, const ozr_rect* crop)
+{
+    const Resizing whole = {dst, dst_width, dst_height, ozr_stride_or_width(dst_stride, dst_width),
+                            src, src_width, src_height, ozr_stride_or_width(src_stride, src_width)};
+    return _resize_nearest(whole.cropped(crop, 1));
+}
+
+ozr_err crop_resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_t dst_height, int32_t dst_stride,
+                                 const uint8_t* src, int32_t src_width, int32_t src_height,
+                                 int32_t src_stride, const ozr_rect* crop)
+{
+    const Resizing whole = {dst, dst_width, dst_height, dst_stride, src, src_width, src_height, src_stride};
+    return _resize_bilinear(whole.cropped(crop, 1), ozr_kernels()->resample_gray_row, 1);
+}
+
+ozr_err crop_resize_RGB(uint8_t* dst, int32_t dst_width, int32_t dst_height, int32_t dst_stride,
+                        const uint8_t* src, int32_t src_width, int32_t src_height, int32_t src_stride,
+                        const ozr_rect* crop)
+{
+    const Resizing whole = {dst, dst_width, dst_height, dst_stride, src, src_width, src_height, src_stride};
+    return _resize_bilinear(whole.cropped(crop, kRgbBytes), ozr_kernels()->resample_rgb_row, kRgbBytes);
+}

@@ -1,0 +1,210 @@
+// Conversions between pixel formats: the bytes, the chain of failure lines, and what becomes of the destination.
+#include <math.h>
+
+#include "toolkit_support.h"
+
+namespace
+{
+
+struct Yuv {
+    int y, u, v;
+};
+struct Rgb {
+    int r, g, b;
+};
+
+const ozr_image_format kFormats[] = {ozr_image_format_nv12,   ozr_image_format_yv12, ozr_image_format_gray,
+                                     ozr_image_format_rgba32, ozr_image_format_yuy2, ozr_image_format_nv21};
+const char* const kNames[] = {"nv12", "yv12", "gray", "rgba", "yuy2", "nv21"};
+ozr_err (*const kConvertTo[])(const ozr_image*, ozr_image*) = {
+    ozr_image_convert_to_nv12, ozr_image_convert_to_yv12, ozr_image_convert_to_gray,
+    ozr_image_convert_to_rgba, ozr_image_convert_to_yuy2, ozr_image_convert_to_nv21};
+
+// The sample of a pixel, straight from the description of each layout.
+Yuv yuv_at(const ozr_image& image, int x, int y)
+{
+    const int s = image.stride, h = image.height, row = y / 2;
+    const uint8_t *d = image.data, *luma = d + y * s, *pair = d + (h + row) * s + x / 2 * 2;
+    if (image.format == ozr_image_format_nv12)
+        return {luma[x], pair[0], pair[1]};
+    if (image.format == ozr_image_format_nv21)
+        return {luma[x], pair[1], pair[0]};
+    if (image.format == ozr_image_format_yv12)
+        return {luma[x], d[s * h + row * s / 2 + x / 2], d[s * h + s * h / 4 + row * s / 2 + x / 2]};
+    if (image.format == ozr_image_format_yuy2)
+        return {luma[2 * x], luma[x / 2 * 4 + 1], luma[x / 2 * 4 + 3]};
+    return {luma[x], 128, 128};
+}
+
+Rgb rgb_at(const ozr_image& image, int x, int y)
+{
+    const uint8_t* p = image.data + y * image.stride + 4 * x;
+    return {p[0], p[1], p[2]};
+}
+
+int per_256(int sum)
+{
+    return static_cast<int>(floor(sum / 256.0));
+}
+
+Rgb to_rgb(ozr_image_format format, Yuv p)
+{
+    if (format == ozr_image_format_gray)
+        return {p.y, p.y, p.y};
+    const auto byte = [](int sum) { return std::max(0, std::min(255, per_256(sum))); };
+    const int c = 298 * (p.y - 16) + 128, d = p.u - 128, e = p.v - 128;
+    return {byte(c + 409 * e), byte(c - 100 * d - 208 * e), byte(c + 516 * d)};
+}
+
+Yuv from_rgb(ozr_image_format format, Rgb p, Rgb chroma)
+{
+    if (format == ozr_image_format_gray)
+        return {per_256(77 * p.r + 151 * p.g + 28 * p.b), 128, 128};
+    return {per_256(66 * p.r + 128 * p.g + 25 * p.b + 128) + 16,
+            per_256(-38 * chroma.r - 74 * chroma.g + 112 * chroma.b + 32896),
+            per_256(112 * chroma.r - 94 * chroma.g - 18 * chroma.b + 32896)};
+}
+
+TEST(Convert, EveryPixelFollowsTheFormulas)
+{
+    // Odd strides among them: half of one is rounded down for the rows of yv12.
+    const struct {
+        int32_t width, height, padding;
+    } sizes[] = {{2, 2, 0}, {2, 6, 1}, {4, 2, 3}, {6, 4, 5}, {34, 18, 0}, {66, 10, 14}};
+    for (ozr_image_format format : kFormats)
+        for (const auto& [width, height, padding] : sizes) {
+            if (format == ozr_image_format_rgba32)
+                continue;
+            SCOPED_TRACE(testing::Message() << kNames[format] << ' ' << width << 'x' << height);
+            const int32_t stride = pixel_bytes(format) * width + padding;
+            const TestImage yuv(format, width, height, stride, 7);
+            const TestImage rgb(ozr_image_format_rgba32, width, height, 4 * width + padding, 8);
+            OwnedImage to_rgba, to_yuv(format, width, height, stride + 1);  // fits already: its stride stays
+            ASSERT_EQ(ozr_image_convert(&yuv, &to_rgba, ozr_image_format_rgba32), ozr_success);
+            ASSERT_EQ(ozr_image_convert(&rgb, &to_yuv, format), ozr_success);
+            EXPECT_EQ(to_rgba.stride, (4 * width + 15) / 16 * 16);
+            EXPECT_EQ(to_yuv.stride, stride + 1);
+            EXPECT_EQ(to_rgba.rotation, 0);
+            EXPECT_EQ(to_yuv.rotation, 33);
+            for (int y = 0; y < height; ++y)
+                for (int x = 0; x < width; ++x) {
+                    const Rgb a = to_rgb(format, yuv_at(yuv, x, y)), b = rgb_at(to_rgba, x, y);
+                    ASSERT_TRUE(a.r == b.r && a.g == b.g && a.b == b.b) << x << ',' << y;
+                    ASSERT_EQ(to_rgba.data[y * to_rgba.stride + 4 * x + 3], 255);
+                    const int top = format == ozr_image_format_yuy2 ? y : y / 2 * 2;
+                    const Yuv c = from_rgb(format, rgb_at(rgb, x, y), rgb_at(rgb, x / 2 * 2, top));
+                    const Yuv d = yuv_at(to_yuv, x, y);
+                    ASSERT_TRUE(c.y == d.y && c.u == d.u && c.v == d.v) << x << ',' << y;
+                }
+        }
+    Bytes white(16, 255);  // by hand: 234, not 235
+    const ozr_image src = {white.data(), 16, 2, 2, ozr_image_format_rgba32, 8, 0};
+    OwnedImage dst;
+    ASSERT_EQ(ozr_image_convert_to_nv12(&src, &dst), ozr_success);
+    EXPECT_EQ(dst.data[0], 234);
+    EXPECT_EQ(dst.data[2 * dst.stride], 128);
+}
+
+TEST(Convert, IdentityCopiesWithRotation)
+{
+    for (ozr_image_format format : kFormats) {
+        const TestImage src(format, 6, 4, 4 * 6 + 2, 9);
+        OwnedImage dst;
+        ASSERT_EQ(kConvertTo[format](&src, &dst), ozr_success) << kNames[format];
+        EXPECT_EQ(dst.rotation, 90);
+        for (int y = 0; y < 4; ++y)
+            EXPECT_TRUE(std::equal(src.data + y * src.stride,
+                                   src.data + y * src.stride + 6 * pixel_bytes(format),
+                                   dst.data + y * dst.stride));
+    }
+}
+
+// Converts into an image that holds something and expects the code, the lines and an empty destination.
+void expect_failure(const ozr_image* src, ozr_image_format to, ozr_err want, const std::string& text,
+                    const std::string& innermost = "")
+{
+    SCOPED_TRACE(text + " to " + kNames[to]);
+    OwnedImage dst(to, 2, 2, 0);
+    LogCapture log;
+    EXPECT_EQ(kConvertTo[to](src, &dst), want);
+    std::vector<std::string> chain = {std::string("OZR_EXCEPTION(") + ozr_err_to_string(want) + ") from " +
+                                      text + " @ ozr_image_convert_to_" + kNames[to] + "()"};
+    if (!innermost.empty())
+        chain.insert(chain.begin(), innermost);
+    EXPECT_EQ(log.lines, chain);
+    EXPECT_TRUE(dst.is_empty());
+}
+
+std::string operation(ozr_image_format to)
+{
+    return std::string("interface->to_") + kNames[to] + "(src, dst)";
+}
+
+TEST(Convert, RefusesArgumentsFormatsAndPairs)
+{
+    const char* const constants[] = {"nv12", "yv12", "gray", "rgba32", "yuy2", "nv21"};
+    const ozr_image empty = {};
+    for (ozr_image_format to : kFormats) {
+        const std::string validation =
+            std::string("validate_image_format_conversion(src, dst, ozr_image_format_") + constants[to] + ")";
+        expect_failure(nullptr, to, ozr_err_invalid_argument, validation);
+        expect_failure(&empty, to, ozr_err_invalid_argument, validation);
+        TestImage unknown(ozr_image_format_gray, 4, 2, 8, 10);
+        unknown.format = ozr_image_format(6);
+        expect_failure(&unknown, to, ozr_err_not_supported, "get_interface(src->format, &interface)");
+        for (ozr_image_format from : kFormats) {
+            const TestImage src(from, 4, 2, 8, 10);
+            if (from != to && from != ozr_image_format_rgba32 && to != ozr_image_format_rgba32)
+                expect_failure(&src, to, ozr_err_not_supported, operation(to));
+        }
+    }
+    LogCapture quiet;
+    EXPECT_EQ(ozr_image_convert_to_gray(&empty, nullptr), ozr_err_invalid_argument);
+    OwnedImage self(ozr_image_format_gray, 4, 2, 0);
+    EXPECT_EQ(ozr_image_convert_to_rgba(&self, &self), ozr_err_invalid_argument);
+}
+
+TEST(Convert, OddSizesFailWhereChromaIsShared)
+{
+    for (ozr_image_format format : kFormats)
+        for (bool to_rgba : {false, true})
+            for (int odd : {1, 2, 3}) {  // bit 0: the width, bit 1: the height
+                const int32_t width = 2 + odd % 2, height = 2 + odd / 2;
+                const ozr_image_format from = to_rgba ? format : ozr_image_format_rgba32;
+                const ozr_image_format to = to_rgba ? ozr_image_format_rgba32 : format;
+                const TestImage src(from, width, height, 4 * width, 11);
+                const bool is_yuy2 = format == ozr_image_format_yuy2;
+                OwnedImage dst;
+                if (is_12_bit(format) || (is_yuy2 && width == 3))
+                    expect_failure(&src, to, ozr_err_general, operation(to),
+                                   std::string("OZR_ASSERTis_even(src->width)") +
+                                       (is_yuy2 ? "" : " && is_even(src->height)") + " FAILED @ ozr_image_" +
+                                       kNames[from] + "_to_" + kNames[to] + "()");
+                else
+                    EXPECT_EQ(ozr_image_convert(&src, &dst, to), ozr_success);
+            }
+}
+
+TEST(Convert, AnUnknownTargetChangesNothing)
+{
+    const TestImage src(ozr_image_format_gray, 4, 2, 4, 13);
+    OwnedImage dst(ozr_image_format_gray, 3, 3, 0);
+    LogCapture log;
+    for (int32_t unknown : {-1, 6})
+        EXPECT_EQ(ozr_image_convert(&src, &dst, ozr_image_format(unknown)), ozr_err_not_supported);
+    EXPECT_TRUE(log.lines.empty());
+    EXPECT_EQ(dst.width, 3);
+}
+
+TEST(Convert, RefusesRowsThatDoNotFitTheirImage)
+{
+    LogCapture quiet;  // create accepts a stride above the width that is shorter than a row
+    OwnedImage narrow(ozr_image_format_rgba32, 25, 10, 99), dst;
+    EXPECT_EQ(ozr_image_convert_to_gray(&narrow, &dst), ozr_err_invalid_argument);
+    EXPECT_TRUE(dst.is_empty());
+    const TestImage gray(ozr_image_format_gray, 25, 10, 25, 14);
+    EXPECT_EQ(ozr_image_convert_to_rgba(&gray, &narrow), ozr_err_invalid_argument);
+    EXPECT_TRUE(narrow.is_empty());
+}
+
+}  // namespace

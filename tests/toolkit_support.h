@@ -1,0 +1,102 @@
+// What the tests of the toolkit share: guarded buffers, images around them, and captured failure lines.
+#ifndef OZR_TESTS_TOOLKIT_SUPPORT_H
+#define OZR_TESTS_TOOLKIT_SUPPORT_H
+
+#include <gtest/gtest.h>
+#include <stdio.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "ozr_image.h"
+#include "ozr_log.h"
+#include "ozr_support.h"
+
+using Bytes = std::vector<uint8_t>;
+
+inline Bytes random_bytes(int64_t count, uint32_t seed)
+{
+    std::mt19937 engine(seed);
+    Bytes bytes(static_cast<size_t>(count));
+    std::generate(bytes.begin(), bytes.end(), [&engine] { return static_cast<uint8_t>(engine() >> 11); });
+    return bytes;
+}
+
+// Random bytes as long as a plane says, so that sanitised builds see reads beyond it. A destination has guards around
+// it and knows what it should hold, which at first is what it holds.
+struct Buffer {
+    int64_t guard;
+    Bytes now, want;
+
+    explicit Buffer(int64_t size, uint32_t seed, int64_t guard_size = 0)
+        : guard(guard_size), now(random_bytes(size + 2 * guard_size, seed)), want(now)
+    {
+    }
+    uint8_t* data() { return now.data() + guard; }
+    const uint8_t* data() const { return now.data() + guard; }
+    void expect(int64_t at, int value)
+    {
+        want[static_cast<size_t>(guard + at)] = static_cast<uint8_t>(value);
+    }
+};
+
+inline bool is_12_bit(ozr_image_format format)
+{
+    return format == ozr_image_format_nv12 || format == ozr_image_format_nv21 ||
+           format == ozr_image_format_yv12;
+}
+
+inline int32_t pixel_bytes(ozr_image_format format)
+{
+    return format == ozr_image_format_rgba32 ? 4 : format == ozr_image_format_yuy2 ? 2 : 1;
+}
+
+// An image of random bytes around a buffer of the test's own.
+struct TestImage : ozr_image {
+    Buffer buffer;
+
+    TestImage(ozr_image_format f, int32_t w, int32_t h, int32_t s, uint32_t seed, int64_t guard = 0)
+        : ozr_image{nullptr, s * (is_12_bit(f) ? h + h / 2 : h), w, h, f, s, 90}, buffer(size, seed, guard)
+    {
+        data = buffer.data();
+    }
+};
+
+// An image that the library owns.
+struct OwnedImage : ozr_image {
+    OwnedImage() : ozr_image{} {}
+    OwnedImage(ozr_image_format f, int32_t w, int32_t h, int32_t s) : OwnedImage()
+    {
+        EXPECT_EQ(ozr_image_create(this, w, h, s, f, 33), ozr_success);
+    }
+    OwnedImage(const OwnedImage&) = delete;
+    OwnedImage& operator=(const OwnedImage&) = delete;
+    ~OwnedImage() { ozr_image_destroy(this); }
+    bool is_empty() const
+    {
+        return data == nullptr && !size && !width && !height && !format && !stride && !rotation;
+    }
+};
+
+// Collects the error lines of its lifetime, without their line numbers.
+struct LogCapture {
+    inline static std::vector<std::string> lines;
+
+    LogCapture()
+    {
+        lines.clear();
+        ozr_log_set_external_error(&LogCapture::on_error);
+    }
+    ~LogCapture() { ozr_log_set_external_error(nullptr); }
+    static void on_error(const char* format, va_list args) __attribute__((format(printf, 1, 0)))
+    {
+        char text[1024];
+        vsnprintf(text, sizeof(text), format, args);
+        const std::string line(text);
+        lines.push_back(line.substr(0, line.rfind(':')));
+    }
+};
+
+#endif
