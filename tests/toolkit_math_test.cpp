@@ -3,6 +3,7 @@
 
 #include <array>
 
+#include "ozr_trig_tables.h"
 #include "ozr_wrap32.h"
 #include "toolkit_support.h"
 
