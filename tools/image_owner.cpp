@@ -1,0 +1,41 @@
+// Between the program's pictures and the library's images.
+#include "image_owner.h"
+
+#include "program_error.h"
+
+#include <new>
+#include <string.h>
+
+ImageOwner::ImageOwner(int32_t width, int32_t height)
+{
+    if (ozr_image_create(&image_, width, height, 0, ozr_image_format_nv12, 0) != ozr_success)
+        throw std::bad_alloc();
+}
+
+void convert_to_nv12(const Picture& picture, ozr_image* nv12)
+{
+    // A view of the picture; the library only reads it.
+    ozr_image view = {};
+    view.data = const_cast<uint8_t*>(picture.rgba.data());
+    view.width = picture.width & ~1;
+    view.height = picture.height & ~1;
+    view.format = ozr_image_format_rgba32;
+    view.stride = picture.width * 4;
+    view.size = view.stride * view.height;
+    const ozr_err error = ozr_image_convert_to_nv12(&view, nv12);
+    if (error != ozr_success)
+        fail("the conversion to NV12 failed (%s)", ozr_err_to_string(error));
+}
+
+Picture convert_to_picture(const ozr_image& nv12)
+{
+    ImageOwner rgba;
+    const ozr_err error = ozr_image_convert_to_rgba(&nv12, rgba.get());
+    if (error != ozr_success)
+        fail("the conversion to RGBA failed (%s)", ozr_err_to_string(error));
+    Picture picture(nv12.width, nv12.height);
+    for (int32_t y = 0; y < picture.height; ++y)
+        memcpy(picture.row(y), rgba.get()->data + static_cast<ptrdiff_t>(y) * rgba.get()->stride,
+               static_cast<size_t>(picture.width) * 4);
+    return picture;
+}

@@ -1,0 +1,191 @@
+// The command line of ozr-pano.
+#include "commands.h"
+#include "picture_io.h"
+#include "program_error.h"
+
+#include <CLI/CLI.hpp>
+
+#include <errno.h>
+#include <new>
+#include <stdio.h>
+#include <string.h>
+
+namespace
+{
+
+constexpr int kExitFailure = 1, kExitUsage = 2;
+
+using DirectionNames = std::vector<std::pair<std::string, ozr_panorama_direction>>;
+
+const DirectionNames& _directions()
+{
+    static const DirectionNames names = {{"right", ozr_panorama_direction_right},
+                                         {"left", ozr_panorama_direction_left},
+                                         {"down", ozr_panorama_direction_down},
+                                         {"up", ozr_panorama_direction_up}};
+    return names;
+}
+
+DirectionNames _directions_and_auto()
+{
+    DirectionNames names = _directions();
+    names.emplace_back("auto", ozr_panorama_direction_auto);
+    return names;
+}
+
+std::string _banner()
+{
+    ozr_config config;
+    ozr_panorama_get_default_config(&config);
+    return config.description;
+}
+
+void _add_direction(CLI::App* command, ozr_panorama_direction* direction, const DirectionNames& names)
+{
+    std::string choice;
+    for (const auto& name : names)
+        choice += (choice.empty() ? "" : "|") + name.first;
+    command->add_option("-d,--direction", *direction, "Where the camera pans")
+        ->transform(CLI::CheckedTransformer(names).description(""))
+        ->option_text(choice + " [" + direction_name(*direction) + "]");
+}
+
+void _add_overlap(CLI::App* command, int32_t* overlap)
+{
+    command->add_option("--overlap", *overlap, "Overlap of neighbouring pictures in percent, 50 to 90")
+        ->option_text("P [" + std::to_string(*overlap) + "]");
+}
+
+void _add_common(CLI::App* command, CommonOptions* options, const char* output)
+{
+    options->output = output;
+    command->add_option("-o,--output", options->output, "The panorama's file: .png, .jpg or .jpeg")
+        ->check([](const std::string& path) {
+            return is_picture_name(path) ? std::string() : path + " does not end in .png, .jpg or .jpeg";
+        })
+        ->option_text("FILE [" + options->output + "]");
+    command->add_option("--quality", options->quality, "Quality of a JPEG, 1 to 100")
+        ->check(CLI::Range(1, 100))
+        ->option_text("Q [" + std::to_string(options->quality) + "]");
+    command->add_flag("--json", options->json, "Print the summary as JSON");
+    command->add_flag("--verbose", options->verbose, "Show the library's log on standard error");
+}
+
+/** A side of a demo picture: even, and neither too small to be aligned nor larger than a scene is painted for. */
+bool _parse_side(const std::string& digits, int32_t* side)
+{
+    constexpr int32_t kMinSide = 96, kMaxSide = 4096;
+    if (digits.empty() || digits.size() > 4 || digits.find_first_not_of("0123456789") != std::string::npos)
+        return false;
+    *side = std::stoi(digits);
+    return *side >= kMinSide && *side <= kMaxSide && *side % 2 == 0;
+}
+
+void _add_size(CLI::App* command, const char* name, Size* size, const char* description,
+               const std::string& preset)
+{
+    const auto parse = [name, size](const std::string& text) {
+        const size_t cross = text.find('x');
+        if (cross == std::string::npos || !_parse_side(text.substr(0, cross), &size->width) ||
+            !_parse_side(text.substr(cross + 1), &size->height))
+            throw CLI::ValidationError(name,
+                                       text + " is no size: write 1280x960, even numbers of 96 to 4096");
+    };
+    command->add_option_function<std::string>(name, parse, description)->option_text("WxH [" + preset + "]");
+}
+
+CLI::App* _add_demo(CLI::App* app, DemoOptions* options)
+{
+    CLI::App* command = app->add_subcommand("demo", "Sweep a simulated camera across a painted scene");
+    _add_common(command, options, "panorama.png");
+    _add_direction(command, &options->direction, _directions());
+    command->add_option("-n,--pictures", options->pictures, "How many pictures to take, 1 to 10")
+        ->check(CLI::Range(1, 10))
+        ->option_text("N [" + std::to_string(options->pictures) + "]");
+    _add_size(command, "--size", &options->size, "Size of the pictures", "1280x960");
+    _add_size(command, "--preview", &options->preview, "Size of the preview frames, of the same shape",
+              "640x480, or so");
+    command->add_option("--seed", options->seed, "Another number gives another scene and another hand")
+        ->option_text("S [" + std::to_string(options->seed) + "]");
+    return command;
+}
+
+CLI::App* _add_stitch(CLI::App* app, StitchOptions* options)
+{
+    CLI::App* command = app->add_subcommand("stitch", "Stitch pictures that were taken by panning");
+    _add_common(command, options, "panorama.jpg");
+    _add_direction(command, &options->direction, _directions());
+    _add_overlap(command, &options->overlap);
+    command
+        ->add_option("pictures", options->pictures,
+                     "1 to 10 JPEG or PNG files of one size, in the order of the sweep")
+        ->required()
+        ->option_text("PICTURES...");
+    return command;
+}
+
+CLI::App* _add_video(CLI::App* app, VideoOptions* options)
+{
+    CLI::App* command = app->add_subcommand("video", "Make a panorama of a panning video");
+    _add_common(command, options, "panorama.png");
+    _add_direction(command, &options->direction, _directions_and_auto());
+    _add_overlap(command, &options->overlap);
+    command->add_option("clip", options->clip, "YUV4MPEG2 stream in 4:2:0; - reads standard input")
+        ->required()
+        ->option_text("CLIP.y4m|-");
+    command->footer("Other formats by way of a pipe:\n"
+                    "  ffmpeg -i clip.mp4 -pix_fmt yuv420p -f yuv4mpegpipe - | ozr-pano video -");
+    return command;
+}
+
+int _run(int argc, char** argv)
+{
+    CLI::App app("Panoramas from a camera's sweep.", "ozr-pano");
+    app.set_version_flag("--version", _banner());
+    app.require_subcommand(1);
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return std::string("ozr-pano: ") + error.what() + " (--help shows the usage)\n";
+    });
+    DemoOptions demo;
+    StitchOptions stitch;
+    VideoOptions video;
+    const CLI::App* demo_command = _add_demo(&app, &demo);
+    const CLI::App* stitch_command = _add_stitch(&app, &stitch);
+    _add_video(&app, &video);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : kExitUsage;
+    }
+    if (demo_command->parsed())
+        run_demo(demo);
+    else if (stitch_command->parsed())
+        run_stitch(stitch);
+    else
+        run_video(video);
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    int status = kExitFailure;
+    try {
+        status = _run(argc, argv);
+    } catch (const UsageError& error) {
+        say("%s", error.what());
+        return kExitUsage;
+    } catch (const ProgramError& error) {
+        say("%s", error.what());
+        return kExitFailure;
+    } catch (const std::bad_alloc&) {
+        say("out of memory");
+        return kExitFailure;
+    }
+    if (fflush(stdout) != 0) {
+        say("standard output: %s", strerror(errno));
+        return kExitFailure;
+    }
+    return status;
+}

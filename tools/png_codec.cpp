@@ -1,0 +1,81 @@
+// PNG by libpng's simplified interface: it returns on failure and turns every kind of PNG into 8-bit RGBA.
+#include "png_codec.h"
+
+#include "exif.h"
+#include "program_error.h"
+
+#include <png.h>
+#include <string.h>
+
+namespace
+{
+
+constexpr uint8_t kSignature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+constexpr size_t kChunkHeaderBytes = 8, kChunkCheckBytes = 4;
+
+/** png_image with its release. */
+struct PngImage {
+    png_image image = {};
+
+    PngImage() { image.version = PNG_IMAGE_VERSION; }
+    PngImage(const PngImage&) = delete;
+    PngImage& operator=(const PngImage&) = delete;
+    ~PngImage() { png_image_free(&image); }
+};
+
+/** The simplified interface does not show the eXIf chunk, so the chunks are walked here. */
+int _orientation(const std::vector<uint8_t>& file)
+{
+    size_t position = sizeof(kSignature);
+    while (position + kChunkHeaderBytes <= file.size()) {
+        const uint8_t* header = file.data() + position;
+        const size_t length = png_get_uint_32(header);
+        position += kChunkHeaderBytes;
+        if (length > file.size() - position)
+            break;
+        if (memcmp(header + 4, "eXIf", 4) == 0)
+            return exif_orientation(file.data() + position, length);
+        position += length + kChunkCheckBytes;
+    }
+    return 1;
+}
+
+}  // namespace
+
+bool looks_like_png(const std::vector<uint8_t>& file)
+{
+    return file.size() >= sizeof(kSignature) && memcmp(file.data(), kSignature, sizeof(kSignature)) == 0;
+}
+
+Picture decode_png(const std::vector<uint8_t>& file)
+{
+    PngImage png;
+    if (png_image_begin_read_from_memory(&png.image, file.data(), file.size()) == 0)
+        fail("broken PNG: %s", png.image.message);
+    if (!is_sane_picture_size(png.image.width, png.image.height))
+        fail("%ux%u pixels are too many", png.image.width, png.image.height);
+    png.image.format = PNG_FORMAT_RGBA;
+    Picture picture(static_cast<int32_t>(png.image.width), static_cast<int32_t>(png.image.height));
+    if (png_image_finish_read(&png.image, nullptr, picture.rgba.data(), 0, nullptr) == 0)
+        fail("broken PNG: %s", png.image.message);
+    return turn_upright(std::move(picture), _orientation(file));
+}
+
+std::vector<uint8_t> encode_png(const Picture& picture)
+{
+    std::vector<uint8_t> rgb;
+    rgb.reserve(picture.rgba.size() / 4 * 3);
+    for (size_t i = 0; i < picture.rgba.size(); i += 4)
+        rgb.insert(rgb.end(), &picture.rgba[i], &picture.rgba[i] + 3);
+
+    PngImage png;
+    png.image.width = static_cast<png_uint_32>(picture.width);
+    png.image.height = static_cast<png_uint_32>(picture.height);
+    png.image.format = PNG_FORMAT_RGB;
+    std::vector<uint8_t> file(PNG_IMAGE_PNG_SIZE_MAX(png.image));
+    png_alloc_size_t size = file.size();
+    if (png_image_write_to_memory(&png.image, file.data(), &size, 0, rgb.data(), 0, nullptr) == 0)
+        fail("cannot be stored as PNG: %s", png.image.message);
+    file.resize(size);
+    return file;
+}
