@@ -176,10 +176,11 @@ Picture decode_jpeg(const std::vector<uint8_t>& file)
         fail("a JPEG in CMYK colours is not supported");
     if (!is_sane_picture_size(header.image_width, header.image_height))
         fail("%ux%u pixels are too many", header.image_width, header.image_height);
+    const int orientation = decoder.orientation();  // libjpeg drops the markers with the last row
     Picture picture(static_cast<int32_t>(header.image_width), static_cast<int32_t>(header.image_height));
     if (!decoder.read_pixels(&picture))
         fail("broken JPEG: %s", decoder.error.text);
-    return turn_upright(std::move(picture), decoder.orientation());
+    return turn_upright(std::move(picture), orientation);
 }
 
 std::vector<uint8_t> encode_jpeg(const Picture& picture, int quality)

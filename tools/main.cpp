@@ -15,23 +15,9 @@ namespace
 
 constexpr int kExitFailure = 1, kExitUsage = 2;
 
-using DirectionNames = std::vector<std::pair<std::string, ozr_panorama_direction>>;
-
-const DirectionNames& _directions()
-{
-    static const DirectionNames names = {{"right", ozr_panorama_direction_right},
-                                         {"left", ozr_panorama_direction_left},
-                                         {"down", ozr_panorama_direction_down},
-                                         {"up", ozr_panorama_direction_up}};
-    return names;
-}
-
-DirectionNames _directions_and_auto()
-{
-    DirectionNames names = _directions();
-    names.emplace_back("auto", ozr_panorama_direction_auto);
-    return names;
-}
+const std::vector<ozr_panorama_direction> kDirections = {
+    ozr_panorama_direction_right, ozr_panorama_direction_left, ozr_panorama_direction_down,
+    ozr_panorama_direction_up};
 
 std::string _banner()
 {
@@ -40,14 +26,23 @@ std::string _banner()
     return config.description;
 }
 
-void _add_direction(CLI::App* command, ozr_panorama_direction* direction, const DirectionNames& names)
+void _add_direction(CLI::App* command, ozr_panorama_direction* direction,
+                    const std::vector<ozr_panorama_direction>& choices)
 {
-    std::string choice;
-    for (const auto& name : names)
-        choice += (choice.empty() ? "" : "|") + name.first;
-    command->add_option("-d,--direction", *direction, "Where the camera pans")
-        ->transform(CLI::CheckedTransformer(names).description(""))
-        ->option_text(choice + " [" + direction_name(*direction) + "]");
+    std::string names;
+    for (const ozr_panorama_direction choice : choices)
+        names += (names.empty() ? "" : "|") + std::string(direction_name(choice));
+    const auto parse = [direction, choices, names](const std::string& text) {
+        for (const ozr_panorama_direction choice : choices) {
+            if (text == direction_name(choice)) {
+                *direction = choice;
+                return;
+            }
+        }
+        throw CLI::ValidationError("--direction", text + " is none of " + names);
+    };
+    command->add_option_function<std::string>("-d,--direction", parse, "Where the camera pans")
+        ->option_text(names + " [" + direction_name(*direction) + "]");
 }
 
 void _add_overlap(CLI::App* command, int32_t* overlap)
@@ -98,7 +93,7 @@ CLI::App* _add_demo(CLI::App* app, DemoOptions* options)
 {
     CLI::App* command = app->add_subcommand("demo", "Sweep a simulated camera across a painted scene");
     _add_common(command, options, "panorama.png");
-    _add_direction(command, &options->direction, _directions());
+    _add_direction(command, &options->direction, kDirections);
     command->add_option("-n,--pictures", options->pictures, "How many pictures to take, 1 to 10")
         ->check(CLI::Range(1, 10))
         ->option_text("N [" + std::to_string(options->pictures) + "]");
@@ -114,7 +109,7 @@ CLI::App* _add_stitch(CLI::App* app, StitchOptions* options)
 {
     CLI::App* command = app->add_subcommand("stitch", "Stitch pictures that were taken by panning");
     _add_common(command, options, "panorama.jpg");
-    _add_direction(command, &options->direction, _directions());
+    _add_direction(command, &options->direction, kDirections);
     _add_overlap(command, &options->overlap);
     command
         ->add_option("pictures", options->pictures,
@@ -128,7 +123,9 @@ CLI::App* _add_video(CLI::App* app, VideoOptions* options)
 {
     CLI::App* command = app->add_subcommand("video", "Make a panorama of a panning video");
     _add_common(command, options, "panorama.png");
-    _add_direction(command, &options->direction, _directions_and_auto());
+    std::vector<ozr_panorama_direction> directions = kDirections;
+    directions.push_back(ozr_panorama_direction_auto);
+    _add_direction(command, &options->direction, directions);
     _add_overlap(command, &options->overlap);
     command->add_option("clip", options->clip, "YUV4MPEG2 stream in 4:2:0; - reads standard input")
         ->required()

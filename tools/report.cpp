@@ -1,62 +1,75 @@
 // The summary of a run, as text and as JSON.
 #include "report.h"
 
+#include <algorithm>
 #include <stdio.h>
 
 namespace
 {
 
-void _print_picture(const PictureEntry& picture, size_t index, size_t name_width)
+/** The offsets of the pictures, where they were measured. */
+void _print_table(const std::vector<PictureEntry>& pictures)
 {
-    printf("%7zu  %-*s", index, static_cast<int>(name_width), picture.source.c_str());
-    if (picture.has_offset)
-        printf("  %+6d %+5d", picture.offset.x, picture.offset.y);
-    if (picture.has_truth)
-        printf("   %+8.1f %+6.1f   %+6.1f %+6.1f", picture.truth_x, picture.truth_y,
-               picture.offset.x - picture.truth_x, picture.offset.y - picture.truth_y);
-    putchar('\n');
+    const bool with_truth = pictures.back().has_truth;
+    printf("picture  from        offset (x y)%s\n", with_truth ? "     truth (x y)       error (x y)" : "");
+    for (size_t i = 0; i < pictures.size(); ++i) {
+        const PictureEntry& picture = pictures[i];
+        printf("%7zu  %s", i, picture.source.c_str());
+        if (picture.has_offset)
+            printf("%*s%+6d %+5d", std::max(12 - static_cast<int>(picture.source.size()), 1), "",
+                   picture.offset.x, picture.offset.y);
+        if (picture.has_truth)
+            printf("   %+7.1f %+6.1f   %+7.1f %+6.1f", picture.truth_x, picture.truth_y,
+                   picture.offset.x - picture.truth_x, picture.offset.y - picture.truth_y);
+        putchar('\n');
+    }
 }
 
-void _print_table(const Report& report)
+void _print_text(const Report& report)
 {
-    size_t name_width = 5;
-    bool offsets = false, truths = false;
-    for (const PictureEntry& picture : report.pictures) {
-        name_width = std::max(name_width, picture.source.size());
-        offsets |= picture.has_offset;
-        truths |= picture.has_truth;
-    }
     printf("%s: direction %s, %zu pictures of %dx%d", report.command.c_str(),
            direction_name(report.direction), report.pictures.size(), report.picture_width,
            report.picture_height);
     if (report.previews > 0)
         printf(", %d previews", report.previews);
-    printf("\npicture  %-*s%s%s\n", static_cast<int>(name_width), "from", offsets ? "  offset (x y)" : "",
-           truths ? "   truth (x y)        error (x y)" : "");
-    for (size_t i = 0; i < report.pictures.size(); ++i)
-        _print_picture(report.pictures[i], i, name_width);
+    putchar('\n');
+    if (report.pictures.back().has_offset)
+        _print_table(report.pictures);
+    printf("panorama %dx%d from %d of %zu pictures\n", report.width, report.height, report.pictures_used,
+           report.pictures.size());
+    const char* separator = "time";
+    for (const Report::Stage& stage : report.stages) {
+        printf("%s %s %.0f ms", separator, stage.name.c_str(), stage.time.count());
+        separator = ",";
+    }
+    printf("\nwritten to %s\n", report.output.c_str());
 }
 
 /** Length of the well-formed UTF-8 sequence at text[i], 0 if there is none. */
 size_t _utf8_length(const std::string& text, size_t i)
 {
     const auto byte = [&](size_t at) { return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U; };
-    const unsigned first = byte(i);
-    const size_t length = first < 0x80                    ? 1
-                          : first >= 0xC2 && first < 0xE0 ? 2
-                          : first >= 0xE0 && first < 0xF0 ? 3
-                          : first >= 0xF0 && first < 0xF5 ? 4
-                                                          : 0;
-    for (size_t k = 1; k < length; ++k) {
-        if ((byte(i + k) & 0xC0) != 0x80)
+    // Ranges of the first and of the second byte: no overlong forms, no surrogates, nothing beyond the last plane.
+    static constexpr struct {
+        unsigned first_low, first_high, second_low, second_high;
+        size_t length;
+    } kForms[] = {
+        {0x00, 0x7F, 0x00, 0xFF, 1}, {0xC2, 0xDF, 0x80, 0xBF, 2}, {0xE0, 0xE0, 0xA0, 0xBF, 3},
+        {0xE1, 0xEC, 0x80, 0xBF, 3}, {0xED, 0xED, 0x80, 0x9F, 3}, {0xEE, 0xEF, 0x80, 0xBF, 3},
+        {0xF0, 0xF0, 0x90, 0xBF, 4}, {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4},
+    };
+    for (const auto& form : kForms) {
+        if (byte(i) < form.first_low || byte(i) > form.first_high)
+            continue;
+        if (byte(i + 1) < form.second_low || byte(i + 1) > form.second_high)
             return 0;
+        for (size_t k = 2; k < form.length; ++k) {
+            if ((byte(i + k) & 0xC0) != 0x80)
+                return 0;
+        }
+        return form.length;
     }
-    // Overlong forms, surrogates and what lies beyond the last plane.
-    const unsigned second = byte(i + 1);
-    if ((first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
-        (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F))
-        return 0;
-    return length;
+    return 0;
 }
 
 /** A JSON string; file names may hold any bytes, what is no UTF-8 becomes the replacement character. */
@@ -145,17 +158,8 @@ const char* direction_name(ozr_panorama_direction direction)
 
 void print_report(const Report& report, bool json)
 {
-    if (json) {
+    if (json)
         _print_json(report);
-        return;
-    }
-    _print_table(report);
-    printf("panorama %dx%d from %d of %zu pictures\n", report.width, report.height, report.pictures_used,
-           report.pictures.size());
-    const char* separator = "time";
-    for (const Report::Stage& stage : report.stages) {
-        printf("%s %s %.0f ms", separator, stage.name.c_str(), stage.time.count());
-        separator = ",";
-    }
-    printf("\nwritten to %s\n", report.output.c_str());
+    else
+        _print_text(report);
 }

@@ -11,7 +11,8 @@ constexpr double kCityGround = 214, kCityHorizon = 150, kPeaks = -270, kRoofLimi
 
 // The tower: units of open sky above the roof, and its shape.
 constexpr double kTowerSky = 560;
-constexpr double kTowerHalfWidth = 400, kSetBack = 30, kSectionHeight = 620;
+constexpr double kTowerHalfWidth = 310, kTowerTopHalfWidth = 190, kSetBack = 22;
+constexpr double kMinSection = 330, kMaxSection = 520;
 
 void _paint_houses(Canvas& canvas, double from, double to, double top, double ground, Dice& dice)
 {
@@ -30,9 +31,10 @@ void _paint_tower_shaft(Canvas& canvas, double roof, double street, Dice& dice)
     paint_shop(canvas, {-kTowerHalfWidth, street - kShop, kTowerHalfWidth, street}, dice);
     double bottom = street - kShop, half_width = kTowerHalfWidth;
     for (uint32_t section = 0; bottom > roof; ++section) {
-        const double rest = bottom - roof;
-        const Box wall = {-half_width, rest > 1.4 * kSectionHeight ? bottom - kSectionHeight : roof,
-                          half_width, bottom};
+        const double height = dice.between(kMinSection, kMaxSection);
+        // What is left above is a section of its own or belongs to this one.
+        const double top = bottom - height - kMinSection > roof ? bottom - height : roof;
+        const Box wall = {-half_width, top, half_width, bottom};
         paint_roof(canvas, wall, dice);
         paint_facade(canvas, wall, kOrder[section % 4], dice);
         canvas.fill({wall.right - 26, wall.top, wall.right, wall.bottom}, {26, 24, 34}, 80);
@@ -41,7 +43,7 @@ void _paint_tower_shaft(Canvas& canvas, double roof, double street, Dice& dice)
             paint_hanging_sign(canvas, wall.left + wall.width() * dice.between(0.05, 0.9), wall.top + 130, 34,
                                kSigns[section % 4], mix({176, 36, 44}, {34, 70, 130}, dice.below(257)));
         bottom = wall.top;
-        half_width = std::max(half_width - kSetBack, 200.0);
+        half_width = std::max(half_width - kSetBack, kTowerTopHalfWidth);
     }
 }
 
@@ -71,7 +73,6 @@ Canvas paint_city(double along, double across, double scale, uint32_t seed)
     paint_mountains(canvas, {0, kPeaks, along, kCityGround}, dice.roll());
     paint_far_buildings(canvas, {0, -40, along, kCityGround}, dice);
     _paint_houses(canvas, -40, along, kRoofLimit, kCityGround, dice);
-    paint_cloud_shadows(canvas, {0, kRoofLimit, along, kCityGround}, dice.roll());
     paint_street(canvas, {0, kCityGround, along, std::max(all.bottom, kCityGround)}, dice);
     for (double x = dice.between(0, 120); x < along; x += dice.between(110, 300)) {
         paint_tree(canvas, x, kCityGround + 12, dice.between(120, 190), dice);
@@ -93,7 +94,6 @@ Canvas paint_tower(double along, double across, double street, double scale, uin
     _paint_houses(canvas, kTowerHalfWidth + 14, all.right, neighbours, street, dice);
     const double roof = std::min(kTowerSky, street / 2);
     _paint_tower_shaft(canvas, roof, street, dice);
-    paint_cloud_shadows(canvas, {all.left, roof, all.right, street}, dice.roll());
     _paint_clock(canvas, 0, roof + 120, 74);
     paint_street(canvas, {all.left, street, all.right, along}, dice);
     for (double x = all.left + dice.between(0, 120); x < all.right; x += dice.between(170, 330)) {

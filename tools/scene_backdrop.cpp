@@ -73,15 +73,6 @@ void paint_sky(Canvas& canvas, const Box& box, double horizon, uint32_t seed)
     });
 }
 
-void paint_cloud_shadows(Canvas& canvas, const Box& box, uint32_t seed)
-{
-    constexpr int32_t kSteps = 64;
-    canvas.shade(box, [&](double x, double y, Rgb below) {
-        const uint32_t noise = fractal_noise(noise_place(x, 170), noise_place(y, 170), 3, seed);
-        return lighten(below, (static_cast<int32_t>(noise) - 34000) * kSteps / 32768);
-    });
-}
-
 void paint_sun(Canvas& canvas, double x, double y)
 {
     constexpr double kGlow = 210;

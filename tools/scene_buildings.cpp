@@ -131,6 +131,17 @@ void _paint_stone_wall(Canvas& canvas, const Box& box, Dice& dice)
     });
 }
 
+/** Light and shade that drift over all walls, so that rows of equal windows differ from one another. */
+void _paint_shade(Canvas& canvas, const Box& box)
+{
+    constexpr int32_t kSteps = 70;
+    constexpr uint32_t kSeed = 0x5AD;
+    canvas.shade(box, [&](double x, double y, Rgb below) {
+        const uint32_t noise = fractal_noise(noise_place(x, 170), noise_place(y, 170), 3, kSeed);
+        return lighten(below, (static_cast<int32_t>(noise) - 34000) * kSteps / 32768);
+    });
+}
+
 void _paint_tank(Canvas& canvas, double x, double roof, Dice& dice)
 {
     const Rgb wood = {122, 92, 68};
@@ -171,14 +182,19 @@ void paint_facade(Canvas& canvas, const Box& box, Facade facade, Dice& dice)
 {
     switch (facade) {
     case Facade::brick:
-        return _paint_brick_wall(canvas, box, dice);
+        _paint_brick_wall(canvas, box, dice);
+        break;
     case Facade::glass:
-        return _paint_glass_wall(canvas, box, dice);
+        _paint_glass_wall(canvas, box, dice);
+        break;
     case Facade::plaster:
-        return _paint_plaster_wall(canvas, box, dice);
+        _paint_plaster_wall(canvas, box, dice);
+        break;
     case Facade::stone:
-        return _paint_stone_wall(canvas, box, dice);
+        _paint_stone_wall(canvas, box, dice);
+        break;
     }
+    _paint_shade(canvas, box);
 }
 
 void paint_shop(Canvas& canvas, const Box& box, Dice& dice)

@@ -7,9 +7,6 @@
 /** Blue to the golden haze at the horizon, with clouds. @param box  to paint. @param horizon  y of the haze. */
 void paint_sky(Canvas& canvas, const Box& box, double horizon, uint32_t seed);
 
-/** Light and shade that move over everything, so that walls of equal windows do not repeat. */
-void paint_cloud_shadows(Canvas& canvas, const Box& box, uint32_t seed);
-
 /** The sun with its glow. */
 void paint_sun(Canvas& canvas, double x, double y);
 

@@ -1,0 +1,464 @@
+// ozr-pano as its users meet it: exit codes, messages, files. The readers of foreign bytes are also called directly.
+#include "camera.h"
+#include "exif.h"
+#include "file_io.h"
+#include "image_owner.h"
+#include "jpeg_codec.h"
+#include "picture_io.h"
+#include "png_codec.h"
+#include "program_error.h"
+#include "scene.h"
+#include "y4m.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <math.h>
+#include <set>
+#include <stdlib.h>
+#include <string.h>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+constexpr int32_t kWidth = 320, kHeight = 240;
+constexpr double kFocal = 345;  // of the projection for 320 pixels: 10 * 345 / 10
+
+struct Outcome {
+    int status;  // exit code, -1 after a signal
+    std::string out, err;
+};
+
+std::string _text_of(const std::string& path)
+{
+    const std::vector<uint8_t> bytes = read_file(path);
+    return std::string(bytes.begin(), bytes.end());
+}
+
+void _write_text(const std::string& path, const std::string& text)
+{
+    write_file_whole(path, reinterpret_cast<const uint8_t*>(text.data()), text.size());
+}
+
+/** Frames of the painted city, taken by a camera that pans to the right. */
+class Pan
+{
+public:
+    explicit Pan(int32_t width = kWidth, int32_t height = kHeight)
+        : surroundings_(paint_city(2.6 * kSceneUnitsPerRadian, 1200, kFocal / kSceneUnitsPerRadian, 3),
+                        kFocal, false),
+          image_(width, height)
+    {
+    }
+
+    const ozr_image& look(double radians)
+    {
+        const Lens lens = {image_.get()->width, image_.get()->height, kFocal, false};
+        surroundings_.photograph(lens, {0.55 + radians, 0, 0}, image_.get());
+        return *image_.get();
+    }
+
+private:
+    Surroundings surroundings_;
+    ImageOwner image_;
+};
+
+/** A stream of such frames; with an odd size the last column and row repeat their neighbours. */
+std::string _stream(const std::string& header, int frames, int32_t width, int32_t height)
+{
+    Pan pan;
+    std::string stream = "YUV4MPEG2 " + header + "\n";
+    for (int i = 0; i < frames; ++i) {
+        const ozr_image& image = pan.look(i * 0.0087);
+        stream += "FRAME\n";
+        for (int32_t y = 0; y < height; ++y) {
+            for (int32_t x = 0; x < width; ++x)
+                stream += static_cast<char>(
+                    image.data[std::min(y, kHeight - 1) * image.stride + std::min(x, kWidth - 1)]);
+        }
+        for (int channel = 0; channel < 2; ++channel) {
+            for (int32_t y = 0; y < (height + 1) / 2; ++y) {
+                const uint8_t* row = image.data + (kHeight + std::min(y, kHeight / 2 - 1)) * image.stride;
+                for (int32_t x = 0; x < (width + 1) / 2; ++x)
+                    stream += static_cast<char>(row[2 * std::min(x, kWidth / 2 - 1) + channel]);
+            }
+        }
+    }
+    return stream;
+}
+
+class Program : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        char name[] = "/tmp/ozr-pano-test.XXXXXX";
+        ASSERT_NE(mkdtemp(name), nullptr);
+        folder_ = std::string(name) + "/";
+        fs::create_directory(folder_ + "in");
+        fs::create_directory(folder_ + "out");
+    }
+    void TearDown() override { fs::remove_all(folder_); }
+
+    /** Runs the program inside the folder. @param before  shell text before its name. */
+    Outcome run(const std::string& arguments, const std::string& before = "")
+    {
+        const std::string command =
+            "cd " + folder_ + "; " + before + " " OZR_PANO " >stdout 2>stderr " + arguments;
+        const int status = system(command.c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, _text_of(folder_ + "stdout"),
+                _text_of(folder_ + "stderr")};
+    }
+
+    std::string in(const std::string& name) const { return folder_ + "in/" + name; }
+    std::string out(const std::string& name) const { return folder_ + "out/" + name; }
+
+    std::set<std::string> files_in_out() const
+    {
+        std::set<std::string> names;
+        for (const auto& entry : fs::directory_iterator(folder_ + "out"))
+            names.insert(entry.path().filename());
+        return names;
+    }
+
+    std::string folder_;
+};
+
+/** Whether text is exactly one line of the program's own. */
+bool _is_one_message(const std::string& text)
+{
+    return text.rfind("ozr-pano: ", 0) == 0 && text.find('\n') == text.size() - 1;
+}
+
+TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
+{
+    Pan pan;
+    const Picture good = convert_to_picture(pan.look(0)),
+                  small = convert_to_picture(Pan(kWidth, 200).look(0));
+    write_picture(in("good.png"), good, 90);
+    write_picture(in("small.png"), small, 90);
+    const std::vector<uint8_t> jpeg = encode_jpeg(good, 90), png = encode_png(good);
+    write_file_whole(in("cut.jpg"), jpeg.data(), jpeg.size() / 2);
+    write_file_whole(in("cut.png"), png.data(), png.size() / 2);
+    _write_text(in("text.jpg"), "no picture\n");
+    _write_text(in("empty.jpg"), "");
+    // A frame header that claims 65500 x 65500 pixels: marker, length, precision, height, width.
+    std::vector<uint8_t> wild = jpeg;
+    const uint8_t start_of_frame[] = {0xFF, 0xC0};
+    const auto frame = std::search(wild.begin(), wild.end(), start_of_frame, start_of_frame + 2);
+    ASSERT_LT(frame - wild.begin(), static_cast<ptrdiff_t>(wild.size()) - 9);
+    std::fill_n(frame + 5, 4, uint8_t{0xFF});
+    frame[6] = frame[8] = 0xDC;
+    write_file_whole(in("wild.jpg"), wild.data(), wild.size());
+    const std::string stream = _stream("W320 H240 F30:1", 2, kWidth, kHeight);
+    _write_text(in("two.y4m"), stream);
+    _write_text(in("cut.y4m"), stream.substr(0, stream.size() - 1));
+    _write_text(in("nothing.y4m"), stream.substr(0, stream.find('\n') + 1));
+    _write_text(in("444.y4m"), _stream("W320 H240 C444", 1, kWidth, kHeight));
+    _write_text(in("deep.y4m"), _stream("W320 H240 C420p10", 1, kWidth, kHeight));
+    _write_text(in("huge.y4m"), "YUV4MPEG2 W1000000000 H1000000000\nFRAME\n");
+    _write_text(in("zero.y4m"), "YUV4MPEG2 W0 H240\nFRAME\n");
+    _write_text(in("unframed.y4m"), stream.substr(0, stream.find('\n') + 1) + "FRAMED\n" + stream);
+
+    const struct {
+        const char *what, *arguments, *message;
+    } refusals[] = {
+        {"missing file", "stitch in/none.jpg", "in/none.jpg: cannot be read: No such file"},
+        {"a folder", "stitch in", "in: cannot be read: Is a directory"},
+        {"no picture", "stitch in/good.png in/text.jpg", "in/text.jpg: neither a JPEG nor a PNG"},
+        {"empty file", "stitch in/empty.jpg", "in/empty.jpg: neither"},
+        {"JPEG cut off", "stitch in/cut.jpg", "in/cut.jpg: broken JPEG"},
+        {"PNG cut off", "stitch in/cut.png", "in/cut.png: broken PNG"},
+        {"wild JPEG header", "stitch in/wild.jpg", "in/wild.jpg: 65500x65500 pixels are too many"},
+        {"mixed sizes", "stitch in/good.png in/small.png",
+         "in/small.png: 320x200 pixels, but the first picture has 320x240"},
+        {"eleven pictures", "stitch 1 2 3 4 5 6 7 8 9 10 11",
+         "11: 11 pictures are too many, a panorama takes 10"},
+        {"more than the overlap allows",
+         "stitch --overlap 50 in/good.png in/good.png in/good.png in/good.png in/good.png in/good.png "
+         "in/good.png",
+         "in/good.png: the sweep is full"},
+        {"missing clip", "video in/none.y4m", "in/none.y4m: cannot be read: No such file"},
+        {"clip of another kind", "video in/good.png", "in/good.png: not a YUV4MPEG2 stream"},
+        {"4:4:4", "video in/444.y4m", "in/444.y4m: chroma 444 is not supported"},
+        {"10 bits", "video in/deep.y4m", "in/deep.y4m: chroma 420p10 is not supported"},
+        {"wild size", "video in/huge.y4m", "in/huge.y4m: frames of an impossible size"},
+        {"no size", "video in/zero.y4m", "in/zero.y4m: frames of an impossible size"},
+        {"clip cut off", "video in/cut.y4m", "in/cut.y4m: the stream is cut off in frame 1"},
+        {"no frame", "video in/nothing.y4m", "in/nothing.y4m: the stream has no frames"},
+        {"broken frame", "video in/unframed.y4m", "in/unframed.y4m: no frame where frame 0 should begin"},
+        {"no motion", "video in/two.y4m", "in/two.y4m: the camera hardly moves"},
+        {"empty pipe", "video - <in/nothing.y4m", "standard input: the stream has no frames"},
+        {"no such folder", "demo -o none/a.png", "none/a.png: cannot be written: No such file"},
+        {"a folder as output", "demo -o folder.png", "folder.png: cannot be written: Is a directory"},
+    };
+    fs::create_directory(folder_ + "folder.png");
+    for (const auto& refusal : refusals) {
+        SCOPED_TRACE(refusal.what);
+        const bool has_output = strstr(refusal.arguments, "-o") != nullptr;
+        std::string arguments = refusal.arguments;
+        if (!has_output)
+            arguments.insert(arguments.find(' '), " -o out/a.png");
+        const Outcome outcome = run(arguments);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_TRUE(_is_one_message(outcome.err)) << outcome.err;
+        EXPECT_NE(outcome.err.find(refusal.message), std::string::npos) << outcome.err;
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_TRUE(files_in_out().empty());
+    }
+}
+
+TEST_F(Program, LeavesNoPartOfAFileThatCannotBeFinished)
+{
+    _write_text(out("a.png"), "old");
+    const Outcome full = run("demo -n 2 --size 320x240 -o out/a.png", "ulimit -f 8; trap '' XFSZ;");
+    EXPECT_EQ(full.status, 1);
+    EXPECT_TRUE(_is_one_message(full.err)) << full.err;
+    EXPECT_EQ(files_in_out(), std::set<std::string>{"a.png"});
+    EXPECT_EQ(_text_of(out("a.png")), "old");
+    const Outcome unheard = run("demo -n 1 --size 96x96 -o out/a.png >/dev/full");
+    EXPECT_EQ(unheard.status, 1);
+    EXPECT_EQ(unheard.err, "ozr-pano: standard output: No space left on device\n");
+}
+
+TEST_F(Program, TellsWrongUsageFromHelp)
+{
+    const struct {
+        const char* arguments;
+        int status;
+        const char *out, *err;
+    } calls[] = {
+        {"--help", 0, "Usage: ozr-pano", ""},
+        {"video --help", 0, "ffmpeg", ""},
+        {"--version", 0, "OZR 1.0.1-0 - Panorama 1.2.0-OPT2.0\n", ""},
+        {"", 2, "", "ozr-pano: "},
+        {"demo --wrong", 2, "", "--wrong"},
+        {"demo -d sideways", 2, "", "sideways is none of right|left|down|up"},
+        {"demo -n 11", 2, "", "1 to 10"},
+        {"demo --size 320x", 2, "", "320x is no size"},
+        {"demo --size 99999999999x240", 2, "", "is no size"},
+        {"demo --size 321x240", 2, "", "321x240 is no size"},
+        {"demo --preview 320x100", 2, "", "--preview"},
+        {"demo -o a.gif", 2, "", "a.gif does not end in"},
+        {"stitch", 2, "", "pictures is required"},
+        {"stitch --overlap 49 a.png", 2, "", "--overlap: 49 is not in the range 50 to 90"},
+        {"stitch --quality 0 a.png", 2, "", "--quality"},
+    };
+    for (const auto& call : calls) {
+        SCOPED_TRACE(call.arguments);
+        const Outcome outcome = run(call.arguments);
+        EXPECT_EQ(outcome.status, call.status);
+        EXPECT_NE(outcome.out.find(call.out), std::string::npos) << outcome.out;
+        EXPECT_NE(outcome.err.find(call.err), std::string::npos) << outcome.err;
+        EXPECT_EQ(outcome.err == "", call.status == 0);
+    }
+}
+
+TEST_F(Program, DemoSweepsInEveryDirection)
+{
+    const struct {
+        const char* name;
+        int x, y;
+    } directions[] = {{"right", 1, 0}, {"left", -1, 0}, {"down", 0, 1}, {"up", 0, -1}};
+    for (const auto& direction : directions) {
+        SCOPED_TRACE(direction.name);
+        const std::string arguments =
+            std::string("demo --json -n 4 --size 320x240 -o out/a.png -d ") + direction.name;
+        const Outcome outcome = run(arguments);
+        ASSERT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(outcome.err, "");
+        int announced = 0, dx, dy, width = 0, height = 0, used = 0;
+        double true_x, true_y;
+        const char* json = outcome.out.c_str();
+        for (const char* at = json; (at = strstr(at, "\"offset\":")) != nullptr; ++at, ++announced) {
+            ASSERT_EQ(sscanf(at, "\"offset\":[%d,%d],\"truth\":[%lf,%lf]", &dx, &dy, &true_x, &true_y), 4);
+            const double along = dx * direction.x + dy * direction.y;
+            EXPECT_NEAR(along, true_x * direction.x + true_y * direction.y, along / 3);
+            EXPECT_NEAR(dx * direction.y + dy * direction.x, true_x * direction.y + true_y * direction.x, 10);
+        }
+        EXPECT_EQ(announced, 3);
+        const char* end = strstr(json, "\"pictures_used\"");
+        ASSERT_NE(end, nullptr);
+        ASSERT_EQ(sscanf(end, "\"pictures_used\":%d,\"panorama_size\":[%d,%d]", &used, &width, &height), 3);
+        EXPECT_EQ(used, 4);
+        const std::vector<uint8_t> file = read_file(out("a.png"));
+        const Picture panorama = decode_png(file);
+        EXPECT_EQ(panorama.width, width);
+        EXPECT_EQ(panorama.height, height);
+        // Three steps of some 30 % of a picture, which the projection enlarges by 418 / 345.
+        const double grown = direction.x != 0 ? width / 320.0 : height / 240.0;
+        const double kept = direction.x != 0 ? height / 240.0 : width / 320.0;
+        EXPECT_NEAR(grown, 1 + 3 * 0.3 * 418 / 345, 0.3);
+        EXPECT_GT(kept, 0.85);
+        EXPECT_LE(kept, 1.0);
+        EXPECT_EQ(run(arguments).status, 0);
+        EXPECT_EQ(read_file(out("a.png")), file) << "the second run painted something else";
+    }
+}
+
+TEST_F(Program, StitchPlacesPicturesWhereTheCameraLooked)
+{
+    // Steps of 0.25 radians are 86 of 320 pixels: an overlap of 73 percent.
+    constexpr double kStep = 0.25;
+    Pan pan;
+    for (int i = 0; i < 3; ++i) {
+        const Picture picture = convert_to_picture(pan.look(i * kStep));
+        write_picture(in("p" + std::to_string(i) + (i == 1 ? ".jpg" : ".png")), picture, 95);
+    }
+    const Outcome outcome = run("stitch -o out/a.JPG --quality 80 in/p0.png in/p1.jpg in/p2.png");
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    const std::vector<uint8_t> file = read_file(out("a.JPG"));
+    ASSERT_TRUE(looks_like_jpeg(file));
+    const Picture panorama = decode_jpeg(file);
+    // The middle of a picture moves by 418 / 345 * focal length * angle; towards the edges by up to 8 percent less.
+    const double shift = 418.0 / 345.0 * kFocal * kStep;
+    EXPECT_GE(panorama.width, 320 + 2 * shift * 0.92 - 16);
+    EXPECT_LE(panorama.width, 320 + 2 * shift);
+    EXPECT_GE(panorama.height, 208);
+    const Outcome verbose = run("stitch --verbose -o out/a.jpg in/p0.png in/p1.jpg in/p2.png");
+    EXPECT_EQ(verbose.status, 0);
+    EXPECT_NE(verbose.err.find("start synthesis 3 image(s)"), std::string::npos) << verbose.err;
+}
+
+/** A JPEG file with an Exif block that holds nothing but an orientation. */
+std::vector<uint8_t> _with_orientation(std::vector<uint8_t> jpeg, uint8_t orientation)
+{
+    const uint8_t exif[] = {0xFF, 0xE1, 0, 34, 'E', 'x',         'i', 'f', 0,    0,    'M', 'M',
+                            0,    42,   0, 0,  0,   8,           0,   1,   0x01, 0x12, 0,   3,
+                            0,    0,    0, 1,  0,   orientation, 0,   0,   0,    0,    0,   0};
+    jpeg.insert(jpeg.begin() + 2, exif, exif + sizeof(exif));
+    return jpeg;
+}
+
+TEST_F(Program, StitchTurnsPicturesUprightAndCropsOddSizes)
+{
+    const std::vector<uint8_t> jpeg = _with_orientation(encode_jpeg(Picture(101, 60), 90), 6);
+    write_file_whole(in("turned.jpg"), jpeg.data(), jpeg.size());
+    const Outcome outcome = run("stitch -o out/a.png in/turned.jpg");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_NE(outcome.err.find("cropped from 60x101 to 60x100"), std::string::npos) << outcome.err;
+    const Picture upright = read_picture(out("a.png"));
+    EXPECT_EQ(upright.width, 60);
+    EXPECT_EQ(upright.height, 100);
+}
+
+TEST_F(Program, VideoReadsFilesAndPipesOfEvenAndOddSizes)
+{
+    _write_text(in("even.y4m"), _stream("W320 H240 F30:1 Ip A1:1 C420jpeg", 80, 320, 240));
+    _write_text(in("odd.y4m"), _stream("H241 W321", 80, 321, 241));
+    const Outcome file = run("video in/even.y4m -o out/file.png");
+    ASSERT_EQ(file.status, 0) << file.err;
+    EXPECT_NE(file.out.find("direction right"), std::string::npos) << file.out;
+    EXPECT_EQ(file.err, "");
+    EXPECT_EQ(run("video - -o out/pipe.png", "cat in/even.y4m |").status, 0);
+    const Outcome odd = run("video in/odd.y4m -o out/odd.png");
+    EXPECT_EQ(odd.status, 0);
+    EXPECT_NE(odd.err.find("cropped from 321x241 to 320x240"), std::string::npos) << odd.err;
+    const std::vector<uint8_t> panorama = read_file(out("file.png"));
+    EXPECT_GT(decode_png(panorama).width, 480);
+    EXPECT_TRUE(read_file(out("pipe.png")) == panorama);
+    EXPECT_TRUE(read_file(out("odd.png")) == panorama) << "the cropped frames are the even ones";
+}
+
+TEST_F(Program, VideoEndsWhenTheSweepIsFull)
+{
+    // 90 percent of overlap: a picture every 26 of 320 pixels, which this pan has covered after some 9 frames.
+    _write_text(in("long.y4m"), _stream("W320 H240", 120, kWidth, kHeight));
+    const Outcome outcome = run("video in/long.y4m --overlap 90 -o out/a.png --json");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("\"pictures_used\":10"), std::string::npos) << outcome.out;
+}
+
+TEST(Exif, FindsTheOrientationAndNothingInBrokenBlocks)
+{
+    for (const bool big_endian : {true, false}) {
+        const auto put = [&](std::vector<uint8_t>* block, uint32_t value, int bytes) {
+            for (int i = 0; i < bytes; ++i)
+                block->push_back(static_cast<uint8_t>(value >> 8 * (big_endian ? bytes - 1 - i : i)));
+        };
+        // Two entries behind an unused gap: another tag, then the orientation.
+        const auto block_of = [&](uint32_t directory, uint32_t type, uint32_t value) {
+            std::vector<uint8_t> block(2, big_endian ? 'M' : 'I');
+            put(&block, 42, 2);
+            put(&block, directory, 4);
+            put(&block, 0, 4);
+            put(&block, 2, 2);
+            for (const uint32_t tag : {0x0110U, 0x0112U}) {
+                put(&block, tag, 2);
+                put(&block, type, 2);
+                put(&block, 1, 4);
+                put(&block, tag == 0x0112 ? value : 7, 2);
+                put(&block, 0, 2);
+            }
+            return block;
+        };
+        for (uint32_t value = 0; value <= 9; ++value) {
+            const std::vector<uint8_t> block = block_of(12, 3, value);
+            const int want = value >= 1 && value <= 8 ? static_cast<int>(value) : 1;
+            EXPECT_EQ(exif_orientation(block.data(), block.size()), want);
+            // Cut before the value's end: exact copies, so that a sanitizer sees every read behind them.
+            for (size_t size = 0; size < block.size() - 2; ++size) {
+                const std::vector<uint8_t> cut(block.begin(), block.begin() + static_cast<ptrdiff_t>(size));
+                EXPECT_EQ(exif_orientation(cut.data(), cut.size()), 1) << size;
+            }
+        }
+        for (const uint32_t directory : {0xFFFFFFFFU, 0x80000000U, 40U, 13U}) {
+            const std::vector<uint8_t> block = block_of(directory, 3, 6);
+            EXPECT_EQ(exif_orientation(block.data(), block.size()), 1) << directory;
+        }
+        const std::vector<uint8_t> wrong_type = block_of(12, 4, 6);
+        EXPECT_EQ(exif_orientation(wrong_type.data(), wrong_type.size()), 1);
+    }
+}
+
+TEST(Exif, TurnsEachOrientationUpright)
+{
+    // Upright: "ab" over "cd" over "ef". What a camera stores for each orientation, row by row.
+    const struct {
+        int orientation, width;
+        const char* stored;
+    } cases[] = {{1, 2, "abcdef"}, {2, 2, "badcfe"}, {3, 2, "fedcba"}, {4, 2, "efcdab"},
+                 {5, 3, "acebdf"}, {6, 3, "bdface"}, {7, 3, "fdbeca"}, {8, 3, "ecafdb"}};
+    for (const auto& example : cases) {
+        SCOPED_TRACE(example.orientation);
+        Picture stored(example.width, 6 / example.width);
+        for (size_t i = 0; i < 6; ++i)
+            stored.rgba[4 * i] = static_cast<uint8_t>(example.stored[i]);
+        const Picture upright = turn_upright(stored, example.orientation);
+        ASSERT_EQ(upright.width, 2);
+        ASSERT_EQ(upright.height, 3);
+        for (size_t i = 0; i < 6; ++i)
+            EXPECT_EQ(upright.rgba[4 * i], "abcdef"[i]) << i;
+    }
+}
+
+TEST(Y4m, RefusesBrokenHeaders)
+{
+    const char* headers[] = {"",
+                             "\n",
+                             "YUV4MPEG2\n",
+                             "YUV4MPEG2 W320\n",
+                             "YUV4MPEG2 W1 H1\n",
+                             "YUV4MPEG2 W-2 H2\n",
+                             "YUV4MPEG2 W2x H2\n",
+                             "YUV4MPEG2 W99999999999999999999 H2\n",
+                             "YUV4MPEG2 W16384 H16384\n",
+                             "YUV4MPEG2 W320 H240 C422\n",
+                             "YUV4MPEG2W320 H240\n",
+                             "YUV4MPEG2 W320 H240"};
+    for (const char* header : headers) {
+        SCOPED_TRACE(header);
+        FILE* file = tmpfile();
+        ASSERT_NE(file, nullptr);
+        fputs(header, file);
+        rewind(file);
+        EXPECT_THROW(Y4mReader(file, "clip"), ProgramError);
+        fclose(file);
+    }
+}
+
+}  // namespace
