@@ -139,29 +139,30 @@ OZR_API int32_t ozr_image_get_channel(const ozr_image* image);
  * Makes `dst` a picture of another format with the content of `src`.
  *
  * rgba32 converts to and from every other format, and every format to itself (a copy, rotation included); all other
- * pairs are refused. `dst` is reshaped to the width and height of `src` with a stride of the library's choosing; it is
- * not reallocated when it fits already. A real conversion does not carry the rotation over: it stays as reshaping left
- * it, 0 in new memory.
+ * pairs are refused. `dst` is reshaped to the width and height of `src` with a stride of the library's choosing; it
+ * is not reallocated when it fits already. A real conversion does not carry the rotation over: it stays as reshaping
+ * left it, 0 in new memory.
  *
  * To RGB, with C = Y - 16, D = U - 128, E = V - 128 and every result clamped to a byte; A is 255:
  * R = (298 C + 409 E + 128) >> 8, G = (298 C - 100 D - 208 E + 128) >> 8, B = (298 C + 516 D + 128) >> 8.
  * Pixels that share a chroma pair take it as it is, without interpolation.
  *
  * From RGB: Y = ((66 R + 128 G + 25 B + 128) >> 8) + 16, U = (-38 R - 74 G + 112 B + 32896) >> 8,
- * V = (112 R - 94 G - 18 B + 32896) >> 8. Green weighs 128, not 129, so that white becomes Y = 234. The chroma of a pair
- * or of a 2 x 2 block is that of its top left pixel alone: nothing is averaged.
+ * V = (112 R - 94 G - 18 B + 32896) >> 8. Green weighs 128, not 129, so that white becomes Y = 234. The chroma of a
+ * pair or of a 2 x 2 block is that of its top left pixel alone: nothing is averaged.
  *
  * Gray is (77 R + 151 G + 28 B) >> 8, full range and without rounding; from gray, R = G = B.
  *
  * @param src  filled record; must not share its pixels with `dst`.
- * @param dst  in/out: filled by ozr_image_create, or empty. **Empty after every failure**, also when it held a picture.
+ * @param dst  in/out: filled by ozr_image_create, or empty. **Empty after every failure**, also when it held a
+ *             picture.
  * @return ozr_success, or
  *         ozr_err_invalid_argument  a pointer is null, src is empty, src and dst are one image, the size exceeds
  *                                   32 bits, or a stride is shorter than a row
  *         ozr_err_nomem             the pixels could not be allocated
  *         ozr_err_not_supported     the format of src is unknown, or nothing converts this pair
- *         ozr_err_general           an odd width (12-bit formats and yuy2) or height (12-bit formats) on either side of
- *                                   a conversion to or from rgba32
+ *         ozr_err_general           an odd width (12-bit formats and yuy2) or height (12-bit formats) on either side
+ *                                   of a conversion to or from rgba32
  * @note Ownership: as ozr_image_create; release `dst` with ozr_image_destroy.
  * @note Threads: any, as long as one thread at a time uses an image.
  */
@@ -187,9 +188,9 @@ OZR_API ozr_err ozr_image_convert(const ozr_image* src, ozr_image* dst, ozr_imag
 /**
  * Mirrors an image left to right in place.
  *
- * Bytes behind a row's pixels stay. With an odd width the chroma pairs of nv12 and nv21 change places byte by byte with
- * the pairs that end at the last column, so that U and V on the right-hand side no longer stand where they belong: use
- * even widths.
+ * Bytes behind a row's pixels stay. With an odd width the chroma pairs of nv12 and nv21 change places byte by byte
+ * with the pairs that end at the last column, so that U and V on the right-hand side no longer stand where they
+ * belong: use even widths.
  * @param image  gray, rgba32, nv12 or nv21.
  * @return ozr_success, or
  *         ozr_err_invalid_argument  image is null or empty, or its stride is shorter than a row
@@ -201,17 +202,17 @@ OZR_API ozr_err ozr_image_hflip(ozr_image* image);
 /**
  * Makes a gray image of the luma of every n-th pixel of every n-th row.
  *
- * The size of the result is that of the source divided by n, rounded down. An rgba32 source gives the limited-range luma
- * of ozr_image_convert_to_nv12, not the gray of ozr_image_convert_to_gray. With n = 1 and equal strides the first plane
- * of a planar source is copied as a whole, padding included.
- * @param dst  in/out: empty, or filled by ozr_image_create. One that has the resulting size already is **used whatever
- *             its format**, which stays as it is: one byte a pixel is written at its own stride. Any other is released
- *             and created as gray. Takes the rotation of `src`, also when the call fails later on.
+ * The size of the result is that of the source divided by n, rounded down. An rgba32 source gives the limited-range
+ * luma of ozr_image_convert_to_nv12, not the gray of ozr_image_convert_to_gray. With n = 1 and equal strides the
+ * first plane of a planar source is copied as a whole, padding included.
+ * @param dst  in/out: empty, or filled by ozr_image_create. One that has the resulting size already is **used
+ *             whatever its format**, which stays as it is: one byte a pixel is written at its own stride. Any other
+ *             is released and created as gray. Takes the rotation of `src`, also when the call fails later on.
  * @param src  any known format; may be memory of the caller's.
  * @param n    1 or more.
  * @return ozr_success, or
- *         ozr_err_invalid_argument  a pointer is null, src is empty, n is below 1, dst shares the pixels of src and does
- *                                   not have the resulting size, or a stride is shorter than a row
+ *         ozr_err_invalid_argument  a pointer is null, src is empty, n is below 1, dst shares the pixels of src and
+ *                                   does not have the resulting size, or a stride is shorter than a row
  *         ozr_err_nomem             the result could not be created
  *         ozr_err_not_supported     the format of src is unknown; dst has been shaped
  */
@@ -220,14 +221,14 @@ OZR_API ozr_err ozr_image_sample_gray(ozr_image* dst, const ozr_image* src, int3
 /**
  * Turns, scales and shifts the luma of an image so that two of its points land on two given places.
  *
- * Fills the first plane of `dst` with one byte a pixel, bilinearly; 0 where the source has no pixel. The format of `dst`
- * is not looked at, and chroma is not written.
+ * Fills the first plane of `dst` with one byte a pixel, bilinearly; 0 where the source has no pixel. The format of
+ * `dst` is not looked at, and chroma is not written.
  *
  * What may surprise:
- * - The columns of a source row are bounded by its stride, not by its width: padding may show. A stride of 0 counts as
- *   the width.
- * - All products are 32 bits wide and wrap around. Keep the destination points within 215 pixels of each other: beyond,
- *   the square of the squared distance wraps and spoils the interpolation.
+ * - The columns of a source row are bounded by its stride, not by its width: padding may show. A stride of 0 counts
+ *   as the width.
+ * - All products are 32 bits wide and wrap around. Keep the destination points within 215 pixels of each other:
+ *   beyond, the square of the squared distance wraps and spoils the interpolation.
  * - Positions truncate towards 0, so that those less than a pixel left of or above the source still show its edge.
  * - In the last column and row the pixels one before are interpolated with the fractions of the last.
  * @param src  gray, nv12, nv21 or yuy2.
@@ -235,9 +236,9 @@ OZR_API ozr_err ozr_image_sample_gray(ozr_image* dst, const ozr_image* src, int3
  * @param dst  filled record; must not share the pixels of `src`.
  * @param dx1, dy1, dx2, dy2  where they land in `dst`, pixels.
  * @return ozr_success, or
- *         ozr_err_invalid_argument  a pointer is null, an image with a size has no pixels, the stride of dst is shorter
- *                                   than a row, or the destination points are so close (1 or 1.4 pixels), or so far
- *                                   apart, that the interpolation would divide by 0
+ *         ozr_err_invalid_argument  a pointer is null, an image with a size has no pixels, the stride of dst is
+ *                                   shorter than a row, or the destination points are so close (1 or 1.4 pixels), or
+ *                                   so far apart, that the interpolation would divide by 0
  *         ozr_err_invalid_status    the destination points coincide
  *         ozr_err_not_supported     src is yv12, rgba32 or of an unknown format
  */

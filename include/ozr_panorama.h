@@ -175,14 +175,15 @@ OZR_API ozr_err ozr_panorama_reset(ozr_panorama* handle);
  * Composes the panorama of the sweep.
  *
  * Ends the capture if it still runs, finds the seams, blends, and describes the result in `output`. The longest
- * call of a sweep; allocates the result; can be cancelled.
+ * call of a sweep; allocates the result; can be cancelled. A picture that was not found to overlap the one before, or
+ * that leaves less than half a picture's height in common, ends the sweep: it and those after it are left out.
  * @param handle  session from ozr_panorama_create.
  * @param output  out: NV12 (the first picture's format), width, height in pixels; stride, size in bytes; rotation 0.
  *                Every field is overwritten and nothing freed: pass a record that owns no pixels.
  * @return ozr_success, or
  *         ozr_err_invalid_argument  handle or output is null
  *         ozr_err_invalid_status    no picture was added, a picture is missing, or the work was cancelled
- *         ozr_err_not_supported     the pictures could not be placed: no overlap, or too much drift across the sweep
+ *         ozr_err_not_supported     fewer than 16 rows in common, or an overlap of less than two columns
  *         ozr_err_nomem             a buffer could not be allocated
  * @note Ownership: the pixels stay the session's, valid until its reset or destroy; never ozr_image_destroy them.
  * @note Threads: one thread per handle; reset and destroy may come from another and cancel this call.

@@ -1,7 +1,7 @@
 /**
  * @file
- * The support toolkit: memory, bounded copies, platform services, the profiler and version matching, integer geometry,
- * and operations on grey pictures in plain memory.
+ * The support toolkit: memory, bounded copies, platform services, the profiler and version matching, integer
+ * geometry, and operations on grey pictures in plain memory.
  *
  * @code
  * ozr_prof_set(3);
@@ -190,20 +190,11 @@ typedef struct ozr_rect {
  * Angles are whole degrees; any number is taken, modulo 360. Results are Q16: 65536 is 1.
  */
 /**@{*/
-/** Cosines of 0 to 90 degrees in Q16, truncated from single precision: that of 60 degrees is 32767, not 32768. */
-OZR_API extern const int32_t ozr_math_cosi16_d_table[91];
-
-/** The same values under a second name. */
-OZR_API extern const int32_t ozr_math_cos_tiny_table[91];
-
-/** Tangents of 0 to 90 degrees in Q10 (1024 is 1), rounded to nearest; 2147483647 stands at 90. */
-OZR_API extern const int32_t ozr_math_tan_d_table[91];
-
-/** Cosine and sine from ozr_math_cosi16_d_table. */
+/** Cosine and sine by table, truncated from single precision: the cosine of 60 degrees is 32767, not 32768. */
 OZR_API int32_t ozr_math_cosi16_d(int32_t deg);
 OZR_API int32_t ozr_math_sini16_d(int32_t deg);
 
-/** The same from ozr_math_cos_tiny_table. */
+/** The same values under a second name. */
 OZR_API int32_t ozr_math_cos_tiny(int32_t deg);
 OZR_API int32_t ozr_math_sin_tiny(int32_t deg);
 
@@ -215,7 +206,7 @@ OZR_API double ozr_math_sin(double x);
 /**
  * Direction of (x, y), measured from the +y axis towards the +x axis.
  *
- * Found by bisection of ozr_math_tan_d_table: the last degree looked at, which may be a degree beside the nearest. A
+ * Found by bisection of a table of tangents (Q10): the last degree looked at, which may be a degree beside the nearest. A
  * direction steeper than 89 degrees gives 90. Lengths above 2097151 (x) or 37025580 (y) wrap around.
  * @return -180 to 180 degrees: (0, 1) gives 0, (1, 0) and (0, 0) 90, (-1, 0) -90, (5, -5) 135, (-5, -5) -135.
  */
@@ -244,7 +235,7 @@ OZR_API int32_t ozr_math_normalize_angle(int32_t deg);
 /** @return 1 when two rectangles share pixels, else 0 (also for null pointers). */
 OZR_API int32_t ozr_rect_is_intersecting(const ozr_rect* a, const ozr_rect* b);
 
-/** The intersection, without a test for emptiness: of rectangles apart from each other, right < left or bottom < top. */
+/** The intersection, without a test for emptiness: right < left or bottom < top for rectangles that are apart. */
 OZR_API ozr_err ozr_rect_get_intersecting_rect(const ozr_rect* a, const ozr_rect* b, ozr_rect* out);
 
 /** The smallest rectangle around both. */
@@ -269,8 +260,8 @@ OZR_API ozr_err ozr_rect_clip(ozr_rect* r, const ozr_rect* bounds);
 /**
  * Moves a rectangle by turning its centre as ozr_point_rotate does.
  *
- * The result is a **square**: half its side is (right - left) >> 1 both ways, whatever the height. Nothing happens when
- * a pointer is null.
+ * The result is a **square**: half its side is (right - left) >> 1 both ways, whatever the height. Nothing happens
+ * when a pointer is null.
  */
 OZR_API void ozr_rect_rotate(ozr_rect* out, const ozr_rect* r, const ozr_point* centre, int32_t deg);
 
@@ -286,8 +277,8 @@ OZR_API void ozr_rect_scale(ozr_rect* out, const ozr_rect* r, uint32_t num, uint
 OZR_API int32_t ozr_point_inside_rect(const ozr_point* p, const ozr_rect* r);
 
 /**
- * Turns a point about a centre, anticlockwise as seen on the screen (y grows downwards); results round down in the turned
- * frame.
+ * Turns a point about a centre, anticlockwise as seen on the screen (y grows downwards); results round down in the
+ * turned frame.
  *
  * `out` may be one of the inputs. Products are 32 bits wide: beyond 32767 pixels from the centre they wrap around.
  * Nothing happens when a pointer is null.
@@ -300,8 +291,8 @@ OZR_API int32_t ozr_point_dist(const ozr_point* a, const ozr_point* b);
 /**
  * Where a point of a destination lies in the source that two pairs of points map onto it.
  *
- * The mapping of ozr_image_warp_by_2points, rounded by adding half before a truncating division: to nearest for positive
- * coordinates. 32-bit products that wrap around.
+ * The mapping of ozr_image_warp_by_2points, rounded by adding half before a truncating division: to nearest for
+ * positive coordinates. 32-bit products that wrap around.
  * @param x, y                position in the destination, pixels.
  * @param sx1, sy1, sx2, sy2  two points of the source.
  * @param out_x, out_y        out: position in the source.
@@ -324,7 +315,8 @@ OZR_API void ozr_warp_strength_by_2points_i(const ozr_point* p1, const ozr_point
                                             ozr_point* out2, int32_t strength);
 
 /**
- * Turns a point about the origin: x' = (cos x - sin y) >> 16, y' = (cos y + sin x) >> 16, that is clockwise on the screen.
+ * Turns a point about the origin: x' = (cos x - sin y) >> 16, y' = (cos y + sin x) >> 16, that is clockwise on the
+ * screen.
  *
  * `out` may be `p`. Nothing happens when a pointer is null.
  */
@@ -333,10 +325,10 @@ OZR_API void ozr_warp_rotation_degree(const ozr_point* p, ozr_point* out, int32_
 /**
  * ozr_image_warp_by_2points of an 8-bit plane into rows of the caller's.
  *
- * While the square of the squared distance of the destination points exceeds 6000000 (distances of 50 pixels and more),
- * all four points are moved half way towards the centre of their pair: turn and scale stay, up to the rounding of the
- * points, and the products fit 32 bits. The comparison is itself one of 32 bits that wraps around: some distances from 216
- * pixels on (216 to 255 among them) are not halved.
+ * While the square of the squared distance of the destination points exceeds 6000000 (distances of 50 pixels and
+ * more), all four points are moved half way towards the centre of their pair: turn and scale stay, up to the rounding
+ * of the points, and the products fit 32 bits. The comparison is itself one of 32 bits that wraps around: some
+ * distances from 216 pixels on (216 to 255 among them) are not halved.
  * @param src, src_width, src_height  plane without padding: rows stand src_width bytes apart.
  * @param sx1, sy1, sx2, sy2          two points in it, pixels.
  * @param dst_rows                    dst_height pointers to rows of dst_width bytes.
@@ -353,11 +345,11 @@ OZR_API ozr_err ozr_warp_image_by_2points_uc_scale(const uint8_t* src, int32_t s
 
 /**
  * @name Grey pictures in the caller's memory
- * One byte a pixel, sizes in pixels, strides in bytes (negative ones go upwards). Source and destination do not overlap.
- * Nothing is allocated or logged. The sizes are the caller's word: what they describe must be there.
+ * One byte a pixel, sizes in pixels, strides in bytes (negative ones go upwards). Source and destination do not
+ * overlap. Nothing is allocated or logged. The sizes are the caller's word: what they describe must be there.
  *
- * Source positions are Q22.10 numbers, (source size << 10) / destination size apart and starting at 0, so that errors of
- * the division add up towards the right and the bottom.
+ * Source positions are Q22.10 numbers, (source size << 10) / destination size apart and starting at 0, so that errors
+ * of the division add up towards the right and the bottom.
  */
 /**@{*/
 
@@ -366,7 +358,8 @@ OZR_API ozr_err ozr_warp_image_by_2points_uc_scale(const uint8_t* src, int32_t s
  *
  * @param dst_stride, src_stride  0 stands for the width.
  * @return ozr_success (also for a negative dst_height: nothing is written), or ozr_err_invalid_argument when a
- *         destination size is 0, a pointer is null, or another size is below 1 or so large that positions turn negative.
+ *         destination size is 0, a pointer is null, or another size is below 1 or so large that positions turn
+ *         negative.
  */
 OZR_API ozr_err resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_t dst_height, int32_t dst_stride,
                                     const uint8_t* src, int32_t src_width, int32_t src_height,
@@ -375,12 +368,13 @@ OZR_API ozr_err resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_t dst
 /**
  * Resizes bilinearly, truncating.
  *
- * The last destination column and row do not look at their right-hand and lower neighbours; all others do, **even where
- * these lie beyond the source**: when enlarging, the row below the source and the byte behind each row must be readable
- * and belong to the result. Reducing stays inside.
+ * The last destination column and row do not look at their right-hand and lower neighbours; all others do, **even
+ * where these lie beyond the source**: when enlarging, the row below the source and the byte behind each row must be
+ * readable and belong to the result. Reducing stays inside.
  * @param dst_stride, src_stride  taken as they are: 0 is **not** replaced by the width.
  * @return ozr_success (also for a negative dst_height: nothing is written), or ozr_err_invalid_argument when a
- *         destination size is 0, a pointer is null, or another size is below 1 or so large that positions turn negative.
+ *         destination size is 0, a pointer is null, or another size is below 1 or so large that positions turn
+ *         negative.
  */
 OZR_API ozr_err resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_t dst_height, int32_t dst_stride,
                                     const uint8_t* src, int32_t src_width, int32_t src_height,
@@ -410,9 +404,9 @@ OZR_API ozr_err sample_image_by_n(uint8_t* dst, int32_t dst_stride, const uint8_
  * Codes the texture around each pixel, whatever its brightness: bit 3 r + c of a code is 1 when the pixel in row r,
  * column c of the 3 x 3 window is brighter than the window's mean.
  *
- * The picture is walked as one long row: windows that cross the end of a row wrap around and are coded too. Written are
- * the codes from dst[width + 1] up to dst[(height - 1) * width - 2]; the first and the last row, dst[width] and the code
- * behind the last written one keep what they hold.
+ * The picture is walked as one long row: windows that cross the end of a row wrap around and are coded too. Written
+ * are the codes from dst[width + 1] up to dst[(height - 1) * width - 2]; the first and the last row, dst[width] and
+ * the code behind the last written one keep what they hold.
  * @param src            width * height bytes, without padding.
  * @param width, height  pixels. With (height - 2) * width of 2 or less, in 32 bits, nothing is written.
  * @param dst            width * height codes; may overlap the source, whose bytes are read in order as the codes are
@@ -428,8 +422,8 @@ OZR_API uint32_t image2mct(const uint8_t* src, uint32_t width, uint32_t height, 
  * exact when the destination has the turned picture's size, or differs from it by an even number of pixels.
  * @param dst_stride, src_stride  0 stands for the width.
  * @param direction               0 to 7, in steps of 45 degrees.
- * @return ozr_success, or ozr_err_invalid_argument when a pointer is null, a size is below 1 or the direction is none of
- *         the eight.
+ * @return ozr_success, or ozr_err_invalid_argument when a pointer is null, a size is below 1 or the direction is none
+ *         of the eight.
  */
 OZR_API ozr_err rotate_grayimage_eighth(uint8_t* dst, int32_t dst_width, int32_t dst_height,
                                         int32_t dst_stride, const uint8_t* src, int32_t src_width,
@@ -440,15 +434,16 @@ OZR_API ozr_err rotate_grayimage_eighth(uint8_t* dst, int32_t dst_width, int32_t
  *
  * @param dst_stride, src_stride  0 stands for the width of the picture.
  * @param crop                    the part, in pixels of the source; not empty and wholly inside.
- * @return ozr_success, or ozr_err_invalid_argument when a pointer is null, a size is below 1 or the crop is not inside.
+ * @return ozr_success, or ozr_err_invalid_argument when a pointer is null, a size is below 1 or the crop is not
+ *         inside.
  */
 OZR_API ozr_err crop_resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_t dst_height,
                                          int32_t dst_stride, const uint8_t* src, int32_t src_width,
                                          int32_t src_height, int32_t src_stride, const ozr_rect* crop);
 
 /**
- * resize_grayimage_bi of a part of a picture; when enlarging, pixels beside the part are interpolated with, and where the
- * part ends with the picture, the row and the byte beyond must be readable as there.
+ * resize_grayimage_bi of a part of a picture; when enlarging, pixels beside the part are interpolated with, and where
+ * the part ends with the picture, the row and the byte beyond must be readable as there.
  *
  * @param dst_stride, src_stride  taken as they are.
  * @param crop                    as in crop_resize_grayimage_nn.
@@ -461,8 +456,8 @@ OZR_API ozr_err crop_resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_
 /**
  * Resizes a part of a picture by nearest neighbour and shows it turned clockwise about its centre.
  *
- * At 0 degrees the result is that of crop_resize_grayimage_nn. At others the corners show what surrounds the part, and 0
- * where the picture ends.
+ * At 0 degrees the result is that of crop_resize_grayimage_nn. At others the corners show what surrounds the part,
+ * and 0 where the picture ends.
  * @param dst_stride, src_stride  0 stands for the width of the picture.
  * @param crop                    as in crop_resize_grayimage_nn.
  * @param deg                     degrees, any number.

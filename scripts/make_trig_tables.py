@@ -4,7 +4,7 @@
 import math
 
 HEAD = """// Made by scripts/make_trig_tables.py; change that, not this.
-#include "ozr_support.h"
+#include "ozr_trig_tables.h"
 
 // Ten degrees a line.
 // clang-format off

@@ -16,96 +16,86 @@
 
 using Bytes = std::vector<uint8_t>;
 
-inline Bytes random_bytes(size_t count, uint32_t seed)
+inline Bytes random_bytes(int64_t count, uint32_t seed)
 {
     std::mt19937 engine(seed);
-    Bytes bytes(count);
+    Bytes bytes(static_cast<size_t>(count));
     std::generate(bytes.begin(), bytes.end(), [&engine] { return static_cast<uint8_t>(engine() >> 11); });
     return bytes;
 }
 
-// `size` random bytes between two guards, so that writes before and behind are seen (reads: by the sanitised builds,
-// since the block is exactly as long as the guards when those are 0).
-class GuardedBuffer
-{
-public:
-    GuardedBuffer(size_t size, uint32_t seed, size_t guard = 64)
-        : _bytes(random_bytes(size + 2 * guard, seed)), _before(_bytes), _guard(guard)
-    {
-    }
-    uint8_t* data() { return _bytes.data() + _guard; }
-    Bytes bytes() const { return Bytes(_bytes.begin() + at(0), _bytes.end() - at(0)); }
-    Bytes original() const { return Bytes(_before.begin() + at(0), _before.end() - at(0)); }
-    bool guards_intact() const
-    {
-        return std::equal(_bytes.begin(), _bytes.begin() + at(0), _before.begin()) &&
-               std::equal(_bytes.end() - at(0), _bytes.end(), _before.end() - at(0));
-    }
+// Random bytes as long as a plane says, so that sanitised builds see reads beyond it. A destination has guards around
+// it and knows what it should hold, which at first is what it holds.
+struct Buffer {
+    int64_t guard;
+    Bytes now, want;
 
-private:
-    ptrdiff_t at(size_t offset) const { return static_cast<ptrdiff_t>(_guard + offset); }
-    Bytes _bytes, _before;
-    size_t _guard;
+    explicit Buffer(int64_t size, uint32_t seed, int64_t guard_size = 0)
+        : guard(guard_size), now(random_bytes(size + 2 * guard_size, seed)), want(now)
+    {
+    }
+    uint8_t* data() { return now.data() + guard; }
+    const uint8_t* data() const { return now.data() + guard; }
+    void expect(int64_t at, int value)
+    {
+        want[static_cast<size_t>(guard + at)] = static_cast<uint8_t>(value);
+    }
 };
 
-inline int32_t plane_rows(ozr_image_format format, int32_t height)
+inline bool is_12_bit(ozr_image_format format)
 {
-    const bool is_12_bit =
-        format == ozr_image_format_nv12 || format == ozr_image_format_nv21 || format == ozr_image_format_yv12;
-    return is_12_bit ? height + height / 2 : height;
+    return format == ozr_image_format_nv12 || format == ozr_image_format_nv21 ||
+           format == ozr_image_format_yv12;
 }
 
-// An image of random bytes around a guarded buffer of the test's own.
-struct TestImage {
-    GuardedBuffer buffer;
-    ozr_image image;
+inline int32_t pixel_bytes(ozr_image_format format)
+{
+    return format == ozr_image_format_rgba32 ? 4 : format == ozr_image_format_yuy2 ? 2 : 1;
+}
 
-    TestImage(ozr_image_format format, int32_t width, int32_t height, int32_t stride, uint32_t seed,
-              size_t guard = 0)
-        : buffer(static_cast<size_t>(stride * plane_rows(format, height)), seed, guard),
-          image{buffer.data(), stride * plane_rows(format, height), width, height, format, stride, 90}
+// An image of random bytes around a buffer of the test's own.
+struct TestImage : ozr_image {
+    Buffer buffer;
+
+    TestImage(ozr_image_format f, int32_t w, int32_t h, int32_t s, uint32_t seed, int64_t guard = 0)
+        : ozr_image{nullptr, s * (is_12_bit(f) ? h + h / 2 : h), w, h, f, s, 90}, buffer(size, seed, guard)
     {
+        data = buffer.data();
     }
 };
 
 // An image that the library owns.
 struct OwnedImage : ozr_image {
     OwnedImage() : ozr_image{} {}
-    ~OwnedImage() { ozr_image_destroy(this); }
+    OwnedImage(ozr_image_format f, int32_t w, int32_t h, int32_t s) : OwnedImage()
+    {
+        EXPECT_EQ(ozr_image_create(this, w, h, s, f, 33), ozr_success);
+    }
     OwnedImage(const OwnedImage&) = delete;
     OwnedImage& operator=(const OwnedImage&) = delete;
+    ~OwnedImage() { ozr_image_destroy(this); }
     bool is_empty() const
     {
-        return data == nullptr && size == 0 && width == 0 && height == 0 && format == 0 && stride == 0 &&
-               rotation == 0;
+        return data == nullptr && !size && !width && !height && !format && !stride && !rotation;
     }
 };
 
 // Collects the error lines of its lifetime, without their line numbers.
-class LogCapture
-{
-public:
+struct LogCapture {
+    inline static std::vector<std::string> lines;
+
     LogCapture()
     {
-        lines().clear();
+        lines.clear();
         ozr_log_set_external_error(&LogCapture::on_error);
     }
     ~LogCapture() { ozr_log_set_external_error(nullptr); }
-    LogCapture(const LogCapture&) = delete;
-    LogCapture& operator=(const LogCapture&) = delete;
-    static std::vector<std::string>& lines()
-    {
-        static std::vector<std::string> collected;
-        return collected;
-    }
-
-private:
     static void on_error(const char* format, va_list args) __attribute__((format(printf, 1, 0)))
     {
         char text[1024];
         vsnprintf(text, sizeof(text), format, args);
         const std::string line(text);
-        lines().push_back(line.substr(0, line.rfind(':')));
+        lines.push_back(line.substr(0, line.rfind(':')));
     }
 };
 

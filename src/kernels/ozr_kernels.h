@@ -2,7 +2,7 @@
 //
 // The scalar function of a kernel is its meaning; another variant is right when it gives the same bytes for every
 // input. Callers fetch the table once per image with ozr_kernels(). No kernel reads or writes outside the ranges
-// stated here, and none needs alignment. Source and destination never overlap.
+// stated here, and none needs alignment. Source and destination do not overlap unless the kernel says so.
 #ifndef OZR_KERNELS_H
 #define OZR_KERNELS_H
 
@@ -161,6 +161,9 @@ using MirrorPairsRow = void (*)(uint8_t* row, int32_t bytes);
 
 // In place: four-byte pixel i changes places with pixel count - 1 - i for i < count / 2.
 using MirrorQuadsRow = void (*)(uint8_t* row, int32_t count);
+
+// The square of a scale and the product of two fractions lose four bits before they meet.
+constexpr uint32_t kOzrWarpShift = 4;
 
 // A similarity warp. Source positions are multiples of 1 / scale pixel; scale and square are neither 0, and scale is
 // not -1.

@@ -6,7 +6,8 @@
 namespace
 {
 
-// The sample at a byte offset; of a source without a neighbour to step back to, the nearest sample there is.
+// The sample at a byte offset; of one outside the source, which a single row or column and packed columns
+// beyond the row lead to, the nearest byte there is.
 int32_t _sample(const OzrWarp& warp, int64_t offset)
 {
     return warp.src[std::clamp<int64_t>(offset, 0, warp.last)];
@@ -28,7 +29,7 @@ uint8_t _warped_pixel(const OzrWarp& warp, Wrap32 x, Wrap32 y)
     const Wrap32 p10 = _sample(warp, offset + warp.pitch);
     const Wrap32 p11 = _sample(warp, offset + warp.pitch + warp.pixel_bytes);
     const Wrap32 value = p00 + ((p10 - p00) * fy + (p01 - p00) * fx) / warp.scale +
-                         (((fx * fy) >> 4) * (p11 + p00 - p01 - p10)) / warp.square;
+                         (((fx * fy) >> kOzrWarpShift) * (p11 + p00 - p01 - p10)) / warp.square;
     return static_cast<uint8_t>(value.bits());
 }
 

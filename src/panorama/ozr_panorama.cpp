@@ -61,7 +61,7 @@ bool _is_supported(const ozr_config* config)
 ozr_err create_panorama_engine(const ozr_config* config, panorama_t** panorama)
 {
     OZR_RAISE_IF(!_is_supported(config), ozr_err_not_supported);
-    std::unique_ptr<panorama_t> session(new (std::nothrow_t()) panorama_t(config));
+    std::unique_ptr<panorama_t> session(new (std::nothrow_t{}) panorama_t(config));
     OZR_RAISE_IF(!session || session->engine == nullptr, ozr_err_nomem);
     *panorama = session.release();
     return ozr_success;

@@ -14,8 +14,8 @@ namespace
 constexpr uint32_t kFracBits = 10;
 constexpr uint32_t kFracMask = (1U << kFracBits) - 1;
 constexpr int32_t kRgbBytes = 3;
-constexpr uint32_t kCensusMargin =
-    2;  // rows, and positions in all, by which a 3 x 3 window exceeds its first byte
+// Rows, and bytes in the last of them, by which a 3 x 3 window exceeds its first byte.
+constexpr uint32_t kCensusMargin = 2;
 
 // Source and destination of a resizing; sizes in pixels, strides in bytes.
 struct Resizing {

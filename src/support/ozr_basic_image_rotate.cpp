@@ -4,6 +4,7 @@
 // Positions are Q10 in the destination's grid; multiplied by a sine or cosine in Q16 they are the Q26 of the kernel.
 #include <stddef.h>
 
+#include "ozr_fixed.h"
 #include "ozr_kernels.h"
 #include "ozr_plane.h"
 #include "ozr_support.h"
@@ -13,7 +14,6 @@ namespace
 
 constexpr int32_t kPositionFracBits = 10;
 constexpr int64_t kPositionOne = int64_t{1} << kPositionFracBits;
-constexpr int32_t kTrigFracBits = 16;
 static_assert(kPositionFracBits + kTrigFracBits == kOzrLineFracBits, "positions times cosines");
 
 constexpr int32_t kEighths = 8;

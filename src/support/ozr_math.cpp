@@ -1,18 +1,19 @@
 // Integer trigonometry in degrees, the integer square root, rectangles and points. Everything is 32-bit arithmetic
 // that wraps around: wild coordinates give wild results, never a trap.
 #include "ozr_support.h"
+#include "ozr_trig_tables.h"
 
 #include <math.h>
 
 #include <algorithm>
 
+#include "ozr_fixed.h"
 #include "ozr_wrap32.h"
 
 namespace
 {
 
 constexpr int32_t kFullTurn = 360;
-constexpr uint32_t kTrigFracBits = 16;     // sines and cosines
 constexpr uint32_t kTangentFracBits = 10;  // tangents
 constexpr int32_t kSteepest = 58;          // tan 89 degrees: beyond it counts as 90
 

@@ -1,5 +1,5 @@
 // Made by scripts/make_trig_tables.py; change that, not this.
-#include "ozr_support.h"
+#include "ozr_trig_tables.h"
 
 // Ten degrees a line.
 // clang-format off

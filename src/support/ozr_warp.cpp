@@ -4,6 +4,7 @@
 // and the centres Pc, Qc rounded half up, a destination position (x, y) lies in the source at
 //   (Pc.x D + A (x - Qc.x) + B (y - Qc.y)) / D,  (Pc.y D - B (x - Qc.x) + A (y - Qc.y)) / D.
 // All of it is 32-bit arithmetic whose wrap-around belongs to the results.
+#include "ozr_fixed.h"
 #include "ozr_image.h"
 #include "ozr_image_rows.h"
 #include "ozr_kernels.h"
@@ -14,11 +15,8 @@
 namespace
 {
 
-constexpr uint32_t kSquareShift =
-    4;  // D * D and the product of two fractions lose four bits before they meet
 constexpr int32_t kLargestSquare = 6000000;  // of D * D, where products are to stay within 32 bits
 constexpr uint32_t kStrengthFracBits = 10;   // 1024 leaves the points where they are
-constexpr uint32_t kTrigFracBits = 16;
 
 Wrap32 _middle(Wrap32 a, Wrap32 b)
 {
@@ -65,7 +63,7 @@ struct Similarity {
     {
         return src.centre_y() * scale - across * (x - dst.centre_x()) + along * (y - dst.centre_y());
     }
-    Wrap32 square() const { return (scale * scale) >> kSquareShift; }
+    Wrap32 square() const { return (scale * scale) >> kOzrWarpShift; }
 };
 
 // A plane of luma samples, `pixel_bytes` apart.
@@ -84,10 +82,17 @@ template <class RowAt>
 void _warp(const Similarity& map, const SourcePlane& src, int32_t width, int32_t height, RowAt row_at)
 {
     const WarpRow warp_row = ozr_kernels()->warp_row;
-    const int64_t last = static_cast<int64_t>(src.pitch) * src.rows - src.pixel_bytes;
-    const OzrWarp warp = {
-        src.data, last > 0 ? last : 0, src.pitch,          src.pixel_bytes, src.columns,
-        src.rows, map.scale.value,     map.square().value, map.along.value, (0 - map.across).value};
+    OzrWarp warp = {};
+    warp.src = src.data;
+    warp.last = static_cast<int64_t>(src.pitch) * src.rows - 1;
+    warp.pitch = src.pitch;
+    warp.pixel_bytes = src.pixel_bytes;
+    warp.columns = src.columns;
+    warp.rows = src.rows;
+    warp.scale = map.scale.value;
+    warp.square = map.square().value;
+    warp.step_x = map.along.value;
+    warp.step_y = (0 - map.across).value;
     Wrap32 x = map.x_at(0, 0);
     Wrap32 y = map.y_at(0, 0);
     for (int32_t row = 0; row < height; ++row) {

@@ -1,0 +1,164 @@
+// Intake and alignment of pictures by the core.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "pano_result.h"
+#include "support/cores.h"
+
+namespace
+{
+
+constexpr int32_t kPerfect = 1 << 28;
+
+int32_t flat(int32_t, int32_t)
+{
+    return 77;
+}
+
+// Correlation of two projected pictures at an offset, in floating point: sign(r) r^2.
+double correlation(const PanoImg& a, const PanoImg& b, int32_t dx, int32_t dy, int32_t margin)
+{
+    double n = 0, sa = 0, sb = 0, saa = 0, sbb = 0, sab = 0;
+    for (int32_t y = std::max(dy, 0); y < std::min(a.height, b.height + dy); ++y) {
+        for (int32_t x = std::max(dx, 0) + margin; x < std::min(a.width, b.width + dx) - margin; ++x) {
+            const double p = pano_row(&a, y)[x], q = pano_row(&b, y - dy)[x - dx];
+            n += 1, sa += p, sb += q, saa += p * p, sbb += q * q, sab += p * q;
+        }
+    }
+    const double covariance = sab - sa * sb / n;
+    const double r2 = covariance * covariance / ((saa - sa * sa / n) * (sbb - sb * sb / n));
+    return covariance < 0 ? -r2 : r2;
+}
+
+}  // namespace
+
+TEST(CoreAddInput, ProjectsFlatPicturesToFlatPictures)
+{
+    TestCore core(1, 100, 60);
+    ASSERT_EQ(core.add(0, 0, 0, flat), 0);
+    const PanoImg& projected = core->frames[0];
+    EXPECT_EQ(projected.width, 96);
+    EXPECT_EQ(projected.height, 60);
+    const int32_t luma = 96 * 60;
+    EXPECT_TRUE(std::all_of(projected.data, projected.data + luma, [](uint8_t p) { return p == 77; }));
+    for (int32_t i = luma; i < projected.size; ++i)
+        ASSERT_EQ(projected.data[i], i % 2 == 0 ? 100 : 150);
+    EXPECT_EQ(core->added[0], 1);
+    EXPECT_EQ(core->aligned[0], 1);
+    EXPECT_EQ(core->align[0].pyramid_levels, 1);
+}
+
+TEST(CoreAddInput, FindsWhereThePictureLies)
+{
+    struct Case {
+        int32_t forward, width, height, dx, dy, guess_x, guess_y;
+    };
+    const Case cases[] = {
+        {1, 96, 64, 30, 2, 28, 0},   {1, 96, 64, 29, -3, 30, -1},     {0, 96, 64, -31, 4, -29, 2},
+        {1, 320, 240, 96, 6, 90, 0}, {0, 320, 240, -100, -8, -96, 0}, {1, 640, 480, 192, -10, 180, 4},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.width << "x" << c.height << " moved by " << c.dx << "," << c.dy);
+        TestCore core(c.forward, c.width, c.height);
+        ASSERT_EQ(core.add(0, 0, 0, noise), 0);
+        ASSERT_EQ(core.add(1, c.guess_x, c.guess_y,
+                           [&](int32_t x, int32_t y) { return noise(x + c.dx, y + c.dy); }),
+                  0);
+        EXPECT_EQ(core->aligned[1], 1);
+        EXPECT_EQ(core->align[0].pyramid, nullptr);
+        EXPECT_NE(core->align[1].pyramid, nullptr);
+        // The later picture in canvas order lies to the right of the earlier one, whichever came first.
+        const AlignResult& found = core->offsets[c.forward == 1 ? 1 : 0];
+        const int32_t sign = c.forward == 1 ? 1 : -1;
+        // The projection shrinks the middle by F / R = 0.825, so the pictures lie a little closer or wider apart.
+        const double stretch = 836.0 / 690.0;
+        EXPECT_NEAR(found.x, sign * c.dx * stretch, 0.12 * std::abs(c.dx) + 4);
+        EXPECT_NEAR(found.y, sign * c.dy * stretch, 4);
+        const PanoImg& left = core->frames[c.forward == 1 ? 0 : 1];
+        const PanoImg& right = core->frames[c.forward == 1 ? 1 : 0];
+        const double here = correlation(left, right, found.x, found.y, core->margin);
+        EXPECT_GT(here, 0.1);
+        for (int32_t step : {-4, 4}) {
+            EXPECT_GT(here, correlation(left, right, found.x + step, found.y, core->margin));
+            EXPECT_GT(here, correlation(left, right, found.x, found.y + step, core->margin));
+        }
+        if (core->half == 0) {  // at full size the score is the correlation of the very pixels
+            EXPECT_NEAR(found.score / static_cast<double>(kPerfect), here, 0.02);
+        }
+    }
+}
+
+TEST(CoreAddInput, IdenticalPicturesMatchPerfectly)
+{
+    for (int32_t width : {96, 640}) {
+        TestCore core(1, width, width * 3 / 4);
+        ASSERT_EQ(core.add(0, 0, 0, noise), 0);
+        ASSERT_EQ(core.add(1, 0, 0, noise), 0);
+        EXPECT_EQ(core->offsets[1].x, 0);
+        EXPECT_EQ(core->offsets[1].y, 0);
+        EXPECT_GE(core->offsets[1].score, kPerfect);
+        EXPECT_LE(core->offsets[1].score, kPerfect + kPerfect / 400);
+    }
+}
+
+TEST(CoreAddInput, FlatPicturesKeepTheFirstCandidate)
+{
+    TestCore core(1, 96, 64);
+    ASSERT_EQ(core.add(0, 0, 0, flat), 0);
+    ASSERT_EQ(core.add(1, 30, 0, flat), 0);
+    EXPECT_EQ(core->offsets[1].x, 30 + core->search_x_min);
+    EXPECT_EQ(core->offsets[1].y, core->search_y_min);
+    EXPECT_EQ(core->offsets[1].score, 0);
+}
+
+TEST(CoreAddInput, HopelessPositionsAreNotSearched)
+{
+    const int32_t positions[][2] = {{200, 0}, {INT32_MAX, 0}, {INT32_MIN, 0}, {30, 1000}, {30, INT32_MIN}};
+    for (const auto& p : positions) {
+        TestCore core(1, 96, 64);
+        ASSERT_EQ(core.add(0, 0, 0, noise), 0);
+        ASSERT_EQ(core.add(1, p[0], p[1], noise), 0);
+        EXPECT_EQ(core->offsets[1].x, 96);
+        EXPECT_EQ(core->offsets[1].y, 64);
+        EXPECT_EQ(core->offsets[1].score, -1);
+    }
+}
+
+TEST(CoreAddInput, RefusalsInOrderAndWhoKeepsThePicture)
+{
+    TestCore core(1, 96, 64);
+    ASSERT_EQ(core.add(0, 0, 0, noise), 0);
+    const auto offer = [&](int32_t width, int32_t height, int32_t format, int32_t index, bool* kept) {
+        PanoImg img = {};
+        PanoImg_Create(&img, width, height, format);
+        const int32_t result = panorama_core_add_input(core.core, &img, index, 0, 0);
+        *kept = img.data != nullptr;
+        PanoImg_Destroy(&img);
+        return result;
+    };
+    bool kept = false;
+    core->cancel = 1;
+    EXPECT_EQ(offer(96, 64, kPanoNv12, 10, &kept), kPanoBadArgument);
+    EXPECT_TRUE(kept);
+    EXPECT_EQ(offer(96, 64, kPanoNv12, -1, &kept), kPanoBadArgument);
+    EXPECT_EQ(offer(96, 64, kPanoNv12, 0, &kept), kPanoNotSupported);
+    EXPECT_TRUE(kept);
+    EXPECT_EQ(offer(96, 64, kPanoNv12, 1, &kept), kPanoCancelled);
+    EXPECT_FALSE(kept);
+    core->cancel = 0;
+    core->initialised = 0;
+    EXPECT_EQ(offer(96, 64, kPanoNv12, 1, &kept), kPanoCoreNotInitialised);
+    EXPECT_TRUE(kept);
+    core->initialised = 1;
+    EXPECT_EQ(panorama_core_add_input(core.core, nullptr, 1, 0, 0), kPanoNullArgument);
+    for (const auto& wrong : {std::array<int32_t, 3>{104, 64, 1}, {96, 62, 1}, {96, 64, 2}}) {
+        EXPECT_EQ(offer(wrong[0], wrong[1], wrong[2], 1, &kept), kPanoBadArgument);
+        EXPECT_FALSE(kept);
+    }
+    EXPECT_EQ(offer(96, 64, kPanoNv12, 2, &kept), kPanoPreviousMissing);
+    EXPECT_FALSE(kept);
+    EXPECT_NE(core->frames[2].data, nullptr);  // projected before the gap showed
+}

@@ -1,0 +1,211 @@
+// Composition: layout, seams, transitions, and the bytes of the panorama.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "pano_result.h"
+#include "support/cores.h"
+#include "support/log_capture.h"
+
+namespace
+{
+
+using Lines = std::vector<std::string>;
+
+// Fills a sweep with flat pictures of the given levels at hand-set positions.
+void fill(TestCore* core, const std::vector<int32_t>& levels, int32_t x, int32_t y)
+{
+    const int32_t count = static_cast<int32_t>(levels.size());
+    for (int32_t i = 0; i < count; ++i)
+        ASSERT_EQ(core->add(i, x, y, [&](int32_t, int32_t) { return levels[static_cast<size_t>(i)]; }), 0);
+    for (int32_t i = 1; i < count; ++i)
+        (*core)->offsets[(*core)->forward == 1 ? i : i - 1] = {x, y, 1000 * i};
+}
+
+struct Composed {
+    explicit Composed(TestCore* core, int32_t count)
+    {
+        result = panorama_core_panorama(core->core, count, &img);
+    }
+    ~Composed() { PanoImg_Destroy(&img); }
+    Composed(const Composed&) = delete;
+    Composed& operator=(const Composed&) = delete;
+
+    int32_t luma(int32_t x, int32_t y) const { return pano_row(&img, y)[x]; }
+    int32_t chroma(int32_t x, int32_t y) const { return pano_chroma_row(&img, y)[x]; }
+
+    PanoImg img = {};
+    int32_t result = 0;
+};
+
+}  // namespace
+
+// Flat pictures: every path costs the same inside the free columns, so the seam runs in the first column right of the
+// barred band, `margin` columns in; and each transition byte follows from its weight.
+TEST(Compose, BlendsAcrossTheSeamInTheThreeMargins)
+{
+    struct Case {
+        int32_t width, margin, step;
+    };
+    for (const Case& c :
+         {Case{640, 16, 4}, Case{1280, 32, 2}, Case{2560, 64, 1}, Case{1920, 48, 0}, Case{96, 2, 0}}) {
+        SCOPED_TRACE(testing::Message() << "margin " << c.margin);
+        TestCore core(1, c.width, 40);
+        const int32_t x = c.width / 2;
+        fill(&core, {50, 200}, x, 0);
+        const Composed out(&core, 2);
+        ASSERT_EQ(out.result, 0);
+        ASSERT_EQ(core->margin, c.margin);
+        EXPECT_EQ(out.img.width, (c.width + x) & 0xFFF0);
+        EXPECT_EQ(out.img.height, 32);
+        const int32_t seam = x + c.margin;
+        for (int32_t column = 0; column < out.img.width; ++column) {
+            const int32_t k = column - (seam - c.margin);
+            int32_t want = column < seam ? 50 : 200;
+            if (c.step != 0 && k >= 0 && k < 2 * c.margin)
+                want = std::min(255, ((1 + k * c.step) * 200 + (127 - k * c.step) * 50 + 128) >> 7);
+            ASSERT_EQ(out.luma(column, 0), want) << column;
+            ASSERT_EQ(out.luma(column, 31), want);
+            const int32_t pair = column / 2 - (seam - c.margin) / 2;
+            const int32_t chroma = column % 2 == 0 ? 100 : 150;
+            const bool ramp = c.step != 0 && pair >= 0 && pair < c.margin;
+            ASSERT_EQ(out.chroma(column, 15), ramp ? (128 * chroma + 128) >> 7 : chroma) << column;
+        }
+        EXPECT_EQ(core->mean_score, 1000);
+    }
+}
+
+TEST(Compose, ChromaFollowsItsOwnRamp)
+{
+    TestCore core(1, 640, 32);
+    fill(&core, {50, 50}, 320, 0);
+    const PanoImg& later = core->frames[1];
+    std::fill(pano_chroma_row(&later, 0), pano_chroma_row(&later, 0) + 640 * 16, static_cast<uint8_t>(20));
+    const Composed out(&core, 2);
+    for (int32_t pair = 0; pair < 16; ++pair) {
+        const int32_t weight = 1 + 8 * pair, byte = 320 + 2 * pair;
+        ASSERT_EQ(out.chroma(byte, 3), (weight * 20 + (128 - weight) * 100 + 128) >> 7);
+        ASSERT_EQ(out.chroma(byte + 1, 3), (weight * 20 + (128 - weight) * 150 + 128) >> 7);
+    }
+    EXPECT_EQ(out.chroma(319, 3), 150);
+    EXPECT_EQ(out.chroma(320 + 32, 3), 20);
+}
+
+// Pictures of which each shows its own row number: the output shows the rows that all have in common.
+TEST(Compose, ShowsTheCommonBandOfDriftingPictures)
+{
+    for (int32_t drift : {3, -3}) {
+        TestCore core(1, 96, 64);
+        fill(&core, {0, 0, 0}, 32, drift);
+        for (int32_t i = 0; i < 3; ++i) {
+            for (int32_t y = 0; y < 64; ++y)
+                std::fill_n(pano_row(&core->frames[i], y), 96, static_cast<uint8_t>(y + i * drift + 10));
+        }
+        const Composed out(&core, 3);
+        ASSERT_EQ(out.result, 0);
+        EXPECT_EQ(out.img.height, (64 - 6) & ~15);
+        EXPECT_EQ(out.img.width, 160);
+        const int32_t top = drift > 0 ? 6 : 0;
+        for (int32_t y = 0; y < out.img.height; ++y) {
+            for (int32_t x = 0; x < 160; ++x)
+                ASSERT_EQ(out.luma(x, y), top + y + 10) << x << "," << y;
+        }
+    }
+}
+
+TEST(Compose, EndsTheSweepBeforeTooMuchDrift)
+{
+    TestCore core(1, 96, 64);
+    fill(&core, {10, 20, 30, 40}, 32, 12);  // 12, 24, then 36 of 64 rows lost: less than half in common
+    LogCapture log;
+    const Composed out(&core, 4);
+    EXPECT_EQ(out.result, 0);
+    EXPECT_EQ(core->g_nCount, 3);
+    EXPECT_EQ(core->overlaps, 2);
+    EXPECT_EQ(core->mean_score, (1000 + 2000) / 2);
+    EXPECT_EQ(out.img.width, 96 + 64);
+    EXPECT_EQ(out.img.height, (64 - 24) & ~15);
+    EXPECT_EQ(log.progress(),
+              (Lines{"panorama_core_panorama: start synthesis 4 image(s), (size: 96x64)",
+                     "panorama_core_panorama: Actual # of image in synthesis is 3. (ignored after)"}));
+}
+
+TEST(Compose, OnePictureIsThePanorama)
+{
+    for (int32_t forward : {1, 0}) {
+        TestCore core(forward, 96, 64);
+        fill(&core, {10, 20}, 32, forward == 1 ? 40 : 40);
+        LogCapture log;
+        const Composed out(&core, 2);
+        EXPECT_EQ(out.result, 0);
+        EXPECT_EQ(out.img.width, 96);
+        EXPECT_EQ(out.luma(50, 30), forward == 1 ? 10 : 20);
+        EXPECT_EQ(log.progress().back(), "panorama_core_panorama: Exiting synthesis: pi->g_nCount(1) == 1");
+        EXPECT_EQ(log.progress()[2], forward == 1 ? "panorama_core_panorama: saving pProject[0]"
+                                                  : "panorama_core_panorama: saving pProject[1]");
+    }
+}
+
+TEST(Compose, BackwardSweepsRunFromTheLastPicture)
+{
+    TestCore core(0, 640, 32);
+    ASSERT_EQ(core.add(0, 0, 0, [](int32_t, int32_t) { return 10; }), 0);
+    ASSERT_EQ(core.add(1, -320, 0, [](int32_t, int32_t) { return 90; }), 0);
+    core->offsets[0] = {320, 0, 5};
+    const Composed out(&core, 2);
+    ASSERT_EQ(out.result, 0);
+    EXPECT_EQ(out.luma(0, 0), 90);
+    EXPECT_EQ(out.luma(out.img.width - 1, 0), 10);
+}
+
+TEST(Compose, SeamsStayInOrder)
+{
+    // Both overlaps would like their seam in the same canvas column; the second must stay right of the first.
+    TestCore core(1, 96, 32);
+    fill(&core, {50, 50, 50}, 16, 0);
+    for (int32_t i = 0; i < 3; ++i) {
+        for (int32_t y = 0; y < 32; ++y) {
+            uint8_t* row = pano_row(&core->frames[i], y);
+            for (int32_t x = 0; x < 96; ++x)
+                row[x] = static_cast<uint8_t>(16 * i + x == 60 ? 50 : 100 + 50 * i);
+        }
+    }
+    const Composed out(&core, 3);
+    ASSERT_EQ(out.result, 0);
+    for (int32_t x = 0; x < 128; ++x) {
+        // Canvas column 60 is the only agreement. The second seam stays clear of the first by the band of 2 columns.
+        const int32_t want = x == 60 ? 50 : x < 60 ? 100 : x < 63 ? 150 : 200;
+        ASSERT_EQ(out.luma(x, 5), want) << x;
+    }
+}
+
+TEST(Compose, RefusalsCancellationAndUnplaceablePictures)
+{
+    TestCore core(1, 96, 64);
+    fill(&core, {10, 20}, 32, 0);
+    PanoImg out = {};
+    LogCapture log;
+    EXPECT_EQ(panorama_core_panorama(nullptr, 2, &out), kPanoNullArgument);
+    EXPECT_EQ(panorama_core_panorama(core.core, -1, &out), kPanoNotSupported);
+    EXPECT_EQ(panorama_core_panorama(core.core, 11, &out), kPanoBadArgument);
+    EXPECT_TRUE(log.progress().empty());
+    EXPECT_EQ(panorama_core_panorama(core.core, 3, &out), kPanoPictureMissing);
+    EXPECT_EQ(panorama_core_panorama(core.core, 0, &out), kPanoNotSupported);
+    EXPECT_EQ(log.progress().back(), "panorama_core_panorama: Exiting synthesis: pi->g_nCount(0) < 1");
+    core->cancel = 1;
+    EXPECT_EQ(panorama_core_panorama(core.core, 2, &out), kPanoCancelled);
+    EXPECT_EQ(core->cancel, 0);
+    const struct {
+        AlignResult at;
+        int32_t want;
+    } cases[] = {
+        {{96, 0, -1}, kPanoNotSupported},  // side by side, as after a search that missed
+        {{95, 0, 0}, kPanoNotSupported},  {{97, 0, 0}, kPanoBadArgument},
+        {{-1, 0, 0}, kPanoBadArgument},   {{INT32_MIN, 0, 0}, kPanoBadArgument},
+    };
+    for (const auto& c : cases) {
+        core->offsets[1] = c.at;
+        EXPECT_EQ(panorama_core_panorama(core.core, 2, &out), c.want) << c.at.x;
+        EXPECT_EQ(out.data, nullptr);
+    }
+}

@@ -1,0 +1,319 @@
+// Working images: records, copying, resampling, rotation and conversion, against plain per-pixel formulas.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "pano_result.h"
+#include "panorama_img.h"
+#include "support/pictures.h"
+#include "support/wrapped_heap.h"
+
+namespace
+{
+
+const int32_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};
+
+// Value of a bilinear sample at (x, y) in 1/1024 pixel; sample(i, j) reads.
+template <class Sample>
+uint8_t bilinear(int64_t x, int64_t y, Sample sample)
+{
+    const int64_t fx = x % 1024, fy = y % 1024;
+    const int32_t i = static_cast<int32_t>(x / 1024), j = static_cast<int32_t>(y / 1024);
+    const auto read = [&](int32_t column, int32_t row, int64_t weight) {
+        return weight == 0 ? 0 : weight * sample(column, row);
+    };
+    const int64_t sum = read(i, j, (1024 - fx) * (1024 - fy)) + read(i + 1, j, fx * (1024 - fy)) +
+                        read(i, j + 1, (1024 - fx) * fy) + read(i + 1, j + 1, fx * fy);
+    return static_cast<uint8_t>(sum / 1048576);
+}
+
+int64_t step(int32_t src, int32_t dst)
+{
+    return int64_t{src - 1} * 1024 / dst;
+}
+
+struct Sizes {
+    int32_t src_width, src_height, dst_width, dst_height;
+};
+const Sizes kSizes[] = {{640, 48, 160, 12}, {33, 21, 7, 5}, {20, 20, 20, 10},
+                        {10, 6, 23, 13},    {1, 9, 3, 4},   {9, 1, 4, 3}};
+
+}  // namespace
+
+TEST(PanoImgRecords, CreateFollowsTheFormat)
+{
+    for (int32_t format = 0; format <= 5; ++format) {
+        const WrappedHeap heap;
+        PanoImg img = {};
+        EXPECT_EQ(PanoImg_Create(&img, 5, 3, format), 0);
+        const int32_t plane = 5 * 3 * kPixelBytes[format];
+        EXPECT_EQ(img.stride, 5 * kPixelBytes[format]);
+        EXPECT_EQ(img.size, format == 1 || format == 2 ? plane * 3 / 2 : plane);
+        EXPECT_EQ(img.widthCopy, 0);
+        EXPECT_TRUE(std::all_of(img.data, img.data + img.size, [](uint8_t byte) { return byte == 0; }));
+        PanoImg aligned = {};
+        void* raw = nullptr;
+        EXPECT_EQ(PanoImg_CreateAligned(&aligned, 5, 3, format, &raw), 0);
+        EXPECT_EQ(aligned.size, img.size);
+        EXPECT_EQ(aligned.widthCopy, 5);
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(aligned.data) % 4096, 0U);
+        PanoImg_DestroyAligned(&aligned, &raw);
+        EXPECT_EQ(aligned.width, 0);
+        PanoImg_Destroy(&img);
+        PanoImg_Destroy(&img);
+        EXPECT_EQ(img.width, 5);
+        EXPECT_EQ(heap.live_blocks(), 0);
+    }
+}
+
+TEST(PanoImgRecords, RefusalsInOrder)
+{
+    PanoImg img = {};
+    void* raw = nullptr;
+    EXPECT_EQ(PanoImg_Create(&img, 0, 3, 9), kPanoBadArgument);
+    EXPECT_EQ(PanoImg_Create(nullptr, 1, 1, 0), kPanoBadArgument);
+    EXPECT_EQ(PanoImg_Create(&img, 4, 3, 6), kPanoNotSupported);
+    EXPECT_EQ(img.width, 4);
+    EXPECT_EQ(img.data, nullptr);
+    EXPECT_EQ(PanoImg_Create(&img, 4, 3, -1), kPanoNotSupported);
+    EXPECT_EQ(PanoImg_Create(&img, 50000, 50000, 1), kPanoBadArgument);
+    EXPECT_EQ(PanoImg_CreateAligned(&img, 4, 3, 0, nullptr), kPanoBadArgument);
+    EXPECT_EQ(PanoImg_CreateRef(&img, nullptr, 100, 2, 199, kPanoYuyv), kPanoBadArgument);
+    EXPECT_EQ(img.stride, 199);
+    EXPECT_EQ(img.size, 0);
+    uint8_t own[8] = {};
+    EXPECT_EQ(PanoImg_CreateRef(&img, own, 2, 2, 4, kPanoYuyv), 0);
+    EXPECT_EQ(img.data, own);
+    const WrappedHeap heap(1);
+    EXPECT_EQ(PanoImg_CreateAligned(&img, 4, 3, 0, &raw), kPanoNoMemory);
+    EXPECT_EQ(img.data, nullptr);
+}
+
+TEST(PanoImgRecords, CloneCopiesNoMoreThanEitherRecordSays)
+{
+    TestImg src(kPanoNv12, 6, 4, 3);
+    Random random(1);
+    src.randomize(&random);
+    for (int32_t size : {src.img.size, 10, 0, INT32_MAX}) {
+        PanoImg record = src.img, clone = {};
+        record.size = size;
+        ASSERT_EQ(PanoImg_Clone(&record, &clone), 0);
+        EXPECT_EQ(clone.stride, 9);
+        EXPECT_EQ(clone.size, src.img.size);
+        const int32_t copied = std::min(size, clone.size);
+        EXPECT_TRUE(std::equal(clone.data, clone.data + copied, src.img.data));
+        EXPECT_TRUE(
+            std::all_of(clone.data + copied, clone.data + clone.size, [](uint8_t b) { return b == 0; }));
+        PanoImg_Destroy(&clone);
+    }
+    PanoImg clone = {};
+    const PanoImg empty = {};
+    EXPECT_EQ(PanoImg_Clone(&empty, &clone), kPanoBadArgument);
+    EXPECT_EQ(PanoImg_Clone(nullptr, &clone), kPanoBadArgument);
+}
+
+TEST(PanoImgCopyEx, CopiesThePlacedOverlapPixelByPixel)
+{
+    const int32_t places[][2] = {{0, 0},  {-10, 5}, {3, 3},   {-3, -5},
+                                 {19, 0}, {20, 0},  {0, -99}, {INT32_MIN, INT32_MAX}};
+    for (int32_t format : {kPanoGray, kPanoNv12, kPanoNv21, kPanoRgb, kPanoRgba}) {
+        for (const auto& place : places) {
+            SCOPED_TRACE(testing::Message() << "format " << format << " at " << place[0] << "," << place[1]);
+            TestImg dst(format, 20, 14, 2), src(format, 15, 12, 5);
+            Random random(7);
+            src.randomize(&random);
+            TestImg want(format, 20, 14, 2);
+            const int64_t x = place[0], y = place[1];
+            const int64_t left = std::max<int64_t>(x, 0), top = std::max<int64_t>(y, 0);
+            const int64_t right = std::min<int64_t>(20, x + 15), bottom = std::min<int64_t>(14, y + 12);
+            const int32_t bytes = kPixelBytes[format];
+            for (int64_t row = top; row < bottom; ++row) {
+                for (int64_t byte = left * bytes; byte < right * bytes; ++byte)
+                    want.at(static_cast<int32_t>(byte), static_cast<int32_t>(row)) =
+                        src.at(static_cast<int32_t>(byte - x * bytes), static_cast<int32_t>(row - y));
+            }
+            const int64_t width = right - left, height = bottom - top;
+            for (int64_t r = 0; (format == 1 || format == 2) && width > 0 && r < height / 2; ++r) {
+                for (int64_t b = 0; b < width / 2 * 2; ++b)
+                    want.chroma(static_cast<int32_t>(left / 2 * 2 + b), static_cast<int32_t>(top / 2 + r)) =
+                        src.chroma(static_cast<int32_t>((left - x) / 2 * 2 + b),
+                                   static_cast<int32_t>((top - y) / 2 + r));
+            }
+            EXPECT_EQ(PanoImg_CopyEx(&dst.img, &src.img, place[0], place[1]), 0);
+            EXPECT_EQ(dst.pixels(), want.pixels());
+            EXPECT_TRUE(dst.intact());
+        }
+    }
+}
+
+TEST(PanoImgCopyEx, RefusesYuyvUnlessNothingOverlaps)
+{
+    TestImg a(kPanoYuyv, 4, 4), b(kPanoYuyv, 4, 4), gray(kPanoGray, 4, 4);
+    EXPECT_EQ(PanoImg_CopyEx(&a.img, &b.img, 0, 0), kPanoNotSupported);
+    EXPECT_EQ(PanoImg_CopyEx(&a.img, &b.img, 4, 0), 0);
+    EXPECT_EQ(PanoImg_CopyEx(&a.img, &gray.img, 4, 0), kPanoNotSupported);
+    EXPECT_EQ(PanoImg_CopyEx(nullptr, &gray.img, 0, 0), kPanoNullArgument);
+}
+
+TEST(PanoImgResize, GrayAndYuyvFollowTheBilinearFormula)
+{
+    for (int32_t format : {kPanoGray, kPanoYuyv}) {
+        for (const Sizes& s : kSizes) {
+            SCOPED_TRACE(testing::Message()
+                         << "format " << format << " " << s.src_width << "x" << s.src_height);
+            TestImg src(format, s.src_width, s.src_height, 3), dst(kPanoGray, s.dst_width, s.dst_height, 1);
+            TestImg want(kPanoGray, s.dst_width, s.dst_height, 1);
+            Random random(3);
+            src.randomize(&random);
+            const auto luma = [&](int32_t x, int32_t y) {
+                return src.at(format == kPanoYuyv ? 2 * x : x, y);
+            };
+            const int64_t step_x = step(s.src_width, s.dst_width), step_y = step(s.src_height, s.dst_height);
+            for (int32_t y = 0; y < s.dst_height; ++y) {
+                for (int32_t x = 0; x < s.dst_width; ++x)  // a single source row has none below it: black
+                    want.at(x, y) = s.src_height == 1 ? 0 : bilinear(x * step_x, y * step_y, luma);
+            }
+            EXPECT_EQ((format == kPanoYuyv ? PanoImg_ResizeGrayYUYV : PanoImg_ResizeGray)(&dst.img, &src.img),
+                      0);
+            EXPECT_EQ(dst.pixels(), want.pixels());
+            EXPECT_TRUE(dst.intact());
+        }
+    }
+}
+
+TEST(PanoImgResize, EqualSizesAreCopiedInOneBlockOrRowByRow)
+{
+    TestImg src(kPanoGray, 5, 4, 3), padded(kPanoGray, 5, 4, 3), other(kPanoGray, 5, 4, 1);
+    Random random(4);
+    src.randomize(&random);
+    TestImg want_padded(kPanoGray, 5, 4, 3), want_other(kPanoGray, 5, 4, 1);
+    std::copy_n(src.img.data, 20, want_padded.img.data);  // 4 x 5 bytes, row padding among them
+    for (int32_t y = 0; y < 4; ++y)
+        std::copy_n(&src.at(0, y), 5, &want_other.at(0, y));
+    EXPECT_EQ(PanoImg_ResizeGray(&padded.img, &src.img), 0);
+    EXPECT_EQ(PanoImg_ResizeGray(&other.img, &src.img), 0);
+    EXPECT_EQ(padded.pixels(), want_padded.pixels());
+    EXPECT_EQ(other.pixels(), want_other.pixels());
+}
+
+TEST(PanoImgResize, HalfTakesTruncatedMeans)
+{
+    TestImg src(kPanoGray, 101, 75, 2), dst(kPanoGray, 50, 37), wrong(kPanoGray, 51, 37);
+    Random random(5);
+    src.randomize(&random);
+    EXPECT_EQ(PanoImg_ResizeHalfGray(&wrong.img, &src.img), kPanoBadArgument);
+    ASSERT_EQ(PanoImg_ResizeHalfGray(&dst.img, &src.img), 0);
+    for (int32_t y = 0; y < 37; ++y) {
+        for (int32_t x = 0; x < 50; ++x)
+            ASSERT_EQ(dst.at(x, y), (src.at(2 * x, 2 * y) + src.at(2 * x + 1, 2 * y) +
+                                     src.at(2 * x, 2 * y + 1) + src.at(2 * x + 1, 2 * y + 1)) /
+                                        4);
+    }
+}
+
+TEST(PanoImgResize, YuvUsesTheLumaStepsOnChromaAndStaysInItsBuffers)
+{
+    for (const Sizes& s : kSizes) {
+        SCOPED_TRACE(testing::Message() << s.src_width << "x" << s.src_height);
+        TestImg src(kPanoNv21, s.src_width, s.src_height), dst(kPanoNv21, s.dst_width, s.dst_height);
+        Random random(6);
+        src.randomize(&random);
+        ASSERT_EQ(PanoImg_ResizeYUV(&dst.img, &src.img), 0);
+        EXPECT_TRUE(dst.intact());
+        const int64_t step_x = step(s.src_width, s.dst_width), step_y = step(s.src_height, s.dst_height);
+        for (int32_t y = 0; y < s.dst_height; ++y) {
+            for (int32_t x = 0; x < s.dst_width; ++x)
+                ASSERT_EQ(dst.at(x, y), bilinear(x * step_x, y * step_y,
+                                                 [&](int32_t i, int32_t j) { return src.at(i, j); }));
+        }
+        // Chroma where all four source pairs exist.
+        for (int32_t y = 0; y < s.dst_height / 2; ++y) {
+            for (int32_t x = 0; x < s.dst_width / 2 * 2; ++x) {
+                const int64_t px = x / 2 * step_x, py = y * step_y;
+                if (px / 1024 + 1 >= s.src_width / 2 || py / 1024 + 1 >= s.src_height / 2)
+                    continue;
+                ASSERT_EQ(dst.chroma(x, y), bilinear(px, py, [&](int32_t i, int32_t j) {
+                              return src.chroma(2 * i + x % 2, j);
+                          }));
+            }
+        }
+    }
+}
+
+TEST(PanoImgResize, RefusesWhatItCannotScale)
+{
+    TestImg src(kPanoGray, 8, 8), dst(kPanoGray, 4, 4);
+    PanoImg broken = dst.img;
+    broken.width = 0;
+    EXPECT_EQ(PanoImg_ResizeGray(&broken, &src.img), kPanoBadArgument);
+    broken = src.img;
+    broken.stride = 7;
+    EXPECT_EQ(PanoImg_ResizeGray(&dst.img, &broken), kPanoBadArgument);
+    EXPECT_EQ(PanoImg_ResizeYUV(&dst.img, nullptr), kPanoBadArgument);
+}
+
+TEST(PanoImgRotate, MovesEveryPixelAndPair)
+{
+    const int32_t sizes[][2] = {{4, 2}, {16, 6}, {6, 16}, {5, 4}, {4, 5}, {7, 3}, {1, 1}, {34, 18}};
+    for (const auto& size : sizes) {
+        const int32_t width = size[0], height = size[1];
+        SCOPED_TRACE(testing::Message() << width << "x" << height);
+        TestImg src(kPanoNv12, width, height, 4), cw(kPanoNv12, height, width, 2),
+            ccw(kPanoNv12, height, width, 2);
+        Random random(8);
+        src.randomize(&random);
+        ASSERT_EQ(PanoImg_RotateCW90(&cw.img, &src.img), 0);
+        ASSERT_EQ(PanoImg_RotateCW270(&ccw.img, &src.img), 0);
+        EXPECT_TRUE(cw.intact() && ccw.intact());
+        for (int32_t y = 0; y < height; ++y) {
+            for (int32_t x = 0; x < width; ++x) {
+                ASSERT_EQ(cw.at(height - 1 - y, x), src.at(x, y));
+                ASSERT_EQ(ccw.at(y, width - 1 - x), src.at(x, y));
+            }
+        }
+        for (int32_t k = 0; k < height / 2 && height % 2 == 0; ++k) {
+            for (int32_t b = 0; b < width / 2 * 2 && width % 2 == 0; ++b) {
+                ASSERT_EQ(cw.chroma(height - 2 - 2 * k + b % 2, b / 2), src.chroma(b, k));
+                ASSERT_EQ(ccw.chroma(2 * k + b % 2, width / 2 - 1 - b / 2), src.chroma(b, k));
+            }
+        }
+    }
+}
+
+TEST(PanoImgRotate, RefusalsInOrder)
+{
+    TestImg nv12(kPanoNv12, 4, 4), nv21(kPanoNv21, 4, 4);
+    PanoImg empty = nv12.img;
+    empty.data = nullptr;
+    for (auto rotate : {PanoImg_RotateCW90, PanoImg_RotateCW270}) {
+        EXPECT_EQ(rotate(nullptr, &nv12.img), kPanoBadArgument);
+        EXPECT_EQ(rotate(&nv12.img, &nv21.img), kPanoNotSupported);
+        EXPECT_EQ(rotate(&empty, &nv12.img), kPanoNullArgument);
+    }
+}
+
+TEST(PanoImgConvert, GivesTheKnownColours)
+{
+    const uint8_t cases[][7] = {// Y, first byte, second byte, then R, G, B, A
+                                {16, 128, 128, 0, 0, 0, 255},
+                                {235, 128, 128, 255, 255, 255, 255},
+                                {81, 240, 90, 255, 0, 0, 255}};
+    for (const auto& c : cases) {
+        TestImg src(kPanoNv12, 7, 5), dst(kPanoRgba, 7, 5);
+        std::fill_n(src.img.data, 35, c[0]);
+        for (int32_t i = 35; i < src.img.size; ++i)
+            src.img.data[i] = 0;
+        for (int32_t y = 0; y < 2; ++y) {
+            for (int32_t x = 0; x < 6; ++x)
+                src.chroma(x, y) = c[1 + x % 2];
+        }
+        ASSERT_EQ(PanoImg_ConvertYUV2RGBA(&dst.img, &src.img), 0);
+        for (int32_t y = 0; y < 5; ++y) {
+            for (int32_t b = 0; b < 28; ++b)
+                ASSERT_EQ(dst.at(b, y), y < 4 && b < 24 ? c[3 + b % 4] : 0) << b << "," << y;
+        }
+        EXPECT_TRUE(dst.intact());
+    }
+    TestImg nv21(kPanoNv21, 4, 4), rgba(kPanoRgba, 4, 4);
+    EXPECT_EQ(PanoImg_ConvertYUV2RGBA(&rgba.img, &nv21.img), kPanoNotSupported);
+}

@@ -1,0 +1,125 @@
+// Seam finding, against every possible path of small overlaps.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+
+#include "pano_result.h"
+#include "panorama_seam.h"
+#include "support/pictures.h"
+#include "support/wrapped_heap.h"
+
+namespace
+{
+
+using Columns = std::vector<int32_t>;
+
+int32_t find(Columns* seam, const std::vector<uint8_t>& mask, TestImg* a, TestImg* b, int32_t x, int32_t y,
+             int32_t width, int32_t height)
+{
+    const SeamRegion ra = {&a->img, x, y, width, height}, rb = {&b->img, 1, 0, width, height};
+    return panorama_seam_find(seam->data(), mask.data(), &ra, &rb);
+}
+
+// Of all cheapest paths the one that the rules single out: leftmost at the bottom; going up straight first, then left.
+Columns best_path(const std::vector<int32_t>& cost, int32_t width, int32_t height)
+{
+    Columns path(static_cast<size_t>(height)), best;
+    int32_t best_cost = INT32_MAX;
+    const std::function<void(int32_t, int32_t)> climb = [&](int32_t row, int32_t sum) {
+        const int32_t column = path[static_cast<size_t>(row)];
+        sum += cost[static_cast<size_t>(row * width + column)];
+        if (row == 0) {
+            if (sum < best_cost) {
+                best_cost = sum;
+                best = path;
+            }
+            return;
+        }
+        for (int32_t step : {0, -1, 1}) {
+            path[static_cast<size_t>(row - 1)] = column + step;
+            if (column + step >= 0 && column + step < width)
+                climb(row - 1, sum);
+        }
+    };
+    for (int32_t column = 0; column < width; ++column) {
+        path.back() = column;
+        climb(height - 1, 0);
+    }
+    return best;
+}
+
+}  // namespace
+
+TEST(Seam, IsTheCheapestOfAllPaths)
+{
+    Random random(21);
+    for (int32_t i = 0; i < 200; ++i) {
+        const int32_t width = 2 + random.below(6), height = 1 + random.below(6);
+        TestImg a(kPanoGray, 12, 10, 1), b(kPanoGray, 12, 10, 3);
+        for (int32_t p = 0; p < a.img.size; ++p)
+            a.img.data[p] = static_cast<uint8_t>(random.below(4));  // few values: many ties
+        for (int32_t p = 0; p < b.img.size; ++p)
+            b.img.data[p] = static_cast<uint8_t>(random.below(4));
+        const int32_t x = random.below(12 - width), y = random.below(10 - height);
+        std::vector<uint8_t> mask;
+        std::vector<int32_t> cost;
+        for (int32_t r = 0; r < height; ++r) {
+            for (int32_t c = 0; c < width; ++c) {
+                mask.push_back(random.below(5) == 0 ? 255 : static_cast<uint8_t>(random.below(2)));
+                cost.push_back(std::abs(a.at(x + c, y + r) - b.at(1 + c, r)) | mask.back());
+            }
+        }
+        Columns seam(static_cast<size_t>(height), -1);
+        ASSERT_EQ(find(&seam, mask, &a, &b, x, y, width, height), 0);
+        ASSERT_EQ(seam, best_path(cost, width, height)) << width << "x" << height;
+    }
+}
+
+TEST(Seam, FollowsTheOnlyAgreementAndAvoidsTheMask)
+{
+    TestImg a(kPanoGray, 40, 20), b(kPanoGray, 41, 20, 0, 0x5A ^ 0xFF);
+    for (int32_t r = 0; r < 20; ++r)
+        b.at(1 + 5 + r, r) = a.at(5 + r, r);
+    std::vector<uint8_t> mask(40 * 20, 0);
+    Columns seam(20), want(20);
+    ASSERT_EQ(find(&seam, mask, &a, &b, 0, 0, 40, 20), 0);
+    for (int32_t r = 0; r < 20; ++r)
+        want[static_cast<size_t>(r)] = 5 + r;
+    EXPECT_EQ(seam, want);
+    TestImg same(kPanoGray, 41, 20);
+    for (int32_t r = 0; r < 20; ++r)
+        std::fill_n(mask.begin() + r * 40, 10, static_cast<uint8_t>(255));
+    ASSERT_EQ(find(&seam, mask, &a, &same, 0, 0, 40, 20), 0);
+    EXPECT_EQ(seam, Columns(20, 10));
+}
+
+TEST(Seam, RefusalsInOrder)
+{
+    TestImg img(kPanoGray, 8, 8);
+    PanoImg no_pixels = img.img;
+    no_pixels.data = nullptr;
+    int32_t seam[8] = {};
+    const uint8_t mask[64] = {};
+    const SeamRegion good = {&img.img, 0, 0, 8, 8};
+    const struct {
+        SeamRegion a, b;
+        int32_t want;
+    } cases[] = {
+        {{nullptr, 0, 0, 8, 8}, good, kPanoBadArgument},
+        {good, {nullptr, 0, 0, 0, 0}, kPanoBadArgument},
+        {good, {&img.img, 0, 0, 8, 7}, kPanoBadArgument},
+        {good, {&img.img, 0, 0, 7, 8}, kPanoBadArgument},
+        {{&img.img, 0, 0, 0, 8}, {&img.img, 0, 0, 0, 8}, kPanoNotSupported},
+        {{&img.img, 0, 0, 8, 0}, {&img.img, 0, 0, 8, 0}, kPanoNotSupported},
+        {{&img.img, 0, 0, 1, 8}, {&img.img, 0, 0, 1, 8}, kPanoNotSupported},
+        {{&img.img, 0, 0, -2, 8}, {&img.img, 0, 0, -2, 8}, kPanoBadArgument},
+        {{&no_pixels, 0, 0, 8, 8}, good, kPanoBadArgument},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(panorama_seam_find(seam, mask, &c.a, &c.b), c.want);
+    EXPECT_EQ(panorama_seam_find(seam, nullptr, &good, &good), kPanoNullArgument);
+    EXPECT_EQ(panorama_seam_find(nullptr, mask, &good, &good), kPanoNullArgument);
+    const WrappedHeap heap(1);
+    EXPECT_EQ(panorama_seam_find(seam, mask, &good, &good), kPanoNoMemory);
+}

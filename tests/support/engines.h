@@ -1,0 +1,46 @@
+// Engine contexts for tests, and pictures to feed them.
+#ifndef ENGINES_H
+#define ENGINES_H
+
+#include "panorama_core.h"
+#include "panorama_engine.h"
+#include "support/cores.h"
+#include "support/pictures.h"
+
+class TestEngine
+{
+public:
+    TestEngine() { panorama_engine_create(&pe); }
+    ~TestEngine() { panorama_engine_destroy(&pe); }
+    TestEngine(const TestEngine&) = delete;
+    TestEngine& operator=(const TestEngine&) = delete;
+
+    PanoramaInternal* operator->() { return pe; }
+
+    // Hands over the next picture of a sweep as the session does.
+    int32_t take(const PanoImg& picture, ozr_point offset)
+    {
+        if (pe->count == 0)
+            panorama_engine_start_capture(pe, &picture);
+        const int32_t index = panorama_engine_prepare_stitch(pe);
+        return index < 0 ? index : panorama_engine_set_image(pe, &picture, index, &offset);
+    }
+
+    PanoramaInternal* pe = nullptr;
+};
+
+// An NV12 picture of the noise texture, moved by (dx, dy).
+class NoisePicture : public TestImg
+{
+public:
+    NoisePicture(int32_t width, int32_t height, int32_t dx, int32_t dy)
+        : TestImg(kPanoNv12, width, height, 0, 128)
+    {
+        for (int32_t y = 0; y < height; ++y) {
+            for (int32_t x = 0; x < width; ++x)
+                at(x, y) = static_cast<uint8_t>(noise(x + dx, y + dy));
+        }
+    }
+};
+
+#endif

@@ -1,0 +1,76 @@
+// Small pictures and random numbers for tests.
+#ifndef PICTURES_H
+#define PICTURES_H
+
+#include <cstdint>
+#include <vector>
+
+#include "panorama_img.h"
+
+// Reproducible numbers: xorshift32.
+class Random
+{
+public:
+    explicit Random(uint32_t seed) : state_(seed * 2654435761U + 1) {}
+
+    uint32_t next()
+    {
+        state_ ^= state_ << 13;
+        state_ ^= state_ >> 17;
+        state_ ^= state_ << 5;
+        return state_;
+    }
+    int32_t below(int32_t limit) { return static_cast<int32_t>(next() % static_cast<uint32_t>(limit)); }
+    uint8_t byte() { return static_cast<uint8_t>(next() >> 24); }
+
+private:
+    uint32_t state_;
+};
+
+// A record around exactly as many bytes as its geometry says, between canaries.
+class TestImg
+{
+public:
+    TestImg(int32_t format, int32_t width, int32_t height, int32_t padding = 0, uint8_t fill = 0x5A)
+    {
+        constexpr int32_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};
+        img.format = format;
+        img.width = width;
+        img.height = height;
+        img.stride = width * kPixelBytes[format] + padding;
+        const int32_t plane = img.stride * height;
+        img.size = format == kPanoNv12 || format == kPanoNv21 ? plane * 3 / 2 : plane;
+        bytes_.assign(static_cast<size_t>(img.size) + 2 * kGuard, fill);
+        for (size_t i = 0; i < kGuard; ++i)
+            bytes_[i] = bytes_[bytes_.size() - 1 - i] = kCanary;
+        img.data = bytes_.data() + kGuard;
+    }
+    TestImg(const TestImg&) = delete;
+    TestImg& operator=(const TestImg&) = delete;
+
+    void randomize(Random* random)
+    {
+        for (int32_t i = 0; i < img.size; ++i)
+            img.data[i] = random->byte();
+    }
+    uint8_t& at(int32_t x, int32_t y) { return img.data[y * img.stride + x]; }
+    uint8_t& chroma(int32_t x, int32_t y) { return at(x, img.height + y); }
+    std::vector<uint8_t> pixels() const { return {img.data, img.data + img.size}; }
+    bool intact() const
+    {
+        for (size_t i = 0; i < kGuard; ++i) {
+            if (bytes_[i] != kCanary || bytes_[bytes_.size() - 1 - i] != kCanary)
+                return false;
+        }
+        return true;
+    }
+
+    PanoImg img = {};
+
+private:
+    static constexpr size_t kGuard = 64;
+    static constexpr uint8_t kCanary = 0xC7;
+    std::vector<uint8_t> bytes_;
+};
+
+#endif

@@ -1,0 +1,204 @@
+// Whole sweeps through the public interface, in front of a simulated camera whose motion is known.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <map>
+
+#include "camera.h"
+#include "ozr_panorama.h"
+#include "panorama.h"
+#include "scene.h"
+#include "support/engines.h"
+#include "support/log_capture.h"
+
+namespace
+{
+
+constexpr int32_t kWidth = 640;
+constexpr int32_t kHeight = 480;
+constexpr int32_t kPictures = 4;
+constexpr double kStep = 0.3;  // of a picture, along the sweep
+
+bool is_vertical(int32_t direction)
+{
+    return pano_is_vertical(direction);
+}
+
+bool is_backward(int32_t direction)
+{
+    return direction == kDirectionLeft || direction == kDirectionUp;
+}
+
+int32_t extent(int32_t direction)
+{
+    return is_vertical(direction) ? kHeight : kWidth;
+}
+
+// A hand that turns by equal steps, give or take, and trembles across them.
+Pose pose_of(int32_t direction, int32_t picture)
+{
+    const double focal = assumed_focal_length(extent(direction));
+    const double step = kStep * extent(direction) / focal;
+    const int32_t place = is_backward(direction) ? kPictures - picture : picture + 1;
+    return {step * (place + 0.07 * (picture % 2)), 0.004 * (picture % 3 - 1), 0.001 * (picture % 2)};
+}
+
+// The city or the tower, painted once for all tests of a direction's kind.
+const Surroundings& surroundings(bool vertical)
+{
+    static std::map<bool, std::unique_ptr<Surroundings>> painted;
+    std::unique_ptr<Surroundings>& scene = painted[vertical];
+    if (!scene) {
+        const double focal = assumed_focal_length(vertical ? kHeight : kWidth);
+        const double scale = focal / kSceneUnitsPerRadian;
+        const double along = 2.2 * kSceneUnitsPerRadian, across = (vertical ? kWidth : kHeight) / scale + 80;
+        scene = std::make_unique<Surroundings>(vertical ? paint_tower(along, across, along - 300, scale, 1)
+                                                        : paint_city(along, across, scale, 1),
+                                               focal, vertical);
+    }
+    return *scene;
+}
+
+ozr_image photograph(int32_t direction, const Pose& pose, TestImg* img)
+{
+    ozr_image image = {img->img.data, img->img.size, kWidth, kHeight, ozr_image_format_nv12, kWidth, 0};
+    const Lens lens = {kWidth, kHeight, assumed_focal_length(extent(direction)), is_vertical(direction)};
+    surroundings(is_vertical(direction)).photograph(lens, pose, &image);
+    return image;
+}
+
+struct Sweep {
+    explicit Sweep(int32_t way) : direction(way)
+    {
+        ozr_panorama_create(nullptr, &pano);
+        const ozr_panorama_parameters params = {70, static_cast<ozr_panorama_direction>(way)};
+        ozr_panorama_set_parameters(pano, &params);
+    }
+    ~Sweep() { ozr_panorama_destroy(pano); }
+    Sweep(const Sweep&) = delete;
+    Sweep& operator=(const Sweep&) = delete;
+
+    std::vector<uint8_t> run()
+    {
+        for (int32_t i = 0; i < kPictures; ++i) {
+            TestImg img(kPanoNv12, kWidth, kHeight);
+            ozr_image picture = photograph(direction, pose_of(direction, i), &img);
+            EXPECT_EQ(ozr_panorama_stitch_one_image(pano, &picture, nullptr), ozr_success);
+        }
+        EXPECT_EQ(ozr_panorama_run(pano, &panorama), ozr_success);
+        return {panorama.data, panorama.data + panorama.size};
+    }
+
+    const PanoramaCore* core() const
+    {
+        panorama_t* session = nullptr;  // the handle's session follows its public part
+        memcpy(&session, pano + 1, sizeof(session));
+        return session->engine->core;
+    }
+
+    int32_t direction;
+    ozr_panorama* pano = nullptr;
+    ozr_image panorama = {};
+    LogCapture silent;
+};
+
+// What the projection makes of a turn by `angle`: a point at the angle t from the middle of the picture lies at R sin t of
+// the projected picture, so two pictures show it R sin t - R sin(t - angle) apart; averaged over their overlap.
+double projected_turn(int32_t direction, double angle)
+{
+    const double radius = (extent(direction) >> 5) * 418 / 10;
+    const double edge = std::asin(extent(direction) / 2.0 / radius);
+    double sum = 0;
+    for (int32_t i = 0; i < 100; ++i) {
+        const double t = angle - edge + (i + 0.5) / 100 * (2 * edge - angle);
+        sum += radius * (std::sin(t) - std::sin(t - angle));
+    }
+    return sum / 100;
+}
+
+}  // namespace
+
+TEST(Sweep, EveryPictureIsFoundWhereTheCameraPointed)
+{
+    for (int32_t direction : {kDirectionRight, kDirectionLeft, kDirectionDown, kDirectionUp}) {
+        SCOPED_TRACE(testing::Message() << "direction " << direction);
+        Sweep sweep(direction);
+        sweep.run();
+        const PanoramaCore* core = sweep.core();
+        const double tolerance = 1 << core->levels;
+        double length = 0;
+        for (int32_t i = 1; i < kPictures; ++i) {
+            const Pose from = pose_of(direction, i - 1), to = pose_of(direction, i);
+            const double along = projected_turn(direction, std::abs(to.along - from.along));
+            const AlignResult& found = core->offsets[core->forward == 1 ? i : i - 1];
+            EXPECT_NEAR(found.x, along, tolerance) << "picture " << i;
+            // Across the sweep the projection stretches by R / F in the middle.
+            const double focal = assumed_focal_length(extent(direction));
+            const int32_t sign = core->forward == 1 ? 1 : -1;
+            EXPECT_NEAR(found.y, sign * (to.across - from.across) * focal * 1.21, tolerance)
+                << "picture " << i;
+            length += along;
+        }
+        const int32_t long_side = is_vertical(direction) ? sweep.panorama.height : sweep.panorama.width;
+        const int32_t short_side = is_vertical(direction) ? sweep.panorama.width : sweep.panorama.height;
+        EXPECT_NEAR(long_side, extent(direction) + length, 3 * tolerance + 16);
+        EXPECT_NEAR(short_side, is_vertical(direction) ? kWidth : kHeight, 32);
+        EXPECT_EQ(long_side % 16, 0);
+        EXPECT_EQ(short_side % 16, 0);
+    }
+}
+
+TEST(Sweep, ASecondSweepAfterAResetIsTheSame)
+{
+    for (int32_t direction : {kDirectionLeft, kDirectionDown}) {
+        Sweep sweep(direction);
+        const std::vector<uint8_t> first = sweep.run();
+        ASSERT_EQ(ozr_panorama_reset(sweep.pano), ozr_success);
+        EXPECT_EQ(sweep.run(), first);
+    }
+}
+
+TEST(Sweep, ConstantPicturesGiveAConstantPanorama)
+{
+    Sweep sweep(kDirectionRight);
+    TestImg img(kPanoNv12, kWidth, kHeight, 0, 90);
+    ozr_image picture = {img.img.data, img.img.size, kWidth, kHeight, ozr_image_format_nv12, kWidth, 0};
+    for (int32_t i = 0; i < kPictures; ++i)
+        ASSERT_EQ(ozr_panorama_stitch_one_image(sweep.pano, &picture, nullptr), ozr_success);
+    ASSERT_EQ(ozr_panorama_run(sweep.pano, &sweep.panorama), ozr_success);
+    for (int32_t i = 0; i < sweep.panorama.size; ++i)  // a transition lifts the picture by one level
+        ASSERT_TRUE(sweep.panorama.data[i] == 90 || sweep.panorama.data[i] == 91) << i;
+}
+
+TEST(Sweep, DetectionFindsTheDirectionAndAnnouncesPictures)
+{
+    for (int32_t direction : {kDirectionRight, kDirectionLeft, kDirectionDown, kDirectionUp}) {
+        SCOPED_TRACE(testing::Message() << "direction " << direction);
+        Sweep sweep(kDirectionUndecided);
+        TestImg img(kPanoNv12, kWidth, kHeight);
+        const double focal = assumed_focal_length(extent(direction));
+        const double frame_step = (is_backward(direction) ? -7.0 : 7.0) / focal;
+        Pose pose = {is_backward(direction) ? 1.5 : 0.5, 0, 0};
+        ozr_image frame = photograph(direction, pose, &img);
+        ASSERT_EQ(ozr_panorama_stitch_one_image(sweep.pano, &frame, nullptr), ozr_success);
+        int32_t announced = 0;
+        for (int32_t i = 0; i < 90 && announced < 2; ++i) {
+            pose.along += frame_step;
+            frame = photograph(direction, pose, &img);
+            ozr_point offset = {};
+            ozr_panorama_direction way = ozr_panorama_direction_auto;
+            const ozr_err due = ozr_panorama_detect_frame_to_stitch(sweep.pano, &frame, &offset, &way);
+            ASSERT_GE(due, 0);
+            if (due == 0)
+                continue;
+            EXPECT_EQ(due, ++announced);
+            EXPECT_EQ(way, direction);
+            // Overlap 70 %, less 2 % of tolerance, and at most a frame or two beyond.
+            const double along = std::abs(is_vertical(direction) ? offset.y : offset.x);
+            EXPECT_NEAR(along, 0.3 * extent(direction), 0.06 * extent(direction));
+            EXPECT_EQ(ozr_panorama_stitch_one_image(sweep.pano, &frame, &offset), ozr_success);
+        }
+        EXPECT_EQ(announced, 2);
+    }
+}

@@ -1,0 +1,303 @@
+// Grey pictures in plain memory: resizing, cropping, turning, subsampling, texture codes.
+#include <math.h>
+
+#include "toolkit_support.h"
+
+namespace
+{
+
+struct Size {
+    int32_t width, height;
+};
+
+// A source as long as its sizes say, or with the row and the byte beyond that enlarging reads.
+struct Picture {
+    Size size;
+    int32_t stride;
+    Bytes bytes;
+
+    Picture(Size s, int32_t padding, uint32_t seed, bool with_border, int32_t pixel = 1)
+        : size(s), stride(s.width * pixel + padding),
+          bytes(random_bytes(stride * s.height + (with_border ? stride + pixel : 0), seed))
+    {
+    }
+    const uint8_t* data() const { return bytes.data(); }
+    int at(int64_t x, int64_t y) const { return bytes[static_cast<size_t>(y * stride + x)]; }
+};
+
+int slow_nearest(const Picture& src, Size dst, int x, int y)
+{
+    return src.at(int64_t{x} * (src.size.width * 1024 / dst.width) / 1024,
+                  int64_t{y} * (src.size.height * 1024 / dst.height) / 1024);
+}
+
+int slow_bilinear(const Picture& src, Size dst, int x, int y)
+{
+    const int64_t px = int64_t{x} * (src.size.width * 1024 / dst.width);
+    const int64_t py = int64_t{y} * (src.size.height * 1024 / dst.height);
+    int64_t sum = 0;
+    for (int64_t corner = 0; corner < 4; ++corner) {
+        const int64_t right = corner % 2, below = corner / 2;
+        const int64_t weight =
+            (right ? px % 1024 : 1024 - px % 1024) * (below ? py % 1024 : 1024 - py % 1024);
+        if (weight != 0)
+            sum += weight * src.at(px / 1024 + (x + 1 < dst.width ? right : 0),
+                                   py / 1024 + (y + 1 < dst.height ? below : 0));
+    }
+    return static_cast<int>(sum / 1048576);
+}
+
+using Resize = ozr_err (*)(uint8_t*, int32_t, int32_t, int32_t, const uint8_t*, int32_t, int32_t, int32_t);
+const Size kTargets[] = {{1, 1}, {2, 3}, {4, 4}, {17, 8}, {35, 33}, {50, 41}};
+
+TEST(Resize, FollowsAccumulatedPositions)
+{
+    for (bool bilinear : {false, true})
+        for (Size from : {Size{1, 1}, Size{2, 2}, Size{3, 5}, Size{16, 7}, Size{35, 33}})
+            for (Size to : kTargets) {
+                SCOPED_TRACE(testing::Message() << from.width << 'x' << from.height << " to " << to.width
+                                                << 'x' << to.height << (bilinear ? " bilinear" : ""));
+                const Picture src(from, 3, 51,
+                                  bilinear && (to.width > from.width || to.height > from.height));
+                Buffer dst((to.width + 2) * to.height, 52, 16);
+                ASSERT_EQ((bilinear ? resize_grayimage_bi
+                                    : resize_grayimage_nn)(dst.data(), to.width, to.height, to.width + 2,
+                                                           src.data(), from.width, from.height, src.stride),
+                          ozr_success);
+                for (int y = 0; y < to.height; ++y)
+                    for (int x = 0; x < to.width; ++x)
+                        dst.expect(y * (to.width + 2) + x,
+                                   (bilinear ? slow_bilinear : slow_nearest)(src, to, x, y));
+                EXPECT_EQ(dst.now, dst.want);
+            }
+}
+
+TEST(Resize, StrideZeroMeansTheWidthForNearestOnly)
+{
+    const uint8_t src[] = {1, 2, 3, 4};
+    Bytes dst(4);
+    ASSERT_EQ(resize_grayimage_nn(dst.data(), 2, 2, 0, src, 2, 2, 0), ozr_success);
+    EXPECT_EQ(dst, (Bytes{1, 2, 3, 4}));
+    ASSERT_EQ(resize_grayimage_bi(dst.data(), 2, 2, 2, src, 2, 2, 0), ozr_success);
+    EXPECT_EQ(dst, (Bytes{1, 2, 1, 2}));
+}
+
+TEST(Resize, RefusesEachFault)
+{
+    Bytes pixels(4, 9);
+    uint8_t* const p = pixels.data();
+    const struct {
+        const char* what;
+        int32_t dst_width, dst_height;
+        uint8_t *dst, *src;
+        int32_t src_width, src_height;
+        ozr_err nearest, bilinear;
+    } faults[] = {
+        {"no columns", 0, 2, p, p, 2, 2, -3, -3},
+        {"no rows", 2, 0, p, p, 2, 2, -3, -3},
+        {"no columns, negative rows", 0, -1, p, p, 2, 2, -3, -3},
+        {"negative rows", 2, -1, p, p, 2, 2, 0, 0},
+        {"negative rows, no source", 2, -1, p, nullptr, 2, 2, -3, 0},
+        {"negative columns", -1, 2, p, p, 2, 2, -3, -3},
+        {"no source", 2, 2, p, nullptr, 2, 2, -3, -3},
+        {"no destination", 2, 2, nullptr, p, 2, 2, -3, -3},
+        {"empty source", 2, 2, p, p, 0, 2, -3, -3},
+        {"negative source", 2, 2, p, p, 2, -5, -3, -3},
+        {"negative positions", 1, 2, p, p, 1 << 21, 2, -3, -3},
+    };
+    for (const auto& f : faults) {
+        SCOPED_TRACE(f.what);
+        EXPECT_EQ(
+            resize_grayimage_nn(f.dst, f.dst_width, f.dst_height, 2, f.src, f.src_width, f.src_height, 2),
+            f.nearest);
+        EXPECT_EQ(
+            resize_grayimage_bi(f.dst, f.dst_width, f.dst_height, 2, f.src, f.src_width, f.src_height, 2),
+            f.bilinear);
+    }
+    EXPECT_EQ(pixels, Bytes(4, 9));
+}
+
+TEST(Crop, EqualsTheResizeOfThePart)
+{
+    const Picture src({35, 33}, 4, 53, true);
+    for (const ozr_rect& crop : {ozr_rect{0, 0, 35, 33}, ozr_rect{3, 5, 20, 26}})
+        for (Size to : kTargets) {
+            const auto check = [&](Resize resize, auto crop_resize) {
+                Bytes plain(50 * 41), cropped(50 * 41);
+                ASSERT_EQ(resize(plain.data(), to.width, to.height, 50,
+                                 &src.bytes[static_cast<size_t>(crop.top * src.stride + crop.left)],
+                                 crop.right - crop.left, crop.bottom - crop.top, src.stride),
+                          ozr_success);
+                ASSERT_EQ(crop_resize(cropped.data(), to.width, to.height, 50, src.data(), 35, 33, src.stride,
+                                      &crop),
+                          ozr_success);
+                EXPECT_EQ(cropped, plain) << to.width << 'x' << to.height;
+            };
+            check(resize_grayimage_nn, crop_resize_grayimage_nn);
+            check(resize_grayimage_bi, crop_resize_grayimage_bi);
+            check(resize_grayimage_nn,
+                  [](auto... all) { return rotate_crop_resize_grayimage_nn(all..., 360); });
+        }
+}
+
+TEST(Crop, RgbResizesEachByteForItself)
+{
+    const Picture src({12, 9}, 5, 54, false, 3);
+    const ozr_rect crop = {2, 1, 11, 8};
+    Bytes channel(12 * 9), gray(15 * 4), rgb(47 * 4);
+    ASSERT_EQ(crop_resize_RGB(rgb.data(), 15, 4, 47, src.data(), 12, 9, src.stride, &crop), ozr_success);
+    for (size_t c = 0; c < 3; ++c) {
+        for (size_t i = 0; i < channel.size(); ++i)
+            channel[i] = src.bytes[i / 12 * 41 + i % 12 * 3 + c];
+        ASSERT_EQ(crop_resize_grayimage_bi(gray.data(), 15, 4, 15, channel.data(), 12, 9, 12, &crop),
+                  ozr_success);
+        for (size_t i = 0; i < gray.size(); ++i)
+            ASSERT_EQ(rgb[i / 15 * 47 + i % 15 * 3 + c], gray[i]);
+    }
+}
+
+TEST(Crop, Refuses)
+{
+    uint8_t pixels[48] = {}, out[12];
+    const auto all = [&](uint8_t* dst, int32_t width, const uint8_t* src, const ozr_rect* crop) {
+        const ozr_err result = crop_resize_grayimage_nn(dst, width, 2, 0, src, 4, 4, 0, crop);
+        EXPECT_EQ(crop_resize_grayimage_bi(dst, width, 2, 2, src, 4, 4, 4, crop), result);
+        EXPECT_EQ(crop_resize_RGB(dst, width, 2, 6, src, 4, 4, 12, crop), result);
+        EXPECT_EQ(rotate_crop_resize_grayimage_nn(dst, width, 2, 0, src, 4, 4, 0, crop, 0), result);
+        return result;
+    };
+    const ozr_rect good = {0, 0, 4, 4};
+    EXPECT_EQ(all(out, 2, pixels, &good), ozr_success);
+    for (const ozr_rect& crop : {ozr_rect{-1, 0, 4, 4}, ozr_rect{0, -1, 4, 4}, ozr_rect{0, 0, 5, 4},
+                                 ozr_rect{0, 0, 4, 5}, ozr_rect{2, 0, 2, 4}, ozr_rect{0, 3, 4, 2}})
+        EXPECT_EQ(all(out, 2, pixels, &crop), ozr_err_invalid_argument);
+    EXPECT_EQ(all(out, 2, pixels, nullptr), ozr_err_invalid_argument);
+    EXPECT_EQ(all(nullptr, 2, pixels, &good), ozr_err_invalid_argument);
+    EXPECT_EQ(all(out, 2, nullptr, &good), ozr_err_invalid_argument);
+    EXPECT_EQ(all(out, -2, pixels, &good), ozr_err_invalid_argument);
+}
+
+TEST(Turn, TakesTheNearestPixelAboutTheCentre)
+{
+    const Picture src({9, 7}, 2, 57, false);
+    for (int32_t direction = 0; direction < 8; ++direction) {
+        SCOPED_TRACE(direction);
+        Buffer dst(13 * 15, 58, 16);
+        ASSERT_EQ(rotate_grayimage_eighth(dst.data(), 13, 15, 0, src.data(), 9, 7, 11, direction),
+                  ozr_success);
+        const double angle = direction * 3.14159265358979323846 / 4;
+        for (int y = 0; y < 15; ++y)
+            for (int x = 0; x < 13; ++x) {
+                const int64_t column = llround(4 + cos(angle) * (x - 6) + sin(angle) * (y - 7));
+                const int64_t row = llround(3 - sin(angle) * (x - 6) + cos(angle) * (y - 7));
+                const bool covered = column >= 0 && column < 9 && row >= 0 && row < 7;
+                dst.expect(13 * y + x, covered ? src.at(column, row) : 0);
+            }
+        EXPECT_EQ(dst.now, dst.want);
+    }
+    const uint8_t pixels[] = {1, 2, 3, 4, 5, 6};  // by hand: a clockwise quarter turn of 123 / 456
+    Bytes turned(6);
+    ASSERT_EQ(rotate_grayimage_eighth(turned.data(), 2, 3, 0, pixels, 3, 2, 0, 2), ozr_success);
+    EXPECT_EQ(turned, (Bytes{4, 1, 5, 2, 6, 3}));
+}
+
+TEST(Turn, CropTurnsAboutItsOwnCentre)
+{
+    const Picture src({20, 20}, 0, 58, false);
+    const ozr_rect crop = {4, 6, 13, 15};  // 9 x 9 in steps of 3
+    Bytes dst(9);
+    ASSERT_EQ(rotate_crop_resize_grayimage_nn(dst.data(), 3, 3, 0, src.data(), 20, 20, 0, &crop, 90),
+              ozr_success);
+    for (int i = 0; i < 9; ++i)
+        EXPECT_EQ(dst[static_cast<size_t>(i)], src.at(4 + 3 * (i / 3), 6 + 3 * (2 - i % 3)));
+}
+
+TEST(Turn, Refuses)
+{
+    uint8_t p[4] = {};
+    EXPECT_EQ(rotate_grayimage_eighth(p, 2, 2, 0, p, 2, 2, 0, -1), ozr_err_invalid_argument);
+    EXPECT_EQ(rotate_grayimage_eighth(p, 2, 2, 0, p, 2, 2, 0, 8), ozr_err_invalid_argument);
+    EXPECT_EQ(rotate_grayimage_eighth(nullptr, 2, 2, 0, p, 2, 2, 0, 0), ozr_err_invalid_argument);
+    EXPECT_EQ(rotate_grayimage_eighth(p, 2, 2, 0, nullptr, 2, 2, 0, 0), ozr_err_invalid_argument);
+    EXPECT_EQ(rotate_grayimage_eighth(p, 2, 0, 0, p, 2, 2, 0, 0), ozr_err_invalid_argument);
+    EXPECT_EQ(rotate_grayimage_eighth(p, 2, 2, 0, p, -2, 2, 0, 0), ozr_err_invalid_argument);
+}
+
+TEST(SampleByN, AdvancesAsItsStepsSay)
+{
+    const struct {
+        int32_t width, height, stride, step_x, step_y, dst_stride;
+        int32_t out_width, rows, advance;  // by hand
+    } cases[] = {
+        {10, 4, 16, 1, 1, 0, 10, 4, 16},  {10, 4, 16, 1, 2, 12, 10, 4, 17}, {10, 5, 0, 1, 3, 0, 10, 5, 12},
+        {10, 7, 12, 2, 1, 0, 5, 7, 12},   {10, 7, 12, 2, 3, 6, 5, 2, 16},   {11, 7, 12, 2, 3, 0, 5, 2, 15},
+        {10, 4, 10, 3, 1, 0, 3, 4, 9},    {12, 9, 14, 3, 2, 5, 4, 4, 28},   {11, 9, 0, 4, 2, 0, 2, 4, 19},
+        {70, 3, 80, 2, 1, 40, 35, 3, 80}, {10, 2, 0, 2, 3, 7, 5, 0, 0},     {4, 3, 0, 9, 1, 7, 0, 3, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.width << " steps " << c.step_x << ',' << c.step_y);
+        const int32_t dst_stride = c.dst_stride != 0 ? c.dst_stride : c.out_width;
+        const Buffer src((c.rows - 1) * c.advance + c.width, 59);  // as far as the advance leads
+        Buffer dst(dst_stride * c.height, 60, 16);
+        ASSERT_EQ(sample_image_by_n(dst.data(), c.dst_stride, src.data(), c.width, c.height, c.stride,
+                                    c.step_x, c.step_y),
+                  ozr_success);
+        for (int y = 0; y < c.rows; ++y)
+            for (int x = 0; x < c.out_width; ++x)
+                dst.expect(y * dst_stride + x, src.data()[y * c.advance + x * c.step_x]);
+        EXPECT_EQ(dst.now, dst.want);
+    }
+}
+
+TEST(SampleByN, Refuses)
+{
+    uint8_t p[4] = {1, 2, 3, 4};
+    EXPECT_EQ(sample_image_by_n(p, 0, p, 2, 2, 0, 0, 1), ozr_err_invalid_argument);
+    EXPECT_EQ(sample_image_by_n(p, 0, p, 2, 2, 0, 1, 0), ozr_err_invalid_argument);
+    EXPECT_EQ(sample_image_by_n(nullptr, 0, p, 2, 2, 0, 1, 1), ozr_err_invalid_argument);
+    EXPECT_EQ(sample_image_by_n(p, 0, nullptr, 2, 2, 0, 1, 1), ozr_err_invalid_argument);
+    for (int32_t step : {1, 2, 3}) {
+        EXPECT_EQ(sample_image_by_n(p, 0, p, -2, 2, 0, step, 1), ozr_success);
+        EXPECT_EQ(sample_image_by_n(p, 0, p, 2, -2, 0, step, 1), ozr_success);
+    }
+}
+
+TEST(Census, CodesBrighterThanTheMeanAlongTheWholeWalk)
+{
+    for (Size size : {Size{3, 3}, Size{4, 3}, Size{2, 4}, Size{1, 6}, Size{23, 9}}) {
+        const size_t width = static_cast<size_t>(size.width),
+                     count = width * static_cast<size_t>(size.height);
+        const Bytes src = random_bytes(static_cast<int64_t>(count), 61);
+        std::vector<uint16_t> dst(count, 0xBEEF), want(count, 0xBEEF);
+        image2mct(src.data(), static_cast<uint32_t>(size.width), static_cast<uint32_t>(size.height),
+                  dst.data());
+        for (size_t k = 0; k + 2 * width + 2 < count; ++k) {
+            int sum = 0, code = 0;
+            for (size_t i = 0; i < 9; ++i)
+                sum += src[k + i / 3 * width + i % 3];
+            for (size_t i = 0; i < 9; ++i)
+                code += src[k + i / 3 * width + i % 3] > sum / 9.0 ? 1 << i : 0;
+            want[k + width + 1] = static_cast<uint16_t>(code);
+        }
+        EXPECT_EQ(dst, want) << size.width << 'x' << size.height;
+        EXPECT_EQ(want[count - width - 1], 0xBEEF);
+    }
+    const Bytes flat(9, 77);  // equal to the mean is not brighter
+    uint16_t codes[9] = {};
+    image2mct(flat.data(), 3, 3, codes);
+    EXPECT_EQ(codes[4], 0);
+}
+
+TEST(Census, LeavesWhatIsTooSmall)
+{
+    const uint8_t src[] = {0, 255, 0, 255, 0};
+    std::vector<uint16_t> dst(5, 7);
+    for (const auto& [width, height] :
+         {Size{5, 0}, Size{5, 1}, Size{2, 2}, Size{1, 4}, Size{1, 3}, Size{0, 5}})
+        image2mct(src, static_cast<uint32_t>(width), static_cast<uint32_t>(height), dst.data());
+    image2mct(nullptr, 3, 3, dst.data());
+    image2mct(src, 3, 3, nullptr);
+    EXPECT_EQ(dst, std::vector<uint16_t>(5, 7));
+}
+
+}  // namespace
