@@ -3,6 +3,8 @@
 
 #include "scene_parts.h"
 
+#include <string.h>
+
 namespace
 {
 
@@ -16,10 +18,12 @@ constexpr double kMinSection = 330, kMaxSection = 520;
 
 void _paint_houses(Canvas& canvas, double from, double to, double top, double ground, Dice& dice)
 {
+    constexpr double kNarrowest = 90;
     while (from < to) {
         const double width = dice.between(130, 270);
-        paint_building(canvas, {from, top, std::min(from + width, to), ground}, dice);
-        from += width + (dice.chance(30) ? dice.between(40, 150) : 0.0);
+        const double right = from + width + kNarrowest > to ? to : from + width;
+        paint_building(canvas, {from, top, right, ground}, dice);
+        from = right + (dice.chance(30) ? dice.between(40, 150) : 0.0);
     }
 }
 
@@ -40,9 +44,12 @@ void _paint_tower_shaft(Canvas& canvas, double roof, double street, Dice& dice)
         canvas.fill({wall.right - 26, wall.top, wall.right, wall.bottom}, {26, 24, 34}, 80);
         constexpr const char* kSigns[] = {"HOTEL OZR", "RADIO", "GALLERY", "SKY BAR"};
         if (wall.top > roof) {
+            const char* text = kSigns[section % 4];
+            const double letter =
+                std::min(34.0, (wall.height() - 60) / static_cast<double>(strlen(text)) - 6);
             const double x = wall.left + wall.width() * dice.between(0.05, 0.9);
             const Rgb colour = mix({176, 36, 44}, {34, 70, 130}, dice.below(257));
-            paint_hanging_sign(canvas, x, wall.top + 60, 34, kSigns[section % 4], colour);
+            paint_hanging_sign(canvas, x, wall.top + 30, letter, text, colour);
         }
         bottom = wall.top;
         half_width = std::max(half_width - kSetBack, kTowerTopHalfWidth);
