@@ -1,15 +1,9 @@
-// The tables of kernels, one a level, and the choice among them. Each level is the one below with its own variants put in;
-// all of it is known when the library is compiled.
+// The table of scalar kernels and the choice of a table.
 #include "ozr_kernels.h"
 
 #include "kernels_scalar.h"
-#include "kernels_x86.h"
-#include "ozr_cpu.h"
 
-namespace
-{
-
-constexpr OzrKernels kScalar = {
+const OzrKernels kOzrKernelsScalar = {
     "scalar",
     resample_gray_row_scalar,
     resample_yuyv_row_scalar,
@@ -52,78 +46,7 @@ constexpr OzrKernels kScalar = {
     census_run_scalar,
 };
 
-#ifdef OZR_KERNELS_X86
-constexpr OzrKernels _with_sse2(OzrKernels table)
-{
-    table.level = "sse2";
-    return table;
-}
-
-constexpr OzrKernels _with_ssse3(OzrKernels table)
-{
-    table.level = "ssse3";
-    return table;
-}
-
-constexpr OzrKernels _with_sse41(OzrKernels table)
-{
-    table.level = "sse4.1";
-    return table;
-}
-
-constexpr OzrKernels _with_avx2(OzrKernels table)
-{
-    table.level = "avx2";
-    return table;
-}
-
-constexpr OzrKernels kSse2 = _with_sse2(kScalar);
-constexpr OzrKernels kSsse3 = _with_ssse3(kSse2);
-constexpr OzrKernels kSse41 = _with_sse41(kSsse3);
-constexpr OzrKernels kAvx2 = _with_avx2(kSse41);
-#endif
-
-// Null until first use; every thread would store the same pointer.
-const OzrKernels* g_kernels;
-
-}  // namespace
-
-const OzrKernels kOzrKernelsScalar = kScalar;
-
-#ifdef OZR_KERNELS_X86
-const OzrKernelLevel kOzrKernelLevels[] = {
-    {&kOzrKernelsScalar, 0},
-    {&kSse2, kOzrCpuSse2},
-    {&kSsse3, kOzrCpuSse2 | kOzrCpuSsse3},
-    {&kSse41, kOzrCpuSse2 | kOzrCpuSsse3 | kOzrCpuSse41},
-    {&kAvx2, kOzrCpuSse2 | kOzrCpuSsse3 | kOzrCpuSse41 | kOzrCpuAvx2},
-};
-#else
-const OzrKernelLevel kOzrKernelLevels[] = {{&kOzrKernelsScalar, 0}};
-#endif
-const int32_t kOzrKernelLevelCount = sizeof(kOzrKernelLevels) / sizeof(kOzrKernelLevels[0]);
-
-const OzrKernels* ozr_kernels_for(uint32_t features)
-{
-    const OzrKernels* best = &kOzrKernelsScalar;
-    for (const OzrKernelLevel& level : kOzrKernelLevels) {
-        if ((level.needs & features) == level.needs)
-            best = level.kernels;
-    }
-    return best;
-}
-
 const OzrKernels* ozr_kernels()
 {
-    const OzrKernels* kernels = __atomic_load_n(&g_kernels, __ATOMIC_RELAXED);  // a plain load on x86
-    if (kernels == nullptr) {
-        kernels = ozr_kernels_for(ozr_cpu_features());
-        __atomic_store_n(&g_kernels, kernels, __ATOMIC_RELAXED);
-    }
-    return kernels;
-}
-
-void ozr_kernels_set_for_test(const OzrKernels* kernels)
-{
-    __atomic_store_n(&g_kernels, kernels, __ATOMIC_RELAXED);
+    return &kOzrKernelsScalar;
 }

@@ -253,21 +253,7 @@ struct OzrKernels {
 
 extern const OzrKernels kOzrKernelsScalar;
 
-// A table and the OzrCpuFeatures that it needs, the lowest first.
-struct OzrKernelLevel {
-    const OzrKernels* kernels;
-    uint32_t needs;
-};
-extern const OzrKernelLevel kOzrKernelLevels[];
-extern const int32_t kOzrKernelLevelCount;
-
-// The highest table for a set of OzrCpuFeatures.
-const OzrKernels* ozr_kernels_for(uint32_t features);
-
-// The table to use on this machine, chosen at the first call.
+// The table to use on this machine; the same one for the life of the process.
 const OzrKernels* ozr_kernels();
-
-// Uses another table from now on; null chooses anew.
-void ozr_kernels_set_for_test(const OzrKernels* kernels);
 
 #endif
