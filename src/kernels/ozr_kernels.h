@@ -81,9 +81,9 @@ using CorrelateAreas = OzrCorrelation (*)(const OzrAreaPair& areas, int32_t shif
 // One row of `blocks` blocks of 8 pixels. Pixel k of block b is
 //   (sum over i, j < 4 of src[offsets[b] + i * stride + k + j] * weights[128 b + (4 i + j) 8 + k] + 128) >> 8.
 // A pixel's weights sum to at most 256, so the sum stays within 16 bits (255 * 256 + 128). Source bytes whose weight is
-// 0 may lie outside the picture and are not read.
-using ProjectLumaRow = void (*)(uint8_t* dst, const uint8_t* src, int32_t stride, const int32_t* offsets,
-                                const uint16_t* weights, int32_t blocks);
+// 0 may lie outside the picture and are not read, unless they lie among the `src_bytes` readable ones from src on.
+using ProjectLumaRow = void (*)(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
+                                const int32_t* offsets, const uint16_t* weights, int32_t blocks);
 
 // dst pair p = src pair map[p], both bytes together.
 using ProjectChromaRow = void (*)(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs);

@@ -249,10 +249,12 @@ void panorama_core_project(const PanoramaCore* pi, PanoImg* dst, const PanoImg* 
 {
     const OzrKernels* kernels = ozr_kernels();
     const int32_t blocks = dst->width / kBlock;
+    const int64_t luma_bytes = int64_t{src->height} * src->stride;
     for (int32_t y = 0; y < dst->height; ++y) {
         const ptrdiff_t first = static_cast<ptrdiff_t>(y) * blocks;
-        kernels->project_luma_row(pano_row(dst, y), src->data, src->stride, pi->proj.block_offsets + first,
-                                  pi->proj.weights + first * kBlockWeights, blocks);
+        kernels->project_luma_row(pano_row(dst, y), src->data, luma_bytes, src->stride,
+                                  pi->proj.block_offsets + first, pi->proj.weights + first * kBlockWeights,
+                                  blocks);
     }
     const int32_t pairs = dst->width / 2;
     for (int32_t y = 0; y < dst->height / 2; ++y)
