@@ -120,13 +120,16 @@ void _mirror_source_rows(const Builder& b)
         b.source_y[x] = last - b.source_y[x];
 }
 
-// Weights of four source pixels in a row for a position `d` sixteenths behind the first: linear between the two next to
+// Weights of four source pixels in a row for positions `d` sixteenths behind the first: linear between the two next to
 // it, nothing beyond the fourth.
-void _tent(int32_t d, TentWeights weights, int32_t k)
+void _tent(const int32_t (&d)[kBlock], TentWeights weights)
 {
-    for (int32_t i = 0; i < kPatch; ++i)
-        weights[i][k] =
-            static_cast<uint16_t>(d > kPatchReach ? 0 : std::max(0, kPixel - std::abs(d - kPixel * i)));
+    for (int32_t i = 0; i < kPatch; ++i) {
+        for (int32_t k = 0; k < kBlock; ++k) {
+            const int32_t weight = std::max(0, kPixel - std::abs(d[k] - kPixel * i));
+            weights[i][k] = static_cast<uint16_t>(d[k] > kPatchReach ? 0 : weight);
+        }
+    }
 }
 
 // Output pixel k uses source columns from base + k on, so the base must lie low enough for the pixel that lags behind
@@ -153,8 +156,10 @@ void _fill_column_blocks(const Builder& b)
         const int32_t* x = b.source_x + i * kBlock;
         const int32_t base = _base_column(x);
         b.columns[i].base = base >> kFracBits;
+        int32_t behind[kBlock];
         for (int32_t k = 0; k < kBlock; ++k)
-            _tent(x[k] - base - kPixel * k, b.columns[i].weights, k);
+            behind[k] = x[k] - base - kPixel * k;
+        _tent(behind, b.columns[i].weights);
     }
 }
 
@@ -162,9 +167,11 @@ void _fill_block(const Builder& b, int32_t block, const ColumnBlock& column, con
 {
     const int32_t base = _base_row(y);
     b.proj->block_offsets[block] = (base >> kFracBits) * b.stride + column.base;
-    TentWeights rows;
+    int32_t behind[kBlock];
     for (int32_t k = 0; k < kBlock; ++k)
-        _tent(y[k] - base, rows, k);
+        behind[k] = y[k] - base;
+    TentWeights rows;
+    _tent(behind, rows);
     uint16_t* weights = b.proj->weights + static_cast<ptrdiff_t>(block) * kBlockWeights;
     for (int32_t i = 0; i < kPatch * kPatch; ++i, weights += kBlock) {
         uint16_t group[kBlock];  // apart from the table, so that the compiler can make it in one vector
