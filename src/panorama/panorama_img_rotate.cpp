@@ -133,7 +133,7 @@ int32_t PanoImg_ConvertYUV2RGBA(PanoImg* dst, const PanoImg* src)
     if (src->stride < src->width || dst->stride < pano_row_bytes(kPanoRgba, dst->width))
         return kPanoBadArgument;
     const int32_t width = std::max(std::min(src->width, dst->width), 0) & ~1;
-    const int32_t height = std::max(std::min(src->height, dst->height), 0) & ~1;
+    const int32_t height = width == 0 ? 0 : std::max(std::min(src->height, dst->height), 0) & ~1;
     const int64_t row_bytes = pano_row_bytes(kPanoRgba, width);
     const OzrKernels* kernels = ozr_kernels();
     for (int32_t y = 0; y < height; ++y) {
