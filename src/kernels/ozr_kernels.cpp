@@ -1,10 +1,16 @@
-// The table of scalar kernels and the choice of a table.
+// The tables of kernels, a level each, and the choice of one. Every level is the one below it with the kernels replaced
+// that its instruction set does faster; all are constants, so nothing runs at start-up and nothing needs a lock.
 #include "ozr_kernels.h"
 
 #include "kernels_scalar.h"
+#include "ozr_cpu.h"
+#if defined(__i386__) || defined(__x86_64__)
+#include "kernels_x86.h"
+#endif
 
-const OzrKernels kOzrKernelsScalar = {
+constexpr OzrKernels kOzrKernelsScalar = {
     "scalar",
+    0,
     resample_gray_row_scalar,
     resample_yuyv_row_scalar,
     resample_pairs_row_scalar,
@@ -46,7 +52,84 @@ const OzrKernels kOzrKernelsScalar = {
     census_run_scalar,
 };
 
+#if defined(__i386__) || defined(__x86_64__)
+
+namespace
+{
+
+constexpr OzrKernels _with_sse2(OzrKernels table)
+{
+    table.level = "sse2";
+    table.features |= kOzrCpuSse2;
+    table.sad_row = sad_row_sse2;
+    table.sad_const_row = sad_const_row_sse2;
+    return table;
+}
+
+constexpr OzrKernels _with_ssse3(OzrKernels table)
+{
+    table.level = "ssse3";
+    table.features |= kOzrCpuSsse3;
+    return table;
+}
+
+constexpr OzrKernels _with_sse41(OzrKernels table)
+{
+    table.level = "sse4.1";
+    table.features |= kOzrCpuSse41;
+    return table;
+}
+
+constexpr OzrKernels _with_avx2(OzrKernels table)
+{
+    table.level = "avx2";
+    table.features |= kOzrCpuAvx2;
+    table.sad_row = sad_row_avx2;
+    table.sad_const_row = sad_const_row_avx2;
+    return table;
+}
+
+}  // namespace
+
+constexpr OzrKernels kOzrKernelsSse2 = _with_sse2(kOzrKernelsScalar);
+constexpr OzrKernels kOzrKernelsSsse3 = _with_ssse3(kOzrKernelsSse2);
+constexpr OzrKernels kOzrKernelsSse41 = _with_sse41(kOzrKernelsSsse3);
+constexpr OzrKernels kOzrKernelsAvx2 = _with_avx2(kOzrKernelsSse41);
+
+const OzrKernels* const kOzrKernelLevels[] = {
+    &kOzrKernelsScalar, &kOzrKernelsSse2, &kOzrKernelsSsse3, &kOzrKernelsSse41, &kOzrKernelsAvx2, nullptr,
+};
+
+#else
+
+const OzrKernels* const kOzrKernelLevels[] = {&kOzrKernelsScalar, nullptr};
+
+#endif
+
+const OzrKernels* ozr_kernels_for(uint32_t features)
+{
+    const OzrKernels* best = &kOzrKernelsScalar;
+    for (const OzrKernels* const* level = kOzrKernelLevels; *level != nullptr; ++level) {
+        if (((*level)->features & ~features) == 0)
+            best = *level;
+    }
+    return best;
+}
+
+// Null until first use; every thread would store the same pointer.
+static const OzrKernels* g_kernels;
+
 const OzrKernels* ozr_kernels()
 {
-    return &kOzrKernelsScalar;
+    const OzrKernels* kernels = __atomic_load_n(&g_kernels, __ATOMIC_RELAXED);
+    if (kernels == nullptr) {
+        kernels = ozr_kernels_for(ozr_cpu_features());
+        __atomic_store_n(&g_kernels, kernels, __ATOMIC_RELAXED);
+    }
+    return kernels;
+}
+
+void ozr_kernels_set_for_test(const OzrKernels* kernels)
+{
+    __atomic_store_n(&g_kernels, kernels, __ATOMIC_RELAXED);
 }
