@@ -63,6 +63,27 @@ constexpr OzrKernels _with_sse2(OzrKernels table)
     table.features |= kOzrCpuSse2;
     table.sad_row = sad_row_sse2;
     table.sad_const_row = sad_const_row_sse2;
+    table.project_luma_row = project_luma_row_sse2;
+    table.seam_cost_row = seam_cost_row_sse2;
+    table.seam_accumulate_row = seam_accumulate_row_sse2;
+    table.blend_row = blend_row_sse2;
+    table.blend_pairs_row = blend_pairs_row_sse2;
+    table.rotate_bytes_cw = rotate_bytes_cw_sse2;
+    table.rotate_bytes_ccw = rotate_bytes_ccw_sse2;
+    table.rotate_pairs_cw = rotate_pairs_cw_sse2;
+    table.rotate_pairs_ccw = rotate_pairs_ccw_sse2;
+    table.yvu_to_rgba_row = yvu_to_rgba_row_sse2;
+    table.yuv_to_rgba_row = yuv_to_rgba_row_sse2;
+    table.planar_to_rgba_row = planar_to_rgba_row_sse2;
+    table.yuyv_to_rgba_row = yuyv_to_rgba_row_sse2;
+    table.gray_to_rgba_row = gray_to_rgba_row_sse2;
+    table.rgba_to_gray_row = rgba_to_gray_row_sse2;
+    table.rgba_to_luma_row = rgba_to_luma_row_sse2;
+    table.rgba_to_uv_row = rgba_to_uv_row_sse2;
+    table.rgba_to_vu_row = rgba_to_vu_row_sse2;
+    table.rgba_to_u_v_rows = rgba_to_u_v_rows_sse2;
+    table.rgba_to_yuyv_row = rgba_to_yuyv_row_sse2;
+    table.census_run = census_run_sse2;
     return table;
 }
 
@@ -70,6 +91,9 @@ constexpr OzrKernels _with_ssse3(OzrKernels table)
 {
     table.level = "ssse3";
     table.features |= kOzrCpuSsse3;
+    table.mirror_bytes_row = mirror_bytes_row_ssse3;
+    table.mirror_pairs_row = mirror_pairs_row_ssse3;
+    table.mirror_quads_row = mirror_quads_row_ssse3;
     return table;
 }
 
@@ -77,6 +101,7 @@ constexpr OzrKernels _with_sse41(OzrKernels table)
 {
     table.level = "sse4.1";
     table.features |= kOzrCpuSse41;
+    table.seam_accumulate_row = seam_accumulate_row_sse41;
     return table;
 }
 
@@ -86,6 +111,17 @@ constexpr OzrKernels _with_avx2(OzrKernels table)
     table.features |= kOzrCpuAvx2;
     table.sad_row = sad_row_avx2;
     table.sad_const_row = sad_const_row_avx2;
+    table.seam_accumulate_row = seam_accumulate_row_avx2;
+    table.yvu_to_rgba_row = yvu_to_rgba_row_avx2;
+    table.yuv_to_rgba_row = yuv_to_rgba_row_avx2;
+    table.planar_to_rgba_row = planar_to_rgba_row_avx2;
+    table.yuyv_to_rgba_row = yuyv_to_rgba_row_avx2;
+    table.rgba_to_gray_row = rgba_to_gray_row_avx2;
+    table.rgba_to_luma_row = rgba_to_luma_row_avx2;
+    table.rgba_to_uv_row = rgba_to_uv_row_avx2;
+    table.rgba_to_vu_row = rgba_to_vu_row_avx2;
+    table.rgba_to_u_v_rows = rgba_to_u_v_rows_avx2;
+    table.rgba_to_yuyv_row = rgba_to_yuyv_row_avx2;
     return table;
 }
 
