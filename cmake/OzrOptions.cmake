@@ -7,6 +7,7 @@ else()
 endif()
 option(OZR_BUILD_TOOLS "Build ozr-pano (needs libjpeg, libpng and CLI11)" ${ozr_whole_project})
 option(OZR_BUILD_TESTS "Build the tests (needs GoogleTest's sources)" ${ozr_whole_project})
+option(OZR_BUILD_BENCH "Build the benchmarks (needs Google Benchmark; OpenCV is compared with when found)" OFF)
 option(OZR_WARNINGS_AS_ERRORS "Stop at the first warning" OFF)
 set(OZR_GTEST_SOURCE "/usr/src/googletest" CACHE PATH "GoogleTest's source folder")
 set(OZR_CODEC_ROOT "" CACHE PATH

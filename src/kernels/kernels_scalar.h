@@ -23,13 +23,15 @@ uint32_t sad_const_row_scalar(const uint8_t* a, uint8_t value, int32_t count);
 void integral_row_scalar(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t width);
 OzrCorrelation correlate_areas_scalar(const OzrAreaPair& areas, int32_t shift);
 
-void project_luma_row_scalar(uint8_t* dst, const uint8_t* src, int32_t stride, const int32_t* offsets,
-                             const uint16_t* weights, int32_t blocks);
+void project_luma_row_scalar(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
+                             const int32_t* offsets, const uint16_t* weights, int32_t blocks);
 void project_chroma_row_scalar(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs);
 
 void seam_cost_row_scalar(uint32_t* cost, const uint8_t* a, const uint8_t* b, const uint8_t* mask,
                           int32_t width);
 void seam_accumulate_row_scalar(uint32_t* cost, const uint32_t* above, int32_t width);
+// What a variant leaves that did columns 1 to first - 1: the two outer columns, and those from `first` on.
+void seam_accumulate_ends_scalar(uint32_t* cost, const uint32_t* above, int32_t first, int32_t width);
 
 void blend_row_scalar(uint8_t* dst, const uint8_t* later, int32_t count, int32_t first_weight,
                       int32_t weight_step);

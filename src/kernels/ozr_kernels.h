@@ -81,9 +81,9 @@ using CorrelateAreas = OzrCorrelation (*)(const OzrAreaPair& areas, int32_t shif
 // One row of `blocks` blocks of 8 pixels. Pixel k of block b is
 //   (sum over i, j < 4 of src[offsets[b] + i * stride + k + j] * weights[128 b + (4 i + j) 8 + k] + 128) >> 8.
 // A pixel's weights sum to at most 256, so the sum stays within 16 bits (255 * 256 + 128). Source bytes whose weight is
-// 0 may lie outside the picture and are not read.
-using ProjectLumaRow = void (*)(uint8_t* dst, const uint8_t* src, int32_t stride, const int32_t* offsets,
-                                const uint16_t* weights, int32_t blocks);
+// 0 may lie outside the picture and are not read, unless they lie among the `src_bytes` readable ones from src on.
+using ProjectLumaRow = void (*)(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
+                                const int32_t* offsets, const uint16_t* weights, int32_t blocks);
 
 // dst pair p = src pair map[p], both bytes together.
 using ProjectChromaRow = void (*)(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs);
@@ -210,6 +210,7 @@ using CensusRun = void (*)(uint16_t* dst, const uint8_t* src, uint32_t width, ui
 
 struct OzrKernels {
     const char* level;
+    uint32_t features;  // the kOzrCpu bits of ozr_cpu.h it needs
     ResampleRow resample_gray_row;
     ResampleRow resample_yuyv_row;  // reads the luma of packed rows, gives grey
     ResamplePairsRow resample_pairs_row;
@@ -252,8 +253,23 @@ struct OzrKernels {
 };
 
 extern const OzrKernels kOzrKernelsScalar;
+#if defined(__i386__) || defined(__x86_64__)
+extern const OzrKernels kOzrKernelsSse2;
+extern const OzrKernels kOzrKernelsSsse3;
+extern const OzrKernels kOzrKernelsSse41;
+extern const OzrKernels kOzrKernelsAvx2;
+#endif
+
+// All levels of this build, whether this machine can run them or not; the lowest first, a null pointer at the end.
+extern const OzrKernels* const kOzrKernelLevels[];
+
+// The highest level that needs no more than these features.
+const OzrKernels* ozr_kernels_for(uint32_t features);
 
 // The table to use on this machine; the same one for the life of the process.
 const OzrKernels* ozr_kernels();
+
+// Makes ozr_kernels() return another table; null brings back the machine's own. While no other thread uses kernels.
+void ozr_kernels_set_for_test(const OzrKernels* kernels);
 
 #endif

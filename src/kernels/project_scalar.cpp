@@ -1,4 +1,5 @@
 #include <stddef.h>
+#include <string.h>
 
 #include "kernels_scalar.h"
 
@@ -24,8 +25,8 @@ uint8_t _project_pixel(const uint8_t* src, ptrdiff_t patch, ptrdiff_t stride, co
 
 }  // namespace
 
-void project_luma_row_scalar(uint8_t* dst, const uint8_t* src, int32_t stride, const int32_t* offsets,
-                             const uint16_t* weights, int32_t blocks)
+void project_luma_row_scalar(uint8_t* dst, const uint8_t* src, int64_t, int32_t stride,
+                             const int32_t* offsets, const uint16_t* weights, int32_t blocks)
 {
     for (int32_t b = 0; b < blocks; ++b) {
         for (int32_t k = 0; k < kLanes; ++k)
@@ -37,9 +38,6 @@ void project_luma_row_scalar(uint8_t* dst, const uint8_t* src, int32_t stride, c
 
 void project_chroma_row_scalar(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs)
 {
-    for (int32_t p = 0; p < pairs; ++p) {
-        const ptrdiff_t pair = ptrdiff_t{2} * map[p];
-        dst[2 * p] = src[pair];
-        dst[2 * p + 1] = src[pair + 1];
-    }
+    for (int32_t p = 0; p < pairs; ++p)
+        memcpy(dst + ptrdiff_t{2} * p, src + ptrdiff_t{2} * map[p], 2);
 }

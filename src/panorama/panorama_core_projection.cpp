@@ -3,6 +3,8 @@
 // tables follow from the offsets (x, y) of one quadrant:
 //   u(x) = x F / C(x),  v(x, y) = y F / C(x)  with  C(x) ~ sqrt(R^2 - x^2),
 // a tangent-like stretch that grows towards the left and right edges.
+#include <string.h>
+
 #include <algorithm>
 #include <memory>
 
@@ -22,6 +24,15 @@ constexpr int32_t kBlockWeights = kPatch * kPatch * kBlock;
 constexpr int32_t kPatchReach = (kPatch - 1) * kPixel;
 constexpr int32_t kFarAway = 0x0FFFFFFF;  // beyond every source position
 
+// Tent weights of four source columns, or rows, for the pixels of a block: the shape of a row of the table's groups.
+using TentWeights = uint16_t[kPatch][kBlock];
+
+// What the blocks of one column have in common.
+struct ColumnBlock {
+    int32_t base;  // source column
+    TentWeights weights;
+};
+
 // What the tables are made for, and the rows they are made from.
 struct Builder {
     ProjectionInfo* proj;
@@ -34,6 +45,7 @@ struct Builder {
     int32_t* circle;    // C(x) for the right half
     int32_t* source_x;  // source column of every output column, the same in every row
     int32_t* source_y;  // source row of every output column, for the row at hand
+    ColumnBlock* columns;
 };
 
 int32_t _units(int32_t projected_width)
@@ -108,12 +120,16 @@ void _mirror_source_rows(const Builder& b)
         b.source_y[x] = last - b.source_y[x];
 }
 
-// Weights of four source pixels in a row for a position `d` sixteenths behind the first: linear between the two next to
+// Weights of four source pixels in a row for positions `d` sixteenths behind the first: linear between the two next to
 // it, nothing beyond the fourth.
-void _tent(int32_t d, int32_t weights[kPatch])
+void _tent(const int32_t (&d)[kBlock], TentWeights weights)
 {
-    for (int32_t i = 0; i < kPatch; ++i)
-        weights[i] = d > kPatchReach ? 0 : std::max(0, kPixel - std::abs(d - kPixel * i));
+    for (int32_t i = 0; i < kPatch; ++i) {
+        for (int32_t k = 0; k < kBlock; ++k) {
+            const int32_t weight = std::max(0, kPixel - std::abs(d[k] - kPixel * i));
+            weights[i][k] = static_cast<uint16_t>(d[k] > kPatchReach ? 0 : weight);
+        }
+    }
 }
 
 // Output pixel k uses source columns from base + k on, so the base must lie low enough for the pixel that lags behind
@@ -134,19 +150,34 @@ int32_t _base_row(const int32_t* y)
     return std::min(*std::min_element(y, y + kBlock), kFarAway) & -kPixel;
 }
 
-void _fill_block(const Builder& b, int32_t block, const int32_t* x, const int32_t* y)
+void _fill_column_blocks(const Builder& b)
 {
-    const int32_t base_x = _base_column(x);
-    const int32_t base_y = _base_row(y);
-    b.proj->block_offsets[block] = (base_y >> kFracBits) * b.stride + (base_x >> kFracBits);
+    for (int32_t i = 0; i < b.width / kBlock; ++i) {
+        const int32_t* x = b.source_x + i * kBlock;
+        const int32_t base = _base_column(x);
+        b.columns[i].base = base >> kFracBits;
+        int32_t behind[kBlock];
+        for (int32_t k = 0; k < kBlock; ++k)
+            behind[k] = x[k] - base - kPixel * k;
+        _tent(behind, b.columns[i].weights);
+    }
+}
+
+void _fill_block(const Builder& b, int32_t block, const ColumnBlock& column, const int32_t* y)
+{
+    const int32_t base = _base_row(y);
+    b.proj->block_offsets[block] = (base >> kFracBits) * b.stride + column.base;
+    int32_t behind[kBlock];
+    for (int32_t k = 0; k < kBlock; ++k)
+        behind[k] = y[k] - base;
+    TentWeights rows;
+    _tent(behind, rows);
     uint16_t* weights = b.proj->weights + static_cast<ptrdiff_t>(block) * kBlockWeights;
-    for (int32_t k = 0; k < kBlock; ++k) {
-        int32_t columns[kPatch];
-        int32_t rows[kPatch];
-        _tent(x[k] - base_x - kPixel * k, columns);
-        _tent(y[k] - base_y, rows);
-        for (int32_t i = 0; i < kPatch * kPatch; ++i)
-            weights[i * kBlock + k] = static_cast<uint16_t>(rows[i / kPatch] * columns[i % kPatch]);
+    for (int32_t i = 0; i < kPatch * kPatch; ++i, weights += kBlock) {
+        uint16_t group[kBlock];  // apart from the table, so that the compiler can make it in one vector
+        for (int32_t k = 0; k < kBlock; ++k)
+            group[k] = static_cast<uint16_t>(rows[i / kPatch][k] * column.weights[i % kPatch][k]);
+        memcpy(weights, group, sizeof(group));
     }
 }
 
@@ -154,7 +185,7 @@ void _fill_luma_row(const Builder& b, int32_t row)
 {
     const int32_t blocks = b.width / kBlock;
     for (int32_t i = 0; i < blocks; ++i)
-        _fill_block(b, row * blocks + i, &b.source_x[i * kBlock], &b.source_y[i * kBlock]);
+        _fill_block(b, row * blocks + i, b.columns[i], &b.source_y[i * kBlock]);
 }
 
 // Chroma of the output rows half_height + y and half_height - 1 - y. With an odd half height both share one chroma row
@@ -183,10 +214,12 @@ void _fill_chroma_rows(const Builder& b, int32_t y)
 void _fill_tables(const Builder& b)
 {
     _fill_circle(b.circle, b.half_width, _radius(b.width));
-    if (b.height % 2 != 0)
-        _fill_luma_row(b,
-                       b.height - 1);  // an odd last row keeps the source origin: both tables are still zero
+    if (b.height % 2 != 0) {  // an odd last row keeps the source origin: all source positions are still zero
+        _fill_column_blocks(b);
+        _fill_luma_row(b, b.height - 1);
+    }
     _fill_source_columns(b);
+    _fill_column_blocks(b);
     for (int32_t y = 0; y < b.half_height; ++y) {
         _fill_source_rows(b, y);
         _fill_luma_row(b, b.half_height + y);
@@ -231,13 +264,15 @@ int32_t panorama_core_projection_build(PanoramaCore* pi)
     auto circle = ozr_make_buffer<int32_t>(width >> 1);
     auto source_x = ozr_make_buffer<int32_t>(width);
     auto source_y = ozr_make_buffer<int32_t>(width);
-    if (!offsets || !weights || !chroma_map || !circle || !source_x || !source_y) {
+    auto columns = ozr_make_buffer<ColumnBlock>(width / kBlock);
+    if (!offsets || !weights || !chroma_map || !circle || !source_x || !source_y || !columns) {
         panorama_core_projection_free(&pi->proj);
         return kPanoTablesNoMemory;
     }
     ProjectionInfo tables = {{nullptr, nullptr}, offsets.get(), weights.get(), chroma_map.get()};
-    const Builder builder = {&tables,    width,         pi->height,   width >> 1,     pi->height >> 1,
-                             pi->stride, _scale(width), circle.get(), source_x.get(), source_y.get()};
+    const Builder builder = {&tables,         width,          pi->height,    width >> 1,
+                             pi->height >> 1, pi->stride,     _scale(width), circle.get(),
+                             source_x.get(),  source_y.get(), columns.get()};
     _fill_tables(builder);
     pi->proj.block_offsets = offsets.release();
     pi->proj.weights = weights.release();
@@ -249,10 +284,12 @@ void panorama_core_project(const PanoramaCore* pi, PanoImg* dst, const PanoImg* 
 {
     const OzrKernels* kernels = ozr_kernels();
     const int32_t blocks = dst->width / kBlock;
+    const int64_t luma_bytes = int64_t{src->height} * src->stride;
     for (int32_t y = 0; y < dst->height; ++y) {
         const ptrdiff_t first = static_cast<ptrdiff_t>(y) * blocks;
-        kernels->project_luma_row(pano_row(dst, y), src->data, src->stride, pi->proj.block_offsets + first,
-                                  pi->proj.weights + first * kBlockWeights, blocks);
+        kernels->project_luma_row(pano_row(dst, y), src->data, luma_bytes, src->stride,
+                                  pi->proj.block_offsets + first, pi->proj.weights + first * kBlockWeights,
+                                  blocks);
     }
     const int32_t pairs = dst->width / 2;
     for (int32_t y = 0; y < dst->height / 2; ++y)

@@ -78,6 +78,14 @@ void _turn_guarded(PanoImg* dst, const PanoImg* src, const SourcePlane& plane, c
     }
 }
 
+// Zeroes the bytes from `begin` to `end`, as far as they lie inside the picture.
+void _clear(const PanoImg* img, int64_t begin, int64_t end)
+{
+    const int64_t inside = std::min(end, int64_t{img->size});
+    if (begin < inside)
+        memset(img->data + begin, 0, static_cast<size_t>(inside - begin));
+}
+
 }  // namespace
 
 int32_t PanoImg_RotateCW90(PanoImg* dst, const PanoImg* src)
@@ -124,11 +132,15 @@ int32_t PanoImg_ConvertYUV2RGBA(PanoImg* dst, const PanoImg* src)
         return kPanoNotSupported;
     if (src->stride < src->width || dst->stride < pano_row_bytes(kPanoRgba, dst->width))
         return kPanoBadArgument;
-    const int32_t width = std::min(src->width, dst->width) & ~1;
-    const int32_t height = std::min(src->height, dst->height) & ~1;
-    memset(dst->data, 0, static_cast<size_t>(std::max(dst->size, 0)));
+    const int32_t width = std::max(std::min(src->width, dst->width), 0) & ~1;
+    const int32_t height = width == 0 ? 0 : std::max(std::min(src->height, dst->height), 0) & ~1;
+    const int64_t row_bytes = pano_row_bytes(kPanoRgba, width);
     const OzrKernels* kernels = ozr_kernels();
-    for (int32_t y = 0; y < height; ++y)
+    for (int32_t y = 0; y < height; ++y) {
         kernels->yvu_to_rgba_row(pano_row(dst, y), pano_row(src, y), pano_chroma_row(src, y >> 1), width / 2);
+        const int64_t row = int64_t{y} * dst->stride;
+        _clear(dst, row + row_bytes, row + dst->stride);
+    }
+    _clear(dst, int64_t{height} * dst->stride, dst->size);
     return kPanoSuccess;
 }

@@ -1,0 +1,335 @@
+// Every kernel at every level over one picture, and beside it memcpy of as many bytes. Names are
+// kernel/<kernel>/<size>/<level> and memcpy/<bytes>; the counter "moved" tells which memcpy a kernel compares with.
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "levels.h"
+#include "support/pictures.h"
+
+namespace
+{
+
+using Bytes = std::vector<uint8_t>;
+
+// Resampling from one and a half times the size: every row reads 1.5 widths of two rows, one of which the cache holds.
+constexpr uint32_t kStep = 1536;
+
+constexpr int32_t kOffsetOutside =
+    1;  // rows that the last blocks of a projection keep from the picture's end
+
+void add_memcpy(int64_t bytes)
+{
+    static std::set<int64_t> added;
+    if (!added.insert(bytes).second)
+        return;
+    benchmark::RegisterBenchmark(
+        ("memcpy/" + std::to_string(bytes)).c_str(), [bytes](benchmark::State& state) {
+            Bytes from(static_cast<size_t>(bytes), 1);
+            Bytes to(static_cast<size_t>(bytes), 2);
+            for (auto _ : state) {
+                memcpy(to.data(), from.data(), from.size());
+                benchmark::DoNotOptimize(to.data());
+                benchmark::ClobberMemory();
+            }
+            state.SetBytesProcessed(2 * bytes * static_cast<int64_t>(state.iterations()));
+        });
+}
+
+// What the kernels of one picture size work on. Everything is made before the first round, and pointers to it stay.
+class Plane
+{
+public:
+    Plane(int32_t columns, int32_t rows) : width(columns), height(rows)
+    {
+        Random random(static_cast<uint32_t>(width));
+        for (Bytes* bytes : {&a, &b, &c, &out}) {
+            bytes->resize(static_cast<size_t>(width) * static_cast<size_t>(height) * 4);
+            for (uint8_t& byte : *bytes)
+                byte = random.byte();
+        }
+    }
+
+    const int32_t width;
+    const int32_t height;
+    Bytes a;
+    Bytes b;
+    Bytes c;
+    Bytes out;
+};
+
+uint8_t* row(Bytes& bytes, int32_t y, int32_t pitch)
+{
+    return bytes.data() + static_cast<ptrdiff_t>(y) * pitch;
+}
+
+uint32_t* row32(Bytes& bytes, int32_t y, int32_t width)
+{
+    return reinterpret_cast<uint32_t*>(bytes.data()) + static_cast<ptrdiff_t>(y) * width;
+}
+
+// Registers the kernel at the levels that have a function of their own. `moved` is the sum of the bytes that one pass
+// over the picture reads and writes; `pass` is handed the function.
+template <class Kernel, class Pass>
+void add(const char* name, const Plane& plane, Kernel OzrKernels::*kernel, int64_t moved, Pass pass)
+{
+    const std::string size = std::to_string(plane.width) + "x" + std::to_string(plane.height);
+    std::vector<Kernel> seen;
+    for (const OzrKernels* level : bench_levels()) {
+        const Kernel function = level->*kernel;
+        if (!seen.empty() && seen.back() == function)
+            continue;
+        seen.push_back(function);
+        const std::string full = "kernel/" + std::string(name) + "/" + size + "/" + level->level;
+        benchmark::RegisterBenchmark(full.c_str(), [=](benchmark::State& state) {
+            for (auto _ : state) {
+                pass(function);
+                benchmark::ClobberMemory();
+            }
+            state.SetBytesProcessed(moved * static_cast<int64_t>(state.iterations()));
+            state.counters["moved"] = static_cast<double>(moved);
+        });
+    }
+    add_memcpy(moved / 2);
+}
+
+template <class Row>
+void each_row(int32_t rows, Row do_row)
+{
+    for (int32_t y = 0; y < rows; ++y)
+        do_row(y);
+}
+
+void add_resampling(Plane& p)
+{
+    const int32_t w = p.width;
+    const int32_t h = p.height;
+    const int64_t n = int64_t{w} * h;
+    add("resample_gray_row", p, &OzrKernels::resample_gray_row, n * 5 / 2, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) {
+            f(row(p.out, y, w), w, row(p.a, y, 2 * w), row(p.a, y + 1, 2 * w), kStep, 300);
+        });
+    });
+    add("resample_yuyv_row", p, &OzrKernels::resample_yuyv_row, n * 4, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) {
+            f(row(p.out, y, w), w, row(p.a, y, 3 * w), row(p.a, y + 1, 3 * w), kStep, 300);
+        });
+    });
+    add("resample_pairs_row", p, &OzrKernels::resample_pairs_row, n * 5 / 2, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) {
+            f(row(p.out, y, w), w, row(p.a, y, 2 * w), row(p.a, y + 1, 2 * w), w - 1, kStep, 300);
+        });
+    });
+    add("resample_rgb_row", p, &OzrKernels::resample_rgb_row, n * 15 / 4, [&p, w, h](auto f) {
+        each_row(h / 2, [&](int32_t y) {
+            f(row(p.out, y, 3 * w), w, row(p.a, y, 5 * w), row(p.a, y + 1, 5 * w), kStep, 300);
+        });
+    });
+    add("nearest_gray_row", p, &OzrKernels::nearest_gray_row, n * 5 / 2, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) { f(row(p.out, y, w), w, row(p.a, y, 2 * w), kStep); });
+    });
+    add("sample_bytes_row", p, &OzrKernels::sample_bytes_row, n * 3, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, 2 * w), w, 2); });
+    });
+    add("yuyv_luma_row", p, &OzrKernels::yuyv_luma_row, n * 3,
+        [&p, w, h](auto f) { each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, 2 * w), w); }); });
+    add("half_gray_row", p, &OzrKernels::half_gray_row, n * 5 / 4, [&p, w, h](auto f) {
+        each_row(h / 2, [&](int32_t y) {
+            f(row(p.out, y, w / 2), row(p.a, 2 * y, w), row(p.a, 2 * y + 1, w), w / 2);
+        });
+    });
+}
+
+void add_alignment(Plane& p)
+{
+    const int32_t w = p.width;
+    const int32_t h = p.height;
+    const int64_t n = int64_t{w} * h;
+    add("sad_row", p, &OzrKernels::sad_row, 2 * n, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) { benchmark::DoNotOptimize(f(row(p.a, y, w), row(p.b, y, w), w)); });
+    });
+    add("sad_const_row", p, &OzrKernels::sad_const_row, n, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) { benchmark::DoNotOptimize(f(row(p.a, y, w), 100, w)); });
+    });
+    add("integral_row", p, &OzrKernels::integral_row, 9 * n, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) {
+            f(row32(p.out, y, w), y > 0 ? row32(p.out, y - 1, w) : nullptr, row(p.a, y, w), w);
+        });
+    });
+    add("correlate_areas", p, &OzrKernels::correlate_areas, 2 * n, [&p, w, h](auto f) {
+        benchmark::DoNotOptimize(f({p.a.data(), w, 128, p.b.data(), w, 127, w, h}, 8));
+    });
+}
+
+struct ProjectionTables {
+    explicit ProjectionTables(const Plane& p)
+        : offsets(static_cast<size_t>(p.width / 8 * p.height)), weights(offsets.size() * 128),
+          map(offsets.size() * 4)
+    {
+        const int32_t blocks = p.width / 8;
+        for (size_t i = 0; i < offsets.size(); ++i) {
+            const int32_t y = static_cast<int32_t>(i) / blocks;
+            const int32_t x = static_cast<int32_t>(i) % blocks;
+            const int32_t last = p.height - 4 - kOffsetOutside;
+            offsets[i] = (y < last ? y : last) * p.width + x * 8;
+            for (size_t k = 0; k < 8; ++k) {
+                for (size_t tap : {0U, 1U, 4U, 5U})
+                    weights[i * 128 + tap * 8 + k] = 64;
+            }
+        }
+        for (size_t i = 0; i < map.size(); ++i)
+            map[i] = static_cast<int32_t>(i - i / 7 % 2);
+    }
+
+    std::vector<int32_t> offsets;
+    std::vector<uint16_t> weights;
+    std::vector<int32_t> map;
+};
+
+void add_projection(Plane& p)
+{
+    static std::vector<ProjectionTables*> all;  // kept for as long as the benchmarks run
+    all.push_back(new ProjectionTables(p));
+    ProjectionTables& t = *all.back();
+    const int32_t w = p.width;
+    const int32_t h = p.height;
+    const int64_t n = int64_t{w} * h;
+    add("project_luma_row", p, &OzrKernels::project_luma_row, n * 2 + n * 32 + n / 2, [&p, &t, w, h](auto f) {
+        each_row(h, [&](int32_t y) {
+            const ptrdiff_t first = static_cast<ptrdiff_t>(y) * (w / 8);
+            f(row(p.out, y, w), p.a.data(), int64_t{w} * h, w, t.offsets.data() + first,
+              t.weights.data() + 128 * first, w / 8);
+        });
+    });
+    add("project_chroma_row", p, &OzrKernels::project_chroma_row, n + n, [&p, &t, w, h](auto f) {
+        each_row(h / 2, [&](int32_t y) {
+            f(row(p.out, y, w), p.a.data(), t.map.data() + static_cast<ptrdiff_t>(y) * (w / 2), w / 2);
+        });
+    });
+}
+
+void add_composition(Plane& p)
+{
+    const int32_t w = p.width;
+    const int32_t h = p.height;
+    const int64_t n = int64_t{w} * h;
+    add("seam_cost_row", p, &OzrKernels::seam_cost_row, 7 * n, [&p, w, h](auto f) {
+        each_row(
+            h, [&](int32_t y) { f(row32(p.out, y, w), row(p.a, y, w), row(p.b, y, w), row(p.c, y, w), w); });
+    });
+    // In use the row above was written just before: one row of costs over and over.
+    add("seam_accumulate_row", p, &OzrKernels::seam_accumulate_row, 12 * n, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) { f(row32(p.out, y & 1, w), row32(p.out, (y & 1) ^ 1, w), w); });
+    });
+    add("blend_row", p, &OzrKernels::blend_row, int64_t{64} * 3 * h, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, w), 64, 1, 2); });
+    });
+    add("blend_pairs_row", p, &OzrKernels::blend_pairs_row, int64_t{64} * 3 * h, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, w), 32, 1, 4); });
+    });
+}
+
+void add_rotation(Plane& p)
+{
+    const int32_t w = p.width;
+    const int32_t h = p.height;
+    const int64_t n = int64_t{w} * h;
+    const auto bytes = [&p, w, h](auto f) { f(p.out.data(), h, p.a.data(), w, w, h); };
+    const auto pairs = [&p, w, h](auto f) { f(p.out.data(), h, p.a.data(), w, w / 2, h / 2); };
+    add("rotate_bytes_cw", p, &OzrKernels::rotate_bytes_cw, 2 * n, bytes);
+    add("rotate_bytes_ccw", p, &OzrKernels::rotate_bytes_ccw, 2 * n, bytes);
+    add("rotate_pairs_cw", p, &OzrKernels::rotate_pairs_cw, n, pairs);
+    add("rotate_pairs_ccw", p, &OzrKernels::rotate_pairs_ccw, n, pairs);
+}
+
+void add_to_rgba(Plane& p)
+{
+    const int32_t w = p.width;
+    const int32_t h = p.height;
+    const int64_t n = int64_t{w} * h;
+    const auto semi_planar = [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) { f(row(p.out, y, 4 * w), row(p.a, y, w), row(p.b, y / 2, w), w / 2); });
+    };
+    add("yvu_to_rgba_row", p, &OzrKernels::yvu_to_rgba_row, n * 11 / 2, semi_planar);
+    add("yuv_to_rgba_row", p, &OzrKernels::yuv_to_rgba_row, n * 11 / 2, semi_planar);
+    add("planar_to_rgba_row", p, &OzrKernels::planar_to_rgba_row, n * 11 / 2, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) {
+            f(row(p.out, y, 4 * w), row(p.a, y, w), row(p.b, y / 2, w / 2), row(p.c, y / 2, w / 2), w / 2);
+        });
+    });
+    add("yuyv_to_rgba_row", p, &OzrKernels::yuyv_to_rgba_row, n * 6, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) { f(row(p.out, y, 4 * w), row(p.a, y, 2 * w), w / 2); });
+    });
+    add("gray_to_rgba_row", p, &OzrKernels::gray_to_rgba_row, n * 5,
+        [&p, w, h](auto f) { each_row(h, [&](int32_t y) { f(row(p.out, y, 4 * w), row(p.a, y, w), w); }); });
+}
+
+void add_from_rgba(Plane& p)
+{
+    const int32_t w = p.width;
+    const int32_t h = p.height;
+    const int64_t n = int64_t{w} * h;
+    add("rgba_to_gray_row", p, &OzrKernels::rgba_to_gray_row, n * 5,
+        [&p, w, h](auto f) { each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, 4 * w), w); }); });
+    add("rgba_to_luma_row", p, &OzrKernels::rgba_to_luma_row, n * 5, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, 4 * w), w, 1); });
+    });
+    const auto chroma_pairs = [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, 4 * w), w / 2); });
+    };
+    add("rgba_to_uv_row", p, &OzrKernels::rgba_to_uv_row, n * 5, chroma_pairs);
+    add("rgba_to_vu_row", p, &OzrKernels::rgba_to_vu_row, n * 5, chroma_pairs);
+    add("rgba_to_u_v_rows", p, &OzrKernels::rgba_to_u_v_rows, n * 5, [&p, w, h](auto f) {
+        each_row(
+            h, [&](int32_t y) { f(row(p.out, y, w), row(p.out, y, w) + w / 2, row(p.a, y, 4 * w), w / 2); });
+    });
+    add("rgba_to_yuyv_row", p, &OzrKernels::rgba_to_yuyv_row, n * 6, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) { f(row(p.out, y, 2 * w), row(p.a, y, 4 * w), w / 2); });
+    });
+}
+
+void add_toolkit(Plane& p)
+{
+    const int32_t w = p.width;
+    const int32_t h = p.height;
+    const int64_t n = int64_t{w} * h;
+    const auto mirror = [&p, w, h](auto f) { each_row(h, [&](int32_t y) { f(row(p.out, y, w), w); }); };
+    add("mirror_bytes_row", p, &OzrKernels::mirror_bytes_row, 2 * n, mirror);
+    add("mirror_pairs_row", p, &OzrKernels::mirror_pairs_row, 2 * n, mirror);
+    add("mirror_quads_row", p, &OzrKernels::mirror_quads_row, 8 * n,
+        [&p, w, h](auto f) { each_row(h, [&](int32_t y) { f(row(p.out, y, 4 * w), w); }); });
+    add("warp_row", p, &OzrKernels::warp_row, 2 * n, [&p, w, h](auto f) {
+        const OzrWarp warp = {p.a.data(), int64_t{w} * h - 1, w, 1, w, h, 1000, 62500, 990, 14};
+        each_row(h, [&](int32_t y) { f(row(p.out, y, w), w, warp, -14 * y, 990 * y); });
+    });
+    add("line_gray_row", p, &OzrKernels::line_gray_row, 2 * n, [&p, w, h](auto f) {
+        const int64_t one = int64_t{1} << kOzrLineFracBits;
+        const OzrLine line = {p.a.data(), w, w, h, one * 99 / 100, one / 70};
+        each_row(h, [&](int32_t y) { f(row(p.out, y, w), w, line, 0, y * one); });
+    });
+    add("census_run", p, &OzrKernels::census_run, 3 * n, [&p, w, h](auto f) {
+        f(reinterpret_cast<uint16_t*>(p.out.data()), p.a.data(), static_cast<uint32_t>(w),
+          static_cast<uint32_t>(w) * static_cast<uint32_t>(h - 2) - 2);
+    });
+}
+
+}  // namespace
+
+void add_kernel_benchmarks()
+{
+    static Plane preview(1280, 960);
+    add_resampling(preview);
+    add_alignment(preview);
+    add_projection(preview);
+    add_composition(preview);
+    add_rotation(preview);
+    add_to_rgba(preview);
+    add_from_rgba(preview);
+    add_toolkit(preview);
+    static Plane picture(4000, 3000);
+    add_projection(picture);
+    add_rotation(picture);
+}

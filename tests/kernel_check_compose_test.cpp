@@ -1,0 +1,268 @@
+// The vector kernels of projection, composition, rotation, colour, mirrors and texture codes against their scalar
+// meaning: every level that the machine has, on random and extreme bytes. Inputs end at, or start behind, a page that
+// must not be touched; outputs do likewise, and are compared with everything around what may be written.
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "ozr_cpu.h"
+#include "ozr_kernels.h"
+#include "support/pictures.h"
+
+namespace
+{
+
+enum class Edge { kStart, kEnd };
+enum class Fill { kRandom, kZeros, kOnes, kExtremes };
+
+// `size` bytes that start right behind, or end right before, a page without access.
+class Guarded
+{
+public:
+    Guarded(size_t size, Edge edge, Fill fill, Random* random) : size_(size)
+    {
+        const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+        mapped_ = (size + page - 1) / page * page + 2 * page;
+        void* block = mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        block_ = static_cast<uint8_t*>(block);
+        mprotect(block_, page, PROT_NONE);
+        mprotect(block_ + mapped_ - page, page, PROT_NONE);
+        data_ = edge == Edge::kStart ? block_ + page : block_ + mapped_ - page - size;
+        for (size_t i = 0; i < size; ++i) {
+            const uint8_t byte = random->byte();
+            const uint8_t bytes[] = {byte, 0, 255, static_cast<uint8_t>(byte & 1 ? 255 : 0)};
+            data_[i] = bytes[static_cast<size_t>(fill)];
+        }
+    }
+    ~Guarded() { munmap(block_, mapped_); }
+    Guarded(const Guarded&) = delete;
+    Guarded& operator=(const Guarded&) = delete;
+
+    uint8_t* data() { return data_; }
+    uint32_t* words() { return reinterpret_cast<uint32_t*>(data_); }
+    size_t size() const { return size_; }
+
+private:
+    size_t size_;
+    size_t mapped_;
+    uint8_t* block_;
+    uint8_t* data_;
+};
+
+// One call: a size, an edge and a fill; makes inputs and compares outputs.
+class Case
+{
+public:
+    Case(int32_t size, Edge edge, Fill fill) : count(size), edge_(edge), fill_(fill), random_(seed()) {}
+    uint32_t seed() const { return static_cast<uint32_t>(count * 8 + static_cast<int32_t>(edge_) * 4) + 1; }
+
+    Guarded bytes(int64_t size) { return Guarded(static_cast<size_t>(size), edge_, fill_, &random_); }
+    Random* random() { return &random_; }
+
+    // Runs the kernel at every level into the same `size` bytes and compares them with what the scalar one leaves.
+    template <class Kernel, class Call>
+    void check(const char* name, Kernel OzrKernels::*kernel, int64_t size, Call call)
+    {
+        Guarded out = bytes(size);
+        const std::vector<uint8_t> before(out.data(), out.data() + out.size());
+        call(kOzrKernelsScalar.*kernel, out);
+        const std::vector<uint8_t> want(out.data(), out.data() + out.size());
+        for (const OzrKernels* const* level = kOzrKernelLevels; *level != nullptr; ++level) {
+            if (((*level)->features & ~ozr_cpu_features()) != 0 ||
+                (*level)->*kernel == kOzrKernelsScalar.*kernel)
+                continue;
+            std::copy(before.begin(), before.end(), out.data());
+            call((*level)->*kernel, out);
+            const auto differs = std::mismatch(want.begin(), want.end(), out.data());
+            EXPECT_EQ(differs.first, want.end())
+                << name << " " << (*level)->level << " seed " << seed() << " size " << count << " fill "
+                << static_cast<int32_t>(fill_) << " byte " << differs.first - want.begin();
+        }
+    }
+
+    const int32_t count;
+
+private:
+    Edge edge_;
+    Fill fill_;
+    Random random_;
+};
+
+template <class Check>
+void for_each_case(Check check)
+{
+    std::vector<int32_t> counts = {127, 128, 129, 1283};
+    for (int32_t count = 0; count <= 67; ++count)
+        counts.push_back(count);
+    for (int32_t count : counts) {
+        for (Edge edge : {Edge::kStart, Edge::kEnd}) {
+            for (Fill fill : {Fill::kRandom, Fill::kZeros, Fill::kOnes, Fill::kExtremes})
+                check(Case(count, edge, fill));
+        }
+    }
+}
+
+}  // namespace
+
+TEST(KernelCheck, ToRgba)
+{
+    for_each_case([](Case c) {
+        const int32_t n = c.count;
+        Guarded luma = c.bytes(2 * n), chroma = c.bytes(2 * n), u = c.bytes(n), v = c.bytes(n);
+        Guarded packed = c.bytes(4 * n);
+        const auto pairs = [&](auto f, Guarded& out) { f(out.data(), luma.data(), chroma.data(), n); };
+        c.check("yvu_to_rgba_row", &OzrKernels::yvu_to_rgba_row, 8 * n, pairs);
+        c.check("yuv_to_rgba_row", &OzrKernels::yuv_to_rgba_row, 8 * n, pairs);
+        c.check("planar_to_rgba_row", &OzrKernels::planar_to_rgba_row, 8 * n,
+                [&](auto f, Guarded& out) { f(out.data(), luma.data(), u.data(), v.data(), n); });
+        c.check("yuyv_to_rgba_row", &OzrKernels::yuyv_to_rgba_row, 8 * n,
+                [&](auto f, Guarded& out) { f(out.data(), packed.data(), n); });
+        c.check("gray_to_rgba_row", &OzrKernels::gray_to_rgba_row, 4 * n,
+                [&](auto f, Guarded& out) { f(out.data(), u.data(), n); });
+    });
+}
+
+// Clamping and the last bit depend on all three samples at once: every luma with every pair of chroma samples.
+TEST(KernelCheck, ToRgbaOfEveryColour)
+{
+    std::vector<uint8_t> luma(256), chroma(256), want(1024), out(1024);
+    for (int32_t y = 0; y < 256; ++y)
+        luma[static_cast<size_t>(y)] = static_cast<uint8_t>(y);
+    for (int32_t pair = 0; pair < 65536; ++pair) {
+        for (size_t i = 0; i < 256; i += 2) {
+            chroma[i] = static_cast<uint8_t>(pair & 255);
+            chroma[i + 1] = static_cast<uint8_t>(pair >> 8);
+        }
+        kOzrKernelsScalar.yuv_to_rgba_row(want.data(), luma.data(), chroma.data(), 128);
+        for (const OzrKernels* const* level = kOzrKernelLevels; *level != nullptr; ++level) {
+            if (((*level)->features & ~ozr_cpu_features()) != 0)
+                continue;
+            (*level)->yuv_to_rgba_row(out.data(), luma.data(), chroma.data(), 128);
+            ASSERT_EQ(out, want) << (*level)->level << " pair " << pair;
+        }
+    }
+}
+
+TEST(KernelCheck, FromRgba)
+{
+    for_each_case([](Case c) {
+        const int32_t n = c.count;
+        Guarded rgba = c.bytes(8 * n);
+        const auto row = [&](auto f, Guarded& out) { f(out.data(), rgba.data(), n); };
+        c.check("rgba_to_gray_row", &OzrKernels::rgba_to_gray_row, n, row);
+        c.check("rgba_to_uv_row", &OzrKernels::rgba_to_uv_row, 2 * n, row);
+        c.check("rgba_to_vu_row", &OzrKernels::rgba_to_vu_row, 2 * n, row);
+        c.check("rgba_to_yuyv_row", &OzrKernels::rgba_to_yuyv_row, 4 * n, row);
+        c.check("rgba_to_u_v_rows", &OzrKernels::rgba_to_u_v_rows, 2 * n,
+                [&](auto f, Guarded& out) { f(out.data(), out.data() + n, rgba.data(), n); });
+        for (int32_t step = 1; step <= 2; ++step)
+            c.check("rgba_to_luma_row", &OzrKernels::rgba_to_luma_row, n,
+                    [&](auto f, Guarded& out) { f(out.data(), rgba.data(), n, step); });
+        c.check("rgba_to_luma_row in place", &OzrKernels::rgba_to_luma_row, 4 * n,
+                [&](auto f, Guarded& out) { f(out.data(), out.data(), n, 1); });
+    });
+}
+
+TEST(KernelCheck, SeamsAndTransitions)
+{
+    for_each_case([](Case c) {
+        const int32_t n = c.count;
+        Guarded a = c.bytes(n), b = c.bytes(n), mask = c.bytes(n), above = c.bytes(4 * n),
+                later = c.bytes(2 * n);
+        c.check("seam_cost_row", &OzrKernels::seam_cost_row, 4 * n,
+                [&](auto f, Guarded& out) { f(out.words(), a.data(), b.data(), mask.data(), n); });
+        // Random words: sums beyond 2^31 count as unsigned.
+        if (n >= 2)
+            c.check("seam_accumulate_row", &OzrKernels::seam_accumulate_row, 4 * n,
+                    [&](auto f, Guarded& out) { f(out.words(), above.words(), n); });
+        for (int32_t step : {0, 1, 2, 4}) {
+            const int32_t ramp = std::min(n, step == 0 ? n : 127 / step);
+            for (int32_t first : {1, 128 - ramp * step}) {
+                c.check("blend_row", &OzrKernels::blend_row, n,
+                        [&](auto f, Guarded& out) { f(out.data(), later.data(), ramp, first, step); });
+                c.check("blend_pairs_row", &OzrKernels::blend_pairs_row, 2 * n,
+                        [&](auto f, Guarded& out) { f(out.data(), later.data(), ramp, first, step); });
+            }
+        }
+    });
+}
+
+TEST(KernelCheck, MirrorsAndTextureCodes)
+{
+    for_each_case([](Case c) {
+        const int32_t n = c.count;
+        const auto mirror = [n](auto f, Guarded& out) { f(out.data(), n); };
+        c.check("mirror_bytes_row", &OzrKernels::mirror_bytes_row, n, mirror);
+        c.check("mirror_pairs_row", &OzrKernels::mirror_pairs_row, n, mirror);
+        c.check("mirror_quads_row", &OzrKernels::mirror_quads_row, 4 * n, mirror);
+        if (n < 3)
+            return;
+        // Three rows hold n - 2 windows; their codes end where row 1 of the destination has its last but one.
+        const uint32_t width = static_cast<uint32_t>(n);
+        Guarded src = c.bytes(3 * n);
+        c.check("census_run", &OzrKernels::census_run, 2 * (2 * n - 1), [&](auto f, Guarded& out) {
+            f(reinterpret_cast<uint16_t*>(out.data()), src.data(), width, width - 2);
+        });
+        c.check("census_run in place", &OzrKernels::census_run, 6 * n, [&](auto f, Guarded& out) {
+            f(reinterpret_cast<uint16_t*>(out.data()), out.data(), width, width - 2);
+        });
+    });
+}
+
+TEST(KernelCheck, QuarterTurns)
+{
+    constexpr int32_t kSizes[] = {0, 1, 7, 8, 9, 15, 16, 17, 31, 64, 65, 97};
+    for (int32_t width : kSizes) {
+        for (int32_t height : kSizes) {
+            for (int32_t padding : {0, 5}) {
+                Case c(width, padding == 0 ? Edge::kEnd : Edge::kStart, Fill::kRandom);
+                const auto check = [&](const char* name, Rotate OzrKernels::*kernel, int32_t bytes) {
+                    const int32_t src_stride = width * bytes + padding;
+                    const int32_t dst_stride = height * bytes + padding;
+                    Guarded src = c.bytes(int64_t{src_stride} * height);
+                    c.check(name, kernel, int64_t{dst_stride} * width, [&](auto f, Guarded& out) {
+                        f(out.data(), dst_stride, src.data(), src_stride, width, height);
+                    });
+                };
+                check("rotate_bytes_cw", &OzrKernels::rotate_bytes_cw, 1);
+                check("rotate_bytes_ccw", &OzrKernels::rotate_bytes_ccw, 1);
+                check("rotate_pairs_cw", &OzrKernels::rotate_pairs_cw, 2);
+                check("rotate_pairs_ccw", &OzrKernels::rotate_pairs_ccw, 2);
+            }
+        }
+    }
+}
+
+// Blocks anywhere in and around the source: weights lie on readable bytes only, and each pixel's sum to 256 at most.
+TEST(KernelCheck, Projection)
+{
+    constexpr int32_t kStride = 37, kRows = 9, kBytes = kStride * kRows;
+    for_each_case([](Case c) {
+        const int32_t blocks = c.count;
+        Guarded src = c.bytes(kBytes);
+        std::vector<int32_t> offsets(static_cast<size_t>(blocks) + 1);
+        Guarded table = c.bytes(int64_t{256} * blocks);
+        uint16_t* weights = reinterpret_cast<uint16_t*>(table.data());
+        for (int32_t b = 0; b < blocks; ++b) {
+            const int32_t offset = c.random()->below(kBytes + 4 * kStride) - 4 * kStride;
+            offsets[static_cast<size_t>(b)] = offset;
+            for (int32_t k = 0; k < 8; ++k) {
+                int32_t left = 256;
+                for (int32_t i = 15; i >= 0; --i) {
+                    const int32_t at = offset + i / 4 * kStride + k + i % 4;
+                    const int32_t weight = c.random()->below(3) == 0 ? left : c.random()->below(left + 1);
+                    const bool readable = at >= 0 && at < kBytes;
+                    weights[128 * b + 8 * i + k] = static_cast<uint16_t>(readable ? weight : 0);
+                    left -= readable ? weight : 0;
+                }
+            }
+        }
+        c.check("project_luma_row", &OzrKernels::project_luma_row, 8 * blocks, [&](auto f, Guarded& out) {
+            f(out.data(), src.data(), kBytes, kStride, offsets.data(), weights, blocks);
+        });
+    });
+}
