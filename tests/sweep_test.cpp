@@ -6,6 +6,8 @@
 #include <map>
 
 #include "camera.h"
+#include "ozr_cpu.h"
+#include "ozr_kernels.h"
 #include "ozr_panorama.h"
 #include "panorama.h"
 #include "scene.h"
@@ -157,6 +159,21 @@ TEST(Sweep, ASecondSweepAfterAResetIsTheSame)
         ASSERT_EQ(ozr_panorama_reset(sweep.pano), ozr_success);
         EXPECT_EQ(sweep.run(), first);
     }
+}
+
+TEST(Sweep, EveryLevelOfTheKernelsMakesTheSamePanorama)
+{
+    for (int32_t direction : {kDirectionRight, kDirectionUp}) {
+        ozr_kernels_set_for_test(&kOzrKernelsScalar);
+        const std::vector<uint8_t> want = Sweep(direction).run();
+        for (const OzrKernels* const* level = kOzrKernelLevels; *level != nullptr; ++level) {
+            if (((*level)->features & ~ozr_cpu_features()) != 0)
+                continue;
+            ozr_kernels_set_for_test(*level);
+            EXPECT_EQ(Sweep(direction).run(), want) << (*level)->level;
+        }
+    }
+    ozr_kernels_set_for_test(nullptr);
 }
 
 TEST(Sweep, ConstantPicturesGiveAConstantPanorama)

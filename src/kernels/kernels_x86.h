@@ -5,6 +5,29 @@
 
 #include "ozr_kernels.h"
 
+// The last source column that a row of resampled pixels reads. Internal to each file: one for wider instructions must not
+// provide it to the others.
+static inline uint32_t ozr_last_column_read(int32_t dst_width, uint32_t step)
+{
+    const uint32_t last_position = dst_width > 0 ? static_cast<uint32_t>(dst_width - 1) * step : 0;
+    return (last_position >> 10) + ((last_position & 1023U) != 0 ? 1U : 0U);
+}
+
+// Resampling
+void resample_gray_row_sse2(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
+                            uint32_t step, uint32_t fraction);
+void yuyv_luma_row_sse2(uint8_t* dst, const uint8_t* src, int32_t dst_width);
+void half_gray_row_sse2(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width);
+void resample_gray_row_avx2(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
+                            uint32_t step, uint32_t fraction);
+void resample_yuyv_row_avx2(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
+                            uint32_t step, uint32_t fraction);
+
+// Alignment
+void integral_row_sse2(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t width);
+OzrCorrelation correlate_areas_sse2(const OzrAreaPair& areas, int32_t shift);
+OzrCorrelation correlate_areas_avx2(const OzrAreaPair& areas, int32_t shift);
+
 // Motion
 uint32_t sad_row_sse2(const uint8_t* a, const uint8_t* b, int32_t count);
 uint32_t sad_row_avx2(const uint8_t* a, const uint8_t* b, int32_t count);

@@ -61,6 +61,11 @@ constexpr OzrKernels _with_sse2(OzrKernels table)
 {
     table.level = "sse2";
     table.features |= kOzrCpuSse2;
+    table.resample_gray_row = resample_gray_row_sse2;
+    table.yuyv_luma_row = yuyv_luma_row_sse2;
+    table.half_gray_row = half_gray_row_sse2;
+    table.integral_row = integral_row_sse2;
+    table.correlate_areas = correlate_areas_sse2;
     table.sad_row = sad_row_sse2;
     table.sad_const_row = sad_const_row_sse2;
     table.project_luma_row = project_luma_row_sse2;
@@ -109,6 +114,9 @@ constexpr OzrKernels _with_avx2(OzrKernels table)
 {
     table.level = "avx2";
     table.features |= kOzrCpuAvx2;
+    table.resample_gray_row = resample_gray_row_avx2;
+    table.resample_yuyv_row = resample_yuyv_row_avx2;
+    table.correlate_areas = correlate_areas_avx2;
     table.sad_row = sad_row_avx2;
     table.sad_const_row = sad_const_row_avx2;
     table.seam_accumulate_row = seam_accumulate_row_avx2;

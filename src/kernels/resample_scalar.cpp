@@ -16,10 +16,9 @@ uint8_t _interpolate(const uint8_t* top, const uint8_t* bottom, uint32_t right, 
 }
 
 // Samples stand `pitch` bytes apart in the source rows.
-void _resample_row(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom, uint32_t step,
-                   uint32_t fraction, uint32_t pitch)
+void _resample_row(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
+                   uint32_t position, uint32_t step, uint32_t fraction, uint32_t pitch)
 {
-    uint32_t position = 0;
     for (int32_t x = 0; x < dst_width; ++x) {
         const uint32_t column = (position >> kFracBits) * pitch;
         const uint32_t fx = position & kFracMask;
@@ -31,16 +30,28 @@ void _resample_row(uint8_t* dst, int32_t dst_width, const uint8_t* top, const ui
 
 }  // namespace
 
+void resample_gray_rest(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
+                        uint32_t position, uint32_t step, uint32_t fraction)
+{
+    _resample_row(dst, dst_width, top, bottom, position, step, fraction, 1);
+}
+
+void resample_yuyv_rest(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
+                        uint32_t position, uint32_t step, uint32_t fraction)
+{
+    _resample_row(dst, dst_width, top, bottom, position, step, fraction, 2);
+}
+
 void resample_gray_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
                               uint32_t step, uint32_t fraction)
 {
-    _resample_row(dst, dst_width, top, bottom, step, fraction, 1);
+    resample_gray_rest(dst, dst_width, top, bottom, 0, step, fraction);
 }
 
 void resample_yuyv_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
                               uint32_t step, uint32_t fraction)
 {
-    _resample_row(dst, dst_width, top, bottom, step, fraction, 2);
+    resample_yuyv_rest(dst, dst_width, top, bottom, 0, step, fraction);
 }
 
 void resample_pairs_row_scalar(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,

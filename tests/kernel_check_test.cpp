@@ -1,12 +1,13 @@
-// The vector kernels of projection, composition, rotation, colour, mirrors and texture codes against their scalar
-// meaning: every level that the machine has, on random and extreme bytes. Inputs end at, or start behind, a page that
-// must not be touched; outputs do likewise, and are compared with everything around what may be written.
+// The vector kernels against their scalar meaning: every level that the machine has, on random and extreme bytes. Inputs
+// end at, or start behind, a page that must not be touched; outputs do likewise, and are compared with everything around
+// what may be written.
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
+#include <iostream>
 #include <vector>
 
 #include "ozr_cpu.h"
@@ -265,4 +266,65 @@ TEST(KernelCheck, Projection)
             f(out.data(), src.data(), kBytes, kStride, offsets.data(), weights, blocks);
         });
     });
+}
+
+// The source row has exactly the columns that the positions reach.
+TEST(KernelCheck, Resampling)
+{
+    for_each_case([](Case c) {
+        const int32_t n = c.count;
+        for (uint32_t step : {0U, 300U, 1024U, 2047U, 4089U}) {
+            const int32_t last =
+                n > 0 ? static_cast<int32_t>((static_cast<uint32_t>(n - 1) * step + 1023) >> 10) : 0;
+            Guarded top = c.bytes(last + 1), bottom = c.bytes(last + 1);
+            Guarded packed_top = c.bytes(2 * last + 1), packed_bottom = c.bytes(2 * last + 1);
+            for (uint32_t fraction : {0U, 511U, 1023U}) {
+                c.check("resample_gray_row", &OzrKernels::resample_gray_row, n, [&](auto f, Guarded& out) {
+                    f(out.data(), n, top.data(), bottom.data(), step, fraction);
+                });
+                c.check("resample_yuyv_row", &OzrKernels::resample_yuyv_row, n, [&](auto f, Guarded& out) {
+                    f(out.data(), n, packed_top.data(), packed_bottom.data(), step, fraction);
+                });
+            }
+        }
+        Guarded top = c.bytes(2 * n), bottom = c.bytes(2 * n), luma = c.bytes(std::max(2 * n - 1, 0));
+        c.check("half_gray_row", &OzrKernels::half_gray_row, n,
+                [&](auto f, Guarded& out) { f(out.data(), top.data(), bottom.data(), n); });
+        c.check("yuyv_luma_row", &OzrKernels::yuyv_luma_row, n,
+                [&](auto f, Guarded& out) { f(out.data(), luma.data(), n); });
+    });
+}
+
+TEST(KernelCheck, MotionAndAlignment)
+{
+    for_each_case([](Case c) {
+        const int32_t n = c.count;
+        constexpr int32_t kRows = 3;
+        Guarded a = c.bytes(kRows * n), b = c.bytes(kRows * (n + 5)), above = c.bytes(4 * n);
+        const auto store = [](auto value, Guarded& out) { memcpy(out.data(), &value, sizeof(value)); };
+        c.check("sad_row", &OzrKernels::sad_row, 4,
+                [&](auto f, Guarded& out) { store(f(a.data(), b.data(), n), out); });
+        c.check("sad_const_row", &OzrKernels::sad_const_row, 4,
+                [&](auto f, Guarded& out) { store(f(a.data(), 77, n), out); });
+        c.check("integral_row", &OzrKernels::integral_row, 4 * n,
+                [&](auto f, Guarded& out) { f(out.words(), above.words(), a.data(), n); });
+        c.check("integral_row of the first row", &OzrKernels::integral_row, 4 * n,
+                [&](auto f, Guarded& out) { f(out.words(), nullptr, a.data(), n); });
+        for (int32_t shift : {0, 3, 11}) {
+            const OzrAreaPair areas = {a.data(), n, 200, b.data(), n + 5, 3, n, kRows};
+            c.check("correlate_areas", &OzrKernels::correlate_areas, sizeof(OzrCorrelation),
+                    [&](auto f, Guarded& out) { store(f(areas, shift), out); });
+        }
+    });
+}
+
+// What this machine could not check shows in the log.
+TEST(KernelCheck, NamesTheLevelsThatWereNotRun)
+{
+    for (const OzrKernels* const* level = kOzrKernelLevels; *level != nullptr; ++level) {
+        if (((*level)->features & ~ozr_cpu_features()) != 0)
+            std::cout << "not run on this machine: " << (*level)->level << "\n";
+    }
+    EXPECT_EQ(kOzrKernelLevels[0], &kOzrKernelsScalar);
+    EXPECT_EQ(ozr_kernels_for(0), &kOzrKernelsScalar);
 }
