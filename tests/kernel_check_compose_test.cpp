@@ -191,6 +191,21 @@ TEST(KernelCheck, SeamsAndTransitions)
     });
 }
 
+TEST(KernelCheck, Subsampling)
+{
+    for_each_case([](Case c) {
+        const int32_t n = c.count;
+        for (int64_t step = 1; step <= 4; ++step) {
+            const int64_t bytes = n == 0 ? 0 : (n - 1) * step + 1;
+            Guarded src = c.bytes(bytes);
+            c.check("sample_bytes_row", &OzrKernels::sample_bytes_row, n,
+                    [&](auto f, Guarded& out) { f(out.data(), src.data(), n, step); });
+            c.check("sample_bytes_row in place", &OzrKernels::sample_bytes_row, bytes,
+                    [&](auto f, Guarded& out) { f(out.data(), out.data(), n, step); });
+        }
+    });
+}
+
 TEST(KernelCheck, MirrorsAndTextureCodes)
 {
     for_each_case([](Case c) {

@@ -83,6 +83,7 @@ constexpr OzrKernels _with_sse2(OzrKernels table)
     table.rgba_to_vu_row = rgba_to_vu_row_sse2;
     table.rgba_to_u_v_rows = rgba_to_u_v_rows_sse2;
     table.rgba_to_yuyv_row = rgba_to_yuyv_row_sse2;
+    table.sample_bytes_row = sample_bytes_row_sse2;
     table.census_run = census_run_sse2;
     return table;
 }
