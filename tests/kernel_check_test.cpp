@@ -200,6 +200,11 @@ TEST(KernelCheck, MirrorsAndTextureCodes)
         c.check("mirror_bytes_row", &OzrKernels::mirror_bytes_row, n, mirror);
         c.check("mirror_pairs_row", &OzrKernels::mirror_pairs_row, n, mirror);
         c.check("mirror_quads_row", &OzrKernels::mirror_quads_row, 4 * n, mirror);
+        for (int32_t step = 1; step <= 3; ++step) {
+            Guarded row = c.bytes(std::max((n - 1) * step + 1, 0));
+            c.check("sample_bytes_row", &OzrKernels::sample_bytes_row, n,
+                    [&](auto f, Guarded& out) { f(out.data(), row.data(), n, step); });
+        }
         if (n < 3)
             return;
         // Three rows hold n - 2 windows; their codes end where row 1 of the destination has its last but one.

@@ -257,38 +257,6 @@ void rgba_to_luma_row_avx2(uint8_t* dst, const uint8_t* src, int32_t count, int3
     rgba_to_luma_row_sse2(dst + done, src + int64_t{done} * kRgbaBytes, count - done, step);
 }
 
-void rgba_to_uv_row_avx2(uint8_t* dst, const uint8_t* src, int32_t pairs)
-{
-    int32_t x = 0;
-    for (; x <= 2 * pairs - kStep; x += kStep, src += kStep * kRgbaBytes) {
-        const Chroma chroma = _chroma(src);
-        _store(dst + x, _as_pairs(chroma.u, chroma.v));
-    }
-    rgba_to_uv_row_sse2(dst + x, src, pairs - x / 2);
-}
-
-void rgba_to_vu_row_avx2(uint8_t* dst, const uint8_t* src, int32_t pairs)
-{
-    int32_t x = 0;
-    for (; x <= 2 * pairs - kStep; x += kStep, src += kStep * kRgbaBytes) {
-        const Chroma chroma = _chroma(src);
-        _store(dst + x, _as_pairs(chroma.v, chroma.u));
-    }
-    rgba_to_vu_row_sse2(dst + x, src, pairs - x / 2);
-}
-
-void rgba_to_u_v_rows_avx2(uint8_t* u, uint8_t* v, const uint8_t* src, int32_t pairs)
-{
-    int32_t p = 0;
-    for (; p <= pairs - kStep / 2; p += kStep / 2, src += kStep * kRgbaBytes) {
-        const Chroma chroma = _chroma(src);
-        const __m256i u_v = _pack(chroma.u, chroma.v);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(u + p), _mm256_castsi256_si128(u_v));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(v + p), _mm256_extracti128_si256(u_v, 1));
-    }
-    rgba_to_u_v_rows_sse2(u + p, v + p, src, pairs - p);
-}
-
 void rgba_to_yuyv_row_avx2(uint8_t* dst, const uint8_t* src, int32_t pairs)
 {
     int32_t p = 0;

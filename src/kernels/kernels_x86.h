@@ -77,10 +77,10 @@ void planar_to_rgba_row_avx2(uint8_t* dst, const uint8_t* luma, const uint8_t* u
 void yuyv_to_rgba_row_avx2(uint8_t* dst, const uint8_t* src, int32_t pairs);
 void rgba_to_gray_row_avx2(uint8_t* dst, const uint8_t* src, int32_t count);
 void rgba_to_luma_row_avx2(uint8_t* dst, const uint8_t* src, int32_t count, int32_t step);
-void rgba_to_uv_row_avx2(uint8_t* dst, const uint8_t* src, int32_t pairs);
-void rgba_to_vu_row_avx2(uint8_t* dst, const uint8_t* src, int32_t pairs);
-void rgba_to_u_v_rows_avx2(uint8_t* u, uint8_t* v, const uint8_t* src, int32_t pairs);
 void rgba_to_yuyv_row_avx2(uint8_t* dst, const uint8_t* src, int32_t pairs);
+
+// Subsampling
+void sample_bytes_row_sse2(uint8_t* dst, const uint8_t* src, int32_t count, int64_t step);
 
 // Mirrors and texture codes
 void census_run_sse2(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t count);

@@ -88,6 +88,7 @@ constexpr OzrKernels _with_sse2(OzrKernels table)
     table.rgba_to_vu_row = rgba_to_vu_row_sse2;
     table.rgba_to_u_v_rows = rgba_to_u_v_rows_sse2;
     table.rgba_to_yuyv_row = rgba_to_yuyv_row_sse2;
+    table.sample_bytes_row = sample_bytes_row_sse2;
     table.census_run = census_run_sse2;
     return table;
 }
@@ -126,9 +127,6 @@ constexpr OzrKernels _with_avx2(OzrKernels table)
     table.yuyv_to_rgba_row = yuyv_to_rgba_row_avx2;
     table.rgba_to_gray_row = rgba_to_gray_row_avx2;
     table.rgba_to_luma_row = rgba_to_luma_row_avx2;
-    table.rgba_to_uv_row = rgba_to_uv_row_avx2;
-    table.rgba_to_vu_row = rgba_to_vu_row_avx2;
-    table.rgba_to_u_v_rows = rgba_to_u_v_rows_avx2;
     table.rgba_to_yuyv_row = rgba_to_yuyv_row_avx2;
     return table;
 }
