@@ -14,7 +14,7 @@ void resample_gray_rest(uint8_t* dst, int32_t dst_width, const uint8_t* top, con
 void resample_yuyv_rest(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
                         uint32_t position, uint32_t step, uint32_t fraction);
 void resample_pairs_row_scalar(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
-                               int32_t last_pair, uint32_t step, uint32_t fraction);
+                               int32_t src_bytes, uint32_t step, uint32_t fraction);
 void resample_rgb_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
                              uint32_t step, uint32_t fraction);
 void nearest_gray_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* src, uint32_t step);

@@ -19,9 +19,10 @@ using ResampleRow = void (*)(uint8_t* dst, int32_t dst_width, const uint8_t* top
                              uint32_t step, uint32_t fraction);
 
 // The same for a row of byte pairs, each byte of a pair with its own kind; writes exactly dst_bytes bytes, an odd number
-// of them ending in the middle of a pair. Pairs beyond `last_pair` are not read: the last one stands in for them.
+// of them ending in the middle of a pair. Of each source row src_bytes (at least 1) may be read: beyond them the last byte stands in, or a
+// byte for its neighbour.
 using ResamplePairsRow = void (*)(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
-                                  int32_t last_pair, uint32_t step, uint32_t fraction);
+                                  int32_t src_bytes, uint32_t step, uint32_t fraction);
 
 // The same for pixels of three bytes; the right-hand neighbour of a byte stands three bytes on.
 using ResampleRgbRow = ResampleRow;

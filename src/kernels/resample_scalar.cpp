@@ -55,15 +55,15 @@ void resample_yuyv_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* to
 }
 
 void resample_pairs_row_scalar(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
-                               int32_t last_pair, uint32_t step, uint32_t fraction)
+                               int32_t src_bytes, uint32_t step, uint32_t fraction)
 {
-    const uint32_t last = static_cast<uint32_t>(last_pair);
+    const uint32_t last = static_cast<uint32_t>(src_bytes) - 1;
     for (uint32_t x = 0; x < static_cast<uint32_t>(dst_bytes); ++x) {
         const uint32_t position = (x >> 1) * step;
-        const uint32_t wanted = position >> kFracBits;
         const uint32_t fx = position & kFracMask;
-        const uint32_t byte = 2 * (wanted < last ? wanted : last) + (x & 1);
-        const uint32_t right = wanted < last && fx != 0 ? 2 : 0;
+        const uint32_t wanted = 2 * (position >> kFracBits) + (x & 1);
+        const uint32_t byte = wanted < last ? wanted : last;
+        const uint32_t right = fx != 0 && byte + 2 <= last ? 2 : 0;
         dst[x] = _interpolate(top + byte, bottom + byte, right, fx, fraction);
     }
 }

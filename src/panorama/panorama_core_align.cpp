@@ -139,12 +139,23 @@ struct Pair {
     AlignResult* result;
 };
 
-// The picture on the left is the reference, so the result is always the position of the right one.
+int32_t _low_32_bits(int64_t value)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>(value));
+}
+
+// The picture on the left is the reference, so the result is always the position of the right one, which notes where it
+// is expected.
 Pair _choose_pair(PanoramaCore* pi, int32_t index, int32_t x, int32_t y)
 {
-    if (pi->forward == 1)
-        return {&pi->align[index - 1], &pi->align[index], x, y, &pi->offsets[index]};
-    return {&pi->align[index], &pi->align[index - 1], -int64_t{x}, -int64_t{y}, &pi->offsets[index - 1]};
+    const bool forward = pi->forward == 1;
+    AlignItem* left = &pi->align[forward ? index - 1 : index];
+    AlignItem* right = &pi->align[forward ? index : index - 1];
+    const int64_t expected_x = forward ? int64_t{x} : -int64_t{x};
+    const int64_t expected_y = forward ? int64_t{y} : -int64_t{y};
+    right->expected_x = _low_32_bits(expected_x);
+    right->expected_y = _low_32_bits(expected_y);
+    return {left, right, expected_x, expected_y, &pi->offsets[forward ? index : index - 1]};
 }
 
 bool _has_integrals(const AlignItem* item)

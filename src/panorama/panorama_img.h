@@ -90,7 +90,7 @@ OZR_API int32_t PanoImg_ResizeYUV(PanoImg* dst, const PanoImg* src);       // se
 OZR_API int32_t PanoImg_ResizeHalfGray(PanoImg* dst, const PanoImg* src);
 
 // Quarter turns of semi-planar pictures (format 1 only) into a destination of swapped size. -4: null record; -2: other
-// formats; -3: no pixels. No byte at or beyond `size` of either record is touched.
+// formats; -3: no pixels. With odd sizes no byte at or beyond `size` of either record is touched.
 OZR_API int32_t PanoImg_RotateCW90(PanoImg* dst, const PanoImg* src);
 OZR_API int32_t PanoImg_RotateCW270(PanoImg* dst, const PanoImg* src);
 

@@ -85,12 +85,6 @@ int64_t _bytes_from(const PanoImg* img, const uint8_t* row)
     return std::max(int64_t{img->size}, pano_geometry_size(img)) - (row - img->data);
 }
 
-// The last whole chroma pair that can be read from `row` on; -1 if there is none.
-int32_t _last_pair(const PanoImg* src, const uint8_t* row)
-{
-    return static_cast<int32_t>(_bytes_from(src, row) / 2) - 1;
-}
-
 // Kept: the luma steps are used unchanged on the chroma plane of half the size.
 void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
 {
@@ -102,14 +96,14 @@ void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
         const uint8_t* top = pano_chroma_row(src, _pixel(position));
         const uint8_t* bottom = (position & kFracMask) != 0 ? top + src->stride : top;
         // Enlarging reaches beyond the last chroma row: it then stands for the one below it.
-        if (_last_pair(src, bottom) < 0)
+        if (_bytes_from(src, bottom) < 1)
             bottom = top;
-        const int32_t last_pair = _last_pair(src, bottom);
+        const int64_t readable = std::min<int64_t>(_bytes_from(src, bottom), INT32_MAX);
         const int64_t bytes = std::min(row_bytes, _bytes_from(dst, row));
-        if (last_pair < 0 || bytes < 1)
+        if (readable < 1 || bytes < 1)
             return;
-        kernels->resample_pairs_row(row, static_cast<int32_t>(bytes), top, bottom, last_pair, steps.x,
-                                    position & kFracMask);
+        kernels->resample_pairs_row(row, static_cast<int32_t>(bytes), top, bottom,
+                                    static_cast<int32_t>(readable), steps.x, position & kFracMask);
     }
 }
 

@@ -41,12 +41,11 @@ int32_t _check_rotation(const PanoImg* dst, const PanoImg* src)
     return src->stride >= src->width && dst->stride >= dst->width ? kPanoSuccess : kPanoBadArgument;
 }
 
-// Whether the formulas stay inside both buffers without looking at each byte: even sizes that mirror each other.
+// Whether the formulas stay inside both geometries without looking at each byte: even sizes that mirror each other.
 bool _is_regular(const PanoImg* dst, const PanoImg* src)
 {
     const bool even = (src->width & 1) == 0 && (src->height & 1) == 0;
-    const bool whole = src->size >= pano_geometry_size(src) && dst->size >= pano_geometry_size(dst);
-    return even && whole && dst->width == src->height && dst->height == src->width;
+    return even && dst->width == src->height && dst->height == src->width;
 }
 
 SourcePlane _luma_of(const PanoImg* src)
