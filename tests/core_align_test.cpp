@@ -70,6 +70,8 @@ TEST(CoreAddInput, FindsWhereThePictureLies)
         EXPECT_EQ(core->aligned[1], 1);
         EXPECT_EQ(core->align[0].pyramid, nullptr);
         EXPECT_NE(core->align[1].pyramid, nullptr);
+        EXPECT_EQ(core->align[1].expected_x, c.forward == 1 ? c.guess_x : 0);  // of the pair's right picture
+        EXPECT_EQ(core->align[1].expected_y, c.forward == 1 ? c.guess_y : 0);
         // The later picture in canvas order lies to the right of the earlier one, whichever came first.
         const AlignResult& found = core->offsets[c.forward == 1 ? 1 : 0];
         const int32_t sign = c.forward == 1 ? 1 : -1;
