@@ -1,4 +1,4 @@
-// The three commands. Each throws ProgramError when its work cannot be done.
+// The commands. Each throws ProgramError when its work cannot be done.
 #ifndef COMMANDS_H
 #define COMMANDS_H
 
@@ -29,6 +29,17 @@ struct VideoOptions : CommonOptions {
     std::string clip;  // a file's name, or "-"
 };
 
+struct ConvertOptions {
+    std::string input, output;
+    ozr_image_format format = ozr_image_format_rgba32;
+    bool is_raw = false;  // the input has no header: `from` and `size` describe it
+    ozr_image_format from = ozr_image_format_rgba32;
+    Size size;
+    bool flip = false;
+    int32_t sample = 0;  // keep every n-th pixel of every n-th row, as grey; 0: all of them
+    int quality = 90;
+};
+
 /** A simulated camera sweeps across a painted scene. */
 void run_demo(const DemoOptions& options);
 
@@ -37,5 +48,8 @@ void run_stitch(const StitchOptions& options);
 
 /** A panning video: every frame is a preview, the announced ones are the pictures. */
 void run_video(const VideoOptions& options);
+
+/** One picture or raw file becomes another. */
+void run_convert(const ConvertOptions& options);
 
 #endif

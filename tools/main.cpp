@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include <errno.h>
+#include <map>
 #include <new>
 #include <stdio.h>
 #include <string.h>
@@ -135,6 +136,60 @@ CLI::App* _add_video(CLI::App* app, VideoOptions* options)
     return command;
 }
 
+CLI::App* _add_convert(CLI::App* app, ConvertOptions* options)
+{
+    static const std::map<std::string, ozr_image_format> kFormats = {
+        {"nv12", ozr_image_format_nv12}, {"nv21", ozr_image_format_nv21}, {"yv12", ozr_image_format_yv12},
+        {"yuy2", ozr_image_format_yuy2}, {"gray", ozr_image_format_gray}, {"rgba", ozr_image_format_rgba32},
+    };
+    CLI::App* command =
+        app->add_subcommand("convert", "Convert a picture or raw file by the library's operations");
+    command->add_option("input", options->input, "JPEG or PNG file, or with --from a raw one")
+        ->required()
+        ->option_text("IN");
+    command->add_option("output", options->output, ".png, .jpg, or any other name for raw bytes")
+        ->required()
+        ->option_text("OUT");
+    const auto choose = [](ozr_image_format* format) {
+        return [format](const std::string& name) { *format = kFormats.at(name); };
+    };
+    const auto names = CLI::IsMember(kFormats);
+    command
+        ->add_option_function<std::string>("--format", choose(&options->format), "Pixel format of the result")
+        ->check(names)
+        ->required()
+        ->option_text("nv12|nv21|yv12|yuy2|gray|rgba");
+    command
+        ->add_option_function<std::string>(
+            "--from",
+            [options](const std::string& name) {
+                options->from = kFormats.at(name);
+                options->is_raw = true;
+            },
+            "Read raw bytes of this format; needs --size")
+        ->check(names)
+        ->option_text("FORMAT");
+    command
+        ->add_option_function<std::string>(
+            "--size",
+            [options](const std::string& text) {
+                char rest = 0;
+                if (sscanf(text.c_str(), "%5dx%5d%c", &options->size.width, &options->size.height, &rest) !=
+                    2)
+                    throw CLI::ValidationError("--size", text + " is no size: write 1280x960");
+            },
+            "Size of raw input")
+        ->option_text("WxH");
+    command->add_flag("--flip", options->flip, "Mirror left to right");
+    command->add_option("--sample", options->sample, "Keep every N-th pixel of every N-th row, as grey")
+        ->check(CLI::Range(1, 16384))
+        ->option_text("N");
+    command->add_option("--quality", options->quality, "Quality of a JPEG, 1 to 100")
+        ->check(CLI::Range(1, 100))
+        ->option_text("Q [90]");
+    return command;
+}
+
 int _run(int argc, char** argv)
 {
     CLI::App app("Panoramas from a camera's sweep.", "ozr-pano");
@@ -146,9 +201,11 @@ int _run(int argc, char** argv)
     DemoOptions demo;
     StitchOptions stitch;
     VideoOptions video;
+    ConvertOptions convert;
     const CLI::App* demo_command = _add_demo(&app, &demo);
     const CLI::App* stitch_command = _add_stitch(&app, &stitch);
-    _add_video(&app, &video);
+    const CLI::App* video_command = _add_video(&app, &video);
+    _add_convert(&app, &convert);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -158,8 +215,10 @@ int _run(int argc, char** argv)
         run_demo(demo);
     else if (stitch_command->parsed())
         run_stitch(stitch);
-    else
+    else if (video_command->parsed())
         run_video(video);
+    else
+        run_convert(convert);
     return 0;
 }
 

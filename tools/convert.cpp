@@ -1,0 +1,114 @@
+// Conversion of raw and picture files by the library's own image operations.
+#include "commands.h"
+#include "file_io.h"
+#include "image_owner.h"
+#include "picture_io.h"
+#include "program_error.h"
+
+#include <string.h>
+
+namespace
+{
+
+constexpr int32_t kTightStride = 1;  // asks for rows without padding, as raw files have them
+
+const char* _name_of(ozr_image_format format)
+{
+    constexpr const char* kNames[] = {"nv12", "yv12", "gray", "rgba", "yuy2", "nv21"};
+    return kNames[format];
+}
+
+void _check(ozr_err error, const std::string& what)
+{
+    if (error != ozr_success)
+        fail("%s: %s", what.c_str(), ozr_err_to_string(error));
+}
+
+void _create(ozr_image* image, int32_t width, int32_t height, ozr_image_format format)
+{
+    _check(ozr_image_create(image, width, height, kTightStride, format, 0), "no memory for an image");
+}
+
+bool _shares_chroma(ozr_image_format format)
+{
+    return format != ozr_image_format_gray && format != ozr_image_format_rgba32;
+}
+
+void _read_raw(const ConvertOptions& options, ozr_image* image)
+{
+    const Size& size = options.size;
+    if (!is_sane_picture_size(size.width, size.height))
+        throw UsageError("--from: raw input needs --size, for example --size 1280x960");
+    if (_shares_chroma(options.from) && (size.width % 2 != 0 || size.height % 2 != 0))
+        throw UsageError("--size: raw " + std::string(_name_of(options.from)) + " has even sizes");
+    const std::vector<uint8_t> bytes = read_file(options.input);
+    _create(image, size.width, size.height, options.from);
+    if (bytes.size() != static_cast<size_t>(image->size))
+        fail("%s: %zu bytes, but %dx%d in %s has %d", options.input.c_str(), bytes.size(), size.width,
+             size.height, _name_of(options.from), image->size);
+    memcpy(image->data, bytes.data(), bytes.size());
+}
+
+void _read_file(const std::string& path, ozr_image* image)
+{
+    const Picture picture = read_picture(path);
+    _create(image, picture.width, picture.height, ozr_image_format_rgba32);
+    memcpy(image->data, picture.rgba.data(), picture.rgba.size());
+}
+
+/** The library converts to and from RGBA; any other pair of formats goes through it. */
+void _convert(const ozr_image& image, ozr_image_format format, ozr_image* result)
+{
+    _create(result, image.width, image.height, format);  // fits already, so it keeps its tight rows
+    const std::string what = std::string("conversion of ") + std::to_string(image.width) + "x" +
+                             std::to_string(image.height) + " pixels from " + _name_of(image.format) +
+                             " to " + _name_of(format) + " (which needs even sizes if chroma is shared)";
+    if (image.format == format || image.format == ozr_image_format_rgba32 ||
+        format == ozr_image_format_rgba32) {
+        _check(ozr_image_convert(&image, result, format), what);
+        return;
+    }
+    ImageOwner rgba;
+    _check(ozr_image_convert_to_rgba(&image, rgba.get()), what);
+    _check(ozr_image_convert(rgba.get(), result, format), what);
+}
+
+void _write(const ConvertOptions& options, const ozr_image& image)
+{
+    if (!is_picture_name(options.output)) {
+        write_file_whole(options.output, image.data, static_cast<size_t>(image.size));
+        return;
+    }
+    ImageOwner rgba;
+    _convert(image, ozr_image_format_rgba32, rgba.get());
+    Picture picture(image.width, image.height);
+    memcpy(picture.rgba.data(), rgba.get()->data, picture.rgba.size());
+    write_picture(options.output, picture, options.quality);
+}
+
+}  // namespace
+
+void run_convert(const ConvertOptions& options)
+{
+    require_writable(options.output);
+    ImageOwner source, sampled, converted;
+    if (options.is_raw)
+        _read_raw(options, source.get());
+    else
+        _read_file(options.input, source.get());
+    if (options.flip)
+        _check(ozr_image_hflip(source.get()), std::string("mirroring ") + _name_of(source.get()->format));
+    const ozr_image* image = source.get();
+    if (options.sample > 0) {
+        const int32_t width = image->width / options.sample, height = image->height / options.sample;
+        if (width < 1 || height < 1)
+            fail("%s: nothing is left of %dx%d pixels", options.input.c_str(), image->width, image->height);
+        _create(sampled.get(), width, height, ozr_image_format_gray);
+        _check(ozr_image_sample_gray(sampled.get(), image, options.sample), "sampling");
+        image = sampled.get();
+    }
+    _convert(*image, options.format, converted.get());
+    _write(options, *converted.get());
+    printf("%dx%d in %s written to %s\n", image->width, image->height, _name_of(options.format),
+           options.output.c_str());
+}
