@@ -246,6 +246,9 @@ TEST_F(Program, TellsWrongUsageFromHelp)
         {"stitch", 2, "", "pictures is required"},
         {"stitch --overlap 49 a.png", 2, "", "--overlap: 49 is not in the range 50 to 90"},
         {"stitch --quality 0 a.png", 2, "", "--quality"},
+        {"convert a.png b.nv12 --format nv99", 2, "", "nv99"},
+        {"convert a.raw b.png --from nv12 --format rgba", 2, "", "needs --size"},
+        {"convert a.raw b.png --from nv12 --size 7x4 --format rgba", 2, "", "even sizes"},
     };
     for (const auto& call : calls) {
         SCOPED_TRACE(call.arguments);
@@ -255,6 +258,28 @@ TEST_F(Program, TellsWrongUsageFromHelp)
         EXPECT_NE(outcome.err.find(call.err), std::string::npos) << outcome.err;
         EXPECT_EQ(outcome.err == "", call.status == 0);
     }
+}
+
+TEST_F(Program, ConvertGoesThroughEveryRawFormatAndBack)
+{
+    ASSERT_EQ(run("demo -n 1 --size 128x96 -o in/a.png").status, 0);
+    const Picture before = read_picture(in("a.png"));
+    const std::string raw = std::to_string(before.width) + "x" + std::to_string(before.height);
+    for (const std::string format : {"nv12", "nv21", "yv12", "yuy2", "rgba"}) {
+        SCOPED_TRACE(format);
+        EXPECT_EQ(run("convert in/a.png out/a.raw --format " + format).status, 0);
+        EXPECT_EQ(run("convert out/a.raw out/b.png --format rgba --from " + format + " --size " + raw).status,
+                  0);
+        const Picture after = read_picture(out("b.png"));
+        ASSERT_EQ(after.rgba.size(), before.rgba.size());
+        double difference = 0;
+        for (size_t i = 0; i < before.rgba.size(); ++i)
+            difference += std::abs(before.rgba[i] - after.rgba[i]);
+        EXPECT_LT(difference / static_cast<double>(before.rgba.size()), format == "rgba" ? 1e-9 : 6.0);
+    }
+    EXPECT_EQ(run("convert in/a.png out/c.gray --format gray --sample 2 --flip").status, 0);
+    EXPECT_EQ(read_file(out("c.gray")).size(), before.rgba.size() / 16);
+    EXPECT_EQ(run("convert out/c.gray out/d.png --from gray --size 9x9 --format rgba").status, 1);
 }
 
 TEST_F(Program, DemoSweepsInEveryDirection)

@@ -5,6 +5,7 @@
 #include "picture_io.h"
 #include "program_error.h"
 
+#include <ozr_log.h>
 #include <string.h>
 
 namespace
@@ -29,9 +30,12 @@ void _create(ozr_image* image, int32_t width, int32_t height, ozr_image_format f
     _check(ozr_image_create(image, width, height, kTightStride, format, 0), "no memory for an image");
 }
 
-bool _shares_chroma(ozr_image_format format)
+/** The size without the last column or row that a format with shared chroma cannot hold. */
+Size _even(const Size& size, ozr_image_format format)
 {
-    return format != ozr_image_format_gray && format != ozr_image_format_rgba32;
+    if (format == ozr_image_format_gray || format == ozr_image_format_rgba32)
+        return size;
+    return {size.width & ~1, format == ozr_image_format_yuy2 ? size.height : size.height & ~1};
 }
 
 void _read_raw(const ConvertOptions& options, ozr_image* image)
@@ -39,7 +43,8 @@ void _read_raw(const ConvertOptions& options, ozr_image* image)
     const Size& size = options.size;
     if (!is_sane_picture_size(size.width, size.height))
         throw UsageError("--from: raw input needs --size, for example --size 1280x960");
-    if (_shares_chroma(options.from) && (size.width % 2 != 0 || size.height % 2 != 0))
+    const Size even = _even(size, options.from);
+    if (size.width != even.width || size.height != even.height)
         throw UsageError("--size: raw " + std::string(_name_of(options.from)) + " has even sizes");
     const std::vector<uint8_t> bytes = read_file(options.input);
     _create(image, size.width, size.height, options.from);
@@ -49,11 +54,19 @@ void _read_raw(const ConvertOptions& options, ozr_image* image)
     memcpy(image->data, bytes.data(), bytes.size());
 }
 
-void _read_file(const std::string& path, ozr_image* image)
+void _read_file(const ConvertOptions& options, ozr_image* image)
 {
-    const Picture picture = read_picture(path);
-    _create(image, picture.width, picture.height, ozr_image_format_rgba32);
-    memcpy(image->data, picture.rgba.data(), picture.rgba.size());
+    const Picture picture = read_picture(options.input);
+    // Sampling makes a grey picture of another size: what does not fit then, the conversion says.
+    const Size whole = {picture.width, picture.height};
+    const Size size = options.sample > 0 ? whole : _even(whole, options.format);
+    if (size.width != whole.width || size.height != whole.height)
+        say("%s is cropped from %dx%d to %dx%d: %s needs even sizes", options.input.c_str(), whole.width,
+            whole.height, size.width, size.height, _name_of(options.format));
+    _create(image, size.width, size.height, ozr_image_format_rgba32);
+    for (int32_t y = 0; y < size.height; ++y)
+        memcpy(image->data + static_cast<ptrdiff_t>(y) * image->stride, picture.row(y),
+               static_cast<size_t>(size.width) * 4);
 }
 
 /** The library converts to and from RGBA; any other pair of formats goes through it. */
@@ -62,7 +75,7 @@ void _convert(const ozr_image& image, ozr_image_format format, ozr_image* result
     _create(result, image.width, image.height, format);  // fits already, so it keeps its tight rows
     const std::string what = std::string("conversion of ") + std::to_string(image.width) + "x" +
                              std::to_string(image.height) + " pixels from " + _name_of(image.format) +
-                             " to " + _name_of(format) + " (which needs even sizes if chroma is shared)";
+                             " to " + _name_of(format) + " (chroma shared by pixels needs even sizes)";
     if (image.format == format || image.format == ozr_image_format_rgba32 ||
         format == ozr_image_format_rgba32) {
         _check(ozr_image_convert(&image, result, format), what);
@@ -90,12 +103,13 @@ void _write(const ConvertOptions& options, const ozr_image& image)
 
 void run_convert(const ConvertOptions& options)
 {
+    ozr_log_disable();  // what fails is said in one line
     require_writable(options.output);
     ImageOwner source, sampled, converted;
     if (options.is_raw)
         _read_raw(options, source.get());
     else
-        _read_file(options.input, source.get());
+        _read_file(options, source.get());
     if (options.flip)
         _check(ozr_image_hflip(source.get()), std::string("mirroring ") + _name_of(source.get()->format));
     const ozr_image* image = source.get();
