@@ -14,8 +14,6 @@ static inline uint32_t ozr_last_column_read(int32_t dst_width, uint32_t step)
 }
 
 // Resampling
-void resample_gray_row_sse2(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
-                            uint32_t step, uint32_t fraction);
 void yuyv_luma_row_sse2(uint8_t* dst, const uint8_t* src, int32_t dst_width);
 void half_gray_row_sse2(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width);
 void resample_gray_row_avx2(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,

@@ -61,7 +61,6 @@ constexpr OzrKernels _with_sse2(OzrKernels table)
 {
     table.level = "sse2";
     table.features |= kOzrCpuSse2;
-    table.resample_gray_row = resample_gray_row_sse2;
     table.yuyv_luma_row = yuyv_luma_row_sse2;
     table.half_gray_row = half_gray_row_sse2;
     table.integral_row = integral_row_sse2;
