@@ -18,9 +18,9 @@
 using ResampleRow = void (*)(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
                              uint32_t step, uint32_t fraction);
 
-// The same for a row of byte pairs, each byte of a pair with its own kind; writes exactly dst_bytes bytes, an odd number
-// of them ending in the middle of a pair. Of each source row src_bytes (at least 1) may be read: beyond them the last byte stands in, or a
-// byte for its neighbour.
+// The same for a row of byte pairs, each byte of a pair with its own kind; writes exactly dst_bytes bytes, an
+// odd number of them ending in the middle of a pair. Of each source row src_bytes (at least 1) may be read: beyond
+// them the last byte stands in, or a byte for its neighbour.
 using ResamplePairsRow = void (*)(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
                                   int32_t src_bytes, uint32_t step, uint32_t fraction);
 
