@@ -221,7 +221,7 @@ void yuyv_to_rgba_row_sse2(uint8_t* dst, const uint8_t* src, int32_t pairs)
 
 void gray_to_rgba_row_sse2(uint8_t* dst, const uint8_t* src, int32_t count)
 {
-    const __m128i opaque = _mm_set1_epi8(-1);
+    const __m128i opaque = _mm_set1_epi32(-1);
     int32_t x = 0;
     for (; x <= count - kStep; x += kStep, dst += kStep * kRgbaBytes) {
         const __m128i gray = _load(src + x);

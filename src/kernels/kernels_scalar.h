@@ -4,39 +4,43 @@
 
 #include "ozr_kernels.h"
 
-void resample_gray_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
-                              uint32_t step, uint32_t fraction);
-void resample_yuyv_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
-                              uint32_t step, uint32_t fraction);
+void resample_gray_scalar(uint8_t* dst, int32_t dst_stride, const OzrResample& task);
+void resample_yuyv_scalar(uint8_t* dst, int32_t dst_stride, const OzrResample& task);
+void resample_rgb_scalar(uint8_t* dst, int32_t dst_stride, const OzrResample& task);
 // The rest of a row from a position on.
-void resample_gray_rest(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
-                        uint32_t position, uint32_t step, uint32_t fraction);
-void resample_yuyv_rest(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
-                        uint32_t position, uint32_t step, uint32_t fraction);
+void resample_gray_rest(uint8_t* dst, int32_t width, const OzrResampleRows& rows, uint32_t position,
+                        uint32_t step);
+void resample_yuyv_rest(uint8_t* dst, int32_t width, const OzrResampleRows& rows, uint32_t position,
+                        uint32_t step);
 void resample_pairs_row_scalar(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
                                int32_t src_bytes, uint32_t step, uint32_t fraction);
-void resample_rgb_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
-                             uint32_t step, uint32_t fraction);
 void nearest_gray_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* src, uint32_t step);
 void sample_bytes_row_scalar(uint8_t* dst, const uint8_t* src, int32_t count, int64_t step);
 void yuyv_luma_row_scalar(uint8_t* dst, const uint8_t* src, int32_t dst_width);
 void half_gray_row_scalar(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width);
 
-uint32_t sad_row_scalar(const uint8_t* a, const uint8_t* b, int32_t count);
+uint32_t sad_area_scalar(const uint8_t* a, int64_t a_stride, const uint8_t* b, int64_t b_stride,
+                         int32_t columns, int32_t rows);
 uint32_t sad_const_row_scalar(const uint8_t* a, uint8_t value, int32_t count);
 
 void integral_row_scalar(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t width);
 OzrCorrelation correlate_areas_scalar(const OzrAreaPair& areas, int32_t shift);
 
 void project_luma_row_scalar(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
-                             const int32_t* offsets, const uint16_t* weights, int32_t blocks);
+                             const OzrProjectionRow& row, int32_t blocks);
 void project_chroma_row_scalar(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs);
+void projection_tables_row_scalar(const OzrProjectionRowOut& out, const int32_t* positions,
+                                  const OzrProjectionColumns& columns, int32_t blocks);
+// A single block of a row, for variants that cannot read what surrounds its patches.
+void project_luma_block_scalar(uint8_t* dst, const uint8_t* src, int32_t stride, const OzrProjectionRow& row,
+                               int32_t block);
 
 void seam_cost_row_scalar(uint32_t* cost, const uint8_t* a, const uint8_t* b, const uint8_t* mask,
                           int32_t width);
-void seam_accumulate_row_scalar(uint32_t* cost, const uint32_t* above, int32_t width);
-// What a variant leaves that did columns 1 to first - 1: the two outer columns, and those from `first` on.
-void seam_accumulate_ends_scalar(uint32_t* cost, const uint32_t* above, int32_t first, int32_t width);
+void seam_sum_row_scalar(uint32_t* sums, int8_t* steps, const uint32_t* above, const OzrSeamRow& row);
+// The columns `first` to `end` of a row.
+void seam_sum_columns_scalar(uint32_t* sums, int8_t* steps, const uint32_t* above, const OzrSeamRow& row,
+                             int32_t first, int32_t end);
 
 void blend_row_scalar(uint8_t* dst, const uint8_t* later, int32_t count, int32_t first_weight,
                       int32_t weight_step);

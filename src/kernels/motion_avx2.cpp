@@ -1,5 +1,7 @@
 #include <immintrin.h>
 
+#include <stddef.h>
+
 #include "kernels_x86.h"
 
 namespace
@@ -19,15 +21,37 @@ uint32_t _total(__m256i sums)
         _mm_cvtsi128_si32(_mm_add_epi64(halves, _mm_unpackhi_epi64(halves, halves))));
 }
 
+// All ones in the last `count` lanes.
+__m256i _last_lanes(int32_t count)
+{
+    alignas(32) static constexpr uint8_t kSteps[2 * kLanes] = {
+        0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,
+        0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,
+        255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255,
+        255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255};
+    return _load(kSteps + count);
+}
+
 }  // namespace
 
-uint32_t sad_row_avx2(const uint8_t* a, const uint8_t* b, int32_t count)
+uint32_t sad_area_avx2(const uint8_t* a, int64_t a_stride, const uint8_t* b, int64_t b_stride,
+                       int32_t columns, int32_t rows)
 {
+    if (columns < kLanes)
+        return sad_area_sse2(a, a_stride, b, b_stride, columns, rows);
+    // The last vector of a row ends with it; what the one before has counted is masked out of both.
+    const int32_t last = columns - kLanes;
+    const __m256i fresh = _last_lanes(columns % kLanes);
     __m256i sums = _mm256_setzero_si256();
-    int32_t x = 0;
-    for (; x <= count - kLanes; x += kLanes)
-        sums = _mm256_add_epi64(sums, _mm256_sad_epu8(_load(a + x), _load(b + x)));
-    return _total(sums) + sad_row_sse2(a + x, b + x, count - x);
+    for (int32_t y = 0; y < rows; ++y) {
+        for (int32_t x = 0; x <= last; x += kLanes)
+            sums = _mm256_add_epi64(sums, _mm256_sad_epu8(_load(a + x), _load(b + x)));
+        sums = _mm256_add_epi64(sums, _mm256_sad_epu8(_mm256_and_si256(_load(a + last), fresh),
+                                                      _mm256_and_si256(_load(b + last), fresh)));
+        a += static_cast<ptrdiff_t>(a_stride);
+        b += static_cast<ptrdiff_t>(b_stride);
+    }
+    return _total(sums);
 }
 
 uint32_t sad_const_row_avx2(const uint8_t* a, uint8_t value, int32_t count)

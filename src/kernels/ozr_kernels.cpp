@@ -11,19 +11,21 @@
 constexpr OzrKernels kOzrKernelsScalar = {
     "scalar",
     0,
-    resample_gray_row_scalar,
-    resample_yuyv_row_scalar,
+    resample_gray_scalar,
+    resample_yuyv_scalar,
+    resample_rgb_scalar,
     resample_pairs_row_scalar,
     yuyv_luma_row_scalar,
     half_gray_row_scalar,
-    sad_row_scalar,
+    sad_area_scalar,
     sad_const_row_scalar,
     integral_row_scalar,
     correlate_areas_scalar,
     project_luma_row_scalar,
     project_chroma_row_scalar,
+    projection_tables_row_scalar,
     seam_cost_row_scalar,
-    seam_accumulate_row_scalar,
+    seam_sum_row_scalar,
     blend_row_scalar,
     blend_pairs_row_scalar,
     rotate_bytes_cw_scalar,
@@ -41,7 +43,6 @@ constexpr OzrKernels kOzrKernelsScalar = {
     rgba_to_vu_row_scalar,
     rgba_to_u_v_rows_scalar,
     rgba_to_yuyv_row_scalar,
-    resample_rgb_row_scalar,
     nearest_gray_row_scalar,
     sample_bytes_row_scalar,
     mirror_bytes_row_scalar,
@@ -65,11 +66,12 @@ constexpr OzrKernels _with_sse2(OzrKernels table)
     table.half_gray_row = half_gray_row_sse2;
     table.integral_row = integral_row_sse2;
     table.correlate_areas = correlate_areas_sse2;
-    table.sad_row = sad_row_sse2;
+    table.sad_area = sad_area_sse2;
     table.sad_const_row = sad_const_row_sse2;
     table.project_luma_row = project_luma_row_sse2;
+    table.projection_tables_row = projection_tables_row_sse2;
     table.seam_cost_row = seam_cost_row_sse2;
-    table.seam_accumulate_row = seam_accumulate_row_sse2;
+    table.seam_sum_row = seam_sum_row_sse2;
     table.blend_row = blend_row_sse2;
     table.blend_pairs_row = blend_pairs_row_sse2;
     table.rotate_bytes_cw = rotate_bytes_cw_sse2;
@@ -96,6 +98,9 @@ constexpr OzrKernels _with_ssse3(OzrKernels table)
 {
     table.level = "ssse3";
     table.features |= kOzrCpuSsse3;
+    table.resample_gray = resample_gray_ssse3;
+    table.resample_yuyv = resample_yuyv_ssse3;
+    table.project_luma_row = project_luma_row_ssse3;
     table.mirror_bytes_row = mirror_bytes_row_ssse3;
     table.mirror_pairs_row = mirror_pairs_row_ssse3;
     table.mirror_quads_row = mirror_quads_row_ssse3;
@@ -106,7 +111,7 @@ constexpr OzrKernels _with_sse41(OzrKernels table)
 {
     table.level = "sse4.1";
     table.features |= kOzrCpuSse41;
-    table.seam_accumulate_row = seam_accumulate_row_sse41;
+    table.seam_sum_row = seam_sum_row_sse41;
     return table;
 }
 
@@ -114,12 +119,12 @@ constexpr OzrKernels _with_avx2(OzrKernels table)
 {
     table.level = "avx2";
     table.features |= kOzrCpuAvx2;
-    table.resample_gray_row = resample_gray_row_avx2;
-    table.resample_yuyv_row = resample_yuyv_row_avx2;
+    table.resample_gray = resample_gray_avx2;
+    table.resample_yuyv = resample_yuyv_avx2;
     table.correlate_areas = correlate_areas_avx2;
-    table.sad_row = sad_row_avx2;
+    table.sad_area = sad_area_avx2;
     table.sad_const_row = sad_const_row_avx2;
-    table.seam_accumulate_row = seam_accumulate_row_avx2;
+    table.seam_sum_row = seam_sum_row_avx2;
     table.yvu_to_rgba_row = yvu_to_rgba_row_avx2;
     table.yuv_to_rgba_row = yuv_to_rgba_row_avx2;
     table.planar_to_rgba_row = planar_to_rgba_row_avx2;

@@ -10,22 +10,38 @@
 
 // --- Resampling. Positions are Q22.10: 1024 steps to a pixel; column x lies at x * step. ---
 
-// One bilinear row from two neighbouring source rows, `fraction` of the way (Q10) from `top` to `bottom`:
-//   dst[x] = ((p00 (1024 - fx) + p10 fx) (1024 - fy) + p01 fy (1024 - fx) + p11 fx fy) >> 20
-// with the column i = x * step >> 10 and fx = x * step & 1023 in unsigned 32 bits. The largest sum is 255 * 2^20; no
-// rounding. Where fx is 0 the right-hand neighbour is not read; `bottom` is always readable, `top` itself will do when
-// the fraction is 0.
-using ResampleRow = void (*)(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
-                             uint32_t step, uint32_t fraction);
+// A picture to be resampled, row y at y * step_y. Sizes in pixels of the result, strides in bytes.
+struct OzrResample {
+    const uint8_t* src;
+    int64_t src_stride;
+    uint32_t step_x;
+    uint32_t step_y;
+    uint32_t first_y;  // added to every row's position
+    int32_t width;
+    int32_t rows;
+};
 
-// The same for a row of byte pairs, each byte of a pair with its own kind; writes exactly dst_bytes bytes, an
+// The two source rows of one row, and how far it lies (Q10) from the top one to the bottom one.
+struct OzrResampleRows {
+    const uint8_t* top;
+    const uint8_t* bottom;
+    uint32_t fraction;
+};
+
+// In unsigned 32 bits. At a fraction of 0 the row below does not count and need not exist: the same one stands in.
+OzrResampleRows ozr_resample_rows(const OzrResample& task, int32_t y);
+
+// Bilinear resampling of all rows:
+//   dst[x] = ((p00 (1024 - fx) + p10 fx) (1024 - fy) + p01 fy (1024 - fx) + p11 fx fy) >> 20
+// with the column i = x * step_x >> 10 and fx = x * step_x & 1023 in unsigned 32 bits. The largest sum is 255 * 2^20; no
+// rounding. Where fx is 0 the right-hand neighbour is not read.
+using Resample = void (*)(uint8_t* dst, int32_t dst_stride, const OzrResample& task);
+
+// The same for one row of byte pairs, each byte of a pair with its own kind; writes exactly dst_bytes bytes, an
 // odd number of them ending in the middle of a pair. Of each source row src_bytes (at least 1) may be read: beyond
 // them the last byte stands in, or a byte for its neighbour.
 using ResamplePairsRow = void (*)(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
                                   int32_t src_bytes, uint32_t step, uint32_t fraction);
-
-// The same for pixels of three bytes; the right-hand neighbour of a byte stands three bytes on.
-using ResampleRgbRow = ResampleRow;
 
 // dst[x] = src[x * step >> 10], in unsigned 32 bits.
 using NearestGrayRow = void (*)(uint8_t* dst, int32_t dst_width, const uint8_t* src, uint32_t step);
@@ -43,8 +59,9 @@ using HalfGrayRow = void (*)(uint8_t* dst, const uint8_t* top, const uint8_t* bo
 
 // --- Motion and alignment ---
 
-// Sum of |a[x] - b[x]| over `count` bytes; a count below 1 gives 0.
-using SadRow = uint32_t (*)(const uint8_t* a, const uint8_t* b, int32_t count);
+// Sum of |a - b| over `rows` rows of `columns` bytes, modulo 2^32; strides in bytes, 0 for a row that stands for many.
+using SadArea = uint32_t (*)(const uint8_t* a, int64_t a_stride, const uint8_t* b, int64_t b_stride,
+                             int32_t columns, int32_t rows);
 
 // Sum of |a[x] - value| over `count` bytes; a count below 1 gives 0.
 using SadConstRow = uint32_t (*)(const uint8_t* a, uint8_t value, int32_t count);
@@ -77,14 +94,45 @@ struct OzrAreaPair {
 // bits are lost and so belongs to the result. A half row's sum fits 32 bits up to 33 025 columns (255^2 each).
 using CorrelateAreas = OzrCorrelation (*)(const OzrAreaPair& areas, int32_t shift);
 
-// --- Projection ---
+// --- Projection: blocks of 8 pixels, each pixel from a patch of 4 x 4 source bytes ---
 
-// One row of `blocks` blocks of 8 pixels. Pixel k of block b is
+// The tables of one row of blocks. A source row or column `d` sixteenths of a pixel behind the first of a patch has the
+// tent weights max(0, 16 - |d - 16 i|) for i < 4, or none when d exceeds 48; a pixel's weights are the products of those of
+// its row and its column, 256 in sum.
+struct OzrProjectionRow {
+    const int32_t* offsets;   // a block: source byte at the top left of its first pixel's patch
+    const uint16_t* weights;  // a block: 128 products; source row i, column j of pixel k at (4 i + j) 8 + k
+    const uint8_t*
+        columns;  // a block: 32 column weights; those of pixel k at 2 k, 2 k + 1, 2 k + 16 and 2 k + 17
+    const uint8_t* rows;  // a pixel: d of its source row, 255 where it exceeds 48
+};
+
+// One row of `blocks` blocks. Pixel k of block b is
 //   (sum over i, j < 4 of src[offsets[b] + i * stride + k + j] * weights[128 b + (4 i + j) 8 + k] + 128) >> 8.
-// A pixel's weights sum to at most 256, so the sum stays within 16 bits (255 * 256 + 128). Source bytes whose weight is
-// 0 may lie outside the picture and are not read, unless they lie among the `src_bytes` readable ones from src on.
+// The sum stays within 16 bits (255 * 256 + 128). Source bytes whose weight is 0 may lie outside the picture and are not
+// read, unless they lie among the `src_bytes` readable ones from src on. Variants may work from the factors, which are a
+// sixteenth of the weights in size: reading these is what bounds them otherwise.
 using ProjectLumaRow = void (*)(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
-                                const int32_t* offsets, const uint16_t* weights, int32_t blocks);
+                                const OzrProjectionRow& row, int32_t blocks);
+
+// Where the tables of one row go.
+struct OzrProjectionRowOut {
+    int32_t* offsets;
+    uint16_t* weights;
+    uint8_t* rows;
+};
+
+// What the rows of blocks have in common.
+struct OzrProjectionColumns {
+    const int32_t* bases;    // a block: its first source column
+    const uint8_t* weights;  // as OzrProjectionRow has them
+    int32_t stride;          // of the source
+};
+
+// Makes them from the source rows of its pixels, in sixteenths, none negative and the smallest of a block less than 2^27:
+// the patches of a block begin in the row of the smallest.
+using ProjectionTablesRow = void (*)(const OzrProjectionRowOut& out, const int32_t* positions,
+                                     const OzrProjectionColumns& columns, int32_t blocks);
 
 // dst pair p = src pair map[p], both bytes together.
 using ProjectChromaRow = void (*)(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs);
@@ -95,8 +143,17 @@ using ProjectChromaRow = void (*)(uint8_t* dst, const uint8_t* src, const int32_
 using SeamCostRow = void (*)(uint32_t* cost, const uint8_t* a, const uint8_t* b, const uint8_t* mask,
                              int32_t width);
 
-// cost[x] += the smallest of above[x - 1], above[x], above[x + 1], as far as they exist. Width 2 or more.
-using SeamAccumulateRow = void (*)(uint32_t* cost, const uint32_t* above, int32_t width);
+// One row of a least-cost path. What it steps over: two pictures and their mask, as for SeamCostRow.
+struct OzrSeamRow {
+    const uint8_t* a;
+    const uint8_t* b;
+    const uint8_t* mask;
+    int32_t width;  // 2 or more
+};
+
+// sums[x] = the row's cost at x plus the smallest of above[x - 1], above[x], above[x + 1], as far as they exist; steps[x]
+// tells which it is: -1, 0 or 1. 0 wins every tie, -1 one with 1. Sums stay below 2^31.
+using SeamSumRow = void (*)(uint32_t* sums, int8_t* steps, const uint32_t* above, const OzrSeamRow& row);
 
 // A linear transition in 128ths: with a = first_weight + x * weight_step (at most 128),
 //   dst[x] = min(255, (a * later[x] + (128 - a) * dst[x] + 128) >> 7).
@@ -212,19 +269,21 @@ using CensusRun = void (*)(uint16_t* dst, const uint8_t* src, uint32_t width, ui
 struct OzrKernels {
     const char* level;
     uint32_t features;  // the kOzrCpu bits of ozr_cpu.h it needs
-    ResampleRow resample_gray_row;
-    ResampleRow resample_yuyv_row;  // reads the luma of packed rows, gives grey
+    Resample resample_gray;
+    Resample resample_yuyv;  // reads the luma of packed rows, gives grey
+    Resample resample_rgb;   // three bytes a pixel; the right-hand neighbour of a byte stands three bytes on
     ResamplePairsRow resample_pairs_row;
     YuyvLumaRow yuyv_luma_row;
     HalfGrayRow half_gray_row;
-    SadRow sad_row;
+    SadArea sad_area;
     SadConstRow sad_const_row;
     IntegralRow integral_row;
     CorrelateAreas correlate_areas;
     ProjectLumaRow project_luma_row;
     ProjectChromaRow project_chroma_row;
+    ProjectionTablesRow projection_tables_row;
     SeamCostRow seam_cost_row;
-    SeamAccumulateRow seam_accumulate_row;
+    SeamSumRow seam_sum_row;
     BlendRow blend_row;
     BlendPairsRow blend_pairs_row;
     Rotate rotate_bytes_cw;
@@ -242,7 +301,6 @@ struct OzrKernels {
     RgbaToChromaPairsRow rgba_to_vu_row;
     RgbaToChromaRows rgba_to_u_v_rows;
     RgbaToYuyvRow rgba_to_yuyv_row;
-    ResampleRgbRow resample_rgb_row;
     NearestGrayRow nearest_gray_row;
     SampleBytesRow sample_bytes_row;
     MirrorBytesRow mirror_bytes_row;

@@ -25,15 +25,19 @@ uint8_t _project_pixel(const uint8_t* src, ptrdiff_t patch, ptrdiff_t stride, co
 
 }  // namespace
 
-void project_luma_row_scalar(uint8_t* dst, const uint8_t* src, int64_t, int32_t stride,
-                             const int32_t* offsets, const uint16_t* weights, int32_t blocks)
+void project_luma_block_scalar(uint8_t* dst, const uint8_t* src, int32_t stride, const OzrProjectionRow& row,
+                               int32_t block)
 {
-    for (int32_t b = 0; b < blocks; ++b) {
-        for (int32_t k = 0; k < kLanes; ++k)
-            dst[k] = _project_pixel(src, ptrdiff_t{offsets[b]} + k, stride, weights + k);
-        dst += kLanes;
-        weights += kGroup;
-    }
+    const uint16_t* weights = row.weights + ptrdiff_t{kGroup} * block;
+    for (int32_t k = 0; k < kLanes; ++k)
+        dst[k] = _project_pixel(src, ptrdiff_t{row.offsets[block]} + k, stride, weights + k);
+}
+
+void project_luma_row_scalar(uint8_t* dst, const uint8_t* src, int64_t, int32_t stride,
+                             const OzrProjectionRow& row, int32_t blocks)
+{
+    for (int32_t b = 0; b < blocks; ++b)
+        project_luma_block_scalar(dst + ptrdiff_t{kLanes} * b, src, stride, row, b);
 }
 
 void project_chroma_row_scalar(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs)

@@ -25,8 +25,10 @@ constexpr uintptr_t kAhead = 8 * kGroupBytes;
 void _prefetch(const uint16_t* weights)
 {
     const uintptr_t ahead = reinterpret_cast<uintptr_t>(weights) + kAhead;
-    for (uintptr_t line = 0; line < kGroupBytes; line += kCacheLine)
-        _mm_prefetch(reinterpret_cast<const char*>(ahead + line), _MM_HINT_T0);
+    for (uintptr_t line = 0; line < kGroupBytes; line += kCacheLine) {
+        const auto* place = reinterpret_cast<const char*>(ahead + line);  // NOLINT(performance-no-int-to-ptr)
+        _mm_prefetch(place, _MM_HINT_T0);
+    }
 }
 
 __m128i _weighed(const uint8_t* src, const uint16_t* weights)
@@ -60,16 +62,16 @@ void _project_block(uint8_t* dst, const uint8_t* src, ptrdiff_t stride, const ui
 }  // namespace
 
 void project_luma_row_sse2(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
-                           const int32_t* offsets, const uint16_t* weights, int32_t blocks)
+                           const OzrProjectionRow& row, int32_t blocks)
 {
     const int64_t last_offset = src_bytes - (kPatch - 1) * int64_t{stride} - kPatchBytes;
-    for (int32_t b = 0; b < blocks; ++b) {
+    const uint16_t* weights = row.weights;
+    for (int32_t b = 0; b < blocks; ++b, dst += kLanes, weights += kGroup) {
+        const int32_t offset = row.offsets[b];
         _prefetch(weights);
-        if (offsets[b] >= 0 && offsets[b] <= last_offset)
-            _project_block(dst, src + offsets[b], stride, weights);
+        if (offset >= 0 && offset <= last_offset)
+            _project_block(dst, src + offset, stride, weights);
         else
-            project_luma_row_scalar(dst, src, src_bytes, stride, offsets + b, weights, 1);
-        dst += kLanes;
-        weights += kGroup;
+            project_luma_block_scalar(dst, src, stride, row, b);
     }
 }

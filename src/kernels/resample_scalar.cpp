@@ -1,3 +1,5 @@
+#include <stddef.h>
+
 #include "kernels_scalar.h"
 
 namespace
@@ -16,42 +18,79 @@ uint8_t _interpolate(const uint8_t* top, const uint8_t* bottom, uint32_t right, 
 }
 
 // Samples stand `pitch` bytes apart in the source rows.
-void _resample_row(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
-                   uint32_t position, uint32_t step, uint32_t fraction, uint32_t pitch)
+void _resample_row(uint8_t* dst, int32_t width, const OzrResampleRows& rows, uint32_t position, uint32_t step,
+                   uint32_t pitch)
 {
-    for (int32_t x = 0; x < dst_width; ++x) {
+    for (int32_t x = 0; x < width; ++x) {
         const uint32_t column = (position >> kFracBits) * pitch;
         const uint32_t fx = position & kFracMask;
         const uint32_t right = fx != 0 ? pitch : 0;  // the last sample of a row has no neighbour
-        dst[x] = _interpolate(top + column, bottom + column, right, fx, fraction);
+        dst[x] = _interpolate(rows.top + column, rows.bottom + column, right, fx, rows.fraction);
         position += step;
     }
 }
 
+void _resample_rgb_row(uint8_t* dst, int32_t width, const OzrResampleRows& rows, uint32_t step)
+{
+    uint32_t position = 0;
+    for (int32_t x = 0; x < width; ++x) {
+        const uint32_t column = 3 * (position >> kFracBits);
+        const uint32_t fx = position & kFracMask;
+        const uint32_t right = fx != 0 ? 3 : 0;
+        for (uint32_t i = column; i < column + 3; ++i)
+            *dst++ = _interpolate(rows.top + i, rows.bottom + i, right, fx, rows.fraction);
+        position += step;
+    }
+}
+
+template <class Row>
+void _each_row(uint8_t* dst, int32_t dst_stride, const OzrResample& task, Row resample_row)
+{
+    for (int32_t y = 0; y < task.rows; ++y)
+        resample_row(dst + static_cast<ptrdiff_t>(y) * dst_stride, ozr_resample_rows(task, y));
+}
+
 }  // namespace
 
-void resample_gray_rest(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
-                        uint32_t position, uint32_t step, uint32_t fraction)
+OzrResampleRows ozr_resample_rows(const OzrResample& task, int32_t y)
 {
-    _resample_row(dst, dst_width, top, bottom, position, step, fraction, 1);
+    const uint32_t position = task.first_y + static_cast<uint32_t>(y) * task.step_y;
+    const uint32_t fraction = position & kFracMask;
+    const uint8_t* top = task.src + static_cast<ptrdiff_t>((position >> kFracBits) * task.src_stride);
+    return {top, fraction != 0 ? top + static_cast<ptrdiff_t>(task.src_stride) : top, fraction};
 }
 
-void resample_yuyv_rest(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
-                        uint32_t position, uint32_t step, uint32_t fraction)
+void resample_gray_rest(uint8_t* dst, int32_t width, const OzrResampleRows& rows, uint32_t position,
+                        uint32_t step)
 {
-    _resample_row(dst, dst_width, top, bottom, position, step, fraction, 2);
+    _resample_row(dst, width, rows, position, step, 1);
 }
 
-void resample_gray_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
-                              uint32_t step, uint32_t fraction)
+void resample_yuyv_rest(uint8_t* dst, int32_t width, const OzrResampleRows& rows, uint32_t position,
+                        uint32_t step)
 {
-    resample_gray_rest(dst, dst_width, top, bottom, 0, step, fraction);
+    _resample_row(dst, width, rows, position, step, 2);
 }
 
-void resample_yuyv_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
-                              uint32_t step, uint32_t fraction)
+void resample_gray_scalar(uint8_t* dst, int32_t dst_stride, const OzrResample& task)
 {
-    resample_yuyv_rest(dst, dst_width, top, bottom, 0, step, fraction);
+    _each_row(dst, dst_stride, task, [&task](uint8_t* row, const OzrResampleRows& rows) {
+        _resample_row(row, task.width, rows, 0, task.step_x, 1);
+    });
+}
+
+void resample_yuyv_scalar(uint8_t* dst, int32_t dst_stride, const OzrResample& task)
+{
+    _each_row(dst, dst_stride, task, [&task](uint8_t* row, const OzrResampleRows& rows) {
+        _resample_row(row, task.width, rows, 0, task.step_x, 2);
+    });
+}
+
+void resample_rgb_scalar(uint8_t* dst, int32_t dst_stride, const OzrResample& task)
+{
+    _each_row(dst, dst_stride, task, [&task](uint8_t* row, const OzrResampleRows& rows) {
+        _resample_rgb_row(row, task.width, rows, task.step_x);
+    });
 }
 
 void resample_pairs_row_scalar(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
@@ -65,20 +104,6 @@ void resample_pairs_row_scalar(uint8_t* dst, int32_t dst_bytes, const uint8_t* t
         const uint32_t byte = wanted < last ? wanted : last;
         const uint32_t right = fx != 0 && byte + 2 <= last ? 2 : 0;
         dst[x] = _interpolate(top + byte, bottom + byte, right, fx, fraction);
-    }
-}
-
-void resample_rgb_row_scalar(uint8_t* dst, int32_t dst_width, const uint8_t* top, const uint8_t* bottom,
-                             uint32_t step, uint32_t fraction)
-{
-    uint32_t position = 0;
-    for (int32_t x = 0; x < dst_width; ++x) {
-        const uint32_t column = 3 * (position >> kFracBits);
-        const uint32_t fx = position & kFracMask;
-        const uint32_t right = fx != 0 ? 3 : 0;
-        for (uint32_t i = column; i < column + 3; ++i)
-            *dst++ = _interpolate(top + i, bottom + i, right, fx, fraction);
-        position += step;
     }
 }
 

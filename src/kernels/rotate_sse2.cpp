@@ -114,7 +114,7 @@ void _turn_block(const Turn& turn, int32_t x, int32_t y)
     const ptrdiff_t write_step = kCw ? turn.dst_stride : -turn.dst_stride;
     const uint8_t* from = turn.src + first_row * turn.src_stride + ptrdiff_t{x} * Element::kBytes;
     uint8_t* to = turn.dst + first_line * turn.dst_stride + ptrdiff_t{column} * Element::kBytes;
-    __m128i rows[kEdge];
+    __m128i rows[static_cast<size_t>(kEdge)];
     for (int32_t i = 0; i < kEdge; ++i)
         rows[i] = _load(from + i * read_step);
     Element::transpose(rows);

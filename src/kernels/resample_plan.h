@@ -1,0 +1,38 @@
+// Where the samples of resampled columns stand, for variants that fetch them with byte shuffles: worked out once for a
+// strip of columns and used in every row.
+#ifndef RESAMPLE_PLAN_H
+#define RESAMPLE_PLAN_H
+
+#include "ozr_kernels.h"
+
+constexpr int32_t kOzrPlanLanes = 4;    // columns of a group
+constexpr int32_t kOzrPlanLoad = 16;    // source bytes of one load
+constexpr int32_t kOzrPlanGroups = 64;  // of a strip
+
+// Four neighbouring columns. Lane k of the shuffled bytes holds the sample at its position and, two bytes on, the one
+// right of it, each followed by a zero byte.
+struct OzrPlanGroup {
+    uint8_t order[2][kOzrPlanLoad];  // shuffles of the loads, whose results are united
+    uint16_t weights[2 * kOzrPlanLanes];
+    int32_t loads[2];  // source bytes where they begin; the second only for steps that one does not span
+};
+
+struct OzrResamplePlan {
+    bool two_loads;
+    int32_t groups;
+    int32_t dst[kOzrPlanGroups];  // column of the first lane
+    OzrPlanGroup group[kOzrPlanGroups];
+};
+
+// Whether shuffles reach the samples of a row of this task, `pitch` bytes apart: the row has a whole load, two columns
+// lie within one, and there are two groups at least.
+bool ozr_resample_plan_fits(const OzrResample& task, int32_t pitch);
+
+// The plan for columns `first` and on, an even number of groups. The last columns of a row fill whole groups too, so these
+// overlap those before them. Returns the column after the strip's last.
+int32_t ozr_resample_plan_make(OzrResamplePlan* plan, const OzrResample& task, int32_t pitch, int32_t first);
+
+// The last source column that a row reads.
+uint32_t ozr_resample_last_column(const OzrResample& task);
+
+#endif
