@@ -6,7 +6,14 @@
  * ozr_image_destroy empties it again. A caller may also fill a record itself around memory that it owns: such a
  * record may be read and copied into, but must never be passed to ozr_image_destroy or ozr_image_recreate.
  *
- * What no function can detect: memory behind `data` that is smaller than width, height, stride and format say.
+ * What no function can detect, and so is the caller's word:
+ * - that the memory behind `data` is as large as width, height, stride and format say: stride * height bytes, and half
+ *   as many again for the 12-bit formats; where the stride is shorter than a row, also `size` bytes;
+ * - that two images do not overlap in memory, where a function asks for it;
+ * - that a record to be destroyed or recreated owns its memory, and that no other thread uses an image meanwhile.
+ *
+ * What a record itself gives away is refused: no pixels, strides shorter than a row, rows that reach further than 32
+ * bits count, unknown formats. Sizes below 1 are no fault: such an image has no rows to work on.
  *
  * @code
  * ozr_image picture = {0};
@@ -46,13 +53,13 @@ typedef enum ozr_image_format OZR_INT32_ENUM {
 
 /** An image. The order of the fields is part of the interface. */
 typedef struct ozr_image {
-    uint8_t* data;  /**< first byte of the first plane; null in an empty record */
-    int32_t size;   /**< bytes of all planes together */
-    int32_t width;  /**< pixels in a row */
-    int32_t height; /**< rows */
-    ozr_image_format format;
-    int32_t stride;   /**< bytes from one row of the first plane to the next */
-    int32_t rotation; /**< tag that travels with the picture; copied, never interpreted */
+    uint8_t* data;           /**< first byte of the first plane; null in an empty record */
+    int32_t size;            /**< bytes of all planes together */
+    int32_t width;           /**< pixels in a row */
+    int32_t height;          /**< rows */
+    ozr_image_format format; /**< tells how the bytes are laid out */
+    int32_t stride;          /**< bytes from one row of the first plane to the next */
+    int32_t rotation;        /**< tag that travels with the picture; copied, never interpreted */
 } ozr_image;
 
 /**
@@ -121,22 +128,23 @@ OZR_API ozr_err ozr_image_clone(const ozr_image* src, ozr_image* dst);
 /**
  * Bits per pixel of a record's format: 12, 8, 32 or 16.
  *
- * @param image  record; must not be null.
- * @return the bits, or -2 for a format outside the enumeration.
+ * @param image  record.
+ * @return the bits, -2 for a format outside the enumeration, or -3 (ozr_err_invalid_argument) for null.
  */
 OZR_API int32_t ozr_image_get_bits_per_pixel(const ozr_image* image);
 
 /**
  * Whole bytes per pixel of a record's format.
  *
- * @param image  record; must not be null.
- * @return 1 for gray and the 12-bit formats, 4 for rgba32, 2 for yuy2, 0 for a format outside the enumeration.
+ * @param image  record.
+ * @return 1 for gray and the 12-bit formats, 4 for rgba32, 2 for yuy2, 0 for a format outside the enumeration or null.
  */
 OZR_API int32_t ozr_image_get_channel(const ozr_image* image);
 
+/** @name Conversion */
+/**@{*/
 /**
- * @name Conversion
- * Makes `dst` a picture of another format with the content of `src`.
+ * Makes `dst` a picture of the function's format with the content of `src`.
  *
  * rgba32 converts to and from every other format, and every format to itself (a copy, rotation included); all other
  * pairs are refused. `dst` is reshaped to the width and height of `src` with a stride of the library's choosing; it
@@ -166,7 +174,6 @@ OZR_API int32_t ozr_image_get_channel(const ozr_image* image);
  * @note Ownership: as ozr_image_create; release `dst` with ozr_image_destroy.
  * @note Threads: any, as long as one thread at a time uses an image.
  */
-/**@{*/
 OZR_API ozr_err ozr_image_convert_to_nv12(const ozr_image* src, ozr_image* dst);
 OZR_API ozr_err ozr_image_convert_to_nv21(const ozr_image* src, ozr_image* dst);
 OZR_API ozr_err ozr_image_convert_to_yv12(const ozr_image* src, ozr_image* dst);

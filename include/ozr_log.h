@@ -34,25 +34,28 @@ OZR_API void ozr_log_enable(void);
 /** Turns logging off for the whole process: no line, no hook call, no ozr_log_dump file. */
 OZR_API void ozr_log_disable(void);
 
+/** @name Level functions */
+/**@{*/
 /**
- * @name Level functions
- * Log one line. The built-in sinks receive "E] ", "W] ", "I] " or "D] " and the text, cut at 1020 characters.
+ * Logs one line at the level of the function's name.
+ *
+ * The built-in sinks receive "E] ", "W] ", "I] " or "D] " and the text, cut at 1020 characters.
  * @param format  printf-style format; no line feed needed.
  * @note No heap allocation. Threads: any; each call uses its own buffer.
  */
-/**@{*/
 OZR_API void ozr_log_error(const char* format, ...) OZR_PRINTF(1, 2);
 OZR_API void ozr_log_warning(const char* format, ...) OZR_PRINTF(1, 2);
 OZR_API void ozr_log_info(const char* format, ...) OZR_PRINTF(1, 2);
 OZR_API void ozr_log_debug(const char* format, ...) OZR_PRINTF(1, 2);
 /**@}*/
 
-/**
- * @name Hooks
- * Replace the output of one level.
- * @param hook  receives the lines of the level from now on; null restores the built-in sink.
- */
+/** @name Hooks */
 /**@{*/
+/**
+ * Replaces the output of the level of the function's name.
+ * @param hook  receives the lines of the level from now on; null restores the built-in sink.
+ * @note Threads: set hooks before other threads log.
+ */
 OZR_API void ozr_log_set_external_error(ozr_log_hook hook);
 OZR_API void ozr_log_set_external_warning(ozr_log_hook hook);
 OZR_API void ozr_log_set_external_info(ozr_log_hook hook);
@@ -80,12 +83,12 @@ OZR_API void ozr_log_dump(int32_t id, const uint8_t* data, int32_t size);
 /** Does nothing in this build. */
 OZR_API void ozr_log_print_library_information(void);
 
+/** @name Built-in sinks */
+/**@{*/
 /**
- * @name Built-in sinks
- * Write one finished line, whatever the enable flag and the hooks say.
+ * Writes one finished line at the level of the function's name, whatever the enable flag and the hooks say.
  * @param line  prefix and text, without a line feed.
  */
-/**@{*/
 OZR_API void ozr_platform_log_error(const char* line);
 OZR_API void ozr_platform_log_warning(const char* line);
 OZR_API void ozr_platform_log_info(const char* line);

@@ -5,10 +5,21 @@
  * Order of calls: create; set_parameters if the defaults do not fit; stitch_one_image with the first picture; then
  * detect_frame_to_stitch with every preview frame and stitch_one_image with each picture that it announces; run;
  * then reset for another sweep, or destroy. A handle is used by one thread; reset and destroy may come from another
- * thread and cancel a stitch_one_image or a run that works at that time.
+ * thread and cancel a stitch_one_image or a run that works at that time. No other call may begin until they return.
  *
- * Pictures are NV12; previews may be grey, YV12, NV12 or YUY2. All pictures of a sweep have one size and stride. What
- * no call can detect: memory behind `data` that is smaller than width, height and stride say.
+ * Pictures are NV12; previews may be grey, YV12, NV12 or YUY2. All pictures of a sweep have one size and stride.
+ *
+ * What no call can detect, and so is the caller's word:
+ * - that a handle came from ozr_panorama_create and was not destroyed, and that two threads are in it only as above;
+ * - that the memory behind `data` is as large as the record says, and that nobody changes it during the call: of a
+ *   picture stride * height bytes and half as many again, of a preview the luma alone (stride * height bytes), of a
+ *   result nothing. A preview's `size` is not read; of a picture's bytes at most `size` are taken;
+ * - that hooks return, and do not call the handle that is logging.
+ *
+ * What a record itself gives away is refused with a code: no pixels, sizes below 1 or so large that their products
+ * exceed 32 bits, strides shorter than a row, formats that the call does not take, a second picture of another
+ * geometry, a first picture so narrow or so flat that its copy of 320 pixels on the longer side would have no rows or
+ * columns, offsets that exceed 32 bits when they are scaled. Any bytes are allowed as pixels.
  *
  * @code
  * ozr_panorama* pano = NULL;
@@ -48,16 +59,18 @@ typedef enum ozr_panorama_direction OZR_INT32_ENUM {
 
 /** What a caller may set between two sweeps. */
 typedef struct ozr_panorama_parameters {
-    int32_t overlapping_ratio; /**< overlap of neighbouring pictures in percent of their width, or of their
-                                            height in vertical sweeps; within the range that the handle shows */
-    ozr_panorama_direction direction;
+    /** Overlap of neighbouring pictures in percent of their width, or of their height in vertical sweeps; within the
+        range that the handle shows. It sets how many pictures make a sweep: 6 at 50 percent, 7 from 51, 8 from 58, 9
+        from 64, 10 from 68. */
+    int32_t overlapping_ratio;
+    ozr_panorama_direction direction; /**< of the sweep; auto lets the previews decide */
 } ozr_panorama_parameters;
 
 /** The public part of a handle, filled at creation and constant afterwards. */
 typedef struct ozr_panorama {
     ozr_version version;               /**< of the configuration used */
     const char* description;           /**< of the configuration used */
-    int32_t max_supported_num_images;  /**< pictures in one sweep: 10 */
+    int32_t max_supported_num_images;  /**< pictures in one sweep at the default overlap: 10 */
     int32_t min_overlapping_ratio;     /**< percent: 50 */
     int32_t max_overlapping_ratio;     /**< percent: 90 */
     int32_t default_overlapping_ratio; /**< percent: 70 */
@@ -87,7 +100,7 @@ OZR_API ozr_err ozr_panorama_get_default_config(ozr_config* config);
 OZR_API ozr_err ozr_panorama_create(const ozr_config* config, ozr_panorama** handle);
 
 /**
- * Cancels what another thread may be running in the session, waits for it at most about a second, and releases
+ * Cancels what another thread may be running in the session, waits for it at most about two seconds, and releases
  * everything, the panorama's pixels included.
  *
  * @param handle  session; null is ignored. The caller's pointer is not cleared.
@@ -95,7 +108,7 @@ OZR_API ozr_err ozr_panorama_create(const ozr_config* config, ozr_panorama** han
 OZR_API void ozr_panorama_destroy(ozr_panorama* handle);
 
 /**
- * Sets overlap and direction for the sweeps to come.
+ * Sets overlap and direction for the next sweep; call it again after every reset.
  *
  * @param handle  session in which no picture was added since creation or reset.
  * @param params  the parameters.
@@ -109,7 +122,9 @@ OZR_API ozr_err ozr_panorama_set_parameters(ozr_panorama* handle, const ozr_pano
 /**
  * Reads overlap and direction as the session uses them now.
  *
- * After ozr_panorama_reset the overlap reads 70 and the direction auto, whatever was set before.
+ * After ozr_panorama_reset the overlap reads 70 and the direction auto, whatever was set before; and what was read
+ * counts from then on, also for later sweeps: during a sweep that is the direction found in the previews. An overlap of
+ * 53 or 59 reads one percent less, by a rounding.
  * @param handle  session.
  * @param params  out.
  * @return ozr_success, or ozr_err_invalid_argument when a pointer is null.
@@ -127,8 +142,10 @@ OZR_API ozr_err ozr_panorama_get_parameters(ozr_panorama* handle, ozr_panorama_p
  *                   while the sizes are equal). Pass the value of an announcement to ozr_panorama_stitch_one_image.
  * @param direction  out: direction of the sweep, auto while undecided.
  * @return 0 not now; k >= 1 take picture k now (the first picture of a sweep is number 0 and never announced); or
- *         ozr_err_invalid_argument  a pointer is null or the frame's geometry is impossible
- *         ozr_err_invalid_status    no picture was added yet, or the capture has ended
+ *         ozr_err_invalid_argument  a pointer is null, the frame has no pixels, its geometry is impossible, or its
+ *                                   stride is shorter than a row
+ *         ozr_err_invalid_status    no picture was added yet, or the capture has ended: a full sweep ends with the next
+ *                                   frame, which still gives 0
  *         ozr_err_not_supported     the frame is NV21 or RGBA
  *         ozr_err_nomem             memory is out
  */
@@ -138,8 +155,8 @@ OZR_API ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const 
 /**
  * Adds the next picture of the sweep: copies, projects and aligns it.
  *
- * The first call of a sweep opens it. Expect tens of milliseconds a megapixel from the second picture on, more for the
- * second itself, which builds the projection tables. Can be cancelled.
+ * The first call of a sweep opens it and only copies. From the second picture on the work grows with the pixels; the
+ * second itself takes several times as long as those after it, for it builds the projection tables. Can be cancelled.
  * @param handle   session.
  * @param picture  NV12, of the size and stride of the sweep's other pictures; only read, not kept.
  * @param offset   the camera's motion since the last picture, as announced by ozr_panorama_detect_frame_to_stitch;
@@ -149,7 +166,9 @@ OZR_API ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const 
  *                                   or differs from the sweep's
  *         ozr_err_not_supported     the picture is not NV12
  *         ozr_err_invalid_status    the direction is still unknown for the second picture, the sweep has ended, an
- *                                   earlier picture failed, or the work was cancelled
+ *                                   earlier picture failed, the work was cancelled, or the projection tables could not
+ *                                   be made at the second picture: it is narrower than 32 pixels along the sweep, too
+ *                                   large for 32-bit tables, or memory is out
  *         ozr_err_out_of_bound      the sweep is full
  *         ozr_err_nomem             memory is out
  *         A failed picture is lost: the sweep goes no further than to ozr_panorama_run or ozr_panorama_reset.
@@ -160,12 +179,14 @@ OZR_API ozr_err ozr_panorama_stitch_one_image(ozr_panorama* handle, ozr_image* p
 /**
  * Ends the sweep, cancelling what another thread may be running, and makes the session ready for a new one.
  *
- * Overlap and number of pictures return to their defaults; the direction set last is used again.
+ * Overlap and number of pictures return to their defaults. The direction set last is used again, and the overlap set
+ * last where ozr_panorama_stitch_one_image derives an offset, unless ozr_panorama_get_parameters is called in between:
+ * set the parameters anew after a reset, so that all agree.
  * @param handle  session.
  * @return ozr_success, or
  *         ozr_err_invalid_argument  handle is null
- *         ozr_err_invalid_status    the running work did not stop within about a second, or the capture was ended
- *                                   without a run
+ *         ozr_err_invalid_status    the running work did not stop within about a second, or a full sweep was ended by a
+ *                                   preview and not run: call ozr_panorama_run, whatever it gives, and reset again
  *         ozr_err_nomem             memory is out; a later reset may succeed
  * @note Ownership: the pixels of the last panorama are released.
  */
@@ -175,14 +196,17 @@ OZR_API ozr_err ozr_panorama_reset(ozr_panorama* handle);
  * Composes the panorama of the sweep.
  *
  * Ends the capture if it still runs, finds the seams, blends, and describes the result in `output`. The longest
- * call of a sweep; allocates the result; can be cancelled. A picture that was not found to overlap the one before, or
- * that leaves less than half a picture's height in common, ends the sweep: it and those after it are left out.
+ * call of a sweep; allocates the result; can be cancelled. Going from left to right (from bottom to top in vertical
+ * sweeps), a picture whose offset leaves nothing to search for, about a picture and more, or that leaves less than half
+ * a picture's height in common, ends the panorama: it and those beyond it are left out. In sweeps to the left and down
+ * these are the pictures taken first.
  * @param handle  session from ozr_panorama_create.
  * @param output  out: NV12 (the first picture's format), width, height in pixels; stride, size in bytes; rotation 0.
  *                Every field is overwritten and nothing freed: pass a record that owns no pixels.
  * @return ozr_success, or
- *         ozr_err_invalid_argument  handle or output is null
- *         ozr_err_invalid_status    no picture was added, a picture is missing, or the work was cancelled
+ *         ozr_err_invalid_argument  handle or output is null, or neighbours were placed beyond each other's edges
+ *         ozr_err_invalid_status    no picture was added, a picture is missing, the sweep was run already, or the work
+ *                                   was cancelled
  *         ozr_err_not_supported     fewer than 16 rows in common, or an overlap of less than two columns
  *         ozr_err_nomem             a buffer could not be allocated
  * @note Ownership: the pixels stay the session's, valid until its reset or destroy; never ozr_image_destroy them.

@@ -24,13 +24,20 @@ OZR_BEGIN_DECLS
 
 /**
  * @name Memory
- * The allocators of the C library under the library's names, with 32-bit sizes. Null when memory is out; nothing is
- * logged. Blocks of ozr_malloc, ozr_realloc and ozr_calloc go back through ozr_free.
+ * The allocators of the C library under the library's names, with 32-bit sizes. Nothing is logged. Blocks of
+ * ozr_malloc, ozr_realloc and ozr_calloc go back through ozr_free.
  */
 /**@{*/
+/** Allocates. @param size  bytes. @return the block, uninitialised, or null. */
 OZR_API void* ozr_malloc(uint32_t size);
+
+/** Changes a block's size. @param ptr  the block or null. @param size  bytes. @return where it lies now, or null. */
 OZR_API void* ozr_realloc(void* ptr, uint32_t size);
+
+/** Allocates zeros. @param count, size  number and bytes of the elements. @return the block, or null. */
 OZR_API void* ozr_calloc(uint32_t count, uint32_t size);
+
+/** Releases a block. @param ptr  the block or null. */
 OZR_API void ozr_free(void* ptr);
 /**@}*/
 
@@ -58,7 +65,7 @@ OZR_API void* ozr_calloc_aligned(uint32_t count, uint32_t size, uint32_t alignme
 /**
  * Releases a block of ozr_malloc_aligned or ozr_calloc_aligned.
  *
- * @param ptr  the block; must not be null.
+ * @param ptr  the block; null is ignored. What neither of the two made cannot be detected.
  */
 OZR_API void ozr_free_aligned(void* ptr);
 
@@ -66,7 +73,8 @@ OZR_API void ozr_free_aligned(void* ptr);
  * Copies at most as many bytes as the destination holds.
  *
  * @param dst, dst_size  destination and its size in bytes.
- * @param src, count     source and the bytes wanted; a larger count than dst_size is cut silently.
+ * @param src, count     source and the bytes wanted; a larger count than dst_size is cut silently. Nothing is copied
+ *                       when a pointer is null.
  * @return dst.
  */
 OZR_API void* ozr_memcpy_s(void* dst, uint32_t dst_size, const void* src, uint32_t count);
@@ -76,7 +84,7 @@ OZR_API void* ozr_memcpy_s(void* dst, uint32_t dst_size, const void* src, uint32
  *
  * The destination is not terminated when `src` is at least as long as the smaller of the two sizes.
  * @param dst, dst_size  destination and its size.
- * @param src, count     source and the most characters wanted.
+ * @param src, count     source and the most characters wanted. Nothing is copied when a pointer is null.
  * @return dst.
  */
 OZR_API char* ozr_strncpy_s(char* dst, uint32_t dst_size, const char* src, uint32_t count);
@@ -90,26 +98,38 @@ OZR_API char* ozr_strncpy_s(char* dst, uint32_t dst_size, const char* src, uint3
  */
 OZR_API int32_t ozr_android_property_get(const char* name, char* value);
 
-/** The C library's time(). */
+/** The C library's time(). @param t  out: the same value, or null. @return seconds since 1970. */
 OZR_API time_t ozr_time(time_t* t);
 
 /** Sleeps. @param ms  milliseconds. */
 OZR_API void ozr_platform_sleep(uint32_t ms);
 
-/** vsnprintf over the variadic arguments; returns its result. */
+/**
+ * The C library's vsnprintf over the variadic arguments.
+ *
+ * @param buffer, size  out: the text, and its room in bytes.
+ * @param format        printf-style format.
+ * @return the length of the whole text.
+ */
 OZR_API int32_t ozr_platform_snprintf(char* buffer, uint32_t size, const char* format, ...) OZR_PRINTF(3, 4);
 
-/** The C library's vsnprintf; returns its result. */
+/**
+ * The C library's vsnprintf.
+ *
+ * @param buffer, size   out: the text, and its room in bytes.
+ * @param format, args   printf-style format and its arguments.
+ * @return the length of the whole text.
+ */
 OZR_API int32_t ozr_platform_vsnprintf(char* buffer, uint32_t size, const char* format, va_list args)
     OZR_PRINTF(3, 0);
 
-/** Opens a shared object with dlopen(name, RTLD_LAZY). @return its handle, or null. */
+/** Opens a shared object with dlopen(name, RTLD_LAZY). @param name  path or name. @return its handle, or null. */
 OZR_API void* ozr_platform_dlopen(const char* name);
 
-/** Looks a symbol up; a pending dlerror text is dropped. @return the symbol, or null. */
+/** Looks a symbol up; a pending dlerror text is dropped. @param handle, symbol  where and what. @return it, or null. */
 OZR_API void* ozr_platform_dlsym(void* handle, const char* symbol);
 
-/** Closes a shared object; a null handle is ignored. */
+/** Closes a shared object. @param handle  of ozr_platform_dlopen; null is ignored. */
 OZR_API void ozr_platform_dlclose(void* handle);
 
 /**
@@ -118,16 +138,21 @@ OZR_API void ozr_platform_dlclose(void* handle);
  * a time. A slot number outside the table is ignored.
  */
 /**@{*/
-/** Clears a slot: numbers 0, label empty. */
+/** Clears a slot: numbers 0, label empty. @param slot  0 to 999. */
 OZR_API void ozr_prof_set(uint32_t slot);
 
-/** Starts an interval. */
+/** Starts an interval. @param slot  0 to 999. */
 OZR_API void ozr_prof_go(uint32_t slot);
 
-/** Labels a slot (299 characters are shown; null keeps the label), then starts an interval. */
+/** Labels a slot, then starts an interval. @param slot  0 to 999. @param label  300 characters count; null keeps it. */
 OZR_API void ozr_prof_go_label(uint32_t slot, const char* label);
 
-/** Ends an interval and adds it to the slot. @return how many intervals the slot has counted. */
+/**
+ * Ends an interval and adds it to the slot.
+ *
+ * @param slot  0 to 999.
+ * @return how many intervals the slot has counted; 0 for a number outside the table.
+ */
 OZR_API uint32_t ozr_prof_stop(uint32_t slot);
 
 /** Logs every used slot at info level; times in milliseconds. @return 0. */
@@ -141,48 +166,65 @@ OZR_API int32_t ozr_prof_print(void);
  */
 OZR_API int32_t ozr_prof_print_logfunc(ozr_log_hook function);
 
-/** Logs a label, the wall clock in milliseconds and a value at info level. */
+/** Logs a label, the wall clock in milliseconds and a value at info level. @param label, value  shown as they are. */
 OZR_API void ozr_prof_print_timestamp(const char* label, int32_t value);
 /**@}*/
 
 /** Something that has a version. */
 typedef struct ozr_version_variety_entry {
-    const ozr_version* version;
-    void* owner; /**< the caller's; never read here */
+    const ozr_version* version; /**< an entry without one matches nothing */
+    void* owner;                /**< the caller's; never read here */
 } ozr_version_variety_entry;
 
-/** Compares major, then minor; patch and revision do not count. @return 1, -1, or 0 when both are equal. */
+/**
+ * Compares major, then minor; patch and revision do not count.
+ *
+ * @param a, b  versions.
+ * @return 1 when a is the greater, -1 when b is, 0 when both are equal; -3 (ozr_err_invalid_argument) for a null
+ *         pointer.
+ */
 OZR_API int32_t ozr_version_compare(const ozr_version* a, const ozr_version* b);
 
-/** @return 1 when major, minor and patch are equal, else 0. */
+/** Compares all but the revision. @param a, b  versions; not null. @return 1 when they are equal, else 0. */
 OZR_API int32_t ozr_version_is_matching(const ozr_version* a, const ozr_version* b);
 
 /**
  * Finds the first entry of a wanted version.
  *
- * @param wanted   version to match.
- * @param entries  count entries.
+ * @param wanted          version to match.
+ * @param entries, count  the entries and their number.
  * @return the entry, or null when there is none, a pointer is null or count is below 1.
  */
 OZR_API const ozr_version_variety_entry*
 ozr_version_variety_get_matching(const ozr_version* wanted, const ozr_version_variety_entry* entries,
                                  int32_t count);
 
-/** Finds the entry of the greatest version by ozr_version_compare; of equal ones the first. @return it, or null. */
+/**
+ * Finds the entry of the greatest version by ozr_version_compare; of equal ones the first. Entries without a version
+ * are passed over, unless none has one.
+ *
+ * @param entries, count  the entries and their number.
+ * @return the entry, or null when there is none.
+ */
 OZR_API const ozr_version_variety_entry*
 ozr_version_variety_get_latest(const ozr_version_variety_entry* entries, int32_t count);
 
-/** The matching entry if there is one, else the latest. @return it, or null. */
+/**
+ * Finds the matching entry if there is one, else the latest.
+ *
+ * @param wanted, entries, count  as in ozr_version_variety_get_matching.
+ * @return the entry, or null when there is none.
+ */
 OZR_API const ozr_version_variety_entry*
 ozr_version_variety_get_matching_or_latest(const ozr_version* wanted,
                                            const ozr_version_variety_entry* entries, int32_t count);
 
 /** A rectangle in pixels; `right` and `bottom` are exclusive. */
 typedef struct ozr_rect {
-    int32_t left;
-    int32_t top;
-    int32_t right;
-    int32_t bottom;
+    int32_t left;   /**< first column */
+    int32_t top;    /**< first row */
+    int32_t right;  /**< column behind the last */
+    int32_t bottom; /**< row behind the last */
 } ozr_rect;
 
 /**
@@ -190,24 +232,32 @@ typedef struct ozr_rect {
  * Angles are whole degrees; any number is taken, modulo 360. Results are Q16: 65536 is 1.
  */
 /**@{*/
-/** Cosine and sine by table, truncated from single precision: the cosine of 60 degrees is 32767, not 32768. */
+/**
+ * Cosine or sine by table, truncated from single precision: the cosine of 60 degrees is 32767, not 32768.
+ *
+ * @param deg  degrees.
+ * @return the value in Q16.
+ */
 OZR_API int32_t ozr_math_cosi16_d(int32_t deg);
 OZR_API int32_t ozr_math_sini16_d(int32_t deg);
 
-/** The same values under a second name. */
+/** The same values under a second name. @param deg  degrees. @return the value in Q16. */
 OZR_API int32_t ozr_math_cos_tiny(int32_t deg);
 OZR_API int32_t ozr_math_sin_tiny(int32_t deg);
 
-/** The C library's cos and sin, of radians. */
+/** The C library's cos. @param x  radians. @return the cosine. */
 OZR_API double ozr_math_cos(double x);
+
+/** The C library's sin. @param x  radians. @return the sine. */
 OZR_API double ozr_math_sin(double x);
 /**@}*/
 
 /**
  * Direction of (x, y), measured from the +y axis towards the +x axis.
  *
- * Found by bisection of a table of tangents (Q10): the last degree looked at, which may be a degree beside the nearest. A
- * direction steeper than 89 degrees gives 90. Lengths above 2097151 (x) or 37025580 (y) wrap around.
+ * Found by bisection of a table of tangents (Q10): the last degree looked at, which may be a degree beside the nearest.
+ * A direction steeper than 89 degrees gives 90. Lengths above 2097151 (x) or 37025580 (y) wrap around.
+ * @param x, y  the direction, in any unit.
  * @return -180 to 180 degrees: (0, 1) gives 0, (1, 0) and (0, 0) 90, (-1, 0) -90, (5, -5) 135, (-5, -5) -135.
  */
 OZR_API int32_t ozr_math_arctan(int32_t x, int32_t y);
@@ -216,6 +266,7 @@ OZR_API int32_t ozr_math_arctan(int32_t x, int32_t y);
  * Integer square root by Newton's iteration, rounded somewhere near: 3 gives 2, 8 gives 3, 100 gives 10.
  *
  * @param n  any; 0 gives **1**, as do 1 and 2. 4294967294 and 4294967295 wrap around and give 0.
+ * @return the root.
  */
 OZR_API uint32_t ozr_math_sqrt(uint32_t n);
 
@@ -223,6 +274,7 @@ OZR_API uint32_t ozr_math_sqrt(uint32_t n);
  * Brings an angle into -179 to 180 degrees.
  *
  * @param deg  only its low 16 bits count, as a signed number.
+ * @return the angle in degrees.
  */
 OZR_API int32_t ozr_math_normalize_angle(int32_t deg);
 
@@ -232,29 +284,48 @@ OZR_API int32_t ozr_math_normalize_angle(int32_t deg);
  * ozr_err_invalid_argument when a pointer is null, else ozr_success.
  */
 /**@{*/
-/** @return 1 when two rectangles share pixels, else 0 (also for null pointers). */
+/** Tests for common pixels. @param a, b  rectangles. @return 1 when there are any, else 0 (also for null pointers). */
 OZR_API int32_t ozr_rect_is_intersecting(const ozr_rect* a, const ozr_rect* b);
 
-/** The intersection, without a test for emptiness: right < left or bottom < top for rectangles that are apart. */
+/**
+ * The intersection, without a test for emptiness: right < left or bottom < top for rectangles that are apart.
+ *
+ * @param a, b  rectangles.
+ * @param out   out: what they share.
+ * @return ozr_success or ozr_err_invalid_argument.
+ */
 OZR_API ozr_err ozr_rect_get_intersecting_rect(const ozr_rect* a, const ozr_rect* b, ozr_rect* out);
 
-/** The smallest rectangle around both. */
+/**
+ * The smallest rectangle around two.
+ *
+ * @param a, b  rectangles.
+ * @param out   out: the one around them.
+ * @return ozr_success or ozr_err_invalid_argument.
+ */
 OZR_API ozr_err ozr_rect_get_bounding_rect(const ozr_rect* a, const ozr_rect* b, ozr_rect* out);
 
-/** @return (right - left) * (bottom - top), or -3 (ozr_err_invalid_argument) for a null pointer. */
+/** Area of a rectangle. @param r  rectangle. @return (right - left) * (bottom - top), or -3 for a null pointer. */
 OZR_API int32_t ozr_rect_get_area(const ozr_rect* r);
 
 /**
  * Area of the intersection as ozr_rect_get_intersecting_rect gives it: **negative** for rectangles apart in one
  * direction, **positive** again for rectangles apart in both. Ask ozr_rect_is_intersecting first.
+ * @param a, b  rectangles.
  * @return the area, or -3 for a null pointer.
  */
 OZR_API int32_t ozr_rect_get_intersecting_area(const ozr_rect* a, const ozr_rect* b);
 
-/** Shifts a rectangle. */
+/** Shifts. @param r  in/out: rectangle. @param dx, dy  pixels. @return ozr_success or ozr_err_invalid_argument. */
 OZR_API ozr_err ozr_rect_move(ozr_rect* r, int32_t dx, int32_t dy);
 
-/** Cuts a rectangle to bounds. One that lies wholly outside becomes all zero; one of no width or height is kept. */
+/**
+ * Cuts a rectangle to bounds. One that lies wholly outside becomes all zero; one of no width or height is kept.
+ *
+ * @param r       in/out: rectangle.
+ * @param bounds  what remains of it lies inside.
+ * @return ozr_success or ozr_err_invalid_argument.
+ */
 OZR_API ozr_err ozr_rect_clip(ozr_rect* r, const ozr_rect* bounds);
 
 /**
@@ -262,6 +333,10 @@ OZR_API ozr_err ozr_rect_clip(ozr_rect* r, const ozr_rect* bounds);
  *
  * The result is a **square**: half its side is (right - left) >> 1 both ways, whatever the height. Nothing happens
  * when a pointer is null.
+ * @param out     out: the square.
+ * @param r       rectangle.
+ * @param centre  what it is turned about.
+ * @param deg     degrees.
  */
 OZR_API void ozr_rect_rotate(ozr_rect* out, const ozr_rect* r, const ozr_point* centre, int32_t deg);
 
@@ -269,11 +344,19 @@ OZR_API void ozr_rect_rotate(ozr_rect* out, const ozr_rect* r, const ozr_point* 
  * Scales every field by num / den in unsigned 32 bits: coordinates must not be negative, products not exceed 32 bits.
  *
  * Nothing happens when a pointer is null or den is 0.
+ * @param out       out: the scaled rectangle.
+ * @param r         rectangle.
+ * @param num, den  the factor.
  */
 OZR_API void ozr_rect_scale(ozr_rect* out, const ozr_rect* r, uint32_t num, uint32_t den);
 /**@}*/
 
-/** @return 1 when left <= x < right and top <= y < bottom, else 0 (also for null pointers). */
+/**
+ * Tests whether a point lies in a rectangle.
+ *
+ * @param p, r  point and rectangle.
+ * @return 1 when left <= x < right and top <= y < bottom, else 0 (also for null pointers).
+ */
 OZR_API int32_t ozr_point_inside_rect(const ozr_point* p, const ozr_rect* r);
 
 /**
@@ -282,10 +365,18 @@ OZR_API int32_t ozr_point_inside_rect(const ozr_point* p, const ozr_rect* r);
  *
  * `out` may be one of the inputs. Products are 32 bits wide: beyond 32767 pixels from the centre they wrap around.
  * Nothing happens when a pointer is null.
+ * @param out        out: where the point goes.
+ * @param p, centre  the point, and what it is turned about.
+ * @param deg        degrees.
  */
 OZR_API void ozr_point_rotate(ozr_point* out, const ozr_point* p, const ozr_point* centre, int32_t deg);
 
-/** @return ozr_math_sqrt of the squared distance: **1** for one and the same point; -3 for a null pointer. */
+/**
+ * Distance of two points.
+ *
+ * @param a, b  points.
+ * @return ozr_math_sqrt of the squared distance: **1** for one and the same point; -3 for a null pointer.
+ */
 OZR_API int32_t ozr_point_dist(const ozr_point* a, const ozr_point* b);
 
 /**
@@ -319,6 +410,9 @@ OZR_API void ozr_warp_strength_by_2points_i(const ozr_point* p1, const ozr_point
  * screen.
  *
  * `out` may be `p`. Nothing happens when a pointer is null.
+ * @param p    point.
+ * @param out  out: where it goes.
+ * @param deg  degrees.
  */
 OZR_API void ozr_warp_rotation_degree(const ozr_point* p, ozr_point* out, int32_t deg);
 
@@ -346,7 +440,11 @@ OZR_API ozr_err ozr_warp_image_by_2points_uc_scale(const uint8_t* src, int32_t s
 /**
  * @name Grey pictures in the caller's memory
  * One byte a pixel, sizes in pixels, strides in bytes (negative ones go upwards). Source and destination do not
- * overlap. Nothing is allocated or logged. The sizes are the caller's word: what they describe must be there.
+ * overlap. Nothing is allocated or logged.
+ *
+ * Sizes and strides are the caller's word, and no function can detect a lie: of each picture (height - 1) strides and one
+ * row's bytes must be there, unless a function asks for more. Strides may be shorter than a row; its rows then overlap.
+ * Null pointers, sizes below 1 and steps that cannot be represented are refused.
  *
  * Source positions are Q22.10 numbers, (source size << 10) / destination size apart and starting at 0, so that errors
  * of the division add up towards the right and the bottom.
@@ -356,6 +454,8 @@ OZR_API ozr_err ozr_warp_image_by_2points_uc_scale(const uint8_t* src, int32_t s
 /**
  * Resizes by nearest neighbour: each pixel takes the source pixel its position truncates to.
  *
+ * @param dst, dst_width, dst_height  destination and its size, pixels.
+ * @param src, src_width, src_height  source and its size, pixels.
  * @param dst_stride, src_stride  0 stands for the width.
  * @return ozr_success (also for a negative dst_height: nothing is written), or ozr_err_invalid_argument when a
  *         destination size is 0, a pointer is null, or another size is below 1 or so large that positions turn
@@ -371,6 +471,8 @@ OZR_API ozr_err resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_t dst
  * The last destination column and row do not look at their right-hand and lower neighbours; all others do, **even
  * where these lie beyond the source**: when enlarging, the row below the source and the byte behind each row must be
  * readable and belong to the result. Reducing stays inside.
+ * @param dst, dst_width, dst_height  destination and its size, pixels.
+ * @param src, src_width, src_height  source and its size, pixels.
  * @param dst_stride, src_stride  taken as they are: 0 is **not** replaced by the width.
  * @return ozr_success (also for a negative dst_height: nothing is written), or ozr_err_invalid_argument when a
  *         destination size is 0, a pointer is null, or another size is below 1 or so large that positions turn
@@ -391,10 +493,13 @@ OZR_API ozr_err resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_t dst
  * - other steps: height / step_y rows; the source advances by step_y rows less the width % step_x bytes left over, a
  *   drift to the left that adds up.
  *
+ * @param dst         destination, of width / step_x bytes a row.
  * @param dst_stride  0 stands for width / step_x.
  * @param width       bytes of a source row that take part; below 1 nothing is copied.
  * @param height      rows of the source.
+ * @param src         source.
  * @param src_stride  0 stands for the width.
+ * @param step_x, step_y  1 or more.
  * @return ozr_success, or ozr_err_invalid_argument when a step is below 1 or a pointer is null.
  */
 OZR_API ozr_err sample_image_by_n(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t width,
@@ -420,6 +525,8 @@ OZR_API uint32_t image2mct(const uint8_t* src, uint32_t width, uint32_t height, 
  *
  * Nearest neighbour, without scaling; what the picture does not cover becomes 0. Quarter turns (even directions) are
  * exact when the destination has the turned picture's size, or differs from it by an even number of pixels.
+ * @param dst, dst_width, dst_height  destination and its size, pixels.
+ * @param src, src_width, src_height  source and its size, pixels.
  * @param dst_stride, src_stride  0 stands for the width.
  * @param direction               0 to 7, in steps of 45 degrees.
  * @return ozr_success, or ozr_err_invalid_argument when a pointer is null, a size is below 1 or the direction is none
@@ -432,6 +539,8 @@ OZR_API ozr_err rotate_grayimage_eighth(uint8_t* dst, int32_t dst_width, int32_t
 /**
  * resize_grayimage_nn of a part of a picture.
  *
+ * @param dst, dst_width, dst_height  destination and its size, pixels.
+ * @param src, src_width, src_height  source and its size, pixels.
  * @param dst_stride, src_stride  0 stands for the width of the picture.
  * @param crop                    the part, in pixels of the source; not empty and wholly inside.
  * @return ozr_success, or ozr_err_invalid_argument when a pointer is null, a size is below 1 or the crop is not
@@ -445,6 +554,8 @@ OZR_API ozr_err crop_resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_
  * resize_grayimage_bi of a part of a picture; when enlarging, pixels beside the part are interpolated with, and where
  * the part ends with the picture, the row and the byte beyond must be readable as there.
  *
+ * @param dst, dst_width, dst_height  destination and its size, pixels.
+ * @param src, src_width, src_height  source and its size, pixels.
  * @param dst_stride, src_stride  taken as they are.
  * @param crop                    as in crop_resize_grayimage_nn.
  * @return as crop_resize_grayimage_nn.
@@ -458,6 +569,8 @@ OZR_API ozr_err crop_resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_
  *
  * At 0 degrees the result is that of crop_resize_grayimage_nn. At others the corners show what surrounds the part,
  * and 0 where the picture ends.
+ * @param dst, dst_width, dst_height  destination and its size, pixels.
+ * @param src, src_width, src_height  source and its size, pixels.
  * @param dst_stride, src_stride  0 stands for the width of the picture.
  * @param crop                    as in crop_resize_grayimage_nn.
  * @param deg                     degrees, any number.
@@ -471,6 +584,8 @@ OZR_API ozr_err rotate_crop_resize_grayimage_nn(uint8_t* dst, int32_t dst_width,
 /**
  * ozr_image_warp_by_2points of a grey picture, with the same results and the same surprises.
  *
+ * @param dst, dst_width, dst_height  destination and its size, pixels.
+ * @param src, src_width, src_height  source and its size, pixels.
  * @param dst_stride, src_stride      0 stands for the width.
  * @param sx1, sy1, sx2, sy2          two points in the source, pixels.
  * @param dx1, dy1, dx2, dy2          where they land in the destination.
@@ -487,6 +602,7 @@ OZR_API ozr_err warp_image_by_2points(uint8_t* dst, int32_t dst_width, int32_t d
 /**
  * crop_resize_grayimage_bi of a picture of three bytes a pixel, each byte for itself.
  *
+ * @param dst, src                                      destination and source.
  * @param dst_width, dst_height, src_width, src_height  pixels.
  * @param dst_stride, src_stride                        bytes, taken as they are.
  * @param crop                                          as in crop_resize_grayimage_nn.

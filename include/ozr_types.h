@@ -25,7 +25,14 @@
 /** Asks the compiler to check printf-style arguments; the numbers count parameters from 1. */
 #define OZR_PRINTF(format_index, first_argument) __attribute__((format(printf, format_index, first_argument)))
 
-/** Makes an enumeration 32 signed bits wide: in C++ any 32-bit value may be stored, not only the named ones. */
+/**
+ * @def OZR_INT32_ENUM
+ * Makes an enumeration 32 signed bits wide: in C++ any 32-bit value may be stored, not only the named ones.
+ * @def OZR_BEGIN_DECLS
+ * Opens a part with C linkage; nothing in C.
+ * @def OZR_END_DECLS
+ * Closes it.
+ */
 #ifdef __cplusplus
 #define OZR_INT32_ENUM : int32_t
 #define OZR_BEGIN_DECLS extern "C" {
@@ -36,6 +43,22 @@
 #define OZR_END_DECLS
 #endif
 
+/**
+ * @name Version of the interface
+ * What this header belongs to, and what a configuration has to name. Written here once: the build takes the version of
+ * the shared object, of its symbols and of the packages from these lines, the library its banner.
+ */
+/**@{*/
+/** Counts incompatible changes. */
+#define OZR_VERSION_MAJOR 1
+/** Counts additions. */
+#define OZR_VERSION_MINOR 0
+/** Counts corrections. */
+#define OZR_VERSION_PATCH 1
+/** Counts builds of one version. */
+#define OZR_VERSION_REVISION 0
+/**@}*/
+
 OZR_BEGIN_DECLS
 
 /** Result of a call: ozr_success, or a negative code. Detection also returns positive picture numbers. */
@@ -43,7 +66,7 @@ typedef int32_t ozr_err;
 
 /** The values of ozr_err. ozr_err_to_string gives their names. */
 enum {
-    ozr_success = 0,
+    ozr_success = 0,               /**< done */
     ozr_err_general = -1,          /**< an internal condition did not hold, or nothing more precise fits */
     ozr_err_not_supported = -2,    /**< format, parameter or version that the call does not handle */
     ozr_err_invalid_argument = -3, /**< null pointer, or a value outside what the call accepts */
@@ -56,16 +79,16 @@ enum {
 
 /** A position or a distance, in pixels; x grows to the right, y downwards. */
 typedef struct ozr_point {
-    int32_t x;
-    int32_t y;
+    int32_t x; /**< columns */
+    int32_t y; /**< rows */
 } ozr_point;
 
 /** A version number. Compatibility looks at major, minor and patch; revision is informative. */
 typedef struct ozr_version {
-    uint16_t major;
-    uint16_t minor;
-    uint16_t patch;
-    uint16_t revision;
+    uint16_t major;    /**< first number; must match */
+    uint16_t minor;    /**< second; must match */
+    uint16_t patch;    /**< third; must match */
+    uint16_t revision; /**< fourth; not looked at */
 } ozr_version;
 
 /**
@@ -82,18 +105,18 @@ typedef void (*ozr_log_hook)(const char* format, va_list args);
  * Start from ozr_panorama_get_default_config, then change what is needed. The reserved fields are never read.
  */
 typedef struct ozr_config {
-    ozr_version version;     /**< interface version the caller was built against: 1.0.1, any revision */
-    const char* description; /**< text shown by the handle; kept as a pointer, never copied */
-    void* engine_resource;   /**< must be set when engine_type is 1; never dereferenced */
-    void* aux_resource;      /**< must be set when aux_type is 1; never dereferenced */
-    int32_t engine_type;     /**< 0 or 1; both select the same engine */
-    int32_t aux_type;        /**< only checked against aux_resource */
-    uint32_t reserved[2];    /**< not read */
-    ozr_log_hook log_debug;  /**< hooks: null keeps the hook that is installed at the time */
-    ozr_log_hook log_error;
-    ozr_log_hook log_warning;
-    ozr_log_hook log_info;
-    uint32_t reserved_end; /**< not read */
+    ozr_version version;      /**< interface version the caller was built against: 1.0.1, any revision */
+    const char* description;  /**< text shown by the handle; kept as a pointer, never copied */
+    void* engine_resource;    /**< must be set when engine_type is 1; never dereferenced */
+    void* aux_resource;       /**< must be set when aux_type is 1; never dereferenced */
+    int32_t engine_type;      /**< 0 or 1; both select the same engine */
+    int32_t aux_type;         /**< only checked against aux_resource */
+    uint32_t reserved[2];     /**< not read */
+    ozr_log_hook log_debug;   /**< receives debug lines; null keeps the hook there is, as in the next three */
+    ozr_log_hook log_error;   /**< receives error lines */
+    ozr_log_hook log_warning; /**< receives warnings */
+    ozr_log_hook log_info;    /**< receives info lines */
+    uint32_t reserved_end;    /**< not read */
 } ozr_config;
 
 /**

@@ -8,8 +8,10 @@
 #include "ozr_log.h"
 #include "ozr_support.h"
 #include "panorama.h"
+#include "panorama_calls.h"
+#include "panorama_engine.h"
 
-// The handle: its public part, then the session.
+// The handle: its public part, then the session. Nothing may follow: callers are free to make such a record themselves.
 struct ozr_panorama_internal_t : ozr_panorama {
     panorama_t* panorama;  // owned
 };
@@ -28,21 +30,33 @@ static_assert(sizeof(ozr_version) == 8 && sizeof(ozr_point) == 8 && sizeof(ozr_p
 namespace
 {
 
-constexpr ozr_config kDefaultConfig = {{1, 0, 1, 0},
-                                       "OZR 1.0.1-0 - Panorama 1.2.0-OPT2.0",
-                                       nullptr,
-                                       nullptr,
-                                       0,
-                                       0,
-                                       {0, 0},
-                                       nullptr,
-                                       nullptr,
-                                       nullptr,
-                                       nullptr,
-                                       0};
+#define OZR_TEXT(number) #number
+#define OZR_VERSION_TEXT(major, minor, patch, revision)                                                      \
+    OZR_TEXT(major) "." OZR_TEXT(minor) "." OZR_TEXT(patch) "-" OZR_TEXT(revision)
+constexpr char kBanner[] = "OZR " OZR_VERSION_TEXT(OZR_VERSION_MAJOR, OZR_VERSION_MINOR, OZR_VERSION_PATCH,
+                                                   OZR_VERSION_REVISION) " - Panorama 1.2.0-OPT2.0";
+#undef OZR_VERSION_TEXT
+#undef OZR_TEXT
+
+constexpr ozr_config kDefaultConfig = {
+    {OZR_VERSION_MAJOR, OZR_VERSION_MINOR, OZR_VERSION_PATCH, OZR_VERSION_REVISION},
+    kBanner,
+    nullptr,
+    nullptr,
+    0,
+    0,
+    {0, 0},
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+    0};
 
 constexpr int32_t kOverlapRange = 20;  // percent to either side of the default
 constexpr int32_t kMaxOverlap = 100;
+
+constexpr int32_t kLeavePolls = 200;
+constexpr uint32_t kLeavePollMs = 5;
 
 struct DestroyHandle {
     void operator()(ozr_panorama_internal_t* handle) const { ozr_panorama_destroy(handle); }
@@ -52,7 +66,8 @@ using HandleOwner = std::unique_ptr<ozr_panorama_internal_t, DestroyHandle>;
 bool _is_supported(const ozr_config* config)
 {
     const ozr_version& version = config->version;
-    return version.major == 1 && version.minor == 0 && version.patch == 1 &&
+    return version.major == OZR_VERSION_MAJOR && version.minor == OZR_VERSION_MINOR &&
+           version.patch == OZR_VERSION_PATCH &&
            (config->engine_resource != nullptr || config->engine_type != 1) &&
            (config->aux_resource != nullptr || config->aux_type != 1) &&
            (config->engine_type == 0 || config->engine_type == 1);
@@ -102,6 +117,16 @@ ozr_panorama_internal_t* _self_of(ozr_panorama* handle)
     return static_cast<ozr_panorama_internal_t*>(handle);
 }
 
+// Cancels the call that another thread has at work in the session and waits until it has left. The request is repeated,
+// because a call that has just begun a sweep does not see the first one.
+void _end_call_at_work(const ozr_panorama_internal_t* self)
+{
+    for (int32_t i = 0; i < kLeavePolls && panorama_call_is_at_work(self); ++i) {
+        panorama_engine_cancel_process_async(self->panorama->engine);
+        ozr_platform_sleep(kLeavePollMs);
+    }
+}
+
 }  // namespace
 
 // In the bodies below, the names inside forwarded calls are those of the log lines, also where they differ from the
@@ -135,6 +160,8 @@ void ozr_panorama_destroy(ozr_panorama* handle)
     if (handle == nullptr)
         return;
     ozr_panorama_internal_t* self = _self_of(handle);
+    if (self->panorama != nullptr)
+        _end_call_at_work(self);
     delete self->panorama;
     ozr_free(self);
 }
@@ -142,6 +169,7 @@ void ozr_panorama_destroy(ozr_panorama* handle)
 ozr_err ozr_panorama_set_parameters(ozr_panorama* handle, const ozr_panorama_parameters* params)
 {
     OZR_RAISE_IF(handle == nullptr || params == nullptr, ozr_err_invalid_argument);
+    const PanoramaCall call(handle);
     ozr_panorama_internal_t* self = _self_of(handle);
     const ozr_panorama_parameters* ozr_params = params;
     OZR_FORWARD(check_status(self));
@@ -157,6 +185,7 @@ ozr_err ozr_panorama_set_parameters(ozr_panorama* handle, const ozr_panorama_par
 ozr_err ozr_panorama_get_parameters(ozr_panorama* handle, ozr_panorama_parameters* params)
 {
     OZR_RAISE_IF(handle == nullptr || params == nullptr, ozr_err_invalid_argument);
+    const PanoramaCall call(handle);
     ozr_panorama_internal_t* self = _self_of(handle);
     OZR_FORWARD(check_status(self));
     panorama_param_t param = {};
@@ -171,6 +200,7 @@ ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const ozr_imag
 {
     OZR_RAISE_IF(handle == nullptr || preview == nullptr || offset == nullptr || direction == nullptr,
                  ozr_err_invalid_argument);
+    const PanoramaCall call(handle);
     ozr_panorama_internal_t* self = _self_of(handle);
     OZR_FORWARD(check_status(self));
     const int32_t result = self->panorama->detect_frame_to_stitch(preview, offset, *direction);
@@ -181,6 +211,7 @@ ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const ozr_imag
 ozr_err ozr_panorama_stitch_one_image(ozr_panorama* handle, ozr_image* picture, const ozr_point* offset)
 {
     OZR_RAISE_IF(handle == nullptr || picture == nullptr, ozr_err_invalid_argument);
+    const PanoramaCall call(handle);
     ozr_panorama_internal_t* self = _self_of(handle);
     ozr_image* input_image = picture;
     OZR_FORWARD(check_status(self));
@@ -193,6 +224,7 @@ ozr_err ozr_panorama_reset(ozr_panorama* handle)
     OZR_RAISE_IF(handle == nullptr, ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
     OZR_FORWARD(check_status(self));
+    _end_call_at_work(self);
     OZR_FORWARD(self->panorama->reset());
     return ozr_success;
 }
@@ -200,6 +232,7 @@ ozr_err ozr_panorama_reset(ozr_panorama* handle)
 ozr_err ozr_panorama_run(ozr_panorama* handle, ozr_image* output)
 {
     OZR_RAISE_IF(handle == nullptr || output == nullptr, ozr_err_invalid_argument);
+    const PanoramaCall call(handle);
     ozr_panorama_internal_t* self = _self_of(handle);
     ozr_image* output_image = output;
     OZR_FORWARD(check_status(self));

@@ -25,4 +25,11 @@ inline bool pano_fits_32_bits(int64_t value)
     return value >= INT32_MIN && value <= INT32_MAX;
 }
 
+// For products of several sizes, which may exceed 64 bits as well.
+inline bool pano_product_fits_32_bits(int64_t a, int64_t b)
+{
+    int64_t product = 0;
+    return !__builtin_mul_overflow(a, b, &product) && pano_fits_32_bits(product);
+}
+
 #endif

@@ -12,7 +12,7 @@ static_assert(sizeof(AlignItem) == 20 && sizeof(ProjectionInfo) == 20, "five 32-
 static_assert(offsetof(PanoramaCore, frames) == 32 && offsetof(PanoramaCore, align) == 312 &&
                   offsetof(PanoramaCore, offsets) == 512 && offsetof(PanoramaCore, added) == 632 &&
                   offsetof(PanoramaCore, proj) == 652 && offsetof(PanoramaCore, width) == 672 &&
-                  offsetof(PanoramaCore, cancel) == 728 && sizeof(PanoramaCore) == 732,
+                  offsetof(PanoramaCore, cancel) == 728,
               "fields stand in interface order without gaps but those after bytes");
 #endif
 static_assert(sizeof(AlignResult) == 12, "three 32-bit words");
@@ -66,13 +66,15 @@ void _set_pyramid_depth(PanoramaCore* pi)
     pi->levels = 0;
     pi->half = 0;
     pi->pyramid_levels = 1;
-    if (width * height * pi->overlap <= kTopLevelBudget)
+    // Divided, not multiplied: sizes that are refused later on come through here, and their products exceed 64 bits.
+    const int64_t most_pixels = pi->overlap > 0 ? kTopLevelBudget / pi->overlap : INT64_MAX;
+    if (width * height <= most_pixels)
         return;
     do {
         width >>= 1;
         height >>= 1;
         ++pi->levels;
-    } while (width * height * pi->overlap > kTopLevelBudget);
+    } while (width * height > most_pixels);
     pi->half = 1;
     pi->pyramid_levels = pi->levels;
 }
@@ -112,8 +114,8 @@ bool panorama_core_is_usable(const PanoramaCore* pi)
     if (pi->height <= 0 || pi->width <= 0 || pi->stride < 1)
         return false;
     const int32_t projected = panorama_core_projected_width(pi);
-    const int64_t top_level = int64_t{pi->half_width} * pi->half_height * pi->overlap;
-    return (projected == 0 || projected >= 32) && pano_fits_32_bits(top_level) &&
+    const int64_t half_size = int64_t{pi->half_width} * pi->half_height;
+    return (projected == 0 || projected >= 32) && pano_product_fits_32_bits(half_size, pi->overlap) &&
            panorama_core_projection_fits(pi);
 }
 
@@ -152,6 +154,7 @@ int32_t panorama_core_destroy(PanoramaCore* core)
         return kPanoSuccess;
     _release_pictures(core);
     panorama_core_projection_free(&core->proj);
+    panorama_core_factors_free(&core->factors);
     ozr_free(core);
     return kPanoSuccess;
 }

@@ -2,8 +2,12 @@
 // their x axis.
 //
 // panorama_core.cpp holds the context's life and geometry, panorama_core_projection.cpp the projection onto the
-// cylinder, panorama_core_align.cpp the intake and alignment of pictures, panorama_core_compose.cpp the composition.
+// cylinder, panorama_core_projection_tables.cpp its tables, panorama_core_align.cpp the intake and alignment of pictures,
+// panorama_core_compose.cpp the composition, panorama_canvas_write.cpp its last step.
 // Nothing but the composition logs.
+//
+// What cannot be detected: a context that panorama_core_create did not make, a picture whose memory is smaller than its
+// geometry says or does not belong to the heap, and two threads in one context but for the cancellation.
 #ifndef PANORAMA_CORE_H
 #define PANORAMA_CORE_H
 
@@ -38,6 +42,12 @@ struct ProjectionInfo {
     int32_t* chroma_map;     // W8 / 2 x height / 2: source chroma pair of each output chroma pair
 };
 
+// What the weights are products of, as OzrProjectionRow has them.
+struct ProjectionFactors {
+    uint8_t* columns;  // 32 per column of blocks; those of an odd last row differ and are not kept
+    uint8_t* rows;     // W8 x height
+};
+
 struct PanoramaCore {
     int32_t mean_score;  // of the pictures composed
     uint8_t initialised;
@@ -68,6 +78,8 @@ struct PanoramaCore {
     int32_t ncc_shift;        // right shift of partial correlation sums at level 0
     int32_t margin;           // columns left out at each side of an overlap, full-size pixels
     volatile int32_t cancel;  // set from another thread; a plain word, polled
+    // From here on not part of the interface.
+    ProjectionFactors factors;
 };
 
 OZR_BEGIN_DECLS
@@ -105,9 +117,16 @@ OZR_API int32_t panorama_core_panorama(PanoramaCore* pi, int32_t count, PanoImg*
 
 OZR_END_DECLS
 
+// As panorama_core_add_input, but the picture is only read and stays its owner's.
+int32_t panorama_core_add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y);
+
+// As panorama_core_panorama; with a `raw_block` the pixels lie in an aligned block, for PanoImg_DestroyAligned.
+int32_t panorama_core_compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block);
+
 // Frees what a record owns and clears it; null is no fault.
 void _panoFreeAlignmentItem(AlignItem* item);
 void panorama_core_projection_free(ProjectionInfo* info);
+void panorama_core_factors_free(ProjectionFactors* factors);
 
 // Whether the stored geometry is one that can be projected without a division by zero or an overflow.
 bool panorama_core_is_usable(const PanoramaCore* pi);

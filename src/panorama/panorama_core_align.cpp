@@ -17,7 +17,7 @@ constexpr int32_t kNoSearchScore = -1;
 // An integral image: entry (x, y) is the sum of all pixels up to and including column x and row y.
 int32_t _panoMakeIntegralImg(const PanoImg* img, uint32_t** out)
 {
-    auto sums = ozr_make_buffer<uint32_t>(int64_t{img->width} * img->height);
+    auto sums = ozr_make_unfilled_buffer<uint32_t>(int64_t{img->width} * img->height);
     *out = sums.get();
     if (!sums)
         return kPanoNoMemory;
@@ -105,11 +105,11 @@ int32_t _fill_level(const PanoramaCore* pi, const PanoImg* projected, AlignItem*
 {
     PanoImg* img = &item->pyramid[level];
     if (level == 0) {
-        PANO_FORWARD(PanoImg_Create(img, pi->work_width, pi->work_height, kPanoGray));
+        PANO_FORWARD(pano_create_unfilled(img, pi->work_width, pi->work_height, kPanoGray));
         PANO_FORWARD(PanoImg_ResizeGray(img, projected));
     } else {
         const PanoImg* finer = &item->pyramid[level - 1];
-        PANO_FORWARD(PanoImg_Create(img, finer->width >> 1, finer->height >> 1, kPanoGray));
+        PANO_FORWARD(pano_create_unfilled(img, finer->width >> 1, finer->height >> 1, kPanoGray));
         PANO_FORWARD(PanoImg_ResizeHalfGray(img, finer));
     }
     return _panoMakeIntegralImg(img, &item->integrals[level]);
@@ -247,57 +247,47 @@ void _align(const PanoramaCore* pi, const Pair& pair)
     *pair.result = {best.x * (1 << pi->half), best.y * (1 << pi->half), best.score};
 }
 
-// The refusals of a picture, in order. Of those before `img` is looked at, only a cancellation takes the picture over.
-int32_t _check_input(PanoramaCore* pi, PanoImg* img, int32_t index)
+// The tables address the source by its stride, so another geometry would be read outside its buffer; and a geometry that
+// init refused has the tables of an earlier one.
+bool _fits_tables(const PanoramaCore* pi, const PanoImg* img)
+{
+    return panorama_core_is_usable(pi) && img->format == kPanoNv12 && img->width == pi->width &&
+           img->height == pi->height && img->stride == pi->stride && img->stride >= img->width &&
+           img->data != nullptr;
+}
+
+// The refusals of a picture, in order. The first three leave it to its owner, -5 does not.
+int32_t _check_slot(const PanoramaCore* pi, int32_t index)
 {
     if (index < 0 || index >= kMaxPictures)
         return kPanoBadArgument;
     if (pi->frames[index].data != nullptr)
         return kPanoNotSupported;
-    if (pi->cancel != 0) {
-        PanoImg_Destroy(img);
+    return pi->initialised == 0 && pi->cancel == 0 ? kPanoCoreNotInitialised : kPanoSuccess;
+}
+
+int32_t _check_picture(const PanoramaCore* pi, const PanoImg* img)
+{
+    if (pi->cancel != 0)
         return kPanoCancelled;
-    }
-    if (pi->initialised == 0)
-        return kPanoCoreNotInitialised;
-    if (img == nullptr)
+    if (img == nullptr || pi->proj.block_offsets == nullptr)
         return kPanoNullArgument;
-    if (pi->proj.block_offsets == nullptr) {
-        PanoImg_Destroy(img);
-        return kPanoNullArgument;
-    }
-    // The tables address the source by its stride, so another geometry would be read outside its buffer; and a geometry
-    // that init refused has the tables of an earlier one.
-    const bool fits = panorama_core_is_usable(pi) && img->format == kPanoNv12 && img->width == pi->width &&
-                      img->height == pi->height && img->stride == pi->stride && img->stride >= img->width &&
-                      img->data != nullptr;
-    if (!fits) {
-        PanoImg_Destroy(img);
-        return kPanoBadArgument;
-    }
+    return _fits_tables(pi, img) ? kPanoSuccess : kPanoBadArgument;
+}
+
+// Projects a picture into its slot.
+int32_t _project_input(PanoramaCore* pi, const PanoImg* img, int32_t index)
+{
+    PANO_FORWARD(_check_picture(pi, img));
+    PanoImg* projected = &pi->frames[index];
+    PANO_FORWARD(pano_create_unfilled(projected, panorama_core_projected_width(pi), pi->height, kPanoNv12));
+    panorama_core_project(pi, projected, img);
     return kPanoSuccess;
 }
 
-// Projects a picture into its slot and releases it.
-int32_t _project_input(PanoramaCore* pi, PanoImg* img, int32_t index)
+// What follows the projection of picture `index`.
+int32_t _align_input(PanoramaCore* pi, int32_t index, int32_t x, int32_t y)
 {
-    PanoImg* projected = &pi->frames[index];
-    const int32_t created =
-        PanoImg_Create(projected, panorama_core_projected_width(pi), pi->height, kPanoNv12);
-    if (created == kPanoSuccess)
-        panorama_core_project(pi, projected, img);
-    PanoImg_Destroy(img);
-    return created;
-}
-
-}  // namespace
-
-int32_t panorama_core_add_input(PanoramaCore* pi, PanoImg* img, int32_t index, int32_t x, int32_t y)
-{
-    if (pi == nullptr)
-        return kPanoNullArgument;
-    PANO_FORWARD(_check_input(pi, img, index));
-    PANO_FORWARD(_project_input(pi, img, index));
     if (pi->cancel != 0)
         return kPanoCancelled;
     const int32_t filled = _fill_item(pi, &pi->frames[index], &pi->align[index]);
@@ -320,4 +310,26 @@ int32_t panorama_core_add_input(PanoramaCore* pi, PanoImg* img, int32_t index, i
     _panoFreeAlignmentItem(&pi->align[index - 1]);
     pi->aligned[index] = 1;
     return kPanoSuccess;
+}
+
+}  // namespace
+
+int32_t panorama_core_add_input(PanoramaCore* pi, PanoImg* img, int32_t index, int32_t x, int32_t y)
+{
+    if (pi == nullptr)
+        return kPanoNullArgument;
+    PANO_FORWARD(_check_slot(pi, index));
+    const int32_t projected = _project_input(pi, img, index);
+    PanoImg_Destroy(img);
+    PANO_FORWARD(projected);
+    return _align_input(pi, index, x, y);
+}
+
+int32_t panorama_core_add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y)
+{
+    if (pi == nullptr)
+        return kPanoNullArgument;
+    PANO_FORWARD(_check_slot(pi, index));
+    PANO_FORWARD(_project_input(pi, img, index));
+    return _align_input(pi, index, x, y);
 }

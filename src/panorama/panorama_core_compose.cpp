@@ -1,17 +1,12 @@
-// Composition: lays the aligned pictures out on one canvas, finds the seam of every overlap, and writes the pictures
-// from left to right, each from its seam onward with a linear transition.
-//
-// Positions are canvas pixels: picture i lies at the sum of the alignment results up to i, and the output shows the band
-// of rows that all pictures have in common.
+// Composition: lays the aligned pictures out on one canvas, finds the seam of every overlap, and has the canvas written.
 #include <string.h>
 
 #include <algorithm>
 
 #include "ozr_buffer.h"
-#include "ozr_kernels.h"
 #include "pano_result.h"
+#include "panorama_canvas.h"
 #include "panorama_core.h"
-#include "panorama_seam.h"
 #include "panorama_util.h"
 
 namespace
@@ -20,46 +15,6 @@ namespace
 constexpr char kTag[] = "panorama_core_panorama";
 constexpr uint8_t kBarred = 255;       // mask value that keeps the seam away
 constexpr int64_t kSizeMask = 0xFFF0;  // output sizes: multiples of 16 below 65 536
-
-// A transition at a seam, in pixels for luma and in pairs for chroma: `reach` columns to either side, weights rising from
-// 1 by `step` 128ths.
-struct Ramp {
-    int32_t reach;
-    int32_t step;
-};
-
-struct Ramps {
-    Ramp luma;
-    Ramp chroma;
-};
-
-// Transitions exist for three margins; with any other the pictures are switched at the seam.
-Ramps _ramps(int32_t margin)
-{
-    if (margin != 16 && margin != 32 && margin != 64)
-        return {{0, 0}, {0, 0}};
-    return {{margin, 64 / margin}, {margin / 2, 128 / margin}};
-}
-
-// The seam between picture i - 1 and picture i of the canvas.
-struct Seam {
-    SeamRegion a;  // in the earlier picture
-    SeamRegion b;  // in the later one; its left edge is the picture's
-    OzrBuffer<int32_t> columns;
-};
-
-// The pictures from left to right, and where they lie.
-struct Canvas {
-    int32_t count;
-    PanoImg* pictures[kMaxPictures];
-    AlignItem* items[kMaxPictures];
-    AlignResult results[kMaxPictures];
-    Seam seams[kMaxPictures];  // from 1 on
-    int64_t shift_sum;         // of x
-    int64_t score_sum;
-    int64_t highest;  // running sum of y: its minimum, at most 0
-    int64_t lowest;   // and its maximum, at least 0
-};
 
 bool _take_cancel(PanoramaCore* pi)
 {
@@ -109,8 +64,24 @@ void _lay_out(PanoramaCore* pi, Canvas* canvas)
     }
 }
 
+// An aligned block is what the caller of a whole sweep gets, so the pictures may be written straight into one.
+int32_t _create_output(PanoImg* out, void** raw_block, int32_t width, int32_t height)
+{
+    return raw_block != nullptr ? PanoImg_CreateAligned(out, width, height, kPanoNv12, raw_block)
+                                : PanoImg_Create(out, width, height, kPanoNv12);
+}
+
+int32_t _copy_picture(const PanoImg* picture, PanoImg* out, void** raw_block)
+{
+    if (raw_block == nullptr)
+        return PanoImg_Clone(picture, out);
+    PANO_FORWARD(_create_output(out, raw_block, picture->width, picture->height));
+    PanoMemcpy(out->data, picture->data, static_cast<uint32_t>(std::min(picture->size, out->size)));
+    return kPanoSuccess;
+}
+
 // A sweep of one picture is that picture.
-int32_t _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoImg* out)
+int32_t _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block)
 {
     if (pi->g_nCount < 1) {
         PanoLog(kTag, __LINE__, "Exiting synthesis: pi->g_nCount(%d) < 1", pi->g_nCount);
@@ -121,7 +92,7 @@ int32_t _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoImg* 
         PanoLog(kTag, __LINE__, "saving pProject[0]");
     else
         PanoLog(kTag, __LINE__, "saving pProject[%d]", index);
-    const int32_t cloned = PanoImg_Clone(&pi->frames[index], out);
+    const int32_t cloned = _copy_picture(&pi->frames[index], out, raw_block);
     PanoLog(kTag, __LINE__, "Exiting synthesis: pi->g_nCount(%d) == 1", pi->g_nCount);
     return cloned;
 }
@@ -148,15 +119,16 @@ int32_t _place_regions(const Canvas& canvas, int32_t i, Seam* seam)
     return _is_inside(seam->a) && _is_inside(seam->b) ? kPanoSuccess : kPanoBadArgument;
 }
 
-// Keeps the seam off both edges of the overlap. The bands may touch, not cross.
+// A mask that keeps the seam off both edges of the overlap. The bands may touch, not cross.
 int32_t _bar_sides(uint8_t* mask, const SeamRegion& region, int32_t margin)
 {
     const int32_t band = std::clamp(margin, 0, region.width / 2);
-    const size_t bytes = static_cast<size_t>(band);
-    for (int32_t y = 0; y < region.height; ++y) {
-        memset(mask, kBarred, bytes);
-        mask += region.width;
-        memset(mask - band, kBarred, bytes);
+    const size_t barred = static_cast<size_t>(band);
+    const size_t free = static_cast<size_t>(region.width) - 2 * barred;
+    for (int32_t y = 0; y < region.height; ++y, mask += region.width) {
+        memset(mask, kBarred, barred);
+        memset(mask + band, 0, free);
+        memset(mask + region.width - band, kBarred, barred);
     }
     return band;
 }
@@ -175,136 +147,65 @@ void _bar_behind(uint8_t* mask, const SeamRegion& region, const Seam& before, in
     }
 }
 
-int32_t _find_seam(const PanoramaCore* pi, Canvas* canvas, int32_t i)
+// What seams are found with, large enough for every overlap of a canvas: memory that was in use already costs nothing.
+struct SeamTools {
+    OzrBuffer<uint8_t> mask;
+    SeamWorkspace workspace;
+};
+
+SeamTools _make_seam_tools(const Canvas& canvas)
+{
+    int64_t pixels = 1;
+    int64_t bytes = 1;
+    for (int32_t i = 1; i < canvas.count; ++i) {
+        Seam seam = {};
+        if (_place_regions(canvas, i, &seam) < 0)
+            continue;
+        const int64_t needed = panorama_seam_workspace_size(seam.a.width, seam.a.height);
+        pixels = std::max(pixels, int64_t{seam.a.width} * seam.a.height);
+        bytes = needed < 0 || bytes < 0 ? -1 : std::max(bytes, needed);
+    }
+    return {ozr_make_unfilled_buffer<uint8_t>(pixels), panorama_seam_make_workspace(bytes)};
+}
+
+int32_t _find_seam(const PanoramaCore* pi, Canvas* canvas, int32_t i, const SeamTools& tools)
 {
     Seam* seam = &canvas->seams[i];
     PANO_FORWARD(_place_regions(*canvas, i, seam));
-    const int64_t pixels = int64_t{seam->a.width} * seam->a.height;
     seam->columns = ozr_make_buffer<int32_t>(std::max(seam->a.height, 1));
-    auto mask = ozr_make_buffer<uint8_t>(std::max(pixels, int64_t{1}));
-    if (!seam->columns || !mask)
+    if (!seam->columns || !tools.mask)
         return kPanoNoMemory;
-    const int32_t band = _bar_sides(mask.get(), seam->a, pi->margin);
+    const int32_t band = _bar_sides(tools.mask.get(), seam->a, pi->margin);
     if (i > 1)
-        _bar_behind(mask.get(), seam->a, canvas->seams[i - 1], band);
-    const int32_t found = panorama_seam_find(seam->columns.get(), mask.get(), &seam->a, &seam->b);
+        _bar_behind(tools.mask.get(), seam->a, canvas->seams[i - 1], band);
+    const int32_t found = panorama_seam_find_in(tools.workspace.get(), seam->columns.get(), tools.mask.get(),
+                                                &seam->a, &seam->b);
     _panoFreeAlignmentItem(canvas->items[i - 1]);
     return found;
 }
 
 int32_t _find_seams(const PanoramaCore* pi, Canvas* canvas)
 {
+    const SeamTools tools = _make_seam_tools(*canvas);
     for (int32_t i = 1; i < canvas->count; ++i)
-        PANO_FORWARD(_find_seam(pi, canvas, i));
+        PANO_FORWARD(_find_seam(pi, canvas, i, tools));
     _panoFreeAlignmentItem(canvas->items[canvas->count - 1]);
     return kPanoSuccess;
 }
 
-int32_t _create_output(const PanoramaCore* pi, const Canvas& canvas, PanoImg* out)
+int32_t _create_canvas(const PanoramaCore* pi, const Canvas& canvas, PanoImg* out, void** raw_block)
 {
     const int64_t band = pi->height + canvas.highest - canvas.lowest;
     const int32_t width = static_cast<int32_t>((pi->width + canvas.shift_sum) & kSizeMask);
     const int32_t height = static_cast<int32_t>(band & kSizeMask);
     if (band < 0 || height == 0)
         return kPanoNotSupported;
-    return PanoImg_Create(out, width, height, kPanoNv12);
-}
-
-// The rows of a picture that stand behind one output row, and where its columns go.
-struct Line {
-    uint8_t* out;  // at the picture's left edge
-    const uint8_t* src;
-    int32_t unit_bytes;  // 1 for luma pixels, 2 for chroma pairs; all columns below count units
-    int32_t columns;     // of the picture, as far as they lie on the canvas
-};
-
-void _copy_line(const Line& line, int32_t from)
-{
-    if (from < line.columns)
-        PanoMemcpy(line.out + from * line.unit_bytes, line.src + from * line.unit_bytes,
-                   static_cast<uint32_t>((line.columns - from) * line.unit_bytes));
-}
-
-// Writes a later picture from its seam onward. A ramp that the overlap clips keeps the weights of the whole ramp.
-void _write_line(const Line& line, int32_t seam, int32_t overlap, const Ramp& ramp, BlendRow blend)
-{
-    const int32_t begin = std::min(std::max(seam - ramp.reach, 0), line.columns);
-    const int32_t end = std::min({seam + ramp.reach, overlap, line.columns});
-    const int32_t first_weight = 1 + (begin - (seam - ramp.reach)) * ramp.step;
-    if (begin < end)
-        blend(line.out + begin * line.unit_bytes, line.src + begin * line.unit_bytes, end - begin,
-              first_weight, ramp.step);
-    _copy_line(line, std::max(begin, end));
-}
-
-struct Position {
-    int32_t x;
-    int32_t y;
-};
-
-// The luma line of output row y; no columns when the picture has no such row.
-Line _luma_line(const PanoImg* out, const PanoImg* picture, Position at, int32_t y, int32_t row)
-{
-    const bool shown = row >= 0 && row < picture->height;
-    return {pano_row(out, y) + at.x, pano_row(picture, shown ? row : 0), 1,
-            shown ? std::min(picture->width, out->width - at.x) : 0};
-}
-
-// The chroma line of output rows y and y + 1. Odd positions round down in the chroma plane.
-Line _chroma_line(const PanoImg* out, const PanoImg* picture, Position at, int32_t y, int32_t row)
-{
-    const bool shown = row >= 0 && row >> 1 < picture->height / 2;
-    const int32_t x = at.x >> 1;
-    return {pano_chroma_row(out, y / 2) + 2 * x, pano_chroma_row(picture, shown ? row >> 1 : 0), 2,
-            shown ? std::min(picture->width / 2, out->width / 2 - x) : 0};
-}
-
-// `top` is the picture row that the first output row shows.
-void _write_first(PanoImg* out, const PanoImg* picture, int32_t top)
-{
-    for (int32_t y = 0; y < out->height; ++y) {
-        _copy_line(_luma_line(out, picture, {0, 0}, y, top + y), 0);
-        if (y % 2 == 0)
-            _copy_line(_chroma_line(out, picture, {0, 0}, y, top + y), 0);
-    }
-}
-
-void _write_later(PanoImg* out, const PanoImg* picture, const Seam& seam, Position at, int32_t top,
-                  const Ramps& ramps)
-{
-    const OzrKernels* kernels = ozr_kernels();
-    const int32_t* columns = seam.columns.get();
-    for (int32_t y = 0; y < out->height; ++y) {
-        const int32_t row = top + y - at.y;
-        const int32_t overlap_row = row - seam.b.y;
-        if (overlap_row < 0 || overlap_row >= seam.b.height)
-            continue;
-        const int32_t column = columns[overlap_row];
-        _write_line(_luma_line(out, picture, at, y, row), column, seam.b.width, ramps.luma,
-                    kernels->blend_row);
-        // A chroma row follows the seam of the first of its two rows.
-        if (y % 2 == 0)
-            _write_line(_chroma_line(out, picture, at, y, row), column >> 1, seam.b.width >> 1, ramps.chroma,
-                        kernels->blend_pairs_row);
-    }
-}
-
-void _write_pictures(const PanoramaCore* pi, const Canvas& canvas, PanoImg* out)
-{
-    const int32_t top = static_cast<int32_t>(canvas.lowest);
-    const Ramps ramps = _ramps(pi->margin);
-    _write_first(out, canvas.pictures[0], top);
-    Position at = {0, 0};
-    for (int32_t i = 1; i < canvas.count; ++i) {
-        at.x += canvas.results[i].x;
-        at.y += canvas.results[i].y;
-        _write_later(out, canvas.pictures[i], canvas.seams[i], at, top, ramps);
-    }
+    return _create_output(out, raw_block, width, height);
 }
 
 }  // namespace
 
-int32_t panorama_core_panorama(PanoramaCore* pi, int32_t count, PanoImg* out)
+int32_t panorama_core_compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block)
 {
     if (pi == nullptr)
         return kPanoNullArgument;
@@ -323,18 +224,26 @@ int32_t panorama_core_panorama(PanoramaCore* pi, int32_t count, PanoImg* out)
     _order_pictures(pi, count, &canvas);
     _lay_out(pi, &canvas);
     if (pi->g_nCount <= 1)
-        return _finish_without_overlap(pi, count, out);
+        return _finish_without_overlap(pi, count, out, raw_block);
     pi->mean_score = static_cast<int32_t>(canvas.score_sum / pi->overlaps);
     if (_take_cancel(pi))
         return kPanoCancelled;
     PANO_FORWARD(_find_seams(pi, &canvas));
     if (_take_cancel(pi))
         return kPanoCancelled;
-    PANO_FORWARD(_create_output(pi, canvas, out));
+    PANO_FORWARD(_create_canvas(pi, canvas, out, raw_block));
     if (_take_cancel(pi)) {
-        PanoImg_Destroy(out);
+        if (raw_block != nullptr)
+            PanoImg_DestroyAligned(out, raw_block);
+        else
+            PanoImg_Destroy(out);
         return kPanoCancelled;
     }
-    _write_pictures(pi, canvas, out);
+    panorama_canvas_write(canvas, pi->margin, out);
     return kPanoSuccess;
+}
+
+int32_t panorama_core_panorama(PanoramaCore* pi, int32_t count, PanoImg* out)
+{
+    return panorama_core_compose(pi, count, out, nullptr);
 }

@@ -6,6 +6,9 @@
 // Results are PanoResult codes. The engine logs no failures; its progress lines go to the debug level. It takes no lock:
 // a cancelling thread and the working thread share status, image_state and cancel_requested as plain words, which the
 // former polls while it sleeps.
+//
+// What cannot be detected: a context that panorama_engine_create did not make, one that is destroyed or initialised while
+// a thread works in it, and pictures whose memory is smaller than their geometry says.
 #ifndef PANORAMA_ENGINE_H
 #define PANORAMA_ENGINE_H
 

@@ -92,6 +92,22 @@ int32_t _turn(PanoImg* turned, const PanoImg* picture, ozr_point* offset)
     return kPanoSuccess;
 }
 
+// The core only reads a picture, so it gets the caller's own; a record that owns less than its geometry says is filled
+// up with zeros in a copy.
+int32_t _add_straight(PanoramaInternal* pe, const PanoImg* picture, int32_t index, ozr_point offset)
+{
+    if (picture->data == nullptr || picture->size < 0)
+        return kPanoBadArgument;
+    PanoImg lent = {};
+    PANO_FORWARD(PanoImg_CreateRef(&lent, picture->data, picture->width, picture->height, picture->stride,
+                                   picture->format));
+    if (picture->size >= lent.size)
+        return panorama_core_add_lent(pe->core, &lent, index, offset.x, offset.y);
+    PanoImgOwner copy;
+    PANO_FORWARD(PanoImg_Clone(picture, copy.get()));
+    return panorama_core_add_input(pe->core, copy.get(), index, offset.x, offset.y);
+}
+
 // Hands a picture to the core, in the position that the core works in.
 int32_t _panorama_engine_AddImgIncr(PanoramaInternal* pe, const PanoImg* picture, int32_t index)
 {
@@ -101,14 +117,14 @@ int32_t _panorama_engine_AddImgIncr(PanoramaInternal* pe, const PanoImg* picture
         return kPanoNotSupported;
     ozr_point offset = pe->offsets[index];
     PANO_FORWARD(_scale_offset(pe, picture, &offset));
-    PanoImgOwner copy;
-    if (pano_is_vertical(pe->direction))
-        PANO_FORWARD(_turn(copy.get(), picture, &offset));
-    else if (pe->direction == kDirectionRight || pe->direction == kDirectionLeft)
-        PANO_FORWARD(PanoImg_Clone(picture, copy.get()));
-    else
-        return _panorama_engine_Addframe(pe, picture, index);
-    return panorama_core_add_input(pe->core, copy.get(), index, offset.x, offset.y);
+    if (pano_is_vertical(pe->direction)) {
+        PanoImgOwner turned;
+        PANO_FORWARD(_turn(turned.get(), picture, &offset));
+        return panorama_core_add_input(pe->core, turned.get(), index, offset.x, offset.y);
+    }
+    if (pe->direction == kDirectionRight || pe->direction == kDirectionLeft)
+        return _add_straight(pe, picture, index, offset);
+    return _panorama_engine_Addframe(pe, picture, index);
 }
 
 // Sets the core up for pictures of this geometry. Its result is left to the first picture handed over, which the core

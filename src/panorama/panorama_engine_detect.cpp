@@ -103,7 +103,7 @@ bool _is_due(const PanoramaInternal* pe)
 bool panorama_engine_can_measure(const PanoImg* frame)
 {
     const int64_t sum = int64_t{frame->width} + frame->height;
-    return frame->width >= 1 && frame->height >= 1 && pano_fits_32_bits(sum * sum);
+    return frame->width >= 1 && frame->height >= 1 && pano_product_fits_32_bits(sum, sum);
 }
 
 void panorama_engine_set_reference(PanoramaInternal* pe, int32_t width, int32_t height)

@@ -76,38 +76,41 @@ int32_t _copy_single(PanoramaInternal* pe)
     return kPanoSuccess;
 }
 
-int32_t _compose(PanoramaInternal* pe, int32_t count, PanoImg* composed)
+int32_t _compose(PanoramaInternal* pe, int32_t count, PanoImg* composed, void** raw_block)
 {
     if (pe->cancel_requested != 0)
         return kPanoCancelled;
-    PANO_FORWARD(panorama_core_panorama(pe->core, count, composed));
+    PANO_FORWARD(panorama_core_compose(pe->core, count, composed, raw_block));
     return pe->cancel_requested != 0 ? kPanoCancelled : kPanoSuccess;
 }
 
-// Pictures of vertical sweeps were turned clockwise when they came in.
-int32_t _turn_back(PanoramaInternal* pe, PanoImg* composed)
+// Pictures of vertical sweeps were turned clockwise when they came in: the result turns back.
+int32_t _compose_turned(PanoramaInternal* pe, int32_t count)
 {
+    PanoImgOwner composed;
+    PANO_FORWARD(_compose(pe, count, composed.get(), nullptr));
     const int32_t created = PanoImg_CreateAligned(&pe->out_img, composed->height, composed->width,
                                                   composed->format, &pe->out_raw);
     _log_block(pe);
     PANO_FORWARD(created);
-    PanoImg_RotateCW270(&pe->out_img, composed);
-    PanoImg_Destroy(composed);
+    PanoImg_RotateCW270(&pe->out_img, composed.get());
     return kPanoSuccess;
 }
 
-int32_t _copy_aligned(PanoramaInternal* pe, PanoImg* composed)
+// The core writes straight into the output block, which becomes the engine's when nothing can fail any more.
+int32_t _compose_straight(PanoramaInternal* pe, int32_t count)
 {
-    const uint32_t size = static_cast<uint32_t>(composed->size);
-    uint8_t* pixels = static_cast<uint8_t*>(AlignedCalloc(size, 1, &pe->out_raw));
-    if (pe->out_raw == nullptr)
-        return kPanoNoMemory;
-    PanoMemcpy(pixels, composed->data, size);
-    const int32_t wrapped = PanoImg_CreateRef(&pe->out_img, pixels, composed->width, composed->height,
-                                              composed->stride, composed->format);
+    PanoImg composed = {};
+    void* raw_block = nullptr;
+    const int32_t result = _compose(pe, count, &composed, &raw_block);
+    if (result < 0) {
+        PanoImg_DestroyAligned(&composed, &raw_block);
+        return result;
+    }
+    pe->out_img = composed;
+    pe->out_raw = raw_block;
     _log_block(pe);
-    PanoImg_Destroy(composed);
-    return wrapped;
+    return result;
 }
 
 }  // namespace
@@ -125,11 +128,8 @@ int32_t panorama_engine_process_synthesis(PanoramaInternal* pe)
     _release_output(pe);
     if (added == 1)
         return _copy_single(pe);
-    PanoImgOwner composed;
-    int32_t result = _compose(pe, added, composed.get());
-    if (result >= 0)
-        result = pano_is_vertical(pe->direction) ? _turn_back(pe, composed.get())
-                                                 : _copy_aligned(pe, composed.get());
+    const int32_t result =
+        pano_is_vertical(pe->direction) ? _compose_turned(pe, added) : _compose_straight(pe, added);
     _log_output(pe, result);
     return _end(pe, result);
 }

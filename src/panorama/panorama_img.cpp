@@ -33,12 +33,12 @@ void _describe(PanoImg* img, int32_t width, int32_t height, int32_t format)
 // Stores stride and size, given a format that exists.
 int32_t _lay_out(PanoImg* img, int64_t stride)
 {
-    const int64_t plane = img->height * stride;
-    const int64_t product = _is_semi_planar(img->format) ? plane * 3 : plane;
-    if (stride > INT32_MAX || plane > INT32_MAX || product > INT32_MAX)
+    const bool has_chroma = _is_semi_planar(img->format);
+    if (stride > INT32_MAX || !pano_product_fits_32_bits(img->height * stride, has_chroma ? 3 : 1))
         return kPanoBadArgument;
+    const int64_t plane = img->height * stride;
     img->stride = static_cast<int32_t>(stride);
-    img->size = static_cast<int32_t>(_is_semi_planar(img->format) ? product >> 1 : product);
+    img->size = static_cast<int32_t>(has_chroma ? (plane * 3) >> 1 : plane);
     return kPanoSuccess;
 }
 
@@ -77,9 +77,10 @@ struct Placement {
 void _copy_plane(PanoImg* dst, const PanoImg* src, const Placement& at, uint32_t pixel_bytes)
 {
     const uint32_t row_bytes = static_cast<uint32_t>(at.x.length) * pixel_bytes;
+    const ptrdiff_t pixel = static_cast<ptrdiff_t>(pixel_bytes);
     for (int32_t i = 0; i < at.y.length; ++i)
-        PanoMemcpy(pano_row(dst, at.y.dst + i) + static_cast<ptrdiff_t>(at.x.dst) * pixel_bytes,
-                   pano_row(src, at.y.src + i) + static_cast<ptrdiff_t>(at.x.src) * pixel_bytes, row_bytes);
+        PanoMemcpy(pano_row(dst, at.y.dst + i) + at.x.dst * pixel,
+                   pano_row(src, at.y.src + i) + at.x.src * pixel, row_bytes);
 }
 
 void _copy_chroma(PanoImg* dst, const PanoImg* src, const Placement& at)
@@ -88,11 +89,6 @@ void _copy_chroma(PanoImg* dst, const PanoImg* src, const Placement& at)
     for (int32_t i = 0; i < at.y.length >> 1; ++i)
         PanoMemcpy(pano_chroma_row(dst, (at.y.dst >> 1) + i) + (at.x.dst & ~1),
                    pano_chroma_row(src, (at.y.src >> 1) + i) + (at.x.src & ~1), row_bytes);
-}
-
-bool _has_whole_rows(const PanoImg* img)
-{
-    return img->stride >= pano_row_bytes(img->format, img->width);
 }
 
 }  // namespace
@@ -111,6 +107,14 @@ int64_t pano_geometry_size(const PanoImg* img)
     return _is_semi_planar(img->format) ? plane + (plane >> 1) : plane;
 }
 
+bool pano_has_whole_rows(const PanoImg* img, int64_t row_bytes)
+{
+    const int64_t plane = int64_t{img->height} * img->stride;
+    // Even where there are no columns, the addresses of rows that go upwards may not fit.
+    const bool goes_up = img->height > 0 && img->stride < 0;
+    return !goes_up && img->stride >= row_bytes && std::max(plane, pano_geometry_size(img)) <= INT32_MAX;
+}
+
 int32_t PanoImg_Create(PanoImg* img, int32_t width, int32_t height, int32_t format)
 {
     if (width <= 0 || height <= 0 || img == nullptr)
@@ -118,6 +122,21 @@ int32_t PanoImg_Create(PanoImg* img, int32_t width, int32_t height, int32_t form
     _describe(img, width, height, format);
     PANO_FORWARD(_lay_out_packed(img));
     return _allocate(img);
+}
+
+int32_t pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format)
+{
+    if (width <= 0 || height <= 0)
+        return kPanoBadArgument;
+    _describe(img, width, height, format);
+    PANO_FORWARD(_lay_out_packed(img));
+    img->data = static_cast<uint8_t*>(ozr_malloc(static_cast<uint32_t>(img->size)));
+    if (img->data == nullptr)
+        return kPanoNoMemory;
+    const int32_t rows = _is_semi_planar(format) ? height + height / 2 : height;
+    const int32_t covered = rows * img->stride;
+    PanoMemset(img->data + covered, 0, static_cast<uint32_t>(img->size - covered));
+    return kPanoSuccess;
 }
 
 int32_t PanoImg_CreateAligned(PanoImg* img, int32_t width, int32_t height, int32_t format, void** rawBlock)
@@ -197,7 +216,8 @@ int32_t PanoImg_CopyEx(PanoImg* dst, const PanoImg* src, int32_t x, int32_t y)
         return kPanoNotSupported;
     if (dst->data == nullptr || src->data == nullptr)
         return kPanoNullArgument;
-    if (!_has_whole_rows(dst) || !_has_whole_rows(src))
+    if (!pano_has_whole_rows(dst, dst->width * pixel_bytes) ||
+        !pano_has_whole_rows(src, src->width * pixel_bytes))
         return kPanoBadArgument;
     _copy_plane(dst, src, at, static_cast<uint32_t>(pixel_bytes));
     if (_is_semi_planar(src->format))

@@ -3,6 +3,11 @@
 //
 // Unless said otherwise the functions return a PanoResult, log nothing, and take the destination first. The record is
 // always the caller's; whether its pixels are too depends on how it was filled.
+//
+// What no function can detect: memory behind `data` that is smaller than the geometry says (stride * height bytes, half
+// as many again for semi-planar formats) or than `size`; a record destroyed that does not own its pixels; source and
+// destination that overlap. Refused are null pointers, strides shorter than a row (or negative) and geometries that
+// exceed 32 bits.
 #ifndef PANORAMA_IMG_H
 #define PANORAMA_IMG_H
 
@@ -47,6 +52,10 @@ int64_t pano_row_bytes(int32_t format, int32_t width);
 
 // Bytes that the geometry stands for, whatever the record's `size` says. -1 for an unknown format.
 int64_t pano_geometry_size(const PanoImg* img);
+
+// Whether rows of so many bytes lie within the stride, and the whole geometry within what 32 bits count: beyond that no
+// `size` can tell the truth.
+bool pano_has_whole_rows(const PanoImg* img, int64_t row_bytes);
 
 OZR_BEGIN_DECLS
 
@@ -100,6 +109,10 @@ OZR_API int32_t PanoImg_RotateCW270(PanoImg* dst, const PanoImg* src);
 OZR_API int32_t PanoImg_ConvertYUV2RGBA(PanoImg* dst, const PanoImg* src);
 
 OZR_END_DECLS
+
+// PanoImg_Create without the zeros, for a picture whose pixels are all written next. Only what no row covers is zero: the
+// half row at the end of the chroma of an odd height.
+int32_t pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format);
 
 // Releases pixels made by PanoImg_Create or PanoImg_Clone at the end of a scope, unless they were handed over.
 class PanoImgOwner

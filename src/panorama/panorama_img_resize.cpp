@@ -33,7 +33,7 @@ bool _is_same_size(const PanoImg* dst, const PanoImg* src)
 // Whether rows of these many bytes a pixel lie within their strides.
 bool _has_whole_rows(const PanoImg* img, int32_t pixel_bytes)
 {
-    return img->stride >= int64_t{img->width} * pixel_bytes;
+    return pano_has_whole_rows(img, int64_t{img->width} * pixel_bytes);
 }
 
 // (source - 1) pixels over `dst` samples: the first sample sits on the first source pixel and the last one stops
@@ -41,7 +41,7 @@ bool _has_whole_rows(const PanoImg* img, int32_t pixel_bytes)
 bool _step(int32_t src, int32_t dst, uint32_t* step)
 {
     constexpr int32_t kMaxPixels = INT32_MAX >> kFracBits;
-    if (src < 1 || src > kMaxPixels || dst == 0)
+    if (src < 1 || src - 1 > kMaxPixels || dst == 0)
         return false;
     // A negative size takes a step too, but no sample.
     *step = static_cast<uint32_t>(((src - 1) << kFracBits) / dst);
@@ -58,25 +58,21 @@ int32_t _pixel(uint32_t position)
     return static_cast<int32_t>(position >> kFracBits);
 }
 
-// The lower of two neighbouring rows; at a fraction of 0 it does not count and need not exist.
-const uint8_t* _row_below(const PanoImg* src, uint32_t position)
+void _resample_luma(PanoImg* dst, const PanoImg* src, Steps steps, Resample resample)
 {
-    return pano_row(src, _pixel(position) + ((position & kFracMask) != 0 ? 1 : 0));
+    resample(dst->data, dst->stride, {src->data, src->stride, steps.x, steps.y, 0, dst->width, dst->height});
 }
 
-void _resample_luma(PanoImg* dst, const PanoImg* src, Steps steps, ResampleRow resample_row,
-                    bool black_last_row)
+// A last source row has none below it: what would need one becomes black. The step stops short of it unless it is the
+// only one.
+void _resample_gray(PanoImg* dst, const PanoImg* src, Steps steps, Resample resample)
 {
-    uint32_t position = 0;
-    for (int32_t y = 0; y < dst->height; ++y, position += steps.y) {
-        uint8_t* row = pano_row(dst, y);
-        if (black_last_row && _pixel(position) + 1 >= src->height) {
-            memset(row, 0, static_cast<size_t>(std::max(dst->width, 0)));
-            continue;
-        }
-        resample_row(row, dst->width, pano_row(src, _pixel(position)), _row_below(src, position), steps.x,
-                     position & kFracMask);
+    if (src->height > 1) {
+        _resample_luma(dst, src, steps, resample);
+        return;
     }
+    for (int32_t y = 0; y < dst->height; ++y)
+        memset(pano_row(dst, y), 0, static_cast<size_t>(std::max(dst->width, 0)));
 }
 
 // Bytes that may be touched from `row` on: to the end of the buffer as size or geometry give it.
@@ -127,7 +123,7 @@ int32_t PanoImg_ResizeGray(PanoImg* dst, const PanoImg* src)
     Steps steps = {};
     if (!_steps(dst, src, &steps))
         return kPanoBadArgument;
-    _resample_luma(dst, src, steps, ozr_kernels()->resample_gray_row, true);
+    _resample_gray(dst, src, steps, ozr_kernels()->resample_gray);
     return kPanoSuccess;
 }
 
@@ -144,7 +140,7 @@ int32_t PanoImg_ResizeGrayYUYV(PanoImg* dst, const PanoImg* src)
     Steps steps = {};
     if (!_steps(dst, src, &steps))
         return kPanoBadArgument;
-    _resample_luma(dst, src, steps, kernels->resample_yuyv_row, true);
+    _resample_gray(dst, src, steps, kernels->resample_yuyv);
     return kPanoSuccess;
 }
 
@@ -165,7 +161,7 @@ int32_t PanoImg_ResizeYUV(PanoImg* dst, const PanoImg* src)
     if (!_has_pixels(dst, src) || !_has_whole_rows(dst, 1) || !_has_whole_rows(src, 1) ||
         !_steps(dst, src, &steps))
         return kPanoBadArgument;
-    _resample_luma(dst, src, steps, ozr_kernels()->resample_gray_row, false);
+    _resample_luma(dst, src, steps, ozr_kernels()->resample_gray);
     _resample_chroma(dst, src, steps);
     return kPanoSuccess;
 }

@@ -38,7 +38,8 @@ int32_t _check_rotation(const PanoImg* dst, const PanoImg* src)
         return kPanoNotSupported;
     if (src->data == nullptr || dst->data == nullptr)
         return kPanoNullArgument;
-    return src->stride >= src->width && dst->stride >= dst->width ? kPanoSuccess : kPanoBadArgument;
+    const bool whole = pano_has_whole_rows(src, src->width) && pano_has_whole_rows(dst, dst->width);
+    return whole ? kPanoSuccess : kPanoBadArgument;
 }
 
 // Whether the formulas stay inside both geometries without looking at each byte: even sizes that mirror each other.
@@ -129,7 +130,8 @@ int32_t PanoImg_ConvertYUV2RGBA(PanoImg* dst, const PanoImg* src)
         return kPanoNullArgument;
     if (src->format != kPanoNv12 || dst->format != kPanoRgba)
         return kPanoNotSupported;
-    if (src->stride < src->width || dst->stride < pano_row_bytes(kPanoRgba, dst->width))
+    if (!pano_has_whole_rows(src, src->width) ||
+        !pano_has_whole_rows(dst, pano_row_bytes(kPanoRgba, dst->width)))
         return kPanoBadArgument;
     const int32_t width = std::max(std::min(src->width, dst->width), 0) & ~1;
     const int32_t height = width == 0 ? 0 : std::max(std::min(src->height, dst->height), 0) & ~1;

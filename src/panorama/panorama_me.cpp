@@ -34,17 +34,36 @@ Region _central_region(int32_t size)
     return {std::max(middle - reach, 0), std::min(middle + reach, size - 1)};
 }
 
-// One row of the region: reference columns from x.first to x.last against the current row shifted by dx, whose edge
-// pixels repeat outside the frame.
-uint32_t _row_cost(const OzrKernels* kernels, const uint8_t* reference, const uint8_t* current, Region x,
-                   int32_t dx, int32_t width)
+// Where the columns of the region meet the shifted frame: columns from `first` to `end` do, those before and after see
+// its edge pixels repeated.
+struct Inside {
+    int32_t first;
+    int32_t end;
+};
+
+Inside _inside(Region region, int32_t shift, int32_t size)
 {
-    const int32_t inside_first = std::clamp(-dx, x.first, x.last + 1);
-    const int32_t inside_end = std::clamp(width - dx, inside_first, x.last + 1);
-    return kernels->sad_const_row(reference + x.first, current[0], inside_first - x.first) +
-           kernels->sad_row(reference + inside_first, current + inside_first + dx,
-                            inside_end - inside_first) +
-           kernels->sad_const_row(reference + inside_end, current[width - 1], x.last + 1 - inside_end);
+    const int32_t first = std::clamp(-shift, region.first, region.last + 1);
+    return {first, std::clamp(size - shift, first, region.last + 1)};
+}
+
+// Rows `first` to `end` of the region against rows of the current frame, `stride` bytes apart from `current` on.
+uint32_t _rows_cost(const OzrKernels* kernels, const Frames& frames, Region x, int32_t dx, Inside rows,
+                    const uint8_t* current, int32_t stride)
+{
+    const Inside columns = _inside(x, dx, frames.width);
+    const uint8_t* reference = frames.reference + static_cast<ptrdiff_t>(rows.first) * frames.width;
+    const int32_t count = rows.end - rows.first;
+    uint32_t cost = kernels->sad_area(reference + columns.first, frames.width, current + columns.first + dx,
+                                      stride, columns.end - columns.first, count);
+    if (columns.first == x.first && columns.end == x.last + 1)
+        return cost;
+    for (int32_t row = 0; row < count; ++row, reference += frames.width, current += stride) {
+        cost += kernels->sad_const_row(reference + x.first, current[0], columns.first - x.first);
+        cost += kernels->sad_const_row(reference + columns.end, current[frames.width - 1],
+                                       x.last + 1 - columns.end);
+    }
+    return cost;
 }
 
 // Cost of the shift (dx, dy). Sums stay below 2^31 for frames of up to 8 million pixels, so the search compares them
@@ -54,16 +73,15 @@ int32_t GetEnergyN(const Frames& frames, int32_t dx, int32_t dy)
     const OzrKernels* kernels = ozr_kernels();
     const Region x = _central_region(frames.width);
     const Region y = _central_region(frames.height);
-    if (x.last < x.first)
+    if (x.last < x.first || y.last < y.first)
         return 0;
-    uint32_t cost = 0;
-    for (int32_t row = y.first; row <= y.last; ++row) {
-        const int32_t shifted = std::clamp(row + dy, 0, frames.height - 1);
-        cost +=
-            _row_cost(kernels, frames.reference + static_cast<ptrdiff_t>(row) * frames.width,
-                      frames.current + static_cast<ptrdiff_t>(shifted) * frames.width, x, dx, frames.width);
-    }
-    return static_cast<int32_t>(cost);
+    const Inside rows = _inside(y, dy, frames.height);
+    const uint8_t* top = frames.current;
+    const uint8_t* bottom = top + static_cast<ptrdiff_t>(frames.height - 1) * frames.width;
+    const uint8_t* inside = top + static_cast<ptrdiff_t>(rows.first + dy) * frames.width;
+    return static_cast<int32_t>(_rows_cost(kernels, frames, x, dx, {y.first, rows.first}, top, 0) +
+                                _rows_cost(kernels, frames, x, dx, rows, inside, frames.width) +
+                                _rows_cost(kernels, frames, x, dx, {rows.end, y.last + 1}, bottom, 0));
 }
 
 struct Candidate {

@@ -1,8 +1,7 @@
-// Least-cost path by dynamic programming: every entry of the cost matrix becomes the cost of the best path from the top
-// row to it, then the path is traced back from the cheapest entry of the last row.
+// Least-cost path by dynamic programming: row by row the cost of the best path from the top to every column, of which two
+// rows are kept, and the step that it took last, of which all are; then the path is traced back from the cheapest column
+// of the last row.
 #include "panorama_seam.h"
-
-#include <memory>
 
 #include "ozr_kernels.h"
 #include "ozr_support.h"
@@ -15,31 +14,31 @@ static_assert(sizeof(SeamRegion) == 20, "five 32-bit words");
 namespace
 {
 
-struct FreeAligned {
-    void operator()(uint32_t* block) const { ozr_free_aligned(block); }
-};
+constexpr uint32_t kAlignment = 16;
+constexpr int32_t kLargestCost = 255;
+constexpr int64_t kSumBytes = sizeof(uint32_t);
 
-// Accumulated costs; rows padded to a multiple of four entries, so that each starts at a multiple of 16 bytes. The
-// padding is never read.
-struct CostMatrix {
-    std::unique_ptr<uint32_t, FreeAligned> entries;
+// Rows are padded to a multiple of four columns, which are never read.
+int64_t _pitch(int32_t width)
+{
+    return (int64_t{width} + 4) / 4 * 4;
+}
+
+// The sums of two rows, one below the other in turn, and the steps of all rows.
+struct Paths {
+    uint32_t* first_sums;
+    int8_t* first_steps;
     int64_t pitch;
 
-    uint32_t* row(int32_t y) const { return entries.get() + y * pitch; }
+    // `block` is aligned for the sums, which come first.
+    Paths(void* block, int64_t row_pitch)
+        : first_sums(static_cast<uint32_t*>(block)),
+          first_steps(static_cast<int8_t*>(block) + 2 * kSumBytes * row_pitch), pitch(row_pitch)
+    {
+    }
+    uint32_t* sums(int32_t y) const { return first_sums + (y & 1) * pitch; }
+    int8_t* steps(int32_t y) const { return first_steps + y * pitch; }
 };
-
-constexpr uint32_t kRowAlignment = 16;
-
-CostMatrix _make_matrix(int32_t width, int32_t height)
-{
-    const int64_t pitch = (int64_t{width} + 4) / 4 * 4;
-    const int64_t bytes = pitch * height * static_cast<int64_t>(sizeof(uint32_t));
-    constexpr int64_t kMaxBytes = UINT32_MAX - 2 * kRowAlignment;  // leaves room for the alignment
-    if (bytes > kMaxBytes)
-        return {nullptr, pitch};
-    void* block = ozr_malloc_aligned(static_cast<uint32_t>(bytes), kRowAlignment);
-    return {std::unique_ptr<uint32_t, FreeAligned>(static_cast<uint32_t*>(block)), pitch};
-}
 
 int32_t _check(const SeamRegion* a, const SeamRegion* b)
 {
@@ -58,14 +57,20 @@ const uint8_t* _region_row(const SeamRegion* region, int32_t y)
     return pano_row(region->img, region->y + y) + region->x;
 }
 
-void _accumulate(const CostMatrix& matrix, const uint8_t* mask, const SeamRegion* a, const SeamRegion* b)
+// The variants compare sums as signed numbers; a path too long for that is left to the scalar one.
+const OzrKernels* _kernels_for(int32_t height)
 {
-    const OzrKernels* kernels = ozr_kernels();
-    for (int32_t y = 0; y < a->height; ++y) {
-        kernels->seam_cost_row(matrix.row(y), _region_row(a, y), _region_row(b, y), mask, a->width);
-        if (y > 0)
-            kernels->seam_accumulate_row(matrix.row(y), matrix.row(y - 1), a->width);
+    return height <= INT32_MAX / kLargestCost ? ozr_kernels() : &kOzrKernelsScalar;
+}
+
+void _find_paths(const Paths& paths, const uint8_t* mask, const SeamRegion* a, const SeamRegion* b)
+{
+    const OzrKernels* kernels = _kernels_for(a->height);
+    kernels->seam_cost_row(paths.sums(0), _region_row(a, 0), _region_row(b, 0), mask, a->width);
+    for (int32_t y = 1; y < a->height; ++y) {
         mask += a->width;
+        kernels->seam_sum_row(paths.sums(y), paths.steps(y), paths.sums(y - 1),
+                              {_region_row(a, y), _region_row(b, y), mask, a->width});
     }
 }
 
@@ -80,18 +85,37 @@ int32_t _cheapest_column(const uint32_t* row, int32_t width)
     return best;
 }
 
-// The column above `column` on the best path: straight up wins every tie, left wins a tie between left and right.
-int32_t _column_above(const uint32_t* row, int32_t column, int32_t width)
+}  // namespace
+
+int64_t panorama_seam_workspace_size(int32_t width, int32_t height)
 {
-    int32_t best = column;
-    if (column > 0 && row[column - 1] < row[best])
-        best = column - 1;
-    if (column < width - 1 && row[column + 1] < row[best])
-        best = column + 1;
-    return best;
+    constexpr int64_t kMaxBytes = UINT32_MAX - 2 * kAlignment;  // leaves room for the alignment
+    const int64_t pitch = _pitch(width);
+    const int64_t bytes = pitch * (2 * kSumBytes + height);
+    return pitch * height * kSumBytes > kMaxBytes || bytes > kMaxBytes ? -1 : bytes;
 }
 
-}  // namespace
+SeamWorkspace panorama_seam_make_workspace(int64_t bytes)
+{
+    if (bytes < 0)
+        return nullptr;
+    return SeamWorkspace(static_cast<uint8_t*>(ozr_malloc_aligned(static_cast<uint32_t>(bytes), kAlignment)));
+}
+
+int32_t panorama_seam_find_in(uint8_t* workspace, int32_t* seam, const uint8_t* mask, const SeamRegion* a,
+                              const SeamRegion* b)
+{
+    PANO_FORWARD(_check(a, b));
+    if (workspace == nullptr)
+        return kPanoNoMemory;
+    const Paths paths(workspace, _pitch(a->width));
+    _find_paths(paths, mask, a, b);
+    const int32_t last = a->height - 1;
+    seam[last] = _cheapest_column(paths.sums(last), a->width);
+    for (int32_t y = last; y > 0; --y)
+        seam[y - 1] = seam[y] + paths.steps(y)[seam[y]];
+    return kPanoSuccess;
+}
 
 int32_t panorama_seam_find(int32_t* seam, const uint8_t* mask, const SeamRegion* regionA,
                            const SeamRegion* regionB)
@@ -99,14 +123,7 @@ int32_t panorama_seam_find(int32_t* seam, const uint8_t* mask, const SeamRegion*
     if (seam == nullptr || mask == nullptr || regionA == nullptr || regionB == nullptr)
         return kPanoNullArgument;
     PANO_FORWARD(_check(regionA, regionB));
-    const int32_t width = regionA->width;
-    const int32_t height = regionA->height;
-    const CostMatrix matrix = _make_matrix(width, height);
-    if (!matrix.entries)
-        return kPanoNoMemory;
-    _accumulate(matrix, mask, regionA, regionB);
-    seam[height - 1] = _cheapest_column(matrix.row(height - 1), width);
-    for (int32_t y = height - 2; y >= 0; --y)
-        seam[y] = _column_above(matrix.row(y), seam[y + 1], width);
-    return kPanoSuccess;
+    const SeamWorkspace workspace =
+        panorama_seam_make_workspace(panorama_seam_workspace_size(regionA->width, regionA->height));
+    return panorama_seam_find_in(workspace.get(), seam, mask, regionA, regionB);
 }

@@ -4,6 +4,9 @@
 
 #include <stdint.h>
 
+#include <memory>
+
+#include "ozr_support.h"
 #include "panorama_img.h"
 
 // One of two overlapping regions; pixel (column, row) is byte (y + row) * stride + x + column of the picture.
@@ -22,11 +25,29 @@ OZR_BEGIN_DECLS
 //   seam     out: height columns.
 //   mask     width x height bytes without padding; 255 makes a pixel as expensive as the largest difference.
 //   regionA, regionB  of equal size.
+// What cannot be detected: a region that reaches outside its picture's memory (the picture's size is not looked at), or
+// `seam` and `mask` smaller than said.
 // -3: a null argument; -4: a region without a picture, or sizes that differ or are negative; -2: no column, a single one,
 // or no row; -8: memory is out.
 OZR_API int32_t panorama_seam_find(int32_t* seam, const uint8_t* mask, const SeamRegion* regionA,
                                    const SeamRegion* regionB);
 
 OZR_END_DECLS
+
+// The memory that a seam is found in, kept from one seam to the next.
+struct FreeAligned {
+    void operator()(uint8_t* block) const { ozr_free_aligned(block); }
+};
+using SeamWorkspace = std::unique_ptr<uint8_t, FreeAligned>;
+
+// Bytes for a region of this size: about one a pixel. -1 where a sum for every pixel would not fit a 32-bit size.
+int64_t panorama_seam_workspace_size(int32_t width, int32_t height);
+
+// Null when memory is out, or for a size of -1.
+SeamWorkspace panorama_seam_make_workspace(int64_t bytes);
+
+// panorama_seam_find in such memory, large enough for the regions; -8 when it is null.
+int32_t panorama_seam_find_in(uint8_t* workspace, int32_t* seam, const uint8_t* mask, const SeamRegion* a,
+                              const SeamRegion* b);
 
 #endif

@@ -54,7 +54,7 @@ void PanoFree(void* block)
 
 void* PanoMemset(void* block, int32_t value, uint32_t size)
 {
-    return memset(block, value, size);
+    return block != nullptr ? memset(block, value, size) : nullptr;
 }
 
 void* PanoMemcpy(void* dst, const void* src, uint32_t size)
@@ -64,11 +64,12 @@ void* PanoMemcpy(void* dst, const void* src, uint32_t size)
 
 void* AlignedCalloc(uint32_t count, uint32_t size, void** raw)
 {
-    void* block = PanoCalloc(1, count * size + 2 * kPage);
+    const uint64_t request = uint64_t{count} * size + 2 * kPage;
+    void* block = request <= UINT32_MAX ? PanoCalloc(1, static_cast<uint32_t>(request)) : nullptr;
     if (raw != nullptr)
         *raw = block;
     const uintptr_t end_of_slack = reinterpret_cast<uintptr_t>(block) + 2 * kPage;
     // An address, not a pointer that moves along: it is defined for a null block too.
-    return reinterpret_cast<void*>(end_of_slack &
-                                   ~uintptr_t{kPage - 1});  // NOLINT(performance-no-int-to-ptr)
+    const uintptr_t page = end_of_slack & ~uintptr_t{kPage - 1};
+    return reinterpret_cast<void*>(page);  // NOLINT(performance-no-int-to-ptr)
 }

@@ -12,7 +12,6 @@ namespace
 {
 
 constexpr uint32_t kFracBits = 10;
-constexpr uint32_t kFracMask = (1U << kFracBits) - 1;
 constexpr int32_t kRgbBytes = 3;
 // Rows, and bytes in the last of them, by which a 3 x 3 window exceeds its first byte.
 constexpr uint32_t kCensusMargin = 2;
@@ -37,6 +36,17 @@ struct Resizing {
     {
         return dst != nullptr && src != nullptr && dst_width > 0 && dst_height > 0 && src_width > 0 &&
                src_height > 0 && step_x() >= 0 && step_y() >= 0;
+    }
+    // Whether the rows of the result overlap neither each other nor the source.
+    bool is_apart(int32_t pixel_bytes) const
+    {
+        const int64_t row_bytes = int64_t{dst_width} * pixel_bytes;
+        const int64_t dst_bytes = int64_t{dst_height} * dst_stride;
+        const int64_t src_bytes = (int64_t{src_height} + 1) * src_stride;
+        const intptr_t dst_begin = reinterpret_cast<intptr_t>(dst);
+        const intptr_t src_begin = reinterpret_cast<intptr_t>(src);
+        return dst_stride >= row_bytes && src_stride >= 0 &&
+               (dst_begin + dst_bytes <= src_begin || src_begin + src_bytes <= dst_begin);
     }
     uint8_t* dst_row(int32_t y) const { return dst + static_cast<ptrdiff_t>(y) * dst_stride; }
     const uint8_t* src_row(uint32_t y) const { return src + static_cast<ptrdiff_t>(y) * src_stride; }
@@ -78,28 +88,47 @@ ozr_err _resize_nearest(const Resizing& task)
     return ozr_success;
 }
 
-// Neither is there a next row for the last destination row, nor a right-hand neighbour for its last column: both count
-// twice instead. All others use theirs even where that lies beyond the source.
-ozr_err _resize_bilinear(const Resizing& task, ResampleRow resample_row, int32_t pixel_bytes)
+// Rows `first` to `end` of the result, which all have a next row. A last column has no right-hand neighbour: it counts
+// twice instead, as does a step of 0. All others use theirs even where that lies beyond the source.
+void _resize_rows(const Resizing& task, Resample resample, int32_t pixel_bytes, int32_t first, int32_t end)
+{
+    const uint32_t step_x = static_cast<uint32_t>(task.step_x());
+    const uint32_t step_y = static_cast<uint32_t>(task.step_y());
+    const uint32_t first_y = static_cast<uint32_t>(first) * step_y;
+    const int32_t last = task.dst_width - 1;
+    const ptrdiff_t right =
+        static_cast<ptrdiff_t>((static_cast<uint32_t>(last) * step_x) >> kFracBits) * pixel_bytes;
+    uint8_t* dst = task.dst_row(first);
+    resample(dst, task.dst_stride, {task.src, task.src_stride, step_x, step_y, first_y, last, end - first});
+    resample(dst + static_cast<ptrdiff_t>(last) * pixel_bytes, task.dst_stride,
+             {task.src + right, task.src_stride, 0, step_y, first_y, 1, end - first});
+}
+
+// There is no next row for the last one either: a source whose rows all are that row.
+void _resize_last_row(const Resizing& task, Resample resample, int32_t pixel_bytes)
+{
+    const int32_t last = task.dst_height - 1;
+    const uint32_t position = static_cast<uint32_t>(last) * static_cast<uint32_t>(task.step_y());
+    Resizing row = task;
+    row.src = task.src_row(position >> kFracBits);
+    row.src_stride = 0;
+    _resize_rows(row, resample, pixel_bytes, last, task.dst_height);
+}
+
+// Rows that overlap each other or the source are made one after the other, pixel by pixel.
+ozr_err _resize_bilinear(const Resizing& task, Resample OzrKernels::*resample, int32_t pixel_bytes)
 {
     if (!task.is_sound())
         return ozr_err_invalid_argument;
-    const uint32_t step_x = static_cast<uint32_t>(task.step_x());
-    const uint32_t step_y = static_cast<uint32_t>(task.step_y());
-    const int32_t last = task.dst_width - 1;
-    const ptrdiff_t dst_last = static_cast<ptrdiff_t>(last) * pixel_bytes;
-    const ptrdiff_t src_last =
-        static_cast<ptrdiff_t>((static_cast<uint32_t>(last) * step_x) >> kFracBits) * pixel_bytes;
-    uint32_t position = 0;
-    for (int32_t y = 0; y < task.dst_height; ++y) {
-        const uint32_t fraction = position & kFracMask;
-        const uint8_t* row = task.src_row(position >> kFracBits);
-        const uint8_t* below = y + 1 < task.dst_height && fraction != 0 ? row + task.src_stride : row;
-        uint8_t* dst = task.dst_row(y);
-        resample_row(dst, last, row, below, step_x, fraction);
-        resample_row(dst + dst_last, 1, row + src_last, below + src_last, 0, fraction);
-        position += step_y;
+    const int32_t last = task.dst_height - 1;
+    if (task.is_apart(pixel_bytes)) {
+        _resize_rows(task, ozr_kernels()->*resample, pixel_bytes, 0, last);
+        _resize_last_row(task, ozr_kernels()->*resample, pixel_bytes);
+        return ozr_success;
     }
+    for (int32_t y = 0; y < last; ++y)
+        _resize_rows(task, kOzrKernelsScalar.*resample, pixel_bytes, y, y + 1);
+    _resize_last_row(task, kOzrKernelsScalar.*resample, pixel_bytes);
     return ozr_success;
 }
 
@@ -136,7 +165,7 @@ ozr_err resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_t dst_height,
     if (dst_height < 1)
         return ozr_success;
     return _resize_bilinear({dst, dst_width, dst_height, dst_stride, src, src_width, src_height, src_stride},
-                            ozr_kernels()->resample_gray_row, 1);
+                            &OzrKernels::resample_gray, 1);
 }
 
 ozr_err sample_image_by_n(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t width, int32_t height,
@@ -187,7 +216,7 @@ ozr_err crop_resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_t dst_he
                                  int32_t src_stride, const ozr_rect* crop)
 {
     const Resizing whole = {dst, dst_width, dst_height, dst_stride, src, src_width, src_height, src_stride};
-    return _resize_bilinear(whole.cropped(crop, 1), ozr_kernels()->resample_gray_row, 1);
+    return _resize_bilinear(whole.cropped(crop, 1), &OzrKernels::resample_gray, 1);
 }
 
 ozr_err crop_resize_RGB(uint8_t* dst, int32_t dst_width, int32_t dst_height, int32_t dst_stride,
@@ -195,5 +224,5 @@ ozr_err crop_resize_RGB(uint8_t* dst, int32_t dst_width, int32_t dst_height, int
                         const ozr_rect* crop)
 {
     const Resizing whole = {dst, dst_width, dst_height, dst_stride, src, src_width, src_height, src_stride};
-    return _resize_bilinear(whole.cropped(crop, kRgbBytes), ozr_kernels()->resample_rgb_row, kRgbBytes);
+    return _resize_bilinear(whole.cropped(crop, kRgbBytes), &OzrKernels::resample_rgb, kRgbBytes);
 }

@@ -22,4 +22,14 @@ OzrBuffer<T> ozr_make_buffer(int64_t count)
     return OzrBuffer<T>(static_cast<T*>(ozr_calloc(static_cast<uint32_t>(count), sizeof(T))));
 }
 
+// The same without the zeros, for what is written whole before it is read.
+template <class T>
+OzrBuffer<T> ozr_make_unfilled_buffer(int64_t count)
+{
+    constexpr int64_t kSize = sizeof(T);
+    if (count < 0 || count > UINT32_MAX / kSize)
+        return nullptr;
+    return OzrBuffer<T>(static_cast<T*>(ozr_malloc(static_cast<uint32_t>(count * kSize))));
+}
+
 #endif

@@ -4,6 +4,7 @@
 #include <stddef.h>
 
 #include "ozr_chain.h"
+#include "ozr_image_rows.h"
 #include "ozr_support.h"
 
 #if UINTPTR_MAX == UINT32_MAX
@@ -62,9 +63,11 @@ bool _lay_out(ozr_image* image, int32_t stride)
         return true;
     }
     const int64_t chosen = _choose_stride(image->format, image->width, stride);
+    if (!_fits_32_bits(chosen))
+        return false;
     const bool has_chroma = _is_12_bit(image->format);
     const int64_t plane = chosen * image->height;
-    if (!_fits_32_bits(chosen) || !_fits_32_bits(plane) || (has_chroma && !_fits_32_bits(plane * 3)))
+    if (!_fits_32_bits(plane) || (has_chroma && !_fits_32_bits(plane * 3)))
         return false;
     image->stride = static_cast<int32_t>(chosen);
     image->size = static_cast<int32_t>(has_chroma ? plane * 3 / 2 : plane);
@@ -165,6 +168,7 @@ ozr_err ozr_image_copy(const ozr_image* src, ozr_image* dst)
     // A row longer than its stride would end behind the last plane.
     const int64_t row_bytes = _row_bytes(src->format, src->width);
     OZR_RAISE_IF(row_bytes > src->stride || row_bytes > dst->stride, ozr_err_invalid_argument);
+    OZR_RAISE_IF(!ozr_image_holds_planes(src) || !ozr_image_holds_planes(dst), ozr_err_invalid_argument);
     _copy_rows(_plane(dst, 0, dst->stride), _plane(src, 0, src->stride), static_cast<int32_t>(row_bytes),
                src->height);
     if (_is_12_bit(src->format))
@@ -183,6 +187,8 @@ ozr_err ozr_image_clone(const ozr_image* src, ozr_image* dst)
 
 int32_t ozr_image_get_bits_per_pixel(const ozr_image* image)
 {
+    if (image == nullptr)
+        return ozr_err_invalid_argument;
     return _is_known(image->format) ? kBitsPerPixel[image->format]
                                     : static_cast<int32_t>(ozr_err_not_supported);
 }

@@ -34,7 +34,7 @@ void _log(const Level& level, ozr_log_hook hook, const char* format, va_list arg
 {
     char line[kLineSize] = {};
     memcpy(line, level.prefix, kPrefixSize);
-    if (ozr_log_enabled == 0)
+    if (ozr_log_enabled == 0 || format == nullptr)
         return;
     if (hook != nullptr) {
         hook(format, args);

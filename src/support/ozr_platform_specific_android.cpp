@@ -67,7 +67,7 @@ void ozr_platform_log_debug(const char* line)
 
 void ozr_platform_log_dump(const char* filename, const uint8_t* data, int32_t size)
 {
-    if (size < 0 || (data == nullptr && size > 0))
+    if (filename == nullptr || size < 0 || (data == nullptr && size > 0))
         return;
     FILE* file = fopen(filename, "wb");
     if (file == nullptr)
@@ -80,13 +80,15 @@ void ozr_platform_log_dump(const char* filename, const uint8_t* data, int32_t si
 void* ozr_memcpy_s(void* dst, uint32_t dst_size, const void* src, uint32_t count)
 {
     const uint32_t bytes = std::min(dst_size, count);
-    if (bytes > 0)
+    if (bytes > 0 && dst != nullptr && src != nullptr)
         memcpy(dst, src, bytes);
     return dst;
 }
 
 char* ozr_strncpy_s(char* dst, uint32_t dst_size, const char* src, uint32_t count)
 {
+    if (dst == nullptr || src == nullptr)
+        return dst;
     return strncpy(dst, src, std::min(dst_size, count));
 }
 

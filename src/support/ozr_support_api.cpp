@@ -2,6 +2,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "ozr_large_pages.h"
 #include "ozr_support.h"
 #include "ozr_types.h"
 
@@ -60,7 +61,7 @@ const char* ozr_err_to_string(ozr_err code)
 
 void* ozr_malloc(uint32_t size)
 {
-    return malloc(size);
+    return ozr_prefer_large_pages(malloc(size), size);
 }
 
 void* ozr_realloc(void* ptr, uint32_t size)
@@ -70,7 +71,7 @@ void* ozr_realloc(void* ptr, uint32_t size)
 
 void* ozr_calloc(uint32_t count, uint32_t size)
 {
-    return calloc(count, size);
+    return ozr_prefer_large_pages(calloc(count, size), uint64_t{count} * size);
 }
 
 void ozr_free(void* ptr)
@@ -81,18 +82,20 @@ void ozr_free(void* ptr)
 void* ozr_malloc_aligned(uint32_t size, uint32_t alignment)
 {
     const uint32_t request = size + alignment + kHeaderSize;
-    return _align(malloc(request), request, alignment);
+    return _align(ozr_malloc(request), request, alignment);
 }
 
 void* ozr_calloc_aligned(uint32_t count, uint32_t size, uint32_t alignment)
 {
     // Kept: the overhead is added to every element, not once to the block.
     const uint32_t element = size + alignment + kHeaderSize;
-    return _align(calloc(count, element), uint64_t{count} * element, alignment);
+    return _align(ozr_calloc(count, element), uint64_t{count} * element, alignment);
 }
 
 void ozr_free_aligned(void* ptr)
 {
+    if (ptr == nullptr)
+        return;
     uint16_t distance = 0;
     memcpy(&distance, static_cast<uint8_t*>(ptr) - kHeaderSize, kHeaderSize);
     free(static_cast<uint8_t*>(ptr) - distance - kHeaderSize);
@@ -100,6 +103,8 @@ void ozr_free_aligned(void* ptr)
 
 int32_t ozr_version_compare(const ozr_version* a, const ozr_version* b)
 {
+    if (a == nullptr || b == nullptr)
+        return ozr_err_invalid_argument;
     if (a->major != b->major)
         return a->major > b->major ? 1 : -1;
     if (a->minor != b->minor)
@@ -132,7 +137,8 @@ const ozr_version_variety_entry* ozr_version_variety_get_latest(const ozr_versio
         return nullptr;
     const ozr_version_variety_entry* latest = &entries[0];
     for (int32_t i = 1; i < count; ++i) {
-        if (ozr_version_compare(latest->version, entries[i].version) < 0)
+        const bool has_version = entries[i].version != nullptr;
+        if (has_version && ozr_version_compare(latest->version, entries[i].version) < 0)
             latest = &entries[i];
     }
     return latest;

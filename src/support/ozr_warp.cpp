@@ -74,7 +74,11 @@ struct SourcePlane {
     int32_t pitch;
     int32_t pixel_bytes;
 
-    bool is_readable() const { return data != nullptr || columns < 1 || rows < 1; }
+    // Memory that reaches further than 32 bits count is no image's.
+    bool is_readable() const
+    {
+        return columns < 1 || rows < 1 || (data != nullptr && int64_t{pitch} * rows <= INT32_MAX);
+    }
 };
 
 // Calls for the destination row y with row_at(y). The scale and its square are not 0.

@@ -1,0 +1,172 @@
+// Writing the canvas: row by row, from the leftmost picture to the rightmost, each from its seam onward with a linear
+// transition. What the next picture covers is not written first.
+#include <algorithm>
+
+#include "ozr_kernels.h"
+#include "panorama_canvas.h"
+#include "panorama_util.h"
+
+namespace
+{
+
+// A transition at a seam, in pixels for luma and in pairs for chroma: `reach` columns to either side, weights rising from
+// 1 by `step` 128ths.
+struct Ramp {
+    int32_t reach;
+    int32_t step;
+};
+
+struct Ramps {
+    Ramp luma;
+    Ramp chroma;
+};
+
+// Transitions exist for three margins; with any other the pictures are switched at the seam.
+Ramps _ramps(int32_t margin)
+{
+    if (margin != 16 && margin != 32 && margin != 64)
+        return {{0, 0}, {0, 0}};
+    return {{margin, 64 / margin}, {margin / 2, 128 / margin}};
+}
+
+struct Position {
+    int32_t x;
+    int32_t y;
+};
+
+// What one picture adds to one output row. `at` and all columns count units: luma pixels or chroma pairs.
+struct Stroke {
+    uint8_t* out;  // at the picture's left edge
+    const uint8_t* src;
+    int32_t at;           // of the picture on the canvas
+    int32_t end;          // of the picture, as far as it lies on the canvas
+    int32_t blend_begin;  // columns of the picture: the transition, then the picture alone
+    int32_t copy_begin;
+    int32_t first_weight;
+};
+
+// The strokes of one output row, in one of the two planes.
+struct Strokes {
+    int32_t count;
+    Stroke of[kMaxPictures];
+};
+
+// Where the switch to a picture lies in a row: the seam and the width of the overlap, in units.
+struct Switch {
+    int32_t seam;
+    int32_t overlap;
+};
+
+// A ramp that the overlap clips keeps the weights of the whole ramp.
+void _set_transition(Stroke* stroke, Switch at, const Ramp& ramp)
+{
+    stroke->blend_begin = std::min(std::max(at.seam - ramp.reach, 0), stroke->end);
+    const int32_t blend_end = std::min({at.seam + ramp.reach, at.overlap, stroke->end});
+    stroke->copy_begin = std::max(stroke->blend_begin, blend_end);
+    stroke->first_weight = 1 + (stroke->blend_begin - (at.seam - ramp.reach)) * ramp.step;
+}
+
+// The column up to which the picture is to be seen, or read by the transition to the next one: pictures are equally wide and
+// none lies left of the one before, so the next covers the rest.
+int32_t _copy_end(const Stroke& stroke, const Stroke* next)
+{
+    return next != nullptr ? std::min(stroke.end, next->at + next->copy_begin - stroke.at) : stroke.end;
+}
+
+// `unit` bytes are one pixel of luma or one pair of chroma.
+void _write(const Strokes& strokes, int32_t unit, int32_t weight_step, BlendRow blend)
+{
+    for (int32_t i = 0; i < strokes.count; ++i) {
+        const Stroke& stroke = strokes.of[i];
+        if (stroke.blend_begin < stroke.copy_begin)
+            blend(stroke.out + stroke.blend_begin * unit, stroke.src + stroke.blend_begin * unit,
+                  stroke.copy_begin - stroke.blend_begin, stroke.first_weight, weight_step);
+        const int32_t end = _copy_end(stroke, i + 1 < strokes.count ? &strokes.of[i + 1] : nullptr);
+        if (stroke.copy_begin < end)
+            PanoMemcpy(stroke.out + stroke.copy_begin * unit, stroke.src + stroke.copy_begin * unit,
+                       static_cast<uint32_t>((end - stroke.copy_begin) * unit));
+    }
+}
+
+// The luma of output row y; no columns when the picture has no such row.
+Stroke _luma_stroke(const PanoImg* out, const PanoImg* picture, Position at, int32_t y, int32_t row)
+{
+    const bool shown = row >= 0 && row < picture->height;
+    return {pano_row(out, y) + at.x,
+            pano_row(picture, shown ? row : 0),
+            at.x,
+            shown ? std::min(picture->width, out->width - at.x) : 0,
+            0,
+            0,
+            0};
+}
+
+// The chroma of output rows y and y + 1. Odd positions round down in the chroma plane.
+Stroke _chroma_stroke(const PanoImg* out, const PanoImg* picture, Position at, int32_t y, int32_t row)
+{
+    const bool shown = row >= 0 && row >> 1 < picture->height / 2;
+    const int32_t x = at.x >> 1;
+    return {pano_chroma_row(out, y / 2) + 2 * x,
+            pano_chroma_row(picture, shown ? row >> 1 : 0),
+            x,
+            shown ? std::min(picture->width / 2, out->width / 2 - x) : 0,
+            0,
+            0,
+            0};
+}
+
+// The row of the seam that output row y meets, or -1.
+int32_t _seam_row(const Seam& seam, int32_t row)
+{
+    const int32_t overlap_row = row - seam.b.y;
+    return overlap_row >= 0 && overlap_row < seam.b.height ? overlap_row : -1;
+}
+
+void _add(Strokes* strokes, const Stroke& stroke)
+{
+    if (stroke.end > 0)
+        strokes->of[strokes->count++] = stroke;
+}
+
+// Picture i of the canvas at `at`, in output row y and, with an even y, in the chroma row of y and y + 1. A chroma row
+// follows the seam of the first of its two rows.
+void _add_picture(Strokes* luma, Strokes* chroma, const Canvas& canvas, int32_t i, Position at,
+                  const PanoImg* out, int32_t y, const Ramps& ramps)
+{
+    const PanoImg* picture = canvas.pictures[i];
+    const int32_t row = static_cast<int32_t>(canvas.lowest) + y - at.y;
+    Stroke luma_stroke = _luma_stroke(out, picture, at, y, row);
+    Stroke chroma_stroke = _chroma_stroke(out, picture, at, y, row);
+    if (i > 0) {
+        const Seam& seam = canvas.seams[i];
+        const int32_t seam_row = _seam_row(seam, row);
+        if (seam_row < 0)
+            return;
+        const int32_t column = seam.columns[static_cast<size_t>(seam_row)];
+        _set_transition(&luma_stroke, {column, seam.b.width}, ramps.luma);
+        _set_transition(&chroma_stroke, {column >> 1, seam.b.width >> 1}, ramps.chroma);
+    }
+    _add(luma, luma_stroke);
+    if (y % 2 == 0)
+        _add(chroma, chroma_stroke);
+}
+
+}  // namespace
+
+void panorama_canvas_write(const Canvas& canvas, int32_t margin, PanoImg* out)
+{
+    const OzrKernels* kernels = ozr_kernels();
+    const Ramps ramps = _ramps(margin);
+    for (int32_t y = 0; y < out->height; ++y) {
+        Strokes luma = {};
+        Strokes chroma = {};
+        Position at = {0, 0};
+        for (int32_t i = 0; i < canvas.count; ++i) {
+            if (i > 0)
+                at = {at.x + canvas.results[i].x, at.y + canvas.results[i].y};
+            _add_picture(&luma, &chroma, canvas, i, at, out, y, ramps);
+        }
+        _write(luma, 1, ramps.luma.step, kernels->blend_row);
+        _write(chroma, 2, ramps.chroma.step, kernels->blend_pairs_row);
+    }
+}
