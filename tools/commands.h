@@ -29,6 +29,10 @@ struct VideoOptions : CommonOptions {
     std::string clip;  // a file's name, or "-"
 };
 
+struct ReplayOptions : CommonOptions {
+    std::string folder;
+};
+
 struct ConvertOptions {
     std::string input, output;
     ozr_image_format format = ozr_image_format_rgba32;
@@ -48,6 +52,9 @@ void run_stitch(const StitchOptions& options);
 
 /** A panning video: every frame is a preview, the announced ones are the pictures. */
 void run_video(const VideoOptions& options);
+
+/** The calls of a recording; throws Mismatch when the library answers otherwise than recorded. */
+void run_replay(const ReplayOptions& options);
 
 /** One picture or raw file becomes another. */
 void run_convert(const ConvertOptions& options);

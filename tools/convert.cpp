@@ -2,6 +2,7 @@
 #include "commands.h"
 #include "file_io.h"
 #include "image_owner.h"
+#include "names.h"
 #include "picture_io.h"
 #include "program_error.h"
 
@@ -13,12 +14,6 @@ namespace
 
 constexpr int32_t kTightStride = 1;  // asks for rows without padding, as raw files have them
 
-const char* _name_of(ozr_image_format format)
-{
-    constexpr const char* kNames[] = {"nv12", "yv12", "gray", "rgba", "yuy2", "nv21"};
-    return kNames[format];
-}
-
 void _check(ozr_err error, const std::string& what)
 {
     if (error != ozr_success)
@@ -27,7 +22,8 @@ void _check(ozr_err error, const std::string& what)
 
 void _create(ozr_image* image, int32_t width, int32_t height, ozr_image_format format)
 {
-    _check(ozr_image_create(image, width, height, kTightStride, format, 0), "no memory for an image");
+    _check(ozr_image_create(image, width, height, kTightStride, format, 0),
+           "no memory for an image; give a smaller one");
 }
 
 /** The size without the last column or row that a format with shared chroma cannot hold. */
@@ -45,12 +41,13 @@ void _read_raw(const ConvertOptions& options, ozr_image* image)
         throw UsageError("--from: raw input needs --size, for example --size 1280x960");
     const Size even = _even(size, options.from);
     if (size.width != even.width || size.height != even.height)
-        throw UsageError("--size: raw " + std::string(_name_of(options.from)) + " has even sizes");
+        throw UsageError("--size: raw " + std::string(format_name(options.from)) +
+                         " has even sizes; give the size that the file was written with");
     const std::vector<uint8_t> bytes = read_file(options.input);
     _create(image, size.width, size.height, options.from);
     if (bytes.size() != static_cast<size_t>(image->size))
-        fail("%s: %zu bytes, but %dx%d in %s has %d", options.input.c_str(), bytes.size(), size.width,
-             size.height, _name_of(options.from), image->size);
+        fail("%s: %zu bytes, but %dx%d in %s has %d; check --from and --size", options.input.c_str(),
+             bytes.size(), size.width, size.height, format_name(options.from), image->size);
     memcpy(image->data, bytes.data(), bytes.size());
 }
 
@@ -62,7 +59,7 @@ void _read_file(const ConvertOptions& options, ozr_image* image)
     const Size size = options.sample > 0 ? whole : _even(whole, options.format);
     if (size.width != whole.width || size.height != whole.height)
         say("%s is cropped from %dx%d to %dx%d: %s needs even sizes", options.input.c_str(), whole.width,
-            whole.height, size.width, size.height, _name_of(options.format));
+            whole.height, size.width, size.height, format_name(options.format));
     _create(image, size.width, size.height, ozr_image_format_rgba32);
     for (int32_t y = 0; y < size.height; ++y)
         memcpy(image->data + static_cast<ptrdiff_t>(y) * image->stride, picture.row(y),
@@ -74,8 +71,9 @@ void _convert(const ozr_image& image, ozr_image_format format, ozr_image* result
 {
     _create(result, image.width, image.height, format);  // fits already, so it keeps its tight rows
     const std::string what = std::string("conversion of ") + std::to_string(image.width) + "x" +
-                             std::to_string(image.height) + " pixels from " + _name_of(image.format) +
-                             " to " + _name_of(format) + " (chroma shared by pixels needs even sizes)";
+                             std::to_string(image.height) + " pixels from " + format_name(image.format) +
+                             " to " + format_name(format) +
+                             "; chroma shared by pixels needs even sizes, gray and rgba take any";
     if (image.format == format || image.format == ozr_image_format_rgba32 ||
         format == ozr_image_format_rgba32) {
         _check(ozr_image_convert(&image, result, format), what);
@@ -111,18 +109,21 @@ void run_convert(const ConvertOptions& options)
     else
         _read_file(options, source.get());
     if (options.flip)
-        _check(ozr_image_hflip(source.get()), std::string("mirroring ") + _name_of(source.get()->format));
+        _check(ozr_image_hflip(source.get()), std::string("mirroring ") + format_name(source.get()->format) +
+                                                  "; convert to another format first");
     const ozr_image* image = source.get();
     if (options.sample > 0) {
         const int32_t width = image->width / options.sample, height = image->height / options.sample;
         if (width < 1 || height < 1)
-            fail("%s: nothing is left of %dx%d pixels", options.input.c_str(), image->width, image->height);
+            fail("%s: nothing is left of %dx%d pixels; choose a smaller --sample", options.input.c_str(),
+                 image->width, image->height);
         _create(sampled.get(), width, height, ozr_image_format_gray);
-        _check(ozr_image_sample_gray(sampled.get(), image, options.sample), "sampling");
+        _check(ozr_image_sample_gray(sampled.get(), image, options.sample),
+               "sampling; convert to another format first");
         image = sampled.get();
     }
     _convert(*image, options.format, converted.get());
     _write(options, *converted.get());
-    printf("%dx%d in %s written to %s\n", image->width, image->height, _name_of(options.format),
+    printf("%dx%d in %s written to %s\n", image->width, image->height, format_name(options.format),
            options.output.c_str());
 }

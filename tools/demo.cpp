@@ -90,7 +90,8 @@ Size _preview_size(const DemoOptions& options)
     // The library measures along one axis and scales both alike, so both pictures must have one shape.
     if (std::abs(preview.width * size.height - preview.height * size.width) * 50 >
         preview.height * size.width)
-        throw UsageError("--preview: its sides must have the proportion of the pictures' sides");
+        throw UsageError("--preview: its sides must have the proportion of the pictures' sides; leave it out "
+                         "for 640 pixels on the longer one");
     return preview;
 }
 
@@ -141,14 +142,14 @@ void _set_truth(const Pose& from, const Pose& to, const Lens& preview, PictureEn
 
 /** Takes the first picture, then follows the hand and takes those that the library asks for. */
 void _take_pictures(const DemoOptions& options, const Stage& stage, const Surroundings& surroundings,
-                    Sweep& sweep, Report* report)
+                    Sweep& sweep, Journal* journal)
 {
     const double nearest = stage.view / 2, farthest = stage.arc - stage.view / 2;
     Hand hand(stage.backwards ? farthest - kEdge : nearest + kEdge, stage.step, options.seed);
     ImageOwner picture(stage.picture.width, stage.picture.height);
     ImageOwner preview(stage.preview.width, stage.preview.height);
     const auto photograph = [&](const Lens& lens, ozr_image* image) {
-        const Report::Lap lap = report->time("photograph");
+        const Journal::Lap lap = journal->time("photograph");
         surroundings.photograph(lens, hand.pose(), image);
     };
     Pose last_pose = hand.pose();
@@ -156,12 +157,14 @@ void _take_pictures(const DemoOptions& options, const Stage& stage, const Surrou
     PictureEntry first;
     first.source = "frame 0";
     sweep.add(picture.get(), std::move(first));
-    for (int frame = 0; static_cast<int32_t>(report->pictures.size()) < options.pictures;
+    for (int frame = 0; static_cast<int32_t>(journal->pictures.size()) < options.pictures;
          ++frame, hand.move_on()) {
         PictureEntry entry;
         entry.source = "frame " + std::to_string(frame);
         if (hand.pose().along < nearest || hand.pose().along > farthest)
-            fail("the scene ended before picture %zu was due", report->pictures.size());
+            sweep.give_up(
+                "the scene ended before picture %zu was due; take fewer pictures, or another --seed",
+                journal->pictures.size());
         photograph(stage.preview, preview.get());
         const Announcement announcement = sweep.watch(*preview.get(), entry.source);
         if (!announcement.due)
@@ -180,14 +183,14 @@ void _take_pictures(const DemoOptions& options, const Stage& stage, const Surrou
 void run_demo(const DemoOptions& options)
 {
     require_writable(options.output);
-    Report report;
-    report.command = "demo";
-    Sweep sweep(options, &report, options.direction, kOverlapPercent);
+    Journal journal;
+    journal.command = "demo";
+    Sweep sweep(options, &journal, options.direction, kOverlapPercent);
     const Stage stage = _set_up(options);
     const Surroundings surroundings = [&] {
-        const Report::Lap lap = report.time("paint");
+        const Journal::Lap lap = journal.time("paint");
         return _paint(options, stage);
     }();
-    _take_pictures(options, stage, surroundings, sweep, &report);
+    _take_pictures(options, stage, surroundings, sweep, &journal);
     sweep.finish();
 }

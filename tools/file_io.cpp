@@ -8,7 +8,6 @@
 #include <memory>
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -40,7 +39,7 @@ public:
     {
         descriptor_ = mkstemp(&name_[0]);
         if (descriptor_ < 0)
-            fail("%s: cannot be written: %s", target_.c_str(), strerror(errno));
+            fail_file(target_, "written", errno);
     }
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
@@ -59,7 +58,7 @@ public:
             if (written < 0 && errno == EINTR)
                 continue;
             if (written <= 0)
-                fail("%s: cannot be written: %s", target_.c_str(), strerror(errno));
+                fail_file(target_, "written", errno);
             data += written;
             size -= static_cast<size_t>(written);
         }
@@ -74,7 +73,7 @@ public:
         const int close_result = close(descriptor_);
         descriptor_ = -1;
         if (mode_result != 0 || close_result != 0 || rename(name_.c_str(), target_.c_str()) != 0)
-            fail("%s: cannot be written: %s", target_.c_str(), strerror(errno));
+            fail_file(target_, "written", errno);
         name_.clear();
     }
 
@@ -90,17 +89,17 @@ std::vector<uint8_t> read_file(const std::string& path)
 {
     const FileOwner file(fopen(path.c_str(), "rb"));
     if (!file)
-        fail("%s: cannot be read: %s", path.c_str(), strerror(errno));
+        fail_file(path, "read", errno);
     std::vector<uint8_t> bytes;
     size_t used = 0;
     do {
         if (used > kMaxFileBytes)
-            fail("%s: larger than %zu MiB", path.c_str(), kMaxFileBytes >> 20);
+            fail("%s: larger than %zu MiB; give a smaller file", path.c_str(), kMaxFileBytes >> 20);
         bytes.resize(used + kReadChunkBytes);
         used += fread(bytes.data() + used, 1, kReadChunkBytes, file.get());
     } while (used == bytes.size());
     if (ferror(file.get()) != 0)
-        fail("%s: cannot be read: %s", path.c_str(), strerror(errno));
+        fail_file(path, "read", errno);
     bytes.resize(used);
     return bytes;
 }
@@ -109,9 +108,9 @@ void require_writable(const std::string& path)
 {
     struct stat status;
     if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
-        fail("%s: cannot be written: %s", path.c_str(), strerror(EISDIR));
+        fail_file(path, "written", EISDIR);
     if (access(_directory_of(path).c_str(), W_OK | X_OK) != 0)
-        fail("%s: cannot be written: %s", path.c_str(), strerror(errno));
+        fail_file(path, "written", errno);
 }
 
 void write_file_whole(const std::string& path, const uint8_t* data, size_t size)

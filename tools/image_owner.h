@@ -25,7 +25,7 @@ private:
 /** Converts a picture to NV12, without its last column or row where their number is odd. Throws ProgramError. */
 void convert_to_nv12(const Picture& picture, ozr_image* nv12);
 
-/** Converts an NV12 image to a picture. Throws ProgramError. */
+/** Converts an NV12 image to a picture, likewise. Throws ProgramError. */
 Picture convert_to_picture(const ozr_image& nv12);
 
 #endif

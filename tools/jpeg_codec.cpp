@@ -27,9 +27,15 @@ struct ErrorReturn {
     char text[JMSG_LENGTH_MAX];
 };
 
+// By way of void*, as in C: the address is that of the whole record, which is aligned for all of it.
+ErrorReturn* _error_return(j_common_ptr codec)
+{
+    return static_cast<ErrorReturn*>(static_cast<void*>(codec->err));
+}
+
 [[noreturn]] void _leave(j_common_ptr codec)
 {
-    ErrorReturn* error = reinterpret_cast<ErrorReturn*>(codec->err);
+    ErrorReturn* error = _error_return(codec);
     codec->err->format_message(codec, error->text);
     longjmp(error->jump, 1);
 }
@@ -52,10 +58,11 @@ void _judge_warning(j_common_ptr codec, int level)
 
 void _stop_endless_scans(j_common_ptr codec)
 {
-    const jpeg_decompress_struct* decoder = reinterpret_cast<const jpeg_decompress_struct*>(codec);
+    const jpeg_decompress_struct* decoder =
+        static_cast<const jpeg_decompress_struct*>(static_cast<void*>(codec));
     if (decoder->input_scan_number <= kMaxScans)
         return;
-    ErrorReturn* error = reinterpret_cast<ErrorReturn*>(codec->err);
+    ErrorReturn* error = _error_return(codec);
     snprintf(error->text, sizeof(error->text), "more than %d scans", kMaxScans);
     longjmp(error->jump, 1);
 }
@@ -170,25 +177,26 @@ Picture decode_jpeg(const std::vector<uint8_t>& file)
 {
     JpegDecoder decoder;
     if (!decoder.read_header(file))
-        fail("broken JPEG: %s", decoder.error.text);
+        fail("broken JPEG: %s; save or fetch it again", decoder.error.text);
     const jpeg_decompress_struct& header = decoder.codec;
     if (header.jpeg_color_space == JCS_CMYK || header.jpeg_color_space == JCS_YCCK)
-        fail("a JPEG in CMYK colours is not supported");
+        fail("a JPEG in CMYK colours is not supported; save it in RGB");
     if (!is_sane_picture_size(header.image_width, header.image_height))
-        fail("%ux%u pixels are too many", header.image_width, header.image_height);
+        fail("%ux%u pixels are too many; scale it down to 16384 a side and 64 million in all",
+             header.image_width, header.image_height);
     const int orientation = decoder.orientation();  // libjpeg drops the markers with the last row
     Picture picture(static_cast<int32_t>(header.image_width), static_cast<int32_t>(header.image_height));
     if (!decoder.read_pixels(&picture))
-        fail("broken JPEG: %s", decoder.error.text);
+        fail("broken JPEG: %s; save or fetch it again", decoder.error.text);
     return turn_upright(std::move(picture), orientation);
 }
 
 std::vector<uint8_t> encode_jpeg(const Picture& picture, int quality)
 {
     if (picture.width > JPEG_MAX_DIMENSION || picture.height > JPEG_MAX_DIMENSION)
-        fail("%dx%d pixels are too many for a JPEG", picture.width, picture.height);
+        fail("%dx%d pixels are too many for a JPEG; name a .png", picture.width, picture.height);
     JpegEncoder encoder;
     if (!encoder.write(picture, quality))
-        fail("cannot be stored as JPEG: %s", encoder.error.text);
+        fail("cannot be stored as JPEG: %s; try a .png", encoder.error.text);
     return std::vector<uint8_t>(encoder.bytes, encoder.bytes + encoder.size);
 }

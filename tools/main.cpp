@@ -1,5 +1,6 @@
 // The command line of ozr-pano.
 #include "commands.h"
+#include "names.h"
 #include "picture_io.h"
 #include "program_error.h"
 
@@ -14,7 +15,7 @@
 namespace
 {
 
-constexpr int kExitFailure = 1, kExitUsage = 2;
+constexpr int kExitFailure = 1, kExitUsage = 2, kExitMismatch = 3;
 
 const std::vector<ozr_panorama_direction> kDirections = {
     ozr_panorama_direction_right, ozr_panorama_direction_left, ozr_panorama_direction_down,
@@ -59,12 +60,22 @@ void _add_common(CLI::App* command, CommonOptions* options, const char* output)
         ->check([](const std::string& path) {
             return is_picture_name(path) ? std::string() : path + " does not end in .png, .jpg or .jpeg";
         })
-        ->option_text("FILE [" + options->output + "]");
+        ->option_text(options->output.empty() ? "FILE" : "FILE [" + options->output + "]");
     command->add_option("--quality", options->quality, "Quality of a JPEG, 1 to 100")
         ->check(CLI::Range(1, 100))
         ->option_text("Q [" + std::to_string(options->quality) + "]");
+    command->add_option("--report", options->report, "Also write a page that shows what was done")
+        ->option_text("FILE.html");
     command->add_flag("--json", options->json, "Print the summary as JSON");
     command->add_flag("--verbose", options->verbose, "Show the library's log on standard error");
+}
+
+void _add_record(CLI::App* command, CommonOptions* options)
+{
+    command
+        ->add_option("--record", options->record,
+                     "Also record the library's calls into a new folder, for replay")
+        ->option_text("DIR");
 }
 
 /** A side of a demo picture: even, and neither too small to be aligned nor larger than a scene is painted for. */
@@ -94,6 +105,7 @@ CLI::App* _add_demo(CLI::App* app, DemoOptions* options)
 {
     CLI::App* command = app->add_subcommand("demo", "Sweep a simulated camera across a painted scene");
     _add_common(command, options, "panorama.png");
+    _add_record(command, options);
     _add_direction(command, &options->direction, kDirections);
     command->add_option("-n,--pictures", options->pictures, "How many pictures to take, 1 to 10")
         ->check(CLI::Range(1, 10))
@@ -110,6 +122,7 @@ CLI::App* _add_stitch(CLI::App* app, StitchOptions* options)
 {
     CLI::App* command = app->add_subcommand("stitch", "Stitch pictures that were taken by panning");
     _add_common(command, options, "panorama.jpg");
+    _add_record(command, options);
     _add_direction(command, &options->direction, kDirections);
     _add_overlap(command, &options->overlap);
     command
@@ -124,6 +137,7 @@ CLI::App* _add_video(CLI::App* app, VideoOptions* options)
 {
     CLI::App* command = app->add_subcommand("video", "Make a panorama of a panning video");
     _add_common(command, options, "panorama.png");
+    _add_record(command, options);
     std::vector<ozr_panorama_direction> directions = kDirections;
     directions.push_back(ozr_panorama_direction_auto);
     _add_direction(command, &options->direction, directions);
@@ -133,6 +147,18 @@ CLI::App* _add_video(CLI::App* app, VideoOptions* options)
         ->option_text("CLIP.y4m|-");
     command->footer("Other formats by way of a pipe:\n"
                     "  ffmpeg -i clip.mp4 -pix_fmt yuv420p -f yuv4mpegpipe - | ozr-pano video -");
+    return command;
+}
+
+CLI::App* _add_replay(CLI::App* app, ReplayOptions* options)
+{
+    CLI::App* command =
+        app->add_subcommand("replay", "Repeat a recording and compare what the library answers");
+    _add_common(command, options, "");
+    command->add_option("folder", options->folder, "Folder that --record or an application wrote")
+        ->required()
+        ->option_text("DIR");
+    command->footer("Exit status: 0 all answers are as recorded, 3 some differ, 1 no replay was possible.");
     return command;
 }
 
@@ -195,16 +221,21 @@ int _run(int argc, char** argv)
     CLI::App app("Panoramas from a camera's sweep.", "ozr-pano");
     app.set_version_flag("--version", _banner());
     app.require_subcommand(1);
-    app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("ozr-pano: ") + error.what() + " (--help shows the usage)\n";
+    app.failure_message([&app](const CLI::App*, const CLI::Error& error) {
+        std::string text = error.what();
+        if (app.get_subcommands().empty() && app.remaining_size() > 0)
+            text = app.remaining().front() + " is no command";
+        return "ozr-pano: " + text + " (--help shows the usage)\n";
     });
     DemoOptions demo;
     StitchOptions stitch;
     VideoOptions video;
+    ReplayOptions replay;
     ConvertOptions convert;
     const CLI::App* demo_command = _add_demo(&app, &demo);
     const CLI::App* stitch_command = _add_stitch(&app, &stitch);
     const CLI::App* video_command = _add_video(&app, &video);
+    const CLI::App* replay_command = _add_replay(&app, &replay);
     _add_convert(&app, &convert);
     try {
         app.parse(argc, argv);
@@ -217,6 +248,8 @@ int _run(int argc, char** argv)
         run_stitch(stitch);
     else if (video_command->parsed())
         run_video(video);
+    else if (replay_command->parsed())
+        run_replay(replay);
     else
         run_convert(convert);
     return 0;
@@ -226,22 +259,22 @@ int _run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    int status = kExitFailure;
     try {
-        status = _run(argc, argv);
+        const int status = _run(argc, argv);
+        if (fflush(stdout) != 0)
+            fail_file("standard output", "written", errno);
+        return status;
     } catch (const UsageError& error) {
         say("%s", error.what());
         return kExitUsage;
+    } catch (const Mismatch& error) {
+        say("%s", error.what());
+        return kExitMismatch;
     } catch (const std::bad_alloc&) {
-        say("out of memory");
+        say("out of memory; give smaller or fewer pictures");
         return kExitFailure;
     } catch (const std::exception& error) {
         say("%s", error.what());
         return kExitFailure;
     }
-    if (fflush(stdout) != 0) {
-        say("standard output: %s", strerror(errno));
-        return kExitFailure;
-    }
-    return status;
 }

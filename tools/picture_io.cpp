@@ -32,7 +32,7 @@ Picture read_picture(const std::string& path)
             return decode_jpeg(file);
         if (looks_like_png(file))
             return decode_png(file);
-        fail("neither a JPEG nor a PNG picture");
+        fail("neither a JPEG nor a PNG picture; convert it to one of them");
     } catch (const ProgramError& error) {
         fail("%s: %s", path.c_str(), error.what());
     }

@@ -51,13 +51,14 @@ Picture decode_png(const std::vector<uint8_t>& file)
 {
     PngImage png;
     if (png_image_begin_read_from_memory(&png.image, file.data(), file.size()) == 0)
-        fail("broken PNG: %s", png.image.message);
+        fail("broken PNG: %s; save or fetch it again", png.image.message);
     if (!is_sane_picture_size(png.image.width, png.image.height))
-        fail("%ux%u pixels are too many", png.image.width, png.image.height);
+        fail("%ux%u pixels are too many; scale it down to 16384 a side and 64 million in all",
+             png.image.width, png.image.height);
     png.image.format = PNG_FORMAT_RGBA;
     Picture picture(static_cast<int32_t>(png.image.width), static_cast<int32_t>(png.image.height));
     if (png_image_finish_read(&png.image, nullptr, picture.rgba.data(), 0, nullptr) == 0)
-        fail("broken PNG: %s", png.image.message);
+        fail("broken PNG: %s; save or fetch it again", png.image.message);
     return turn_upright(std::move(picture), _orientation(file));
 }
 
@@ -75,7 +76,7 @@ std::vector<uint8_t> encode_png(const Picture& picture)
     std::vector<uint8_t> file(PNG_IMAGE_PNG_SIZE_MAX(png.image));
     png_alloc_size_t size = file.size();
     if (png_image_write_to_memory(&png.image, file.data(), &size, 0, rgb.data(), 0, nullptr) == 0)
-        fail("cannot be stored as PNG: %s", png.image.message);
+        fail("cannot be stored as PNG: %s; try a .jpg", png.image.message);
     file.resize(size);
     return file;
 }

@@ -1,17 +1,51 @@
 // One-line messages: thrown ones and those that the program goes on after.
 #include "program_error.h"
 
-#include <stdarg.h>
+#include "quoting.h"
+
+#include <errno.h>
 #include <stdio.h>
+#include <string.h>
+
+namespace
+{
+
+/** What to do about an errno. */
+const char* _remedy(int error)
+{
+    switch (error) {
+    case ENOENT:
+        return "check the name";
+    case EISDIR:
+        return "name a file, not a folder";
+    case ENOTDIR:
+        return "a part of the path is no folder, check the name";
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return "change its permissions, or choose another place";
+    case ENOSPC:
+    case EDQUOT:
+        return "make room, or choose another place";
+    default:
+        return "try again, or choose another place";
+    }
+}
+
+}  // namespace
 
 void fail(const char* format, ...)
 {
-    char text[1024];
     va_list args;
     va_start(args, format);
-    vsnprintf(text, sizeof(text), format, args);
+    const std::string text = formatted(format, args);
     va_end(args);
     throw ProgramError(text);
+}
+
+void fail_file(const std::string& path, const char* action, int error)
+{
+    fail("%s: cannot be %s: %s; %s", path.c_str(), action, strerror(error), _remedy(error));
 }
 
 void say(const char* format, ...)

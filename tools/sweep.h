@@ -3,17 +3,7 @@
 #define SWEEP_H
 
 #include "progress.h"
-#include "report.h"
-
-#include <memory>
-
-/** What every command takes. */
-struct CommonOptions {
-    std::string output;
-    int quality = 90;  // of JPEG, 1 to 100
-    bool verbose = false;
-    bool json = false;
-};
+#include "session.h"
 
 /** What the library answers to a preview. */
 struct Announcement {
@@ -22,14 +12,14 @@ struct Announcement {
     ozr_point offset = {0, 0};
 };
 
-/** A session of the library that notes in a report what happens. Every failure throws ProgramError. */
+/** A session whose failures are told to the user: every one throws ProgramError. */
 class Sweep
 {
 public:
     /** @param overlap  percent. */
-    Sweep(const CommonOptions& options, Report* report, ozr_panorama_direction direction, int32_t overlap);
+    Sweep(const CommonOptions& options, Journal* journal, ozr_panorama_direction direction, int32_t overlap);
 
-    int32_t max_pictures() const { return handle_->max_supported_num_images; }
+    int32_t max_pictures() const { return session_.limits().max_supported_num_images; }
 
     /** Shows the library a preview frame. @param name  of the frame, for messages. */
     Announcement watch(const ozr_image& preview, const std::string& name);
@@ -37,18 +27,17 @@ public:
     /** Adds a picture. Its entry tells the offset, or that the library is to derive it. */
     void add(ozr_image* picture, PictureEntry entry);
 
-    /** Composes the panorama, writes it, and completes the report. */
+    /** Composes the panorama, writes it, and completes the journal. */
     void finish();
 
-private:
-    struct Destroy {
-        void operator()(ozr_panorama* handle) const { ozr_panorama_destroy(handle); }
-    };
+    /** Ends a sweep that makes no panorama: the report page, if one is wanted, says why. */
+    [[noreturn]] void give_up(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
+private:
     const CommonOptions& options_;
-    Report* report_;
+    Journal* journal_;
     Progress progress_;
-    std::unique_ptr<ozr_panorama, Destroy> handle_;
+    Session session_;
 };
 
 #endif

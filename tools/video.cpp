@@ -6,7 +6,6 @@
 #include "y4m.h"
 
 #include <errno.h>
-#include <string.h>
 
 namespace
 {
@@ -19,12 +18,12 @@ struct CloseFile {
     }
 };
 
-void _follow(Y4mReader& clip, Sweep& sweep, Report* report)
+void _follow(Y4mReader& clip, Sweep& sweep, Journal* journal)
 {
     ImageOwner frame(clip.width() & ~1, clip.height() & ~1);
     for (int number = 0;; ++number) {
         {
-            const Report::Lap lap = report->time("read");
+            const Journal::Lap lap = journal->time("read");
             if (!clip.read_frame(frame.get()))
                 return;
         }
@@ -52,18 +51,20 @@ void run_video(const VideoOptions& options)
     const std::string name = piped ? "standard input" : options.clip;
     const std::unique_ptr<FILE, CloseFile> file(piped ? stdin : fopen(options.clip.c_str(), "rb"));
     if (!file)
-        fail("%s: cannot be read: %s", name.c_str(), strerror(errno));
+        fail_file(name, "read", errno);
     Y4mReader clip(file.get(), name);
     if (clip.width() % 2 != 0 || clip.height() % 2 != 0)
         say("the frames are cropped from %dx%d to %dx%d: sizes must be even", clip.width(), clip.height(),
             clip.width() & ~1, clip.height() & ~1);
-    Report report;
-    report.command = "video";
-    Sweep sweep(options, &report, options.direction, options.overlap);
-    _follow(clip, sweep, &report);
-    if (report.pictures.empty())
-        fail("%s: the stream has no frames", name.c_str());
-    if (report.pictures.size() == 1)
-        fail("%s: the camera hardly moves, no second picture was due", name.c_str());
+    Journal journal;
+    journal.command = "video";
+    Sweep sweep(options, &journal, options.direction, options.overlap);
+    _follow(clip, sweep, &journal);
+    if (journal.pictures.empty())
+        fail("%s: the stream has no frames; give a longer clip", name.c_str());
+    if (journal.pictures.size() == 1)
+        sweep.give_up(
+            "%s: the camera hardly moves, no second picture was due; give a longer clip, or raise --overlap",
+            name.c_str());
     sweep.finish();
 }

@@ -59,7 +59,8 @@ Y4mReader::Y4mReader(FILE* file, std::string name) : file_(file), name_(std::mov
     std::string line;
     std::vector<std::string> fields;
     if (!read_line(&line) || !_split_line(line, kStreamMark, &fields))
-        fail("%s: not a YUV4MPEG2 stream", name_.c_str());
+        fail("%s: not a YUV4MPEG2 stream; convert it with ffmpeg -pix_fmt yuv420p -f yuv4mpegpipe",
+             name_.c_str());
     int64_t width = 0, height = 0;
     for (const std::string& field : fields) {
         if (field[0] == 'W')
@@ -67,11 +68,12 @@ Y4mReader::Y4mReader(FILE* file, std::string name) : file_(file), name_(std::mov
         if (field[0] == 'H')
             height = _parse_number(field.substr(1));
         if (field[0] == 'C' && !_is_accepted_chroma(field.c_str() + 1))
-            fail("%s: chroma %.20s is not supported, only 8-bit 4:2:0", name_.c_str(), field.c_str() + 1);
+            fail("%s: chroma %.20s is not supported, only 8-bit 4:2:0; convert with ffmpeg -pix_fmt yuv420p",
+                 name_.c_str(), field.c_str() + 1);
     }
     // Below two pixels nothing is left after rounding down to even sizes.
     if (width < 2 || height < 2 || !is_sane_picture_size(width, height))
-        fail("%s: frames of an impossible size", name_.c_str());
+        fail("%s: frames of an impossible size; scale them to at most 16384 pixels a side", name_.c_str());
     width_ = static_cast<int32_t>(width);
     height_ = static_cast<int32_t>(height);
     const size_t chroma_bytes = static_cast<size_t>((width + 1) / 2 * ((height + 1) / 2));
@@ -86,7 +88,7 @@ bool Y4mReader::read_line(std::string* line)
     for (;;) {
         const int c = fgetc(file_);
         if (c == EOF && ferror(file_) != 0)
-            fail("%s: cannot be read: %s", name_.c_str(), strerror(errno));
+            fail_file(name_, "read", errno);
         if (c == EOF)
             return false;
         if (c == '\n')
@@ -102,8 +104,8 @@ void Y4mReader::read_plane(std::vector<uint8_t>* plane)
     if (fread(plane->data(), 1, plane->size(), file_) == plane->size())
         return;
     if (ferror(file_) != 0)
-        fail("%s: cannot be read: %s", name_.c_str(), strerror(errno));
-    fail("%s: the stream is cut off in frame %u", name_.c_str(), frames_);
+        fail_file(name_, "read", errno);
+    fail("%s: the stream is cut off in frame %u; make or fetch it again", name_.c_str(), frames_);
 }
 
 bool Y4mReader::read_frame(ozr_image* frame)
@@ -113,10 +115,10 @@ bool Y4mReader::read_frame(ozr_image* frame)
     if (!read_line(&line)) {
         if (line.empty())
             return false;
-        fail("%s: the stream is cut off in frame %u", name_.c_str(), frames_);
+        fail("%s: the stream is cut off in frame %u; make or fetch it again", name_.c_str(), frames_);
     }
     if (!_split_line(line, kFrameMark, &fields))
-        fail("%s: no frame where frame %u should begin", name_.c_str(), frames_);
+        fail("%s: no frame where frame %u should begin; make or fetch it again", name_.c_str(), frames_);
     read_plane(&luma_);
     read_plane(&u_);
     read_plane(&v_);

@@ -1,6 +1,8 @@
-// What a run did: collected while it works, printed for people or for machines.
-#ifndef REPORT_H
-#define REPORT_H
+// What a run did: collected while it works, told afterwards by the summary and the report page.
+#ifndef JOURNAL_H
+#define JOURNAL_H
+
+#include "picture.h"
 
 #include <ozr_panorama.h>
 
@@ -15,32 +17,43 @@ struct PictureEntry {
     ozr_point offset = {0, 0};  // pixels of the preview since the picture before
     bool has_truth = false;     // the camera's true motion is known
     double truth_x = 0, truth_y = 0;
+    Picture thumbnail;  // empty unless a report page is wanted
 };
 
-struct Report {
-    std::string command;  // "demo", "stitch", "video"
+/** One preview of the sweep. */
+struct PreviewEntry {
+    ozr_point offset;      // pixels of the preview since the picture announced last
+    int32_t announced;     // the number of the picture that is due now, 0 for none
+    size_t pictures_then;  // that the sweep had
+};
+
+struct Journal {
+    std::string command;  // "demo", "stitch", "video", "replay"
     ozr_panorama_direction direction = ozr_panorama_direction_auto;
+    int32_t overlap = 0;  // percent that was asked for
     int32_t picture_width = 0, picture_height = 0;
     std::vector<PictureEntry> pictures;
-    int previews = 0;
+    std::vector<PreviewEntry> previews;
     int pictures_used = 0;
-    int32_t width = 0, height = 0;  // of the panorama
-    std::string output;
+    int32_t width = 0, height = 0;  // of the panorama, 0 while there is none
+    std::string output;             // files written, empty for none
+    std::string report;
+    std::string failure;  // why there is no panorama
 
     /** Adds the time until the returned object dies to a stage; stages are listed in the order of their first use. */
     class Lap
     {
     public:
-        Lap(Report* report, size_t stage)
-            : report_(report), stage_(stage), begin_(std::chrono::steady_clock::now())
+        Lap(Journal* journal, size_t stage)
+            : journal_(journal), stage_(stage), begin_(std::chrono::steady_clock::now())
         {
         }
         Lap(const Lap&) = delete;
         Lap& operator=(const Lap&) = delete;
-        ~Lap() { report_->stages[stage_].time += std::chrono::steady_clock::now() - begin_; }
+        ~Lap() { journal_->stages[stage_].time += std::chrono::steady_clock::now() - begin_; }
 
     private:
-        Report* report_;
+        Journal* journal_;
         size_t stage_;
         std::chrono::steady_clock::time_point begin_;
     };
@@ -52,11 +65,5 @@ struct Report {
     };
     std::vector<Stage> stages;
 };
-
-/** The word for a direction: "auto", "right" ... */
-const char* direction_name(ozr_panorama_direction direction);
-
-/** Prints a summary to standard output: a table for people, or one JSON object. */
-void print_report(const Report& report, bool json);
 
 #endif
