@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 
 #include "pano_result.h"
 #include "panorama_save.h"
@@ -11,14 +13,6 @@
 
 namespace
 {
-
-using Lines = std::vector<std::string>;
-
-struct MotionCase {
-    const char* what;
-    int32_t strict, direction, x, y;
-    int32_t want, want_direction;
-};
 
 }  // namespace
 
@@ -54,20 +48,15 @@ TEST(EngineLife, InitRestoresEverythingButStrictMode)
     const NoisePicture first(96, 64, 0, 0);
     ASSERT_EQ(engine.take(first.img, {0, 0}), 1);
     engine->cancel_requested = 1;
-    LogCapture log;
+    const LogCapture log;
     EXPECT_EQ(panorama_engine_init(engine.pe), 0);
     EXPECT_EQ(log.progress(), Lines{"panorama_engine_init: panorama_engine_init() status = 2"});
-    EXPECT_EQ(engine->strict_mode, 1);
-    EXPECT_EQ(engine->status, kStatusIdle);
-    EXPECT_EQ(panorama_engine_get_param(engine.pe, 2), 70);
-    EXPECT_EQ(engine->max_images, 10);
-    EXPECT_EQ(engine->count, 0);
-    EXPECT_EQ(engine->frames[0].data, nullptr);
-    EXPECT_EQ(engine->image_state[0], kSlotEmpty);
-    EXPECT_EQ(engine->preview_prev, nullptr);
-    EXPECT_EQ(engine->inv_scale, 1.0F);
-    EXPECT_EQ(engine->cancel_requested, 0);
     EXPECT_EQ(panorama_engine_get_process_status(engine.pe), kStatusIdle);
+    EXPECT_EQ(panorama_engine_get_param(engine.pe, 2), 70);
+    EXPECT_EQ(engine->strict_mode, 1);
+    EXPECT_TRUE(engine->max_images == 10 && engine->count == 0 && engine->inv_scale == 1.0F);
+    EXPECT_TRUE(engine->frames[0].data == nullptr && engine->preview_prev == nullptr);
+    EXPECT_TRUE(engine->image_state[0] == kSlotEmpty && engine->cancel_requested == 0);
     PanoramaInternal* none = nullptr;
     panorama_engine_destroy(&none);
     panorama_engine_destroy(nullptr);
@@ -76,72 +65,54 @@ TEST(EngineLife, InitRestoresEverythingButStrictMode)
 
 TEST(EngineDetection, StartMeasuresTheFirstPicture)
 {
-    TestEngine engine;
     const TestImg first(kPanoGray, 1280, 960);
-    ASSERT_EQ(panorama_engine_start_capture(engine.pe, &first.img), 0);
-    EXPECT_EQ(engine->small_width, 320);
-    EXPECT_EQ(engine->small_height, 240);
-    EXPECT_EQ(engine->inv_scale, 4.0F);
-    EXPECT_EQ(engine->target_x, 384);
-    EXPECT_EQ(engine->target_y, 288);
-    EXPECT_EQ(engine->tolerance_x, 25);
-    EXPECT_EQ(engine->tolerance_y, 19);
-    EXPECT_EQ(engine->direction_threshold, 12544);
-    EXPECT_EQ(panorama_engine_start_capture(engine.pe, &first.img), kPanoWrongState);
-    EXPECT_EQ(panorama_engine_set_param(engine.pe, 0, 1), kPanoWrongState);
-
-    TestEngine strict;
-    panorama_engine_set_param(strict.pe, 0, 1);
-    ASSERT_EQ(panorama_engine_start_capture(strict.pe, &first.img), 0);
-    EXPECT_EQ(strict->tolerance_x, 64);
+    for (int32_t strict : {0, 1}) {
+        TestEngine engine;
+        panorama_engine_set_param(engine.pe, 0, strict);
+        ASSERT_EQ(panorama_engine_start_capture(engine.pe, &first.img), 0);
+        EXPECT_EQ(engine->inv_scale, 4.0F);
+        const int32_t measured[] = {engine->small_width,        engine->small_height, engine->target_x,
+                                    engine->target_y,           engine->tolerance_x,  engine->tolerance_y,
+                                    engine->direction_threshold};
+        const int32_t want[][7] = {{320, 240, 384, 288, 25, 19, 12544}, {320, 240, 384, 288, 64, 48, 12544}};
+        EXPECT_TRUE(std::equal(measured, measured + 7, want[strict]));
+        EXPECT_EQ(panorama_engine_start_capture(engine.pe, &first.img), kPanoWrongState);
+        EXPECT_EQ(panorama_engine_set_param(engine.pe, 0, 1), kPanoWrongState);
+    }
 }
 
 // The frames stand still, so the motion is what the context already holds.
 TEST(EngineDetection, DecidesDirectionAndTrigger)
 {
-    const MotionCase cases[] = {
-        {"short of the threshold", 0, 0, 60, 80, 0, 0},
-        {"at the threshold", 0, 0, 112, 0, 0, 0},
-        {"left", 0, 0, -200, 10, 0, 2},
-        {"up", 0, 0, 50, -200, 0, 4},
-        {"down", 0, 0, 50, 200, 0, 3},
-        {"ties are horizontal", 0, 0, 100, 100, 0, 1},
-        {"ties are horizontal, backwards", 0, 0, -100, 100, 0, 2},
-        {"decided and due at once", 0, 0, 400, 0, 1, 1},
-        {"right, not yet", 0, 1, 359, 0, 0, 1},
-        {"right, due", 0, 1, 360, 0, 1, 1},
-        {"right, overshot", 0, 1, 900, 500, 1, 1},
-        {"left, not yet", 0, 2, -359, 0, 0, 2},
-        {"left, due", 0, 2, -360, 0, 1, 2},
-        {"down, not yet", 0, 3, 0, 269, 0, 3},
-        {"down, due", 0, 3, 0, 270, 1, 3},
-        {"up, not yet", 0, 4, 0, -269, 0, 4},
-        {"up, due", 0, 4, 0, -270, 1, 4},
-        {"strict, before the band", 1, 1, 320, 0, 0, 1},
-        {"strict, in the band", 1, 1, 321, 0, 1, 1},
-        {"strict, least drift", 1, 1, 400, 47, 1, 1},
-        {"strict, too much drift", 1, 1, 400, 48, 0, 1},
-        {"strict, last in the band", 1, 1, 447, -47, 1, 1},
-        {"strict, behind the band", 1, 1, 448, 0, 0, 1},
-        {"strict, left in the band", 1, 2, -321, 0, 1, 2},
-        {"strict, left behind the band", 1, 2, -448, 0, 0, 2},
-        {"strict, down in the band", 1, 3, 63, 241, 1, 3},
-        {"strict, down drifting", 1, 3, 64, 241, 0, 3},
-        {"strict, up behind the band", 1, 4, 0, -336, 0, 4},
-        {"strict, up in the band", 1, 4, 0, -335, 1, 4},
-    };
-    for (const MotionCase& c : cases) {
-        SCOPED_TRACE(c.what);
+    using Row = std::array<int32_t, 6>;  // strict, direction, motion x and y; due, direction
+    // The direction is decided beyond 112 pixels, by the longer side; ties are horizontal.
+    const Row decided[] = {{0, 0, 60, 80, 0, 0},    {0, 0, 112, 0, 0, 0},  {0, 0, -200, 10, 0, 2},
+                           {0, 0, 50, -200, 0, 4},  {0, 0, 50, 200, 0, 3}, {0, 0, 100, 100, 0, 1},
+                           {0, 0, -100, 100, 0, 2}, {0, 0, 400, 0, 1, 1}};
+    // A picture is due from 384 - 24 or 288 - 18 pixels on, however far.
+    const Row due[] = {{0, 1, 359, 0, 0, 1},  {0, 1, 360, 0, 1, 1},  {0, 1, 900, 500, 1, 1},
+                       {0, 2, -359, 0, 0, 2}, {0, 2, -360, 0, 1, 2}, {0, 3, 0, 269, 0, 3},
+                       {0, 3, 0, 270, 1, 3},  {0, 4, 0, -269, 0, 4}, {0, 4, 0, -270, 1, 4}};
+    // Strictly: within a band, and with little drift.
+    const Row strictly[] = {{1, 1, 320, 0, 0, 1},  {1, 1, 321, 0, 1, 1},   {1, 1, 400, 47, 1, 1},
+                            {1, 1, 400, 48, 0, 1}, {1, 1, 447, -47, 1, 1}, {1, 1, 448, 0, 0, 1},
+                            {1, 2, -321, 0, 1, 2}, {1, 2, -448, 0, 0, 2},  {1, 3, 63, 241, 1, 3},
+                            {1, 3, 64, 241, 0, 3}, {1, 4, 0, -336, 0, 4},  {1, 4, 0, -335, 1, 4}};
+    std::vector<Row> rows(std::begin(decided), std::end(decided));
+    rows.insert(rows.end(), std::begin(due), std::end(due));
+    rows.insert(rows.end(), std::begin(strictly), std::end(strictly));
+    const TestImg first(kPanoGray, 1280, 960);
+    for (const auto& [strict, direction, x, y, want, want_direction] : rows) {
         TestEngine engine;
-        panorama_engine_set_param(engine.pe, 0, c.strict);
-        const TestImg first(kPanoGray, 1280, 960);
+        panorama_engine_set_param(engine.pe, 0, strict);
         ASSERT_EQ(panorama_engine_start_capture(engine.pe, &first.img), 0);
-        engine->direction = c.direction;
-        engine->offset_x = c.x;
-        engine->offset_y = c.y;
-        EXPECT_EQ(panorama_engine_process_frame(engine.pe, &first.img), c.want);
-        EXPECT_EQ(engine->direction, c.want_direction);
-        EXPECT_EQ(engine->offset_x, c.x);
+        engine->direction = direction;
+        engine->offset_x = x;
+        engine->offset_y = y;
+        EXPECT_EQ(panorama_engine_process_frame(engine.pe, &first.img), want)
+            << direction << ": " << x << "," << y;
+        EXPECT_EQ(engine->direction, want_direction) << x << "," << y;
+        EXPECT_EQ(engine->offset_x, x);
     }
 }
 
@@ -164,10 +135,8 @@ TEST(EngineDetection, CountsMotionOfEveryFormatAndRebasesOnPreviews)
         LogCapture log;
         ASSERT_EQ(panorama_engine_process_frame(engine.pe, &frame(320, 240, 0)->img), 0);
         EXPECT_EQ(engine->offset_x, 0);  // another size: no motion, new targets
-        EXPECT_EQ(engine->ref_width, 320);
-        EXPECT_EQ(engine->target_x, 96);
+        EXPECT_TRUE(engine->ref_width == 320 && engine->target_x == 96 && engine->inv_scale == 1.0F);
         EXPECT_EQ(engine->direction_threshold, 784);
-        EXPECT_EQ(engine->inv_scale, 1.0F);
         for (int32_t i = 1; i <= 6; ++i) {
             ASSERT_EQ(panorama_engine_process_frame(engine.pe, &frame(320, 240, 5 * i)->img), 0);
             EXPECT_EQ(engine->offset_x, 5 * i);
@@ -206,33 +175,29 @@ TEST(EngineDetection, RefusalsInOrderAndTheEndOfAFullSweep)
 
 TEST(EngineIntake, RefusalsMarkTheSlot)
 {
-    struct Case {
+    const auto nothing = [](PanoramaInternal*, PanoImg*) {};
+    const auto cancel = [](PanoramaInternal* pe, PanoImg*) { pe->cancel_requested = 1; };
+    const struct {
         const char* what;
         int32_t index;
         void (*break_it)(PanoramaInternal* pe, PanoImg* picture);
         int32_t want, want_state;
-    };
-    const Case cases[] = {
-        {"reserved slot", 0, [](PanoramaInternal*, PanoImg*) {}, 1, kSlotAdded},
-        {"cancelled", 0, [](PanoramaInternal* pe, PanoImg*) { pe->cancel_requested = 1; }, kPanoCancelled,
-         kSlotCancelled},
-        {"below the slots", -1, [](PanoramaInternal*, PanoImg*) {}, kPanoBadArgument, -1},
-        {"beyond the pictures", 9, [](PanoramaInternal* pe, PanoImg*) { pe->max_images = 9; },
-         kPanoBadArgument, kSlotFailed},
-        {"beyond the slots", 10, [](PanoramaInternal*, PanoImg*) {}, kPanoBadArgument, -1},
-        {"far beyond the slots, cancelled", 4000,
-         [](PanoramaInternal* pe, PanoImg*) { pe->cancel_requested = 1; }, kPanoCancelled, -1},
-        {"stopped", 0, [](PanoramaInternal* pe, PanoImg*) { pe->status = kStatusStopped; }, kPanoWrongState,
+    } cases[] = {
+        {"reserved slot", 0, nothing, 1, kSlotAdded},
+        {"cancelled", 0, cancel, kPanoCancelled, kSlotCancelled},
+        {"below the slots", -1, nothing, kPanoBadArgument, -1},
+        {"beyond the pictures", 9, [](auto pe, auto) { pe->max_images = 9; }, kPanoBadArgument, kSlotFailed},
+        {"beyond the slots", 10, nothing, kPanoBadArgument, -1},
+        {"far beyond the slots, cancelled", 4000, cancel, kPanoCancelled, -1},
+        {"stopped", 0, [](auto pe, auto) { pe->status = kStatusStopped; }, kPanoWrongState, kSlotFailed},
+        {"not reserved", 1, nothing, kPanoWrongState, kSlotFailed},
+        {"not NV12", 0, [](auto, auto picture) { picture->format = kPanoNv21; }, kPanoNotSupported,
          kSlotFailed},
-        {"not reserved", 1, [](PanoramaInternal*, PanoImg*) {}, kPanoWrongState, kSlotFailed},
-        {"not NV12", 0, [](PanoramaInternal*, PanoImg* picture) { picture->format = kPanoNv21; },
-         kPanoNotSupported, kSlotFailed},
-        {"no pixels", 0, [](PanoramaInternal*, PanoImg* picture) { picture->data = nullptr; }, kPanoNoMemory,
-         kSlotFailed},
+        {"no pixels", 0, [](auto, auto picture) { picture->data = nullptr; }, kPanoNoMemory, kSlotFailed},
     };
     const NoisePicture first(96, 64, 0, 0);
     const ozr_point offset = {3, 4};
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         TestEngine engine;
         ASSERT_EQ(panorama_engine_start_capture(engine.pe, &first.img), 0);
@@ -240,9 +205,7 @@ TEST(EngineIntake, RefusalsMarkTheSlot)
         PanoImg picture = first.img;
         c.break_it(engine.pe, &picture);
         EXPECT_EQ(panorama_engine_set_image(engine.pe, &picture, c.index, &offset), c.want);
-        if (c.want_state >= 0) {
-            EXPECT_EQ(engine->image_state[c.index], c.want_state);
-        }
+        EXPECT_EQ(c.want_state < 0 ? -1 : engine->image_state[c.index], c.want_state);
     }
     TestEngine engine;
     EXPECT_EQ(panorama_engine_set_image(nullptr, &first.img, 0, &offset), kPanoNullArgument);
@@ -305,32 +268,43 @@ TEST(EngineIntake, RefusesOffsetsThatCannotBeScaled)
     EXPECT_EQ(panorama_engine_set_image(idle.pe, &first.img, 1, &origin), kPanoBadArgument);
 }
 
-TEST(EngineIntake, WithoutADirectionPicturesStayInTheEngine)
+// What a picture's record does not own is taken for zeros, even where memory follows.
+TEST(EngineIntake, ReadsNoFurtherThanTheSize)
 {
-    TestEngine engine;
-    const NoisePicture first(96, 64, 0, 0), second(96, 64, 30, 0);
-    ASSERT_EQ(engine.take(first.img, {0, 0}), 1);
-    ASSERT_EQ(engine.take(second.img, {30, 0}), 2);
-    EXPECT_EQ(engine->frames[0].data, nullptr);
-    EXPECT_EQ(engine->frame_present[0], 0);
-    EXPECT_EQ(engine->frame_present[1], 1);
-    EXPECT_EQ(engine->image_state[1], kSlotAdded);
-    EXPECT_EQ(memcmp(engine->frames[1].data, second.img.data, static_cast<size_t>(second.img.size)), 0);
+    const NoisePicture first(96, 64, 0, 0);
+    PanoImg half = first.img;
+    half.size = 96 * 64 + 96 * 16;
+    for (const PanoImg& picture : {first.img, half}) {
+        TestEngine engine;
+        ASSERT_EQ(engine.take(first.img, {0, 0}), 1);
+        engine->direction = kDirectionRight;
+        ASSERT_EQ(engine.take(picture, {30, 0}), 2);
+        EXPECT_EQ(pano_chroma_row(&engine->core->frames[1], 0)[0], 128);
+        EXPECT_EQ(pano_chroma_row(&engine->core->frames[1], 31)[0], picture.size < first.img.size ? 0 : 128);
+    }
 }
 
-TEST(EngineIntake, MissingFirstPictureKeepsTheEngineBusy)
+TEST(EngineIntake, PicturesStayWithoutADirectionAndWaitForTheFirst)
 {
-    TestEngine engine;
-    const NoisePicture picture(96, 64, 0, 0);
-    ASSERT_EQ(engine.take(picture.img, {0, 0}), 1);
-    engine->frame_present[0] = 0;
-    engine->direction = kDirectionRight;
-    EXPECT_EQ(engine.take(picture.img, {30, 0}), kPanoPictureBusy);
-    EXPECT_EQ(engine->image_state[1], kSlotAdding);
-    EXPECT_EQ(panorama_engine_check_ready_to_destroy(engine.pe), kPanoPictureBusy);
-    EXPECT_EQ(panorama_engine_cancel_process(engine.pe), kPanoCancelTimeout);
-    EXPECT_EQ(engine->cancel_requested, 1);
-    EXPECT_EQ(panorama_engine_init(engine.pe), 0);
+    const NoisePicture first(96, 64, 0, 0), second(96, 64, 30, 0);
+    TestEngine undecided;
+    ASSERT_EQ(undecided.take(first.img, {0, 0}), 1);
+    ASSERT_EQ(undecided.take(second.img, {30, 0}), 2);
+    EXPECT_EQ(undecided->frames[0].data, nullptr);
+    EXPECT_TRUE(undecided->frame_present[0] == 0 && undecided->frame_present[1] == 1);
+    EXPECT_EQ(undecided->image_state[1], kSlotAdded);
+    EXPECT_EQ(memcmp(undecided->frames[1].data, second.img.data, static_cast<size_t>(second.img.size)), 0);
+
+    TestEngine busy;
+    ASSERT_EQ(busy.take(first.img, {0, 0}), 1);
+    busy->frame_present[0] = 0;
+    busy->direction = kDirectionRight;
+    EXPECT_EQ(busy.take(second.img, {30, 0}), kPanoPictureBusy);
+    EXPECT_EQ(busy->image_state[1], kSlotAdding);
+    EXPECT_EQ(panorama_engine_check_ready_to_destroy(busy.pe), kPanoPictureBusy);
+    EXPECT_EQ(panorama_engine_cancel_process(busy.pe), kPanoCancelTimeout);
+    EXPECT_EQ(busy->cancel_requested, 1);
+    EXPECT_EQ(panorama_engine_init(busy.pe), 0);
 }
 
 TEST(EngineCancel, AnswersByStatus)
@@ -406,27 +380,22 @@ TEST(EngineSynthesis, ComposesBothWaysAndTurnsVerticalSweepsBack)
 
 TEST(EngineSynthesis, FailuresSetTheStatus)
 {
-    struct Case {
+    const struct {
         const char* what;
         void (*break_it)(PanoramaInternal* pe);
         int32_t want, status;
-    };
-    const Case cases[] = {
-        {"not stopped", [](PanoramaInternal* pe) { pe->status = kStatusCapturing; }, kPanoWrongState,
-         kStatusFailed},
-        {"nothing reserved", [](PanoramaInternal* pe) { pe->count = 0; }, kPanoWrongState, kStatusFailed},
-        {"nothing added", [](PanoramaInternal* pe) { pe->image_state[0] = pe->image_state[1] = kSlotFailed; },
+    } cases[] = {
+        {"capturing", [](auto pe) { pe->status = kStatusCapturing; }, kPanoWrongState, kStatusFailed},
+        {"nothing reserved", [](auto pe) { pe->count = 0; }, kPanoWrongState, kStatusFailed},
+        {"nothing added", [](auto pe) { pe->image_state[0] = pe->image_state[1] = kSlotFailed; },
          kPanoWrongState, kStatusFailed},
-        {"one added, gone to the core", [](PanoramaInternal* pe) { pe->image_state[1] = kSlotFailed; },
-         kPanoPictureBusy, kStatusFailed},
-        {"cancelled before", [](PanoramaInternal* pe) { pe->cancel_requested = 1; }, kPanoCancelled,
-         kStatusCancelled},
-        {"cancelled in the core", [](PanoramaInternal* pe) { pe->core->cancel = 1; }, kPanoCancelled,
-         kStatusCancelled},
-        {"not aligned", [](PanoramaInternal* pe) { pe->core->aligned[1] = 0; }, kPanoPictureMissing,
+        {"one added, gone to the core", [](auto pe) { pe->image_state[1] = kSlotFailed; }, kPanoPictureBusy,
          kStatusFailed},
+        {"cancelled before", [](auto pe) { pe->cancel_requested = 1; }, kPanoCancelled, kStatusCancelled},
+        {"cancelled in the core", [](auto pe) { pe->core->cancel = 1; }, kPanoCancelled, kStatusCancelled},
+        {"not aligned", [](auto pe) { pe->core->aligned[1] = 0; }, kPanoPictureMissing, kStatusFailed},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         TestEngine engine;
         const NoisePicture first(96, 64, 0, 0), second(96, 64, 30, 0);

@@ -1,100 +1,231 @@
-// Every allocation of a whole sweep fails in turn: the call that hits it reports a code, nothing leaks, and the next sweep
-// on the same handle works.
+// Every allocation of every call fails in turn: the call that meets it reports its code and its chain of lines, nothing
+// leaks, and the same call, or the next sweep on the same handle, works.
 #include <gtest/gtest.h>
 
-#include "ozr_panorama.h"
-#include "support/engines.h"
+#include "pano_result.h"
+#include "panorama_seam.h"
+#include "panorama_util.h"
+#include "support/images.h"
 #include "support/log_capture.h"
+#include "support/sweeps.h"
 #include "support/wrapped_heap.h"
 
 namespace
 {
 
-struct Sweep {
-    ozr_panorama_direction direction;
-    ozr_point step;
-};
-
-const Sweep kSweeps[] = {
-    {ozr_panorama_direction_right, {30, 0}},
-    {ozr_panorama_direction_left, {-30, 0}},
-    {ozr_panorama_direction_down, {0, 24}},
-    {ozr_panorama_direction_up, {0, -24}},
-};
-
-ozr_image image_of(const TestImg& img)
+int64_t count_projection_tables(int32_t width, int32_t height)
 {
-    return {
-        img.img.data, img.img.size, img.img.width, img.img.height, ozr_image_format_nv12, img.img.stride, 0};
+    const TestCore core;
+    const WrappedHeap heap;
+    panorama_core_init(core.core, 1, width, height, width);
+    return heap.allocations();
 }
 
-// A sweep of three pictures with a preview frame. The first failure ends it.
-ozr_err sweep(ozr_panorama* pano, const Sweep& s)
+Chain chain_of(int32_t step, const std::string& code)
 {
-    const ozr_panorama_parameters params = {70, s.direction};
-    ozr_err error = ozr_panorama_set_parameters(pano, &params);
-    for (int32_t i = 0; i < 3 && error == ozr_success; ++i) {
-        const NoisePicture picture(96, 96, i * s.step.x, i * s.step.y);
-        ozr_image image = image_of(picture);
-        error = ozr_panorama_stitch_one_image(pano, &image, &s.step);
-        ozr_point offset = {};
-        ozr_panorama_direction direction = ozr_panorama_direction_auto;
-        if (error == ozr_success && i == 0)
-            error = ozr_panorama_detect_frame_to_stitch(pano, &image, &offset, &direction);
+    const bool run = step == NoiseSweep::kRun;
+    const std::string method = run ? "run" : "stitch_one_image";
+    const std::string call = "self->panorama->" + method + (run ? "(output_image)" : "(input_image, offset)");
+    return {code + ":  @ " + method, code + ": from " + call + " @ ozr_panorama_" + method};
+}
+
+// What the calls of a table make; released in the end.
+struct Made {
+    TestImg src = TestImg(kPanoGray, 8, 8);
+    PanoImg img = {};
+    PanoramaCore* core = nullptr;
+    PanoramaInternal* engine = nullptr;
+    void* block = nullptr;
+
+    ~Made()
+    {
+        PanoImg_Destroy(&img);
+        panorama_core_destroy(core);
+        panorama_engine_destroy(&engine);
+        PanoFree(block);
     }
-    ozr_image panorama = {};
-    return error == ozr_success ? ozr_panorama_run(pano, &panorama) : error;
+};
+
+int32_t make_aligned(Made& m)
+{
+    PanoImg img = {};
+    return PanoImg_CreateAligned(&img, 9, 9, kPanoNv12, &m.block);
+}
+
+int32_t make_projection(Made& m)
+{
+    if (panorama_core_create(&m.core) < 0)
+        return kPanoTablesNoMemory;
+    return panorama_core_init(m.core, 1, 64, 48, 64);
+}
+
+int32_t find_seam(Made& m)
+{
+    const SeamRegion region = {&m.src.img, 0, 0, 8, 8};
+    int32_t seam[8];
+    return panorama_seam_find(seam, m.src.img.data, &region, &region);
+}
+
+// Fails allocation after allocation of `call(made)` until it succeeds, and expects `want` and `chain` each time.
+template <class Thing, class Call>
+void expect_failures(Call call, int32_t want, const Chain& chain)
+{
+    int32_t result = want;
+    for (int64_t failing = 1; result == want; ++failing) {
+        SCOPED_TRACE(testing::Message() << "allocation " << failing);
+        const LogCapture log;
+        const WrappedHeap heap(failing);
+        {
+            Thing thing = {};
+            result = call(thing);
+            const bool failed = heap.allocations() >= failing;
+            EXPECT_EQ(result, failed ? want : 0);
+            EXPECT_EQ(log.chain(), failed ? chain : Chain{});
+            EXPECT_TRUE(failed || failing > 1);
+        }
+        EXPECT_EQ(heap.live_blocks(), 0);
+    }
 }
 
 }  // namespace
 
 TEST(Faults, EveryAllocationOfASweepMayFail)
 {
-    for (const Sweep& s : kSweeps) {
-        for (int64_t failing = 1;; ++failing) {
-            SCOPED_TRACE(testing::Message() << "direction " << s.direction << ", allocation " << failing);
-            LogCapture log;
+    const int64_t tables = count_projection_tables(96, 32);
+    ASSERT_GT(tables, 2);
+    for (int32_t direction = kDirectionRight; direction <= kDirectionUp; ++direction) {
+        const bool vertical = pano_is_vertical(direction);
+        NoiseSweep sweep(direction, vertical ? 32 : 96, vertical ? 96 : 32);
+        ozr_panorama* pano = nullptr;
+        ASSERT_EQ(ozr_panorama_create(nullptr, &pano), ozr_success);
+        const std::vector<uint8_t> undisturbed = sweep.whole(pano);
+        ASSERT_FALSE(undisturbed.empty());
+        ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
+        int32_t step = 0;
+        for (int64_t failing = 1; step < NoiseSweep::kSteps; ++failing) {
+            SCOPED_TRACE(testing::Message() << "direction " << direction << ", allocation " << failing);
+            const LogCapture log;
             WrappedHeap heap(failing);
-            ozr_panorama* pano = nullptr;
-            ozr_err error = ozr_panorama_create(nullptr, &pano);
-            EXPECT_EQ(error == ozr_success, pano != nullptr);
-            if (pano != nullptr)
-                error = sweep(pano, s);
-            const bool failed = heap.allocations() >= failing;
+            int64_t before = 0;
+            ozr_err error = ozr_success;
+            for (step = 0; step < NoiseSweep::kSteps && error == ozr_success; ++step) {
+                before = heap.allocations();
+                error = sweep.call(pano, step);
+            }
             heap.stop_failing();
-            if (failed) {
-                // The projection tables report under the code of a wrong state.
-                EXPECT_TRUE(error == ozr_err_nomem || error == ozr_err_invalid_status) << error;
-                EXPECT_FALSE(log.chain().empty());
-            } else {
-                EXPECT_EQ(error, ozr_success);
+            if (error != ozr_success) {
+                // A core without its tables is not set up, and says so when the first picture comes.
+                const bool is_table = --step == NoiseSweep::kSecond && failing - before <= tables;
+                EXPECT_EQ(error, is_table ? ozr_err_invalid_status : ozr_err_nomem);
+                EXPECT_EQ(log.chain(), chain_of(step, ozr_err_to_string(error)));
             }
-            if (pano != nullptr) {
-                ozr_image dropped = {};
-                ozr_panorama_run(pano, &dropped);  // ends the capture, so that the reset need not wait
-                EXPECT_EQ(ozr_panorama_reset(pano), ozr_success);
-                EXPECT_EQ(sweep(pano, s), ozr_success);
-                ozr_panorama_destroy(pano);
-            }
+            EXPECT_EQ(ozr_panorama_reset(pano), ozr_success);
             EXPECT_EQ(heap.live_blocks(), 0);
-            if (!failed)
-                break;
+            EXPECT_EQ(sweep.whole(pano), undisturbed);
+            ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
         }
+        ozr_panorama_destroy(pano);
     }
 }
 
-TEST(Faults, AResetWithoutMemoryCanBeRepeated)
+TEST(Faults, CreateAndResetNameWhatFailed)
 {
-    ozr_panorama* pano = nullptr;
-    ASSERT_EQ(ozr_panorama_create(nullptr, &pano), ozr_success);
-    ASSERT_EQ(sweep(pano, kSweeps[0]), ozr_success);
-    {
-        const WrappedHeap heap(1);
-        EXPECT_EQ(ozr_panorama_reset(pano), ozr_err_nomem);
+    const std::string nomem = "ozr_err_nomem: ", session = nomem + " @ panorama_t",
+                      engine = nomem + " @ create_panorama_engine",
+                      handle = nomem + "from self = (ozr_panorama_internal_t*)ozr_calloc(1, "
+                                       "sizeof(ozr_panorama_internal_t)) @ ozr_panorama_create",
+                      create = nomem + "from create_panorama_engine(ozr_pano_config, &self->panorama) @ "
+                                       "ozr_panorama_create";
+    const Chain built = {session, engine, create};  // configuration, parameters, engine, core
+    const Chain chains[] = {{handle}, {engine, create}, built, built, built, built};
+    int64_t failing = 0;
+    for (const Chain& chain : chains) {
+        SCOPED_TRACE(++failing);
+        const LogCapture log;
+        const WrappedHeap heap(failing);
+        ozr_panorama* pano = reinterpret_cast<ozr_panorama*>(&failing);
+        EXPECT_EQ(ozr_panorama_create(nullptr, &pano), ozr_err_nomem);
+        EXPECT_EQ(pano, nullptr);
+        EXPECT_EQ(log.chain(), chain);
+        EXPECT_EQ(heap.live_blocks(), 0);
     }
-    ozr_panorama_parameters params = {};
-    EXPECT_LT(ozr_panorama_get_parameters(pano, &params), 0);
+    NoiseSweep sweep(kDirectionRight, 96, 32);
+    ozr_panorama* pano = nullptr;
+    const WrappedHeap balance;
+    ASSERT_EQ(ozr_panorama_create(nullptr, &pano), ozr_success);
+    EXPECT_EQ(balance.allocations(), failing);
+    EXPECT_FALSE(sweep.whole(pano).empty());
+    {
+        const LogCapture log;
+        WrappedHeap heap(1);
+        EXPECT_EQ(ozr_panorama_reset(pano), ozr_err_nomem);
+        const Chain chain = {nomem + " @ reset", nomem + "from self->panorama->reset() @ ozr_panorama_reset"};
+        EXPECT_EQ(log.chain(), chain);
+        for (int32_t step = 0; step < NoiseSweep::kSteps; ++step)
+            EXPECT_LT(sweep.call(pano, step), 0);  // refused: there is no engine
+    }
     EXPECT_EQ(ozr_panorama_reset(pano), ozr_success);
-    EXPECT_EQ(sweep(pano, kSweeps[0]), ozr_success);
+    EXPECT_FALSE(sweep.whole(pano).empty());
     ozr_panorama_destroy(pano);
+}
+
+TEST(Faults, ImagesNameWhatFailed)
+{
+    const std::string nomem = "ozr_err_nomem: from ";
+    const Chain create = {nomem + "image->data = (uint8_t*)ozr_malloc_aligned(image->size, 0x1000) @ "
+                                  "ozr_image_create"};
+    const Chain recreate = {create[0], nomem + "ozr_image_create(image, width, height, stride, format, "
+                                               "image->rotation) @ ozr_image_recreate"};
+    const auto then = [&](const std::string& last) { return Chain{recreate[0], recreate[1], nomem + last}; };
+    const auto convert = [&](const std::string& function, const std::string& format) {
+        return then("validate_image_format_conversion(src, dst, ozr_image_format_" + format +
+                    ") @ ozr_image_convert_to_" + function);
+    };
+    const TestImage gray(ozr_image_format_gray, 8, 8, 8, 1), rgba(ozr_image_format_rgba32, 8, 8, 32, 2);
+    using Call = ozr_err (*)(const ozr_image*, ozr_image*);
+    const struct {
+        Call call;
+        const ozr_image* src;
+        Chain chain;
+    } faults[] = {
+        {[](auto src, auto dst) { return ozr_image_create(dst, 9, 9, 0, src->format, 0); }, &gray, create},
+        {[](auto src, auto dst) { return ozr_image_sample_gray(dst, src, 2); }, &gray, create},
+        {[](auto src, auto dst) { return ozr_image_recreate(dst, 9, 9, 0, src->format); }, &gray, recreate},
+        {ozr_image_clone, &gray,
+         then(
+             "ozr_image_recreate(dst, src->width, src->height, src->stride, src->format) @ ozr_image_clone")},
+        {ozr_image_convert_to_nv12, &rgba, convert("nv12", "nv12")},
+        {ozr_image_convert_to_yv12, &rgba, convert("yv12", "yv12")},
+        {ozr_image_convert_to_gray, &rgba, convert("gray", "gray")},
+        {ozr_image_convert_to_rgba, &gray, convert("rgba", "rgba32")},
+        {ozr_image_convert_to_yuy2, &rgba, convert("yuy2", "yuy2")},
+        {ozr_image_convert_to_nv21, &rgba, convert("nv21", "nv21")},
+    };
+    for (const auto& fault : faults) {
+        SCOPED_TRACE(fault.chain.back());
+        expect_failures<OwnedImage>([&](OwnedImage& dst) { return fault.call(fault.src, &dst); },
+                                    ozr_err_nomem, fault.chain);
+    }
+}
+
+TEST(Faults, WhatTheSweepIsMadeOfReportsItsCode)
+{
+    const struct {
+        const char* what;
+        int32_t (*call)(Made& m);
+        int32_t want;
+    } faults[] = {
+        {"block", [](Made& m) { return AlignedCalloc(1, 1, &m.block), m.block != nullptr ? 0 : -1; }, -1},
+        {"image", [](Made& m) { return PanoImg_Create(&m.img, 9, 9, kPanoNv12); }, kPanoNoMemory},
+        {"clone", [](Made& m) { return PanoImg_Clone(&m.src.img, &m.img); }, kPanoNoMemory},
+        {"aligned image", make_aligned, kPanoNoMemory},
+        {"core", [](Made& m) { return panorama_core_create(&m.core); }, kPanoNoMemory},
+        {"projection", make_projection, kPanoTablesNoMemory},
+        {"engine", [](Made& m) { return panorama_engine_create(&m.engine); }, kPanoNoMemory},
+        {"seam", find_seam, kPanoNoMemory},
+    };
+    for (const auto& fault : faults) {
+        SCOPED_TRACE(fault.what);
+        expect_failures<Made>(fault.call, fault.want, {});
+    }
 }

@@ -17,26 +17,31 @@
 namespace
 {
 
-enum class Edge { kStart, kEnd };
+// Where bytes lie between two pages that must not be touched: against the first, against the second, or a few bytes on
+// from the first.
+enum class Edge { kStart, kEnd, kOffset };
 enum class Fill { kRandom, kZeros, kOnes, kExtremes };
 
-// `size` bytes that start right behind, or end right before, a page without access.
+// `size` bytes between two pages without access; what else is accessible there is filled too.
 class Guarded
 {
 public:
-    Guarded(size_t size, Edge edge, Fill fill, Random* random) : size_(size)
+    Guarded(size_t size, Edge edge, size_t offset, Fill fill, Random* random) : size_(size)
     {
         const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-        mapped_ = (size + page - 1) / page * page + 2 * page;
+        const size_t accessible = (size + offset + page - 1) / page * page;
+        mapped_ = accessible + 2 * page;
         void* block = mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         block_ = static_cast<uint8_t*>(block);
+        begin_ = block_ + page;
+        end_ = begin_ + accessible;
         mprotect(block_, page, PROT_NONE);
-        mprotect(block_ + mapped_ - page, page, PROT_NONE);
-        data_ = edge == Edge::kStart ? block_ + page : block_ + mapped_ - page - size;
-        for (size_t i = 0; i < size; ++i) {
+        mprotect(end_, page, PROT_NONE);
+        data_ = edge == Edge::kEnd ? end_ - size : begin_ + (edge == Edge::kOffset ? offset : 0);
+        for (uint8_t* at = begin_; at < end_; ++at) {
             const uint8_t byte = random->byte();
             const uint8_t bytes[] = {byte, 0, 255, static_cast<uint8_t>(byte & 1 ? 255 : 0)};
-            data_[i] = bytes[static_cast<size_t>(fill)];
+            *at = bytes[static_cast<size_t>(fill)];
         }
     }
     ~Guarded() { munmap(block_, mapped_); }
@@ -44,13 +49,22 @@ public:
     Guarded& operator=(const Guarded&) = delete;
 
     uint8_t* data() { return data_; }
-    uint32_t* words() { return reinterpret_cast<uint32_t*>(data_); }
+    // By way of void*: a block of wider numbers starts or ends at a page, and so it is aligned.
+    uint32_t* words() { return static_cast<uint32_t*>(static_cast<void*>(data_)); }
+    uint16_t* halves() { return static_cast<uint16_t*>(static_cast<void*>(data_)); }
     size_t size() const { return size_; }
+
+    // All that can be written, around the `size` bytes too.
+    std::vector<uint8_t> contents() const { return {begin_, end_}; }
+    void restore(const std::vector<uint8_t>& bytes) { std::copy(bytes.begin(), bytes.end(), begin_); }
+    ptrdiff_t margin() const { return data_ - begin_; }
 
 private:
     size_t size_;
     size_t mapped_;
     uint8_t* block_;
+    uint8_t* begin_;
+    uint8_t* end_;
     uint8_t* data_;
 };
 
@@ -61,27 +75,34 @@ public:
     Case(int32_t size, Edge edge, Fill fill) : count(size), edge_(edge), fill_(fill), random_(seed()) {}
     uint32_t seed() const { return static_cast<uint32_t>(count * 8 + static_cast<int32_t>(edge_) * 4) + 1; }
 
-    Guarded bytes(int64_t size) { return Guarded(static_cast<size_t>(size), edge_, fill_, &random_); }
+    // Of elements of `unit` bytes, whose alignment they have.
+    Guarded bytes(int64_t size, int32_t unit = 1)
+    {
+        const size_t offset =
+            edge_ == Edge::kOffset ? static_cast<size_t>(random_.below(16) / unit * unit) : 0;
+        return Guarded(static_cast<size_t>(size), edge_, offset, fill_, &random_);
+    }
     Random* random() { return &random_; }
 
     // Runs the kernel at every level into the same `size` bytes and compares them with what the scalar one leaves.
     template <class Kernel, class Call>
-    void check(const char* name, Kernel OzrKernels::*kernel, int64_t size, Call call)
+    void check(const char* name, Kernel OzrKernels::*kernel, int64_t size, Call call, int32_t unit = 1)
     {
-        Guarded out = bytes(size);
-        const std::vector<uint8_t> before(out.data(), out.data() + out.size());
+        Guarded out = bytes(size, unit);
+        const std::vector<uint8_t> before = out.contents();
         call(kOzrKernelsScalar.*kernel, out);
-        const std::vector<uint8_t> want(out.data(), out.data() + out.size());
+        const std::vector<uint8_t> want = out.contents();
         for (const OzrKernels* const* level = kOzrKernelLevels; *level != nullptr; ++level) {
             if (((*level)->features & ~ozr_cpu_features()) != 0 ||
                 (*level)->*kernel == kOzrKernelsScalar.*kernel)
                 continue;
-            std::copy(before.begin(), before.end(), out.data());
+            out.restore(before);
             call((*level)->*kernel, out);
-            const auto differs = std::mismatch(want.begin(), want.end(), out.data());
+            const std::vector<uint8_t> got = out.contents();
+            const auto differs = std::mismatch(want.begin(), want.end(), got.begin());
             EXPECT_EQ(differs.first, want.end())
                 << name << " " << (*level)->level << " seed " << seed() << " size " << count << " fill "
-                << static_cast<int32_t>(fill_) << " byte " << differs.first - want.begin();
+                << static_cast<int32_t>(fill_) << " byte " << differs.first - want.begin() - out.margin();
         }
     }
 
@@ -100,7 +121,7 @@ void for_each_case(Check check)
     for (int32_t count = 0; count <= 67; ++count)
         counts.push_back(count);
     for (int32_t count : counts) {
-        for (Edge edge : {Edge::kStart, Edge::kEnd}) {
+        for (Edge edge : {Edge::kStart, Edge::kEnd, Edge::kOffset}) {
             for (Fill fill : {Fill::kRandom, Fill::kZeros, Fill::kOnes, Fill::kExtremes})
                 check(Case(count, edge, fill));
         }
@@ -172,14 +193,21 @@ TEST(KernelCheck, SeamsAndTransitions)
 {
     for_each_case([](Case c) {
         const int32_t n = c.count;
-        Guarded a = c.bytes(n), b = c.bytes(n), mask = c.bytes(n), above = c.bytes(4 * n),
+        Guarded a = c.bytes(n), b = c.bytes(n), mask = c.bytes(n), above = c.bytes(4 * n, 4),
                 later = c.bytes(2 * n);
-        c.check("seam_cost_row", &OzrKernels::seam_cost_row, 4 * n,
-                [&](auto f, Guarded& out) { f(out.words(), a.data(), b.data(), mask.data(), n); });
-        // Random words: sums beyond 2^31 count as unsigned.
+        c.check(
+            "seam_cost_row", &OzrKernels::seam_cost_row, 4 * n,
+            [&](auto f, Guarded& out) { f(out.words(), a.data(), b.data(), mask.data(), n); }, 4);
+        for (int32_t x = 0; x < n; ++x)
+            above.words()[x] >>= 2 + 27 * (x % 2);  // sums have 31 bits; neighbours are often equal
         if (n >= 2)
-            c.check("seam_accumulate_row", &OzrKernels::seam_accumulate_row, 4 * n,
-                    [&](auto f, Guarded& out) { f(out.words(), above.words(), n); });
+            c.check(
+                "seam_sum_row", &OzrKernels::seam_sum_row, 8 * n,
+                [&](auto f, Guarded& out) {
+                    f(out.words() + n, reinterpret_cast<int8_t*>(out.data() + 3 * n), above.words(),
+                      {a.data(), b.data(), mask.data(), n});
+                },
+                4);
         for (int32_t step : {0, 1, 2, 4}) {
             const int32_t ramp = std::min(n, step == 0 ? n : 127 / step);
             for (int32_t first : {1, 128 - ramp * step}) {
@@ -210,12 +238,12 @@ TEST(KernelCheck, MirrorsAndTextureCodes)
         // Three rows hold n - 2 windows; their codes end where row 1 of the destination has its last but one.
         const uint32_t width = static_cast<uint32_t>(n);
         Guarded src = c.bytes(3 * n);
-        c.check("census_run", &OzrKernels::census_run, 2 * (2 * n - 1), [&](auto f, Guarded& out) {
-            f(reinterpret_cast<uint16_t*>(out.data()), src.data(), width, width - 2);
-        });
-        c.check("census_run in place", &OzrKernels::census_run, 6 * n, [&](auto f, Guarded& out) {
-            f(reinterpret_cast<uint16_t*>(out.data()), out.data(), width, width - 2);
-        });
+        c.check(
+            "census_run", &OzrKernels::census_run, 2 * (2 * n - 1),
+            [&](auto f, Guarded& out) { f(out.halves(), src.data(), width, width - 2); }, 2);
+        c.check(
+            "census_run in place", &OzrKernels::census_run, 6 * n,
+            [&](auto f, Guarded& out) { f(out.halves(), out.data(), width, width - 2); }, 2);
     });
 }
 
@@ -243,52 +271,65 @@ TEST(KernelCheck, QuarterTurns)
     }
 }
 
-// Blocks anywhere in and around the source: weights lie on readable bytes only, and each pixel's sum to 256 at most.
+// Blocks anywhere in the source, their patches reaching beyond it where the weights are 0.
 TEST(KernelCheck, Projection)
 {
-    constexpr int32_t kStride = 37, kRows = 9, kBytes = kStride * kRows;
+    constexpr int32_t kStride = 37, kWidth = 33, kRows = 9, kBytes = kStride * (kRows - 1) + kWidth;
     for_each_case([](Case c) {
         const int32_t blocks = c.count;
         Guarded src = c.bytes(kBytes);
-        std::vector<int32_t> offsets(static_cast<size_t>(blocks) + 1);
-        Guarded table = c.bytes(int64_t{256} * blocks);
-        uint16_t* weights = reinterpret_cast<uint16_t*>(table.data());
-        for (int32_t b = 0; b < blocks; ++b) {
-            const int32_t offset = c.random()->below(kBytes + 4 * kStride) - 4 * kStride;
-            offsets[static_cast<size_t>(b)] = offset;
-            for (int32_t k = 0; k < 8; ++k) {
-                int32_t left = 256;
-                for (int32_t i = 15; i >= 0; --i) {
-                    const int32_t at = offset + i / 4 * kStride + k + i % 4;
-                    const int32_t weight = c.random()->below(3) == 0 ? left : c.random()->below(left + 1);
-                    const bool readable = at >= 0 && at < kBytes;
-                    weights[128 * b + 8 * i + k] = static_cast<uint16_t>(readable ? weight : 0);
-                    left -= readable ? weight : 0;
-                }
-            }
+        std::vector<int32_t> positions(8 * static_cast<size_t>(blocks) + 1), bases(positions.size());
+        std::vector<uint8_t> columns(32 * static_cast<size_t>(blocks) + 1);
+        for (int32_t i = 0; i < 8 * blocks; ++i) {
+            const int32_t top =
+                i % 8 == 0 ? c.random()->below(16 * kRows - 15) : positions[static_cast<size_t>(i / 8 * 8)];
+            positions[static_cast<size_t>(i)] = std::min(top + c.random()->below(70), 16 * (kRows - 1));
+            int32_t* base = &bases[static_cast<size_t>(i / 8)];
+            if (i % 8 == 0)
+                *base = c.random()->below(kWidth + 8) - 8;
+            const int32_t behind = c.random()->below(16 * kWidth - 15) - 16 * (*base + i % 8);
+            for (int32_t j = 0; j < 4 && behind >= 0 && behind <= 48; ++j)
+                columns[static_cast<size_t>(i / 8 * 32 + i % 8 * 2 + j % 2 + j / 2 * 16)] =
+                    static_cast<uint8_t>(std::max(0, 16 - std::abs(behind - 16 * j)));
         }
-        c.check("project_luma_row", &OzrKernels::project_luma_row, 8 * blocks, [&](auto f, Guarded& out) {
-            f(out.data(), src.data(), kBytes, kStride, offsets.data(), weights, blocks);
-        });
+        const OzrProjectionColumns shared = {bases.data(), columns.data(), kStride};
+        const auto tables = [blocks](Guarded& out) {
+            return OzrProjectionRowOut{reinterpret_cast<int32_t*>(out.words()), out.halves() + 2 * blocks,
+                                       out.data() + 260 * blocks};
+        };
+        c.check(
+            "projection_tables_row", &OzrKernels::projection_tables_row, 268 * blocks,
+            [&](auto f, Guarded& out) { f(tables(out), positions.data(), shared, blocks); }, 4);
+        Guarded made = c.bytes(268 * blocks, 4);
+        const OzrProjectionRowOut out_row = tables(made);
+        kOzrKernelsScalar.projection_tables_row(out_row, positions.data(), shared, blocks);
+        const OzrProjectionRow row = {out_row.offsets, out_row.weights, columns.data(), out_row.rows};
+        c.check("project_luma_row", &OzrKernels::project_luma_row, 8 * blocks,
+                [&](auto f, Guarded& out) { f(out.data(), src.data(), kBytes, kStride, row, blocks); });
     });
 }
 
-// The source row has exactly the columns that the positions reach.
+// The source has exactly the bytes that the positions reach. The steps are those of one load, of two, and of gathers.
 TEST(KernelCheck, Resampling)
 {
     for_each_case([](Case c) {
         const int32_t n = c.count;
-        for (uint32_t step : {0U, 300U, 1024U, 2047U, 4089U}) {
+        constexpr int32_t kRows = 3;
+        for (uint32_t step : {0U, 300U, 1024U, 2047U, 4089U, 6200U, 12000U, 20000U}) {
             const int32_t last =
                 n > 0 ? static_cast<int32_t>((static_cast<uint32_t>(n - 1) * step + 1023) >> 10) : 0;
-            Guarded top = c.bytes(last + 1), bottom = c.bytes(last + 1);
-            Guarded packed_top = c.bytes(2 * last + 1), packed_bottom = c.bytes(2 * last + 1);
-            for (uint32_t fraction : {0U, 511U, 1023U}) {
-                c.check("resample_gray_row", &OzrKernels::resample_gray_row, n, [&](auto f, Guarded& out) {
-                    f(out.data(), n, top.data(), bottom.data(), step, fraction);
+            for (uint32_t first_y : {0U, 511U, 1023U}) {
+                const uint32_t step_y = 700 + first_y;
+                const int32_t rows = static_cast<int32_t>((first_y + (kRows - 1) * step_y + 1023) >> 10);
+                const int32_t stride = last + 1 + static_cast<int32_t>(step % 3);
+                Guarded gray = c.bytes(rows * stride + last + 1);
+                Guarded packed = c.bytes(rows * 2 * stride + 2 * last + 1);
+                const int32_t size = std::max(kRows * (n + 3) - 3, 0);
+                c.check("resample_gray", &OzrKernels::resample_gray, size, [&](auto f, Guarded& out) {
+                    f(out.data(), n + 3, {gray.data(), stride, step, step_y, first_y, n, kRows});
                 });
-                c.check("resample_yuyv_row", &OzrKernels::resample_yuyv_row, n, [&](auto f, Guarded& out) {
-                    f(out.data(), n, packed_top.data(), packed_bottom.data(), step, fraction);
+                c.check("resample_yuyv", &OzrKernels::resample_yuyv, size, [&](auto f, Guarded& out) {
+                    f(out.data(), n + 3, {packed.data(), 2 * stride, step, step_y, first_y, n, kRows});
                 });
             }
         }
@@ -305,16 +346,19 @@ TEST(KernelCheck, MotionAndAlignment)
     for_each_case([](Case c) {
         const int32_t n = c.count;
         constexpr int32_t kRows = 3;
-        Guarded a = c.bytes(kRows * n), b = c.bytes(kRows * (n + 5)), above = c.bytes(4 * n);
+        Guarded a = c.bytes(kRows * n), b = c.bytes(kRows * (n + 5)), above = c.bytes(4 * n, 4);
         const auto store = [](auto value, Guarded& out) { memcpy(out.data(), &value, sizeof(value)); };
-        c.check("sad_row", &OzrKernels::sad_row, 4,
-                [&](auto f, Guarded& out) { store(f(a.data(), b.data(), n), out); });
+        for (int32_t b_stride : {n + 5, 0})
+            c.check("sad_area", &OzrKernels::sad_area, 4,
+                    [&](auto f, Guarded& out) { store(f(a.data(), n, b.data(), b_stride, n, kRows), out); });
         c.check("sad_const_row", &OzrKernels::sad_const_row, 4,
                 [&](auto f, Guarded& out) { store(f(a.data(), 77, n), out); });
-        c.check("integral_row", &OzrKernels::integral_row, 4 * n,
-                [&](auto f, Guarded& out) { f(out.words(), above.words(), a.data(), n); });
-        c.check("integral_row of the first row", &OzrKernels::integral_row, 4 * n,
-                [&](auto f, Guarded& out) { f(out.words(), nullptr, a.data(), n); });
+        c.check(
+            "integral_row", &OzrKernels::integral_row, 4 * n,
+            [&](auto f, Guarded& out) { f(out.words(), above.words(), a.data(), n); }, 4);
+        c.check(
+            "integral_row of the first row", &OzrKernels::integral_row, 4 * n,
+            [&](auto f, Guarded& out) { f(out.words(), nullptr, a.data(), n); }, 4);
         for (int32_t shift : {0, 3, 11}) {
             const OzrAreaPair areas = {a.data(), n, 200, b.data(), n + 5, 3, n, kRows};
             c.check("correlate_areas", &OzrKernels::correlate_areas, sizeof(OzrCorrelation),

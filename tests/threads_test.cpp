@@ -1,183 +1,155 @@
-// Cancellation from a second thread: it comes while a picture is added or the panorama composed, ends that work in bounded
-// time, and leaves a session that makes the same panorama as an undisturbed one.
+// Cancellation from a second thread, at every stage of a sweep: it ends the work in bounded time and leaves a session that
+// makes the same panorama as an undisturbed one.
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
-#include <cstring>
 #include <thread>
 
 #include "ozr_log.h"
-#include "ozr_panorama.h"
-#include "panorama.h"
-#include "support/engines.h"
+#include "pano_result.h"
+#include "panorama_calls.h"
+#include "support/sweeps.h"
+#include "support/wrapped_heap.h"
 
 namespace
 {
 
-constexpr int32_t kWidth = 640;
-constexpr int32_t kHeight = 480;
-constexpr int32_t kPictures = 3;
+using Clock = std::chrono::steady_clock;
 
-std::atomic<bool> g_composing;
+constexpr uint32_t kSeed = 2611;
+constexpr int32_t kRounds = 1000;
 
-// The composition's first line is the moment at which the core has begun.
-void watch_progress(const char* format, va_list args)
-{
-    char line[256];
-    vsnprintf(line, sizeof(line), format, args);
-    if (strstr(line, "start synthesis") != nullptr)
-        g_composing = true;
-}
+enum Disturbance { kReset, kDestroy, kCancel, kCancelAsync, kDisturbances };
 
 void ignore(const char*, va_list) {}
 
-struct Session {
-    Session()
-    {
-        ozr_log_set_external_debug(watch_progress);
-        ozr_log_set_external_error(ignore);
-        ozr_panorama_create(nullptr, &pano);
-        const ozr_panorama_parameters params = {70, ozr_panorama_direction_right};
-        ozr_panorama_set_parameters(pano, &params);
-        for (int32_t i = 0; i < kPictures; ++i)
-            pictures.push_back(std::make_unique<NoisePicture>(kWidth, kHeight, 190 * i, 2 * i));
+// The allocation at which the working call lets the second thread come first, and the core that shows its request.
+std::atomic<int64_t> g_meeting;
+std::atomic<const PanoramaCore*> g_core;
+std::atomic<bool> g_met;
+
+void meet(int64_t allocation)
+{
+    if (allocation != g_meeting)
+        return;
+    g_met = true;
+    const Clock::time_point end = Clock::now() + std::chrono::seconds(1);
+    while (g_core.load()->cancel == 0 && Clock::now() < end)
+        std::this_thread::yield();
+}
+
+// What the second thread does, and what came of it.
+int32_t disturb(ozr_panorama* pano, int32_t disturbance)
+{
+    PanoramaInternal* engine = session_of(pano)->engine;
+    if (disturbance == kReset)
+        return ozr_panorama_reset(pano);
+    if (disturbance == kCancel) {
+        const int32_t cancelled = panorama_engine_cancel_process(engine);
+        EXPECT_TRUE(cancelled == 0 || cancelled == kPanoWrongState || cancelled == kPanoCancelTimeout);
+        EXPECT_EQ(engine->cancel_requested, cancelled == kPanoCancelTimeout ? 1 : 0);
+        return cancelled;
     }
-    ~Session()
-    {
+    if (disturbance == kDestroy)
         ozr_panorama_destroy(pano);
-        ozr_log_set_external_debug(nullptr);
-        ozr_log_set_external_error(nullptr);
-    }
+    else
+        panorama_engine_cancel_process_async(engine);
+    return 0;
+}
 
-    // The engine behind the handle: the session's pointer follows the public part.
-    PanoramaInternal* engine() const
-    {
-        panorama_t* session = nullptr;
-        memcpy(&session, pano + 1, sizeof(session));
-        return session->engine;
-    }
-
-    ozr_err stitch(int32_t i) const
-    {
-        const PanoImg& img = pictures[static_cast<size_t>(i)]->img;
-        ozr_image image = {img.data, img.size, img.width, img.height, ozr_image_format_nv12, img.stride, 0};
-        return ozr_panorama_stitch_one_image(pano, &image, nullptr);
-    }
-
-    std::vector<uint8_t> sweep() const
-    {
-        for (int32_t i = 0; i < kPictures; ++i)
-            EXPECT_EQ(stitch(i), ozr_success);
-        ozr_image out = {};
-        EXPECT_EQ(ozr_panorama_run(pano, &out), ozr_success);
-        return out.data != nullptr ? std::vector<uint8_t>(out.data, out.data + out.size)
-                                   : std::vector<uint8_t>();
-    }
-
-    ozr_panorama* pano = nullptr;
-    std::vector<std::unique_ptr<NoisePicture>> pictures;
+struct Outcome {
+    ozr_err work;
+    int32_t disturbed;
 };
 
-using Clock = std::chrono::steady_clock;
-
-// Resets from another thread as soon as `begun` says that the work is under way, plus a delay.
-template <class Begun, class Work>
-ozr_err reset_during(const Session& s, int32_t delay_us, Begun begun, Work work)
+// One call, disturbed by a second thread: at one of its allocations, or (0) some time after it has begun.
+Outcome disturbed_call(NoiseSweep* sweep, ozr_panorama* pano, int32_t step, int32_t disturbance,
+                       int64_t meeting, Clock::duration delay)
 {
-    std::atomic<bool> done = {false};
-    ozr_err reset = ozr_err_general;
-    std::thread other([&] {
-        while (!begun() && !done)
+    std::atomic<bool> ready = {false}, done = {false};
+    Outcome outcome = {};
+    g_meeting = meeting;
+    g_core = session_of(pano)->engine->core;
+    g_met = false;
+    std::thread second([&] {
+        ready = true;
+        while (!(meeting != 0 ? g_met.load() : panorama_call_is_at_work(pano)) && !done)
             std::this_thread::yield();
-        std::this_thread::sleep_for(std::chrono::microseconds(delay_us));
-        const auto start = Clock::now();
-        reset = ozr_panorama_reset(s.pano);
-        EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
+        const Clock::time_point begun = Clock::now();
+        while (meeting == 0 && Clock::now() < begun + delay)
+            std::this_thread::yield();
+        outcome.disturbed = disturb(pano, disturbance);
+        EXPECT_LT(Clock::now() - begun, std::chrono::seconds(20));
     });
-    const ozr_err result = work();
+    while (!ready)
+        std::this_thread::yield();
+    {
+        const WrappedHeap heap(0, meet);
+        outcome.work = sweep->call(pano, step);
+    }
     done = true;
-    other.join();
-    EXPECT_EQ(reset, ozr_success);
-    return result;
+    second.join();
+    return outcome;
+}
+
+ozr_panorama* create()
+{
+    ozr_panorama* pano = nullptr;
+    EXPECT_EQ(ozr_panorama_create(nullptr, &pano), ozr_success);
+    return pano;
 }
 
 }  // namespace
 
-TEST(Threads, ResetEndsAPictureThatIsBeingAdded)
+TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
 {
-    Session s;
-    const std::vector<uint8_t> undisturbed = s.sweep();
-    ASSERT_EQ(ozr_panorama_reset(s.pano), ozr_success);
-    for (int32_t round = 0; round < 8; ++round) {
-        ASSERT_EQ(s.stitch(0), ozr_success);
-        PanoramaInternal* pe = s.engine();
-        const ozr_err result = reset_during(
-            s, round * 500, [&] { return pe->image_state[1] == kSlotAdding; }, [&] { return s.stitch(1); });
-        EXPECT_TRUE(result == ozr_success || result == ozr_err_invalid_status) << result;
-        EXPECT_EQ(s.sweep(), undisturbed);
-        ASSERT_EQ(ozr_panorama_reset(s.pano), ozr_success);
+    ozr_log_set_external_debug(ignore);
+    ozr_log_set_external_error(ignore);
+    NoiseSweep sweep(kDirectionRight, 96, 32);
+    ozr_panorama* pano = create();
+    const std::vector<uint8_t> undisturbed = sweep.whole(pano);
+    ASSERT_FALSE(undisturbed.empty());
+    ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
+    Clock::duration lasts[NoiseSweep::kSteps];
+    int64_t allocations[NoiseSweep::kSteps];
+    for (int32_t step = 0; step < NoiseSweep::kSteps; ++step) {
+        const WrappedHeap heap;
+        const Clock::time_point begun = Clock::now();
+        ASSERT_GE(sweep.call(pano, step), 0);
+        lasts[step] = Clock::now() - begun;
+        allocations[step] = heap.allocations();
     }
-}
-
-TEST(Threads, ResetEndsAComposition)
-{
-    Session s;
-    const std::vector<uint8_t> undisturbed = s.sweep();
-    ASSERT_EQ(ozr_panorama_reset(s.pano), ozr_success);
-    for (int32_t round = 0; round < 8; ++round) {
-        for (int32_t i = 0; i < kPictures; ++i)
-            ASSERT_EQ(s.stitch(i), ozr_success);
-        g_composing = false;
-        ozr_image out = {};
-        const ozr_err result = reset_during(
-            s, round * 200, [] { return g_composing.load(); },
-            [&] { return ozr_panorama_run(s.pano, &out); });
-        EXPECT_TRUE(result == ozr_success || result == ozr_err_invalid_status) << result;
-        EXPECT_EQ(s.sweep(), undisturbed);
-        ASSERT_EQ(ozr_panorama_reset(s.pano), ozr_success);
+    ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
+    int32_t interrupted = 0;
+    Random random(kSeed);
+    for (int32_t round = 0; round < kRounds && !testing::Test::HasFailure(); ++round) {
+        const int32_t disturbed_step = NoiseSweep::kFirst + round % (NoiseSweep::kSteps - NoiseSweep::kFirst);
+        const int32_t disturbance = random.below(kDisturbances), share = random.below(110);
+        // Half of the longer calls meet the second thread; before the second picture there is no request to wait for.
+        const bool meets = disturbed_step >= NoiseSweep::kSecond && random.below(2) == 0;
+        const int32_t meeting =
+            meets ? 1 + random.below(static_cast<int32_t>(allocations[disturbed_step])) : 0;
+        SCOPED_TRACE(testing::Message()
+                     << "seed " << kSeed << " round " << round << " step " << disturbed_step
+                     << " disturbance " << disturbance << " after " << share << " % of the step");
+        for (int32_t step = 0; step < disturbed_step; ++step)
+            ASSERT_GE(sweep.call(pano, step), 0);
+        const Outcome outcome = disturbed_call(&sweep, pano, disturbed_step, disturbance, meeting,
+                                               lasts[disturbed_step] * share / 100);
+        EXPECT_TRUE(outcome.work >= 0 || outcome.work == ozr_err_invalid_status) << outcome.work;
+        interrupted += outcome.work < 0 ? 1 : 0;
+        if (disturbance == kReset)
+            EXPECT_EQ(outcome.disturbed, ozr_success);
+        else if (disturbance == kDestroy)
+            pano = create();
+        else
+            EXPECT_EQ(ozr_panorama_reset(pano), ozr_success);
+        EXPECT_EQ(sweep.whole(pano), undisturbed);
+        ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
     }
-}
-
-TEST(Threads, DestroyWaitsForTheWork)
-{
-    for (int32_t round = 0; round < 4; ++round) {
-        auto s = std::make_unique<Session>();
-        ASSERT_EQ(s->stitch(0), ozr_success);
-        PanoramaInternal* pe = s->engine();
-        std::atomic<bool> done = {false};
-        std::thread other([&] {
-            while (pe->image_state[1] != kSlotAdding && !done)
-                std::this_thread::yield();
-            ozr_panorama_destroy(s->pano);
-        });
-        const ozr_err result = s->stitch(1);
-        done = true;
-        other.join();
-        s->pano = nullptr;
-        EXPECT_TRUE(result == ozr_success || result == ozr_err_invalid_status) << result;
-    }
-}
-
-TEST(Threads, SynchronousCancelWaitsAndWithdrawsItsRequest)
-{
-    Session s;
-    for (int32_t i = 0; i < kPictures; ++i)
-        ASSERT_EQ(s.stitch(i), ozr_success);
-    PanoramaInternal* pe = s.engine();
-    g_composing = false;
-    int32_t cancelled = 0;
-    std::thread other([&] {
-        while (!g_composing)
-            std::this_thread::yield();
-        cancelled = panorama_engine_cancel_process(pe);
-    });
-    ozr_image out = {};
-    const ozr_err result = ozr_panorama_run(s.pano, &out);
-    other.join();
-    // 0: the composition stopped; -7: it ended by itself first. It may also take longer than the wait.
-    EXPECT_EQ(result == ozr_success, cancelled == -7) << cancelled;
-    if (cancelled != -104) {
-        EXPECT_EQ(pe->cancel_requested, 0);
-    }
+    EXPECT_GT(interrupted, kRounds / 10);
+    ozr_panorama_destroy(pano);
+    ozr_log_set_external_debug(nullptr);
+    ozr_log_set_external_error(nullptr);
 }

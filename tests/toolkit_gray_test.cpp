@@ -1,7 +1,11 @@
 // Grey pictures in plain memory: resizing, cropping, turning, subsampling, texture codes.
-#include <math.h>
+#include <gtest/gtest.h>
 
-#include "toolkit_support.h"
+#include <cmath>
+#include <cstring>
+
+#include "ozr_support.h"
+#include "support/images.h"
 
 namespace
 {
@@ -50,6 +54,22 @@ int slow_bilinear(const Picture& src, Size dst, int x, int y)
 using Resize = ozr_err (*)(uint8_t*, int32_t, int32_t, int32_t, const uint8_t*, int32_t, int32_t, int32_t);
 const Size kTargets[] = {{1, 1}, {2, 3}, {4, 4}, {17, 8}, {35, 33}, {50, 41}};
 
+// Rows closer together than they are long, and a picture that shrinks where it lies, come out as made one after the other.
+TEST(Resize, OverlappingRowsAreMadeInOrder)
+{
+    constexpr int32_t kSide = 64, kHalf = kSide / 2;
+    Bytes picture = random_bytes(kSide * kSide, 7);
+    Bytes apart(kHalf * kHalf), close(kHalf * kHalf), want(kHalf * kHalf);
+    ASSERT_EQ(resize_grayimage_bi(apart.data(), kHalf, kHalf, kHalf, picture.data(), kSide, kSide, kSide), 0);
+    ASSERT_EQ(resize_grayimage_bi(close.data(), kHalf, kHalf, 3, picture.data(), kSide, kSide, kSide), 0);
+    for (size_t y = 0; y < kHalf; ++y)
+        memcpy(&want[3 * y], &apart[kHalf * y], kHalf);
+    EXPECT_EQ(close, want);
+    uint8_t* place = picture.data();
+    ASSERT_EQ(resize_grayimage_bi(place, kHalf, kHalf, kHalf, place, kSide, kSide, kSide), 0);
+    EXPECT_EQ(memcmp(place, apart.data(), apart.size()), 0);
+}
+
 TEST(Resize, FollowsAccumulatedPositions)
 {
     for (bool bilinear : {false, true})
@@ -72,16 +92,6 @@ TEST(Resize, FollowsAccumulatedPositions)
             }
 }
 
-TEST(Resize, StrideZeroMeansTheWidthForNearestOnly)
-{
-    const uint8_t src[] = {1, 2, 3, 4};
-    Bytes dst(4);
-    ASSERT_EQ(resize_grayimage_nn(dst.data(), 2, 2, 0, src, 2, 2, 0), ozr_success);
-    EXPECT_EQ(dst, (Bytes{1, 2, 3, 4}));
-    ASSERT_EQ(resize_grayimage_bi(dst.data(), 2, 2, 2, src, 2, 2, 0), ozr_success);
-    EXPECT_EQ(dst, (Bytes{1, 2, 1, 2}));
-}
-
 TEST(Resize, RefusesEachFault)
 {
     Bytes pixels(4, 9);
@@ -95,8 +105,8 @@ TEST(Resize, RefusesEachFault)
     } faults[] = {
         {"no columns", 0, 2, p, p, 2, 2, -3, -3},
         {"no rows", 2, 0, p, p, 2, 2, -3, -3},
-        {"no columns, negative rows", 0, -1, p, p, 2, 2, -3, -3},
         {"negative rows", 2, -1, p, p, 2, 2, 0, 0},
+        {"negative rows, no columns", 0, -1, p, p, 2, 2, -3, -3},
         {"negative rows, no source", 2, -1, p, nullptr, 2, 2, -3, 0},
         {"negative columns", -1, 2, p, p, 2, 2, -3, -3},
         {"no source", 2, 2, p, nullptr, 2, 2, -3, -3},
@@ -106,15 +116,19 @@ TEST(Resize, RefusesEachFault)
         {"negative positions", 1, 2, p, p, 1 << 21, 2, -3, -3},
     };
     for (const auto& f : faults) {
-        SCOPED_TRACE(f.what);
-        EXPECT_EQ(
-            resize_grayimage_nn(f.dst, f.dst_width, f.dst_height, 2, f.src, f.src_width, f.src_height, 2),
-            f.nearest);
-        EXPECT_EQ(
-            resize_grayimage_bi(f.dst, f.dst_width, f.dst_height, 2, f.src, f.src_width, f.src_height, 2),
-            f.bilinear);
+        const auto call = [&](Resize resize) {
+            return resize(f.dst, f.dst_width, f.dst_height, 2, f.src, f.src_width, f.src_height, 2);
+        };
+        EXPECT_EQ(call(resize_grayimage_nn), f.nearest) << f.what;
+        EXPECT_EQ(call(resize_grayimage_bi), f.bilinear) << f.what;
     }
     EXPECT_EQ(pixels, Bytes(4, 9));
+    // A stride of 0 means the width, but only to the nearest pixel.
+    const uint8_t src[] = {1, 2, 3, 4};
+    ASSERT_EQ(resize_grayimage_nn(p, 2, 2, 0, src, 2, 2, 0), ozr_success);
+    EXPECT_EQ(pixels, (Bytes{1, 2, 3, 4}));
+    ASSERT_EQ(resize_grayimage_bi(p, 2, 2, 2, src, 2, 2, 0), ozr_success);
+    EXPECT_EQ(pixels, (Bytes{1, 2, 1, 2}));
 }
 
 TEST(Crop, EqualsTheResizeOfThePart)
@@ -215,12 +229,14 @@ TEST(Turn, CropTurnsAboutItsOwnCentre)
 TEST(Turn, Refuses)
 {
     uint8_t p[4] = {};
-    EXPECT_EQ(rotate_grayimage_eighth(p, 2, 2, 0, p, 2, 2, 0, -1), ozr_err_invalid_argument);
-    EXPECT_EQ(rotate_grayimage_eighth(p, 2, 2, 0, p, 2, 2, 0, 8), ozr_err_invalid_argument);
-    EXPECT_EQ(rotate_grayimage_eighth(nullptr, 2, 2, 0, p, 2, 2, 0, 0), ozr_err_invalid_argument);
-    EXPECT_EQ(rotate_grayimage_eighth(p, 2, 2, 0, nullptr, 2, 2, 0, 0), ozr_err_invalid_argument);
-    EXPECT_EQ(rotate_grayimage_eighth(p, 2, 0, 0, p, 2, 2, 0, 0), ozr_err_invalid_argument);
-    EXPECT_EQ(rotate_grayimage_eighth(p, 2, 2, 0, p, -2, 2, 0, 0), ozr_err_invalid_argument);
+    const struct {
+        uint8_t *dst, *src;
+        int32_t dst_height, src_width, direction;
+    } faults[] = {{p, p, 2, 2, -1},      {p, p, 2, 2, 8}, {nullptr, p, 2, 2, 0},
+                  {p, nullptr, 2, 2, 0}, {p, p, 0, 2, 0}, {p, p, 2, -2, 0}};
+    for (const auto& f : faults)
+        EXPECT_EQ(rotate_grayimage_eighth(f.dst, 2, f.dst_height, 0, f.src, f.src_width, 2, 0, f.direction),
+                  ozr_err_invalid_argument);
 }
 
 TEST(SampleByN, AdvancesAsItsStepsSay)

@@ -1,5 +1,11 @@
 // Operations on image records: the mirror, the grey subsampling, the two-point warp.
-#include "toolkit_support.h"
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "ozr_support.h"
+#include "support/images.h"
 
 namespace
 {
@@ -9,44 +15,28 @@ TEST(Hflip, ExchangesPixelsAndKeepsPadding)
     const struct {
         ozr_image_format format;
         int32_t width, height;
-        Bytes row, flipped;            // of the first plane
-        Bytes chroma, chroma_flipped;  // of the second, if any
+        std::string luma, flipped, chroma, chroma_flipped;  // the bytes of a row, padding included
     } rows[] = {
-        {ozr_image_format_gray, 1, 2, {7, 99}, {7, 99}, {}, {}},
-        {ozr_image_format_gray, 3, 2, {1, 2, 3, 99}, {3, 2, 1, 99}, {}, {}},
-        {ozr_image_format_rgba32, 2, 3, {1, 2, 3, 4, 5, 6, 7, 8, 99}, {5, 6, 7, 8, 1, 2, 3, 4, 99}, {}, {}},
-        {ozr_image_format_nv12,
-         6,
-         4,
-         {1, 2, 3, 4, 5, 6, 99},
-         {6, 5, 4, 3, 2, 1, 99},
-         {10, 20, 11, 21, 12, 22, 99},
-         {12, 22, 11, 21, 10, 20, 99}},
-        {ozr_image_format_nv21, 4, 3, {1, 2, 3, 4}, {4, 3, 2, 1}, {20, 10, 21, 11}, {21, 11, 20, 10}},
-        {ozr_image_format_nv12,
-         5,
-         2,
-         {1, 2, 3, 4, 5},
-         {5, 4, 3, 2, 1},
-         {10, 20, 11, 21, 12},
-         {21, 12, 11, 10, 20}},
+        {ozr_image_format_gray, 1, 2, "a.", "a.", "", ""},
+        {ozr_image_format_gray, 3, 2, "abc.", "cba.", "", ""},
+        {ozr_image_format_rgba32, 2, 3, "RGBArgba.", "rgbaRGBA.", "", ""},
+        {ozr_image_format_nv12, 6, 4, "abcdef.", "fedcba.", "UVuvXY.", "XYuvUV."},
+        {ozr_image_format_nv21, 4, 3, "abcd", "dcba", "VUvu", "vuVU"},
+        {ozr_image_format_nv12, 5, 2, "abcde", "edcba", "UVuvX",
+         "vXuUV"},  // pair k with that ending at byte 4
     };
     for (const auto& row : rows) {
-        const int32_t stride = static_cast<int32_t>(row.row.size());
+        const int32_t stride = static_cast<int32_t>(row.luma.size());
         TestImage image(row.format, row.width, row.height, stride, 1, 16);
         for (int at = 0; at < image.size; ++at) {
             const bool in_luma = at < stride * row.height;
-            image.data[at] = (in_luma ? row.row : row.chroma)[static_cast<size_t>(at % stride)];
-            image.buffer.expect(
-                at, (in_luma ? row.flipped : row.chroma_flipped)[static_cast<size_t>(at % stride)]);
+            const size_t byte = static_cast<size_t>(at % stride);
+            image.data[at] = static_cast<uint8_t>((in_luma ? row.luma : row.chroma)[byte]);
+            image.buffer.expect(at, (in_luma ? row.flipped : row.chroma_flipped)[byte]);
         }
         EXPECT_EQ(ozr_image_hflip(&image), ozr_success);
-        EXPECT_EQ(image.buffer.now, image.buffer.want) << "format " << row.format << " width " << row.width;
+        EXPECT_EQ(image.buffer.now, image.buffer.want) << row.luma << row.chroma;
     }
-}
-
-TEST(Hflip, Refuses)
-{
     for (ozr_image_format format : {ozr_image_format_yv12, ozr_image_format_yuy2, ozr_image_format(6)}) {
         TestImage image(format, 4, 2, 8, 3);
         EXPECT_EQ(ozr_image_hflip(&image), ozr_err_not_supported);
@@ -74,38 +64,31 @@ TEST(SampleGray, TakesEveryNthLuma)
 {
     for (int format = 0; format < 6; ++format)
         for (int32_t n : {1, 2, 3, 5, 40})
-            for (int32_t width : {7, 16, 33})
-                for (bool reuse : {false, true}) {
-                    SCOPED_TRACE(testing::Message()
-                                 << "format " << format << " n " << n << " width " << width);
-                    const TestImage src(ozr_image_format(format), width, 11, 4 * width, 21);
-                    TestImage fitting(ozr_image_format_yv12, width / n, 11 / n, width / n + 2, 22, 16);
-                    OwnedImage own;
-                    ozr_image& dst = reuse ? static_cast<ozr_image&>(fitting) : own;
-                    const uint8_t* before = dst.data;
-                    fitting.rotation = 0;
-                    ASSERT_EQ(ozr_image_sample_gray(&dst, &src, n), ozr_success);
-                    EXPECT_EQ(dst.rotation, 90);
-                    EXPECT_EQ(dst.format,
-                              reuse && n <= 11 && n <= width ? ozr_image_format_yv12 : dst.format);
-                    EXPECT_EQ(reuse, dst.data == before);
-                    ASSERT_TRUE(dst.width == width / n && dst.height == 11 / n);
-                    for (int y = 0; y < dst.height; ++y)
-                        for (int x = 0; x < dst.width; ++x) {
-                            const int want = luma_at(src, x * n, y * n);
-                            ASSERT_EQ(dst.data[y * dst.stride + x], want);
-                            fitting.buffer.expect(y * fitting.stride + x, reuse ? want : 0);
-                        }
-                    if (reuse)
-                        ASSERT_EQ(fitting.buffer.now, fitting.buffer.want);
-                    else
-                        ASSERT_TRUE(dst.format == ozr_image_format_gray &&
-                                    dst.stride == (width / n + 15) / 16 * 16);
-                }
-}
-
-TEST(SampleGray, CopiesPaddingBetweenEqualStrides)
-{
+            for (int32_t width : {7, 16, 33}) {
+                SCOPED_TRACE(testing::Message() << "format " << format << " n " << n << " width " << width);
+                const TestImage src(ozr_image_format(format), width, 11, 4 * width, 21);
+                // One that fits is used as it is, whatever its format; an empty one is made.
+                TestImage fitting(ozr_image_format_yv12, width / n, 11 / n, width / n + 2, 22, 16);
+                const uint8_t* const before = fitting.data;
+                fitting.rotation = 0;
+                OwnedImage made;
+                ASSERT_EQ(ozr_image_sample_gray(&fitting, &src, n), ozr_success);
+                ASSERT_EQ(ozr_image_sample_gray(&made, &src, n), ozr_success);
+                EXPECT_EQ(fitting.data, before);
+                EXPECT_EQ(fitting.format, ozr_image_format_yv12);
+                EXPECT_EQ(made.format, ozr_image_format_gray);
+                EXPECT_EQ(made.stride, (width / n + 15) / 16 * 16);
+                EXPECT_TRUE(made.rotation == 90 && fitting.rotation == 90);
+                ASSERT_TRUE(made.width == width / n && made.height == 11 / n);
+                for (int y = 0; y < made.height; ++y)
+                    for (int x = 0; x < made.width; ++x) {
+                        const int want = luma_at(src, x * n, y * n);
+                        ASSERT_EQ(made.data[y * made.stride + x], want);
+                        fitting.buffer.expect(y * fitting.stride + x, want);
+                    }
+                ASSERT_EQ(fitting.buffer.now, fitting.buffer.want);
+            }
+    // Equal strides: the plane is copied with its padding.
     const TestImage src(ozr_image_format_nv12, 6, 4, 8, 24);
     TestImage dst(ozr_image_format_gray, 6, 4, 8, 25, 16);
     ASSERT_EQ(ozr_image_sample_gray(&dst, &src, 1), ozr_success);
@@ -261,10 +244,9 @@ TEST(WarpIntoRows, HalvesDistantPointsFirst)
         Warp given,
             used;  // the second by hand: each point to (centre + point + 1) >> 1 while D * D > 6000000
     } rows[] = {
-        {{4, 4, 30, 20, 3, 5, 33, 22}, {4, 4, 30, 20, 3, 5, 33, 22}},    // D * D = 1413721
-        {{1, 10, 39, 11, 0, 9, 60, 9}, {11, 11, 30, 11, 15, 9, 45, 9}},  // 60 apart: one round
-        {{0, 10, 39, 11, -100, 9, 200, 9},
-         {0, 10, 39, 11, -100, 9, 200, 9}},  // 300 apart: D * D wraps below 0
+        {{4, 4, 30, 20, 3, 5, 33, 22}, {4, 4, 30, 20, 3, 5, 33, 22}},          // D * D = 1413721
+        {{1, 10, 39, 11, 0, 9, 60, 9}, {11, 11, 30, 11, 15, 9, 45, 9}},        // 60 apart: one round
+        {{0, 10, 39, 11, -100, 9, 200, 9}, {0, 10, 39, 11, -100, 9, 200, 9}},  // 300: D * D wraps below 0
     };
     for (const auto& [g, used] : rows) {
         Buffer dst(25 * 33, 42, 16);

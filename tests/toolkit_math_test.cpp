@@ -1,11 +1,12 @@
 // Integer trigonometry, square root, rectangles and points: hand-made values, and the odd results callers rely on.
-#include <math.h>
+#include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 
+#include "ozr_support.h"
 #include "ozr_trig_tables.h"
 #include "ozr_wrap32.h"
-#include "toolkit_support.h"
 
 static bool operator==(const ozr_point& a, const ozr_point& b)
 {
@@ -48,25 +49,12 @@ TEST(Trigonometry, FollowsTheCircleAtAnyAngle)
 
 TEST(Arctan, GivesDegreesFromTheYAxis)
 {
-    const std::array<int32_t, 3> rows[] = {
-        {1, 0, 90},
-        {-1, 0, -90},
-        {0, 0, 90},
-        {0, 5, 0},
-        {0, -5, 180},
-        {5, -5, 135},
-        {-5, -5, -135},
-        {-5, 5, -45},
-        {100, 1, 90},
-        {-100, 1, -90},
-        {401, 7, 89},
-        {58, 1, 90},
-        {-1774, -1024, -120},
-        {INT32_MIN, 1, 0},
+    const int32_t rows[][3] = {
+        {1, 0, 90},        {-1, 0, -90},         {0, 0, 90},    {0, 5, 0},     {0, -5, 180},
+        {5, -5, 135},      {-5, -5, -135},       {-5, 5, -45},  {100, 1, 90},  {-100, 1, -90},
+        {401, 7, 89},      {58, 1, 90},          {36, 1024, 2}, {37, 1024, 3}, {1023, 1024, 44},
+        {INT32_MIN, 1, 0}, {-1774, -1024, -120},
         // Tangents of 36 and 37 lie between 2 degrees (36) and 3 (54); the search for 37 goes 45, 22, 10, 4, 1, 2, 3.
-        {36, 1024, 2},
-        {37, 1024, 3},
-        {1023, 1024, 44},
     };
     for (const auto& [x, y, want] : rows)
         EXPECT_EQ(ozr_math_arctan(x, y), want) << x << ',' << y;
@@ -88,14 +76,9 @@ TEST(Sqrt, NewtonFromOne)
 
 TEST(NormalizeAngle, UsesSixteenBits)
 {
-    for (const auto& [degree, want] : {Pair{540, 180},
-                                       {-180, 180},
-                                       {-179, -179},
-                                       {180, 180},
-                                       {181, -179},
-                                       {720, 0},
-                                       {65543, 7},
-                                       {32768, -8}})
+    const Pair rows[] = {{540, 180},  {-180, 180}, {-179, -179}, {180, 180},
+                         {181, -179}, {720, 0},    {65543, 7},   {32768, -8}};
+    for (const auto& [degree, want] : rows)
         EXPECT_EQ(ozr_math_normalize_angle(degree), want) << degree;
 }
 
@@ -191,25 +174,25 @@ TEST(Geometry, RefusesNullPointers)
     ozr_rect r = {1, 2, 3, 4};
     ozr_point p = {5, 6};
     for (int missing = 0; missing < 4; ++missing) {
-        ozr_rect *ra = missing == 0 ? nullptr : &r, *rb = missing == 1 ? nullptr : &r,
-                 *rc = missing == 2 ? nullptr : &r;
-        ozr_point *pa = missing == 0 ? nullptr : &p, *pb = missing == 1 ? nullptr : &p,
-                  *pc = missing == 2 ? nullptr : &p;
-        ozr_warp_strength_by_2points_i(pa, pb, pc, missing == 3 ? nullptr : &p, 0);
+        ozr_rect* rect[] = {&r, &r, &r, &r};
+        ozr_point* point[] = {&p, &p, &p, &p};
+        rect[missing] = nullptr;
+        point[missing] = nullptr;
+        ozr_warp_strength_by_2points_i(point[0], point[1], point[2], point[3], 0);
         if (missing == 3)
             continue;
-        EXPECT_EQ(ozr_rect_get_intersecting_rect(ra, rb, rc), -3);
-        EXPECT_EQ(ozr_rect_get_bounding_rect(ra, rb, rc), -3);
-        ozr_point_rotate(pa, pb, pc, 90);
-        ozr_rect_rotate(ra, rb, pc, 90);
+        EXPECT_EQ(ozr_rect_get_intersecting_rect(rect[0], rect[1], rect[2]), -3);
+        EXPECT_EQ(ozr_rect_get_bounding_rect(rect[0], rect[1], rect[2]), -3);
+        ozr_point_rotate(point[0], point[1], point[2], 90);
+        ozr_rect_rotate(rect[0], rect[1], point[2], 90);
         if (missing == 2)
             continue;
-        EXPECT_EQ(ozr_rect_is_intersecting(ra, rb) + ozr_point_inside_rect(pa, rb), 0);
-        EXPECT_EQ(ozr_rect_get_intersecting_area(ra, rb), -3);
-        EXPECT_EQ(ozr_rect_clip(ra, rb), -3);
-        EXPECT_EQ(ozr_point_dist(pa, pb), -3);
-        ozr_rect_scale(ra, rb, 2, 1);
-        ozr_warp_rotation_degree(pa, pb, 90);
+        EXPECT_EQ(ozr_rect_is_intersecting(rect[0], rect[1]) + ozr_point_inside_rect(point[0], rect[1]), 0);
+        EXPECT_EQ(ozr_rect_get_intersecting_area(rect[0], rect[1]), -3);
+        EXPECT_EQ(ozr_rect_clip(rect[0], rect[1]), -3);
+        EXPECT_EQ(ozr_point_dist(point[0], point[1]), -3);
+        ozr_rect_scale(rect[0], rect[1], 2, 1);
+        ozr_warp_rotation_degree(point[0], point[1], 90);
     }
     EXPECT_EQ(ozr_rect_get_area(nullptr), -3);
     EXPECT_EQ(ozr_rect_move(nullptr, 1, 1), -3);

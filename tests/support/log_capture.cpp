@@ -9,6 +9,7 @@ namespace
 
 std::vector<std::string> g_errors;
 std::vector<std::string> g_debug;
+std::vector<std::string> g_info;
 
 std::string formatted(const char* format, va_list args)
 {
@@ -27,31 +28,45 @@ void on_debug(const char* format, va_list args)
     g_debug.push_back(formatted(format, args));
 }
 
+void on_info(const char* format, va_list args)
+{
+    g_info.push_back(formatted(format, args));
+}
+
 }  // namespace
 
 LogCapture::LogCapture()
 {
     g_errors.clear();
     g_debug.clear();
+    g_info.clear();
     ozr_log_set_external_error(on_error);
     ozr_log_set_external_debug(on_debug);
+    ozr_log_set_external_info(on_info);
 }
 
 LogCapture::~LogCapture()
 {
     ozr_log_set_external_error(nullptr);
     ozr_log_set_external_debug(nullptr);
+    ozr_log_set_external_info(nullptr);
 }
 
-// From "OZR_EXCEPTION(code) text @ function():line".
+std::vector<std::string> LogCapture::info() const
+{
+    return g_info;
+}
+
+// From "OZR_EXCEPTION(code) text @ function():line"; a failed condition keeps its head.
 std::vector<std::string> LogCapture::chain() const
 {
-    constexpr size_t kHead = sizeof("OZR_EXCEPTION(") - 1;
+    const std::string head = "OZR_EXCEPTION(";
     std::vector<std::string> lines;
-    for (const std::string& line : g_errors) {
-        const size_t close = line.find(')', kHead);
-        lines.push_back(line.substr(kHead, close - kHead) + ":" +
-                        line.substr(close + 1, line.rfind("():") - close - 1));
+    for (std::string line : g_errors) {
+        line.resize(line.rfind("():"));
+        if (line.compare(0, head.size(), head) == 0)
+            line.erase(0, head.size()).replace(line.find(')'), 1, ":");
+        lines.push_back(line);
     }
     return lines;
 }

@@ -1,10 +1,14 @@
-// Collects the library's log lines while it lives.
+// Log lines of the library.
 #ifndef LOG_CAPTURE_H
 #define LOG_CAPTURE_H
 
 #include <string>
 #include <vector>
 
+using Lines = std::vector<std::string>;
+using Chain = Lines;  // of one failure, innermost first
+
+// Collects them while it lives.
 class LogCapture
 {
 public:
@@ -14,10 +18,13 @@ public:
     LogCapture& operator=(const LogCapture&) = delete;
 
     // Error lines, innermost first, as "code: text @ function": the source line is left out.
-    std::vector<std::string> chain() const;
+    Lines chain() const;
+
+    // Info lines.
+    Lines info() const;
 
     // Debug lines of the engine as "tag: message".
-    std::vector<std::string> progress() const;
+    Lines progress() const;
 };
 
 #endif

@@ -2,9 +2,12 @@
 #ifndef PICTURES_H
 #define PICTURES_H
 
-#include <cstdint>
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <vector>
 
+#include "ozr_image.h"
 #include "panorama_img.h"
 
 // Reproducible numbers: xorshift32.
@@ -27,7 +30,7 @@ private:
     uint32_t state_;
 };
 
-// A record around exactly as many bytes as its geometry says, between canaries.
+// A record around exactly as many bytes as its geometry says, between canaries that must live as long as it does.
 class TestImg
 {
 public:
@@ -40,35 +43,37 @@ public:
         img.stride = width * kPixelBytes[format] + padding;
         const int32_t plane = img.stride * height;
         img.size = format == kPanoNv12 || format == kPanoNv21 ? plane * 3 / 2 : plane;
-        bytes_.assign(static_cast<size_t>(img.size) + 2 * kGuard, fill);
-        for (size_t i = 0; i < kGuard; ++i)
-            bytes_[i] = bytes_[bytes_.size() - 1 - i] = kCanary;
+        bytes_.assign(static_cast<size_t>(img.size + 2 * kGuard), fill);
+        std::fill_n(bytes_.begin(), kGuard, kCanary);
+        std::fill_n(bytes_.rbegin(), kGuard, kCanary);
         img.data = bytes_.data() + kGuard;
+    }
+    ~TestImg()
+    {
+        EXPECT_EQ(std::count(bytes_.begin(), bytes_.begin() + kGuard, kCanary), kGuard);
+        EXPECT_EQ(std::count(bytes_.end() - kGuard, bytes_.end(), kCanary), kGuard);
     }
     TestImg(const TestImg&) = delete;
     TestImg& operator=(const TestImg&) = delete;
 
-    void randomize(Random* random)
+    void randomize(uint32_t seed)
     {
+        Random random(seed);
         for (int32_t i = 0; i < img.size; ++i)
-            img.data[i] = random->byte();
+            img.data[i] = random.byte();
     }
     uint8_t& at(int32_t x, int32_t y) { return img.data[y * img.stride + x]; }
     uint8_t& chroma(int32_t x, int32_t y) { return at(x, img.height + y); }
     std::vector<uint8_t> pixels() const { return {img.data, img.data + img.size}; }
-    bool intact() const
+    ozr_image as_public(ozr_image_format format) const
     {
-        for (size_t i = 0; i < kGuard; ++i) {
-            if (bytes_[i] != kCanary || bytes_[bytes_.size() - 1 - i] != kCanary)
-                return false;
-        }
-        return true;
+        return {img.data, img.size, img.width, img.height, format, img.stride, 0};
     }
 
     PanoImg img = {};
 
 private:
-    static constexpr size_t kGuard = 64;
+    static constexpr int32_t kGuard = 64;
     static constexpr uint8_t kCanary = 0xC7;
     std::vector<uint8_t> bytes_;
 };

@@ -1,5 +1,6 @@
 #include "wrapped_heap.h"
 
+#include <atomic>
 #include <cstddef>
 
 extern "C" {
@@ -16,14 +17,18 @@ void __wrap_free(void* block);
 namespace
 {
 
-bool g_counting;
-int64_t g_failing;
-int64_t g_allocations;
-int64_t g_live;
+std::atomic<bool> g_counting;
+std::atomic<int64_t> g_failing, g_allocations, g_live;
+void (*g_watch)(int64_t allocation);
 
 bool refuse()
 {
-    return g_counting && ++g_allocations == g_failing;
+    if (!g_counting)
+        return false;
+    const int64_t allocation = ++g_allocations;
+    if (g_watch != nullptr)
+        g_watch(allocation);
+    return allocation == g_failing;
 }
 
 void* counted(void* block)
@@ -59,8 +64,9 @@ void __wrap_free(void* block)
     __real_free(block);
 }
 
-WrappedHeap::WrappedHeap(int64_t failing)
+WrappedHeap::WrappedHeap(int64_t failing, void (*watch)(int64_t allocation))
 {
+    g_watch = watch;
     g_failing = failing;
     g_allocations = 0;
     g_live = 0;

@@ -4,11 +4,12 @@
 
 #include <cstdint>
 
-// Counts from its construction on; lets allocation `failing` (from 1; 0: none) fail, and those after it succeed.
+// Counts from its construction on; lets allocation `failing` (from 1; 0: none) fail, and those after it succeed. Tells
+// `watch` the number of each allocation before it is made.
 class WrappedHeap
 {
 public:
-    explicit WrappedHeap(int64_t failing = 0);
+    explicit WrappedHeap(int64_t failing = 0, void (*watch)(int64_t allocation) = nullptr);
     ~WrappedHeap();
     WrappedHeap(const WrappedHeap&) = delete;
     WrappedHeap& operator=(const WrappedHeap&) = delete;

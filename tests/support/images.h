@@ -1,26 +1,22 @@
-// What the tests of the toolkit share: guarded buffers, images around them, and captured failure lines.
-#ifndef OZR_TESTS_TOOLKIT_SUPPORT_H
-#define OZR_TESTS_TOOLKIT_SUPPORT_H
+// Public images for tests, and guarded buffers.
+#ifndef IMAGES_H
+#define IMAGES_H
 
 #include <gtest/gtest.h>
-#include <stdio.h>
 
-#include <algorithm>
-#include <random>
-#include <string>
 #include <vector>
 
 #include "ozr_image.h"
-#include "ozr_log.h"
-#include "ozr_support.h"
+#include "support/pictures.h"
 
 using Bytes = std::vector<uint8_t>;
 
 inline Bytes random_bytes(int64_t count, uint32_t seed)
 {
-    std::mt19937 engine(seed);
+    Random random(seed);
     Bytes bytes(static_cast<size_t>(count));
-    std::generate(bytes.begin(), bytes.end(), [&engine] { return static_cast<uint8_t>(engine() >> 11); });
+    for (uint8_t& byte : bytes)
+        byte = random.byte();
     return bytes;
 }
 
@@ -77,25 +73,6 @@ struct OwnedImage : ozr_image {
     bool is_empty() const
     {
         return data == nullptr && !size && !width && !height && !format && !stride && !rotation;
-    }
-};
-
-// Collects the error lines of its lifetime, without their line numbers.
-struct LogCapture {
-    inline static std::vector<std::string> lines;
-
-    LogCapture()
-    {
-        lines.clear();
-        ozr_log_set_external_error(&LogCapture::on_error);
-    }
-    ~LogCapture() { ozr_log_set_external_error(nullptr); }
-    static void on_error(const char* format, va_list args) __attribute__((format(printf, 1, 0)))
-    {
-        char text[1024];
-        vsnprintf(text, sizeof(text), format, args);
-        const std::string line(text);
-        lines.push_back(line.substr(0, line.rfind(':')));
     }
 };
 
