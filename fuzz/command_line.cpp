@@ -1,0 +1,78 @@
+// The program's command line. The commands themselves are replaced by checks of what reaches them.
+#include <stdlib.h>
+
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "fuzz_input.h"
+#include "picture_io.h"
+
+/** main() of tools/main.cpp, which is compiled under this name here. */
+int ozr_pano_main(int argc, char** argv);
+
+namespace
+{
+
+void _require(bool holds)
+{
+    if (!holds)
+        abort();
+}
+
+void _require_common(const CommonOptions& options)
+{
+    _require(is_picture_name(options.output) && options.quality >= 1 && options.quality <= 100);
+}
+
+void _require_side(int32_t side)
+{
+    _require(side >= 96 && side <= 4096 && side % 2 == 0);
+}
+
+}  // namespace
+
+void run_demo(const DemoOptions& options)
+{
+    _require_common(options);
+    _require(options.pictures >= 1 && options.pictures <= 10);
+    _require_side(options.size.width);
+    _require_side(options.size.height);
+}
+
+void run_stitch(const StitchOptions& options)
+{
+    _require_common(options);
+    _require(!options.pictures.empty());
+}
+
+void run_video(const VideoOptions& options)
+{
+    _require_common(options);
+}
+
+void run_replay(const ReplayOptions&) {}
+
+void run_convert(const ConvertOptions& options)
+{
+    _require(options.sample >= 0 && options.sample <= 16384 && options.quality >= 1 &&
+             options.quality <= 100);
+}
+
+/** One argument a line. */
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    std::vector<std::string> arguments = {"ozr-pano", ""};
+    for (size_t i = 0; i < size; ++i) {
+        if (data[i] == '\n')
+            arguments.emplace_back();
+        else if (data[i] != 0)
+            arguments.back().push_back(static_cast<char>(data[i]));
+    }
+    std::vector<char*> argv;
+    for (std::string& argument : arguments)
+        argv.push_back(&argument[0]);
+    argv.push_back(nullptr);
+    ozr_pano_main(static_cast<int>(arguments.size()), argv.data());
+    return 0;
+}
