@@ -1,13 +1,8 @@
-// Every kernel at every level over one picture, and beside it memcpy of as many bytes. Names are
-// kernel/<kernel>/<size>/<level> and memcpy/<bytes>; the counter "moved" tells which memcpy a kernel compares with.
-#include <benchmark/benchmark.h>
-
-#include <cstring>
-#include <set>
-#include <string>
-#include <vector>
-
+// Every kernel at every level over one picture, and beside it memcpy of as many bytes. The counter "moved" tells which
+// memcpy a kernel compares with.
+#include "benchmarks.h"
 #include "levels.h"
+#include "prepared_core.h"
 #include "support/pictures.h"
 
 namespace
@@ -18,33 +13,16 @@ using Bytes = std::vector<uint8_t>;
 // Resampling from one and a half times the size: every row reads 1.5 widths of two rows, one of which the cache holds.
 constexpr uint32_t kStep = 1536;
 
-constexpr int32_t kOffsetOutside =
-    1;  // rows that the last blocks of a projection keep from the picture's end
-
-void add_memcpy(int64_t bytes)
-{
-    static std::set<int64_t> added;
-    if (!added.insert(bytes).second)
-        return;
-    benchmark::RegisterBenchmark(
-        ("memcpy/" + std::to_string(bytes)).c_str(), [bytes](benchmark::State& state) {
-            Bytes from(static_cast<size_t>(bytes), 1);
-            Bytes to(static_cast<size_t>(bytes), 2);
-            for (auto _ : state) {
-                memcpy(to.data(), from.data(), from.size());
-                benchmark::DoNotOptimize(to.data());
-                benchmark::ClobberMemory();
-            }
-            state.SetBytesProcessed(2 * bytes * static_cast<int64_t>(state.iterations()));
-        });
-}
-
-// What the kernels of one picture size work on. Everything is made before the first round, and pointers to it stay.
+// What the kernels of one picture size work on, made when the first of them runs.
 class Plane
 {
 public:
-    Plane(int32_t columns, int32_t rows) : width(columns), height(rows)
+    Plane(int32_t columns, int32_t rows) : width(columns), height(rows) {}
+
+    void fill()
     {
+        if (!out.empty())
+            return;
         Random random(static_cast<uint32_t>(width));
         for (Bytes* bytes : {&a, &b, &c, &out}) {
             bytes->resize(static_cast<size_t>(width) * static_cast<size_t>(height) * 4);
@@ -74,7 +52,7 @@ uint32_t* row32(Bytes& bytes, int32_t y, int32_t width)
 // Registers the kernel at the levels that have a function of their own. `moved` is the sum of the bytes that one pass
 // over the picture reads and writes; `pass` is handed the function.
 template <class Kernel, class Pass>
-void add(const char* name, const Plane& plane, Kernel OzrKernels::*kernel, int64_t moved, Pass pass)
+void add(const char* name, Plane& plane, Kernel OzrKernels::*kernel, int64_t moved, Pass pass)
 {
     const std::string size = std::to_string(plane.width) + "x" + std::to_string(plane.height);
     std::vector<Kernel> seen;
@@ -84,7 +62,8 @@ void add(const char* name, const Plane& plane, Kernel OzrKernels::*kernel, int64
             continue;
         seen.push_back(function);
         const std::string full = "kernel/" + std::string(name) + "/" + size + "/" + level->level;
-        benchmark::RegisterBenchmark(full.c_str(), [=](benchmark::State& state) {
+        benchmark::RegisterBenchmark(full.c_str(), [=, &plane](benchmark::State& state) {
+            plane.fill();
             for (auto _ : state) {
                 pass(function);
                 benchmark::ClobberMemory();
@@ -108,25 +87,21 @@ void add_resampling(Plane& p)
     const int32_t w = p.width;
     const int32_t h = p.height;
     const int64_t n = int64_t{w} * h;
-    add("resample_gray_row", p, &OzrKernels::resample_gray_row, n * 5 / 2, [&p, w, h](auto f) {
-        each_row(h, [&](int32_t y) {
-            f(row(p.out, y, w), w, row(p.a, y, 2 * w), row(p.a, y + 1, 2 * w), kStep, 300);
-        });
+    // As in a preview frame: a quarter of the size.
+    const int32_t quarter = w / 4;
+    add("resample_gray", p, &OzrKernels::resample_gray, n * 9 / 16, [&p, w, h, quarter](auto f) {
+        f(p.out.data(), quarter, {p.a.data(), w, 4092, 4091, 0, quarter, h / 4});
     });
-    add("resample_yuyv_row", p, &OzrKernels::resample_yuyv_row, n * 4, [&p, w, h](auto f) {
-        each_row(h, [&](int32_t y) {
-            f(row(p.out, y, w), w, row(p.a, y, 3 * w), row(p.a, y + 1, 3 * w), kStep, 300);
-        });
+    add("resample_yuyv", p, &OzrKernels::resample_yuyv, n * 17 / 16, [&p, w, h, quarter](auto f) {
+        f(p.out.data(), quarter, {p.a.data(), 2 * w, 4092, 4091, 0, quarter, h / 4});
     });
     add("resample_pairs_row", p, &OzrKernels::resample_pairs_row, n * 5 / 2, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) {
             f(row(p.out, y, w), w, row(p.a, y, 2 * w), row(p.a, y + 1, 2 * w), w - 1, kStep, 300);
         });
     });
-    add("resample_rgb_row", p, &OzrKernels::resample_rgb_row, n * 15 / 4, [&p, w, h](auto f) {
-        each_row(h / 2, [&](int32_t y) {
-            f(row(p.out, y, 3 * w), w, row(p.a, y, 5 * w), row(p.a, y + 1, 5 * w), kStep, 300);
-        });
+    add("resample_rgb", p, &OzrKernels::resample_rgb, n * 27 / 16, [&p, w, h, quarter](auto f) {
+        f(p.out.data(), 3 * quarter, {p.a.data(), 3 * w, 4092, 4091, 0, quarter, h / 4});
     });
     add("nearest_gray_row", p, &OzrKernels::nearest_gray_row, n * 5 / 2, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) { f(row(p.out, y, w), w, row(p.a, y, 2 * w), kStep); });
@@ -148,9 +123,8 @@ void add_alignment(Plane& p)
     const int32_t w = p.width;
     const int32_t h = p.height;
     const int64_t n = int64_t{w} * h;
-    add("sad_row", p, &OzrKernels::sad_row, 2 * n, [&p, w, h](auto f) {
-        each_row(h, [&](int32_t y) { benchmark::DoNotOptimize(f(row(p.a, y, w), row(p.b, y, w), w)); });
-    });
+    add("sad_area", p, &OzrKernels::sad_area, 2 * n,
+        [&p, w, h](auto f) { benchmark::DoNotOptimize(f(p.a.data(), w, p.b.data(), w, w, h)); });
     add("sad_const_row", p, &OzrKernels::sad_const_row, n, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) { benchmark::DoNotOptimize(f(row(p.a, y, w), 100, w)); });
     });
@@ -164,51 +138,25 @@ void add_alignment(Plane& p)
     });
 }
 
-struct ProjectionTables {
-    explicit ProjectionTables(const Plane& p)
-        : offsets(static_cast<size_t>(p.width / 8 * p.height)), weights(offsets.size() * 128),
-          map(offsets.size() * 4)
-    {
-        const int32_t blocks = p.width / 8;
-        for (size_t i = 0; i < offsets.size(); ++i) {
-            const int32_t y = static_cast<int32_t>(i) / blocks;
-            const int32_t x = static_cast<int32_t>(i) % blocks;
-            const int32_t last = p.height - 4 - kOffsetOutside;
-            offsets[i] = (y < last ? y : last) * p.width + x * 8;
-            for (size_t k = 0; k < 8; ++k) {
-                for (size_t tap : {0U, 1U, 4U, 5U})
-                    weights[i * 128 + tap * 8 + k] = 64;
-            }
-        }
-        for (size_t i = 0; i < map.size(); ++i)
-            map[i] = static_cast<int32_t>(i - i / 7 % 2);
-    }
-
-    std::vector<int32_t> offsets;
-    std::vector<uint16_t> weights;
-    std::vector<int32_t> map;
-};
-
 void add_projection(Plane& p)
 {
-    static std::vector<ProjectionTables*> all;  // kept for as long as the benchmarks run
-    all.push_back(new ProjectionTables(p));
-    ProjectionTables& t = *all.back();
     const int32_t w = p.width;
     const int32_t h = p.height;
-    const int64_t n = int64_t{w} * h;
-    add("project_luma_row", p, &OzrKernels::project_luma_row, n * 2 + n * 32 + n / 2, [&p, &t, w, h](auto f) {
-        each_row(h, [&](int32_t y) {
-            const ptrdiff_t first = static_cast<ptrdiff_t>(y) * (w / 8);
-            f(row(p.out, y, w), p.a.data(), int64_t{w} * h, w, t.offsets.data() + first,
-              t.weights.data() + 128 * first, w / 8);
+    const Size size = {w, h};
+    add("project_luma_row", p, &OzrKernels::project_luma_row, projected_luma_bytes(size), [&p, size](auto f) {
+        const PanoramaCore* core = prepared_core(size);
+        each_row(size.height, [&](int32_t y) {
+            f(row(p.out, y, size.width), p.a.data(), int64_t{size.width} * size.height, size.width,
+              projection_row(core, y), size.width / 8);
         });
     });
-    add("project_chroma_row", p, &OzrKernels::project_chroma_row, n + n, [&p, &t, w, h](auto f) {
-        each_row(h / 2, [&](int32_t y) {
-            f(row(p.out, y, w), p.a.data(), t.map.data() + static_cast<ptrdiff_t>(y) * (w / 2), w / 2);
+    add("project_chroma_row", p, &OzrKernels::project_chroma_row, projected_chroma_bytes(size),
+        [&p, size, w, h](auto f) {
+            const int32_t* map = prepared_core(size)->proj.chroma_map;
+            each_row(h / 2, [&](int32_t y) {
+                f(row(p.out, y, w), p.a.data(), map + static_cast<ptrdiff_t>(y) * (w / 2), w / 2);
+            });
         });
-    });
 }
 
 void add_composition(Plane& p)
@@ -220,9 +168,12 @@ void add_composition(Plane& p)
         each_row(
             h, [&](int32_t y) { f(row32(p.out, y, w), row(p.a, y, w), row(p.b, y, w), row(p.c, y, w), w); });
     });
-    // In use the row above was written just before: one row of costs over and over.
-    add("seam_accumulate_row", p, &OzrKernels::seam_accumulate_row, 12 * n, [&p, w, h](auto f) {
-        each_row(h, [&](int32_t y) { f(row32(p.out, y & 1, w), row32(p.out, (y & 1) ^ 1, w), w); });
+    // The steps are kept, of the sums the last two rows.
+    add("seam_sum_row", p, &OzrKernels::seam_sum_row, 4 * n, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) {
+            f(row32(p.out, y & 1, w), reinterpret_cast<int8_t*>(row(p.out, y + 8, w)),
+              row32(p.out, (y & 1) ^ 1, w), {row(p.a, y, w), row(p.b, y, w), row(p.c, y, w), w});
+        });
     });
     add("blend_row", p, &OzrKernels::blend_row, int64_t{64} * 3 * h, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, w), 64, 1, 2); });

@@ -1,4 +1,4 @@
-// What the benchmarks compare: the tables of kernels that this machine can run, and the groups of benchmarks.
+// What the benchmarks compare: the tables of kernels that this machine can run.
 #ifndef LEVELS_H
 #define LEVELS_H
 
@@ -11,9 +11,5 @@ std::vector<const OzrKernels*> bench_levels();
 
 // The levels at which whole stages are timed: scalar, that of every Android x86 device, and the machine's best.
 std::vector<const OzrKernels*> bench_stage_levels();
-
-void add_kernel_benchmarks();
-void add_stage_benchmarks();
-void add_opencv_benchmarks();
 
 #endif

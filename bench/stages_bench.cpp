@@ -1,174 +1,133 @@
-// The stages of a sweep through the public interface, at the scalar level, at the one every phone has, and at the
-// machine's best. Names are stage/<stage>/<size>/<level>.
-#include <benchmark/benchmark.h>
+// The stages of a sweep that the public interface reaches. One iteration of a sweep times all its calls; their medians
+// become counters in seconds with the stage's name.
+#include <time.h>
 
-#include <chrono>
-#include <memory>
-#include <string>
-#include <vector>
+#include <algorithm>
+#include <map>
 
+#include "benchmarks.h"
 #include "levels.h"
-#include "ozr_panorama.h"
-#include "support/cores.h"
+#include "sweep_pictures.h"
+#include "warm_memory.h"
 
 namespace
 {
 
-struct Destroy {
-    void operator()(ozr_panorama* pano) const { ozr_panorama_destroy(pano); }
-};
-using Handle = std::unique_ptr<ozr_panorama, Destroy>;
+// A library at one of its levels: null leaves the choice to the library.
+struct Contender {
+    Library library;
+    const OzrKernels* level;
 
-Handle create(ozr_panorama_direction direction)
+    std::string name() const { return level != nullptr ? level->level : library.name; }
+};
+
+// Processor time of this process: others use the machine too.
+double cpu_seconds()
 {
-    ozr_panorama* pano = nullptr;
-    ozr_panorama_create(nullptr, &pano);
-    const ozr_panorama_parameters parameters = {70, direction};
-    ozr_panorama_set_parameters(pano, &parameters);
-    return Handle(pano);
+    timespec now = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
-// An NV12 picture of a texture, `dx` pixels on.
-class Picture
+// The times of the calls of one kind of stage.
+class CallTimes
 {
 public:
-    Picture(int32_t width, int32_t height, int32_t dx)
-        : bytes_(static_cast<size_t>(width * height * 3 / 2), 128)
+    template <class Call>
+    ozr_err time(const char* stage, Call call)
     {
-        for (int32_t y = 0; y < height; ++y) {
-            for (int32_t x = 0; x < width; ++x)
-                bytes_[static_cast<size_t>(y * width + x)] = static_cast<uint8_t>(noise(x + dx, y));
-        }
-        image = {bytes_.data(),
-                 static_cast<int32_t>(bytes_.size()),
-                 width,
-                 height,
-                 ozr_image_format_nv12,
-                 width,
-                 0};
+        const double start = cpu_seconds();
+        const ozr_err result = call();
+        seconds_[stage].push_back(cpu_seconds() - start);
+        return result;
     }
 
-    ozr_image image = {};
+    void report(benchmark::State& state)
+    {
+        for (auto& [stage, seconds] : seconds_) {
+            const auto middle = seconds.begin() + static_cast<ptrdiff_t>(seconds.size() / 2);
+            std::nth_element(seconds.begin(), middle, seconds.end());
+            state.counters[stage] = *middle;
+        }
+    }
 
 private:
-    std::vector<uint8_t> bytes_;
+    std::map<std::string, std::vector<double>> seconds_;
 };
-
-struct Size {
-    int32_t width;
-    int32_t height;
-
-    std::string text() const { return std::to_string(width) + "x" + std::to_string(height); }
-    int32_t shift() const { return width * 3 / 10; }
-};
-
-// The pictures of a sweep to the right with 70 percent overlap, made once for each size.
-std::vector<Picture>& pictures(Size size, int32_t count)
-{
-    static std::vector<std::pair<int32_t, std::unique_ptr<std::vector<Picture>>>> all;
-    for (auto& [width, made] : all) {
-        if (width == size.width && made->size() >= static_cast<size_t>(count))
-            return *made;
-    }
-    auto made = std::make_unique<std::vector<Picture>>();
-    for (int32_t i = 0; i < count; ++i)
-        made->emplace_back(size.width, size.height, i * size.shift());
-    all.emplace_back(size.width, std::move(made));
-    return *all.back().second;
-}
-
-void fail_unless(benchmark::State& state, bool fine)
-{
-    if (!fine)
-        state.SkipWithError("a call failed");
-}
 
 // One preview frame: the camera trembles, so that no picture falls due.
-void preview_frame(benchmark::State& state, Size size)
+void preview_frame(benchmark::State& state, const Library& library, Size size)
 {
-    const Handle pano = create(ozr_panorama_direction_right);
-    std::vector<Picture>& first = pictures(size, 1);
-    Picture moved(size.width, size.height, size.width / 100);
-    fail_unless(state, ozr_panorama_stitch_one_image(pano.get(), &first[0].image, nullptr) == ozr_success);
-    bool even = false;
+    const std::vector<Nv12Picture>& frames = preview_frames(size);
+    const Session session = create_session(library);
+    ozr_image first = frames[0].image;
+    fail_unless(state, library.stitch_one_image(session.get(), &first, nullptr) == ozr_success);
+    size_t frame = 0;
     for (auto _ : state) {
+        frame ^= 1;
         ozr_point offset = {};
         ozr_panorama_direction direction = ozr_panorama_direction_auto;
-        const ozr_image& frame = even ? first[0].image : moved.image;
-        fail_unless(state, ozr_panorama_detect_frame_to_stitch(pano.get(), &frame, &offset, &direction) == 0);
-        even = !even;
+        fail_unless(state, library.detect_frame_to_stitch(session.get(), &frames[frame].image, &offset,
+                                                          &direction) == ozr_success);
     }
 }
 
-// A sweep of `count` pictures of which only the call number `timed` counts; the run follows the last picture.
-void sweep_call(benchmark::State& state, Size size, int32_t count, int32_t timed)
+void sweep(benchmark::State& state, const Library& library, const SweepPlan& plan)
 {
-    std::vector<Picture>& sweep = pictures(size, count);
-    const ozr_point offset = {size.shift(), 0};
+    std::vector<Nv12Picture>& pictures = sweep_pictures(plan);
+    const char* const stages[] = {"first_picture", "second_picture", "later_picture"};
+    const ozr_point offset = {plan.step(), 0};
+    CallTimes times;
+    warm_memory(plan.size);
     for (auto _ : state) {
-        const Handle pano = create(ozr_panorama_direction_right);
-        ozr_image output = {};
-        for (int32_t i = 0; i <= timed; ++i) {
-            const auto start = std::chrono::steady_clock::now();
-            const ozr_err err =
-                i < count
-                    ? ozr_panorama_stitch_one_image(pano.get(), &sweep[static_cast<size_t>(i)].image, &offset)
-                    : ozr_panorama_run(pano.get(), &output);
-            const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-            fail_unless(state, err == ozr_success);
-            if (i == timed)
-                state.SetIterationTime(seconds.count());
+        const Session session = create_session(library);
+        for (size_t i = 0; i < pictures.size(); ++i) {
+            fail_unless(state, times.time(stages[std::min<size_t>(i, 2)], [&] {
+                return library.stitch_one_image(session.get(), &pictures[i].image, &offset);
+            }) == ozr_success);
         }
+        ozr_image panorama = {};
+        fail_unless(state,
+                    times.time("run", [&] { return library.run(session.get(), &panorama); }) == ozr_success);
+        // A panorama that ends early would look fast.
+        fail_unless(state, panorama.width > (plan.pictures - 1) * plan.step());
     }
-}
-
-void whole_sweep(benchmark::State& state, Size size, int32_t count)
-{
-    std::vector<Picture>& sweep = pictures(size, count);
-    const ozr_point offset = {size.shift(), 0};
-    for (auto _ : state) {
-        const Handle pano = create(ozr_panorama_direction_right);
-        for (int32_t i = 0; i < count; ++i)
-            fail_unless(state, ozr_panorama_stitch_one_image(pano.get(), &sweep[static_cast<size_t>(i)].image,
-                                                             &offset) == ozr_success);
-        ozr_image output = {};
-        fail_unless(state, ozr_panorama_run(pano.get(), &output) == ozr_success);
-    }
+    times.report(state);
 }
 
 template <class Stage>
-benchmark::internal::Benchmark* add(const std::string& name, const OzrKernels* level, Stage stage)
+benchmark::internal::Benchmark* add(const std::string& name, const Contender& contender, Stage stage)
 {
-    return benchmark::RegisterBenchmark(("stage/" + name + "/" + level->level).c_str(),
-                                        [level, stage](benchmark::State& state) {
-                                            ozr_kernels_set_for_test(level);
-                                            stage(state);
+    return benchmark::RegisterBenchmark(("stage/" + name + "/" + contender.name()).c_str(),
+                                        [contender, stage](benchmark::State& state) {
+                                            ozr_kernels_set_for_test(contender.level);
+                                            stage(state, contender.library);
                                             ozr_kernels_set_for_test(nullptr);
                                         })
+        ->MeasureProcessCPUTime()
         ->Unit(benchmark::kMillisecond);
 }
 
-void add_stages(const OzrKernels* level)
+void add_stages(const Contender& contender)
 {
-    for (const Size size : {Size{640, 480}, Size{1280, 960}})
-        add("preview_frame/" + size.text(), level,
-            [size](benchmark::State& state) { preview_frame(state, size); });
-    constexpr int32_t kPictures = 3;
-    const char* const calls[] = {nullptr, "second_picture", "later_picture", "run"};
-    for (const Size size : {Size{1280, 960}, Size{4000, 3000}}) {
-        for (int32_t timed = 1; timed <= kPictures; ++timed)
-            add(std::string(calls[timed]) + "/" + size.text(), level, [size, timed](benchmark::State& state) {
-                sweep_call(state, size, kPictures, timed);
-            })->UseManualTime();
-    }
-    const Size size = {1280, 960};
-    add("sweep_of_8/" + size.text(), level, [size](benchmark::State& state) { whole_sweep(state, size, 8); });
+    for (const Size size : {kPreviewSize, kScreenSize})
+        add("preview_frame/" + size.text(), contender,
+            [size](benchmark::State& state, const Library& library) { preview_frame(state, library, size); });
+    const auto add_sweep = [&](const SweepPlan& plan, int64_t sweeps) {
+        add(plan.text(), contender, [plan](benchmark::State& state, const Library& library) {
+            sweep(state, library, plan);
+        })->Iterations(sweeps);
+    };
+    add_sweep(kScreenSweep, 3);
+    add_sweep(kPhotoSweep, 1);
 }
 
 }  // namespace
 
-void add_stage_benchmarks()
+void add_stage_benchmarks(const std::vector<Library>& others)
 {
     for (const OzrKernels* level : bench_stage_levels())
-        add_stages(level);
+        add_stages({own_library(), level});
+    for (const Library& library : others)
+        add_stages({library, nullptr});
 }

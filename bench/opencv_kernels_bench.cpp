@@ -1,12 +1,10 @@
-// The nearest equivalents in OpenCV, on one thread. Names are opencv/<kernel>/<size>, with the kernel's name, so that
+// OpenCV's nearest equivalents of the kernels, on one thread. Names are opencv/<kernel>/<size>, with the kernel's name, so that
 // the table sets them side by side; the results differ in rounding.
-#include <benchmark/benchmark.h>
-
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 #include <string>
 
-#include "levels.h"
+#include "benchmarks.h"
 
 namespace
 {
@@ -60,20 +58,20 @@ void add_both_sizes(Pictures& all)
 
 }  // namespace
 
-void add_opencv_benchmarks()
+void add_opencv_kernel_benchmarks()
 {
     cv::setNumThreads(1);
     static Pictures preview(1280, 960);
     static Pictures picture(4000, 3000);
     add_both_sizes(preview);
     add_both_sizes(picture);
-    add("resample_gray_row", preview,
+    add("resample_gray", preview,
         [](Pictures& p) { cv::resize(p.larger, p.out, p.gray.size(), 0, 0, cv::INTER_LINEAR); });
     add("nearest_gray_row", preview,
         [](Pictures& p) { cv::resize(p.larger, p.out, p.gray.size(), 0, 0, cv::INTER_NEAREST); });
     add("half_gray_row", preview,
         [](Pictures& p) { cv::resize(p.gray, p.out, cv::Size(), 0.5, 0.5, cv::INTER_AREA); });
-    add("sad_row", preview,
+    add("sad_area", preview,
         [](Pictures& p) { benchmark::DoNotOptimize(cv::norm(p.gray, p.other, cv::NORM_L1)); });
     add("integral_row", preview, [](Pictures& p) { cv::integral(p.gray, p.out, CV_32S); });
     add("yuv_to_rgba_row", preview,

@@ -1,0 +1,84 @@
+// Operations on whole pictures, as an application calls them.
+#include "benchmarks.h"
+#include "levels.h"
+#include "ozr_image.h"
+#include "ozr_support.h"
+#include "panorama_img.h"
+#include "support/pictures.h"
+#include "sweep_pictures.h"
+
+namespace
+{
+
+void rotate_nv12(benchmark::State& state, Size size)
+{
+    Random random(1);
+    TestImg upright(kPanoNv12, size.width, size.height);
+    upright.randomize(&random);
+    TestImg turned(kPanoNv12, size.height, size.width);
+    for (auto _ : state)
+        fail_unless(state, PanoImg_RotateCW90(&turned.img, &upright.img) == 0);
+}
+
+// An image of random bytes.
+class RandomImage
+{
+public:
+    RandomImage(Size size, ozr_image_format format)
+    {
+        ozr_image_create(&image, size.width, size.height, 0, format, 0);
+        Random random(2);
+        for (int32_t i = 0; i < image.size; ++i)
+            image.data[i] = random.byte();
+    }
+    ~RandomImage() { ozr_image_destroy(&image); }
+    RandomImage(const RandomImage&) = delete;
+    RandomImage& operator=(const RandomImage&) = delete;
+
+    ozr_image image = {};
+};
+
+// Into an image that has its pixels already.
+void convert(benchmark::State& state, Size size, ozr_image_format from, ozr_image_format to)
+{
+    const RandomImage source(size, from);
+    RandomImage converted(size, to);
+    for (auto _ : state)
+        fail_unless(state, ozr_image_convert(&source.image, &converted.image, to) == ozr_success);
+}
+
+void flip_rgba(benchmark::State& state, Size size)
+{
+    RandomImage picture(size, ozr_image_format_rgba32);
+    for (auto _ : state)
+        fail_unless(state, ozr_image_hflip(&picture.image) == ozr_success);
+}
+
+template <class Operation>
+void add(const char* name, Size size, Operation operation)
+{
+    for (const OzrKernels* level : bench_stage_levels()) {
+        const std::string full = "picture/" + std::string(name) + "/" + size.text() + "/" + level->level;
+        benchmark::RegisterBenchmark(full.c_str(), [=](benchmark::State& state) {
+            ozr_kernels_set_for_test(level);
+            operation(state);
+            ozr_kernels_set_for_test(nullptr);
+        })->MeasureProcessCPUTime();
+    }
+}
+
+void add_conversion(const char* name, ozr_image_format from, ozr_image_format to)
+{
+    add(name, kScreenSize, [=](benchmark::State& state) { convert(state, kScreenSize, from, to); });
+}
+
+}  // namespace
+
+void add_picture_benchmarks()
+{
+    add("rotate_nv12", kPhotoSize, [](benchmark::State& state) { rotate_nv12(state, kPhotoSize); });
+    add_conversion("nv12_to_rgba", ozr_image_format_nv12, ozr_image_format_rgba32);
+    add_conversion("rgba_to_nv12", ozr_image_format_rgba32, ozr_image_format_nv12);
+    add_conversion("yuy2_to_rgba", ozr_image_format_yuy2, ozr_image_format_rgba32);
+    add("flip_rgba", kScreenSize, [](benchmark::State& state) { flip_rgba(state, kScreenSize); });
+}
