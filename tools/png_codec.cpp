@@ -23,21 +23,55 @@ struct PngImage {
     ~PngImage() { png_image_free(&image); }
 };
 
-/** The simplified interface does not show the eXIf chunk, so the chunks are walked here. */
-int _orientation(const std::vector<uint8_t>& file)
+struct PngChunk {
+    const uint8_t* type;  // four letters
+    const uint8_t* data;
+    size_t length;  // as stated; more than `left` in a broken file
+    size_t left;    // from the data to the end of the file
+};
+
+/** Walks the chunks until `is_last` says so, the file ends, or a chunk is longer than what is left of it. */
+template <typename IsLast>
+void _walk_chunks(const std::vector<uint8_t>& file, IsLast is_last)
 {
     size_t position = sizeof(kSignature);
     while (position + kChunkHeaderBytes <= file.size()) {
         const uint8_t* header = file.data() + position;
-        const size_t length = png_get_uint_32(header);
         position += kChunkHeaderBytes;
-        if (length > file.size() - position)
-            break;
-        if (memcmp(header + 4, "eXIf", 4) == 0)
-            return exif_orientation(file.data() + position, length);
-        position += length + kChunkCheckBytes;
+        const PngChunk chunk = {header + 4, header + kChunkHeaderBytes, png_get_uint_32(header),
+                                file.size() - position};
+        if (is_last(chunk) || chunk.length > chunk.left)
+            return;
+        position += chunk.length + kChunkCheckBytes;
     }
-    return 1;
+}
+
+bool _is(const PngChunk& chunk, const char* type)
+{
+    return memcmp(chunk.type, type, 4) == 0;
+}
+
+/** libpng allocates what a chunk ahead of the pixels claims before it reads the chunk. */
+void _check_claims(const std::vector<uint8_t>& file)
+{
+    _walk_chunks(file, [](const PngChunk& chunk) {
+        if (chunk.length > chunk.left && !_is(chunk, "IDAT"))
+            fail("broken PNG: a chunk ends behind the file; save or fetch it again");
+        return _is(chunk, "IDAT");
+    });
+}
+
+/** The simplified interface does not show the eXIf chunk. */
+int _orientation(const std::vector<uint8_t>& file)
+{
+    int orientation = 1;
+    _walk_chunks(file, [&orientation](const PngChunk& chunk) {
+        const bool is_exif = _is(chunk, "eXIf") && chunk.length <= chunk.left;
+        if (is_exif)
+            orientation = exif_orientation(chunk.data, chunk.length);
+        return is_exif;
+    });
+    return orientation;
 }
 
 }  // namespace
@@ -49,6 +83,7 @@ bool looks_like_png(const std::vector<uint8_t>& file)
 
 Picture decode_png(const std::vector<uint8_t>& file)
 {
+    _check_claims(file);
     PngImage png;
     if (png_image_begin_read_from_memory(&png.image, file.data(), file.size()) == 0)
         fail("broken PNG: %s; save or fetch it again", png.image.message);

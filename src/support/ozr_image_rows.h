@@ -18,14 +18,22 @@ inline int32_t ozr_image_row_count(const ozr_image* image)
     return image->width > 0 && image->height > 0 ? image->height : 0;
 }
 
+// Whether 32 bits count the bytes of all planes. Whatever else its record says, an image whose `size` could not tell
+// them has no memory that can be trusted.
+inline bool ozr_image_counts_bytes(const ozr_image* image)
+{
+    const int64_t plane = int64_t{image->height} * image->stride;
+    const bool is_12_bit = ozr_image_get_bits_per_pixel(image) == 12;
+    return (is_12_bit ? plane + plane / 2 : plane) <= INT32_MAX;
+}
+
 // Whether `rows` rows of `row_bytes` bytes lie inside the image. The stride tells, where it is as long as a row;
-// ozr_image_create accepts shorter ones, and of such an image only `size` bytes are trusted. Rows that reach further than
-// 32 bits count are in no image: its size could not tell them.
+// ozr_image_create accepts shorter ones, and of such an image only `size` bytes are trusted.
 inline bool ozr_image_holds_rows(const ozr_image* image, int64_t row_bytes, int64_t rows)
 {
     if (row_bytes < 1 || rows < 1)
         return true;
-    if (image->data == nullptr || rows * image->stride > INT32_MAX)
+    if (image->data == nullptr || rows * image->stride > INT32_MAX || !ozr_image_counts_bytes(image))
         return false;
     return row_bytes <= image->stride ||
            (image->stride >= 0 && (rows - 1) * image->stride + row_bytes <= image->size);
@@ -36,9 +44,6 @@ inline bool ozr_image_holds_rows(const ozr_image* image, int64_t row_bytes, int6
 inline bool ozr_image_holds_planes(const ozr_image* image)
 {
     const bool is_12_bit = ozr_image_get_bits_per_pixel(image) == 12;
-    const int64_t plane = int64_t{image->height} * image->stride;
-    if (is_12_bit && plane + plane / 2 > INT32_MAX)
-        return false;
     const int64_t rows = int64_t{image->height} + (is_12_bit ? image->height / 2 : 0);
     return ozr_image_holds_rows(image, int64_t{image->width} * ozr_image_get_channel(image), rows);
 }
