@@ -13,12 +13,14 @@ int64_t _row_bytes(const ozr_image& image)
     return int64_t{image.width} * ozr_image_get_channel(&image);
 }
 
-/** What a caller's record promises: the rows of its planes at its stride, and `size` where that is more. */
+/** What a caller's record promises: the rows of its planes at its stride, and `size` where that is more. Where a stride
+    of 0 has a meaning, it is that of the width. */
 int64_t _promised_bytes(const ozr_image& image)
 {
     if (image.width < 1 || image.height < 1 || ozr_image_get_bits_per_pixel(&image) < 0)
         return 0;
-    const int64_t plane = int64_t{image.height} * std::max(image.stride, 0);
+    const int64_t plane =
+        int64_t{image.height} * (image.stride == 0 ? image.width : std::max(image.stride, 0));
     const int64_t planes = ozr_image_get_bits_per_pixel(&image) == 12 ? plane + plane / 2 : plane;
     return image.stride < _row_bytes(image) ? std::max<int64_t>(planes, image.size) : planes;
 }

@@ -53,6 +53,12 @@ bool _steps(const PanoImg* dst, const PanoImg* src, Steps* steps)
     return _step(src->width, dst->width, &steps->x) && _step(src->height, dst->height, &steps->y);
 }
 
+// The rows that have pixels: none in a picture without columns, however high its record says it is.
+int32_t _row_count(const PanoImg* img)
+{
+    return img->width > 0 ? img->height : 0;
+}
+
 int32_t _pixel(uint32_t position)
 {
     return static_cast<int32_t>(position >> kFracBits);
@@ -60,7 +66,8 @@ int32_t _pixel(uint32_t position)
 
 void _resample_luma(PanoImg* dst, const PanoImg* src, Steps steps, Resample resample)
 {
-    resample(dst->data, dst->stride, {src->data, src->stride, steps.x, steps.y, 0, dst->width, dst->height});
+    resample(dst->data, dst->stride,
+             {src->data, src->stride, steps.x, steps.y, 0, dst->width, _row_count(dst)});
 }
 
 // A last source row has none below it: what would need one becomes black. The step stops short of it unless it is the
@@ -71,8 +78,8 @@ void _resample_gray(PanoImg* dst, const PanoImg* src, Steps steps, Resample resa
         _resample_luma(dst, src, steps, resample);
         return;
     }
-    for (int32_t y = 0; y < dst->height; ++y)
-        memset(pano_row(dst, y), 0, static_cast<size_t>(std::max(dst->width, 0)));
+    for (int32_t y = 0; y < _row_count(dst); ++y)
+        memset(pano_row(dst, y), 0, static_cast<size_t>(dst->width));
 }
 
 // Bytes that may be touched from `row` on: to the end of the buffer as size or geometry give it.
@@ -116,7 +123,7 @@ int32_t PanoImg_ResizeGray(PanoImg* dst, const PanoImg* src)
             memcpy(dst->data, src->data, row_bytes * static_cast<size_t>(std::max(dst->height, 0)));
             return kPanoSuccess;
         }
-        for (int32_t y = 0; y < dst->height; ++y)
+        for (int32_t y = 0; y < _row_count(dst); ++y)
             memcpy(pano_row(dst, y), pano_row(src, y), row_bytes);
         return kPanoSuccess;
     }
@@ -133,7 +140,7 @@ int32_t PanoImg_ResizeGrayYUYV(PanoImg* dst, const PanoImg* src)
         return kPanoBadArgument;
     const OzrKernels* kernels = ozr_kernels();
     if (_is_same_size(dst, src)) {
-        for (int32_t y = 0; y < dst->height; ++y)
+        for (int32_t y = 0; y < _row_count(dst); ++y)
             kernels->yuyv_luma_row(pano_row(dst, y), pano_row(src, y), dst->width);
         return kPanoSuccess;
     }
@@ -150,7 +157,7 @@ int32_t PanoImg_ResizeHalfGray(PanoImg* dst, const PanoImg* src)
         !_has_whole_rows(dst, 1) || !_has_whole_rows(src, 1))
         return kPanoBadArgument;
     const OzrKernels* kernels = ozr_kernels();
-    for (int32_t y = 0; y < dst->height; ++y)
+    for (int32_t y = 0; y < _row_count(dst); ++y)
         kernels->half_gray_row(pano_row(dst, y), pano_row(src, 2 * y), pano_row(src, 2 * y + 1), dst->width);
     return kPanoSuccess;
 }

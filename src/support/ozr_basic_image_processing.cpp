@@ -173,9 +173,9 @@ ozr_err sample_image_by_n(uint8_t* dst, int32_t dst_stride, const uint8_t* src, 
 {
     if (step_x < 1 || step_y < 1 || src == nullptr || dst == nullptr)
         return ozr_err_invalid_argument;
-    if (width < 1)
-        return ozr_success;
     const int32_t out_width = width / step_x;
+    if (out_width < 1)
+        return ozr_success;
     const int32_t out_height = step_x == 1 ? height : height / step_y;  // kept: step 1 gives every row
     const int64_t dst_advance = ozr_stride_or_width(dst_stride, out_width);
     const int64_t src_advance =

@@ -94,7 +94,9 @@ Plane _plane(const ozr_image* image, int64_t offset, int32_t stride)
 
 void _copy_rows(Plane dst, Plane src, int32_t row_bytes, int32_t rows)
 {
-    const uint32_t bytes = row_bytes > 0 ? static_cast<uint32_t>(row_bytes) : 0;
+    if (row_bytes < 1)
+        return;
+    const uint32_t bytes = static_cast<uint32_t>(row_bytes);
     for (int32_t y = 0; y < rows; ++y) {
         ozr_memcpy_s(dst.data, bytes, src.data, bytes);
         dst.data += dst.stride;
