@@ -18,11 +18,11 @@ inline int32_t ozr_image_row_count(const ozr_image* image)
     return image->width > 0 && image->height > 0 ? image->height : 0;
 }
 
-// Whether 32 bits count the bytes of all planes. Whatever else its record says, an image whose `size` could not tell
-// them has no memory that can be trusted.
-inline bool ozr_image_counts_bytes(const ozr_image* image)
+// Whether 32 bits count the bytes of all planes at this stride. Whatever else its record says, an image whose `size`
+// could not tell them has no memory that can be trusted.
+inline bool ozr_image_counts_bytes(const ozr_image* image, int32_t stride)
 {
-    const int64_t plane = int64_t{image->height} * image->stride;
+    const int64_t plane = int64_t{image->height} * stride;
     const bool is_12_bit = ozr_image_get_bits_per_pixel(image) == 12;
     return (is_12_bit ? plane + plane / 2 : plane) <= INT32_MAX;
 }
@@ -33,7 +33,8 @@ inline bool ozr_image_holds_rows(const ozr_image* image, int64_t row_bytes, int6
 {
     if (row_bytes < 1 || rows < 1)
         return true;
-    if (image->data == nullptr || rows * image->stride > INT32_MAX || !ozr_image_counts_bytes(image))
+    if (image->data == nullptr || rows * image->stride > INT32_MAX ||
+        !ozr_image_counts_bytes(image, image->stride))
         return false;
     return row_bytes <= image->stride ||
            (image->stride >= 0 && (rows - 1) * image->stride + row_bytes <= image->size);

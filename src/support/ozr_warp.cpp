@@ -209,7 +209,8 @@ ozr_err ozr_image_warp_by_2points(const ozr_image* src, int32_t sx1, int32_t sy1
     // Kept: the columns of a row are bounded by the stride, not by the width.
     const int32_t pitch = ozr_stride_or_width(src->stride, src->width);
     const SourcePlane plane = {src->data, pitch, src->height, pitch, pixel_bytes};
-    if (map.square() == 0 || !plane.is_readable() || !ozr_image_holds_rows(dst, dst->width, dst->height))
+    if (map.square() == 0 || !plane.is_readable() || !ozr_image_counts_bytes(src, pitch) ||
+        !ozr_image_holds_rows(dst, dst->width, dst->height))
         return ozr_err_invalid_argument;
     _warp(map, plane, dst->width, ozr_image_row_count(dst),
           [dst](int32_t y) { return ozr_image_row(dst, y); });
