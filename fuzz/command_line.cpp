@@ -4,12 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "command_line.h"
 #include "commands.h"
 #include "fuzz_input.h"
 #include "picture_io.h"
-
-/** main() of tools/main.cpp, which is compiled under this name here. */
-int ozr_pano_main(int argc, char** argv);
 
 namespace
 {
@@ -73,6 +71,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     for (std::string& argument : arguments)
         argv.push_back(&argument[0]);
     argv.push_back(nullptr);
-    ozr_pano_main(static_cast<int>(arguments.size()), argv.data());
+    run_command_line(static_cast<int>(arguments.size()), argv.data());
     return 0;
 }
