@@ -12,8 +12,9 @@
  * - that two images do not overlap in memory, where a function asks for it;
  * - that a record to be destroyed or recreated owns its memory, and that no other thread uses an image meanwhile.
  *
- * What a record itself gives away is refused: no pixels, strides shorter than a row, rows that reach further than 32
- * bits count, unknown formats. Sizes below 1 are no fault: such an image has no rows to work on.
+ * What a record itself gives away is refused: no pixels, strides shorter than a row (unless `size` covers the last row
+ * too), planes that reach further than 32 bits count, unknown formats. Sizes below 1 are no fault: such an image has no
+ * rows to work on.
  *
  * @code
  * ozr_image picture = {0};
@@ -110,7 +111,7 @@ OZR_API ozr_err ozr_image_recreate(ozr_image* image, int32_t width, int32_t heig
  * @param dst  destination, likewise.
  * @return ozr_success, or
  *         ozr_err_invalid_argument  a pointer is null, a record is empty, the geometries differ, or a stride is
- *                                   shorter than a row
+ *                                   shorter than a row and `size` does not cover the last row
  *         ozr_err_not_supported     the format is none of the enumeration
  */
 OZR_API ozr_err ozr_image_copy(const ozr_image* src, ozr_image* dst);

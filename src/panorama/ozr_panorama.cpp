@@ -55,9 +55,6 @@ constexpr ozr_config kDefaultConfig = {
 constexpr int32_t kOverlapRange = 20;  // percent to either side of the default
 constexpr int32_t kMaxOverlap = 100;
 
-constexpr int32_t kLeavePolls = 200;
-constexpr uint32_t kLeavePollMs = 5;
-
 struct DestroyHandle {
     void operator()(ozr_panorama_internal_t* handle) const { ozr_panorama_destroy(handle); }
 };
@@ -117,16 +114,6 @@ ozr_panorama_internal_t* _self_of(ozr_panorama* handle)
     return static_cast<ozr_panorama_internal_t*>(handle);
 }
 
-// Cancels the call that another thread has at work in the session and waits until it has left. The request is repeated,
-// because a call that has just begun a sweep does not see the first one.
-void _end_call_at_work(const ozr_panorama_internal_t* self)
-{
-    for (int32_t i = 0; i < kLeavePolls && panorama_call_is_at_work(self); ++i) {
-        panorama_engine_cancel_process_async(self->panorama->engine);
-        ozr_platform_sleep(kLeavePollMs);
-    }
-}
-
 }  // namespace
 
 // In the bodies below, the names inside forwarded calls are those of the log lines, also where they differ from the
@@ -160,8 +147,6 @@ void ozr_panorama_destroy(ozr_panorama* handle)
     if (handle == nullptr)
         return;
     ozr_panorama_internal_t* self = _self_of(handle);
-    if (self->panorama != nullptr)
-        _end_call_at_work(self);
     delete self->panorama;
     ozr_free(self);
 }
@@ -169,8 +154,8 @@ void ozr_panorama_destroy(ozr_panorama* handle)
 ozr_err ozr_panorama_set_parameters(ozr_panorama* handle, const ozr_panorama_parameters* params)
 {
     OZR_RAISE_IF(handle == nullptr || params == nullptr, ozr_err_invalid_argument);
-    const PanoramaCall call(handle);
     ozr_panorama_internal_t* self = _self_of(handle);
+    const PanoramaCall call(self->panorama);
     const ozr_panorama_parameters* ozr_params = params;
     OZR_FORWARD(check_status(self));
     OZR_FORWARD(check_parameters(self, ozr_params));
@@ -185,8 +170,8 @@ ozr_err ozr_panorama_set_parameters(ozr_panorama* handle, const ozr_panorama_par
 ozr_err ozr_panorama_get_parameters(ozr_panorama* handle, ozr_panorama_parameters* params)
 {
     OZR_RAISE_IF(handle == nullptr || params == nullptr, ozr_err_invalid_argument);
-    const PanoramaCall call(handle);
     ozr_panorama_internal_t* self = _self_of(handle);
+    const PanoramaCall call(self->panorama);
     OZR_FORWARD(check_status(self));
     panorama_param_t param = {};
     OZR_FORWARD(self->panorama->get_parameters(&param));
@@ -200,8 +185,8 @@ ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const ozr_imag
 {
     OZR_RAISE_IF(handle == nullptr || preview == nullptr || offset == nullptr || direction == nullptr,
                  ozr_err_invalid_argument);
-    const PanoramaCall call(handle);
     ozr_panorama_internal_t* self = _self_of(handle);
+    const PanoramaCall call(self->panorama);
     OZR_FORWARD(check_status(self));
     const int32_t result = self->panorama->detect_frame_to_stitch(preview, offset, *direction);
     OZR_RAISE_IF(result < 0, result);
@@ -211,8 +196,8 @@ ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const ozr_imag
 ozr_err ozr_panorama_stitch_one_image(ozr_panorama* handle, ozr_image* picture, const ozr_point* offset)
 {
     OZR_RAISE_IF(handle == nullptr || picture == nullptr, ozr_err_invalid_argument);
-    const PanoramaCall call(handle);
     ozr_panorama_internal_t* self = _self_of(handle);
+    const PanoramaCall call(self->panorama);
     ozr_image* input_image = picture;
     OZR_FORWARD(check_status(self));
     OZR_FORWARD(self->panorama->stitch_one_image(input_image, offset));
@@ -224,7 +209,6 @@ ozr_err ozr_panorama_reset(ozr_panorama* handle)
     OZR_RAISE_IF(handle == nullptr, ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
     OZR_FORWARD(check_status(self));
-    _end_call_at_work(self);
     OZR_FORWARD(self->panorama->reset());
     return ozr_success;
 }
@@ -232,8 +216,8 @@ ozr_err ozr_panorama_reset(ozr_panorama* handle)
 ozr_err ozr_panorama_run(ozr_panorama* handle, ozr_image* output)
 {
     OZR_RAISE_IF(handle == nullptr || output == nullptr, ozr_err_invalid_argument);
-    const PanoramaCall call(handle);
     ozr_panorama_internal_t* self = _self_of(handle);
+    const PanoramaCall call(self->panorama);
     ozr_image* output_image = output;
     OZR_FORWARD(check_status(self));
     OZR_FORWARD(self->panorama->run(output_image));

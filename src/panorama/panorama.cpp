@@ -7,6 +7,7 @@
 #include "ozr_log.h"
 #include "ozr_support.h"
 #include "pano_result.h"
+#include "panorama_calls.h"
 #include "panorama_engine.h"
 
 #if UINTPTR_MAX == UINT32_MAX
@@ -19,6 +20,7 @@ namespace
 
 constexpr int32_t kCancelPolls = 10;
 constexpr uint32_t kCancelPollMs = 100;
+constexpr uint32_t kLeavePollMs = 5;
 
 ozr_err pano_result_to_ozr_err(int32_t result)
 {
@@ -164,6 +166,17 @@ ozr_err _build(panorama_t* session, const ozr_config* source)
     return read == ozr_success ? read : ozr_raise(read, "from get_parameters(&p)", kConstructor, __LINE__);
 }
 
+// While another thread's call is at work in the session, for at most `ms`: asks the engine to stop. The request is repeated,
+// because a call that has just begun a sweep does not see the first one. Whether the call has left.
+bool _see_call_leave(const panorama_t* session, uint32_t ms)
+{
+    for (uint32_t waited = 0; waited < ms && panorama_call_is_at_work(session); waited += kLeavePollMs) {
+        panorama_engine_request_cancel(session->engine);
+        ozr_platform_sleep(kLeavePollMs);
+    }
+    return !panorama_call_is_at_work(session);
+}
+
 }  // namespace
 
 panorama_t::panorama_t(const ozr_config* source)
@@ -230,9 +243,6 @@ ozr_err panorama_t::stitch_one_image(ozr_image* picture, const ozr_point* offset
     OZR_RAISE_IF(picture == nullptr, ozr_err_invalid_argument);
     const PanoImg img = _wrap(picture);
     ozr_point at = {0, 0};
-    // A reset from another thread may have come between the end of a picture and its count below.
-    if (engine != nullptr && engine->status == kStatusIdle)
-        stitched_count = 0;
     if (stitched_count == 0) {
         RAISE_IF_FAILED(panorama_engine_start_capture(engine, &img));
         set_direction(params->direction);  // the start has just cleared the engine's
@@ -307,9 +317,13 @@ ozr_err panorama_t::cancel_processes()
     int32_t ready = kPanoSuccess;
     for (int32_t i = 0; i < kCancelPolls; ++i) {
         ready = panorama_engine_check_ready_to_destroy(engine);
+        // The engine's words tell when its work has ended, not when the call that asked for it has left.
         if (ready == kPanoSuccess)
-            return ozr_success;
-        ozr_platform_sleep(kCancelPollMs);
+            return _see_call_leave(this, kCancelPolls * kCancelPollMs) ? ozr_success : ozr_err_invalid_status;
+        if (panorama_call_is_at_work(this))
+            _see_call_leave(this, kCancelPollMs);
+        else
+            ozr_platform_sleep(kCancelPollMs);
     }
     return pano_result_to_ozr_err(ready);
 }

@@ -5,19 +5,21 @@
 #ifndef PANORAMA_CALLS_H
 #define PANORAMA_CALLS_H
 
+class panorama_t;
+
 // Made first and so gone last in a function that works in a session.
 class PanoramaCall
 {
 public:
-    explicit PanoramaCall(const void* handle);
+    explicit PanoramaCall(const panorama_t* session);
     ~PanoramaCall();
     PanoramaCall(const PanoramaCall&) = delete;
     PanoramaCall& operator=(const PanoramaCall&) = delete;
 
 private:
-    const void** place_;  // null when the table is full: such a call is not waited for
+    const panorama_t** place_;  // null when the table is full: such a call is not waited for
 };
 
-bool panorama_call_is_at_work(const void* handle);
+bool panorama_call_is_at_work(const panorama_t* session);
 
 #endif

@@ -263,10 +263,15 @@ void panorama_engine_cancel_process_async(PanoramaInternal* pe)
         return;
     PanoLog("panorama_engine_cancel_process_async", __LINE__, "panorama_engine_cancel_process() status = %d",
             pe->status);
-    if (_is_busy(pe)) {
-        pe->cancel_requested = 1;
-        panorama_core_request_cancel_async(pe->core);
-    }
+    panorama_engine_request_cancel(pe);
+}
+
+void panorama_engine_request_cancel(PanoramaInternal* pe)
+{
+    if (!_is_busy(pe))
+        return;
+    pe->cancel_requested = 1;
+    panorama_core_request_cancel_async(pe->core);
 }
 
 int32_t panorama_engine_check_ready_to_destroy(PanoramaInternal* pe)

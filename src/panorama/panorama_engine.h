@@ -137,6 +137,9 @@ OZR_API int32_t panorama_engine_process_synthesis(PanoramaInternal* pe);
 
 OZR_END_DECLS
 
+// panorama_engine_cancel_process_async without its log line, for repeating the request. Not null.
+void panorama_engine_request_cancel(PanoramaInternal* pe);
+
 // What detection and the start of a capture share.
 
 // Takes w x h as the size that motion is measured in: thresholds, targets and tolerances. False when (w + h)^2 does not

@@ -92,7 +92,7 @@ Plane _plane(const ozr_image* image, int64_t offset, int32_t stride)
     return {image->data + offset, stride};
 }
 
-void _copy_rows(Plane dst, Plane src, int32_t row_bytes, int32_t rows)
+void _copy_rows(Plane dst, Plane src, int64_t row_bytes, int32_t rows)
 {
     if (row_bytes < 1)
         return;
@@ -167,11 +167,8 @@ ozr_err ozr_image_copy(const ozr_image* src, ozr_image* dst)
 {
     OZR_FORWARD(validate_image_copy(src, dst));
     OZR_RAISE_IF(!_is_known(src->format), ozr_err_not_supported);
-    // A row longer than its stride would end behind the last plane.
-    const int64_t row_bytes = _row_bytes(src->format, src->width);
-    OZR_RAISE_IF(row_bytes > src->stride || row_bytes > dst->stride, ozr_err_invalid_argument);
     OZR_RAISE_IF(!ozr_image_holds_planes(src) || !ozr_image_holds_planes(dst), ozr_err_invalid_argument);
-    _copy_rows(_plane(dst, 0, dst->stride), _plane(src, 0, src->stride), static_cast<int32_t>(row_bytes),
+    _copy_rows(_plane(dst, 0, dst->stride), _plane(src, 0, src->stride), _row_bytes(src->format, src->width),
                src->height);
     if (_is_12_bit(src->format))
         _copy_chroma(src, dst);
