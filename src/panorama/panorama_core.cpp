@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "ozr_support.h"
+#include "ozr_wrap32.h"
 #include "pano_result.h"
 #include "panorama_util.h"
 
@@ -32,8 +33,10 @@ constexpr float kSearchAhead = 0.3F;
 constexpr float kSearchAcross = 0.1F;
 
 // Pixels times overlap percentage that the top level of the pyramid may have: the more the pictures overlap, the
-// deeper the pyramid.
-constexpr int64_t kTopLevelBudget = 239999;
+// deeper the pyramid. Products wrap around in 32 bits; sizes that large are refused later on.
+constexpr int32_t kTopLevelBudget = 239999;
+
+constexpr int32_t kMostHalvings = 31;  // sizes below zero never become zero, but -1
 
 // Bits of a pixel count beyond which partial correlation sums are shifted.
 constexpr int32_t kUnshiftedBits = 11;
@@ -61,25 +64,23 @@ void _store_size(PanoramaCore* pi, int32_t width, int32_t height, int32_t stride
 
 void _set_pyramid_depth(PanoramaCore* pi)
 {
-    int64_t width = pi->half_width;
-    int64_t height = pi->half_height;
+    Wrap32 width = pi->half_width;
+    Wrap32 height = pi->half_height;
     pi->levels = 0;
     pi->half = 0;
     pi->pyramid_levels = 1;
-    // Divided, not multiplied: sizes that are refused later on come through here, and their products exceed 64 bits.
-    const int64_t most_pixels = pi->overlap > 0 ? kTopLevelBudget / pi->overlap : INT64_MAX;
-    if (width * height <= most_pixels)
+    if (!(width * height * pi->overlap > kTopLevelBudget))
         return;
     do {
-        width >>= 1;
-        height >>= 1;
+        width = width >> 1;
+        height = height >> 1;
         ++pi->levels;
-    } while (width * height > most_pixels);
+    } while (width * height * pi->overlap > kTopLevelBudget && pi->levels < kMostHalvings);
     pi->half = 1;
     pi->pyramid_levels = pi->levels;
 }
 
-int32_t _bit_count(int64_t value)
+int32_t _bit_count(int32_t value)
 {
     int32_t bits = 0;
     for (; value > 0; value >>= 1)
@@ -91,8 +92,8 @@ void _set_work_size(PanoramaCore* pi)
 {
     pi->work_width = pi->width >> pi->half;
     pi->work_height = pi->height >> pi->half;
-    const int64_t pixels = int64_t{pi->work_width} * pi->work_height;
-    pi->ncc_shift = std::max(_bit_count(pixels) - kUnshiftedBits, 0);
+    const Wrap32 pixels = Wrap32(pi->work_width) * pi->work_height;
+    pi->ncc_shift = std::max(_bit_count(pixels.value) - kUnshiftedBits, 0);
 }
 
 void _set_search_range(PanoramaCore* pi)

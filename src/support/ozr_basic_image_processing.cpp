@@ -4,6 +4,8 @@
 // apart, starting at 0. A crop is the same on a part of the picture.
 #include <stddef.h>
 
+#include <algorithm>
+
 #include "ozr_kernels.h"
 #include "ozr_plane.h"
 #include "ozr_support.h"
@@ -42,7 +44,10 @@ struct Resizing {
     {
         const int64_t row_bytes = int64_t{dst_width} * pixel_bytes;
         const int64_t dst_bytes = int64_t{dst_height} * dst_stride;
-        const int64_t src_bytes = (int64_t{src_height} + 1) * src_stride;
+        const int64_t src_row_bytes =
+            (int64_t{src_width} + 1) * pixel_bytes;  // with a neighbour of the last pixel
+        const int64_t src_bytes =
+            int64_t{src_height} * src_stride + std::max<int64_t>(src_stride, src_row_bytes);
         const intptr_t dst_begin = reinterpret_cast<intptr_t>(dst);
         const intptr_t src_begin = reinterpret_cast<intptr_t>(src);
         return dst_stride >= row_bytes && src_stride >= 0 &&
@@ -144,6 +149,14 @@ int64_t _sampling_advance(int64_t width, int64_t stride, int64_t step_x, int64_t
     return consumed + (stride - width) + (step_y - 1) * stride;
 }
 
+// How to sample a row of `width` bytes: byte by byte where the result lies among what is still to be read.
+SampleBytesRow _sample_row_of(const uint8_t* dst, const uint8_t* src, int32_t width)
+{
+    const uintptr_t ahead = reinterpret_cast<uintptr_t>(dst) - reinterpret_cast<uintptr_t>(src);
+    const bool overtakes = ahead > 0 && ahead < static_cast<uintptr_t>(width);
+    return (overtakes ? kOzrKernelsScalar : *ozr_kernels()).sample_bytes_row;
+}
+
 }  // namespace
 
 ozr_err resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_t dst_height, int32_t dst_stride,
@@ -180,14 +193,13 @@ ozr_err sample_image_by_n(uint8_t* dst, int32_t dst_stride, const uint8_t* src, 
     const int64_t dst_advance = ozr_stride_or_width(dst_stride, out_width);
     const int64_t src_advance =
         _sampling_advance(width, ozr_stride_or_width(src_stride, width), step_x, step_y);
-    const SampleBytesRow sample_row = ozr_kernels()->sample_bytes_row;
     for (int32_t y = 0; y < out_height; ++y) {
         uint8_t* dst_row = dst + static_cast<ptrdiff_t>(y * dst_advance);
         const uint8_t* src_row = src + static_cast<ptrdiff_t>(y * src_advance);
         if (step_x == 1)
             ozr_memcpy_s(dst_row, static_cast<uint32_t>(width), src_row, static_cast<uint32_t>(width));
         else
-            sample_row(dst_row, src_row, out_width, step_x);
+            _sample_row_of(dst_row, src_row, width)(dst_row, src_row, out_width, step_x);
     }
     return ozr_success;
 }

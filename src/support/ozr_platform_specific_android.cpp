@@ -81,7 +81,7 @@ void* ozr_memcpy_s(void* dst, uint32_t dst_size, const void* src, uint32_t count
 {
     const uint32_t bytes = std::min(dst_size, count);
     if (bytes > 0 && dst != nullptr && src != nullptr)
-        memcpy(dst, src, bytes);
+        memmove(dst, src, bytes);
     return dst;
 }
 
