@@ -77,7 +77,7 @@ ozr_err _resize_nearest(const Resizing& task)
 {
     if (!task.is_sound())
         return ozr_err_invalid_argument;
-    const NearestGrayRow nearest_row = ozr_kernels()->nearest_gray_row;
+    NearestGrayRow* const nearest_row = ozr_kernels()->nearest_gray_row;
     const uint32_t step_x = static_cast<uint32_t>(task.step_x());
     const uint32_t step_y = static_cast<uint32_t>(task.step_y());
     uint32_t position = 0;
@@ -90,7 +90,7 @@ ozr_err _resize_nearest(const Resizing& task)
 
 // Rows `first` to `end` of the result, which all have a next row. A last column has no right-hand neighbour: it counts
 // twice instead, as does a step of 0. All others use theirs even where that lies beyond the source.
-void _resize_rows(const Resizing& task, Resample resample, int32_t pixel_bytes, int32_t first, int32_t end)
+void _resize_rows(const Resizing& task, Resample* resample, int32_t pixel_bytes, int32_t first, int32_t end)
 {
     const uint32_t step_x = static_cast<uint32_t>(task.step_x());
     const uint32_t step_y = static_cast<uint32_t>(task.step_y());
@@ -105,7 +105,7 @@ void _resize_rows(const Resizing& task, Resample resample, int32_t pixel_bytes, 
 }
 
 // There is no next row for the last one either: a source whose rows all are that row.
-void _resize_last_row(const Resizing& task, Resample resample, int32_t pixel_bytes)
+void _resize_last_row(const Resizing& task, Resample* resample, int32_t pixel_bytes)
 {
     const int32_t last = task.dst_height - 1;
     const uint32_t position = static_cast<uint32_t>(last) * static_cast<uint32_t>(task.step_y());
@@ -116,7 +116,7 @@ void _resize_last_row(const Resizing& task, Resample resample, int32_t pixel_byt
 }
 
 // Rows that overlap each other or the source are made one after the other, pixel by pixel.
-ozr_err _resize_bilinear(const Resizing& task, Resample OzrKernels::*resample, int32_t pixel_bytes)
+ozr_err _resize_bilinear(const Resizing& task, Resample* OzrKernels::*resample, int32_t pixel_bytes)
 {
     if (!task.is_sound())
         return ozr_err_invalid_argument;
@@ -180,7 +180,7 @@ ozr_err sample_image_by_n(uint8_t* dst, int32_t dst_stride, const uint8_t* src, 
     const int64_t dst_advance = ozr_stride_or_width(dst_stride, out_width);
     const int64_t src_advance =
         _sampling_advance(width, ozr_stride_or_width(src_stride, width), step_x, step_y);
-    const SampleBytesRow sample_row = ozr_kernels()->sample_bytes_row;
+    SampleBytesRow* const sample_row = ozr_kernels()->sample_bytes_row;
     for (int32_t y = 0; y < out_height; ++y) {
         uint8_t* dst_row = dst + static_cast<ptrdiff_t>(y * dst_advance);
         const uint8_t* src_row = src + static_cast<ptrdiff_t>(y * src_advance);
