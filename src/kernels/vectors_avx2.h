@@ -15,6 +15,7 @@ struct Avx2 {
     using Vector = __m256i;
     using Words = int16_t __attribute__((vector_size(kBytes)));
     using Sums = uint32_t __attribute__((vector_size(kBytes)));
+    using Sums64 = uint64_t __attribute__((vector_size(kBytes)));
     struct Two {
         Vector first;
         Vector second;
@@ -27,6 +28,7 @@ struct Avx2 {
         return Words(_mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src))));
     }
 
+    static Vector all_bytes(uint8_t value) { return _mm256_set1_epi8(static_cast<char>(value)); }
     static Words all_words(int16_t value) { return Words(_mm256_set1_epi16(value)); }
     static Words all_pairs(int16_t even, int16_t odd)
     {
@@ -38,6 +40,15 @@ struct Avx2 {
     static Sums multiply_add(Words a, Words b) { return Sums(_mm256_madd_epi16(Vector(a), Vector(b))); }
 
     static Sums shift_right(Sums sums, int32_t bits) { return Sums(_mm256_srli_epi32(Vector(sums), bits)); }
+
+    static Sums64 sad(Vector a, Vector b) { return Sums64(_mm256_sad_epu8(a, b)); }
+    static uint32_t total(Sums64 sums)
+    {
+        const __m128i halves =
+            _mm_add_epi64(_mm256_castsi256_si128(Vector(sums)), _mm256_extracti128_si256(Vector(sums), 1));
+        return static_cast<uint32_t>(
+            _mm_cvtsi128_si32(_mm_add_epi64(halves, _mm_unpackhi_epi64(halves, halves))));
+    }
 
     static Vector pack(Words a, Words b) { return _mm256_packus_epi16(Vector(a), Vector(b)); }
     static Words pack(Sums a, Sums b) { return Words(_mm256_packs_epi32(Vector(a), Vector(b))); }

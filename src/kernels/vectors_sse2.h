@@ -15,6 +15,7 @@ struct Sse2 {
     using Vector = __m128i;
     using Words = int16_t __attribute__((vector_size(kBytes)));
     using Sums = uint32_t __attribute__((vector_size(kBytes)));
+    using Sums64 = uint64_t __attribute__((vector_size(kBytes)));
     struct Two {
         Vector first;
         Vector second;
@@ -30,6 +31,7 @@ struct Sse2 {
         return Words(_mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
     }
 
+    static Vector all_bytes(uint8_t value) { return _mm_set1_epi8(static_cast<char>(value)); }
     static Words all_words(int16_t value) { return Words(_mm_set1_epi16(value)); }
     static Words all_pairs(int16_t even, int16_t odd)
     {
@@ -43,6 +45,15 @@ struct Sse2 {
 
     // The operator would do, but leaves the compiler short of registers on 32 bits.
     static Sums shift_right(Sums sums, int32_t bits) { return Sums(_mm_srli_epi32(Vector(sums), bits)); }
+
+    // Sums of the absolute differences of eight bytes each, and the low 32 bits of what such sums amount to.
+    static Sums64 sad(Vector a, Vector b) { return Sums64(_mm_sad_epu8(a, b)); }
+    static uint32_t total(Sums64 sums)
+    {
+        const Vector halves = Vector(sums);
+        return static_cast<uint32_t>(
+            _mm_cvtsi128_si32(_mm_add_epi64(halves, _mm_unpackhi_epi64(halves, halves))));
+    }
 
     // Limited to what the narrower lanes hold.
     static Vector pack(Words a, Words b) { return _mm_packus_epi16(Vector(a), Vector(b)); }
