@@ -41,6 +41,11 @@ struct Avx2 {
 
     static Sums shift_right(Sums sums, int32_t bits) { return Sums(_mm256_srli_epi32(Vector(sums), bits)); }
 
+    static __m128i add_halves(Sums sums)
+    {
+        return _mm_add_epi32(_mm256_castsi256_si128(Vector(sums)), _mm256_extracti128_si256(Vector(sums), 1));
+    }
+
     static Sums64 sad(Vector a, Vector b) { return Sums64(_mm256_sad_epu8(a, b)); }
     static uint32_t total(Sums64 sums)
     {
@@ -59,6 +64,8 @@ struct Avx2 {
     static Vector weave_high_words(Words a, Words b) { return _mm256_unpackhi_epi16(Vector(a), Vector(b)); }
     static Vector weave_low_ints(Vector a, Vector b) { return _mm256_unpacklo_epi32(a, b); }
     static Vector weave_high_ints(Vector a, Vector b) { return _mm256_unpackhi_epi32(a, b); }
+    static Vector weave_low_quads(Sums a, Sums b) { return _mm256_unpacklo_epi64(Vector(a), Vector(b)); }
+    static Vector weave_high_quads(Sums a, Sums b) { return _mm256_unpackhi_epi64(Vector(a), Vector(b)); }
 
     static Vector even_ints(Vector a, Vector b)
     {

@@ -46,6 +46,8 @@ struct Sse2 {
     // The operator would do, but leaves the compiler short of registers on 32 bits.
     static Sums shift_right(Sums sums, int32_t bits) { return Sums(_mm_srli_epi32(Vector(sums), bits)); }
 
+    static __m128i add_halves(Sums sums) { return Vector(sums); }
+
     // Sums of the absolute differences of eight bytes each, and the low 32 bits of what such sums amount to.
     static Sums64 sad(Vector a, Vector b) { return Sums64(_mm_sad_epu8(a, b)); }
     static uint32_t total(Sums64 sums)
@@ -66,6 +68,8 @@ struct Sse2 {
     static Vector weave_high_words(Words a, Words b) { return _mm_unpackhi_epi16(Vector(a), Vector(b)); }
     static Vector weave_low_ints(Vector a, Vector b) { return _mm_unpacklo_epi32(a, b); }
     static Vector weave_high_ints(Vector a, Vector b) { return _mm_unpackhi_epi32(a, b); }
+    static Vector weave_low_quads(Sums a, Sums b) { return _mm_unpacklo_epi64(Vector(a), Vector(b)); }
+    static Vector weave_high_quads(Sums a, Sums b) { return _mm_unpackhi_epi64(Vector(a), Vector(b)); }
 
     // The lanes with even numbers.
     static Vector even_ints(Vector a, Vector b)
