@@ -35,6 +35,7 @@ struct ColourRows {
     static constexpr int32_t kRgbaBytes = 4;
     using Vector = typename V::Vector;
     using Words = typename V::Words;
+    using Ints = typename V::Ints;
     using Sums = typename V::Sums;
     using Two = typename V::Two;
 
@@ -128,7 +129,7 @@ struct ColourRows {
 
     static Words weigh(const Two& rgba, const ColourWeights& weights)
     {
-        return V::pack(weigh(rgba.first, weights), weigh(rgba.second, weights));
+        return V::pack(Ints(weigh(rgba.first, weights)), Ints(weigh(rgba.second, weights)));
     }
 
     // Two vectors such that what is packed from them is in order.

@@ -14,6 +14,7 @@ struct Avx2 {
     static constexpr int32_t kBytes = 32;
     using Vector = __m256i;
     using Words = int16_t __attribute__((vector_size(kBytes)));
+    using Ints = int32_t __attribute__((vector_size(kBytes)));
     using Sums = uint32_t __attribute__((vector_size(kBytes)));
     using Sums64 = uint64_t __attribute__((vector_size(kBytes)));
     struct Two {
@@ -46,6 +47,13 @@ struct Avx2 {
         return _mm_add_epi32(_mm256_castsi256_si128(Vector(sums)), _mm256_extracti128_si256(Vector(sums), 1));
     }
 
+    static Vector difference(Vector a, Vector b)
+    {
+        return _mm256_or_si256(_mm256_subs_epu8(a, b), _mm256_subs_epu8(b, a));
+    }
+
+    static Ints and_not(Ints a, Ints b) { return Ints(_mm256_andnot_si256(Vector(a), Vector(b))); }
+
     static Sums64 sad(Vector a, Vector b) { return Sums64(_mm256_sad_epu8(a, b)); }
     static uint32_t total(Sums64 sums)
     {
@@ -56,7 +64,8 @@ struct Avx2 {
     }
 
     static Vector pack(Words a, Words b) { return _mm256_packus_epi16(Vector(a), Vector(b)); }
-    static Words pack(Sums a, Sums b) { return Words(_mm256_packs_epi32(Vector(a), Vector(b))); }
+    static Words pack(Ints a, Ints b) { return Words(_mm256_packs_epi32(Vector(a), Vector(b))); }
+    static Vector pack_signed(Words a, Words b) { return _mm256_packs_epi16(Vector(a), Vector(b)); }
 
     static Vector weave_low_bytes(Vector a, Vector b) { return _mm256_unpacklo_epi8(a, b); }
     static Vector weave_high_bytes(Vector a, Vector b) { return _mm256_unpackhi_epi8(a, b); }

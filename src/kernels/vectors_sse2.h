@@ -14,6 +14,7 @@ struct Sse2 {
     static constexpr int32_t kBytes = 16;
     using Vector = __m128i;
     using Words = int16_t __attribute__((vector_size(kBytes)));
+    using Ints = int32_t __attribute__((vector_size(kBytes)));
     using Sums = uint32_t __attribute__((vector_size(kBytes)));
     using Sums64 = uint64_t __attribute__((vector_size(kBytes)));
     struct Two {
@@ -48,6 +49,15 @@ struct Sse2 {
 
     static __m128i add_halves(Sums sums) { return Vector(sums); }
 
+    // Of bytes, absolute.
+    static Vector difference(Vector a, Vector b)
+    {
+        return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a));
+    }
+
+    // ~a & b; the compiler would make another comparison of the inverse of one.
+    static Ints and_not(Ints a, Ints b) { return Ints(_mm_andnot_si128(Vector(a), Vector(b))); }
+
     // Sums of the absolute differences of eight bytes each, and the low 32 bits of what such sums amount to.
     static Sums64 sad(Vector a, Vector b) { return Sums64(_mm_sad_epu8(a, b)); }
     static uint32_t total(Sums64 sums)
@@ -59,7 +69,8 @@ struct Sse2 {
 
     // Limited to what the narrower lanes hold.
     static Vector pack(Words a, Words b) { return _mm_packus_epi16(Vector(a), Vector(b)); }
-    static Words pack(Sums a, Sums b) { return Words(_mm_packs_epi32(Vector(a), Vector(b))); }
+    static Words pack(Ints a, Ints b) { return Words(_mm_packs_epi32(Vector(a), Vector(b))); }
+    static Vector pack_signed(Words a, Words b) { return _mm_packs_epi16(Vector(a), Vector(b)); }
 
     // Lanes of `a` and `b` by turns.
     static Vector weave_low_bytes(Vector a, Vector b) { return _mm_unpacklo_epi8(a, b); }
