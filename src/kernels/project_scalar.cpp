@@ -2,13 +2,10 @@
 #include <string.h>
 
 #include "kernels_scalar.h"
+#include "projection_block.h"
 
 namespace
 {
-
-constexpr int32_t kLanes = 8;                         // pixels of a block
-constexpr int32_t kPatch = 4;                         // rows and columns of the source patch of a pixel
-constexpr int32_t kGroup = kLanes * kPatch * kPatch;  // weights of a block
 
 uint8_t _project_pixel(const uint8_t* src, ptrdiff_t patch, ptrdiff_t stride, const uint16_t* weights)
 {

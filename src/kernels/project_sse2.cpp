@@ -7,14 +7,10 @@
 
 #include "kernels_scalar.h"
 #include "kernels_x86.h"
+#include "projection_block.h"
 
 namespace
 {
-
-constexpr int32_t kLanes = 8;                         // pixels of a block
-constexpr int32_t kPatch = 4;                         // rows and columns of the source patch of a pixel
-constexpr int32_t kGroup = kLanes * kPatch * kPatch;  // weights of a block
-constexpr int32_t kPatchBytes = kLanes + kPatch - 1;  // of a source row that the patches of a block cover
 
 constexpr uintptr_t kGroupBytes = kGroup * sizeof(uint16_t);
 constexpr uintptr_t kCacheLine = 64;

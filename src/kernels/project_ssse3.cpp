@@ -5,14 +5,12 @@
 
 #include "kernels_scalar.h"
 #include "kernels_x86.h"
+#include "projection_block.h"
 
 namespace
 {
 
-constexpr int32_t kPixel = 16;  // sixteenths
-constexpr int32_t kLanes = 8;   // pixels of a block
-constexpr int32_t kPatch = 4;   // rows and columns of the source patch of a pixel
-constexpr int32_t kLoad = 16;   // bytes read of a source row, of which the patches cover 11
+constexpr int32_t kLoad = 16;  // bytes read of a source row, of which the patches cover 11
 
 __m128i _load(const void* src)
 {
@@ -70,7 +68,7 @@ void project_luma_row_ssse3(uint8_t* dst, const uint8_t* src, int64_t src_bytes,
     for (int32_t b = 0; b < blocks; ++b, dst += kLanes) {
         const int32_t offset = row.offsets[b];
         if (offset >= 0 && offset <= last_offset)
-            _project_block(dst, src + offset, stride, row.columns + ptrdiff_t{4} * kLanes * b,
+            _project_block(dst, src + offset, stride, row.columns + ptrdiff_t{kColumnWeights} * b,
                            row.rows + ptrdiff_t{kLanes} * b);
         else
             project_luma_block_scalar(dst, src, stride, row, b);

@@ -4,16 +4,11 @@
 #include <algorithm>
 
 #include "kernels_scalar.h"
+#include "projection_block.h"
 
 namespace
 {
 
-constexpr int32_t kFracBits = 4;  // of a source position
-constexpr int32_t kPixel = 1 << kFracBits;
-constexpr int32_t kLanes = 8;  // pixels of a block
-constexpr int32_t kPatch = 4;  // source rows and columns of a pixel
-constexpr int32_t kGroup = kLanes * kPatch * kPatch;
-constexpr int32_t kReach = (kPatch - 1) * kPixel;
 constexpr uint8_t kBeyond = 255;
 
 int32_t _tent(int32_t behind, int32_t i)
@@ -46,6 +41,7 @@ void projection_tables_row_scalar(const OzrProjectionRowOut& out, const int32_t*
             const int32_t behind = positions[k] - base;
             rows[k] = behind > kReach ? kBeyond : static_cast<uint8_t>(behind);
         }
-        _fill_weights(out.weights + ptrdiff_t{kGroup} * b, rows, columns.weights + ptrdiff_t{32} * b);
+        _fill_weights(out.weights + ptrdiff_t{kGroup} * b, rows,
+                      columns.weights + ptrdiff_t{kColumnWeights} * b);
     }
 }

@@ -3,16 +3,10 @@
 #include <stddef.h>
 
 #include "kernels_x86.h"
+#include "projection_block.h"
 
 namespace
 {
-
-constexpr int32_t kFracBits = 4;  // of a source position
-constexpr int32_t kPixel = 1 << kFracBits;
-constexpr int32_t kLanes = 8;  // pixels of a block
-constexpr int32_t kPatch = 4;  // source rows and columns of a pixel
-constexpr int32_t kGroup = kLanes * kPatch * kPatch;
-constexpr int32_t kReach = (kPatch - 1) * kPixel;
 
 __m128i _load(const void* src)
 {
@@ -78,6 +72,6 @@ void projection_tables_row_sse2(const OzrProjectionRowOut& out, const int32_t* p
         _mm_storel_epi64(reinterpret_cast<__m128i*>(out.rows + ptrdiff_t{kLanes} * b),
                          _mm_packus_epi16(behind, behind));
         _fill_weights(out.weights + ptrdiff_t{kGroup} * b, behind,
-                      columns.weights + ptrdiff_t{4} * kLanes * b);
+                      columns.weights + ptrdiff_t{kColumnWeights} * b);
     }
 }
