@@ -12,9 +12,8 @@ namespace
 
 void rotate_nv12(benchmark::State& state, Size size)
 {
-    Random random(1);
     TestImg upright(kPanoNv12, size.width, size.height);
-    upright.randomize(&random);
+    upright.randomize(1);
     TestImg turned(kPanoNv12, size.height, size.width);
     for (auto _ : state)
         fail_unless(state, PanoImg_RotateCW90(&turned.img, &upright.img) == 0);

@@ -90,26 +90,20 @@ void _resize(FuzzInput* input, int which)
         src.allocate(src.width, src.height, *input);
     const int32_t dst_stride = is_bilinear ? dst.stride : _or_zero(dst, input);
     const int32_t src_stride = is_bilinear ? src.stride : _or_zero(src, input);
+    const auto resize = which == 0 ? resize_grayimage_nn : resize_grayimage_bi;
+    const auto crop_resize = which == 2   ? crop_resize_grayimage_nn
+                             : which == 3 ? crop_resize_grayimage_bi
+                                          : crop_resize_RGB;
     switch (which) {
     case 0:
-        resize_grayimage_nn(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height,
-                            src_stride);
-        return;
     case 1:
-        resize_grayimage_bi(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height,
-                            src_stride);
+        resize(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height, src_stride);
         return;
     case 2:
-        crop_resize_grayimage_nn(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height,
-                                 src_stride, &crop);
-        return;
     case 3:
-        crop_resize_grayimage_bi(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height,
-                                 src_stride, &crop);
-        return;
     case 4:
-        crop_resize_RGB(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height,
-                        src_stride, &crop);
+        crop_resize(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height, src_stride,
+                    &crop);
         return;
     case 5:
         rotate_crop_resize_grayimage_nn(dst.data, dst.width, dst.height, dst_stride, src.data, src.width,

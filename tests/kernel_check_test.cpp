@@ -254,7 +254,7 @@ TEST(KernelCheck, QuarterTurns)
         for (int32_t height : kSizes) {
             for (int32_t padding : {0, 5}) {
                 Case c(width, padding == 0 ? Edge::kEnd : Edge::kStart, Fill::kRandom);
-                const auto check = [&](const char* name, Rotate OzrKernels::*kernel, int32_t bytes) {
+                const auto check = [&](const char* name, Rotate* OzrKernels::*kernel, int32_t bytes) {
                     const int32_t src_stride = width * bytes + padding;
                     const int32_t dst_stride = height * bytes + padding;
                     Guarded src = c.bytes(int64_t{src_stride} * height);

@@ -7,25 +7,21 @@
 
 #include "kernels_scalar.h"
 #include "kernels_x86.h"
+#include "projection_block.h"
 
 namespace
 {
 
-constexpr int32_t kLanes = 8;                         // pixels of a block
-constexpr int32_t kPatch = 4;                         // rows and columns of the source patch of a pixel
-constexpr int32_t kGroup = kLanes * kPatch * kPatch;  // weights of a block
-constexpr int32_t kPatchBytes = kLanes + kPatch - 1;  // of a source row that the patches of a block cover
-
-constexpr uintptr_t kGroupBytes = kGroup * sizeof(uint16_t);
+constexpr uintptr_t kBlockBytes = kBlockWeights * sizeof(uint16_t);
 constexpr uintptr_t kCacheLine = 64;
-constexpr uintptr_t kAhead = 8 * kGroupBytes;
+constexpr uintptr_t kAhead = 8 * kBlockBytes;
 
 // Asks for the weights of a block to come. Behind the last one of the table that may be anybody's memory, or nobody's:
 // a hint reads nothing and cannot fault.
 void _prefetch(const uint16_t* weights)
 {
     const uintptr_t ahead = reinterpret_cast<uintptr_t>(weights) + kAhead;
-    for (uintptr_t line = 0; line < kGroupBytes; line += kCacheLine) {
+    for (uintptr_t line = 0; line < kBlockBytes; line += kCacheLine) {
         const auto* place = reinterpret_cast<const char*>(ahead + line);  // NOLINT(performance-no-int-to-ptr)
         _mm_prefetch(place, _MM_HINT_T0);
     }
@@ -40,16 +36,16 @@ __m128i _weighed(const uint8_t* src, const uint16_t* weights)
 
 __m128i _weighed_row(const uint8_t* src, const uint16_t* weights)
 {
-    const __m128i left = _mm_add_epi16(_weighed(src, weights), _weighed(src + 1, weights + kLanes));
+    const __m128i left = _mm_add_epi16(_weighed(src, weights), _weighed(src + 1, weights + kBlock));
     const __m128i right =
-        _mm_add_epi16(_weighed(src + 2, weights + 2 * kLanes), _weighed(src + 3, weights + 3 * kLanes));
+        _mm_add_epi16(_weighed(src + 2, weights + 2 * kBlock), _weighed(src + 3, weights + 3 * kBlock));
     return _mm_add_epi16(left, right);
 }
 
 // A lane holds at most 255 * 256 + 128 = 65 408: unsigned 16 bits.
 void _project_block(uint8_t* dst, const uint8_t* src, ptrdiff_t stride, const uint16_t* weights)
 {
-    constexpr int32_t kRow = kPatch * kLanes;
+    constexpr int32_t kRow = kPatch * kBlock;
     const __m128i upper =
         _mm_add_epi16(_weighed_row(src, weights), _weighed_row(src + stride, weights + kRow));
     const __m128i lower = _mm_add_epi16(_weighed_row(src + 2 * stride, weights + 2 * kRow),
@@ -66,7 +62,7 @@ void project_luma_row_sse2(uint8_t* dst, const uint8_t* src, int64_t src_bytes, 
 {
     const int64_t last_offset = src_bytes - (kPatch - 1) * int64_t{stride} - kPatchBytes;
     const uint16_t* weights = row.weights;
-    for (int32_t b = 0; b < blocks; ++b, dst += kLanes, weights += kGroup) {
+    for (int32_t b = 0; b < blocks; ++b, dst += kBlock, weights += kBlockWeights) {
         const int32_t offset = row.offsets[b];
         _prefetch(weights);
         if (offset >= 0 && offset <= last_offset)

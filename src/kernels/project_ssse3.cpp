@@ -5,14 +5,12 @@
 
 #include "kernels_scalar.h"
 #include "kernels_x86.h"
+#include "projection_block.h"
 
 namespace
 {
 
-constexpr int32_t kPixel = 16;  // sixteenths
-constexpr int32_t kLanes = 8;   // pixels of a block
-constexpr int32_t kPatch = 4;   // rows and columns of the source patch of a pixel
-constexpr int32_t kLoad = 16;   // bytes read of a source row, of which the patches cover 11
+constexpr int32_t kLoad = 16;  // bytes read of a source row, of which the patches cover 11
 
 __m128i _load(const void* src)
 {
@@ -48,7 +46,7 @@ __m128i _row_part(const uint8_t* src, const ColumnWeights& columns, __m128i behi
 void _project_block(uint8_t* dst, const uint8_t* src, ptrdiff_t stride, const uint8_t* columns,
                     const uint8_t* rows)
 {
-    const ColumnWeights weights = {_load(columns), _load(columns + 2 * kLanes)};
+    const ColumnWeights weights = {_load(columns), _load(columns + 2 * kBlock)};
     const __m128i behind =
         _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(rows)), _mm_setzero_si128());
     __m128i sum = _mm_add_epi16(_mm_set1_epi16(128), _row_part(src, weights, behind, 0));
@@ -67,11 +65,11 @@ void project_luma_row_ssse3(uint8_t* dst, const uint8_t* src, int64_t src_bytes,
                             const OzrProjectionRow& row, int32_t blocks)
 {
     const int64_t last_offset = src_bytes - (kPatch - 1) * int64_t{stride} - kLoad;
-    for (int32_t b = 0; b < blocks; ++b, dst += kLanes) {
+    for (int32_t b = 0; b < blocks; ++b, dst += kBlock) {
         const int32_t offset = row.offsets[b];
         if (offset >= 0 && offset <= last_offset)
-            _project_block(dst, src + offset, stride, row.columns + ptrdiff_t{4} * kLanes * b,
-                           row.rows + ptrdiff_t{kLanes} * b);
+            _project_block(dst, src + offset, stride, row.columns + ptrdiff_t{kColumnWeights} * b,
+                           row.rows + ptrdiff_t{kBlock} * b);
         else
             project_luma_block_scalar(dst, src, stride, row, b);
     }

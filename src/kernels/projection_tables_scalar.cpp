@@ -4,16 +4,11 @@
 #include <algorithm>
 
 #include "kernels_scalar.h"
+#include "projection_block.h"
 
 namespace
 {
 
-constexpr int32_t kFracBits = 4;  // of a source position
-constexpr int32_t kPixel = 1 << kFracBits;
-constexpr int32_t kLanes = 8;  // pixels of a block
-constexpr int32_t kPatch = 4;  // source rows and columns of a pixel
-constexpr int32_t kGroup = kLanes * kPatch * kPatch;
-constexpr int32_t kReach = (kPatch - 1) * kPixel;
 constexpr uint8_t kBeyond = 255;
 
 int32_t _tent(int32_t behind, int32_t i)
@@ -25,9 +20,9 @@ void _fill_weights(uint16_t* weights, const uint8_t* rows, const uint8_t* column
 {
     for (int32_t i = 0; i < kPatch; ++i) {
         for (int32_t j = 0; j < kPatch; ++j) {
-            const uint8_t* column = columns + j % 2 + 2 * kLanes * (j / 2);
-            for (int32_t k = 0; k < kLanes; ++k)
-                weights[(kPatch * i + j) * kLanes + k] =
+            const uint8_t* column = columns + j % 2 + 2 * kBlock * (j / 2);
+            for (int32_t k = 0; k < kBlock; ++k)
+                weights[(kPatch * i + j) * kBlock + k] =
                     static_cast<uint16_t>(_tent(rows[k], i) * column[2 * k]);
         }
     }
@@ -38,14 +33,15 @@ void _fill_weights(uint16_t* weights, const uint8_t* rows, const uint8_t* column
 void projection_tables_row_scalar(const OzrProjectionRowOut& out, const int32_t* positions,
                                   const OzrProjectionColumns& columns, int32_t blocks)
 {
-    for (int32_t b = 0; b < blocks; ++b, positions += kLanes) {
-        const int32_t base = *std::min_element(positions, positions + kLanes) & -kPixel;
+    for (int32_t b = 0; b < blocks; ++b, positions += kBlock) {
+        const int32_t base = *std::min_element(positions, positions + kBlock) & -kPixel;
         out.offsets[b] = (base >> kFracBits) * columns.stride + columns.bases[b];
-        uint8_t* rows = out.rows + ptrdiff_t{kLanes} * b;
-        for (int32_t k = 0; k < kLanes; ++k) {
+        uint8_t* rows = out.rows + ptrdiff_t{kBlock} * b;
+        for (int32_t k = 0; k < kBlock; ++k) {
             const int32_t behind = positions[k] - base;
-            rows[k] = behind > kReach ? kBeyond : static_cast<uint8_t>(behind);
+            rows[k] = behind > kPatchReach ? kBeyond : static_cast<uint8_t>(behind);
         }
-        _fill_weights(out.weights + ptrdiff_t{kGroup} * b, rows, columns.weights + ptrdiff_t{32} * b);
+        _fill_weights(out.weights + ptrdiff_t{kBlockWeights} * b, rows,
+                      columns.weights + ptrdiff_t{kColumnWeights} * b);
     }
 }

@@ -3,16 +3,10 @@
 #include <stddef.h>
 
 #include "kernels_x86.h"
+#include "projection_block.h"
 
 namespace
 {
-
-constexpr int32_t kFracBits = 4;  // of a source position
-constexpr int32_t kPixel = 1 << kFracBits;
-constexpr int32_t kLanes = 8;  // pixels of a block
-constexpr int32_t kPatch = 4;  // source rows and columns of a pixel
-constexpr int32_t kGroup = kLanes * kPatch * kPatch;
-constexpr int32_t kReach = (kPatch - 1) * kPixel;
 
 __m128i _load(const void* src)
 {
@@ -38,7 +32,7 @@ __m128i _behind(__m128i low, __m128i high, int32_t base)
 {
     const __m128i first = _mm_set1_epi32(base);
     const __m128i behind = _mm_packs_epi32(_mm_sub_epi32(low, first), _mm_sub_epi32(high, first));
-    const __m128i beyond = _mm_cmpgt_epi16(behind, _mm_set1_epi16(kReach));
+    const __m128i beyond = _mm_cmpgt_epi16(behind, _mm_set1_epi16(kPatchReach));
     return _mm_or_si128(behind, _mm_and_si128(beyond, _mm_set1_epi16(255)));
 }
 
@@ -53,7 +47,7 @@ void _fill_weights(uint16_t* weights, __m128i behind, const uint8_t* columns)
 {
     const __m128i low_bytes = _mm_set1_epi16(0x00FF);
     const __m128i pairs01 = _load(columns);
-    const __m128i pairs23 = _load(columns + 2 * kLanes);
+    const __m128i pairs23 = _load(columns + 2 * kBlock);
     const __m128i column[kPatch] = {_mm_and_si128(pairs01, low_bytes), _mm_srli_epi16(pairs01, 8),
                                     _mm_and_si128(pairs23, low_bytes), _mm_srli_epi16(pairs23, 8)};
     __m128i* out = reinterpret_cast<__m128i*>(weights);
@@ -69,15 +63,15 @@ void _fill_weights(uint16_t* weights, __m128i behind, const uint8_t* columns)
 void projection_tables_row_sse2(const OzrProjectionRowOut& out, const int32_t* positions,
                                 const OzrProjectionColumns& columns, int32_t blocks)
 {
-    for (int32_t b = 0; b < blocks; ++b, positions += kLanes) {
+    for (int32_t b = 0; b < blocks; ++b, positions += kBlock) {
         const __m128i low = _load(positions);
-        const __m128i high = _load(positions + kLanes / 2);
+        const __m128i high = _load(positions + kBlock / 2);
         const int32_t base = _least(low, high) & -kPixel;
         out.offsets[b] = (base >> kFracBits) * columns.stride + columns.bases[b];
         const __m128i behind = _behind(low, high, base);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(out.rows + ptrdiff_t{kLanes} * b),
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out.rows + ptrdiff_t{kBlock} * b),
                          _mm_packus_epi16(behind, behind));
-        _fill_weights(out.weights + ptrdiff_t{kGroup} * b, behind,
-                      columns.weights + ptrdiff_t{4} * kLanes * b);
+        _fill_weights(out.weights + ptrdiff_t{kBlockWeights} * b, behind,
+                      columns.weights + ptrdiff_t{kColumnWeights} * b);
     }
 }

@@ -28,8 +28,8 @@ void _store(uint8_t* dst, __m128i bytes)
 struct Bytes {
     static constexpr int32_t kEdge = 16;
     static constexpr int32_t kBytes = 1;
-    static constexpr Rotate kClockwise = rotate_bytes_cw_scalar;
-    static constexpr Rotate kCounterClockwise = rotate_bytes_ccw_scalar;
+    static constexpr Rotate* kClockwise = rotate_bytes_cw_scalar;
+    static constexpr Rotate* kCounterClockwise = rotate_bytes_ccw_scalar;
 
     static void weave(__m128i (&to)[kEdge], const __m128i (&from)[kEdge])
     {
@@ -62,8 +62,8 @@ private:
 struct Pairs {
     static constexpr int32_t kEdge = 8;
     static constexpr int32_t kBytes = 2;
-    static constexpr Rotate kClockwise = rotate_pairs_cw_scalar;
-    static constexpr Rotate kCounterClockwise = rotate_pairs_ccw_scalar;
+    static constexpr Rotate* kClockwise = rotate_pairs_cw_scalar;
+    static constexpr Rotate* kCounterClockwise = rotate_pairs_ccw_scalar;
 
     static void weave(__m128i (&to)[kEdge], const __m128i (&from)[kEdge])
     {

@@ -74,7 +74,7 @@ int32_t _copy_end(const Stroke& stroke, const Stroke* next)
 }
 
 // `unit` bytes are one pixel of luma or one pair of chroma.
-void _write(const Strokes& strokes, int32_t unit, int32_t weight_step, BlendRow blend)
+void _write(const Strokes& strokes, int32_t unit, int32_t weight_step, BlendRow* blend)
 {
     for (int32_t i = 0; i < strokes.count; ++i) {
         const Stroke& stroke = strokes.of[i];

@@ -10,17 +10,10 @@
 #include "ozr_kernels.h"
 #include "pano_result.h"
 #include "panorama_core.h"
+#include "projection_block.h"
 
 namespace
 {
-
-constexpr int32_t kFracBits = 4;  // of a source position
-constexpr int32_t kPixel = 1 << kFracBits;
-constexpr int32_t kBlock = 8;  // output pixels of a block
-constexpr int32_t kPatch = 4;  // source rows and columns of a pixel's weights
-constexpr int32_t kBlockWeights = kPatch * kPatch * kBlock;
-constexpr int32_t kColumnWeights = kPatch * kBlock;
-constexpr int32_t kPatchReach = (kPatch - 1) * kPixel;
 
 // floor(y * scale / divisor) for y = 0, 1, 2, ...
 struct RisingQuotient {

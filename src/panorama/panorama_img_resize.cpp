@@ -64,7 +64,7 @@ int32_t _pixel(uint32_t position)
     return static_cast<int32_t>(position >> kFracBits);
 }
 
-void _resample_luma(PanoImg* dst, const PanoImg* src, Steps steps, Resample resample)
+void _resample_luma(PanoImg* dst, const PanoImg* src, Steps steps, Resample* resample)
 {
     resample(dst->data, dst->stride,
              {src->data, src->stride, steps.x, steps.y, 0, dst->width, _row_count(dst)});
@@ -72,7 +72,7 @@ void _resample_luma(PanoImg* dst, const PanoImg* src, Steps steps, Resample resa
 
 // A last source row has none below it: what would need one becomes black. The step stops short of it unless it is the
 // only one.
-void _resample_gray(PanoImg* dst, const PanoImg* src, Steps steps, Resample resample)
+void _resample_gray(PanoImg* dst, const PanoImg* src, Steps steps, Resample* resample)
 {
     if (src->height > 1) {
         _resample_luma(dst, src, steps, resample);

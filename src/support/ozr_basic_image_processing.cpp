@@ -82,7 +82,7 @@ ozr_err _resize_nearest(const Resizing& task)
 {
     if (!task.is_sound())
         return ozr_err_invalid_argument;
-    const NearestGrayRow nearest_row = ozr_kernels()->nearest_gray_row;
+    NearestGrayRow* const nearest_row = ozr_kernels()->nearest_gray_row;
     const uint32_t step_x = static_cast<uint32_t>(task.step_x());
     const uint32_t step_y = static_cast<uint32_t>(task.step_y());
     uint32_t position = 0;
@@ -95,7 +95,7 @@ ozr_err _resize_nearest(const Resizing& task)
 
 // Rows `first` to `end` of the result, which all have a next row. A last column has no right-hand neighbour: it counts
 // twice instead, as does a step of 0. All others use theirs even where that lies beyond the source.
-void _resize_rows(const Resizing& task, Resample resample, int32_t pixel_bytes, int32_t first, int32_t end)
+void _resize_rows(const Resizing& task, Resample* resample, int32_t pixel_bytes, int32_t first, int32_t end)
 {
     const uint32_t step_x = static_cast<uint32_t>(task.step_x());
     const uint32_t step_y = static_cast<uint32_t>(task.step_y());
@@ -110,7 +110,7 @@ void _resize_rows(const Resizing& task, Resample resample, int32_t pixel_bytes, 
 }
 
 // There is no next row for the last one either: a source whose rows all are that row.
-void _resize_last_row(const Resizing& task, Resample resample, int32_t pixel_bytes)
+void _resize_last_row(const Resizing& task, Resample* resample, int32_t pixel_bytes)
 {
     const int32_t last = task.dst_height - 1;
     const uint32_t position = static_cast<uint32_t>(last) * static_cast<uint32_t>(task.step_y());
@@ -121,7 +121,7 @@ void _resize_last_row(const Resizing& task, Resample resample, int32_t pixel_byt
 }
 
 // Rows that overlap each other or the source are made one after the other, pixel by pixel.
-ozr_err _resize_bilinear(const Resizing& task, Resample OzrKernels::*resample, int32_t pixel_bytes)
+ozr_err _resize_bilinear(const Resizing& task, Resample* OzrKernels::*resample, int32_t pixel_bytes)
 {
     if (!task.is_sound())
         return ozr_err_invalid_argument;
@@ -150,7 +150,7 @@ int64_t _sampling_advance(int64_t width, int64_t stride, int64_t step_x, int64_t
 }
 
 // How to sample a row of `width` bytes: byte by byte where the result lies among what is still to be read.
-SampleBytesRow _sample_row_of(const uint8_t* dst, const uint8_t* src, int32_t width)
+SampleBytesRow* _sample_row_of(const uint8_t* dst, const uint8_t* src, int32_t width)
 {
     const uintptr_t ahead = reinterpret_cast<uintptr_t>(dst) - reinterpret_cast<uintptr_t>(src);
     const bool overtakes = ahead > 0 && ahead < static_cast<uintptr_t>(width);

@@ -56,7 +56,7 @@ int64_t _half_extent(int32_t count, int64_t step)
 // Shows the picture turned clockwise about the grid's centre.
 void _turn(const GrayTarget& dst, const GraySource& src, const Grid& grid, int32_t degrees)
 {
-    const LineGrayRow line_row = ozr_kernels()->line_gray_row;
+    LineGrayRow* const line_row = ozr_kernels()->line_gray_row;
     const int64_t cosine = ozr_math_cosi16_d(degrees);
     const int64_t sine = ozr_math_sini16_d(degrees);
     const OzrLine line = {src.data,   src.stride,           src.width,

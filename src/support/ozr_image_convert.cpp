@@ -48,7 +48,7 @@ ozr_err _convert_rows(const ozr_image* src, ozr_image* dst, int32_t units,
 }
 
 // nv12 and nv21 differ in the order of the bytes in a pair, which is the row function's affair.
-ozr_err _chroma_pairs_to_rgba(const ozr_image* src, ozr_image* dst, YuvToRgbaRow convert_row)
+ozr_err _chroma_pairs_to_rgba(const ozr_image* src, ozr_image* dst, YuvToRgbaRow* convert_row)
 {
     OZR_RAISE_IF(!ozr_image_holds_planes(src) || !ozr_image_holds_planes(dst), ozr_err_invalid_argument);
     for (int32_t y = 0; y < ozr_image_row_count(dst); ++y)
@@ -62,7 +62,7 @@ template <class WriteChroma>
 ozr_err _rgba_to_12_bit(const ozr_image* src, ozr_image* dst, WriteChroma write_chroma)
 {
     OZR_RAISE_IF(!ozr_image_holds_planes(src) || !ozr_image_holds_planes(dst), ozr_err_invalid_argument);
-    const RgbaToLumaRow to_luma = ozr_kernels()->rgba_to_luma_row;
+    RgbaToLumaRow* const to_luma = ozr_kernels()->rgba_to_luma_row;
     for (int32_t j = 0; j < ozr_image_row_count(dst) / 2; ++j) {
         for (int32_t y = 2 * j; y < 2 * j + 2; ++y)
             to_luma(ozr_image_row(dst, y), ozr_image_row(src, y), dst->width, 1);
@@ -71,7 +71,7 @@ ozr_err _rgba_to_12_bit(const ozr_image* src, ozr_image* dst, WriteChroma write_
     return ozr_success;
 }
 
-ozr_err _rgba_to_chroma_pairs(const ozr_image* src, ozr_image* dst, RgbaToChromaPairsRow convert_row)
+ozr_err _rgba_to_chroma_pairs(const ozr_image* src, ozr_image* dst, RgbaToChromaPairsRow* convert_row)
 {
     return _rgba_to_12_bit(src, dst, [dst, convert_row](int32_t j, const uint8_t* rgba) {
         convert_row(ozr_image_row(dst, dst->height + j), rgba, dst->width / 2);
@@ -94,7 +94,7 @@ ozr_err ozr_image_yv12_to_rgba(const ozr_image* src, ozr_image* dst)
 {
     OZR_REQUIRE(is_even(src->width) && is_even(src->height));
     OZR_RAISE_IF(!ozr_image_holds_planes(src) || !ozr_image_holds_planes(dst), ozr_err_invalid_argument);
-    const PlanarToRgbaRow convert_row = ozr_kernels()->planar_to_rgba_row;
+    PlanarToRgbaRow* const convert_row = ozr_kernels()->planar_to_rgba_row;
     for (int32_t y = 0; y < ozr_image_row_count(dst); ++y) {
         const ChromaRows chroma = _yv12_chroma(src, y / 2);
         convert_row(ozr_image_row(dst, y), ozr_image_row(src, y), chroma.u, chroma.v, dst->width / 2);
@@ -133,7 +133,7 @@ ozr_err ozr_image_rgba_to_nv21(const ozr_image* src, ozr_image* dst)
 ozr_err ozr_image_rgba_to_yv12(const ozr_image* src, ozr_image* dst)
 {
     OZR_REQUIRE(is_even(src->width) && is_even(src->height));
-    const RgbaToChromaRows convert_rows = ozr_kernels()->rgba_to_u_v_rows;
+    RgbaToChromaRows* const convert_rows = ozr_kernels()->rgba_to_u_v_rows;
     return _rgba_to_12_bit(src, dst, [dst, convert_rows](int32_t j, const uint8_t* rgba) {
         const ChromaRows chroma = _yv12_chroma(dst, j);
         convert_rows(chroma.u, chroma.v, rgba, dst->width / 2);

@@ -38,14 +38,14 @@ void _copy_plane(const ozr_image* dst, const ozr_image* src)
 // Every n-th luma sample of every n-th row, the samples `pixel_bytes` apart.
 void _sample_luma(const ozr_image* dst, const ozr_image* src, int32_t n, int32_t pixel_bytes)
 {
-    const SampleBytesRow sample_row = ozr_kernels()->sample_bytes_row;
+    SampleBytesRow* const sample_row = ozr_kernels()->sample_bytes_row;
     for (int32_t y = 0; y < dst->height; ++y)
         sample_row(ozr_image_row(dst, y), ozr_image_row(src, y * n), dst->width, int64_t{n} * pixel_bytes);
 }
 
 void _sample_rgba(const ozr_image* dst, const ozr_image* src, int32_t n)
 {
-    const RgbaToLumaRow sample_row = ozr_kernels()->rgba_to_luma_row;
+    RgbaToLumaRow* const sample_row = ozr_kernels()->rgba_to_luma_row;
     for (int32_t y = 0; y < dst->height; ++y)
         sample_row(ozr_image_row(dst, y), ozr_image_row(src, y * n), dst->width, n);
 }

@@ -85,7 +85,7 @@ struct SourcePlane {
 template <class RowAt>
 void _warp(const Similarity& map, const SourcePlane& src, int32_t width, int32_t height, RowAt row_at)
 {
-    const WarpRow warp_row = ozr_kernels()->warp_row;
+    WarpRow* const warp_row = ozr_kernels()->warp_row;
     OzrWarp warp = {};
     warp.src = src.data;
     warp.last = static_cast<int64_t>(src.pitch) * src.rows - 1;

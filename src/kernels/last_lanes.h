@@ -1,0 +1,30 @@
+// The last vector of a row ends with the row: of its lanes only the last ones have not been counted yet. The others are
+// masked out.
+#ifndef OZR_LAST_LANES_H
+#define OZR_LAST_LANES_H
+
+#include <stdint.h>
+
+// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+namespace
+{
+
+constexpr int32_t kMostLanes = 32;
+
+// clang-format off
+alignas(2 * kMostLanes) constexpr uint8_t kLaneSteps[2 * kMostLanes] = {
+      0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,
+      0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,   0,
+    255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255,
+    255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255};
+// clang-format on
+
+// `lanes` bytes, the last `count` of them 255, the others 0.
+inline const uint8_t* last_lanes(int32_t lanes, int32_t count)
+{
+    return kLaneSteps + kMostLanes - lanes + count;
+}
+
+}  // namespace
+
+#endif

@@ -1,0 +1,116 @@
+// What the kernels that are written once for several widths of vectors ask of AVX2; vectors_sse2.h explains it. Packing
+// and weaving work within halves of 16 bytes: what SSE2 does, twice side by side.
+#ifndef OZR_VECTORS_AVX2_H
+#define OZR_VECTORS_AVX2_H
+
+#include <immintrin.h>
+#include <stdint.h>
+
+// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+namespace
+{
+
+struct Avx2 {
+    static constexpr int32_t kBytes = 32;
+    using Vector = __m256i;
+    using Words = int16_t __attribute__((vector_size(kBytes)));
+    using Ints = int32_t __attribute__((vector_size(kBytes)));
+    using Sums = uint32_t __attribute__((vector_size(kBytes)));
+    using Sums64 = uint64_t __attribute__((vector_size(kBytes)));
+    struct Two {
+        Vector first;
+        Vector second;
+    };
+
+    static Vector load(const void* src) { return _mm256_loadu_si256(static_cast<const __m256i*>(src)); }
+    static void store(void* dst, Vector bytes) { _mm256_storeu_si256(static_cast<__m256i*>(dst), bytes); }
+    static Words load_words(const uint8_t* src)
+    {
+        return Words(_mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src))));
+    }
+
+    static Vector all_bytes(uint8_t value) { return _mm256_set1_epi8(static_cast<char>(value)); }
+    static Words all_words(int16_t value) { return Words(_mm256_set1_epi16(value)); }
+    static Words all_pairs(int16_t even, int16_t odd)
+    {
+        return Words(_mm256_set1_epi32((odd * 0x10000) | (even & 0xFFFF)));
+    }
+    static Words low_bytes(Vector words) { return Words(_mm256_and_si256(words, _mm256_set1_epi16(0xFF))); }
+    static Words high_bytes(Vector words) { return Words(_mm256_srli_epi16(words, 8)); }
+
+    static Sums multiply_add(Words a, Words b) { return Sums(_mm256_madd_epi16(Vector(a), Vector(b))); }
+
+    static Sums shift_right(Sums sums, int32_t bits) { return Sums(_mm256_srli_epi32(Vector(sums), bits)); }
+
+    static __m128i add_halves(Sums sums)
+    {
+        return _mm_add_epi32(_mm256_castsi256_si128(Vector(sums)), _mm256_extracti128_si256(Vector(sums), 1));
+    }
+
+    static Vector difference(Vector a, Vector b)
+    {
+        return _mm256_or_si256(_mm256_subs_epu8(a, b), _mm256_subs_epu8(b, a));
+    }
+
+    static Ints and_not(Ints a, Ints b) { return Ints(_mm256_andnot_si256(Vector(a), Vector(b))); }
+
+    static Sums64 sad(Vector a, Vector b) { return Sums64(_mm256_sad_epu8(a, b)); }
+    static uint32_t total(Sums64 sums)
+    {
+        const __m128i halves =
+            _mm_add_epi64(_mm256_castsi256_si128(Vector(sums)), _mm256_extracti128_si256(Vector(sums), 1));
+        return static_cast<uint32_t>(
+            _mm_cvtsi128_si32(_mm_add_epi64(halves, _mm_unpackhi_epi64(halves, halves))));
+    }
+
+    static Vector pack(Words a, Words b) { return _mm256_packus_epi16(Vector(a), Vector(b)); }
+    static Words pack(Ints a, Ints b) { return Words(_mm256_packs_epi32(Vector(a), Vector(b))); }
+    static Vector pack_signed(Words a, Words b) { return _mm256_packs_epi16(Vector(a), Vector(b)); }
+
+    static Vector weave_low_bytes(Vector a, Vector b) { return _mm256_unpacklo_epi8(a, b); }
+    static Vector weave_high_bytes(Vector a, Vector b) { return _mm256_unpackhi_epi8(a, b); }
+    static Vector weave_low_words(Words a, Words b) { return _mm256_unpacklo_epi16(Vector(a), Vector(b)); }
+    static Vector weave_high_words(Words a, Words b) { return _mm256_unpackhi_epi16(Vector(a), Vector(b)); }
+    static Vector weave_low_ints(Vector a, Vector b) { return _mm256_unpacklo_epi32(a, b); }
+    static Vector weave_high_ints(Vector a, Vector b) { return _mm256_unpackhi_epi32(a, b); }
+    static Vector weave_low_quads(Sums a, Sums b) { return _mm256_unpacklo_epi64(Vector(a), Vector(b)); }
+    static Vector weave_high_quads(Sums a, Sums b) { return _mm256_unpackhi_epi64(Vector(a), Vector(b)); }
+
+    static Vector even_ints(Vector a, Vector b)
+    {
+        const __m256 even =
+            _mm256_shuffle_ps(_mm256_castsi256_ps(a), _mm256_castsi256_ps(b), _MM_SHUFFLE(2, 0, 2, 0));
+        return _mm256_castps_si256(even);
+    }
+
+    // The lower halves of both, and the upper ones.
+    static Two halves(Vector a, Vector b)
+    {
+        return {_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(a, b, 0x31)};
+    }
+
+    // Packing two vectors leaves their quarters as 0 2 1 3, packing four their eighths as 0 2 4 6 1 3 5 7.
+    static Vector in_order(Vector packed)
+    {
+        return _mm256_permute4x64_epi64(packed, _MM_SHUFFLE(3, 1, 2, 0));
+    }
+    static Vector in_order_twice(Vector packed)
+    {
+        return _mm256_permutevar8x32_epi32(packed, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    }
+
+    // The lower halves of the four, then the upper ones.
+    static void store_halves(uint8_t* dst, const Two& low, const Two& high)
+    {
+        const Two first = halves(low.first, low.second);
+        const Two second = halves(high.first, high.second);
+        store(dst, first.first);
+        store(dst + kBytes, second.first);
+        store(dst + 2 * kBytes, first.second);
+        store(dst + 3 * kBytes, second.second);
+    }
+};
+
+}  // namespace
+
+#endif

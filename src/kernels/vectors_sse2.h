@@ -1,0 +1,107 @@
+// What the kernels that are written once for several widths of vectors ask of SSE2, by the names that vectors_avx2.h gives
+// to the same of AVX2. Sums, products and shifts of lanes are operators of the vector types.
+#ifndef OZR_VECTORS_SSE2_H
+#define OZR_VECTORS_SSE2_H
+
+#include <emmintrin.h>
+#include <stdint.h>
+
+// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+namespace
+{
+
+struct Sse2 {
+    static constexpr int32_t kBytes = 16;
+    using Vector = __m128i;
+    using Words = int16_t __attribute__((vector_size(kBytes)));
+    using Ints = int32_t __attribute__((vector_size(kBytes)));
+    using Sums = uint32_t __attribute__((vector_size(kBytes)));
+    using Sums64 = uint64_t __attribute__((vector_size(kBytes)));
+    struct Two {
+        Vector first;
+        Vector second;
+    };
+
+    static Vector load(const void* src) { return _mm_loadu_si128(static_cast<const __m128i*>(src)); }
+    static void store(void* dst, Vector bytes) { _mm_storeu_si128(static_cast<__m128i*>(dst), bytes); }
+
+    // As many words as a vector has, from bytes.
+    static Words load_words(const uint8_t* src)
+    {
+        const Vector bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(src));
+        return Words(_mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
+    }
+
+    static Vector all_bytes(uint8_t value) { return _mm_set1_epi8(static_cast<char>(value)); }
+    static Words all_words(int16_t value) { return Words(_mm_set1_epi16(value)); }
+    static Words all_pairs(int16_t even, int16_t odd)
+    {
+        return Words(_mm_set1_epi32((odd * 0x10000) | (even & 0xFFFF)));
+    }
+    static Words low_bytes(Vector words) { return Words(_mm_and_si128(words, _mm_set1_epi16(0xFF))); }
+    static Words high_bytes(Vector words) { return Words(_mm_srli_epi16(words, 8)); }
+
+    // Sums of the products of neighbours.
+    static Sums multiply_add(Words a, Words b) { return Sums(_mm_madd_epi16(Vector(a), Vector(b))); }
+
+    // The operator would do, but leaves the compiler short of registers on 32 bits.
+    static Sums shift_right(Sums sums, int32_t bits) { return Sums(_mm_srli_epi32(Vector(sums), bits)); }
+
+    static __m128i add_halves(Sums sums) { return Vector(sums); }
+
+    // Of bytes, absolute.
+    static Vector difference(Vector a, Vector b)
+    {
+        return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a));
+    }
+
+    // ~a & b; the compiler would make another comparison of the inverse of one.
+    static Ints and_not(Ints a, Ints b) { return Ints(_mm_andnot_si128(Vector(a), Vector(b))); }
+
+    // Sums of the absolute differences of eight bytes each, and the low 32 bits of what such sums amount to.
+    static Sums64 sad(Vector a, Vector b) { return Sums64(_mm_sad_epu8(a, b)); }
+    static uint32_t total(Sums64 sums)
+    {
+        const Vector halves = Vector(sums);
+        return static_cast<uint32_t>(
+            _mm_cvtsi128_si32(_mm_add_epi64(halves, _mm_unpackhi_epi64(halves, halves))));
+    }
+
+    // Limited to what the narrower lanes hold.
+    static Vector pack(Words a, Words b) { return _mm_packus_epi16(Vector(a), Vector(b)); }
+    static Words pack(Ints a, Ints b) { return Words(_mm_packs_epi32(Vector(a), Vector(b))); }
+    static Vector pack_signed(Words a, Words b) { return _mm_packs_epi16(Vector(a), Vector(b)); }
+
+    // Lanes of `a` and `b` by turns.
+    static Vector weave_low_bytes(Vector a, Vector b) { return _mm_unpacklo_epi8(a, b); }
+    static Vector weave_high_bytes(Vector a, Vector b) { return _mm_unpackhi_epi8(a, b); }
+    static Vector weave_low_words(Words a, Words b) { return _mm_unpacklo_epi16(Vector(a), Vector(b)); }
+    static Vector weave_high_words(Words a, Words b) { return _mm_unpackhi_epi16(Vector(a), Vector(b)); }
+    static Vector weave_low_ints(Vector a, Vector b) { return _mm_unpacklo_epi32(a, b); }
+    static Vector weave_high_ints(Vector a, Vector b) { return _mm_unpackhi_epi32(a, b); }
+    static Vector weave_low_quads(Sums a, Sums b) { return _mm_unpacklo_epi64(Vector(a), Vector(b)); }
+    static Vector weave_high_quads(Sums a, Sums b) { return _mm_unpackhi_epi64(Vector(a), Vector(b)); }
+
+    // The lanes with even numbers.
+    static Vector even_ints(Vector a, Vector b)
+    {
+        const __m128 even = _mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), _MM_SHUFFLE(2, 0, 2, 0));
+        return _mm_castps_si128(even);
+    }
+
+    // Where AVX2 has to bring halves of 16 bytes into order, of which a vector has but one here.
+    static Two halves(Vector a, Vector b) { return {a, b}; }
+    static Vector in_order(Vector packed) { return packed; }
+    static Vector in_order_twice(Vector packed) { return packed; }
+    static void store_halves(uint8_t* dst, const Two& low, const Two& high)
+    {
+        store(dst, low.first);
+        store(dst + kBytes, low.second);
+        store(dst + 2 * kBytes, high.first);
+        store(dst + 3 * kBytes, high.second);
+    }
+};
+
+}  // namespace
+
+#endif
