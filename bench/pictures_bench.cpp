@@ -10,15 +10,6 @@
 namespace
 {
 
-void rotate_nv12(benchmark::State& state, Size size)
-{
-    TestImg upright(kPanoNv12, size.width, size.height);
-    upright.randomize(1);
-    TestImg turned(kPanoNv12, size.height, size.width);
-    for (auto _ : state)
-        fail_unless(state, PanoImg_RotateCW90(&turned.img, &upright.img) == 0);
-}
-
 // An image of random bytes.
 class RandomImage
 {
@@ -36,6 +27,17 @@ public:
 
     ozr_image image = {};
 };
+
+void rotate_nv12(benchmark::State& state, Size size)
+{
+    const RandomImage upright(size, ozr_image_format_nv12);
+    const PanoImg src = {kPanoNv12,          size.width, size.height,       upright.image.stride,
+                         upright.image.size, 0,          upright.image.data};
+    PanoImgOwner turned;
+    fail_unless(state, PanoImg_Create(turned.get(), size.height, size.width, kPanoNv12) == 0);
+    for (auto _ : state)
+        fail_unless(state, PanoImg_RotateCW90(turned.get(), &src) == 0);
+}
 
 // Into an image that has its pixels already.
 void convert(benchmark::State& state, Size size, ozr_image_format from, ozr_image_format to)
