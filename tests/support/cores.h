@@ -27,10 +27,7 @@ public:
     {
         PanoImg img = {};
         PanoImg_Create(&img, core->width, core->height, kPanoNv12);
-        for (int32_t row = 0; row < img.height; ++row) {
-            for (int32_t column = 0; column < img.width; ++column)
-                pano_row(&img, row)[column] = static_cast<uint8_t>(value(column, row));
-        }
+        fill_luma(img, value);
         for (int32_t i = img.height * img.stride; i < img.size; ++i)
             img.data[i] = i % 2 == 0 ? 100 : 150;
         const int32_t result = panorama_core_add_input(core, &img, index, x, y);
