@@ -1,22 +1,17 @@
 // ozr-pano as its users meet it: exit codes, messages, files. The readers of foreign bytes are also called directly.
 #include "camera.h"
 #include "exif.h"
-#include "file_io.h"
 #include "image_owner.h"
 #include "jpeg_codec.h"
 #include "picture_io.h"
 #include "png_codec.h"
 #include "program_error.h"
 #include "scene.h"
+#include "support/files.h"
 #include "y4m.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
 #include <math.h>
 #include <set>
-#include <stdlib.h>
 #include <string.h>
 
 namespace
@@ -31,17 +26,6 @@ struct Outcome {
     int status;  // exit code, -1 after a signal
     std::string out, err;
 };
-
-std::string _text_of(const std::string& path)
-{
-    const std::vector<uint8_t> bytes = read_file(path);
-    return std::string(bytes.begin(), bytes.end());
-}
-
-void _write_text(const std::string& path, const std::string& text)
-{
-    write_file_whole(path, reinterpret_cast<const uint8_t*>(text.data()), text.size());
-}
 
 /** Frames of the painted city, taken by a camera that pans to the right. */
 class Pan
@@ -73,35 +57,31 @@ std::string _stream(const std::string& header, int frames, int32_t width, int32_
     std::string stream = "YUV4MPEG2 " + header + "\n";
     for (int i = 0; i < frames; ++i) {
         const ozr_image& image = pan.look(i * 0.0087);
-        stream += "FRAME\n";
-        for (int32_t y = 0; y < height; ++y) {
-            for (int32_t x = 0; x < width; ++x)
-                stream += static_cast<char>(
-                    image.data[std::min(y, kHeight - 1) * image.stride + std::min(x, kWidth - 1)]);
-        }
-        for (int channel = 0; channel < 2; ++channel) {
-            for (int32_t y = 0; y < (height + 1) / 2; ++y) {
-                const uint8_t* row = image.data + (kHeight + std::min(y, kHeight / 2 - 1)) * image.stride;
-                for (int32_t x = 0; x < (width + 1) / 2; ++x)
-                    stream += static_cast<char>(row[2 * std::min(x, kWidth / 2 - 1) + channel]);
+        // Every byte of a plane of bytes `step` apart, a sample for `shared` x `shared` pixels.
+        const auto put = [&](const uint8_t* plane, int32_t step, int32_t shared) {
+            for (int32_t y = 0; y < height; y += shared) {
+                for (int32_t x = 0; x < width; x += shared)
+                    stream += static_cast<char>(plane[std::min(y, kHeight - 1) / shared * image.stride +
+                                                      std::min(x, kWidth - 1) / shared * step]);
             }
-        }
+        };
+        const uint8_t* chroma = image.data + kHeight * image.stride;
+        stream += "FRAME\n";
+        put(image.data, 1, 1);
+        put(chroma, 2, 2);
+        put(chroma + 1, 2, 2);
     }
     return stream;
 }
 
-class Program : public testing::Test
+class Program : public FolderTest
 {
 protected:
-    void SetUp() override
+    Program()
     {
-        char name[] = "/tmp/ozr-pano-test.XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        folder_ = std::string(name) + "/";
         fs::create_directory(folder_ + "in");
         fs::create_directory(folder_ + "out");
     }
-    void TearDown() override { fs::remove_all(folder_); }
 
     /** Runs the program inside the folder. @param before  shell text before its name. */
     Outcome run(const std::string& arguments, const std::string& before = "")
@@ -109,8 +89,8 @@ protected:
         const std::string command =
             "cd " + folder_ + "; " + before + " " OZR_PANO " >stdout 2>stderr " + arguments;
         const int status = system(command.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, _text_of(folder_ + "stdout"),
-                _text_of(folder_ + "stderr")};
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_text(folder_ + "stdout"),
+                read_text(folder_ + "stderr")};
     }
 
     std::string in(const std::string& name) const { return folder_ + "in/" + name; }
@@ -123,8 +103,6 @@ protected:
             names.insert(entry.path().filename());
         return names;
     }
-
-    std::string folder_;
 };
 
 /** Whether text is exactly one line of the program's own. */
@@ -143,8 +121,8 @@ TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
     const std::vector<uint8_t> jpeg = encode_jpeg(good, 90), png = encode_png(good);
     write_file_whole(in("cut.jpg"), jpeg.data(), jpeg.size() / 2);
     write_file_whole(in("cut.png"), png.data(), png.size() / 2);
-    _write_text(in("text.jpg"), "no picture\n");
-    _write_text(in("empty.jpg"), "");
+    write_text(in("text.jpg"), "no picture\n");
+    write_text(in("empty.jpg"), "");
     // A frame header that claims 65500 x 65500 pixels: marker, length, precision, height, width.
     std::vector<uint8_t> wild = jpeg;
     const uint8_t start_of_frame[] = {0xFF, 0xC0};
@@ -154,14 +132,14 @@ TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
     frame[6] = frame[8] = 0xDC;
     write_file_whole(in("wild.jpg"), wild.data(), wild.size());
     const std::string stream = _stream("W320 H240 F30:1", 2, kWidth, kHeight);
-    _write_text(in("two.y4m"), stream);
-    _write_text(in("cut.y4m"), stream.substr(0, stream.size() - 1));
-    _write_text(in("nothing.y4m"), stream.substr(0, stream.find('\n') + 1));
-    _write_text(in("444.y4m"), _stream("W320 H240 C444", 1, kWidth, kHeight));
-    _write_text(in("deep.y4m"), _stream("W320 H240 C420p10", 1, kWidth, kHeight));
-    _write_text(in("huge.y4m"), "YUV4MPEG2 W1000000000 H1000000000\nFRAME\n");
-    _write_text(in("zero.y4m"), "YUV4MPEG2 W0 H240\nFRAME\n");
-    _write_text(in("unframed.y4m"), stream.substr(0, stream.find('\n') + 1) + "FRAMED\n" + stream);
+    write_text(in("two.y4m"), stream);
+    write_text(in("cut.y4m"), stream.substr(0, stream.size() - 1));
+    write_text(in("nothing.y4m"), stream.substr(0, stream.find('\n') + 1));
+    write_text(in("444.y4m"), _stream("W320 H240 C444", 1, kWidth, kHeight));
+    write_text(in("deep.y4m"), _stream("W320 H240 C420p10", 1, kWidth, kHeight));
+    write_text(in("huge.y4m"), "YUV4MPEG2 W1000000000 H1000000000\nFRAME\n");
+    write_text(in("zero.y4m"), "YUV4MPEG2 W0 H240\nFRAME\n");
+    write_text(in("unframed.y4m"), stream.substr(0, stream.find('\n') + 1) + "FRAMED\n" + stream);
 
     const struct {
         const char *what, *arguments, *message;
@@ -213,12 +191,12 @@ TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
 
 TEST_F(Program, LeavesNoPartOfAFileThatCannotBeFinished)
 {
-    _write_text(out("a.png"), "old");
+    write_text(out("a.png"), "old");
     const Outcome full = run("demo -n 2 --size 320x240 -o out/a.png", "ulimit -f 8; trap '' XFSZ;");
     EXPECT_EQ(full.status, 1);
     EXPECT_TRUE(_is_one_message(full.err)) << full.err;
     EXPECT_EQ(files_in_out(), std::set<std::string>{"a.png"});
-    EXPECT_EQ(_text_of(out("a.png")), "old");
+    EXPECT_EQ(read_text(out("a.png")), "old");
     const Outcome unheard = run("demo -n 1 --size 96x96 -o out/a.png >/dev/full");
     EXPECT_EQ(unheard.status, 1);
     EXPECT_EQ(unheard.err,
@@ -297,24 +275,22 @@ TEST_F(Program, DemoSweepsInEveryDirection)
         const Outcome outcome = run(arguments);
         ASSERT_EQ(outcome.status, 0) << outcome.err;
         EXPECT_EQ(outcome.err, "");
-        int announced = 0, dx, dy, width = 0, height = 0, used = 0;
+        int announced = 0, dx, dy;
         double true_x, true_y;
-        const char* json = outcome.out.c_str();
-        for (const char* at = json; (at = strstr(at, "\"offset\":")) != nullptr; ++at, ++announced) {
+        for (const char* at = outcome.out.c_str(); (at = strstr(at, "\"offset\":")) != nullptr;
+             ++at, ++announced) {
             ASSERT_EQ(sscanf(at, "\"offset\":[%d,%d],\"truth\":[%lf,%lf]", &dx, &dy, &true_x, &true_y), 4);
             const double along = dx * direction.x + dy * direction.y;
             EXPECT_NEAR(along, true_x * direction.x + true_y * direction.y, along / 3);
             EXPECT_NEAR(dx * direction.y + dy * direction.x, true_x * direction.y + true_y * direction.x, 10);
         }
         EXPECT_EQ(announced, 3);
-        const char* end = strstr(json, "\"pictures_used\"");
-        ASSERT_NE(end, nullptr);
-        ASSERT_EQ(sscanf(end, "\"pictures_used\":%d,\"panorama_size\":[%d,%d]", &used, &width, &height), 3);
-        EXPECT_EQ(used, 4);
         const std::vector<uint8_t> file = read_file(out("a.png"));
-        const Picture panorama = decode_png(file);
-        EXPECT_EQ(panorama.width, width);
-        EXPECT_EQ(panorama.height, height);
+        const auto& [width, height, pixels] = decode_png(file);
+        EXPECT_NE(outcome.out.find("\"pictures_used\":4,\"panorama_size\":[" + std::to_string(width) + "," +
+                                   std::to_string(height) + "]"),
+                  std::string::npos)
+            << outcome.out;
         // Three steps of some 30 % of a picture, which the projection enlarges by 418 / 345.
         const double grown = direction.x != 0 ? width / 320.0 : height / 240.0;
         const double kept = direction.x != 0 ? height / 240.0 : width / 320.0;
@@ -351,19 +327,35 @@ TEST_F(Program, StitchPlacesPicturesWhereTheCameraLooked)
     EXPECT_NE(verbose.err.find("start synthesis 3 image(s)"), std::string::npos) << verbose.err;
 }
 
-/** A JPEG file with an Exif block that holds nothing but an orientation. */
-std::vector<uint8_t> _with_orientation(std::vector<uint8_t> jpeg, uint8_t orientation)
+/** An Exif block of two entries behind an unused gap: another tag, then the orientation. */
+std::vector<uint8_t> _exif_block(bool big_endian, uint32_t directory, uint32_t type, uint32_t orientation)
 {
-    const uint8_t exif[] = {0xFF, 0xE1, 0, 34, 'E', 'x',         'i', 'f', 0,    0,    'M', 'M',
-                            0,    42,   0, 0,  0,   8,           0,   1,   0x01, 0x12, 0,   3,
-                            0,    0,    0, 1,  0,   orientation, 0,   0,   0,    0,    0,   0};
-    jpeg.insert(jpeg.begin() + 2, exif, exif + sizeof(exif));
-    return jpeg;
+    std::vector<uint8_t> block(2, big_endian ? 'M' : 'I');
+    const auto put = [&](uint32_t value, int bytes) {
+        for (int i = 0; i < bytes; ++i)
+            block.push_back(static_cast<uint8_t>(value >> 8 * (big_endian ? bytes - 1 - i : i)));
+    };
+    put(42, 2);
+    put(directory, 4);
+    put(0, 4);
+    put(2, 2);
+    for (const uint32_t tag : {0x0110U, 0x0112U}) {
+        put(tag, 2);
+        put(type, 2);
+        put(1, 4);
+        put(tag == 0x0112 ? orientation : 7, 2);
+        put(0, 2);
+    }
+    return block;
 }
 
 TEST_F(Program, StitchTurnsPicturesUprightAndCropsOddSizes)
 {
-    const std::vector<uint8_t> jpeg = _with_orientation(encode_jpeg(Picture(101, 60), 90), 6);
+    std::vector<uint8_t> jpeg = encode_jpeg(Picture(101, 60), 90), block = _exif_block(true, 12, 3, 6);
+    const std::string head = "\xFF\xE1" + std::string(1, '\0') + static_cast<char>(8 + block.size()) + "Exif";
+    block.insert(block.begin(), 2, 0);
+    block.insert(block.begin(), head.begin(), head.end());
+    jpeg.insert(jpeg.begin() + 2, block.begin(), block.end());
     write_file_whole(in("turned.jpg"), jpeg.data(), jpeg.size());
     const Outcome outcome = run("stitch -o out/a.png in/turned.jpg");
     EXPECT_EQ(outcome.status, 0);
@@ -375,8 +367,8 @@ TEST_F(Program, StitchTurnsPicturesUprightAndCropsOddSizes)
 
 TEST_F(Program, VideoReadsFilesAndPipesOfEvenAndOddSizes)
 {
-    _write_text(in("even.y4m"), _stream("W320 H240 F30:1 Ip A1:1 C420jpeg", 80, 320, 240));
-    _write_text(in("odd.y4m"), _stream("H241 W321", 80, 321, 241));
+    write_text(in("even.y4m"), _stream("W320 H240 F30:1 Ip A1:1 C420jpeg", 80, 320, 240));
+    write_text(in("odd.y4m"), _stream("H241 W321", 80, 321, 241));
     const Outcome file = run("video in/even.y4m -o out/file.png");
     ASSERT_EQ(file.status, 0) << file.err;
     EXPECT_NE(file.out.find("direction right"), std::string::npos) << file.out;
@@ -394,7 +386,7 @@ TEST_F(Program, VideoReadsFilesAndPipesOfEvenAndOddSizes)
 TEST_F(Program, VideoEndsWhenTheSweepIsFull)
 {
     // 90 percent of overlap: a picture every 26 of 320 pixels, which this pan has covered after some 9 frames.
-    _write_text(in("long.y4m"), _stream("W320 H240", 120, kWidth, kHeight));
+    write_text(in("long.y4m"), _stream("W320 H240", 120, kWidth, kHeight));
     const Outcome outcome = run("video in/long.y4m --overlap 90 -o out/a.png --json");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_NE(outcome.out.find("\"pictures_used\":10"), std::string::npos) << outcome.out;
@@ -403,42 +395,19 @@ TEST_F(Program, VideoEndsWhenTheSweepIsFull)
 TEST(Exif, FindsTheOrientationAndNothingInBrokenBlocks)
 {
     for (const bool big_endian : {true, false}) {
-        const auto put = [&](std::vector<uint8_t>* block, uint32_t value, int bytes) {
-            for (int i = 0; i < bytes; ++i)
-                block->push_back(static_cast<uint8_t>(value >> 8 * (big_endian ? bytes - 1 - i : i)));
-        };
-        // Two entries behind an unused gap: another tag, then the orientation.
-        const auto block_of = [&](uint32_t directory, uint32_t type, uint32_t value) {
-            std::vector<uint8_t> block(2, big_endian ? 'M' : 'I');
-            put(&block, 42, 2);
-            put(&block, directory, 4);
-            put(&block, 0, 4);
-            put(&block, 2, 2);
-            for (const uint32_t tag : {0x0110U, 0x0112U}) {
-                put(&block, tag, 2);
-                put(&block, type, 2);
-                put(&block, 1, 4);
-                put(&block, tag == 0x0112 ? value : 7, 2);
-                put(&block, 0, 2);
-            }
-            return block;
+        const auto orientation_of = [](const std::vector<uint8_t>& block) {
+            return exif_orientation(block.data(), block.size());
         };
         for (uint32_t value = 0; value <= 9; ++value) {
-            const std::vector<uint8_t> block = block_of(12, 3, value);
-            const int want = value >= 1 && value <= 8 ? static_cast<int>(value) : 1;
-            EXPECT_EQ(exif_orientation(block.data(), block.size()), want);
+            const std::vector<uint8_t> block = _exif_block(big_endian, 12, 3, value);
+            EXPECT_EQ(orientation_of(block), value >= 1 && value <= 8 ? static_cast<int>(value) : 1);
             // Cut before the value's end: exact copies, so that a sanitizer sees every read behind them.
-            for (size_t size = 0; size < block.size() - 2; ++size) {
-                const std::vector<uint8_t> cut(block.begin(), block.begin() + static_cast<ptrdiff_t>(size));
-                EXPECT_EQ(exif_orientation(cut.data(), cut.size()), 1) << size;
-            }
+            for (ptrdiff_t left = 3; left <= static_cast<ptrdiff_t>(block.size()); ++left)
+                EXPECT_EQ(orientation_of({block.begin(), block.end() - left}), 1) << left;
         }
-        for (const uint32_t directory : {0xFFFFFFFFU, 0x80000000U, 40U, 13U}) {
-            const std::vector<uint8_t> block = block_of(directory, 3, 6);
-            EXPECT_EQ(exif_orientation(block.data(), block.size()), 1) << directory;
-        }
-        const std::vector<uint8_t> wrong_type = block_of(12, 4, 6);
-        EXPECT_EQ(exif_orientation(wrong_type.data(), wrong_type.size()), 1);
+        for (const uint32_t directory : {0xFFFFFFFFU, 0x80000000U, 40U, 13U})
+            EXPECT_EQ(orientation_of(_exif_block(big_endian, directory, 3, 6)), 1) << directory;
+        EXPECT_EQ(orientation_of(_exif_block(big_endian, 12, 4, 6)), 1) << "of another type";
     }
 }
 

@@ -1,0 +1,37 @@
+// Files of tests of the program: text in them, and a folder for those of one test.
+#ifndef FILES_H
+#define FILES_H
+
+#include "file_io.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <stdlib.h>
+
+inline std::string read_text(const std::string& path)
+{
+    const std::vector<uint8_t> bytes = read_file(path);
+    return std::string(bytes.begin(), bytes.end());
+}
+
+inline void write_text(const std::string& path, const std::string& text)
+{
+    write_file_whole(path, reinterpret_cast<const uint8_t*>(text.data()), text.size());
+}
+
+class FolderTest : public testing::Test
+{
+protected:
+    FolderTest()
+    {
+        char name[] = "/tmp/ozr-pano-test.XXXXXX";
+        EXPECT_NE(mkdtemp(name), nullptr);
+        folder_ = std::string(name) + "/";
+    }
+    ~FolderTest() override { std::filesystem::remove_all(folder_); }
+
+    std::string folder_;
+};
+
+#endif
