@@ -112,27 +112,34 @@ TEST(EngineDetection, DecidesDirectionAndTrigger)
 
 TEST(EngineDetection, CountsMotionOfEveryFormatAndRebasesOnPreviews)
 {
-    for (int32_t format : {kPanoGray, kPanoNv12, kPanoYuyv}) {
-        SCOPED_TRACE(format);
-        TestEngine engine;
-        const auto frame = [&](int32_t width, int32_t height, int32_t dx) {
-            auto img = std::make_unique<TestImg>(format, width, height);
-            fill_luma(img->img, [=](int32_t x, int32_t y) { return noise((x + dx) / 4, y / 4); });
-            return img;
-        };
+    const struct {
+        int32_t format;
+        ozr_point step;
+        const char* direction;
+    } cases[] = {{kPanoGray, {5, 0}, "RIGHT"},
+                 {kPanoNv12, {-5, 0}, "LEFT"},
+                 {kPanoYuyv, {0, 5}, "DOWN"},
+                 {kPanoGray, {0, -5}, "UP"}};
+    for (const auto& [format, step, direction] : cases) {
+        SCOPED_TRACE(direction);
         const NoisePicture first(640, 480, 0, 0);
+        TestEngine engine;
         ASSERT_EQ(panorama_engine_start_capture(engine.pe, &first.img), 0);
         LogCapture log;
-        ASSERT_EQ(panorama_engine_process_frame(engine.pe, &frame(320, 240, 0)->img), 0);
-        EXPECT_EQ(engine->offset_x, 0);  // another size: no motion, new targets
-        EXPECT_TRUE(engine->ref_width == 320 && engine->target_x == 96 && engine->inv_scale == 1.0F);
-        EXPECT_EQ(engine->direction_threshold, 784);
-        for (int32_t i = 1; i <= 6; ++i) {
-            ASSERT_EQ(panorama_engine_process_frame(engine.pe, &frame(320, 240, 5 * i)->img), 0);
-            EXPECT_EQ(engine->offset_x, 5 * i);
+        for (int32_t i = 0; i <= 6; ++i) {
+            const ozr_point at = {i * step.x, i * step.y};
+            const TestImg frame(format, 320, 240);
+            fill_luma(frame.img, [=](int32_t x, int32_t y) {
+                return noise((x + at.x + 100) / 4, (y + at.y + 100) / 4);
+            });
+            ASSERT_EQ(panorama_engine_process_frame(engine.pe, &frame.img), 0);
+            // The first frame has another size than the picture: no motion, new targets.
+            EXPECT_TRUE(engine->offset_x == at.x && engine->offset_y == at.y) << i;
+            EXPECT_TRUE(engine->ref_width == 320 && engine->target_x == 96 && engine->inv_scale == 1.0F);
+            EXPECT_EQ(engine->direction_threshold, 784);
         }
-        EXPECT_EQ(engine->direction, kDirectionRight);
-        EXPECT_EQ(log.progress(), Lines{"panorama_engine_process_frame: direction = PANO_DIR_RIGHT"});
+        EXPECT_EQ(log.progress(),
+                  Lines{std::string("panorama_engine_process_frame: direction = PANO_DIR_") + direction});
     }
 }
 

@@ -5,6 +5,7 @@
 #include "pano_result.h"
 #include "panorama_seam.h"
 #include "panorama_util.h"
+#include "support/handle.h"
 #include "support/images.h"
 #include "support/log_capture.h"
 #include "support/sweeps.h"
@@ -96,8 +97,8 @@ TEST(Faults, EveryAllocationOfASweepMayFail)
     for (int32_t direction = kDirectionRight; direction <= kDirectionUp; ++direction) {
         const bool vertical = pano_is_vertical(direction);
         NoiseSweep sweep(direction, vertical ? 32 : 96, vertical ? 96 : 32);
-        ozr_panorama* pano = nullptr;
-        ASSERT_EQ(ozr_panorama_create(nullptr, &pano), ozr_success);
+        const Handle owner = create_panorama();
+        ozr_panorama* const pano = owner.get();
         const std::vector<uint8_t> undisturbed = sweep.whole(pano);
         ASSERT_FALSE(undisturbed.empty());
         ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
@@ -124,7 +125,6 @@ TEST(Faults, EveryAllocationOfASweepMayFail)
             EXPECT_EQ(sweep.whole(pano), undisturbed);
             ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
         }
-        ozr_panorama_destroy(pano);
     }
 }
 
@@ -150,9 +150,9 @@ TEST(Faults, CreateAndResetNameWhatFailed)
         EXPECT_EQ(heap.live_blocks(), 0);
     }
     NoiseSweep sweep(kDirectionRight, 96, 32);
-    ozr_panorama* pano = nullptr;
     const WrappedHeap balance;
-    ASSERT_EQ(ozr_panorama_create(nullptr, &pano), ozr_success);
+    const Handle owner = create_panorama();
+    ozr_panorama* const pano = owner.get();
     EXPECT_EQ(balance.allocations(), failing);
     EXPECT_FALSE(sweep.whole(pano).empty());
     {
@@ -166,7 +166,6 @@ TEST(Faults, CreateAndResetNameWhatFailed)
     }
     EXPECT_EQ(ozr_panorama_reset(pano), ozr_success);
     EXPECT_FALSE(sweep.whole(pano).empty());
-    ozr_panorama_destroy(pano);
 }
 
 TEST(Faults, ImagesNameWhatFailed)

@@ -2,31 +2,17 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <memory>
 #include <vector>
 
-#include "ozr_image.h"
-#include "ozr_panorama.h"
+#include "support/handle.h"
 #include "support/log_capture.h"
 
 namespace
 {
 
-struct Destroy {
-    void operator()(ozr_panorama* pano) const { ozr_panorama_destroy(pano); }
-};
-using Handle = std::unique_ptr<ozr_panorama, Destroy>;
-
-Handle create()
-{
-    ozr_panorama* pano = nullptr;
-    EXPECT_EQ(ozr_panorama_create(nullptr, &pano), ozr_success);
-    return Handle(pano);
-}
-
 // Everything that a call of any function may be given, all of it valid.
 struct Call {
-    Handle owner = create();
+    Handle owner = create_panorama();
     ozr_panorama* handle = owner.get();
     std::vector<uint8_t> pixels =
         std::vector<uint8_t>(96 * 64 * 3 / 2);  // exactly as many as the picture needs
@@ -102,7 +88,7 @@ void expect_refusal(const Function& function, Break break_it, ozr_err want, cons
 
 TEST(Interface, HandlesShowTheDefaults)
 {
-    const Handle pano = create();
+    const Handle pano = create_panorama();
     ozr_config config = {};
     EXPECT_EQ(ozr_panorama_get_default_config(&config), ozr_success);
     EXPECT_EQ(ozr_panorama_get_default_config(nullptr), ozr_err_invalid_argument);

@@ -2,8 +2,7 @@
 // of them every pixel comes from, while alignment and seams look at luma alone.
 #include "image_owner.h"
 #include "retrace.h"
-
-#include <gtest/gtest.h>
+#include "support/handle.h"
 
 #include <stdlib.h>
 
@@ -108,9 +107,8 @@ TEST(Retrace, FindsTheSeamsAndBordersOfThePanorama)
                             {"up", ozr_panorama_direction_up, {1000, 1180}, {-3, -60}, false}};
     for (const Sweep& sweep : sweeps) {
         SCOPED_TRACE(sweep.name);
-        ozr_panorama* handle = nullptr;
-        ASSERT_EQ(ozr_panorama_create(nullptr, &handle), ozr_success);
-        const std::unique_ptr<ozr_panorama, void (*)(ozr_panorama*)> owner(handle, ozr_panorama_destroy);
+        const Handle owner = create_panorama();
+        ozr_panorama* const handle = owner.get();
         Retrace retrace;
         const ozr_panorama_parameters parameters = {70, sweep.direction};
         ASSERT_EQ(ozr_panorama_set_parameters(handle, &parameters), ozr_success);

@@ -8,6 +8,7 @@
 #include "ozr_cpu.h"
 #include "ozr_kernels.h"
 #include "scene.h"
+#include "support/handle.h"
 #include "support/log_capture.h"
 #include "support/sweeps.h"
 
@@ -65,29 +66,25 @@ ozr_image photograph(int32_t direction, const Pose& pose, TestImg* img)
 struct Sweep {
     explicit Sweep(int32_t way) : direction(way)
     {
-        ozr_panorama_create(nullptr, &pano);
         const ozr_panorama_parameters params = {70, static_cast<ozr_panorama_direction>(way)};
-        ozr_panorama_set_parameters(pano, &params);
+        ozr_panorama_set_parameters(pano.get(), &params);
     }
-    ~Sweep() { ozr_panorama_destroy(pano); }
-    Sweep(const Sweep&) = delete;
-    Sweep& operator=(const Sweep&) = delete;
 
     std::vector<uint8_t> run()
     {
         for (int32_t i = 0; i < kPictures; ++i) {
             TestImg img(kPanoNv12, kWidth, kHeight);
             ozr_image picture = photograph(direction, pose_of(direction, i), &img);
-            EXPECT_EQ(ozr_panorama_stitch_one_image(pano, &picture, nullptr), ozr_success);
+            EXPECT_EQ(ozr_panorama_stitch_one_image(pano.get(), &picture, nullptr), ozr_success);
         }
-        EXPECT_EQ(ozr_panorama_run(pano, &panorama), ozr_success);
+        EXPECT_EQ(ozr_panorama_run(pano.get(), &panorama), ozr_success);
         return {panorama.data, panorama.data + panorama.size};
     }
 
-    const PanoramaCore* core() const { return session_of(pano)->engine->core; }
+    const PanoramaCore* core() const { return session_of(pano.get())->engine->core; }
 
     int32_t direction;
-    ozr_panorama* pano = nullptr;
+    Handle pano = create_panorama();
     ozr_image panorama = {};
     LogCapture silent;
 };
@@ -164,36 +161,4 @@ TEST(Sweep, EveryLevelOfTheKernelsMakesTheSamePanorama)
         const PanoImg& projected = core->frames[0];
         return std::vector<uint8_t>(projected.data, projected.data + projected.size);
     });
-}
-
-TEST(Sweep, DetectionFindsTheDirectionAndAnnouncesPictures)
-{
-    for (int32_t direction : {kDirectionRight, kDirectionLeft, kDirectionDown, kDirectionUp}) {
-        SCOPED_TRACE(testing::Message() << "direction " << direction);
-        Sweep sweep(kDirectionUndecided);
-        TestImg img(kPanoNv12, kWidth, kHeight);
-        const double focal = assumed_focal_length(extent(direction));
-        const double frame_step = (is_backward(direction) ? -7.0 : 7.0) / focal;
-        Pose pose = {is_backward(direction) ? 1.5 : 0.5, 0, 0};
-        ozr_image frame = photograph(direction, pose, &img);
-        ASSERT_EQ(ozr_panorama_stitch_one_image(sweep.pano, &frame, nullptr), ozr_success);
-        int32_t announced = 0;
-        for (int32_t i = 0; i < 90 && announced < 2; ++i) {
-            pose.along += frame_step;
-            frame = photograph(direction, pose, &img);
-            ozr_point offset = {};
-            ozr_panorama_direction way = ozr_panorama_direction_auto;
-            const ozr_err due = ozr_panorama_detect_frame_to_stitch(sweep.pano, &frame, &offset, &way);
-            ASSERT_GE(due, 0);
-            if (due == 0)
-                continue;
-            EXPECT_EQ(due, ++announced);
-            EXPECT_EQ(way, direction);
-            // Overlap 70 %, less 2 % of tolerance, and at most a frame or two beyond.
-            const double along = std::abs(pano_is_vertical(direction) ? offset.y : offset.x);
-            EXPECT_NEAR(along, 0.3 * extent(direction), 0.06 * extent(direction));
-            EXPECT_EQ(ozr_panorama_stitch_one_image(sweep.pano, &frame, &offset), ozr_success);
-        }
-        EXPECT_EQ(announced, 2);
-    }
 }

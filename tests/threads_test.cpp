@@ -9,6 +9,7 @@
 #include "ozr_log.h"
 #include "pano_result.h"
 #include "panorama_calls.h"
+#include "support/handle.h"
 #include "support/sweeps.h"
 #include "support/wrapped_heap.h"
 
@@ -21,8 +22,6 @@ constexpr uint32_t kSeed = 2611;
 constexpr int32_t kRounds = 1000;
 
 enum Disturbance { kReset, kDestroy, kCancel, kCancelAsync, kDisturbances };
-
-void ignore(const char*, va_list) {}
 
 // The allocation at which the working call lets the second thread come first, and the core that shows its request.
 std::atomic<int64_t> g_meeting;
@@ -93,21 +92,13 @@ Outcome disturbed_call(NoiseSweep* sweep, ozr_panorama* pano, int32_t step, int3
     return outcome;
 }
 
-ozr_panorama* create()
-{
-    ozr_panorama* pano = nullptr;
-    EXPECT_EQ(ozr_panorama_create(nullptr, &pano), ozr_success);
-    return pano;
-}
-
 }  // namespace
 
 TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
 {
-    ozr_log_set_external_debug(ignore);
-    ozr_log_set_external_error(ignore);
+    ozr_log_disable();
     NoiseSweep sweep(kDirectionRight, 96, 32);
-    ozr_panorama* pano = create();
+    ozr_panorama* pano = create_panorama().release();
     const std::vector<uint8_t> undisturbed = sweep.whole(pano);
     ASSERT_FALSE(undisturbed.empty());
     ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
@@ -142,7 +133,7 @@ TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
         if (disturbance == kReset)
             EXPECT_EQ(outcome.disturbed, ozr_success);
         else if (disturbance == kDestroy)
-            pano = create();
+            pano = create_panorama().release();
         else
             EXPECT_EQ(ozr_panorama_reset(pano), ozr_success);
         EXPECT_EQ(sweep.whole(pano), undisturbed);
@@ -150,6 +141,5 @@ TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
     }
     EXPECT_GT(interrupted, kRounds / 10);
     ozr_panorama_destroy(pano);
-    ozr_log_set_external_debug(nullptr);
-    ozr_log_set_external_error(nullptr);
+    ozr_log_enable();
 }
