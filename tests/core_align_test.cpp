@@ -103,34 +103,31 @@ TEST(CoreAddInput, RefusalsInOrderAndWhoKeepsThePicture)
 {
     TestCore core(1, 96, 64);
     ASSERT_EQ(core.add(0, 0, 0, noise), 0);
-    const auto offer = [&](int32_t width, int32_t height, int32_t format, int32_t index, bool* kept) {
-        PanoImg img = {};
-        PanoImg_Create(&img, width, height, format);
-        const int32_t result = panorama_core_add_input(core.core, &img, index, 0, 0);
-        *kept = img.data != nullptr;
-        PanoImg_Destroy(&img);
-        return result;
+    const struct {
+        uint8_t cancel, initialised;
+        int32_t width, height, format, index, want;
+        bool kept;
+    } cases[] = {
+        {1, 0, 96, 62, kPanoGray, 10, kPanoBadArgument, true},
+        {1, 0, 96, 62, kPanoGray, -1, kPanoBadArgument, true},
+        {1, 0, 96, 62, kPanoGray, 0, kPanoNotSupported, true},
+        {1, 0, 96, 62, kPanoGray, 1, kPanoCancelled, false},
+        {0, 0, 96, 62, kPanoGray, 1, kPanoCoreNotInitialised, true},
+        {0, 1, 104, 64, kPanoNv12, 2, kPanoBadArgument, false},
+        {0, 1, 96, 62, kPanoNv12, 2, kPanoBadArgument, false},
+        {0, 1, 96, 64, kPanoNv21, 2, kPanoBadArgument, false},
+        {0, 1, 96, 64, kPanoNv12, 2, kPanoPreviousMissing, false},
     };
-    bool kept = false;
-    core->cancel = 1;
-    EXPECT_EQ(offer(96, 64, kPanoNv12, 10, &kept), kPanoBadArgument);
-    EXPECT_TRUE(kept);
-    EXPECT_EQ(offer(96, 64, kPanoNv12, -1, &kept), kPanoBadArgument);
-    EXPECT_EQ(offer(96, 64, kPanoNv12, 0, &kept), kPanoNotSupported);
-    EXPECT_TRUE(kept);
-    EXPECT_EQ(offer(96, 64, kPanoNv12, 1, &kept), kPanoCancelled);
-    EXPECT_FALSE(kept);
-    core->cancel = 0;
-    core->initialised = 0;
-    EXPECT_EQ(offer(96, 64, kPanoNv12, 1, &kept), kPanoCoreNotInitialised);
-    EXPECT_TRUE(kept);
-    core->initialised = 1;
-    EXPECT_EQ(panorama_core_add_input(core.core, nullptr, 1, 0, 0), kPanoNullArgument);
-    for (const auto& wrong : {std::array<int32_t, 3>{104, 64, 1}, {96, 62, 1}, {96, 64, 2}}) {
-        EXPECT_EQ(offer(wrong[0], wrong[1], wrong[2], 1, &kept), kPanoBadArgument);
-        EXPECT_FALSE(kept);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        core->cancel = c.cancel;
+        core->initialised = c.initialised;
+        PanoImg img = {};
+        PanoImg_Create(&img, c.width, c.height, c.format);
+        EXPECT_EQ(panorama_core_add_input(core.core, &img, c.index, 0, 0), c.want);
+        EXPECT_EQ(img.data != nullptr, c.kept);
+        PanoImg_Destroy(&img);
     }
-    EXPECT_EQ(offer(96, 64, kPanoNv12, 2, &kept), kPanoPreviousMissing);
-    EXPECT_FALSE(kept);
+    EXPECT_EQ(panorama_core_add_input(core.core, nullptr, 1, 0, 0), kPanoNullArgument);
     EXPECT_NE(core->frames[2].data, nullptr);  // projected before the gap showed
 }
