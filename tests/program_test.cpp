@@ -5,7 +5,6 @@
 #include "jpeg_codec.h"
 #include "picture_io.h"
 #include "png_codec.h"
-#include "program_error.h"
 #include "scene.h"
 #include "support/files.h"
 #include "y4m.h"
@@ -136,9 +135,6 @@ TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
     write_text(in("cut.y4m"), stream.substr(0, stream.size() - 1));
     write_text(in("nothing.y4m"), stream.substr(0, stream.find('\n') + 1));
     write_text(in("444.y4m"), _stream("W320 H240 C444", 1, kWidth, kHeight));
-    write_text(in("deep.y4m"), _stream("W320 H240 C420p10", 1, kWidth, kHeight));
-    write_text(in("huge.y4m"), "YUV4MPEG2 W1000000000 H1000000000\nFRAME\n");
-    write_text(in("zero.y4m"), "YUV4MPEG2 W0 H240\nFRAME\n");
     write_text(in("unframed.y4m"), stream.substr(0, stream.find('\n') + 1) + "FRAMED\n" + stream);
 
     const struct {
@@ -162,9 +158,6 @@ TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
         {"missing clip", "video in/none.y4m", "in/none.y4m: cannot be read: No such file"},
         {"clip of another kind", "video in/good.png", "in/good.png: not a YUV4MPEG2 stream"},
         {"4:4:4", "video in/444.y4m", "in/444.y4m: chroma 444 is not supported"},
-        {"10 bits", "video in/deep.y4m", "in/deep.y4m: chroma 420p10 is not supported"},
-        {"wild size", "video in/huge.y4m", "in/huge.y4m: frames of an impossible size"},
-        {"no size", "video in/zero.y4m", "in/zero.y4m: frames of an impossible size"},
         {"clip cut off", "video in/cut.y4m", "in/cut.y4m: the stream is cut off in frame 1"},
         {"no frame", "video in/nothing.y4m", "in/nothing.y4m: the stream has no frames"},
         {"broken frame", "video in/unframed.y4m", "in/unframed.y4m: no frame where frame 0 should begin"},
@@ -434,21 +427,21 @@ TEST(Exif, TurnsEachOrientationUpright)
 
 TEST(Y4m, RefusesBrokenHeaders)
 {
-    const char* sizes[] = {"W320",          "W1 H1",         "W-2 H2", "W2x H2", "W99999999999999999999 H2",
-                           "W16384 H16384", "W320 H240 C422"};
-    std::vector<std::string> headers = {"", "\n", "YUV4MPEG2\n", "YUV4MPEG2W320 H240\n",
-                                        "YUV4MPEG2 W320 H240"};
-    for (const char* size : sizes)
-        headers.push_back(std::string("YUV4MPEG2 ") + size + "\n");
-    for (const std::string& header : headers) {
+    const auto expect_refusal = [](const std::string& header, const char* message) {
         SCOPED_TRACE(header);
-        FILE* file = tmpfile();
-        ASSERT_NE(file, nullptr);
-        fputs(header.c_str(), file);
-        rewind(file);
-        EXPECT_THROW(Y4mReader(file, "clip"), ProgramError);
-        fclose(file);
-    }
+        const std::unique_ptr<FILE, int (*)(FILE*)> file(tmpfile(), fclose);
+        fputs(header.c_str(), file.get());
+        rewind(file.get());
+        expect_error([&] { Y4mReader(file.get(), "clip"); }, message);
+    };
+    for (const char* header : {"", "\n", "YUV4MPEG2 W320 H240", "YUV4MPEG2W320 H240\n"})
+        expect_refusal(header, "clip: not a YUV4MPEG2 stream");
+    const std::string head = "YUV4MPEG2 ";
+    for (const char* size :
+         {"", "W320", "W0 H240", "W1 H1", "W-2 H2", "W2x H2", "W99999999999999999999 H2", "W16384 H16384"})
+        expect_refusal(head + size + "\n", "clip: frames of an impossible size");
+    expect_refusal(head + "W320 H240 C422\n", "clip: chroma 422 is not supported");
+    expect_refusal(head + "W320 H240 C420p10\n", "clip: chroma 420p10 is not supported");
 }
 
 }  // namespace

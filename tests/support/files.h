@@ -3,6 +3,7 @@
 #define FILES_H
 
 #include "file_io.h"
+#include "program_error.h"
 
 #include <gtest/gtest.h>
 
@@ -18,6 +19,18 @@ inline std::string read_text(const std::string& path)
 inline void write_text(const std::string& path, const std::string& text)
 {
     write_file_whole(path, reinterpret_cast<const uint8_t*>(text.data()), text.size());
+}
+
+// Expects a ProgramError of a text that has `message` in it.
+template <class Action>
+void expect_error(Action action, const std::string& message)
+{
+    try {
+        action();
+        ADD_FAILURE() << "nothing was refused";
+    } catch (const ProgramError& error) {
+        EXPECT_NE(std::string(error.what()).find(message), std::string::npos) << error.what();
+    }
 }
 
 class FolderTest : public testing::Test

@@ -78,6 +78,21 @@ private:
     std::vector<uint8_t> bytes_;
 };
 
+// Value of a bilinear sample at (x, y) in 1/1024 pixel; read(i, j) where its weight is not 0.
+template <class Read>
+int32_t bilinear(int64_t x, int64_t y, Read read)
+{
+    int64_t sum = 0;
+    for (int64_t corner = 0; corner < 4; ++corner) {
+        const int64_t right = corner % 2, below = corner / 2;
+        const int64_t weight = (right ? x % 1024 : 1024 - x % 1024) * (below ? y % 1024 : 1024 - y % 1024);
+        sum += weight == 0 ? 0
+                           : weight * read(static_cast<int32_t>(x / 1024 + right),
+                                           static_cast<int32_t>(y / 1024 + below));
+    }
+    return static_cast<int32_t>(sum / 1048576);
+}
+
 // Sets the luma of every pixel (x, y), and the chroma that stands between luma, to value(x, y).
 template <class Value>
 void fill_luma(const PanoImg& img, Value value)
