@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iostream>
+#include <numeric>
 #include <vector>
 
 #include "ozr_cpu.h"
@@ -182,13 +183,10 @@ TEST(KernelCheck, ToRgba)
 TEST(KernelCheck, ToRgbaOfEveryColour)
 {
     std::vector<uint8_t> luma(256), chroma(256), want(1024), out(1024);
-    for (int32_t y = 0; y < 256; ++y)
-        luma[static_cast<size_t>(y)] = static_cast<uint8_t>(y);
+    std::iota(luma.begin(), luma.end(), uint8_t{0});
     for (int32_t pair = 0; pair < 65536; ++pair) {
-        for (size_t i = 0; i < 256; i += 2) {
-            chroma[i] = static_cast<uint8_t>(pair & 255);
-            chroma[i + 1] = static_cast<uint8_t>(pair >> 8);
-        }
+        for (size_t i = 0; i < 256; ++i)
+            chroma[i] = static_cast<uint8_t>(i % 2 == 0 ? pair : pair >> 8);
         kOzrKernelsScalar.yuv_to_rgba_row(want.data(), luma.data(), chroma.data(), 128);
         for (const OzrKernels* level : levels_of_this_machine()) {
             level->yuv_to_rgba_row(out.data(), luma.data(), chroma.data(), 128);

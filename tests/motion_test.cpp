@@ -10,10 +10,6 @@
 namespace
 {
 
-struct Shift {
-    int32_t x, y;
-};
-
 using Frame = std::vector<uint8_t>;
 
 // A smooth texture, shifted by (dx, dy): content at (x, y) moves to (x + dx, y + dy).
@@ -29,15 +25,15 @@ Frame texture(int32_t width, int32_t height, int32_t dx, int32_t dy)
     return frame;
 }
 
-Shift estimate(const Frame& reference, const Frame& current, int32_t width, int32_t height)
+ozr_point estimate(const Frame& reference, const Frame& current, int32_t width, int32_t height)
 {
-    Shift shift = {99, 99};
+    ozr_point shift = {99, 99};
     MotionEstimate(reference.data(), current.data(), width, height, &shift.x, &shift.y);
     return shift;
 }
 
 // The same search written out: full sums over the region with clamped reads.
-Shift slow_estimate(const Frame& ref, const Frame& cur, int32_t w, int32_t h)
+ozr_point slow_estimate(const Frame& ref, const Frame& cur, int32_t w, int32_t h)
 {
     const auto clamp = [](int32_t v, int32_t size) { return v < 0 ? 0 : v >= size ? size - 1 : v; };
     const auto cost = [&](int32_t dx, int32_t dy) {
@@ -93,9 +89,8 @@ TEST(MotionEstimate, AgreesWithTheWrittenOutSearch)
         Frame ref = texture(w, h, 0, 0), cur = texture(w, h, random.below(40) - 20, random.below(40) - 20);
         for (uint8_t& pixel : cur)
             pixel = static_cast<uint8_t>(pixel + random.below(8));
-        const Shift got = estimate(ref, cur, w, h), want = slow_estimate(ref, cur, w, h);
-        EXPECT_EQ(got.x, want.x) << w << "x" << h;
-        EXPECT_EQ(got.y, want.y) << w << "x" << h;
+        const ozr_point got = estimate(ref, cur, w, h), want = slow_estimate(ref, cur, w, h);
+        EXPECT_TRUE(got.x == want.x && got.y == want.y) << w << "x" << h;
     }
 }
 
@@ -108,10 +103,9 @@ TEST(MotionEstimate, TiesGoForwardAndEmptyFramesStand)
         cur[y * 21 + 9] = cur[y * 21 + 11] = 200;
     }
     EXPECT_EQ(estimate(ref, cur, 21, 5).x, 1);
-    for (const Shift& size : {Shift{0, 5}, Shift{5, 0}, Shift{-4, 5}, Shift{1, 1}}) {
-        const Shift shift = estimate(ref, cur, size.x, size.y);
-        EXPECT_EQ(shift.x, 0);
-        EXPECT_EQ(shift.y, 0);
+    for (const ozr_point& size : {ozr_point{0, 5}, ozr_point{5, 0}, ozr_point{-4, 5}, ozr_point{1, 1}}) {
+        const ozr_point shift = estimate(ref, cur, size.x, size.y);
+        EXPECT_TRUE(shift.x == 0 && shift.y == 0);
     }
     MotionEstimate(nullptr, cur.data(), 5, 5, nullptr, nullptr);
 }
