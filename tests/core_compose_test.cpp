@@ -21,19 +21,15 @@ void fill(TestCore* core, const std::vector<int32_t>& levels, int32_t x, int32_t
 }
 
 struct Composed {
-    explicit Composed(TestCore* core, int32_t count)
+    Composed(TestCore* core, int32_t count) : result(panorama_core_panorama(core->core, count, owner.get()))
     {
-        result = panorama_core_panorama(core->core, count, &img);
     }
-    ~Composed() { PanoImg_Destroy(&img); }
-    Composed(const Composed&) = delete;
-    Composed& operator=(const Composed&) = delete;
-
     int32_t luma(int32_t x, int32_t y) const { return pano_row(&img, y)[x]; }
     int32_t chroma(int32_t x, int32_t y) const { return pano_chroma_row(&img, y)[x]; }
 
-    PanoImg img = {};
-    int32_t result = 0;
+    PanoImgOwner owner;
+    const PanoImg& img = *owner.get();
+    const int32_t result;
 };
 
 }  // namespace

@@ -16,8 +16,6 @@
 namespace
 {
 
-namespace fs = std::filesystem;
-
 constexpr int32_t kWidth = 320, kHeight = 240;
 constexpr double kFocal = 345;  // of the projection for 320 pixels: 10 * 345 / 10
 
@@ -78,27 +76,21 @@ class Program : public FolderTest
 protected:
     Program()
     {
-        fs::create_directory(folder_ + "in");
-        fs::create_directory(folder_ + "out");
+        fs::create_directory("in");
+        fs::create_directory("out");
     }
 
-    /** Runs the program inside the folder. @param before  shell text before its name. */
+    /** Runs the program. @param before  shell text before its name. */
     Outcome run(const std::string& arguments, const std::string& before = "")
     {
-        const std::string command =
-            "cd " + folder_ + "; " + before + " " OZR_PANO " >stdout 2>stderr " + arguments;
-        const int status = system(command.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_text(folder_ + "stdout"),
-                read_text(folder_ + "stderr")};
+        const int status = system((before + " " OZR_PANO " >stdout 2>stderr " + arguments).c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_text("stdout"), read_text("stderr")};
     }
-
-    std::string in(const std::string& name) const { return folder_ + "in/" + name; }
-    std::string out(const std::string& name) const { return folder_ + "out/" + name; }
 
     std::set<std::string> files_in_out() const
     {
         std::set<std::string> names;
-        for (const auto& entry : fs::directory_iterator(folder_ + "out"))
+        for (const auto& entry : fs::directory_iterator("out"))
             names.insert(entry.path().filename());
         return names;
     }
@@ -113,13 +105,13 @@ bool _is_one_message(const std::string& text)
 TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
 {
     const Picture good(kWidth, kHeight);
-    write_picture(in("good.png"), good, 90);
-    write_picture(in("small.png"), Picture(kWidth, 200), 90);
+    write_picture("in/good.png", good, 90);
+    write_picture("in/small.png", Picture(kWidth, 200), 90);
     const std::vector<uint8_t> jpeg = encode_jpeg(good, 90), png = encode_png(good);
-    write_file_whole(in("cut.jpg"), jpeg.data(), jpeg.size() / 2);
-    write_file_whole(in("cut.png"), png.data(), png.size() / 2);
-    write_text(in("text.jpg"), "no picture\n");
-    write_text(in("empty.jpg"), "");
+    write_file_whole("in/cut.jpg", jpeg.data(), jpeg.size() / 2);
+    write_file_whole("in/cut.png", png.data(), png.size() / 2);
+    write_text("in/text.jpg", "no picture\n");
+    write_text("in/empty.jpg", "");
     // A frame header that claims 65500 x 65500 pixels: marker, length, precision, height, width.
     std::vector<uint8_t> wild = jpeg;
     const uint8_t start_of_frame[] = {0xFF, 0xC0};
@@ -127,13 +119,13 @@ TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
     ASSERT_LT(frame - wild.begin(), static_cast<ptrdiff_t>(wild.size()) - 9);
     std::fill_n(frame + 5, 4, uint8_t{0xFF});
     frame[6] = frame[8] = 0xDC;
-    write_file_whole(in("wild.jpg"), wild.data(), wild.size());
+    write_file_whole("in/wild.jpg", wild.data(), wild.size());
     const std::string stream = _stream("W320 H240 F30:1", 2, kWidth, kHeight);
-    write_text(in("two.y4m"), stream);
-    write_text(in("cut.y4m"), stream.substr(0, stream.size() - 1));
-    write_text(in("nothing.y4m"), stream.substr(0, stream.find('\n') + 1));
-    write_text(in("444.y4m"), _stream("W320 H240 C444", 1, kWidth, kHeight));
-    write_text(in("unframed.y4m"), stream.substr(0, stream.find('\n') + 1) + "FRAMED\n" + stream);
+    write_text("in/two.y4m", stream);
+    write_text("in/cut.y4m", stream.substr(0, stream.size() - 1));
+    write_text("in/nothing.y4m", stream.substr(0, stream.find('\n') + 1));
+    write_text("in/444.y4m", _stream("W320 H240 C444", 1, kWidth, kHeight));
+    write_text("in/unframed.y4m", stream.substr(0, stream.find('\n') + 1) + "FRAMED\n" + stream);
 
     const struct {
         const char *what, *arguments, *message;
@@ -164,7 +156,7 @@ TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
         {"no such folder", "demo -o none/a.png", "none/a.png: cannot be written: No such file"},
         {"a folder as output", "demo -o folder.png", "folder.png: cannot be written: Is a directory"},
     };
-    fs::create_directory(folder_ + "folder.png");
+    fs::create_directory("folder.png");
     for (const auto& refusal : refusals) {
         SCOPED_TRACE(refusal.what);
         const bool has_output = strstr(refusal.arguments, "-o") != nullptr;
@@ -182,12 +174,12 @@ TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
 
 TEST_F(Program, LeavesNoPartOfAFileThatCannotBeFinished)
 {
-    write_text(out("a.png"), "old");
+    write_text("out/a.png", "old");
     const Outcome full = run("demo -n 2 --size 320x240 -o out/a.png", "ulimit -f 8; trap '' XFSZ;");
     EXPECT_EQ(full.status, 1);
     EXPECT_TRUE(_is_one_message(full.err)) << full.err;
     EXPECT_EQ(files_in_out(), std::set<std::string>{"a.png"});
-    EXPECT_EQ(read_text(out("a.png")), "old");
+    EXPECT_EQ(read_text("out/a.png"), "old");
     const Outcome unheard = run("demo -n 1 --size 96x96 -o out/a.png >/dev/full");
     EXPECT_EQ(unheard.status, 1);
     EXPECT_EQ(unheard.err,
@@ -234,14 +226,14 @@ TEST_F(Program, TellsWrongUsageFromHelp)
 TEST_F(Program, ConvertGoesThroughEveryRawFormatAndBack)
 {
     ASSERT_EQ(run("demo -n 1 --size 128x96 -o in/a.png").status, 0);
-    const Picture before = read_picture(in("a.png"));
+    const Picture before = read_picture("in/a.png");
     const std::string raw = std::to_string(before.width) + "x" + std::to_string(before.height);
     for (const std::string format : {"nv12", "nv21", "yv12", "yuy2", "rgba"}) {
         SCOPED_TRACE(format);
         EXPECT_EQ(run("convert in/a.png out/a.raw --format " + format).status, 0);
         EXPECT_EQ(run("convert out/a.raw out/b.png --format rgba --from " + format + " --size " + raw).status,
                   0);
-        const Picture after = read_picture(out("b.png"));
+        const Picture after = read_picture("out/b.png");
         ASSERT_EQ(after.rgba.size(), before.rgba.size());
         double difference = 0;
         for (size_t i = 0; i < before.rgba.size(); ++i)
@@ -249,7 +241,7 @@ TEST_F(Program, ConvertGoesThroughEveryRawFormatAndBack)
         EXPECT_LT(difference / static_cast<double>(before.rgba.size()), format == "rgba" ? 1e-9 : 6.0);
     }
     EXPECT_EQ(run("convert in/a.png out/c.gray --format gray --sample 2 --flip").status, 0);
-    EXPECT_EQ(read_file(out("c.gray")).size(), before.rgba.size() / 16);
+    EXPECT_EQ(read_file("out/c.gray").size(), before.rgba.size() / 16);
     EXPECT_EQ(run("convert out/c.gray out/d.png --from gray --size 9x9 --format rgba").status, 1);
 }
 
@@ -276,14 +268,14 @@ TEST_F(Program, DemoSweepsInEveryDirection)
             EXPECT_NEAR(dx * direction.y + dy * direction.x, true_x * direction.y + true_y * direction.x, 10);
         }
         EXPECT_EQ(announced, 3);
-        const std::vector<uint8_t> file = read_file(out("a.png"));
+        const std::vector<uint8_t> file = read_file("out/a.png");
         const auto& [width, height, pixels] = decode_png(file);
         EXPECT_NE(outcome.out.find("\"pictures_used\":4,\"panorama_size\":[" + std::to_string(width) + "," +
                                    std::to_string(height) + "]"),
                   std::string::npos)
             << outcome.out;
         EXPECT_EQ(run(arguments).status, 0);
-        EXPECT_EQ(read_file(out("a.png")), file) << "the second run painted something else";
+        EXPECT_EQ(read_file("out/a.png"), file) << "the second run painted something else";
     }
 }
 
@@ -294,12 +286,12 @@ TEST_F(Program, StitchPlacesPicturesWhereTheCameraLooked)
     Pan pan;
     for (int i = 0; i < 3; ++i) {
         const Picture picture = convert_to_picture(pan.look(i * kStep));
-        write_picture(in("p" + std::to_string(i) + (i == 1 ? ".jpg" : ".png")), picture, 95);
+        write_picture("in/p" + std::to_string(i) + (i == 1 ? ".jpg" : ".png"), picture, 95);
     }
     const Outcome outcome = run("stitch -o out/a.JPG --quality 80 in/p0.png in/p1.jpg in/p2.png");
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.err, "");
-    const std::vector<uint8_t> file = read_file(out("a.JPG"));
+    const std::vector<uint8_t> file = read_file("out/a.JPG");
     ASSERT_TRUE(looks_like_jpeg(file));
     const Picture panorama = decode_jpeg(file);
     // The middle of a picture moves by 418 / 345 * focal length * angle; towards the edges by up to 8 percent less.
@@ -340,19 +332,19 @@ TEST_F(Program, StitchTurnsPicturesUprightAndCropsOddSizes)
     block.insert(block.begin(), 2, 0);
     block.insert(block.begin(), head.begin(), head.end());
     jpeg.insert(jpeg.begin() + 2, block.begin(), block.end());
-    write_file_whole(in("turned.jpg"), jpeg.data(), jpeg.size());
+    write_file_whole("in/turned.jpg", jpeg.data(), jpeg.size());
     const Outcome outcome = run("stitch -o out/a.png in/turned.jpg");
     EXPECT_EQ(outcome.status, 0);
     EXPECT_NE(outcome.err.find("cropped from 60x101 to 60x100"), std::string::npos) << outcome.err;
-    const Picture upright = read_picture(out("a.png"));
+    const Picture upright = read_picture("out/a.png");
     EXPECT_EQ(upright.width, 60);
     EXPECT_EQ(upright.height, 100);
 }
 
 TEST_F(Program, VideoReadsFilesAndPipesOfEvenAndOddSizes)
 {
-    write_text(in("even.y4m"), _stream("W320 H240 F30:1 Ip A1:1 C420jpeg", 80, 320, 240));
-    write_text(in("odd.y4m"), _stream("H241 W321", 80, 321, 241));
+    write_text("in/even.y4m", _stream("W320 H240 F30:1 Ip A1:1 C420jpeg", 80, 320, 240));
+    write_text("in/odd.y4m", _stream("H241 W321", 80, 321, 241));
     const Outcome file = run("video in/even.y4m -o out/file.png");
     ASSERT_EQ(file.status, 0) << file.err;
     EXPECT_NE(file.out.find("direction right"), std::string::npos) << file.out;
@@ -361,16 +353,16 @@ TEST_F(Program, VideoReadsFilesAndPipesOfEvenAndOddSizes)
     const Outcome odd = run("video in/odd.y4m -o out/odd.png");
     EXPECT_EQ(odd.status, 0);
     EXPECT_NE(odd.err.find("cropped from 321x241 to 320x240"), std::string::npos) << odd.err;
-    const std::vector<uint8_t> panorama = read_file(out("file.png"));
+    const std::vector<uint8_t> panorama = read_file("out/file.png");
     EXPECT_GT(decode_png(panorama).width, 480);
-    EXPECT_TRUE(read_file(out("pipe.png")) == panorama);
-    EXPECT_TRUE(read_file(out("odd.png")) == panorama) << "the cropped frames are the even ones";
+    EXPECT_TRUE(read_file("out/pipe.png") == panorama);
+    EXPECT_TRUE(read_file("out/odd.png") == panorama) << "the cropped frames are the even ones";
 }
 
 TEST_F(Program, VideoEndsWhenTheSweepIsFull)
 {
     // 90 percent of overlap: a picture every 26 of 320 pixels, which this pan has covered after some 9 frames.
-    write_text(in("long.y4m"), _stream("W320 H240", 120, kWidth, kHeight));
+    write_text("in/long.y4m", _stream("W320 H240", 120, kWidth, kHeight));
     const Outcome outcome = run("video in/long.y4m --overlap 90 -o out/a.png --json");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_NE(outcome.out.find("\"pictures_used\":10"), std::string::npos) << outcome.out;

@@ -22,8 +22,8 @@ protected:
     void record()
     {
         DemoOptions demo;
-        demo.output = folder_ + "a.png";
-        demo.record = folder_ + "rec";
+        demo.output = "a.png";
+        demo.record = "rec";
         demo.pictures = 2;
         demo.size = {160, 120};
         run_demo(demo);
@@ -33,7 +33,7 @@ protected:
     std::string complaint(const std::string& report = "")
     {
         ReplayOptions options;
-        options.folder = folder_ + "rec";
+        options.folder = "rec";
         options.report = report;
         try {
             run_replay(options);
@@ -51,7 +51,7 @@ TEST_F(Replay, RepeatsWhatWasRecordedAndTellsWhatWasChanged)
     record();
     EXPECT_THROW(record(), ProgramError) << "a recording was overwritten";
     EXPECT_EQ(complaint(), "");
-    const std::string calls = read_text(folder_ + "rec/calls.txt");
+    const std::string calls = read_text("rec/calls.txt");
     const struct {
         const char *what, *from, *to, *complaint;
     } changes[] = {
@@ -64,7 +64,7 @@ TEST_F(Replay, RepeatsWhatWasRecordedAndTellsWhatWasChanged)
     };
     for (const auto& change : changes) {
         SCOPED_TRACE(change.what);
-        write_text(folder_ + "rec/calls.txt", _replaced(calls, change.from, change.to));
+        write_text("rec/calls.txt", _replaced(calls, change.from, change.to));
         const std::string said = complaint();
         EXPECT_NE(said.find(change.complaint), std::string::npos) << said;
         EXPECT_EQ(said.empty(), *change.complaint == '\0') << said;
@@ -72,27 +72,27 @@ TEST_F(Replay, RepeatsWhatWasRecordedAndTellsWhatWasChanged)
     std::string other_panorama = calls;
     char& digit = other_panorama[calls.rfind("crc32=") + 6];
     digit = digit == '0' ? '1' : '0';
-    write_text(folder_ + "rec/calls.txt", other_panorama);
+    write_text("rec/calls.txt", other_panorama);
     EXPECT_EQ(complaint().rfind("mismatch: the library answers 1 of ", 0), 0U);
     // The process died within the last call: that is what a crash leaves, and no damage.
-    write_text(folder_ + "rec/calls.txt", calls.substr(0, calls.find("\nrun\n") + 5));
+    write_text("rec/calls.txt", calls.substr(0, calls.find("\nrun\n") + 5));
     EXPECT_EQ(complaint(), "");
-    write_text(folder_ + "rec/calls.txt", calls);
-    std::filesystem::resize_file(folder_ + "rec/00001.raw", 100);
+    write_text("rec/calls.txt", calls);
+    fs::resize_file("rec/00001.raw", 100);
     EXPECT_NE(complaint().find("00001.raw: 100 bytes instead of"), std::string::npos);
 }
 
 TEST_F(Replay, FollowsSessionsOfSeveralSweeps)
 {
     record();
-    const std::string calls = read_text(folder_ + "rec/calls.txt");
+    const std::string calls = read_text("rec/calls.txt");
     const std::string sweep = calls.substr(calls.find("stitch_one_image"));
     const std::string again = _replaced(calls, "end\n", "reset\nreturned 0\n" + sweep);
-    write_text(folder_ + "rec/calls.txt", again);
-    EXPECT_EQ(complaint(folder_ + "report.html"), "");
-    EXPECT_NE(read_text(folder_ + "report.html").find("2 pictures of 160"), std::string::npos);
+    write_text("rec/calls.txt", again);
+    EXPECT_EQ(complaint("report.html"), "");
+    EXPECT_NE(read_text("report.html").find("2 pictures of 160"), std::string::npos);
     // A second run of one sweep is refused, and so is a picture behind the panorama.
-    write_text(folder_ + "rec/calls.txt", _replaced(calls, "end\n", "run\nreturned -6\nend\n"));
+    write_text("rec/calls.txt", _replaced(calls, "end\n", "run\nreturned -6\nend\n"));
     EXPECT_EQ(complaint(), "");
 }
 

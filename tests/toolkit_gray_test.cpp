@@ -209,10 +209,6 @@ TEST(Turn, TakesTheNearestPixelAboutTheCentre)
             }
         EXPECT_EQ(dst.now, dst.want);
     }
-    const uint8_t pixels[] = {1, 2, 3, 4, 5, 6};  // by hand: a clockwise quarter turn of 123 / 456
-    Bytes turned(6);
-    ASSERT_EQ(rotate_grayimage_eighth(turned.data(), 2, 3, 0, pixels, 3, 2, 0, 2), ozr_success);
-    EXPECT_EQ(turned, (Bytes{4, 1, 5, 2, 6, 3}));
 }
 
 TEST(Turn, CropTurnsAboutItsOwnCentre)

@@ -168,18 +168,20 @@ void expect_warp(const Warp& w, ozr_image_format format, int32_t width, int32_t 
 {
     SCOPED_TRACE(testing::Message() << "format " << format << " warp " << &w - kWarps << " width " << width);
     const int32_t pixel = pixel_bytes(format);
-    const TestImage src(format, width, height, width * pixel + padding, 31);
+    TestImage src(format, width, height, width * pixel + padding, 31);
     TestImage dst(ozr_image_format_nv12, 29, 21, 31, 32, 16),
         plain(ozr_image_format_nv12, 29, 21, 31, 32, 16);
+    if (pixel == 1 && padding == 0)
+        src.stride = 0;  // counts as the width
     ASSERT_EQ(warp_image(w, &src, &dst), ozr_success);
     int covered = 0;
     for (int y = 0; y < 21; ++y)
         for (int x = 0; x < 29; ++x) {
-            const int value = slow_warp(w, src.data, src.stride, height, pixel, x, y);
+            const int value = slow_warp(w, src.data, width * pixel + padding, height, pixel, x, y);
             dst.buffer.expect(31 * y + x, value < 0 ? dst.data[31 * y + x] : value);
             covered += value > 0;
         }
-    EXPECT_TRUE(covered > 15 || width < 4);
+    EXPECT_TRUE(covered > 15 || width < 8);
     EXPECT_EQ(dst.buffer.now, dst.buffer.want);
     if (pixel == 2)
         return;
@@ -195,19 +197,9 @@ TEST(Warp, FollowsTheFormulaInEveryFormat)
          {ozr_image_format_gray, ozr_image_format_nv12, ozr_image_format_nv21, ozr_image_format_yuy2})
         for (const Warp& w : kWarps) {
             expect_warp(w, format, 23, 18, 3);
-            for (int32_t width : {1, 2, 3})
+            for (int32_t width : {1, 2, 3, 7})
                 expect_warp(w, format, width, width % 2 + 1, 0);
         }
-}
-
-TEST(Warp, StrideZeroCountsAsTheWidth)
-{
-    TestImage src(ozr_image_format_gray, 8, 6, 8, 35), dst(ozr_image_format_gray, 8, 6, 8, 36);
-    src.stride = 0;
-    ASSERT_EQ(warp_image({0, 0, 7, 0, 0, 0, 7, 0}, &src, &dst), ozr_success);
-    for (int at = 0; at < 48; ++at)  // the last column and row show those before them
-        dst.buffer.expect(at, src.data[std::min(at / 8, 4) * 8 + std::min(at % 8, 6)]);
-    EXPECT_EQ(dst.buffer.now, dst.buffer.want);
 }
 
 TEST(Warp, Refuses)

@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <stdlib.h>
 
+namespace fs = std::filesystem;
+
 inline std::string read_text(const std::string& path)
 {
     const std::vector<uint8_t> bytes = read_file(path);
@@ -33,6 +35,7 @@ void expect_error(Action action, const std::string& message)
     }
 }
 
+// Its tests have a working folder of their own.
 class FolderTest : public testing::Test
 {
 protected:
@@ -40,11 +43,17 @@ protected:
     {
         char name[] = "/tmp/ozr-pano-test.XXXXXX";
         EXPECT_NE(mkdtemp(name), nullptr);
-        folder_ = std::string(name) + "/";
+        fs::current_path(name);
     }
-    ~FolderTest() override { std::filesystem::remove_all(folder_); }
+    ~FolderTest() override
+    {
+        const fs::path folder = fs::current_path();
+        fs::current_path(home_);
+        fs::remove_all(folder);
+    }
 
-    std::string folder_;
+private:
+    const fs::path home_ = fs::current_path();
 };
 
 #endif
