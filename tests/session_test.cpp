@@ -27,8 +27,7 @@ TEST(Session, WithoutAConfigurationThereIsNoEngine)
     ASSERT_EQ(log.progress().size(), 1U);
     EXPECT_EQ(log.progress()[0].substr(0, 38), "error:(-3:error_string) @ panorama_t()");
     // Every call on it is refused.
-    const TestImg img(kPanoNv12, 64, 48);
-    ozr_image picture = img.as_public(ozr_image_format_nv12);
+    ozr_image picture = {};
     ozr_point offset = {};
     ozr_panorama_direction direction = ozr_panorama_direction_auto;
     panorama_param_t p = {};

@@ -7,10 +7,6 @@ void* __real_malloc(size_t size);
 void* __real_calloc(size_t count, size_t size);
 void* __real_realloc(void* block, size_t size);
 void __real_free(void* block);
-void* __wrap_malloc(size_t size);
-void* __wrap_calloc(size_t count, size_t size);
-void* __wrap_realloc(void* block, size_t size);
-void __wrap_free(void* block);
 }
 
 namespace
@@ -45,6 +41,8 @@ WrappedHeap::WrappedHeap(int64_t failing_one, void (*told)(int64_t allocation))
     counting = true;
 }
 
+extern "C" {
+
 void* __wrap_malloc(size_t size)
 {
     return refuse() ? nullptr : counted(__real_malloc(size));
@@ -68,4 +66,5 @@ void __wrap_free(void* block)
 {
     Heap::live -= block != nullptr ? 1 : 0;
     __real_free(block);
+}
 }
