@@ -16,7 +16,7 @@ struct Call {
     ozr_panorama* handle = owner.get();
     std::vector<uint8_t> pixels =
         std::vector<uint8_t>(96 * 64 * 3 / 2);  // exactly as many as the picture needs
-    ozr_image picture = {};
+    ozr_image picture = {pixels.data(), 96 * 64 * 3 / 2, 96, 64, ozr_image_format_nv12, 96, 0};
     ozr_image* image = &picture;
     ozr_image output = {};
     ozr_point point = {30, 0};
@@ -30,13 +30,6 @@ struct Call {
         void* session;
     } hollow = {};
 
-    Call()
-    {
-        uint32_t state = 1;
-        for (uint8_t& byte : pixels)
-            byte = static_cast<uint8_t>((state = state * 1664525U + 1013904223U) >> 24);
-        picture = {pixels.data(), 96 * 64 * 3 / 2, 96, 64, ozr_image_format_nv12, 96, 0};
-    }
     void set_direction() { ozr_panorama_set_parameters(handle, params); }
     void add() { ozr_panorama_stitch_one_image(handle, image, nullptr); }
 };

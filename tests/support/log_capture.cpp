@@ -1,6 +1,7 @@
 #include "log_capture.h"
 
 #include <cstdio>
+#include <regex>
 
 #include "ozr_log.h"
 
@@ -15,6 +16,14 @@ void collect(const char* format, va_list args)
     char line[2048];
     vsnprintf(line, sizeof(line), format, args);
     lines.push_back(line);
+}
+
+// The lines, what `pattern` finds in each replaced.
+Lines replaced(Lines lines, const char* pattern, const char* by)
+{
+    for (std::string& line : lines)
+        line = std::regex_replace(line, std::regex(pattern), by);
+    return lines;
 }
 
 }  // namespace
@@ -43,28 +52,11 @@ Lines LogCapture::info() const
 // From "OZR_EXCEPTION(code) text @ function():line"; a failed condition keeps its head.
 Lines LogCapture::chain() const
 {
-    const std::string head = "OZR_EXCEPTION(";
-    Lines lines;
-    for (std::string line : g_errors) {
-        line.resize(line.rfind("():"));
-        if (line.compare(0, head.size(), head) == 0)
-            line.erase(0, head.size()).replace(line.find(')'), 1, ":");
-        lines.push_back(line);
-    }
-    return lines;
+    return replaced(replaced(g_errors, "\\(\\):\\d+$", ""), "^OZR_EXCEPTION\\((\\w+)\\)", "$1:");
 }
 
 // From "[tag:line] message" and a line feed; other lines as they are.
 Lines LogCapture::progress() const
 {
-    Lines lines;
-    for (const std::string& line : g_debug) {
-        const size_t colon = line.find(':'), close = line.find("] ");
-        if (line[0] == '[')
-            lines.push_back(line.substr(1, colon - 1) + ": " +
-                            line.substr(close + 2, line.size() - close - 3));
-        else
-            lines.push_back(line);
-    }
-    return lines;
+    return replaced(g_debug, "^\\[(.*):\\d+\\] (.*)\n$", "$1: $2");
 }
