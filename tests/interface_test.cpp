@@ -209,15 +209,14 @@ TEST(Interface, PicturesThatDoNotOverlapAreLeftOut)
 TEST(Interface, ParametersAreKeptUntilAReset)
 {
     Call call;
-    int32_t overlap = 50;
-    for (int32_t way : {1, 2, 3, 4, 5, -1, 9, 0}) {
+    const int32_t set[][2] = {{50, 1}, {90, 2}, {60, 3}, {90, 4}, {60, 5}, {90, -1}, {60, 9}, {90, 0}};
+    for (const auto& [overlap, way] : set) {
         call.values = {overlap, static_cast<ozr_panorama_direction>(way)};
         ASSERT_EQ(kSet.call(call), ozr_success);
         call.values = {0, ozr_panorama_direction_up};
         ASSERT_EQ(kGet.call(call), ozr_success);
         EXPECT_EQ(call.values.overlapping_ratio, overlap);
         EXPECT_EQ(call.values.direction, way >= 1 && way <= 4 ? way : 0);  // an unknown direction means auto
-        overlap = overlap == 50 ? 90 : 60;
         EXPECT_EQ(call.handle->min_overlapping_ratio, 50);
     }
     ASSERT_EQ(kReset.call(call), ozr_success);

@@ -11,18 +11,13 @@
 namespace
 {
 
-const int32_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};
-
 int64_t step(int32_t src, int32_t dst)
 {
     return int64_t{src - 1} * 1024 / dst;
 }
 
-struct Sizes {
-    int32_t src_width, src_height, dst_width, dst_height;
-};
-const Sizes kSizes[] = {{640, 48, 160, 12}, {33, 21, 7, 5}, {20, 20, 20, 10},
-                        {10, 6, 23, 13},    {1, 9, 3, 4},   {9, 1, 4, 3}};
+const int32_t kSizes[][4] =  // of source and destination
+    {{640, 48, 160, 12}, {33, 21, 7, 5}, {20, 20, 20, 10}, {10, 6, 23, 13}, {1, 9, 3, 4}, {9, 1, 4, 3}};
 
 }  // namespace
 
@@ -108,33 +103,32 @@ TEST(PanoImgCopyEx, CopiesThePlacedOverlapPixelByPixel)
 TEST(PanoImgResize, FollowsTheBilinearFormula)
 {
     for (int32_t format : {kPanoGray, kPanoYuyv, kPanoNv21}) {
-        for (const Sizes& s : kSizes) {
-            SCOPED_TRACE(testing::Message()
-                         << "format " << format << " " << s.src_width << "x" << s.src_height);
+        for (const auto& [src_width, src_height, dst_width, dst_height] : kSizes) {
+            SCOPED_TRACE(testing::Message() << "format " << format << " " << src_width << "x" << src_height);
             const bool yuv = format == kPanoNv21;
-            TestImg src(format, s.src_width, s.src_height, yuv ? 0 : 3);
-            TestImg dst(yuv ? kPanoNv21 : kPanoGray, s.dst_width, s.dst_height, 1);
+            TestImg src(format, src_width, src_height, yuv ? 0 : 3);
+            TestImg dst(yuv ? kPanoNv21 : kPanoGray, dst_width, dst_height, 1);
             src.randomize(3);
             const auto luma = [&](int32_t x, int32_t y) {
                 return src.at(format == kPanoYuyv ? 2 * x : x, y);
             };
-            const int64_t step_x = step(s.src_width, s.dst_width), step_y = step(s.src_height, s.dst_height);
+            const int64_t step_x = step(src_width, dst_width), step_y = step(src_height, dst_height);
             ASSERT_EQ((yuv                   ? PanoImg_ResizeYUV
                        : format == kPanoGray ? PanoImg_ResizeGray
                                              : PanoImg_ResizeGrayYUYV)(&dst.img, &src.img),
                       0);
             // A single source row has none below it: grey becomes black.
-            const bool black = s.src_height == 1 && !yuv;
-            for (int32_t y = 0; y < s.dst_height; ++y) {
-                for (int32_t x = 0; x < s.dst_width; ++x)
+            const bool black = src_height == 1 && !yuv;
+            for (int32_t y = 0; y < dst_height; ++y) {
+                for (int32_t x = 0; x < dst_width; ++x)
                     ASSERT_EQ(dst.at(x, y), black ? 0 : bilinear(x * step_x, y * step_y, luma));
-                ASSERT_EQ(dst.at(s.dst_width, y), 0x5A);  // padding
+                ASSERT_EQ(dst.at(dst_width, y), 0x5A);  // padding
             }
             // Chroma takes the luma's steps; compared where all four source pairs exist.
-            for (int32_t y = 0; yuv && y < s.dst_height / 2; ++y) {
-                for (int32_t x = 0; x < s.dst_width / 2 * 2; ++x) {
+            for (int32_t y = 0; yuv && y < dst_height / 2; ++y) {
+                for (int32_t x = 0; x < dst_width / 2 * 2; ++x) {
                     const int64_t px = x / 2 * step_x, py = y * step_y;
-                    if (px / 1024 + 1 >= s.src_width / 2 || py / 1024 + 1 >= s.src_height / 2)
+                    if (px / 1024 + 1 >= src_width / 2 || py / 1024 + 1 >= src_height / 2)
                         continue;
                     ASSERT_EQ(dst.chroma(x, y), bilinear(px, py, [&](int32_t i, int32_t j) {
                                   return src.chroma(2 * i + x % 2, j);

@@ -46,7 +46,6 @@ uint8_t _chroma_at(const ozr_image& panorama, int32_t x, int32_t y)
 }
 
 struct Sweep {
-    const char* name;
     ozr_panorama_direction direction;
     ozr_point start, step;
     bool first_comes_first;  // from left to right, or from the top down
@@ -102,12 +101,12 @@ void _check_boxes(const Sweep& sweep, const Layout& layout)
 
 TEST(Retrace, FindsTheSeamsAndBordersOfThePanorama)
 {
-    const Sweep sweeps[] = {{"right", ozr_panorama_direction_right, {1000, 1000}, {80, 3}, true},
-                            {"left", ozr_panorama_direction_left, {1240, 1000}, {-80, -3}, false},
-                            {"down", ozr_panorama_direction_down, {1000, 1000}, {3, 60}, true},
-                            {"up", ozr_panorama_direction_up, {1000, 1180}, {-3, -60}, false}};
+    const Sweep sweeps[] = {{ozr_panorama_direction_right, {1000, 1000}, {80, 3}, true},
+                            {ozr_panorama_direction_left, {1240, 1000}, {-80, -3}, false},
+                            {ozr_panorama_direction_down, {1000, 1000}, {3, 60}, true},
+                            {ozr_panorama_direction_up, {1000, 1180}, {-3, -60}, false}};
     for (const Sweep& sweep : sweeps) {
-        SCOPED_TRACE(sweep.name);
+        SCOPED_TRACE(sweep.direction);
         const Handle owner = create_panorama();
         ozr_panorama* const handle = owner.get();
         Retrace retrace;

@@ -62,18 +62,20 @@ TEST(AlignedMemory, IsAlignedUsableAndGivenBack)
     const WrappedHeap heap;
     for (uint32_t alignment = 1; alignment <= 32768; alignment *= 2) {
         for (uint32_t size : {0U, 1U, 100U, 70000U}) {
-            uint8_t* plain = static_cast<uint8_t*>(ozr_malloc_aligned(size, alignment));
-            uint8_t* cleared = static_cast<uint8_t*>(ozr_calloc_aligned(3, size, alignment));
-            ASSERT_TRUE(plain != nullptr && cleared != nullptr);
-            EXPECT_EQ(reinterpret_cast<uintptr_t>(plain) % alignment, 0U);
-            EXPECT_EQ(reinterpret_cast<uintptr_t>(cleared) % alignment, 0U);
-            EXPECT_TRUE(std::all_of(cleared, cleared + 3 * size, [](uint8_t byte) { return byte == 0; }));
-            memset(plain, 0xFF, size);
-            uint16_t distance = 0;
-            memcpy(&distance, plain - 2, 2);
-            EXPECT_TRUE(distance >= 1 && distance <= alignment) << distance;
-            ozr_free_aligned(plain);
-            ozr_free_aligned(cleared);
+            for (bool clears : {false, true}) {
+                void* block =
+                    clears ? ozr_calloc_aligned(3, size, alignment) : ozr_malloc_aligned(size, alignment);
+                ASSERT_NE(block, nullptr);
+                EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % alignment, 0U);
+                uint8_t* bytes = static_cast<uint8_t*>(block);
+                EXPECT_TRUE(!clears ||
+                            std::count(bytes, bytes + 3 * size, 0) == 3 * static_cast<int64_t>(size));
+                memset(bytes, 0xFF, size);
+                uint16_t distance = 0;
+                memcpy(&distance, bytes - 2, 2);
+                EXPECT_TRUE(distance >= 1 && distance <= alignment) << distance;
+                ozr_free_aligned(block);
+            }
         }
     }
     EXPECT_EQ(ozr_malloc_aligned(0xFFFFF000U, 4096), nullptr);  // wraps around to 2 bytes

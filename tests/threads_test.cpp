@@ -57,17 +57,13 @@ int32_t disturb(ozr_panorama* pano, int32_t disturbance)
     return 0;
 }
 
-struct Outcome {
-    ozr_err work;
-    int32_t disturbed;
-};
-
-// One call, disturbed by a second thread: at one of its allocations, or (0) some time after it has begun.
-Outcome disturbed_call(NoiseSweep* sweep, ozr_panorama* pano, int32_t step, int32_t disturbance,
-                       int64_t meeting, Clock::duration delay)
+// One call, disturbed by a second thread: at one of its allocations, or (0) some time after it has begun. Returns what
+// came of the call and of the disturbance.
+std::pair<ozr_err, int32_t> disturbed_call(NoiseSweep* sweep, ozr_panorama* pano, int32_t step,
+                                           int32_t disturbance, int64_t meeting, Clock::duration delay)
 {
     std::atomic<bool> ready = {false}, done = {false};
-    Outcome outcome = {};
+    std::pair<ozr_err, int32_t> outcome;
     g_meeting = meeting;
     g_core = session_of(pano)->engine->core;
     g_met = false;
@@ -78,14 +74,14 @@ Outcome disturbed_call(NoiseSweep* sweep, ozr_panorama* pano, int32_t step, int3
         const Clock::time_point begun = Clock::now();
         while (meeting == 0 && Clock::now() < begun + delay)
             std::this_thread::yield();
-        outcome.disturbed = disturb(pano, disturbance);
+        outcome.second = disturb(pano, disturbance);
         EXPECT_LT(Clock::now() - begun, std::chrono::seconds(20));
     });
     while (!ready)
         std::this_thread::yield();
     {
         const WrappedHeap heap(0, meet);
-        outcome.work = sweep->call(pano, step);
+        outcome.first = sweep->call(pano, step);
     }
     done = true;
     second.join();
@@ -126,12 +122,12 @@ TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
                      << " disturbance " << disturbance << " after " << share << " % of the step");
         for (int32_t step = 0; step < disturbed_step; ++step)
             ASSERT_GE(sweep.call(pano, step), 0);
-        const Outcome outcome = disturbed_call(&sweep, pano, disturbed_step, disturbance, meeting,
-                                               lasts[disturbed_step] * share / 100);
-        EXPECT_TRUE(outcome.work >= 0 || outcome.work == ozr_err_invalid_status) << outcome.work;
-        interrupted += outcome.work < 0 ? 1 : 0;
+        const auto& [work, disturbed] = disturbed_call(&sweep, pano, disturbed_step, disturbance, meeting,
+                                                       lasts[disturbed_step] * share / 100);
+        EXPECT_TRUE(work >= 0 || work == ozr_err_invalid_status) << work;
+        interrupted += work < 0 ? 1 : 0;
         if (disturbance == kReset)
-            EXPECT_EQ(outcome.disturbed, ozr_success);
+            EXPECT_EQ(disturbed, ozr_success);
         else if (disturbance == kDestroy)
             pano = create_panorama().release();
         else

@@ -30,13 +30,14 @@ private:
     uint32_t state_;
 };
 
+constexpr int32_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};  // of the working formats
+
 // A record around exactly as many bytes as its geometry says, between canaries that must live as long as it does.
 class TestImg
 {
 public:
     TestImg(int32_t format, int32_t width, int32_t height, int32_t padding = 0, uint8_t fill = 0x5A)
     {
-        constexpr int32_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};
         img.format = format;
         img.width = width;
         img.height = height;

@@ -32,15 +32,6 @@ void* counted(void* block)
 
 }  // namespace
 
-WrappedHeap::WrappedHeap(int64_t failing_one, void (*told)(int64_t allocation))
-{
-    watch = told;
-    failing = failing_one;
-    tried = 0;
-    live = 0;
-    counting = true;
-}
-
 extern "C" {
 
 void* __wrap_malloc(size_t size)

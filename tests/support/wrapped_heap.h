@@ -10,7 +10,13 @@
 class WrappedHeap
 {
 public:
-    explicit WrappedHeap(int64_t failing_one = 0, void (*told)(int64_t allocation) = nullptr);
+    explicit WrappedHeap(int64_t failing_one = 0, void (*told)(int64_t allocation) = nullptr)
+    {
+        watch = told;
+        failing = failing_one;
+        tried = live = 0;
+        counting = true;
+    }
     ~WrappedHeap() { counting = false; }
     WrappedHeap(const WrappedHeap&) = delete;
     WrappedHeap& operator=(const WrappedHeap&) = delete;
