@@ -59,7 +59,7 @@ TEST(Image, CreateRefusesNullFilledAndHugeRecords)
 
 TEST(Image, RecreateKeepsWhatFits)
 {
-    ozr_image image = {};
+    OwnedImage image;
     ASSERT_EQ(ozr_image_recreate(&image, 40, 30, 50, ozr_image_format_nv12), ozr_success);
     image.rotation = 270;
     uint8_t* const data = image.data;
@@ -72,7 +72,6 @@ TEST(Image, RecreateKeepsWhatFits)
     EXPECT_EQ(image.rotation, 0);  // a new block loses the tag
     EXPECT_EQ(ozr_image_recreate(&image, 40, 31, 0, ozr_image_format_nv12), ozr_success);
     EXPECT_EQ(image.height, 31);
-    ozr_image_destroy(&image);
     LogCapture log;
     EXPECT_EQ(ozr_image_recreate(nullptr, 1, 1, 0, ozr_image_format_gray), ozr_err_invalid_argument);
     EXPECT_EQ(log.chain(), Chain{"ozr_err_invalid_argument:  @ ozr_image_recreate"});

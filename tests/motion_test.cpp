@@ -49,11 +49,8 @@ ozr_point slow_estimate(const Frame& ref, const Frame& cur, int32_t w, int32_t h
     const auto search = [&](bool horizontal) {
         const auto at = [&](int32_t d) { return horizontal ? cost(d, 0) : cost(0, d); };
         const int32_t still = at(0), minus = at(-1), plus = at(1);
-        int32_t sign = 0;
-        if (minus < still && minus < plus)
-            sign = -1;
-        else if (plus < still && plus <= minus)
-            sign = 1;
+        const bool backward = minus < still && minus < plus, forward = plus < still && plus <= minus;
+        const int32_t sign = forward - backward;
         int32_t found = sign, best = sign < 0 ? minus : plus;
         for (int32_t i = 0; sign != 0 && i < 10; ++i) {
             const int32_t next = at(found + 2 * sign);

@@ -13,9 +13,6 @@ std::string _replaced(std::string text, const std::string& from, const std::stri
     return text.replace(at, from.size(), to);
 }
 
-constexpr char kHead[] = "ozr-pano recording 1\nlibrary OZR\n";
-constexpr char kFrame[] = "file=0.raw format=nv12 width=4 height=4 stride=4 size=24 crc32=00000000";
-
 class Replay : public FolderTest
 {
 protected:
@@ -55,7 +52,6 @@ TEST_F(Replay, RepeatsWhatWasRecordedAndTellsWhatWasChanged)
     const struct {
         const char *what, *from, *to, *complaint;
     } changes[] = {
-        {"nothing", "returned 0\n", "returned 0\n", ""},
         {"a direction", "direction=right\nreturned 0", "direction=left\nreturned 0", "mismatch: "},
         {"an answer", "offset=0,0", "offset=0,1", "mismatch: the library answers 1 of "},
         {"a frame's checksum", "size=28800 crc32=", "size=28800 crc32=0000", "line 5: crc32"},
@@ -67,7 +63,6 @@ TEST_F(Replay, RepeatsWhatWasRecordedAndTellsWhatWasChanged)
         write_text("rec/calls.txt", _replaced(calls, change.from, change.to));
         const std::string said = complaint();
         EXPECT_NE(said.find(change.complaint), std::string::npos) << said;
-        EXPECT_EQ(said.empty(), *change.complaint == '\0') << said;
     }
     std::string other_panorama = calls;
     char& digit = other_panorama[calls.rfind("crc32=") + 6];
@@ -115,7 +110,8 @@ TEST(Recording, ReadsTheDocumentedExample)
 
 TEST(Recording, RefusesEachFaultWithItsLine)
 {
-    const std::string head = kHead, frame = kFrame;
+    const std::string head = "ozr-pano recording 1\nlibrary OZR\n",
+                      frame = "file=0.raw format=nv12 width=4 height=4 stride=4 size=24 crc32=00000000";
     EXPECT_TRUE(parse_recording(head + "# a comment\n\nrun\nreturned -6\nend\n").complete);
     EXPECT_EQ(parse_recording(head + "detect_frame_to_stitch " + frame + "\n").calls.size(), 1U);
     const struct {

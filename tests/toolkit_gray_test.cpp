@@ -138,9 +138,9 @@ TEST(Crop, EqualsTheResizeOfThePart)
         for (Size to : kTargets) {
             const auto check = [&](Resize resize, auto crop_resize) {
                 Bytes plain(50 * 41), cropped(50 * 41);
-                ASSERT_EQ(resize(plain.data(), to.width, to.height, 50,
-                                 &src.bytes[static_cast<size_t>(crop.top * src.stride + crop.left)],
-                                 crop.right - crop.left, crop.bottom - crop.top, src.stride),
+                const uint8_t* part = src.data() + crop.top * src.stride + crop.left;
+                ASSERT_EQ(resize(plain.data(), to.width, to.height, 50, part, crop.right - crop.left,
+                                 crop.bottom - crop.top, src.stride),
                           ozr_success);
                 ASSERT_EQ(crop_resize(cropped.data(), to.width, to.height, 50, src.data(), 35, 33, src.stride,
                                       &crop),
@@ -292,7 +292,6 @@ TEST(Census, CodesBrighterThanTheMeanAlongTheWholeWalk)
             want[k + width + 1] = static_cast<uint16_t>(code);
         }
         EXPECT_EQ(dst, want) << width << 'x' << height;
-        EXPECT_EQ(want[count - width - 1], 0xBEEF);
     }
     const Bytes flat(9, 77);  // equal to the mean is not brighter
     uint16_t codes[9] = {};

@@ -12,21 +12,19 @@ void __real_free(void* block);
 namespace
 {
 
-using Heap = WrappedHeap;
-
 bool refuse()
 {
-    if (!Heap::counting)
+    if (!WrappedHeap::counting)
         return false;
-    const int64_t allocation = ++Heap::tried;
-    if (Heap::watch != nullptr)
-        Heap::watch(allocation);
-    return allocation == Heap::failing;
+    const int64_t allocation = ++WrappedHeap::tried;
+    if (WrappedHeap::watch != nullptr)
+        WrappedHeap::watch(allocation);
+    return allocation == WrappedHeap::failing;
 }
 
 void* counted(void* block)
 {
-    Heap::live += block != nullptr ? 1 : 0;
+    WrappedHeap::live += block != nullptr ? 1 : 0;
     return block;
 }
 
@@ -49,13 +47,13 @@ void* __wrap_realloc(void* block, size_t size)
     if (refuse())
         return nullptr;
     void* moved = __real_realloc(block, size);
-    Heap::live += block == nullptr && moved != nullptr ? 1 : 0;
+    WrappedHeap::live += block == nullptr && moved != nullptr ? 1 : 0;
     return moved;
 }
 
 void __wrap_free(void* block)
 {
-    Heap::live -= block != nullptr ? 1 : 0;
+    WrappedHeap::live -= block != nullptr ? 1 : 0;
     __real_free(block);
 }
 }
