@@ -85,9 +85,8 @@ TEST(Image, CopyMovesRowsAndChromaAndNothingElse)
             const TestImage src(format, width, height, width + 3, 1);
             TestImage dst(format, width, height, width + 6, 2, 16);
             dst.rotation = 180;
-            const auto expect_plane = [&](int32_t from, int32_t to, int32_t bytes, int32_t rows,
-                                          int32_t split) {
-                for (int32_t at = 0; at < bytes * rows; ++at)
+            const auto expect_plane = [&](int from, int to, int bytes, int rows, int split) {
+                for (int at = 0; at < bytes * rows; ++at)
                     dst.buffer.expect(to + at / bytes * (dst.stride / split) + at % bytes,
                                       src.data[from + at / bytes * (src.stride / split) + at % bytes]);
             };

@@ -19,6 +19,7 @@ struct Call {
     ozr_image picture = {pixels.data(), 96 * 64 * 3 / 2, 96, 64, ozr_image_format_nv12, 96, 0};
     ozr_image* image = &picture;
     ozr_image output = {};
+    ozr_image* result = &output;
     ozr_point point = {30, 0};
     ozr_point* offset = &point;
     ozr_panorama_direction way = ozr_panorama_direction_auto;
@@ -50,9 +51,7 @@ const Function kDetect = {
 const Function kStitch = {"stitch_one_image", "(input_image, offset)",
                           [](Call& c) { return ozr_panorama_stitch_one_image(c.handle, c.image, c.offset); }};
 const Function kReset = {"reset", "()", [](Call& c) { return ozr_panorama_reset(c.handle); }};
-const Function kRun = {"run", "(output_image)", [](Call& c) {
-                           return ozr_panorama_run(c.handle, c.image != nullptr ? &c.output : nullptr);
-                       }};
+const Function kRun = {"run", "(output_image)", [](Call& c) { return ozr_panorama_run(c.handle, c.result); }};
 
 std::string line(ozr_err error, const std::string& text, const std::string& function)
 {
@@ -148,7 +147,7 @@ TEST(Interface, MissingArgumentsAndSessionsAreNamed)
         {kSet, [](Call& c) { c.params = nullptr; }},   {kGet, [](Call& c) { c.params = nullptr; }},
         {kDetect, [](Call& c) { c.image = nullptr; }}, {kDetect, [](Call& c) { c.offset = nullptr; }},
         {kStitch, [](Call& c) { c.image = nullptr; }}, {kDetect, [](Call& c) { c.direction = nullptr; }},
-        {kRun, [](Call& c) { c.image = nullptr; }},
+        {kRun, [](Call& c) { c.result = nullptr; }},
     };
     for (const auto& argument : missing)
         expect_refusal(argument.function, argument.take_away, ozr_err_invalid_argument,

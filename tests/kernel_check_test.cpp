@@ -165,7 +165,7 @@ void for_each_case(Check check)
 
 }  // namespace
 
-TEST(KernelCheck, ToRgba)
+TEST(KernelCheck, ColoursToRgbaAndBack)
 {
     for_each_case([](Case c) {
         const int32_t n = c.count;
@@ -176,29 +176,6 @@ TEST(KernelCheck, ToRgba)
         c.check(KERNEL(planar_to_rgba_row), 8 * n, luma.data(), u.data(), v.data(), n);
         c.check(KERNEL(yuyv_to_rgba_row), 8 * n, packed.data(), n);
         c.check(KERNEL(gray_to_rgba_row), 4 * n, u.data(), n);
-    });
-}
-
-// Clamping and the last bit depend on all three samples at once: every luma with every pair of chroma samples.
-TEST(KernelCheck, ToRgbaOfEveryColour)
-{
-    std::vector<uint8_t> luma(256), chroma(256), want(1024), out(1024);
-    std::iota(luma.begin(), luma.end(), uint8_t{0});
-    for (int32_t pair = 0; pair < 65536; ++pair) {
-        for (size_t i = 0; i < 256; ++i)
-            chroma[i] = static_cast<uint8_t>(i % 2 == 0 ? pair : pair >> 8);
-        kOzrKernelsScalar.yuv_to_rgba_row(want.data(), luma.data(), chroma.data(), 128);
-        for (const OzrKernels* level : levels_of_this_machine()) {
-            level->yuv_to_rgba_row(out.data(), luma.data(), chroma.data(), 128);
-            ASSERT_EQ(out, want) << level->level << " pair " << pair;
-        }
-    }
-}
-
-TEST(KernelCheck, FromRgba)
-{
-    for_each_case([](Case c) {
-        const int32_t n = c.count;
         Guarded rgba = c.bytes(8 * n);
         c.check(KERNEL(rgba_to_gray_row), n, rgba.data(), n);
         c.check(KERNEL(rgba_to_uv_row), 2 * n, rgba.data(), n);
@@ -211,6 +188,22 @@ TEST(KernelCheck, FromRgba)
         c.check_call(KERNEL(rgba_to_luma_row), 4 * n, 1,
                      [&](auto f, Guarded& out) { f(out.data(), out.data(), n, 1); });
     });
+}
+
+// Clamping and the last bit depend on all three samples at once: every luma with every pair of chroma samples.
+TEST(KernelCheck, EveryColourToRgba)
+{
+    std::vector<uint8_t> luma(256), chroma(256), want(1024), out(1024);
+    std::iota(luma.begin(), luma.end(), uint8_t{0});
+    for (int32_t pair = 0; pair < 65536; ++pair) {
+        for (size_t i = 0; i < 256; ++i)
+            chroma[i] = static_cast<uint8_t>(i % 2 == 0 ? pair : pair >> 8);
+        kOzrKernelsScalar.yuv_to_rgba_row(want.data(), luma.data(), chroma.data(), 128);
+        for (const OzrKernels* level : levels_of_this_machine()) {
+            level->yuv_to_rgba_row(out.data(), luma.data(), chroma.data(), 128);
+            ASSERT_EQ(out, want) << level->level << " pair " << pair;
+        }
+    }
 }
 
 TEST(KernelCheck, SeamsAndTransitions)
