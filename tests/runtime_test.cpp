@@ -84,11 +84,9 @@ TEST(AlignedMemory, IsAlignedUsableAndGivenBack)
     ASSERT_NE(wrapped, nullptr);
     ozr_free_aligned(wrapped);
     EXPECT_EQ(heap.live_blocks(), 0);
-    {
-        const WrappedHeap full(1);
-        EXPECT_EQ(ozr_malloc_aligned(10, 16), nullptr);
-    }
     const WrappedHeap full(1);
+    EXPECT_EQ(ozr_malloc_aligned(10, 16), nullptr);
+    const WrappedHeap full_again(1);
     EXPECT_EQ(ozr_calloc_aligned(1, 10, 16), nullptr);
 }
 
