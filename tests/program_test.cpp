@@ -231,17 +231,21 @@ TEST_F(Program, DemoSweepsInEveryDirection)
         ASSERT_EQ(outcome.status, 0) << outcome.err;
         EXPECT_EQ(outcome.err, "");
         int announced = 0, dx, dy;
-        double true_x, true_y;
+        double true_x, true_y, swept = 0;
         for (const char* at = outcome.out.c_str(); (at = strstr(at, "\"offset\":")) != nullptr;
              ++at, ++announced) {
             ASSERT_EQ(sscanf(at, "\"offset\":[%d,%d],\"truth\":[%lf,%lf]", &dx, &dy, &true_x, &true_y), 4);
             const double along = dx * direction.x + dy * direction.y;
-            EXPECT_NEAR(along, true_x * direction.x + true_y * direction.y, along / 3);
+            const double truth = true_x * direction.x + true_y * direction.y;
+            EXPECT_NEAR(along, truth, along / 3);
+            swept += truth;
             EXPECT_NEAR(dx * direction.y + dy * direction.x, true_x * direction.y + true_y * direction.x, 10);
         }
         EXPECT_EQ(announced, 3);
         const std::vector<uint8_t> file = read_file("out/a.png");
         const auto& [width, height, pixels] = decode_png(file);
+        // Offsets are those of previews of twice the size, which the projection stretches by up to 418 / 345.
+        EXPECT_NEAR(direction.x != 0 ? width - 320 : height - 240, swept / 2 * 1.17, 16);
         const std::string size = std::to_string(width) + "," + std::to_string(height);
         const size_t told = outcome.out.find("\"pictures_used\":4,\"panorama_size\":[" + size + "]");
         EXPECT_NE(told, std::string::npos) << outcome.out;

@@ -107,22 +107,21 @@ TEST(Retrace, FindsTheSeamsAndBordersOfThePanorama)
                             {ozr_panorama_direction_up, {1000, 1180}, {-3, -60}, false}};
     for (const Sweep& sweep : sweeps) {
         SCOPED_TRACE(sweep.direction);
-        const Handle owner = create_panorama();
-        ozr_panorama* const handle = owner.get();
+        const Handle handle = create_panorama();
         Retrace retrace;
         const ozr_panorama_parameters parameters = {70, sweep.direction};
-        ASSERT_EQ(ozr_panorama_set_parameters(handle, &parameters), ozr_success);
+        ASSERT_EQ(ozr_panorama_set_parameters(handle.get(), &parameters), ozr_success);
         retrace.set_parameters(parameters);
         ImageOwner picture(kWidth, kHeight);
         for (int32_t i = 0; i < kPictures; ++i) {
             _paint(static_cast<size_t>(i),
                    {sweep.start.x + i * sweep.step.x, sweep.start.y + i * sweep.step.y}, sweep.is_vertical(),
                    picture.get());
-            ASSERT_EQ(ozr_panorama_stitch_one_image(handle, picture.get(), nullptr), ozr_success);
+            ASSERT_EQ(ozr_panorama_stitch_one_image(handle.get(), picture.get(), nullptr), ozr_success);
             retrace.add(picture.get(), nullptr);
         }
         ozr_image panorama;
-        ASSERT_EQ(ozr_panorama_run(handle, &panorama), ozr_success);
+        ASSERT_EQ(ozr_panorama_run(handle.get(), &panorama), ozr_success);
         const Layout layout = retrace.layout(panorama, kPictures);
         ASSERT_EQ(layout.overlaps.size(), kPictures - 1U);
         _check_boxes(sweep, layout);
