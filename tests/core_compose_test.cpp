@@ -21,19 +21,15 @@ void fill(TestCore* core, const std::vector<int32_t>& levels, int32_t x, int32_t
 }
 
 struct Composed {
-    explicit Composed(TestCore* core, int32_t count)
+    Composed(TestCore* core, int32_t count) : result(panorama_core_panorama(core->core, count, owner.get()))
     {
-        result = panorama_core_panorama(core->core, count, &img);
     }
-    ~Composed() { PanoImg_Destroy(&img); }
-    Composed(const Composed&) = delete;
-    Composed& operator=(const Composed&) = delete;
-
     int32_t luma(int32_t x, int32_t y) const { return pano_row(&img, y)[x]; }
     int32_t chroma(int32_t x, int32_t y) const { return pano_chroma_row(&img, y)[x]; }
 
-    PanoImg img = {};
-    int32_t result = 0;
+    PanoImgOwner owner;
+    const PanoImg& img = *owner.get();
+    const int32_t result;
 };
 
 }  // namespace
@@ -82,10 +78,8 @@ TEST(Compose, ShowsTheCommonBandOfDriftingPictures)
     for (int32_t drift : {3, -3}) {
         TestCore core(1, 96, 64);
         fill(&core, {0, 0, 0}, 32, drift);
-        for (int32_t i = 0; i < 3; ++i) {
-            for (int32_t y = 0; y < 64; ++y)
-                std::fill_n(pano_row(&core->frames[i], y), 96, static_cast<uint8_t>(y + i * drift + 10));
-        }
+        for (int32_t i = 0; i < 3; ++i)
+            fill_luma(core->frames[i], [=](int32_t, int32_t y) { return y + i * drift + 10; });
         const Composed out(&core, 3);
         ASSERT_EQ(out.result, 0);
         EXPECT_EQ(out.img.height, (64 - 6) & ~15);
@@ -136,13 +130,8 @@ TEST(Compose, SeamsStayInOrder)
     // Both overlaps would like their seam in the same canvas column; the second must stay right of the first.
     TestCore core(1, 96, 32);
     fill(&core, {50, 50, 50}, 16, 0);
-    for (int32_t i = 0; i < 3; ++i) {
-        for (int32_t y = 0; y < 32; ++y) {
-            uint8_t* row = pano_row(&core->frames[i], y);
-            for (int32_t x = 0; x < 96; ++x)
-                row[x] = static_cast<uint8_t>(16 * i + x == 60 ? 50 : 100 + 50 * i);
-        }
-    }
+    for (int32_t i = 0; i < 3; ++i)
+        fill_luma(core->frames[i], [=](int32_t x, int32_t) { return 16 * i + x == 60 ? 50 : 100 + 50 * i; });
     const Composed out(&core, 3);
     ASSERT_EQ(out.result, 0);
     for (int32_t x = 0; x < 128; ++x) {

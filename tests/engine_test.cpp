@@ -11,11 +11,6 @@
 #include "support/log_capture.h"
 #include "support/wrapped_heap.h"
 
-namespace
-{
-
-}  // namespace
-
 TEST(EngineParameters, AreCheckedClampedAndDerived)
 {
     TestEngine engine;
@@ -63,30 +58,12 @@ TEST(EngineLife, InitRestoresEverythingButStrictMode)
     PanoramaSave_SetCallBacks(nullptr, nullptr, nullptr);
 }
 
-TEST(EngineDetection, StartMeasuresTheFirstPicture)
-{
-    const TestImg first(kPanoGray, 1280, 960);
-    for (int32_t strict : {0, 1}) {
-        TestEngine engine;
-        panorama_engine_set_param(engine.pe, 0, strict);
-        ASSERT_EQ(panorama_engine_start_capture(engine.pe, &first.img), 0);
-        EXPECT_EQ(engine->inv_scale, 4.0F);
-        const int32_t measured[] = {engine->small_width,        engine->small_height, engine->target_x,
-                                    engine->target_y,           engine->tolerance_x,  engine->tolerance_y,
-                                    engine->direction_threshold};
-        const int32_t want[][7] = {{320, 240, 384, 288, 25, 19, 12544}, {320, 240, 384, 288, 64, 48, 12544}};
-        EXPECT_TRUE(std::equal(measured, measured + 7, want[strict]));
-        EXPECT_EQ(panorama_engine_start_capture(engine.pe, &first.img), kPanoWrongState);
-        EXPECT_EQ(panorama_engine_set_param(engine.pe, 0, 1), kPanoWrongState);
-    }
-}
-
 // The frames stand still, so the motion is what the context already holds.
 TEST(EngineDetection, DecidesDirectionAndTrigger)
 {
     using Row = std::array<int32_t, 6>;  // strict, direction, motion x and y; due, direction
     // The direction is decided beyond 112 pixels, by the longer side; ties are horizontal.
-    const Row decided[] = {{0, 0, 60, 80, 0, 0},    {0, 0, 112, 0, 0, 0},  {0, 0, -200, 10, 0, 2},
+    const Row decided[] = {{0, 0, 68, 90, 0, 3},    {0, 0, 112, 0, 0, 0},  {0, 0, -200, 10, 0, 2},
                            {0, 0, 50, -200, 0, 4},  {0, 0, 50, 200, 0, 3}, {0, 0, 100, 100, 0, 1},
                            {0, 0, -100, 100, 0, 2}, {0, 0, 400, 0, 1, 1}};
     // A picture is due from 384 - 24 or 288 - 18 pixels on, however far.
@@ -106,6 +83,7 @@ TEST(EngineDetection, DecidesDirectionAndTrigger)
         TestEngine engine;
         panorama_engine_set_param(engine.pe, 0, strict);
         ASSERT_EQ(panorama_engine_start_capture(engine.pe, &first.img), 0);
+        EXPECT_TRUE(engine->inv_scale == 4.0F && engine->small_width == 320 && engine->small_height == 240);
         engine->direction = direction;
         engine->offset_x = x;
         engine->offset_y = y;
@@ -118,31 +96,34 @@ TEST(EngineDetection, DecidesDirectionAndTrigger)
 
 TEST(EngineDetection, CountsMotionOfEveryFormatAndRebasesOnPreviews)
 {
-    for (int32_t format : {kPanoGray, kPanoNv12, kPanoYuyv}) {
-        SCOPED_TRACE(format);
-        TestEngine engine;
-        const auto frame = [&](int32_t width, int32_t height, int32_t dx) {
-            auto img = std::make_unique<TestImg>(format, width, height);
-            for (int32_t y = 0; y < height; ++y) {
-                for (int32_t x = 0; x < width; ++x)
-                    img->at(format == kPanoYuyv ? 2 * x : x, y) =
-                        static_cast<uint8_t>(noise((x + dx) / 4, y / 4));
-            }
-            return img;
-        };
+    const struct {
+        int32_t format;
+        ozr_point step;
+        const char* direction;
+    } cases[] = {{kPanoGray, {5, 0}, "RIGHT"},
+                 {kPanoNv12, {-5, 0}, "LEFT"},
+                 {kPanoYuyv, {0, 5}, "DOWN"},
+                 {kPanoGray, {0, -5}, "UP"}};
+    for (const auto& [format, step, direction] : cases) {
+        SCOPED_TRACE(direction);
         const NoisePicture first(640, 480, 0, 0);
+        TestEngine engine;
         ASSERT_EQ(panorama_engine_start_capture(engine.pe, &first.img), 0);
         LogCapture log;
-        ASSERT_EQ(panorama_engine_process_frame(engine.pe, &frame(320, 240, 0)->img), 0);
-        EXPECT_EQ(engine->offset_x, 0);  // another size: no motion, new targets
-        EXPECT_TRUE(engine->ref_width == 320 && engine->target_x == 96 && engine->inv_scale == 1.0F);
-        EXPECT_EQ(engine->direction_threshold, 784);
-        for (int32_t i = 1; i <= 6; ++i) {
-            ASSERT_EQ(panorama_engine_process_frame(engine.pe, &frame(320, 240, 5 * i)->img), 0);
-            EXPECT_EQ(engine->offset_x, 5 * i);
+        for (int32_t i = 0; i <= 6; ++i) {
+            const ozr_point at = {i * step.x, i * step.y};
+            const TestImg frame(format, 320, 240);
+            fill_luma(frame.img, [=](int32_t x, int32_t y) {
+                return noise((x + at.x + 100) / 4, (y + at.y + 100) / 4);
+            });
+            ASSERT_EQ(panorama_engine_process_frame(engine.pe, &frame.img), 0);
+            // The first frame has another size than the picture: no motion, new targets.
+            EXPECT_TRUE(engine->offset_x == at.x && engine->offset_y == at.y) << i;
+            EXPECT_TRUE(engine->ref_width == 320 && engine->target_x == 96 && engine->inv_scale == 1.0F);
+            EXPECT_EQ(engine->direction_threshold, 784);
         }
-        EXPECT_EQ(engine->direction, kDirectionRight);
-        EXPECT_EQ(log.progress(), Lines{"panorama_engine_process_frame: direction = PANO_DIR_RIGHT"});
+        EXPECT_EQ(log.progress(),
+                  Lines{std::string("panorama_engine_process_frame: direction = PANO_DIR_") + direction});
     }
 }
 
@@ -164,6 +145,7 @@ TEST(EngineDetection, RefusalsInOrderAndTheEndOfAFullSweep)
         EXPECT_EQ(panorama_engine_start_capture(engine.pe, &wild), kPanoBadArgument);
     }
     ASSERT_EQ(panorama_engine_start_capture(engine.pe, &gray.img), 0);
+    EXPECT_EQ(panorama_engine_start_capture(engine.pe, &gray.img), kPanoWrongState);
     EXPECT_EQ(panorama_engine_process_frame(engine.pe, &nv21.img), kPanoNotSupported);
     PanoImg narrow = gray.img;
     narrow.stride = 63;
@@ -231,12 +213,10 @@ TEST(EngineIntake, ScalesAndTurnsOffsets)
         const int32_t last_reached = (side - 1 + side / 10) / 2;
         for (int32_t along : {last_reached, last_reached + 1}) {
             SCOPED_TRACE(testing::Message() << "direction " << direction << " offset " << along);
-            TestEngine engine;
             const NoisePicture first(96, 64, 0, 0), second(96, 64, 20, 20);
-            ASSERT_EQ(engine.take(first.img, {0, 0}), 1);
+            TestEngine engine(first.img, direction);
             engine->ref_width = 48;
             engine->ref_height = 32;
-            engine->direction = direction;
             const ozr_point offset = vertical ? ozr_point{0, sign * along} : ozr_point{sign * along, 0};
             ASSERT_EQ(engine.take(second.img, offset), 2);
             const bool forward = direction == kDirectionRight || direction == kDirectionUp;
@@ -249,18 +229,15 @@ TEST(EngineIntake, ScalesAndTurnsOffsets)
 
 TEST(EngineIntake, RefusesOffsetsThatCannotBeScaled)
 {
+    const NoisePicture first(96, 64, 0, 0);
     for (const ozr_point& offset : {ozr_point{INT32_MAX, 0}, {0, INT32_MIN}}) {
-        TestEngine engine;
-        const NoisePicture first(96, 64, 0, 0);
-        ASSERT_EQ(engine.take(first.img, {0, 0}), 1);
+        TestEngine engine(first.img, kDirectionRight);
         engine->ref_width = 48;
-        engine->direction = kDirectionRight;
         EXPECT_EQ(engine.take(first.img, offset), kPanoBadArgument);
         EXPECT_EQ(engine->image_state[1], kSlotFailed);
         EXPECT_EQ(engine->frame_present[0], 0);
     }
     TestEngine idle;  // never started: there is no size to scale from
-    const NoisePicture first(96, 64, 0, 0);
     for (int32_t i = 0; i < 2; ++i)
         panorama_engine_prepare_stitch(idle.pe);
     const ozr_point origin = {0, 0};
@@ -275,9 +252,7 @@ TEST(EngineIntake, ReadsNoFurtherThanTheSize)
     PanoImg half = first.img;
     half.size = 96 * 64 + 96 * 16;
     for (const PanoImg& picture : {first.img, half}) {
-        TestEngine engine;
-        ASSERT_EQ(engine.take(first.img, {0, 0}), 1);
-        engine->direction = kDirectionRight;
+        TestEngine engine(first.img, kDirectionRight);
         ASSERT_EQ(engine.take(picture, {30, 0}), 2);
         EXPECT_EQ(pano_chroma_row(&engine->core->frames[1], 0)[0], 128);
         EXPECT_EQ(pano_chroma_row(&engine->core->frames[1], 31)[0], picture.size < first.img.size ? 0 : 128);
@@ -287,18 +262,15 @@ TEST(EngineIntake, ReadsNoFurtherThanTheSize)
 TEST(EngineIntake, PicturesStayWithoutADirectionAndWaitForTheFirst)
 {
     const NoisePicture first(96, 64, 0, 0), second(96, 64, 30, 0);
-    TestEngine undecided;
-    ASSERT_EQ(undecided.take(first.img, {0, 0}), 1);
+    TestEngine undecided(first.img, kDirectionUndecided);
     ASSERT_EQ(undecided.take(second.img, {30, 0}), 2);
     EXPECT_EQ(undecided->frames[0].data, nullptr);
     EXPECT_TRUE(undecided->frame_present[0] == 0 && undecided->frame_present[1] == 1);
     EXPECT_EQ(undecided->image_state[1], kSlotAdded);
     EXPECT_EQ(memcmp(undecided->frames[1].data, second.img.data, static_cast<size_t>(second.img.size)), 0);
 
-    TestEngine busy;
-    ASSERT_EQ(busy.take(first.img, {0, 0}), 1);
+    TestEngine busy(first.img, kDirectionRight);
     busy->frame_present[0] = 0;
-    busy->direction = kDirectionRight;
     EXPECT_EQ(busy.take(second.img, {30, 0}), kPanoPictureBusy);
     EXPECT_EQ(busy->image_state[1], kSlotAdding);
     EXPECT_EQ(panorama_engine_check_ready_to_destroy(busy.pe), kPanoPictureBusy);
@@ -335,9 +307,8 @@ TEST(EngineCancel, AnswersByStatus)
 
 TEST(EngineSynthesis, ASinglePictureIsCopied)
 {
-    TestEngine engine;
     const NoisePicture only(90, 60, 0, 0);
-    ASSERT_EQ(engine.take(only.img, {0, 0}), 1);
+    TestEngine engine(only.img, kDirectionUndecided);
     ASSERT_EQ(panorama_engine_stop_capture(engine.pe), 0);
     ASSERT_EQ(panorama_engine_stop_capture(engine.pe), 0);
     LogCapture log;
@@ -354,27 +325,26 @@ TEST(EngineSynthesis, ASinglePictureIsCopied)
 TEST(EngineSynthesis, ComposesBothWaysAndTurnsVerticalSweepsBack)
 {
     for (int32_t direction : {kDirectionRight, kDirectionUp}) {
-        TestEngine engine;
         const bool vertical = direction == kDirectionUp;
-        const NoisePicture first(96, 96, 0, 0), second(96, 96, vertical ? 0 : 30, vertical ? -30 : 0);
-        ASSERT_EQ(engine.take(first.img, {0, 0}), 1);
-        engine->direction = direction;
-        ASSERT_EQ(engine.take(second.img, vertical ? ozr_point{0, -30} : ozr_point{30, 0}), 2);
+        const ozr_point step = vertical ? ozr_point{0, -30} : ozr_point{30, 0};
+        const NoisePicture first(96, 96, 0, 0), second(96, 96, step.x, step.y);
+        TestEngine engine(first.img, direction);
+        ASSERT_EQ(engine.take(second.img, step), 2);
         ASSERT_EQ(panorama_engine_stop_capture(engine.pe), 0);
         LogCapture log;
         ASSERT_EQ(panorama_engine_process_synthesis(engine.pe), 0);
         const PanoImg& out = engine->out_img;
         EXPECT_GE(vertical ? out.height : out.width, 112);
         EXPECT_LE(vertical ? out.width : out.height, 96);
-        const std::string tag = "panorama_engine_process_synthesis: ";
-        char block[64], size[64];
+        const std::string tag = "panorama_engine_process_synthesis: ",
+                          size = std::to_string(out.width) + "x" + std::to_string(out.height);
+        char block[64];
         snprintf(block, sizeof(block), "Original Pointer : 0x%X",
                  static_cast<uint32_t>(reinterpret_cast<uintptr_t>(engine->out_raw)));
-        snprintf(size, sizeof(size), "out_img size = %dx%d", out.width, out.height);
-        EXPECT_EQ(log.progress(),
-                  (Lines{tag + "process_synthesis()",
-                         "panorama_core_panorama: start synthesis 2 image(s), (size: 96x96)", tag + block,
-                         tag + size, tag + "return = 0", tag + "process_synthesis end pe->status = 4 "}));
+        EXPECT_EQ(log.progress(), (Lines{tag + "process_synthesis()",
+                                         "panorama_core_panorama: start synthesis 2 image(s), (size: 96x96)",
+                                         tag + block, tag + "out_img size = " + size, tag + "return = 0",
+                                         tag + "process_synthesis end pe->status = 4 "}));
     }
 }
 
@@ -397,10 +367,8 @@ TEST(EngineSynthesis, FailuresSetTheStatus)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        TestEngine engine;
         const NoisePicture first(96, 64, 0, 0), second(96, 64, 30, 0);
-        ASSERT_EQ(engine.take(first.img, {0, 0}), 1);
-        engine->direction = kDirectionRight;
+        TestEngine engine(first.img, kDirectionRight);
         ASSERT_EQ(engine.take(second.img, {30, 0}), 2);
         ASSERT_EQ(panorama_engine_stop_capture(engine.pe), 0);
         c.break_it(engine.pe);

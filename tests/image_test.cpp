@@ -59,7 +59,7 @@ TEST(Image, CreateRefusesNullFilledAndHugeRecords)
 
 TEST(Image, RecreateKeepsWhatFits)
 {
-    ozr_image image = {};
+    OwnedImage image;
     ASSERT_EQ(ozr_image_recreate(&image, 40, 30, 50, ozr_image_format_nv12), ozr_success);
     image.rotation = 270;
     uint8_t* const data = image.data;
@@ -72,7 +72,6 @@ TEST(Image, RecreateKeepsWhatFits)
     EXPECT_EQ(image.rotation, 0);  // a new block loses the tag
     EXPECT_EQ(ozr_image_recreate(&image, 40, 31, 0, ozr_image_format_nv12), ozr_success);
     EXPECT_EQ(image.height, 31);
-    ozr_image_destroy(&image);
     LogCapture log;
     EXPECT_EQ(ozr_image_recreate(nullptr, 1, 1, 0, ozr_image_format_gray), ozr_err_invalid_argument);
     EXPECT_EQ(log.chain(), Chain{"ozr_err_invalid_argument:  @ ozr_image_recreate"});
@@ -86,9 +85,8 @@ TEST(Image, CopyMovesRowsAndChromaAndNothingElse)
             const TestImage src(format, width, height, width + 3, 1);
             TestImage dst(format, width, height, width + 6, 2, 16);
             dst.rotation = 180;
-            const auto expect_plane = [&](int32_t from, int32_t to, int32_t bytes, int32_t rows,
-                                          int32_t split) {
-                for (int32_t at = 0; at < bytes * rows; ++at)
+            const auto expect_plane = [&](int from, int to, int bytes, int rows, int split) {
+                for (int at = 0; at < bytes * rows; ++at)
                     dst.buffer.expect(to + at / bytes * (dst.stride / split) + at % bytes,
                                       src.data[from + at / bytes * (src.stride / split) + at % bytes]);
             };

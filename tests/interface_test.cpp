@@ -2,37 +2,24 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <memory>
 #include <vector>
 
-#include "ozr_image.h"
-#include "ozr_panorama.h"
+#include "support/handle.h"
 #include "support/log_capture.h"
 
 namespace
 {
 
-struct Destroy {
-    void operator()(ozr_panorama* pano) const { ozr_panorama_destroy(pano); }
-};
-using Handle = std::unique_ptr<ozr_panorama, Destroy>;
-
-Handle create()
-{
-    ozr_panorama* pano = nullptr;
-    EXPECT_EQ(ozr_panorama_create(nullptr, &pano), ozr_success);
-    return Handle(pano);
-}
-
 // Everything that a call of any function may be given, all of it valid.
 struct Call {
-    Handle owner = create();
+    Handle owner = create_panorama();
     ozr_panorama* handle = owner.get();
     std::vector<uint8_t> pixels =
         std::vector<uint8_t>(96 * 64 * 3 / 2);  // exactly as many as the picture needs
-    ozr_image picture = {};
+    ozr_image picture = {pixels.data(), 96 * 64 * 3 / 2, 96, 64, ozr_image_format_nv12, 96, 0};
     ozr_image* image = &picture;
     ozr_image output = {};
+    ozr_image* result = &output;
     ozr_point point = {30, 0};
     ozr_point* offset = &point;
     ozr_panorama_direction way = ozr_panorama_direction_auto;
@@ -44,39 +31,27 @@ struct Call {
         void* session;
     } hollow = {};
 
-    Call()
-    {
-        uint32_t state = 1;
-        for (uint8_t& byte : pixels)
-            byte = static_cast<uint8_t>((state = state * 1664525U + 1013904223U) >> 24);
-        picture = {pixels.data(), 96 * 64 * 3 / 2, 96, 64, ozr_image_format_nv12, 96, 0};
-    }
     void set_direction() { ozr_panorama_set_parameters(handle, params); }
     void add() { ozr_panorama_stitch_one_image(handle, image, nullptr); }
 };
 
 struct Function {
     const char* name;
+    const char* passed;  // what it passes to the session; null when it words no failure of it
     ozr_err (*call)(Call& c);
-    const char* passes_on;  // how it words the session's failure
 };
 
-const Function kSet = {"set_parameters",
-                       [](Call& c) { return ozr_panorama_set_parameters(c.handle, c.params); },
-                       "from self->panorama->set_parameters(&param)"};
-const Function kGet = {"get_parameters",
-                       [](Call& c) { return ozr_panorama_get_parameters(c.handle, c.params); }, ""};
+const Function kSet = {"set_parameters", "(&param)",
+                       [](Call& c) { return ozr_panorama_set_parameters(c.handle, c.params); }};
+const Function kGet = {"get_parameters", "(&param)",
+                       [](Call& c) { return ozr_panorama_get_parameters(c.handle, c.params); }};
 const Function kDetect = {
-    "detect_frame_to_stitch",
-    [](Call& c) { return ozr_panorama_detect_frame_to_stitch(c.handle, c.image, c.offset, c.direction); },
-    ""};
-const Function kStitch = {"stitch_one_image",
-                          [](Call& c) { return ozr_panorama_stitch_one_image(c.handle, c.image, c.offset); },
-                          "from self->panorama->stitch_one_image(input_image, offset)"};
-const Function kReset = {"reset", [](Call& c) { return ozr_panorama_reset(c.handle); }, ""};
-const Function kRun = {
-    "run", [](Call& c) { return ozr_panorama_run(c.handle, c.image != nullptr ? &c.output : nullptr); },
-    "from self->panorama->run(output_image)"};
+    "detect_frame_to_stitch", nullptr,
+    [](Call& c) { return ozr_panorama_detect_frame_to_stitch(c.handle, c.image, c.offset, c.direction); }};
+const Function kStitch = {"stitch_one_image", "(input_image, offset)",
+                          [](Call& c) { return ozr_panorama_stitch_one_image(c.handle, c.image, c.offset); }};
+const Function kReset = {"reset", "()", [](Call& c) { return ozr_panorama_reset(c.handle); }};
+const Function kRun = {"run", "(output_image)", [](Call& c) { return ozr_panorama_run(c.handle, c.result); }};
 
 std::string line(ozr_err error, const std::string& text, const std::string& function)
 {
@@ -102,13 +77,11 @@ void expect_refusal(const Function& function, Break break_it, ozr_err want, cons
 
 TEST(Interface, HandlesShowTheDefaults)
 {
-    const Handle pano = create();
+    const Handle pano = create_panorama();
     ozr_config config = {};
     EXPECT_EQ(ozr_panorama_get_default_config(&config), ozr_success);
     EXPECT_EQ(ozr_panorama_get_default_config(nullptr), ozr_err_invalid_argument);
-    EXPECT_EQ(config.version.major, 1);
-    EXPECT_EQ(config.version.minor, 0);
-    EXPECT_EQ(config.version.patch, 1);
+    EXPECT_TRUE(config.version.major == 1 && config.version.minor == 0 && config.version.patch == 1);
     EXPECT_STREQ(config.description, "OZR 1.0.1-0 - Panorama 1.2.0-OPT2.0");
     EXPECT_EQ(memcmp(&pano->version, &config.version, sizeof(ozr_version)), 0);
     EXPECT_EQ(pano->description, config.description);
@@ -174,7 +147,7 @@ TEST(Interface, MissingArgumentsAndSessionsAreNamed)
         {kSet, [](Call& c) { c.params = nullptr; }},   {kGet, [](Call& c) { c.params = nullptr; }},
         {kDetect, [](Call& c) { c.image = nullptr; }}, {kDetect, [](Call& c) { c.offset = nullptr; }},
         {kStitch, [](Call& c) { c.image = nullptr; }}, {kDetect, [](Call& c) { c.direction = nullptr; }},
-        {kRun, [](Call& c) { c.image = nullptr; }},
+        {kRun, [](Call& c) { c.result = nullptr; }},
     };
     for (const auto& argument : missing)
         expect_refusal(argument.function, argument.take_away, ozr_err_invalid_argument,
@@ -194,16 +167,11 @@ TEST(Interface, TheSessionsRefusalsArePassedOn)
     } faults[] = {
         {"set within a sweep", kSet, [](Call& c) { c.add(); }, ozr_err_invalid_status},
         {"detect before the first picture", kDetect, [](Call&) {}, ozr_err_invalid_status},
-        {"detect in NV21", kDetect, [](Call& c) { c.add(), c.image->format = ozr_image_format_nv21; },
-         ozr_err_not_supported},
         {"stitch RGBA", kStitch, [](Call& c) { c.image->format = ozr_image_format_rgba32; },
          ozr_err_not_supported},
         {"stitch without pixels", kStitch, [](Call& c) { c.image->data = nullptr; },
          ozr_err_invalid_argument},
         {"second picture without a direction", kStitch, [](Call& c) { c.add(); }, ozr_err_invalid_status},
-        {"third picture of another size", kStitch,
-         [](Call& c) { c.set_direction(), c.add(), c.add(), c.image->height = 60; },
-         ozr_err_invalid_argument},
         {"second picture of another stride", kStitch,
          [](Call& c) { c.set_direction(), c.add(), c.image->width = c.image->stride = 64; },
          ozr_err_invalid_argument},
@@ -218,9 +186,10 @@ TEST(Interface, TheSessionsRefusalsArePassedOn)
     };
     for (const auto& fault : faults) {
         SCOPED_TRACE(fault.what);
+        const auto& [name, passed, call] = fault.function;
+        const std::string reason = passed ? std::string("from self->panorama->") + name + passed : "";
         expect_refusal(fault.function, fault.break_it, fault.want,
-                       {line(fault.want, "", fault.function.name),
-                        line(fault.want, fault.function.passes_on, fault.function)});
+                       {line(fault.want, "", name), line(fault.want, reason, fault.function)});
     }
 }
 
@@ -239,15 +208,14 @@ TEST(Interface, PicturesThatDoNotOverlapAreLeftOut)
 TEST(Interface, ParametersAreKeptUntilAReset)
 {
     Call call;
-    int32_t overlap = 50;
-    for (int32_t way : {1, 2, 3, 4, 5, -1, 9, 0}) {
+    const int32_t set[][2] = {{50, 1}, {90, 2}, {60, 3}, {90, 4}, {60, 5}, {90, -1}, {60, 9}, {90, 0}};
+    for (const auto& [overlap, way] : set) {
         call.values = {overlap, static_cast<ozr_panorama_direction>(way)};
         ASSERT_EQ(kSet.call(call), ozr_success);
         call.values = {0, ozr_panorama_direction_up};
         ASSERT_EQ(kGet.call(call), ozr_success);
         EXPECT_EQ(call.values.overlapping_ratio, overlap);
         EXPECT_EQ(call.values.direction, way >= 1 && way <= 4 ? way : 0);  // an unknown direction means auto
-        overlap = overlap == 50 ? 90 : 60;
         EXPECT_EQ(call.handle->min_overlapping_ratio, 50);
     }
     ASSERT_EQ(kReset.call(call), ozr_success);

@@ -8,11 +8,13 @@
 #include <algorithm>
 #include <cstring>
 #include <iostream>
+#include <numeric>
 #include <vector>
 
 #include "ozr_cpu.h"
 #include "ozr_kernels.h"
-#include "support/pictures.h"
+#include "support/handle.h"
+#include "support/sweeps.h"
 
 namespace
 {
@@ -22,11 +24,21 @@ namespace
 enum class Edge { kStart, kEnd, kOffset };
 enum class Fill { kRandom, kZeros, kOnes, kExtremes };
 
+std::vector<const OzrKernels*> levels_of_this_machine()
+{
+    std::vector<const OzrKernels*> levels;
+    for (const OzrKernels* const* level = kOzrKernelLevels; *level != nullptr; ++level) {
+        if (((*level)->features & ~ozr_cpu_features()) == 0)
+            levels.push_back(*level);
+    }
+    return levels;
+}
+
 // `size` bytes between two pages without access; what else is accessible there is filled too.
 class Guarded
 {
 public:
-    Guarded(size_t size, Edge edge, size_t offset, Fill fill, Random* random) : size_(size)
+    Guarded(size_t size, Edge edge, size_t offset, Fill fill, Random* random)
     {
         const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
         const size_t accessible = (size + offset + page - 1) / page * page;
@@ -50,9 +62,11 @@ public:
 
     uint8_t* data() { return data_; }
     // By way of void*: a block of wider numbers starts or ends at a page, and so it is aligned.
-    uint32_t* words() { return static_cast<uint32_t*>(static_cast<void*>(data_)); }
-    uint16_t* halves() { return static_cast<uint16_t*>(static_cast<void*>(data_)); }
-    size_t size() const { return size_; }
+    template <class Number>
+    Number* as()
+    {
+        return static_cast<Number*>(static_cast<void*>(data_));
+    }
 
     // All that can be written, around the `size` bytes too.
     std::vector<uint8_t> contents() const { return {begin_, end_}; }
@@ -60,7 +74,6 @@ public:
     ptrdiff_t margin() const { return data_ - begin_; }
 
 private:
-    size_t size_;
     size_t mapped_;
     uint8_t* block_;
     uint8_t* begin_;
@@ -84,25 +97,44 @@ public:
     }
     Random* random() { return &random_; }
 
-    // Runs the kernel at every level into the same `size` bytes and compares them with what the scalar one leaves.
+    // Runs a kernel whose first argument is where it writes so many numbers to.
+    template <class Out, class... Rest, class... Args>
+    void check(const char* name, void (*OzrKernels::*kernel)(Out*, Rest...), int64_t numbers, Args... args)
+    {
+        check_call(name, kernel, numbers * static_cast<int64_t>(sizeof(Out)), alignof(Out),
+                   [&](auto f, Guarded& out) { f(out.as<Out>(), args...); });
+    }
+
+    // Runs one that returns what it makes.
+    template <class Result, class... Rest, class... Args>
+    void check_result(const char* name, Result (*OzrKernels::*kernel)(Rest...), Args... args)
+    {
+        check_call(name, kernel, sizeof(Result), 1, [&](auto f, Guarded& out) {
+            const Result result = f(args...);
+            memcpy(out.data(), &result, sizeof(result));
+        });
+    }
+
+    // Calls the kernel at every level with the same `size` bytes to write and compares them with what the scalar one
+    // leaves.
     template <class Kernel, class Call>
-    void check(const char* name, Kernel OzrKernels::*kernel, int64_t size, Call call, int32_t unit = 1)
+    void check_call(const char* name, Kernel OzrKernels::*kernel, int64_t size, int32_t unit, Call call)
     {
         Guarded out = bytes(size, unit);
         const std::vector<uint8_t> before = out.contents();
         call(kOzrKernelsScalar.*kernel, out);
         const std::vector<uint8_t> want = out.contents();
-        for (const OzrKernels* const* level = kOzrKernelLevels; *level != nullptr; ++level) {
-            if (((*level)->features & ~ozr_cpu_features()) != 0 ||
-                (*level)->*kernel == kOzrKernelsScalar.*kernel)
+        for (const OzrKernels* level : levels_of_this_machine()) {
+            if (level->*kernel == kOzrKernelsScalar.*kernel)
                 continue;
             out.restore(before);
-            call((*level)->*kernel, out);
+            call(level->*kernel, out);
             const std::vector<uint8_t> got = out.contents();
             const auto differs = std::mismatch(want.begin(), want.end(), got.begin());
             EXPECT_EQ(differs.first, want.end())
-                << name << " " << (*level)->level << " seed " << seed() << " size " << count << " fill "
-                << static_cast<int32_t>(fill_) << " byte " << differs.first - want.begin() - out.margin();
+                << name << " of " << size << " bytes " << level->level << " seed " << seed() << " size "
+                << count << " fill " << static_cast<int32_t>(fill_) << " byte "
+                << differs.first - want.begin() - out.margin();
         }
     }
 
@@ -128,65 +160,50 @@ void for_each_case(Check check)
     }
 }
 
+// How Case is told of a kernel.
+#define KERNEL(name) #name, &OzrKernels::name
+
 }  // namespace
 
-TEST(KernelCheck, ToRgba)
+TEST(KernelCheck, ColoursToRgbaAndBack)
 {
     for_each_case([](Case c) {
         const int32_t n = c.count;
         Guarded luma = c.bytes(2 * n), chroma = c.bytes(2 * n), u = c.bytes(n), v = c.bytes(n);
         Guarded packed = c.bytes(4 * n);
-        const auto pairs = [&](auto f, Guarded& out) { f(out.data(), luma.data(), chroma.data(), n); };
-        c.check("yvu_to_rgba_row", &OzrKernels::yvu_to_rgba_row, 8 * n, pairs);
-        c.check("yuv_to_rgba_row", &OzrKernels::yuv_to_rgba_row, 8 * n, pairs);
-        c.check("planar_to_rgba_row", &OzrKernels::planar_to_rgba_row, 8 * n,
-                [&](auto f, Guarded& out) { f(out.data(), luma.data(), u.data(), v.data(), n); });
-        c.check("yuyv_to_rgba_row", &OzrKernels::yuyv_to_rgba_row, 8 * n,
-                [&](auto f, Guarded& out) { f(out.data(), packed.data(), n); });
-        c.check("gray_to_rgba_row", &OzrKernels::gray_to_rgba_row, 4 * n,
-                [&](auto f, Guarded& out) { f(out.data(), u.data(), n); });
+        c.check(KERNEL(yvu_to_rgba_row), 8 * n, luma.data(), chroma.data(), n);
+        c.check(KERNEL(yuv_to_rgba_row), 8 * n, luma.data(), chroma.data(), n);
+        c.check(KERNEL(planar_to_rgba_row), 8 * n, luma.data(), u.data(), v.data(), n);
+        c.check(KERNEL(yuyv_to_rgba_row), 8 * n, packed.data(), n);
+        c.check(KERNEL(gray_to_rgba_row), 4 * n, u.data(), n);
+        Guarded rgba = c.bytes(8 * n);
+        c.check(KERNEL(rgba_to_gray_row), n, rgba.data(), n);
+        c.check(KERNEL(rgba_to_uv_row), 2 * n, rgba.data(), n);
+        c.check(KERNEL(rgba_to_vu_row), 2 * n, rgba.data(), n);
+        c.check(KERNEL(rgba_to_yuyv_row), 4 * n, rgba.data(), n);
+        c.check_call(KERNEL(rgba_to_u_v_rows), 2 * n, 1,
+                     [&](auto f, Guarded& out) { f(out.data(), out.data() + n, rgba.data(), n); });
+        for (int32_t step = 1; step <= 2; ++step)
+            c.check(KERNEL(rgba_to_luma_row), n, rgba.data(), n, step);
+        c.check_call(KERNEL(rgba_to_luma_row), 4 * n, 1,
+                     [&](auto f, Guarded& out) { f(out.data(), out.data(), n, 1); });
     });
 }
 
 // Clamping and the last bit depend on all three samples at once: every luma with every pair of chroma samples.
-TEST(KernelCheck, ToRgbaOfEveryColour)
+TEST(KernelCheck, EveryColourToRgba)
 {
     std::vector<uint8_t> luma(256), chroma(256), want(1024), out(1024);
-    for (int32_t y = 0; y < 256; ++y)
-        luma[static_cast<size_t>(y)] = static_cast<uint8_t>(y);
+    std::iota(luma.begin(), luma.end(), uint8_t{0});
     for (int32_t pair = 0; pair < 65536; ++pair) {
-        for (size_t i = 0; i < 256; i += 2) {
-            chroma[i] = static_cast<uint8_t>(pair & 255);
-            chroma[i + 1] = static_cast<uint8_t>(pair >> 8);
-        }
+        for (size_t i = 0; i < 256; ++i)
+            chroma[i] = static_cast<uint8_t>(i % 2 == 0 ? pair : pair >> 8);
         kOzrKernelsScalar.yuv_to_rgba_row(want.data(), luma.data(), chroma.data(), 128);
-        for (const OzrKernels* const* level = kOzrKernelLevels; *level != nullptr; ++level) {
-            if (((*level)->features & ~ozr_cpu_features()) != 0)
-                continue;
-            (*level)->yuv_to_rgba_row(out.data(), luma.data(), chroma.data(), 128);
-            ASSERT_EQ(out, want) << (*level)->level << " pair " << pair;
+        for (const OzrKernels* level : levels_of_this_machine()) {
+            level->yuv_to_rgba_row(out.data(), luma.data(), chroma.data(), 128);
+            ASSERT_EQ(out, want) << level->level << " pair " << pair;
         }
     }
-}
-
-TEST(KernelCheck, FromRgba)
-{
-    for_each_case([](Case c) {
-        const int32_t n = c.count;
-        Guarded rgba = c.bytes(8 * n);
-        const auto row = [&](auto f, Guarded& out) { f(out.data(), rgba.data(), n); };
-        c.check("rgba_to_gray_row", &OzrKernels::rgba_to_gray_row, n, row);
-        c.check("rgba_to_uv_row", &OzrKernels::rgba_to_uv_row, 2 * n, row);
-        c.check("rgba_to_vu_row", &OzrKernels::rgba_to_vu_row, 2 * n, row);
-        c.check("rgba_to_yuyv_row", &OzrKernels::rgba_to_yuyv_row, 4 * n, row);
-        c.check("rgba_to_u_v_rows", &OzrKernels::rgba_to_u_v_rows, 2 * n,
-                [&](auto f, Guarded& out) { f(out.data(), out.data() + n, rgba.data(), n); });
-        for (int32_t step = 1; step <= 2; ++step)
-            c.check("rgba_to_luma_row", &OzrKernels::rgba_to_luma_row, n,
-                    [&](auto f, Guarded& out) { f(out.data(), rgba.data(), n, step); });
-        c.check("rgba_to_luma_row in place", &OzrKernels::rgba_to_luma_row, 4 * n,
-                [&](auto f, Guarded& out) { f(out.data(), out.data(), n, 1); });
-    });
 }
 
 TEST(KernelCheck, SeamsAndTransitions)
@@ -195,26 +212,19 @@ TEST(KernelCheck, SeamsAndTransitions)
         const int32_t n = c.count;
         Guarded a = c.bytes(n), b = c.bytes(n), mask = c.bytes(n), above = c.bytes(4 * n, 4),
                 later = c.bytes(2 * n);
-        c.check(
-            "seam_cost_row", &OzrKernels::seam_cost_row, 4 * n,
-            [&](auto f, Guarded& out) { f(out.words(), a.data(), b.data(), mask.data(), n); }, 4);
+        c.check(KERNEL(seam_cost_row), n, a.data(), b.data(), mask.data(), n);
         for (int32_t x = 0; x < n; ++x)
-            above.words()[x] >>= 2 + 27 * (x % 2);  // sums have 31 bits; neighbours are often equal
+            above.as<uint32_t>()[x] >>= 2 + 27 * (x % 2);  // sums have 31 bits; neighbours are often equal
         if (n >= 2)
-            c.check(
-                "seam_sum_row", &OzrKernels::seam_sum_row, 8 * n,
-                [&](auto f, Guarded& out) {
-                    f(out.words() + n, reinterpret_cast<int8_t*>(out.data() + 3 * n), above.words(),
-                      {a.data(), b.data(), mask.data(), n});
-                },
-                4);
+            c.check_call(KERNEL(seam_sum_row), 8 * n, 4, [&](auto f, Guarded& out) {
+                f(out.as<uint32_t>() + n, reinterpret_cast<int8_t*>(out.data() + 3 * n), above.as<uint32_t>(),
+                  {a.data(), b.data(), mask.data(), n});
+            });
         for (int32_t step : {0, 1, 2, 4}) {
             const int32_t ramp = std::min(n, step == 0 ? n : 127 / step);
             for (int32_t first : {1, 128 - ramp * step}) {
-                c.check("blend_row", &OzrKernels::blend_row, n,
-                        [&](auto f, Guarded& out) { f(out.data(), later.data(), ramp, first, step); });
-                c.check("blend_pairs_row", &OzrKernels::blend_pairs_row, 2 * n,
-                        [&](auto f, Guarded& out) { f(out.data(), later.data(), ramp, first, step); });
+                c.check(KERNEL(blend_row), n, later.data(), ramp, first, step);
+                c.check(KERNEL(blend_pairs_row), 2 * n, later.data(), ramp, first, step);
             }
         }
     });
@@ -224,26 +234,21 @@ TEST(KernelCheck, MirrorsAndTextureCodes)
 {
     for_each_case([](Case c) {
         const int32_t n = c.count;
-        const auto mirror = [n](auto f, Guarded& out) { f(out.data(), n); };
-        c.check("mirror_bytes_row", &OzrKernels::mirror_bytes_row, n, mirror);
-        c.check("mirror_pairs_row", &OzrKernels::mirror_pairs_row, n, mirror);
-        c.check("mirror_quads_row", &OzrKernels::mirror_quads_row, 4 * n, mirror);
+        c.check(KERNEL(mirror_bytes_row), n, n);
+        c.check(KERNEL(mirror_pairs_row), n, n);
+        c.check(KERNEL(mirror_quads_row), 4 * n, n);
         for (int32_t step = 1; step <= 3; ++step) {
             Guarded row = c.bytes(std::max((n - 1) * step + 1, 0));
-            c.check("sample_bytes_row", &OzrKernels::sample_bytes_row, n,
-                    [&](auto f, Guarded& out) { f(out.data(), row.data(), n, step); });
+            c.check(KERNEL(sample_bytes_row), n, row.data(), n, step);
         }
         if (n < 3)
             return;
         // Three rows hold n - 2 windows; their codes end where row 1 of the destination has its last but one.
         const uint32_t width = static_cast<uint32_t>(n);
         Guarded src = c.bytes(3 * n);
-        c.check(
-            "census_run", &OzrKernels::census_run, 2 * (2 * n - 1),
-            [&](auto f, Guarded& out) { f(out.halves(), src.data(), width, width - 2); }, 2);
-        c.check(
-            "census_run in place", &OzrKernels::census_run, 6 * n,
-            [&](auto f, Guarded& out) { f(out.halves(), out.data(), width, width - 2); }, 2);
+        c.check(KERNEL(census_run), 2 * n - 1, src.data(), width, width - 2);
+        c.check_call(KERNEL(census_run), 6 * n, 2,
+                     [&](auto f, Guarded& out) { f(out.as<uint16_t>(), out.data(), width, width - 2); });
     });
 }
 
@@ -258,14 +263,13 @@ TEST(KernelCheck, QuarterTurns)
                     const int32_t src_stride = width * bytes + padding;
                     const int32_t dst_stride = height * bytes + padding;
                     Guarded src = c.bytes(int64_t{src_stride} * height);
-                    c.check(name, kernel, int64_t{dst_stride} * width, [&](auto f, Guarded& out) {
-                        f(out.data(), dst_stride, src.data(), src_stride, width, height);
-                    });
+                    c.check(name, kernel, int64_t{dst_stride} * width, dst_stride, src.data(), src_stride,
+                            width, height);
                 };
-                check("rotate_bytes_cw", &OzrKernels::rotate_bytes_cw, 1);
-                check("rotate_bytes_ccw", &OzrKernels::rotate_bytes_ccw, 1);
-                check("rotate_pairs_cw", &OzrKernels::rotate_pairs_cw, 2);
-                check("rotate_pairs_ccw", &OzrKernels::rotate_pairs_ccw, 2);
+                check(KERNEL(rotate_bytes_cw), 1);
+                check(KERNEL(rotate_bytes_ccw), 1);
+                check(KERNEL(rotate_pairs_cw), 2);
+                check(KERNEL(rotate_pairs_ccw), 2);
             }
         }
     }
@@ -278,34 +282,33 @@ TEST(KernelCheck, Projection)
     for_each_case([](Case c) {
         const int32_t blocks = c.count;
         Guarded src = c.bytes(kBytes);
-        std::vector<int32_t> positions(8 * static_cast<size_t>(blocks) + 1), bases(positions.size());
-        std::vector<uint8_t> columns(32 * static_cast<size_t>(blocks) + 1);
+        Guarded positions = c.bytes(32 * blocks, 4), bases = c.bytes(4 * blocks, 4),
+                columns = c.bytes(32 * blocks);
+        int32_t *position = positions.as<int32_t>(), *base = bases.as<int32_t>();
+        std::fill_n(columns.data(), 32 * blocks, uint8_t{0});
         for (int32_t i = 0; i < 8 * blocks; ++i) {
-            const int32_t top =
-                i % 8 == 0 ? c.random()->below(16 * kRows - 15) : positions[static_cast<size_t>(i / 8 * 8)];
-            positions[static_cast<size_t>(i)] = std::min(top + c.random()->below(70), 16 * (kRows - 1));
-            int32_t* base = &bases[static_cast<size_t>(i / 8)];
-            if (i % 8 == 0)
-                *base = c.random()->below(kWidth + 8) - 8;
-            const int32_t behind = c.random()->below(16 * kWidth - 15) - 16 * (*base + i % 8);
+            const int32_t block = i / 8, pixel = i % 8;
+            if (pixel == 0)
+                base[block] = c.random()->below(kWidth + 8) - 8;
+            const int32_t top = pixel == 0 ? c.random()->below(16 * kRows - 15) : position[8 * block];
+            position[i] = std::min(top + c.random()->below(70), 16 * (kRows - 1));
+            const int32_t behind = c.random()->below(16 * kWidth - 15) - 16 * (base[block] + pixel);
             for (int32_t j = 0; j < 4 && behind >= 0 && behind <= 48; ++j)
-                columns[static_cast<size_t>(i / 8 * 32 + i % 8 * 2 + j % 2 + j / 2 * 16)] =
+                columns.data()[32 * block + 2 * pixel + j % 2 + j / 2 * 16] =
                     static_cast<uint8_t>(std::max(0, 16 - std::abs(behind - 16 * j)));
         }
-        const OzrProjectionColumns shared = {bases.data(), columns.data(), kStride};
+        const OzrProjectionColumns shared = {base, columns.data(), kStride};
         const auto tables = [blocks](Guarded& out) {
-            return OzrProjectionRowOut{reinterpret_cast<int32_t*>(out.words()), out.halves() + 2 * blocks,
+            return OzrProjectionRowOut{out.as<int32_t>(), out.as<uint16_t>() + 2 * blocks,
                                        out.data() + 260 * blocks};
         };
-        c.check(
-            "projection_tables_row", &OzrKernels::projection_tables_row, 268 * blocks,
-            [&](auto f, Guarded& out) { f(tables(out), positions.data(), shared, blocks); }, 4);
+        c.check_call(KERNEL(projection_tables_row), 268 * blocks, 4,
+                     [&](auto f, Guarded& out) { f(tables(out), position, shared, blocks); });
         Guarded made = c.bytes(268 * blocks, 4);
         const OzrProjectionRowOut out_row = tables(made);
-        kOzrKernelsScalar.projection_tables_row(out_row, positions.data(), shared, blocks);
+        kOzrKernelsScalar.projection_tables_row(out_row, position, shared, blocks);
         const OzrProjectionRow row = {out_row.offsets, out_row.weights, columns.data(), out_row.rows};
-        c.check("project_luma_row", &OzrKernels::project_luma_row, 8 * blocks,
-                [&](auto f, Guarded& out) { f(out.data(), src.data(), kBytes, kStride, row, blocks); });
+        c.check(KERNEL(project_luma_row), 8 * blocks, src.data(), kBytes, kStride, row, blocks);
     });
 }
 
@@ -325,19 +328,15 @@ TEST(KernelCheck, Resampling)
                 Guarded gray = c.bytes(rows * stride + last + 1);
                 Guarded packed = c.bytes(rows * 2 * stride + 2 * last + 1);
                 const int32_t size = std::max(kRows * (n + 3) - 3, 0);
-                c.check("resample_gray", &OzrKernels::resample_gray, size, [&](auto f, Guarded& out) {
-                    f(out.data(), n + 3, {gray.data(), stride, step, step_y, first_y, n, kRows});
-                });
-                c.check("resample_yuyv", &OzrKernels::resample_yuyv, size, [&](auto f, Guarded& out) {
-                    f(out.data(), n + 3, {packed.data(), 2 * stride, step, step_y, first_y, n, kRows});
-                });
+                const OzrResample of_gray = {gray.data(), stride, step, step_y, first_y, n, kRows};
+                const OzrResample of_yuyv = {packed.data(), 2 * stride, step, step_y, first_y, n, kRows};
+                c.check(KERNEL(resample_gray), size, n + 3, of_gray);
+                c.check(KERNEL(resample_yuyv), size, n + 3, of_yuyv);
             }
         }
         Guarded top = c.bytes(2 * n), bottom = c.bytes(2 * n), luma = c.bytes(std::max(2 * n - 1, 0));
-        c.check("half_gray_row", &OzrKernels::half_gray_row, n,
-                [&](auto f, Guarded& out) { f(out.data(), top.data(), bottom.data(), n); });
-        c.check("yuyv_luma_row", &OzrKernels::yuyv_luma_row, n,
-                [&](auto f, Guarded& out) { f(out.data(), luma.data(), n); });
+        c.check(KERNEL(half_gray_row), n, top.data(), bottom.data(), n);
+        c.check(KERNEL(yuyv_luma_row), n, luma.data(), n);
     });
 }
 
@@ -347,33 +346,35 @@ TEST(KernelCheck, MotionAndAlignment)
         const int32_t n = c.count;
         constexpr int32_t kRows = 3;
         Guarded a = c.bytes(kRows * n), b = c.bytes(kRows * (n + 5)), above = c.bytes(4 * n, 4);
-        const auto store = [](auto value, Guarded& out) { memcpy(out.data(), &value, sizeof(value)); };
         for (int32_t b_stride : {n + 5, 0})
-            c.check("sad_area", &OzrKernels::sad_area, 4,
-                    [&](auto f, Guarded& out) { store(f(a.data(), n, b.data(), b_stride, n, kRows), out); });
-        c.check("sad_const_row", &OzrKernels::sad_const_row, 4,
-                [&](auto f, Guarded& out) { store(f(a.data(), 77, n), out); });
-        c.check(
-            "integral_row", &OzrKernels::integral_row, 4 * n,
-            [&](auto f, Guarded& out) { f(out.words(), above.words(), a.data(), n); }, 4);
-        c.check(
-            "integral_row of the first row", &OzrKernels::integral_row, 4 * n,
-            [&](auto f, Guarded& out) { f(out.words(), nullptr, a.data(), n); }, 4);
+            c.check_result(KERNEL(sad_area), a.data(), n, b.data(), b_stride, n, kRows);
+        c.check_result(KERNEL(sad_const_row), a.data(), uint8_t{77}, n);
+        c.check(KERNEL(integral_row), n, above.as<uint32_t>(), a.data(), n);
+        c.check(KERNEL(integral_row), n, nullptr, a.data(), n);  // of the first row
         for (int32_t shift : {0, 3, 11}) {
             const OzrAreaPair areas = {a.data(), n, 200, b.data(), n + 5, 3, n, kRows};
-            c.check("correlate_areas", &OzrKernels::correlate_areas, sizeof(OzrCorrelation),
-                    [&](auto f, Guarded& out) { store(f(areas, shift), out); });
+            c.check_result(KERNEL(correlate_areas), areas, shift);
         }
     });
 }
 
-// What this machine could not check shows in the log.
-TEST(KernelCheck, NamesTheLevelsThatWereNotRun)
+// What this machine checked shows in the log: the panorama too is the same at every level.
+TEST(KernelCheck, LevelsMakeTheSamePanorama)
 {
-    for (const OzrKernels* const* level = kOzrKernelLevels; *level != nullptr; ++level) {
-        if (((*level)->features & ~ozr_cpu_features()) != 0)
-            std::cout << "not run on this machine: " << (*level)->level << "\n";
+    for (int32_t direction : {kDirectionRight, kDirectionUp}) {
+        NoiseSweep sweep(direction, 320, 240);
+        const auto make = [&](const OzrKernels* level) {
+            ozr_kernels_set_for_test(level);
+            return sweep.whole(create_panorama().get());
+        };
+        const std::vector<uint8_t> want = make(&kOzrKernelsScalar);
+        EXPECT_FALSE(want.empty());
+        for (const OzrKernels* level : levels_of_this_machine())
+            EXPECT_EQ(make(level), want) << level->level;
     }
+    for (const OzrKernels* level : levels_of_this_machine())
+        std::cout << "run on this machine: " << level->level << "\n";
+    ozr_kernels_set_for_test(nullptr);
     EXPECT_EQ(kOzrKernelLevels[0], &kOzrKernelsScalar);
     EXPECT_EQ(ozr_kernels_for(0), &kOzrKernelsScalar);
 }

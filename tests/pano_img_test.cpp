@@ -11,32 +11,13 @@
 namespace
 {
 
-const int32_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};
-
-// Value of a bilinear sample at (x, y) in 1/1024 pixel; sample(i, j) reads.
-template <class Sample>
-uint8_t bilinear(int64_t x, int64_t y, Sample sample)
-{
-    const int64_t fx = x % 1024, fy = y % 1024;
-    const int32_t i = static_cast<int32_t>(x / 1024), j = static_cast<int32_t>(y / 1024);
-    const auto read = [&](int32_t column, int32_t row, int64_t weight) {
-        return weight == 0 ? 0 : weight * sample(column, row);
-    };
-    const int64_t sum = read(i, j, (1024 - fx) * (1024 - fy)) + read(i + 1, j, fx * (1024 - fy)) +
-                        read(i, j + 1, (1024 - fx) * fy) + read(i + 1, j + 1, fx * fy);
-    return static_cast<uint8_t>(sum / 1048576);
-}
-
 int64_t step(int32_t src, int32_t dst)
 {
     return int64_t{src - 1} * 1024 / dst;
 }
 
-struct Sizes {
-    int32_t src_width, src_height, dst_width, dst_height;
-};
-const Sizes kSizes[] = {{640, 48, 160, 12}, {33, 21, 7, 5}, {20, 20, 20, 10},
-                        {10, 6, 23, 13},    {1, 9, 3, 4},   {9, 1, 4, 3}};
+const int32_t kSizes[][4] =  // of source and destination
+    {{640, 48, 160, 12}, {33, 21, 7, 5}, {20, 20, 20, 10}, {10, 6, 23, 13}, {1, 9, 3, 4}, {9, 1, 4, 3}};
 
 }  // namespace
 
@@ -91,24 +72,27 @@ TEST(PanoImgCopyEx, CopiesThePlacedOverlapPixelByPixel)
     for (int32_t format : {kPanoGray, kPanoNv12, kPanoNv21, kPanoRgb, kPanoRgba}) {
         for (const auto& place : places) {
             SCOPED_TRACE(testing::Message() << "format " << format << " at " << place[0] << "," << place[1]);
-            TestImg dst(format, 20, 14, 2), src(format, 15, 12, 5);
+            TestImg dst(format, 20, 14, 2), src(format, 15, 12, 5), want(format, 20, 14, 2);
             src.randomize(7);
-            TestImg want(format, 20, 14, 2);
-            const int64_t x = place[0], y = place[1];
-            const int64_t left = std::max<int64_t>(x, 0), top = std::max<int64_t>(y, 0);
-            const int64_t right = std::min<int64_t>(20, x + 15), bottom = std::min<int64_t>(14, y + 12);
             const int32_t bytes = kPixelBytes[format];
-            for (int64_t row = top; row < bottom; ++row) {
-                for (int64_t byte = left * bytes; byte < right * bytes; ++byte)
-                    want.at(static_cast<int32_t>(byte), static_cast<int32_t>(row)) =
-                        src.at(static_cast<int32_t>(byte - x * bytes), static_cast<int32_t>(row - y));
+            const int64_t x = place[0], y = place[1];
+            for (int32_t row = 0; row < 14; ++row) {
+                for (int32_t byte = 0; byte < 20 * bytes; ++byte) {
+                    const int64_t from_byte = byte - x * bytes, from_row = row - y;
+                    if (from_byte >= 0 && from_byte < 15 * bytes && from_row >= 0 && from_row < 12)
+                        want.at(byte, row) =
+                            src.at(static_cast<int32_t>(from_byte), static_cast<int32_t>(from_row));
+                }
             }
-            const int64_t width = right - left, height = bottom - top;
-            for (int64_t r = 0; (format == 1 || format == 2) && width > 0 && r < height / 2; ++r) {
-                for (int64_t b = 0; b < width / 2 * 2; ++b)
-                    want.chroma(static_cast<int32_t>(left / 2 * 2 + b), static_cast<int32_t>(top / 2 + r)) =
-                        src.chroma(static_cast<int32_t>((left - x) / 2 * 2 + b),
-                                   static_cast<int32_t>((top - y) / 2 + r));
+            // Whole pairs of the pictures' overlap, from the pair of its first pixel on.
+            const int32_t left = std::max(place[0], 0), top = std::max(place[1], 0);
+            const int64_t width = std::min(int64_t{20}, x + 15) - left;
+            const int64_t height = std::min(int64_t{14}, y + 12) - top;
+            const bool has_chroma = format == kPanoNv12 || format == kPanoNv21;
+            for (int32_t r = 0; has_chroma && width > 0 && r < height / 2; ++r) {
+                for (int32_t b = 0; b < width / 2 * 2; ++b)
+                    want.chroma(left / 2 * 2 + b, top / 2 + r) =
+                        src.chroma((left - place[0]) / 2 * 2 + b, (top - place[1]) / 2 + r);
             }
             EXPECT_EQ(PanoImg_CopyEx(&dst.img, &src.img, place[0], place[1]), 0);
             EXPECT_EQ(dst.pixels(), want.pixels());
@@ -119,33 +103,32 @@ TEST(PanoImgCopyEx, CopiesThePlacedOverlapPixelByPixel)
 TEST(PanoImgResize, FollowsTheBilinearFormula)
 {
     for (int32_t format : {kPanoGray, kPanoYuyv, kPanoNv21}) {
-        for (const Sizes& s : kSizes) {
-            SCOPED_TRACE(testing::Message()
-                         << "format " << format << " " << s.src_width << "x" << s.src_height);
+        for (const auto& [src_width, src_height, dst_width, dst_height] : kSizes) {
+            SCOPED_TRACE(testing::Message() << "format " << format << " " << src_width << "x" << src_height);
             const bool yuv = format == kPanoNv21;
-            TestImg src(format, s.src_width, s.src_height, yuv ? 0 : 3);
-            TestImg dst(yuv ? kPanoNv21 : kPanoGray, s.dst_width, s.dst_height, 1);
+            TestImg src(format, src_width, src_height, yuv ? 0 : 3);
+            TestImg dst(yuv ? kPanoNv21 : kPanoGray, dst_width, dst_height, 1);
             src.randomize(3);
             const auto luma = [&](int32_t x, int32_t y) {
                 return src.at(format == kPanoYuyv ? 2 * x : x, y);
             };
-            const int64_t step_x = step(s.src_width, s.dst_width), step_y = step(s.src_height, s.dst_height);
+            const int64_t step_x = step(src_width, dst_width), step_y = step(src_height, dst_height);
             ASSERT_EQ((yuv                   ? PanoImg_ResizeYUV
                        : format == kPanoGray ? PanoImg_ResizeGray
                                              : PanoImg_ResizeGrayYUYV)(&dst.img, &src.img),
                       0);
             // A single source row has none below it: grey becomes black.
-            const bool black = s.src_height == 1 && !yuv;
-            for (int32_t y = 0; y < s.dst_height; ++y) {
-                for (int32_t x = 0; x < s.dst_width; ++x)
+            const bool black = src_height == 1 && !yuv;
+            for (int32_t y = 0; y < dst_height; ++y) {
+                for (int32_t x = 0; x < dst_width; ++x)
                     ASSERT_EQ(dst.at(x, y), black ? 0 : bilinear(x * step_x, y * step_y, luma));
-                ASSERT_EQ(dst.at(s.dst_width, y), 0x5A);  // padding
+                ASSERT_EQ(dst.at(dst_width, y), 0x5A);  // padding
             }
             // Chroma takes the luma's steps; compared where all four source pairs exist.
-            for (int32_t y = 0; yuv && y < s.dst_height / 2; ++y) {
-                for (int32_t x = 0; x < s.dst_width / 2 * 2; ++x) {
+            for (int32_t y = 0; yuv && y < dst_height / 2; ++y) {
+                for (int32_t x = 0; x < dst_width / 2 * 2; ++x) {
                     const int64_t px = x / 2 * step_x, py = y * step_y;
-                    if (px / 1024 + 1 >= s.src_width / 2 || py / 1024 + 1 >= s.src_height / 2)
+                    if (px / 1024 + 1 >= src_width / 2 || py / 1024 + 1 >= src_height / 2)
                         continue;
                     ASSERT_EQ(dst.chroma(x, y), bilinear(px, py, [&](int32_t i, int32_t j) {
                                   return src.chroma(2 * i + x % 2, j);
@@ -216,14 +199,10 @@ TEST(PanoImgConvert, GivesTheKnownColours)
                                 {235, 128, 128, 255, 255, 255, 255},
                                 {81, 240, 90, 255, 0, 0, 255}};
     for (const auto& c : cases) {
-        TestImg src(kPanoNv12, 7, 5), dst(kPanoRgba, 7, 5);
+        TestImg src(kPanoNv12, 7, 5, 0, 0), dst(kPanoRgba, 7, 5);
         std::fill_n(src.img.data, 35, c[0]);
-        for (int32_t i = 35; i < src.img.size; ++i)
-            src.img.data[i] = 0;
-        for (int32_t y = 0; y < 2; ++y) {
-            for (int32_t x = 0; x < 6; ++x)
-                src.chroma(x, y) = c[1 + x % 2];
-        }
+        for (int32_t i = 0; i < 12; ++i)
+            src.chroma(i % 6, i / 6) = c[1 + i % 2];
         ASSERT_EQ(PanoImg_ConvertYUV2RGBA(&dst.img, &src.img), 0);
         for (int32_t y = 0; y < 5; ++y) {
             for (int32_t b = 0; b < 28; ++b)

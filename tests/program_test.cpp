@@ -1,130 +1,73 @@
 // ozr-pano as its users meet it: exit codes, messages, files. The readers of foreign bytes are also called directly.
-#include "camera.h"
 #include "exif.h"
-#include "file_io.h"
-#include "image_owner.h"
 #include "jpeg_codec.h"
 #include "picture_io.h"
 #include "png_codec.h"
-#include "program_error.h"
-#include "scene.h"
+#include "support/files.h"
+#include "support/noise.h"
 #include "y4m.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
 #include <math.h>
 #include <set>
-#include <stdlib.h>
 #include <string.h>
 
 namespace
 {
 
-namespace fs = std::filesystem;
-
 constexpr int32_t kWidth = 320, kHeight = 240;
-constexpr double kFocal = 345;  // of the projection for 320 pixels: 10 * 345 / 10
 
 struct Outcome {
     int status;  // exit code, -1 after a signal
     std::string out, err;
 };
 
-std::string _text_of(const std::string& path)
+/** What a camera that moved to the right sees at a pixel; beyond the last column and row they repeat. */
+uint8_t _seen(int32_t moved, int32_t x, int32_t y)
 {
-    const std::vector<uint8_t> bytes = read_file(path);
-    return std::string(bytes.begin(), bytes.end());
+    return static_cast<uint8_t>(noise((std::min(x, kWidth - 1) + moved) / 4, std::min(y, kHeight - 1) / 4));
 }
 
-void _write_text(const std::string& path, const std::string& text)
-{
-    write_file_whole(path, reinterpret_cast<const uint8_t*>(text.data()), text.size());
-}
-
-/** Frames of the painted city, taken by a camera that pans to the right. */
-class Pan
-{
-public:
-    explicit Pan(int32_t width = kWidth, int32_t height = kHeight)
-        : surroundings_(paint_city(2.6 * kSceneUnitsPerRadian, 1200, kFocal / kSceneUnitsPerRadian, 3),
-                        kFocal, false),
-          image_(width, height)
-    {
-    }
-
-    const ozr_image& look(double radians)
-    {
-        const Lens lens = {image_.get()->width, image_.get()->height, kFocal, false};
-        surroundings_.photograph(lens, {0.55 + radians, 0, 0}, image_.get());
-        return *image_.get();
-    }
-
-private:
-    Surroundings surroundings_;
-    ImageOwner image_;
-};
-
-/** A stream of such frames; with an odd size the last column and row repeat their neighbours. */
+/** A stream of such frames, 3 pixels apart: reddish, and a little else in every row. */
 std::string _stream(const std::string& header, int frames, int32_t width, int32_t height)
 {
-    Pan pan;
     std::string stream = "YUV4MPEG2 " + header + "\n";
     for (int i = 0; i < frames; ++i) {
-        const ozr_image& image = pan.look(i * 0.0087);
         stream += "FRAME\n";
         for (int32_t y = 0; y < height; ++y) {
             for (int32_t x = 0; x < width; ++x)
-                stream += static_cast<char>(
-                    image.data[std::min(y, kHeight - 1) * image.stride + std::min(x, kWidth - 1)]);
+                stream += static_cast<char>(_seen(3 * i, x, y));
         }
-        for (int channel = 0; channel < 2; ++channel) {
-            for (int32_t y = 0; y < (height + 1) / 2; ++y) {
-                const uint8_t* row = image.data + (kHeight + std::min(y, kHeight / 2 - 1)) * image.stride;
-                for (int32_t x = 0; x < (width + 1) / 2; ++x)
-                    stream += static_cast<char>(row[2 * std::min(x, kWidth / 2 - 1) + channel]);
-            }
+        for (const int chroma : {60, 180}) {
+            for (int32_t y = 0; y < (height + 1) / 2; ++y)
+                stream.append(static_cast<size_t>(width + 1) / 2, static_cast<char>(chroma + y % 40));
         }
     }
     return stream;
 }
 
-class Program : public testing::Test
+class Program : public FolderTest
 {
 protected:
-    void SetUp() override
+    Program()
     {
-        char name[] = "/tmp/ozr-pano-test.XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        folder_ = std::string(name) + "/";
-        fs::create_directory(folder_ + "in");
-        fs::create_directory(folder_ + "out");
+        fs::create_directory("in");
+        fs::create_directory("out");
     }
-    void TearDown() override { fs::remove_all(folder_); }
 
-    /** Runs the program inside the folder. @param before  shell text before its name. */
+    /** Runs the program. @param before  shell text before its name. */
     Outcome run(const std::string& arguments, const std::string& before = "")
     {
-        const std::string command =
-            "cd " + folder_ + "; " + before + " " OZR_PANO " >stdout 2>stderr " + arguments;
-        const int status = system(command.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, _text_of(folder_ + "stdout"),
-                _text_of(folder_ + "stderr")};
+        const int status = system((before + " " OZR_PANO " >stdout 2>stderr " + arguments).c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_text("stdout"), read_text("stderr")};
     }
-
-    std::string in(const std::string& name) const { return folder_ + "in/" + name; }
-    std::string out(const std::string& name) const { return folder_ + "out/" + name; }
 
     std::set<std::string> files_in_out() const
     {
         std::set<std::string> names;
-        for (const auto& entry : fs::directory_iterator(folder_ + "out"))
+        for (const auto& entry : fs::directory_iterator("out"))
             names.insert(entry.path().filename());
         return names;
     }
-
-    std::string folder_;
 };
 
 /** Whether text is exactly one line of the program's own. */
@@ -135,16 +78,14 @@ bool _is_one_message(const std::string& text)
 
 TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
 {
-    Pan pan;
-    const Picture good = convert_to_picture(pan.look(0)),
-                  small = convert_to_picture(Pan(kWidth, 200).look(0));
-    write_picture(in("good.png"), good, 90);
-    write_picture(in("small.png"), small, 90);
+    const Picture good(kWidth, kHeight);
+    write_picture("in/good.png", good, 90);
+    write_picture("in/small.png", Picture(kWidth, 200), 90);
     const std::vector<uint8_t> jpeg = encode_jpeg(good, 90), png = encode_png(good);
-    write_file_whole(in("cut.jpg"), jpeg.data(), jpeg.size() / 2);
-    write_file_whole(in("cut.png"), png.data(), png.size() / 2);
-    _write_text(in("text.jpg"), "no picture\n");
-    _write_text(in("empty.jpg"), "");
+    write_file_whole("in/cut.jpg", jpeg.data(), jpeg.size() / 2);
+    write_file_whole("in/cut.png", png.data(), png.size() / 2);
+    write_text("in/text.jpg", "no picture\n");
+    write_text("in/empty.jpg", "");
     // A frame header that claims 65500 x 65500 pixels: marker, length, precision, height, width.
     std::vector<uint8_t> wild = jpeg;
     const uint8_t start_of_frame[] = {0xFF, 0xC0};
@@ -152,16 +93,12 @@ TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
     ASSERT_LT(frame - wild.begin(), static_cast<ptrdiff_t>(wild.size()) - 9);
     std::fill_n(frame + 5, 4, uint8_t{0xFF});
     frame[6] = frame[8] = 0xDC;
-    write_file_whole(in("wild.jpg"), wild.data(), wild.size());
+    write_file_whole("in/wild.jpg", wild.data(), wild.size());
     const std::string stream = _stream("W320 H240 F30:1", 2, kWidth, kHeight);
-    _write_text(in("two.y4m"), stream);
-    _write_text(in("cut.y4m"), stream.substr(0, stream.size() - 1));
-    _write_text(in("nothing.y4m"), stream.substr(0, stream.find('\n') + 1));
-    _write_text(in("444.y4m"), _stream("W320 H240 C444", 1, kWidth, kHeight));
-    _write_text(in("deep.y4m"), _stream("W320 H240 C420p10", 1, kWidth, kHeight));
-    _write_text(in("huge.y4m"), "YUV4MPEG2 W1000000000 H1000000000\nFRAME\n");
-    _write_text(in("zero.y4m"), "YUV4MPEG2 W0 H240\nFRAME\n");
-    _write_text(in("unframed.y4m"), stream.substr(0, stream.find('\n') + 1) + "FRAMED\n" + stream);
+    write_text("in/two.y4m", stream);
+    write_text("in/cut.y4m", stream.substr(0, stream.size() - 1));
+    write_text("in/nothing.y4m", stream.substr(0, stream.find('\n') + 1));
+    write_text("in/unframed.y4m", stream.substr(0, stream.find('\n') + 1) + "FRAMED\n" + stream);
 
     const struct {
         const char *what, *arguments, *message;
@@ -183,10 +120,6 @@ TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
          "in/good.png: the sweep is full"},
         {"missing clip", "video in/none.y4m", "in/none.y4m: cannot be read: No such file"},
         {"clip of another kind", "video in/good.png", "in/good.png: not a YUV4MPEG2 stream"},
-        {"4:4:4", "video in/444.y4m", "in/444.y4m: chroma 444 is not supported"},
-        {"10 bits", "video in/deep.y4m", "in/deep.y4m: chroma 420p10 is not supported"},
-        {"wild size", "video in/huge.y4m", "in/huge.y4m: frames of an impossible size"},
-        {"no size", "video in/zero.y4m", "in/zero.y4m: frames of an impossible size"},
         {"clip cut off", "video in/cut.y4m", "in/cut.y4m: the stream is cut off in frame 1"},
         {"no frame", "video in/nothing.y4m", "in/nothing.y4m: the stream has no frames"},
         {"broken frame", "video in/unframed.y4m", "in/unframed.y4m: no frame where frame 0 should begin"},
@@ -195,7 +128,7 @@ TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
         {"no such folder", "demo -o none/a.png", "none/a.png: cannot be written: No such file"},
         {"a folder as output", "demo -o folder.png", "folder.png: cannot be written: Is a directory"},
     };
-    fs::create_directory(folder_ + "folder.png");
+    fs::create_directory("folder.png");
     for (const auto& refusal : refusals) {
         SCOPED_TRACE(refusal.what);
         const bool has_output = strstr(refusal.arguments, "-o") != nullptr;
@@ -213,12 +146,12 @@ TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
 
 TEST_F(Program, LeavesNoPartOfAFileThatCannotBeFinished)
 {
-    _write_text(out("a.png"), "old");
+    write_text("out/a.png", "old");
     const Outcome full = run("demo -n 2 --size 320x240 -o out/a.png", "ulimit -f 8; trap '' XFSZ;");
     EXPECT_EQ(full.status, 1);
     EXPECT_TRUE(_is_one_message(full.err)) << full.err;
     EXPECT_EQ(files_in_out(), std::set<std::string>{"a.png"});
-    EXPECT_EQ(_text_of(out("a.png")), "old");
+    EXPECT_EQ(read_text("out/a.png"), "old");
     const Outcome unheard = run("demo -n 1 --size 96x96 -o out/a.png >/dev/full");
     EXPECT_EQ(unheard.status, 1);
     EXPECT_EQ(unheard.err,
@@ -265,14 +198,14 @@ TEST_F(Program, TellsWrongUsageFromHelp)
 TEST_F(Program, ConvertGoesThroughEveryRawFormatAndBack)
 {
     ASSERT_EQ(run("demo -n 1 --size 128x96 -o in/a.png").status, 0);
-    const Picture before = read_picture(in("a.png"));
+    const Picture before = read_picture("in/a.png");
     const std::string raw = std::to_string(before.width) + "x" + std::to_string(before.height);
     for (const std::string format : {"nv12", "nv21", "yv12", "yuy2", "rgba"}) {
         SCOPED_TRACE(format);
         EXPECT_EQ(run("convert in/a.png out/a.raw --format " + format).status, 0);
         EXPECT_EQ(run("convert out/a.raw out/b.png --format rgba --from " + format + " --size " + raw).status,
                   0);
-        const Picture after = read_picture(out("b.png"));
+        const Picture after = read_picture("out/b.png");
         ASSERT_EQ(after.rgba.size(), before.rgba.size());
         double difference = 0;
         for (size_t i = 0; i < before.rgba.size(); ++i)
@@ -280,7 +213,7 @@ TEST_F(Program, ConvertGoesThroughEveryRawFormatAndBack)
         EXPECT_LT(difference / static_cast<double>(before.rgba.size()), format == "rgba" ? 1e-9 : 6.0);
     }
     EXPECT_EQ(run("convert in/a.png out/c.gray --format gray --sample 2 --flip").status, 0);
-    EXPECT_EQ(read_file(out("c.gray")).size(), before.rgba.size() / 16);
+    EXPECT_EQ(read_file("out/c.gray").size(), before.rgba.size() / 16);
     EXPECT_EQ(run("convert out/c.gray out/d.png --from gray --size 9x9 --format rgba").status, 1);
 }
 
@@ -297,86 +230,95 @@ TEST_F(Program, DemoSweepsInEveryDirection)
         const Outcome outcome = run(arguments);
         ASSERT_EQ(outcome.status, 0) << outcome.err;
         EXPECT_EQ(outcome.err, "");
-        int announced = 0, dx, dy, width = 0, height = 0, used = 0;
-        double true_x, true_y;
-        const char* json = outcome.out.c_str();
-        for (const char* at = json; (at = strstr(at, "\"offset\":")) != nullptr; ++at, ++announced) {
+        int announced = 0, dx, dy;
+        double true_x, true_y, swept = 0;
+        for (const char* at = outcome.out.c_str(); (at = strstr(at, "\"offset\":")) != nullptr;
+             ++at, ++announced) {
             ASSERT_EQ(sscanf(at, "\"offset\":[%d,%d],\"truth\":[%lf,%lf]", &dx, &dy, &true_x, &true_y), 4);
             const double along = dx * direction.x + dy * direction.y;
-            EXPECT_NEAR(along, true_x * direction.x + true_y * direction.y, along / 3);
+            const double truth = true_x * direction.x + true_y * direction.y;
+            EXPECT_NEAR(along, truth, along / 3);
+            swept += truth;
             EXPECT_NEAR(dx * direction.y + dy * direction.x, true_x * direction.y + true_y * direction.x, 10);
         }
         EXPECT_EQ(announced, 3);
-        const char* end = strstr(json, "\"pictures_used\"");
-        ASSERT_NE(end, nullptr);
-        ASSERT_EQ(sscanf(end, "\"pictures_used\":%d,\"panorama_size\":[%d,%d]", &used, &width, &height), 3);
-        EXPECT_EQ(used, 4);
-        const std::vector<uint8_t> file = read_file(out("a.png"));
-        const Picture panorama = decode_png(file);
-        EXPECT_EQ(panorama.width, width);
-        EXPECT_EQ(panorama.height, height);
-        // Three steps of some 30 % of a picture, which the projection enlarges by 418 / 345.
-        const double grown = direction.x != 0 ? width / 320.0 : height / 240.0;
-        const double kept = direction.x != 0 ? height / 240.0 : width / 320.0;
-        EXPECT_NEAR(grown, 1 + 3 * 0.3 * 418 / 345, 0.3);
-        EXPECT_GT(kept, 0.85);
-        EXPECT_LE(kept, 1.0);
+        const std::vector<uint8_t> file = read_file("out/a.png");
+        const auto& [width, height, pixels] = decode_png(file);
+        // Offsets are those of previews of twice the size, which the projection stretches by up to 418 / 345.
+        EXPECT_NEAR(direction.x != 0 ? width - 320 : height - 240, swept / 2 * 1.17, 16);
+        const std::string size = std::to_string(width) + "," + std::to_string(height);
+        const size_t told = outcome.out.find("\"pictures_used\":4,\"panorama_size\":[" + size + "]");
+        EXPECT_NE(told, std::string::npos) << outcome.out;
         EXPECT_EQ(run(arguments).status, 0);
-        EXPECT_EQ(read_file(out("a.png")), file) << "the second run painted something else";
+        EXPECT_EQ(read_file("out/a.png"), file) << "the second run painted something else";
     }
 }
 
-TEST_F(Program, StitchPlacesPicturesWhereTheCameraLooked)
+TEST_F(Program, StitchPlacesPicturesWhereTheyShowTheSame)
 {
-    // Steps of 0.25 radians are 86 of 320 pixels: an overlap of 73 percent.
-    constexpr double kStep = 0.25;
-    Pan pan;
+    constexpr int32_t kStep = 86;  // an overlap of 73 percent
     for (int i = 0; i < 3; ++i) {
-        const Picture picture = convert_to_picture(pan.look(i * kStep));
-        write_picture(in("p" + std::to_string(i) + (i == 1 ? ".jpg" : ".png")), picture, 95);
+        Picture picture(kWidth, kHeight);
+        for (size_t at = 0; at < picture.rgba.size(); ++at)
+            picture.rgba[at] = _seen(i * kStep, static_cast<int32_t>(at / 4 % kWidth),
+                                     static_cast<int32_t>(at / 4 / kWidth));
+        write_picture("in/p" + std::to_string(i) + (i == 1 ? ".jpg" : ".png"), picture, 95);
     }
     const Outcome outcome = run("stitch -o out/a.JPG --quality 80 in/p0.png in/p1.jpg in/p2.png");
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.err, "");
-    const std::vector<uint8_t> file = read_file(out("a.JPG"));
+    const std::vector<uint8_t> file = read_file("out/a.JPG");
     ASSERT_TRUE(looks_like_jpeg(file));
     const Picture panorama = decode_jpeg(file);
-    // The middle of a picture moves by 418 / 345 * focal length * angle; towards the edges by up to 8 percent less.
-    const double shift = 418.0 / 345.0 * kFocal * kStep;
-    EXPECT_GE(panorama.width, 320 + 2 * shift * 0.92 - 16);
-    EXPECT_LE(panorama.width, 320 + 2 * shift);
+    // The projection stretches the middle of a picture by 418 / 345, and its edges less.
+    EXPECT_NEAR(panorama.width, 320 + 2 * kStep * 1.17, 20);
     EXPECT_GE(panorama.height, 208);
     const Outcome verbose = run("stitch --verbose -o out/a.jpg in/p0.png in/p1.jpg in/p2.png");
     EXPECT_EQ(verbose.status, 0);
     EXPECT_NE(verbose.err.find("start synthesis 3 image(s)"), std::string::npos) << verbose.err;
 }
 
-/** A JPEG file with an Exif block that holds nothing but an orientation. */
-std::vector<uint8_t> _with_orientation(std::vector<uint8_t> jpeg, uint8_t orientation)
+/** An Exif block of two entries behind an unused gap: another tag, then the orientation. */
+std::vector<uint8_t> _exif_block(bool big_endian, uint32_t directory, uint32_t type, uint32_t orientation)
 {
-    const uint8_t exif[] = {0xFF, 0xE1, 0, 34, 'E', 'x',         'i', 'f', 0,    0,    'M', 'M',
-                            0,    42,   0, 0,  0,   8,           0,   1,   0x01, 0x12, 0,   3,
-                            0,    0,    0, 1,  0,   orientation, 0,   0,   0,    0,    0,   0};
-    jpeg.insert(jpeg.begin() + 2, exif, exif + sizeof(exif));
-    return jpeg;
+    std::vector<uint8_t> block(2, big_endian ? 'M' : 'I');
+    const auto put = [&](uint32_t value, int bytes) {
+        for (int i = 0; i < bytes; ++i)
+            block.push_back(static_cast<uint8_t>(value >> 8 * (big_endian ? bytes - 1 - i : i)));
+    };
+    put(42, 2);
+    put(directory, 4);
+    put(0, 4);
+    put(2, 2);
+    for (const uint32_t tag : {0x0110U, 0x0112U}) {
+        put(tag, 2);
+        put(type, 2);
+        put(1, 4);
+        put(tag == 0x0112 ? orientation : 7, 2);
+        put(0, 2);
+    }
+    return block;
 }
 
 TEST_F(Program, StitchTurnsPicturesUprightAndCropsOddSizes)
 {
-    const std::vector<uint8_t> jpeg = _with_orientation(encode_jpeg(Picture(101, 60), 90), 6);
-    write_file_whole(in("turned.jpg"), jpeg.data(), jpeg.size());
+    std::vector<uint8_t> jpeg = encode_jpeg(Picture(101, 60), 90), block = _exif_block(true, 12, 3, 6);
+    const std::string head = "\xFF\xE1" + std::string(1, '\0') + static_cast<char>(8 + block.size()) + "Exif";
+    block.insert(block.begin(), 2, 0);
+    block.insert(block.begin(), head.begin(), head.end());
+    jpeg.insert(jpeg.begin() + 2, block.begin(), block.end());
+    write_file_whole("in/turned.jpg", jpeg.data(), jpeg.size());
     const Outcome outcome = run("stitch -o out/a.png in/turned.jpg");
     EXPECT_EQ(outcome.status, 0);
     EXPECT_NE(outcome.err.find("cropped from 60x101 to 60x100"), std::string::npos) << outcome.err;
-    const Picture upright = read_picture(out("a.png"));
-    EXPECT_EQ(upright.width, 60);
-    EXPECT_EQ(upright.height, 100);
+    const Picture upright = read_picture("out/a.png");
+    EXPECT_TRUE(upright.width == 60 && upright.height == 100);
 }
 
 TEST_F(Program, VideoReadsFilesAndPipesOfEvenAndOddSizes)
 {
-    _write_text(in("even.y4m"), _stream("W320 H240 F30:1 Ip A1:1 C420jpeg", 80, 320, 240));
-    _write_text(in("odd.y4m"), _stream("H241 W321", 80, 321, 241));
+    write_text("in/even.y4m", _stream("W320 H240 F30:1 Ip A1:1 C420jpeg", 80, 320, 240));
+    write_text("in/odd.y4m", _stream("H241 W321", 80, 321, 241));
     const Outcome file = run("video in/even.y4m -o out/file.png");
     ASSERT_EQ(file.status, 0) << file.err;
     EXPECT_NE(file.out.find("direction right"), std::string::npos) << file.out;
@@ -385,16 +327,18 @@ TEST_F(Program, VideoReadsFilesAndPipesOfEvenAndOddSizes)
     const Outcome odd = run("video in/odd.y4m -o out/odd.png");
     EXPECT_EQ(odd.status, 0);
     EXPECT_NE(odd.err.find("cropped from 321x241 to 320x240"), std::string::npos) << odd.err;
-    const std::vector<uint8_t> panorama = read_file(out("file.png"));
-    EXPECT_GT(decode_png(panorama).width, 480);
-    EXPECT_TRUE(read_file(out("pipe.png")) == panorama);
-    EXPECT_TRUE(read_file(out("odd.png")) == panorama) << "the cropped frames are the even ones";
+    const std::vector<uint8_t> panorama = read_file("out/file.png");
+    const Picture seen = decode_png(panorama);
+    EXPECT_GT(seen.width, 480);
+    EXPECT_GT(seen.row(100)[400], seen.row(100)[402]) << "red and blue are exchanged";
+    EXPECT_TRUE(read_file("out/pipe.png") == panorama);
+    EXPECT_TRUE(read_file("out/odd.png") == panorama) << "the cropped frames are the even ones";
 }
 
 TEST_F(Program, VideoEndsWhenTheSweepIsFull)
 {
     // 90 percent of overlap: a picture every 26 of 320 pixels, which this pan has covered after some 9 frames.
-    _write_text(in("long.y4m"), _stream("W320 H240", 120, kWidth, kHeight));
+    write_text("in/long.y4m", _stream("W320 H240", 120, kWidth, kHeight));
     const Outcome outcome = run("video in/long.y4m --overlap 90 -o out/a.png --json");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_NE(outcome.out.find("\"pictures_used\":10"), std::string::npos) << outcome.out;
@@ -403,42 +347,19 @@ TEST_F(Program, VideoEndsWhenTheSweepIsFull)
 TEST(Exif, FindsTheOrientationAndNothingInBrokenBlocks)
 {
     for (const bool big_endian : {true, false}) {
-        const auto put = [&](std::vector<uint8_t>* block, uint32_t value, int bytes) {
-            for (int i = 0; i < bytes; ++i)
-                block->push_back(static_cast<uint8_t>(value >> 8 * (big_endian ? bytes - 1 - i : i)));
-        };
-        // Two entries behind an unused gap: another tag, then the orientation.
-        const auto block_of = [&](uint32_t directory, uint32_t type, uint32_t value) {
-            std::vector<uint8_t> block(2, big_endian ? 'M' : 'I');
-            put(&block, 42, 2);
-            put(&block, directory, 4);
-            put(&block, 0, 4);
-            put(&block, 2, 2);
-            for (const uint32_t tag : {0x0110U, 0x0112U}) {
-                put(&block, tag, 2);
-                put(&block, type, 2);
-                put(&block, 1, 4);
-                put(&block, tag == 0x0112 ? value : 7, 2);
-                put(&block, 0, 2);
-            }
-            return block;
+        const auto orientation_of = [](const std::vector<uint8_t>& block) {
+            return exif_orientation(block.data(), block.size());
         };
         for (uint32_t value = 0; value <= 9; ++value) {
-            const std::vector<uint8_t> block = block_of(12, 3, value);
-            const int want = value >= 1 && value <= 8 ? static_cast<int>(value) : 1;
-            EXPECT_EQ(exif_orientation(block.data(), block.size()), want);
+            const std::vector<uint8_t> block = _exif_block(big_endian, 12, 3, value);
+            EXPECT_EQ(orientation_of(block), value >= 1 && value <= 8 ? static_cast<int>(value) : 1);
             // Cut before the value's end: exact copies, so that a sanitizer sees every read behind them.
-            for (size_t size = 0; size < block.size() - 2; ++size) {
-                const std::vector<uint8_t> cut(block.begin(), block.begin() + static_cast<ptrdiff_t>(size));
-                EXPECT_EQ(exif_orientation(cut.data(), cut.size()), 1) << size;
-            }
+            for (ptrdiff_t left = 3; left <= static_cast<ptrdiff_t>(block.size()); ++left)
+                EXPECT_EQ(orientation_of({block.begin(), block.end() - left}), 1) << left;
         }
-        for (const uint32_t directory : {0xFFFFFFFFU, 0x80000000U, 40U, 13U}) {
-            const std::vector<uint8_t> block = block_of(directory, 3, 6);
-            EXPECT_EQ(exif_orientation(block.data(), block.size()), 1) << directory;
-        }
-        const std::vector<uint8_t> wrong_type = block_of(12, 4, 6);
-        EXPECT_EQ(exif_orientation(wrong_type.data(), wrong_type.size()), 1);
+        for (const uint32_t directory : {0xFFFFFFFFU, 0x80000000U, 40U, 13U})
+            EXPECT_EQ(orientation_of(_exif_block(big_endian, directory, 3, 6)), 1) << directory;
+        EXPECT_EQ(orientation_of(_exif_block(big_endian, 12, 4, 6)), 1) << "of another type";
     }
 }
 
@@ -465,21 +386,21 @@ TEST(Exif, TurnsEachOrientationUpright)
 
 TEST(Y4m, RefusesBrokenHeaders)
 {
-    const char* sizes[] = {"W320",          "W1 H1",         "W-2 H2", "W2x H2", "W99999999999999999999 H2",
-                           "W16384 H16384", "W320 H240 C422"};
-    std::vector<std::string> headers = {"", "\n", "YUV4MPEG2\n", "YUV4MPEG2W320 H240\n",
-                                        "YUV4MPEG2 W320 H240"};
-    for (const char* size : sizes)
-        headers.push_back(std::string("YUV4MPEG2 ") + size + "\n");
-    for (const std::string& header : headers) {
+    const auto expect_refusal = [](const std::string& header, const char* message) {
         SCOPED_TRACE(header);
-        FILE* file = tmpfile();
-        ASSERT_NE(file, nullptr);
-        fputs(header.c_str(), file);
-        rewind(file);
-        EXPECT_THROW(Y4mReader(file, "clip"), ProgramError);
-        fclose(file);
-    }
+        const std::unique_ptr<FILE, int (*)(FILE*)> file(tmpfile(), fclose);
+        fputs(header.c_str(), file.get());
+        rewind(file.get());
+        expect_error([&] { Y4mReader(file.get(), "clip"); }, message);
+    };
+    for (const char* header : {"", "\n", "YUV4MPEG2 W320 H240", "YUV4MPEG2W320 H240\n"})
+        expect_refusal(header, "clip: not a YUV4MPEG2 stream");
+    const std::string head = "YUV4MPEG2 ";
+    for (const char* size :
+         {"", "W320", "W0 H240", "W1 H1", "W-2 H2", "W2x H2", "W99999999999999999999 H2", "W16384 H16384"})
+        expect_refusal(head + size + "\n", "clip: frames of an impossible size");
+    expect_refusal(head + "W320 H240 C422\n", "clip: chroma 422 is not supported");
+    expect_refusal(head + "W320 H240 C420p10\n", "clip: chroma 420p10 is not supported");
 }
 
 }  // namespace

@@ -28,11 +28,12 @@ const struct {
     const char* prefix;
     void (*log)(const char* format, ...);
     void (*set_hook)(ozr_log_hook hook);
+    ozr_log_hook ozr_config::*configured;
 } kLevels[] = {
-    {"OZR E] ", ozr_log_error, ozr_log_set_external_error},
-    {"OZR W] ", ozr_log_warning, ozr_log_set_external_warning},
-    {"OZR I] ", ozr_log_info, ozr_log_set_external_info},
-    {"OZR D] ", ozr_log_debug, ozr_log_set_external_debug},
+    {"OZR E] ", ozr_log_error, ozr_log_set_external_error, &ozr_config::log_error},
+    {"OZR W] ", ozr_log_warning, ozr_log_set_external_warning, &ozr_config::log_warning},
+    {"OZR I] ", ozr_log_info, ozr_log_set_external_info, &ozr_config::log_info},
+    {"OZR D] ", ozr_log_debug, ozr_log_set_external_debug, &ozr_config::log_debug},
 };
 
 template <class Action>
@@ -61,18 +62,20 @@ TEST(AlignedMemory, IsAlignedUsableAndGivenBack)
     const WrappedHeap heap;
     for (uint32_t alignment = 1; alignment <= 32768; alignment *= 2) {
         for (uint32_t size : {0U, 1U, 100U, 70000U}) {
-            uint8_t* plain = static_cast<uint8_t*>(ozr_malloc_aligned(size, alignment));
-            uint8_t* cleared = static_cast<uint8_t*>(ozr_calloc_aligned(3, size, alignment));
-            ASSERT_TRUE(plain != nullptr && cleared != nullptr);
-            EXPECT_EQ(reinterpret_cast<uintptr_t>(plain) % alignment, 0U);
-            EXPECT_EQ(reinterpret_cast<uintptr_t>(cleared) % alignment, 0U);
-            EXPECT_TRUE(std::all_of(cleared, cleared + 3 * size, [](uint8_t byte) { return byte == 0; }));
-            memset(plain, 0xFF, size);
-            uint16_t distance = 0;
-            memcpy(&distance, plain - 2, 2);
-            EXPECT_TRUE(distance >= 1 && distance <= alignment) << distance;
-            ozr_free_aligned(plain);
-            ozr_free_aligned(cleared);
+            for (bool clears : {false, true}) {
+                void* block =
+                    clears ? ozr_calloc_aligned(3, size, alignment) : ozr_malloc_aligned(size, alignment);
+                ASSERT_NE(block, nullptr);
+                EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % alignment, 0U);
+                uint8_t* bytes = static_cast<uint8_t*>(block);
+                EXPECT_TRUE(!clears ||
+                            std::count(bytes, bytes + 3 * size, 0) == 3 * static_cast<int64_t>(size));
+                memset(bytes, 0xFF, size);
+                uint16_t distance = 0;
+                memcpy(&distance, bytes - 2, 2);
+                EXPECT_TRUE(distance >= 1 && distance <= alignment) << distance;
+                ozr_free_aligned(block);
+            }
         }
     }
     EXPECT_EQ(ozr_malloc_aligned(0xFFFFF000U, 4096), nullptr);  // wraps around to 2 bytes
@@ -81,14 +84,10 @@ TEST(AlignedMemory, IsAlignedUsableAndGivenBack)
     ASSERT_NE(wrapped, nullptr);
     ozr_free_aligned(wrapped);
     EXPECT_EQ(heap.live_blocks(), 0);
-    for (int64_t failing : {1, 2}) {
-        const WrappedHeap full(failing);
-        void* first = ozr_malloc_aligned(10, 16);
-        void* second = ozr_calloc_aligned(1, 10, 16);
-        EXPECT_TRUE((first == nullptr) == (failing == 1) && (second == nullptr) == (failing == 2));
-        ozr_free_aligned(failing == 1 ? second : first);
-        EXPECT_EQ(full.live_blocks(), 0);
-    }
+    const WrappedHeap full(1);
+    EXPECT_EQ(ozr_malloc_aligned(10, 16), nullptr);
+    const WrappedHeap full_again(1);
+    EXPECT_EQ(ozr_calloc_aligned(1, 10, 16), nullptr);
 }
 
 TEST(AlignedMemory, EngineBlocksArePageAlignedInsideTheirBlock)
@@ -164,8 +163,7 @@ TEST(Log, DumpsGoToAFileNamedByNumberAndSize)
     const uint8_t bytes[] = {1, 2, 0, 4};
     ozr_log_dump(-5, bytes, 4);
     std::ifstream file("-5-4.raw", std::ios::binary);
-    const std::string content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    EXPECT_EQ(content, std::string("\1\2\0\4", 4));
+    EXPECT_TRUE(std::equal(std::begin(bytes), std::end(bytes), std::istreambuf_iterator<char>(file), {}));
     remove("-5-4.raw");
     ozr_platform_log_dump("/nowhere/at/all.raw", bytes, 4);  // skipped silently
     ozr_log_dump(1, bytes, -1);
@@ -175,18 +173,15 @@ TEST(Log, DumpsGoToAFileNamedByNumberAndSize)
 TEST(Log, ConfigurationInstallsOnlyTheHooksItHas)
 {
     EXPECT_EQ(ozr_log_set_externals_from_config(nullptr), ozr_err_invalid_argument);
-    for (int32_t given = 0; given < 4; ++given) {
+    for (const auto& given : kLevels) {
         ozr_config config = {};
-        (given == 0   ? config.log_error
-         : given == 1 ? config.log_warning
-         : given == 2 ? config.log_info
-                      : config.log_debug) = remember;
+        config.*given.configured = remember;
         EXPECT_EQ(ozr_log_set_externals_from_config(&config), ozr_success);
         const ozr_config nothing = {};
         EXPECT_EQ(ozr_log_set_externals_from_config(&nothing), ozr_success);  // and takes none away
-        for (int32_t level = 0; level < 4; ++level)
-            EXPECT_EQ(stderr_of([&] { kLevels[level].log("line"); }).empty(), level == given);
-        kLevels[given].set_hook(nullptr);
+        for (const auto& level : kLevels)
+            EXPECT_EQ(stderr_of([&] { level.log("line"); }).empty(), &level == &given);
+        given.set_hook(nullptr);
     }
 }
 
@@ -212,14 +207,10 @@ TEST(Profiler, CountsIntervalsOfUsedSlots)
     EXPECT_EQ(ozr_prof_stop(7), 2U);
     const Lines lines = report();
     ASSERT_EQ(lines.size(), 1U);
-    int slot = 0, count = 0;
     double total = 0, shortest = 0, longest = 0, mean = 0;
     char label[16] = "";
-    ASSERT_EQ(sscanf(lines[0].c_str(),
-                     "[%d] CALL_CNT(%d) ACC_TIME(%lf), MIN(%lf), MAX(%lf) AVG(%lfms) - %15s", &slot, &count,
-                     &total, &shortest, &longest, &mean, label),
-              7);
-    EXPECT_TRUE(slot == 7 && count == 2) << lines[0];
+    const char format[] = "[  7] CALL_CNT(    2) ACC_TIME(%lf), MIN(%lf), MAX(%lf) AVG(%lfms) - %15s";
+    ASSERT_EQ(sscanf(lines[0].c_str(), format, &total, &shortest, &longest, &mean, label), 5) << lines[0];
     EXPECT_STREQ(label, "resize");
     EXPECT_GE(longest, 2.0);
     EXPECT_LT(shortest, longest);

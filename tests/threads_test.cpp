@@ -9,6 +9,7 @@
 #include "ozr_log.h"
 #include "pano_result.h"
 #include "panorama_calls.h"
+#include "support/handle.h"
 #include "support/sweeps.h"
 #include "support/wrapped_heap.h"
 
@@ -21,8 +22,6 @@ constexpr uint32_t kSeed = 2611;
 constexpr int32_t kRounds = 1000;
 
 enum Disturbance { kReset, kDestroy, kCancel, kCancelAsync, kDisturbances };
-
-void ignore(const char*, va_list) {}
 
 // The allocation at which the working call lets the second thread come first, and the core that shows its request.
 std::atomic<int64_t> g_meeting;
@@ -58,17 +57,13 @@ int32_t disturb(ozr_panorama* pano, int32_t disturbance)
     return 0;
 }
 
-struct Outcome {
-    ozr_err work;
-    int32_t disturbed;
-};
-
-// One call, disturbed by a second thread: at one of its allocations, or (0) some time after it has begun.
-Outcome disturbed_call(NoiseSweep* sweep, ozr_panorama* pano, int32_t step, int32_t disturbance,
-                       int64_t meeting, Clock::duration delay)
+// One call, disturbed by a second thread: at one of its allocations, or (0) some time after it has begun. Returns what
+// came of the call and of the disturbance.
+std::pair<ozr_err, int32_t> disturbed_call(NoiseSweep* sweep, ozr_panorama* pano, int32_t step,
+                                           int32_t disturbance, int64_t meeting, Clock::duration delay)
 {
     std::atomic<bool> ready = {false}, done = {false};
-    Outcome outcome = {};
+    std::pair<ozr_err, int32_t> outcome;
     g_meeting = meeting;
     g_core = session_of(pano)->engine->core;
     g_met = false;
@@ -79,35 +74,27 @@ Outcome disturbed_call(NoiseSweep* sweep, ozr_panorama* pano, int32_t step, int3
         const Clock::time_point begun = Clock::now();
         while (meeting == 0 && Clock::now() < begun + delay)
             std::this_thread::yield();
-        outcome.disturbed = disturb(pano, disturbance);
+        outcome.second = disturb(pano, disturbance);
         EXPECT_LT(Clock::now() - begun, std::chrono::seconds(20));
     });
     while (!ready)
         std::this_thread::yield();
     {
         const WrappedHeap heap(0, meet);
-        outcome.work = sweep->call(pano, step);
+        outcome.first = sweep->call(pano, step);
     }
     done = true;
     second.join();
     return outcome;
 }
 
-ozr_panorama* create()
-{
-    ozr_panorama* pano = nullptr;
-    EXPECT_EQ(ozr_panorama_create(nullptr, &pano), ozr_success);
-    return pano;
-}
-
 }  // namespace
 
 TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
 {
-    ozr_log_set_external_debug(ignore);
-    ozr_log_set_external_error(ignore);
+    ozr_log_disable();
     NoiseSweep sweep(kDirectionRight, 96, 32);
-    ozr_panorama* pano = create();
+    ozr_panorama* pano = create_panorama().release();
     const std::vector<uint8_t> undisturbed = sweep.whole(pano);
     ASSERT_FALSE(undisturbed.empty());
     ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
@@ -135,14 +122,14 @@ TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
                      << " disturbance " << disturbance << " after " << share << " % of the step");
         for (int32_t step = 0; step < disturbed_step; ++step)
             ASSERT_GE(sweep.call(pano, step), 0);
-        const Outcome outcome = disturbed_call(&sweep, pano, disturbed_step, disturbance, meeting,
-                                               lasts[disturbed_step] * share / 100);
-        EXPECT_TRUE(outcome.work >= 0 || outcome.work == ozr_err_invalid_status) << outcome.work;
-        interrupted += outcome.work < 0 ? 1 : 0;
+        const auto& [work, disturbed] = disturbed_call(&sweep, pano, disturbed_step, disturbance, meeting,
+                                                       lasts[disturbed_step] * share / 100);
+        EXPECT_TRUE(work >= 0 || work == ozr_err_invalid_status) << work;
+        interrupted += work < 0 ? 1 : 0;
         if (disturbance == kReset)
-            EXPECT_EQ(outcome.disturbed, ozr_success);
+            EXPECT_EQ(disturbed, ozr_success);
         else if (disturbance == kDestroy)
-            pano = create();
+            pano = create_panorama().release();
         else
             EXPECT_EQ(ozr_panorama_reset(pano), ozr_success);
         EXPECT_EQ(sweep.whole(pano), undisturbed);
@@ -150,6 +137,5 @@ TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
     }
     EXPECT_GT(interrupted, kRounds / 10);
     ozr_panorama_destroy(pano);
-    ozr_log_set_external_debug(nullptr);
-    ozr_log_set_external_error(nullptr);
+    ozr_log_enable();
 }

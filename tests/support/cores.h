@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "panorama_core.h"
+#include "support/noise.h"
 #include "support/pictures.h"
 
 class TestCore
@@ -27,10 +28,7 @@ public:
     {
         PanoImg img = {};
         PanoImg_Create(&img, core->width, core->height, kPanoNv12);
-        for (int32_t row = 0; row < img.height; ++row) {
-            for (int32_t column = 0; column < img.width; ++column)
-                pano_row(&img, row)[column] = static_cast<uint8_t>(value(column, row));
-        }
+        fill_luma(img, value);
         for (int32_t i = img.height * img.stride; i < img.size; ++i)
             img.data[i] = i % 2 == 0 ? 100 : 150;
         const int32_t result = panorama_core_add_input(core, &img, index, x, y);
@@ -41,20 +39,5 @@ public:
     PanoramaCore* core = nullptr;
     int32_t init_result = 0;
 };
-
-// A texture without repetition: the same everywhere it is looked at from.
-inline int32_t noise(int32_t x, int32_t y)
-{
-    const auto cell = [](int32_t i, int32_t j) {
-        uint32_t h = static_cast<uint32_t>(i) * 73856093U ^ static_cast<uint32_t>(j) * 19349663U;
-        h = (h ^ (h >> 13)) * 1274126177U;
-        return static_cast<int32_t>((h >> 16) & 255);
-    };
-    // Cells of 4 x 4 pixels, linear in between.
-    const int32_t i = x >> 2, j = y >> 2, fx = x & 3, fy = y & 3;
-    return (cell(i, j) * (4 - fx) * (4 - fy) + cell(i + 1, j) * fx * (4 - fy) +
-            cell(i, j + 1) * (4 - fx) * fy + cell(i + 1, j + 1) * fx * fy) /
-           16;
-}
 
 #endif

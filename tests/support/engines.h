@@ -11,6 +11,12 @@ class TestEngine
 {
 public:
     TestEngine() { panorama_engine_create(&pe); }
+    // With the first picture of a sweep in a direction.
+    TestEngine(const PanoImg& first, int32_t direction) : TestEngine()
+    {
+        EXPECT_EQ(take(first, {0, 0}), 1);
+        pe->direction = direction;
+    }
     ~TestEngine() { panorama_engine_destroy(&pe); }
     TestEngine(const TestEngine&) = delete;
     TestEngine& operator=(const TestEngine&) = delete;
@@ -36,10 +42,7 @@ public:
     NoisePicture(int32_t width, int32_t height, int32_t dx, int32_t dy)
         : TestImg(kPanoNv12, width, height, 0, 128)
     {
-        for (int32_t y = 0; y < height; ++y) {
-            for (int32_t x = 0; x < width; ++x)
-                at(x, y) = static_cast<uint8_t>(noise(x + dx, y + dy));
-        }
+        fill_luma(img, [=](int32_t x, int32_t y) { return noise(x + dx, y + dy); });
     }
 };
 

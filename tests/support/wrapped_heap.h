@@ -2,21 +2,33 @@
 #ifndef WRAPPED_HEAP_H
 #define WRAPPED_HEAP_H
 
+#include <atomic>
 #include <cstdint>
 
-// Counts from its construction on; lets allocation `failing` (from 1; 0: none) fail, and those after it succeed. Tells
-// `watch` the number of each allocation before it is made.
+// Counts from its construction on; lets allocation `failing_one` (from 1; 0: none) fail, and those after it succeed. Calls
+// `told` with the number of each allocation before it is made.
 class WrappedHeap
 {
 public:
-    explicit WrappedHeap(int64_t failing = 0, void (*watch)(int64_t allocation) = nullptr);
-    ~WrappedHeap();
+    explicit WrappedHeap(int64_t failing_one = 0, void (*told)(int64_t allocation) = nullptr)
+    {
+        watch = told;
+        failing = failing_one;
+        tried = live = 0;
+        counting = true;
+    }
+    ~WrappedHeap() { counting = false; }
     WrappedHeap(const WrappedHeap&) = delete;
     WrappedHeap& operator=(const WrappedHeap&) = delete;
 
-    void stop_failing();
-    int64_t allocations() const;  // tried so far
-    int64_t live_blocks() const;  // allocated minus freed
+    void stop_failing() { failing = 0; }
+    int64_t allocations() const { return tried; }  // so far
+    int64_t live_blocks() const { return live; }   // allocated minus freed
+
+    // Of all heaps, as there is one set of allocators.
+    static inline std::atomic<bool> counting;
+    static inline std::atomic<int64_t> failing, tried, live;
+    static inline void (*watch)(int64_t allocation);
 };
 
 #endif

@@ -1,0 +1,59 @@
+// Files of tests of the program: text in them, and a folder for those of one test.
+#ifndef FILES_H
+#define FILES_H
+
+#include "file_io.h"
+#include "program_error.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <stdlib.h>
+
+namespace fs = std::filesystem;
+
+inline std::string read_text(const std::string& path)
+{
+    const std::vector<uint8_t> bytes = read_file(path);
+    return std::string(bytes.begin(), bytes.end());
+}
+
+inline void write_text(const std::string& path, const std::string& text)
+{
+    write_file_whole(path, reinterpret_cast<const uint8_t*>(text.data()), text.size());
+}
+
+// Expects a ProgramError of a text that has `message` in it.
+template <class Action>
+void expect_error(Action action, const std::string& message)
+{
+    try {
+        action();
+        ADD_FAILURE() << "nothing was refused";
+    } catch (const ProgramError& error) {
+        EXPECT_NE(std::string(error.what()).find(message), std::string::npos) << error.what();
+    }
+}
+
+// Its tests have a working folder of their own.
+class FolderTest : public testing::Test
+{
+protected:
+    FolderTest()
+    {
+        char name[] = "/tmp/ozr-pano-test.XXXXXX";
+        EXPECT_NE(mkdtemp(name), nullptr);
+        fs::current_path(name);
+    }
+    ~FolderTest() override
+    {
+        const fs::path folder = fs::current_path();
+        fs::current_path(home_);
+        fs::remove_all(folder);
+    }
+
+private:
+    const fs::path home_ = fs::current_path();
+};
+
+#endif
