@@ -3,7 +3,7 @@
 #include "benchmarks.h"
 #include "levels.h"
 #include "prepared_core.h"
-#include "support/pictures.h"
+#include "support/random.h"
 
 namespace
 {

@@ -4,7 +4,7 @@
 #include "ozr_image.h"
 #include "ozr_support.h"
 #include "panorama_img.h"
-#include "support/pictures.h"
+#include "support/random.h"
 #include "sweep_pictures.h"
 
 namespace

@@ -1,4 +1,4 @@
-// Small pictures and random numbers for tests.
+// Small pictures for tests.
 #ifndef PICTURES_H
 #define PICTURES_H
 
@@ -9,26 +9,7 @@
 
 #include "ozr_image.h"
 #include "panorama_img.h"
-
-// Reproducible numbers: xorshift32.
-class Random
-{
-public:
-    explicit Random(uint32_t seed) : state_(seed * 2654435761U + 1) {}
-
-    uint32_t next()
-    {
-        state_ ^= state_ << 13;
-        state_ ^= state_ >> 17;
-        state_ ^= state_ << 5;
-        return state_;
-    }
-    int32_t below(int32_t limit) { return static_cast<int32_t>(next() % static_cast<uint32_t>(limit)); }
-    uint8_t byte() { return static_cast<uint8_t>(next() >> 24); }
-
-private:
-    uint32_t state_;
-};
+#include "support/random.h"
 
 constexpr int32_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};  // of the working formats
 
