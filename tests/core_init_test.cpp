@@ -105,6 +105,9 @@ TEST(CoreInit, RefusesSizesThatCannotBeProjected)
         EXPECT_EQ(core->width, c[0]);  // the geometry is stored all the same
         EXPECT_EQ(core->search_x_max, static_cast<int32_t>(static_cast<float>(c[0]) * 0.3F));
     }
+    TestCore wrapped;  // 10000 * 10000 * 70 is negative in 32 bits
+    EXPECT_EQ(panorama_core_init(wrapped.core, 0, 20000, 20000, 20000), kPanoBadArgument);
+    EXPECT_TRUE(wrapped->levels == 0 && wrapped->half == 0 && wrapped->ncc_shift == 18);
     TestCore narrow(1, 7, 48);  // nothing to project: the first picture fails
     EXPECT_EQ(narrow.init_result, 0);
     EXPECT_EQ(narrow.add(0, 0, 0, [](int32_t, int32_t) { return 0; }), kPanoBadArgument);

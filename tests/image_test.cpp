@@ -120,6 +120,18 @@ TEST(Image, CopyAndCloneNameTheirFaults)
     EXPECT_EQ(ozr_image_clone(nullptr, &other), ozr_err_invalid_argument);
 }
 
+TEST(Image, CopyTakesRowsLongerThanTheStrideWhereTheSizeCoversThem)
+{
+    uint8_t from[13] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13}, to[13] = {};
+    const ozr_image src = {from, 13, 2, 2, ozr_image_format_rgba32, 5, 0};
+    ozr_image dst = {to, 12, 2, 2, ozr_image_format_rgba32, 5, 0};
+    EXPECT_EQ(ozr_image_copy(&src, &dst), ozr_err_invalid_argument);
+    EXPECT_EQ(to[0], 0);
+    dst.size = 13;
+    EXPECT_EQ(ozr_image_copy(&src, &dst), ozr_success);
+    EXPECT_EQ(memcmp(from, to, sizeof(to)), 0);
+}
+
 TEST(Image, BitsAndChannels)
 {
     const int32_t rows[][3] = {{0, 12, 1}, {1, 12, 1}, {2, 8, 1},  {3, 32, 4},

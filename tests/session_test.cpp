@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "panorama.h"
+#include "panorama_calls.h"
 #include "support/engines.h"
 #include "support/log_capture.h"
 
@@ -148,8 +149,10 @@ TEST(Session, ResetGivesUpOnWorkThatDoesNotEnd)
 {
     const Session session;
     session->engine->status = kStatusStopped;  // stopped and never composed
+    const PanoramaCall call(session.session.get());
     LogCapture log;
     EXPECT_EQ(session->reset(), ozr_err_invalid_status);
     EXPECT_EQ(log.chain(), Chain{"ozr_err_invalid_status: from cancel_processes() @ reset"});
+    EXPECT_EQ(log.progress().size(), 1U);  // asked once, as far as the log tells
     session->engine->status = kStatusIdle;
 }

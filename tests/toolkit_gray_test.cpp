@@ -65,6 +65,15 @@ TEST(Resize, OverlappingRowsAreMadeInOrder)
     for (size_t y = 0; y < kHalf; ++y)
         memcpy(&want[3 * y], &apart[kHalf * y], kHalf);
     EXPECT_EQ(close, want);
+    // All rows of this source are one, and each result is read by those to its right.
+    Bytes row(picture.begin(), picture.begin() + 100), row_want = row;
+    for (int32_t x = 0; x < 16; ++x)
+        row_want[static_cast<size_t>(x)] =
+            static_cast<uint8_t>(bilinear(x * 6400, 0, [&](int32_t i, int32_t) {
+                return row_want[static_cast<size_t>(x < 15 ? i : x * 6400 / 1024)];
+            }));
+    ASSERT_EQ(resize_grayimage_bi(row.data(), 16, 1, 16, row.data(), 100, 1, 0), 0);
+    EXPECT_EQ(row, row_want);
     uint8_t* place = picture.data();
     ASSERT_EQ(resize_grayimage_bi(place, kHalf, kHalf, kHalf, place, kSide, kSide, kSide), 0);
     EXPECT_EQ(memcmp(place, apart.data(), apart.size()), 0);
@@ -259,6 +268,15 @@ TEST(SampleByN, AdvancesAsItsStepsSay)
                 dst.expect(y * dst_stride + x, src.data()[y * c.advance + x * c.step_x]);
         EXPECT_EQ(dst.now, dst.want);
     }
+}
+
+TEST(SampleByN, ResultsThatOvertakeTheSourceAreReadAgain)
+{
+    Bytes row = random_bytes(160, 61), want = row;
+    for (size_t x = 0; x < 70; ++x)
+        want[20 + x] = want[2 * x];
+    ASSERT_EQ(sample_image_by_n(&row[20], 0, row.data(), 140, 1, 0, 2, 1), ozr_success);
+    EXPECT_EQ(row, want);
 }
 
 TEST(SampleByN, Refuses)
