@@ -1,7 +1,6 @@
 #include "log_capture.h"
 
 #include <cstdio>
-#include <regex>
 
 #include "ozr_log.h"
 
@@ -16,14 +15,6 @@ void collect(const char* format, va_list args)
     char line[2048];
     vsnprintf(line, sizeof(line), format, args);
     lines.push_back(line);
-}
-
-// The lines, what `pattern` finds in each replaced.
-Lines replaced(Lines lines, const char* pattern, const char* by)
-{
-    for (std::string& line : lines)
-        line = std::regex_replace(line, std::regex(pattern), by);
-    return lines;
 }
 
 }  // namespace
@@ -52,11 +43,26 @@ Lines LogCapture::info() const
 // From "OZR_EXCEPTION(code) text @ function():line"; a failed condition keeps its head.
 Lines LogCapture::chain() const
 {
-    return replaced(replaced(g_errors, "\\(\\):\\d+$", ""), "^OZR_EXCEPTION\\((\\w+)\\)", "$1:");
+    const std::string head = "OZR_EXCEPTION(";
+    Lines lines = g_errors;
+    for (std::string& line : lines) {
+        line = line.substr(0, line.rfind("():"));
+        if (line.compare(0, head.size(), head) == 0) {
+            line.erase(0, head.size());
+            line.replace(line.find(')'), 1, ":");
+        }
+    }
+    return lines;
 }
 
 // From "[tag:line] message" and a line feed; other lines as they are.
 Lines LogCapture::progress() const
 {
-    return replaced(g_debug, "^\\[(.*):\\d+\\] (.*)\n$", "$1: $2");
+    Lines lines = g_debug;
+    for (std::string& line : lines) {
+        const size_t colon = line.find(':'), close = line.find("] ");
+        if (line[0] == '[' && line.back() == '\n')
+            line = line.substr(1, colon - 1) + ": " + line.substr(close + 2, line.size() - close - 3);
+    }
+    return lines;
 }
