@@ -1,5 +1,6 @@
 #include "log_capture.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "ozr_log.h"
@@ -46,7 +47,7 @@ Lines LogCapture::chain() const
     const std::string head = "OZR_EXCEPTION(";
     Lines lines = g_errors;
     for (std::string& line : lines) {
-        line = line.substr(0, line.rfind("():"));
+        line.resize(std::min(line.rfind("():"), line.size()));
         if (line.compare(0, head.size(), head) == 0) {
             line.erase(0, head.size());
             line.replace(line.find(')'), 1, ":");
