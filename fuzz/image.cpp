@@ -17,7 +17,7 @@ int64_t _row_bytes(const ozr_image& image)
     of 0 has a meaning, it is that of the width. */
 int64_t _promised_bytes(const ozr_image& image)
 {
-    if (image.width < 1 || image.height < 1 || ozr_image_get_bits_per_pixel(&image) < 0)
+    if (image.height < 1 || ozr_image_get_bits_per_pixel(&image) < 0)
         return 0;
     const int64_t plane =
         int64_t{image.height} * (image.stride == 0 ? image.width : std::max(image.stride, 0));
