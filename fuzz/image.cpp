@@ -14,10 +14,10 @@ int64_t _row_bytes(const ozr_image& image)
 }
 
 /** What a caller's record promises: the rows of its planes at its stride, and `size` where that is more. Where a stride
-    of 0 has a meaning, it is that of the width. */
+    of 0 has a meaning, it is that of the width. A warp looks at neither the width nor the destination's format. */
 int64_t _promised_bytes(const ozr_image& image)
 {
-    if (image.height < 1 || ozr_image_get_bits_per_pixel(&image) < 0)
+    if (image.height < 1)
         return 0;
     const int64_t plane =
         int64_t{image.height} * (image.stride == 0 ? image.width : std::max(image.stride, 0));
