@@ -237,6 +237,8 @@ bool _fill_odd_last_row(const Tables& tables, const Builder& b)
 
 bool _fill_tables(const Tables& tables, const Builder& b)
 {
+    if (b.width == 0)
+        return true;  // nothing is projected, however high the picture
     // All source positions are still zero.
     if (b.height % 2 != 0 && !_fill_odd_last_row(tables, b))
         return false;
