@@ -19,8 +19,8 @@ struct PublicPicture {
 int64_t _bytes_of(const ozr_image& image)
 {
     const int64_t plane = int64_t{image.height} * image.stride;
-    const bool has_chroma = image.format != ozr_image_format_gray &&
-                            image.format != ozr_image_format_rgba32 && image.format != ozr_image_format_yuy2;
+    const bool has_chroma =
+        ozr_image_get_bits_per_pixel(&image) == 12;  // an unknown format is taken for grey
     return image.width < 1 || image.height < 1 || image.stride < 1 ? 0
            : has_chroma                                            ? plane + plane / 2
                                                                    : plane;

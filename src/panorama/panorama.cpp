@@ -4,6 +4,7 @@
 #include <stdlib.h>
 
 #include "ozr_chain.h"
+#include "ozr_image_rows.h"
 #include "ozr_log.h"
 #include "ozr_support.h"
 #include "pano_result.h"
@@ -100,6 +101,12 @@ PanoImg _wrap(const ozr_image* image)
             image->size,
             0,
             image->data};
+}
+
+// Whether 32 bits count all planes of a picture. The engine is not shown those of yv12 behind the first.
+bool _is_countable(const ozr_image* image)
+{
+    return ozr_image_counts_bytes(image, image->stride);
 }
 
 // The numbers of the directions are the same on both sides; anything else is undecided.
@@ -223,6 +230,7 @@ int32_t panorama_t::detect_frame_to_stitch(const ozr_image* preview, ozr_point* 
                                            ozr_panorama_direction& direction)
 {
     OZR_RAISE_IF(preview == nullptr || offset == nullptr, ozr_err_invalid_argument);
+    OZR_RAISE_IF(!_is_countable(preview), ozr_err_invalid_argument);
     const PanoImg frame = _wrap(preview);
     const int32_t due = panorama_engine_process_frame(engine, &frame);
     RAISE_IF_FAILED(due);
@@ -241,6 +249,7 @@ int32_t panorama_t::detect_frame_to_stitch(const ozr_image* preview, ozr_point* 
 ozr_err panorama_t::stitch_one_image(ozr_image* picture, const ozr_point* offset)
 {
     OZR_RAISE_IF(picture == nullptr, ozr_err_invalid_argument);
+    OZR_RAISE_IF(!_is_countable(picture), ozr_err_invalid_argument);
     const PanoImg img = _wrap(picture);
     ozr_point at = {0, 0};
     if (stitched_count == 0) {
