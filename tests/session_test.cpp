@@ -156,3 +156,13 @@ TEST(Session, ResetGivesUpOnWorkThatDoesNotEnd)
     EXPECT_EQ(log.progress().size(), 1U);  // asked once, as far as the log tells
     session->engine->status = kStatusIdle;
 }
+
+TEST(Session, RefusesPlanesBeyondThirtyTwoBits)
+{
+    const Session session;
+    const LogCapture log;
+    uint8_t pixel = 0;
+    ozr_image huge = {&pixel, 0, 1, 46340, ozr_image_format_yv12, 46340, 0};  // the luma alone would fit
+    EXPECT_EQ(session->stitch_one_image(&huge, nullptr), ozr_err_invalid_argument);
+    EXPECT_EQ(log.chain(), Chain{"ozr_err_invalid_argument:  @ stitch_one_image"});
+}
