@@ -7,25 +7,14 @@
 
 #include "kernels_scalar.h"
 #include "kernels_x86.h"
+#include "ozr_prefetch.h"
 #include "projection_block.h"
 
 namespace
 {
 
-constexpr uintptr_t kBlockBytes = kBlockWeights * sizeof(uint16_t);
-constexpr uintptr_t kCacheLine = 64;
-constexpr uintptr_t kAhead = 8 * kBlockBytes;
-
-// Asks for the weights of a block to come. Behind the last one of the table that may be anybody's memory, or nobody's:
-// a hint reads nothing and cannot fault.
-void _prefetch(const uint16_t* weights)
-{
-    const uintptr_t ahead = reinterpret_cast<uintptr_t>(weights) + kAhead;
-    for (uintptr_t line = 0; line < kBlockBytes; line += kCacheLine) {
-        const auto* place = reinterpret_cast<const char*>(ahead + line);  // NOLINT(performance-no-int-to-ptr)
-        _mm_prefetch(place, _MM_HINT_T0);
-    }
-}
+constexpr ptrdiff_t kBlockBytes = kBlockWeights * sizeof(uint16_t);
+constexpr ptrdiff_t kAhead = 8 * kBlockBytes;
 
 __m128i _weighed(const uint8_t* src, const uint16_t* weights)
 {
@@ -64,7 +53,7 @@ void project_luma_row_sse2(uint8_t* dst, const uint8_t* src, int64_t src_bytes, 
     const uint16_t* weights = row.weights;
     for (int32_t b = 0; b < blocks; ++b, dst += kBlock, weights += kBlockWeights) {
         const int32_t offset = row.offsets[b];
-        _prefetch(weights);
+        prefetch_bytes(weights, kAhead, kBlockBytes);
         if (offset >= 0 && offset <= last_offset)
             _project_block(dst, src + offset, stride, weights);
         else

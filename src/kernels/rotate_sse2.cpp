@@ -9,6 +9,7 @@
 
 #include "kernels_scalar.h"
 #include "kernels_x86.h"
+#include "ozr_prefetch.h"
 
 namespace
 {
@@ -23,14 +24,6 @@ __m128i _load(const uint8_t* src)
 void _store(uint8_t* dst, __m128i bytes)
 {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), bytes);
-}
-
-// Asks for the cache line some way from a place. Beside the picture that may be anybody's memory, or nobody's: a hint
-// reads nothing and cannot fault.
-void _prefetch(const uint8_t* place, ptrdiff_t way)
-{
-    const uintptr_t there = reinterpret_cast<uintptr_t>(place) + static_cast<uintptr_t>(way);
-    _mm_prefetch(reinterpret_cast<const char*>(there), _MM_HINT_T0);  // NOLINT(performance-no-int-to-ptr)
 }
 
 // Weaving row i with row i + kEdge / 2, for all i, turns the index bits (row, column) of every element by one; after as
@@ -127,12 +120,12 @@ void _turn_block(const Turn& turn, int32_t x, int32_t y)
     __m128i rows[static_cast<size_t>(kEdge)];
     for (int32_t i = 0; i < kEdge; ++i) {
         rows[i] = _load(from + i * read_step);
-        _prefetch(from + i * read_step, kTile * Element::kBytes);
+        prefetch(from + i * read_step, kTile * Element::kBytes);
     }
     Element::transpose(rows);
     for (int32_t i = 0; i < kEdge; ++i) {
         _store(to + i * write_step, rows[i]);
-        _prefetch(to + i * write_step, kTile * write_step);
+        prefetch(to + i * write_step, kTile * write_step);
     }
 }
 

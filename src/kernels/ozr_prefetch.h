@@ -1,0 +1,32 @@
+// Asking for memory ahead of its use, where the processor's own prefetching does not keep up: rows of a picture that are
+// used in part only are too short for it.
+#ifndef OZR_PREFETCH_H
+#define OZR_PREFETCH_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+namespace
+{
+
+constexpr ptrdiff_t kCacheLine = 64;
+
+// The cache line some way from a place. Beside the picture that may be anybody's memory, or nobody's: a hint reads nothing
+// and cannot fault.
+inline void prefetch(const void* place, ptrdiff_t way)
+{
+    const uintptr_t there = reinterpret_cast<uintptr_t>(place) + static_cast<uintptr_t>(way);
+    __builtin_prefetch(reinterpret_cast<const void*>(there));  // NOLINT(performance-no-int-to-ptr)
+}
+
+// The cache lines of `bytes` bytes some way from a place.
+inline void prefetch_bytes(const void* place, ptrdiff_t way, ptrdiff_t bytes)
+{
+    for (ptrdiff_t line = 0; line < bytes; line += kCacheLine)
+        prefetch(place, way + line);
+}
+
+}  // namespace
+
+#endif
