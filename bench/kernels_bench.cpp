@@ -44,6 +44,11 @@ uint8_t* row(Bytes& bytes, int32_t y, int32_t pitch)
     return bytes.data() + static_cast<ptrdiff_t>(y) * pitch;
 }
 
+uint16_t* row16(Bytes& bytes, int32_t y, int32_t width)
+{
+    return reinterpret_cast<uint16_t*>(bytes.data()) + static_cast<ptrdiff_t>(y) * width;
+}
+
 uint32_t* row32(Bytes& bytes, int32_t y, int32_t width)
 {
     return reinterpret_cast<uint32_t*>(bytes.data()) + static_cast<ptrdiff_t>(y) * width;
@@ -164,15 +169,11 @@ void add_composition(Plane& p)
     const int32_t w = p.width;
     const int32_t h = p.height;
     const int64_t n = int64_t{w} * h;
-    add("seam_cost_row", p, &OzrKernels::seam_cost_row, 7 * n, [&p, w, h](auto f) {
-        each_row(
-            h, [&](int32_t y) { f(row32(p.out, y, w), row(p.a, y, w), row(p.b, y, w), row(p.c, y, w), w); });
-    });
     // The steps are kept, of the sums the last two rows.
     add("seam_sum_row", p, &OzrKernels::seam_sum_row, 4 * n, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) {
-            f(row32(p.out, y & 1, w), reinterpret_cast<int8_t*>(row(p.out, y + 8, w)),
-              row32(p.out, (y & 1) ^ 1, w), {row(p.a, y, w), row(p.b, y, w), row(p.c, y, w), w});
+            f(row16(p.out, y & 1, w), reinterpret_cast<int8_t*>(row(p.out, y + 4, w)),
+              row16(p.out, (y & 1) ^ 1, w), {row(p.a, y, w), row(p.b, y, w), row(p.c, y, w), w});
         });
     });
     add("blend_row", p, &OzrKernels::blend_row, int64_t{64} * 3 * h, [&p, w, h](auto f) {

@@ -31,8 +31,8 @@ X87_MOVE = re.compile(r"f(ld|st|stp)[stl]?$")  # how 32-bit code returns and tak
 
 def allowed_in(path):
     """The vector instructions and the plain ones of a file, by its name."""
-    name = re.search(r"_(ssse3|sse41|avx2)\.cpp", path)
-    sets = {"ssse3": [SSSE3], "sse41": [SSSE3, SSE41], "avx2": [SSSE3, SSE41, AVX2]}
+    name = re.search(r"_(ssse3|avx2)\.cpp", path)
+    sets = {"ssse3": [SSSE3], "avx2": [SSSE3, SSE41, AVX2]}
     names = " ".join([SSE2] + sets.get(name and name[1], [])).split()
     plain = {"vzeroupper"} if name and name[1] == "avx2" else {"xgetbv"} if path.endswith("ozr_cpu.cpp.o") else set()
     return re.compile(f"({'|'.join(names)})$"), plain

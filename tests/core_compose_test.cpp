@@ -127,17 +127,24 @@ TEST(Compose, OnePictureIsThePanorama)
 
 TEST(Compose, SeamsStayInOrder)
 {
-    // Both overlaps would like their seam in the same canvas column; the second must stay right of the first.
+    // Both overlaps would like their seam in the same canvas columns, the only ones where all agree; the second must stay
+    // right of the first, clear of it by the band of 2 columns.
+    const auto agreed = [](int32_t y) { return 60 + (y % 16 < 8 ? y % 16 : 16 - y % 16); };
     TestCore core(1, 96, 32);
     fill(&core, {50, 50, 50}, 16, 0);
     for (int32_t i = 0; i < 3; ++i)
-        fill_luma(core->frames[i], [=](int32_t x, int32_t) { return 16 * i + x == 60 ? 50 : 100 + 50 * i; });
+        fill_luma(core->frames[i],
+                  [&](int32_t x, int32_t y) { return 16 * i + x == agreed(y) ? 50 : 100 + 50 * i; });
     const Composed out(&core, 3);
     ASSERT_EQ(out.result, 0);
-    for (int32_t x = 0; x < 128; ++x) {
-        // Canvas column 60 is the only agreement. The second seam stays clear of the first by the band of 2 columns.
-        const int32_t want = x == 60 ? 50 : x < 60 ? 100 : x < 63 ? 150 : 200;
-        ASSERT_EQ(out.luma(x, 5), want) << x;
+    int32_t second = 0;
+    for (int32_t y = 31; y >= 0; --y) {
+        // All columns that the first seam leaves cost the same: leftmost at the bottom, then straight where that is free.
+        second = y == 31 ? agreed(y) + 3 : std::max(second, agreed(y) + 3);
+        for (int32_t x = 0; x < 128; ++x) {
+            const int32_t want = x == agreed(y) ? 50 : x < agreed(y) ? 100 : x < second ? 150 : 200;
+            ASSERT_EQ(out.luma(x, y), want) << x << "," << y;
+        }
     }
 }
 

@@ -1,6 +1,7 @@
 // Seam finding, against every possible path of small overlaps.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <functional>
 
@@ -41,6 +42,29 @@ Columns best_path(const std::vector<int32_t>& cost, int32_t width, int32_t heigh
     return best;
 }
 
+// The same from the sums of all pixels, for overlaps with too many paths.
+Columns traced_path(std::vector<int32_t> sums, int32_t width, int32_t height)
+{
+    const auto best = [&](int32_t column, int32_t row) {
+        int32_t found = column;
+        for (int32_t x : {column - 1, column + 1}) {
+            if (x >= 0 && x < width &&
+                sums[static_cast<size_t>(row * width + x)] < sums[static_cast<size_t>(row * width + found)])
+                found = x;
+        }
+        return found;
+    };
+    for (int32_t i = width; i < width * height; ++i)
+        sums[static_cast<size_t>(i)] +=
+            sums[static_cast<size_t>((i / width - 1) * width + best(i % width, i / width - 1))];
+    Columns path(static_cast<size_t>(height));
+    const auto last_row = sums.end() - width;
+    path.back() = static_cast<int32_t>(std::min_element(last_row, sums.end()) - last_row);
+    for (size_t row = path.size() - 1; row > 0; --row)
+        path[row - 1] = best(path[row], static_cast<int32_t>(row) - 1);
+    return path;
+}
+
 }  // namespace
 
 TEST(Seam, IsTheCheapestOfAllPaths)
@@ -64,6 +88,41 @@ TEST(Seam, IsTheCheapestOfAllPaths)
         const SeamRegion in_a = {&a.img, x, y, width, height}, in_b = {&b.img, 1, 0, width, height};
         ASSERT_EQ(panorama_seam_find(seam.data(), mask.data(), &in_a, &in_b), 0);
         ASSERT_EQ(seam, best_path(cost, width, height)) << width << "x" << height;
+    }
+}
+
+// Free paths through pictures that differ as much as bytes can: beside one that keeps running slantwise, the sums of
+// neighbours lie ever further apart.
+TEST(Seam, FollowsSlantedPathsThroughTheLargestDifferences)
+{
+    constexpr int32_t kWidth = 230, kHeight = 700;
+    const struct {
+        const char* what;
+        int32_t (*column)(int32_t row);  // where a pixel costs nothing
+    } cases[] = {
+        {"to the right", [](int32_t row) { return std::min(row, 220); }},
+        {"to the left", [](int32_t row) { return 200 - row; }},
+        {"to and fro", [](int32_t row) { return row % 400 < 200 ? row % 400 : 400 - row % 400; }},
+        {"with a pause, out of the picture", [](int32_t row) { return row < 100 ? 100 : row; }},
+        {"just below the limit", [](int32_t row) { return row % 120; }},
+    };
+    Random random(22);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        TestImg a(kPanoGray, kWidth, kHeight), b(kPanoGray, kWidth, kHeight);
+        std::vector<uint8_t> mask(size_t{kWidth} * kHeight);
+        std::vector<int32_t> cost(mask.size());
+        for (int32_t i = 0; i < kWidth * kHeight; ++i) {
+            const int32_t row = i / kWidth;
+            const int32_t value = i % kWidth == c.column(row) ? 0 : 255 - random.below(row < 350 ? 1 : 64);
+            a.img.data[i] = static_cast<uint8_t>(value);
+            b.img.data[i] = 0;
+            cost[static_cast<size_t>(i)] = value;
+        }
+        Columns seam(size_t{kHeight}, -1);
+        const SeamRegion in_a = {&a.img, 0, 0, kWidth, kHeight}, in_b = {&b.img, 0, 0, kWidth, kHeight};
+        ASSERT_EQ(panorama_seam_find(seam.data(), mask.data(), &in_a, &in_b), 0);
+        EXPECT_EQ(seam, traced_path(cost, kWidth, kHeight));
     }
 }
 

@@ -34,10 +34,10 @@ void project_luma_block_scalar(uint8_t* dst, const uint8_t* src, int32_t stride,
                                int32_t block);
 
 // Seam and composition
-SeamCostRow seam_cost_row_scalar;
 SeamSumRow seam_sum_row_scalar;
+SeamSumWideRow seam_sum_wide_row_scalar;
 // The columns `first` to `end` of a row.
-void seam_sum_columns_scalar(uint32_t* sums, int8_t* steps, const uint32_t* above, const OzrSeamRow& row,
+void seam_sum_columns_scalar(uint16_t* sums, int8_t* steps, const uint16_t* above, const OzrSeamRow& row,
                              int32_t first, int32_t end);
 BlendRow blend_row_scalar;
 BlendPairsRow blend_pairs_row_scalar;

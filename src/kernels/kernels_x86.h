@@ -23,8 +23,7 @@ ProjectLumaRow project_luma_row_sse2, project_luma_row_ssse3;
 ProjectionTablesRow projection_tables_row_sse2;
 
 // Seam and composition
-SeamCostRow seam_cost_row_sse2;
-SeamSumRow seam_sum_row_sse2, seam_sum_row_sse41, seam_sum_row_avx2;
+SeamSumRow seam_sum_row_sse2, seam_sum_row_avx2;
 BlendRow blend_row_sse2;
 BlendPairsRow blend_pairs_row_sse2;
 

@@ -40,7 +40,7 @@ uint32_t ozr_cpu_features()
     if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0)
         return 0;
     return ((edx & bit_SSE2) != 0 ? kOzrCpuSse2 : 0) | ((ecx & bit_SSSE3) != 0 ? kOzrCpuSsse3 : 0) |
-           ((ecx & bit_SSE4_1) != 0 ? kOzrCpuSse41 : 0) | (_has_avx2(ecx) ? kOzrCpuAvx2 : 0);
+           (_has_avx2(ecx) ? kOzrCpuAvx2 : 0);
 }
 
 #else

@@ -7,8 +7,7 @@
 // Instruction sets, one bit each.
 constexpr uint32_t kOzrCpuSse2 = 1;
 constexpr uint32_t kOzrCpuSsse3 = 2;
-constexpr uint32_t kOzrCpuSse41 = 4;
-constexpr uint32_t kOzrCpuAvx2 = 8;
+constexpr uint32_t kOzrCpuAvx2 = 4;
 
 // The sets that this processor has and the operating system lets programs use; 0 where it is no x86.
 uint32_t ozr_cpu_features();

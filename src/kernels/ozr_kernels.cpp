@@ -24,8 +24,8 @@ constexpr OzrKernels kOzrKernelsScalar = {
     project_luma_row_scalar,
     project_chroma_row_scalar,
     projection_tables_row_scalar,
-    seam_cost_row_scalar,
     seam_sum_row_scalar,
+    seam_sum_wide_row_scalar,
     blend_row_scalar,
     blend_pairs_row_scalar,
     rotate_bytes_cw_scalar,
@@ -70,7 +70,6 @@ constexpr OzrKernels _with_sse2(OzrKernels table)
     table.sad_const_row = sad_const_row_sse2;
     table.project_luma_row = project_luma_row_sse2;
     table.projection_tables_row = projection_tables_row_sse2;
-    table.seam_cost_row = seam_cost_row_sse2;
     table.seam_sum_row = seam_sum_row_sse2;
     table.blend_row = blend_row_sse2;
     table.blend_pairs_row = blend_pairs_row_sse2;
@@ -107,14 +106,6 @@ constexpr OzrKernels _with_ssse3(OzrKernels table)
     return table;
 }
 
-constexpr OzrKernels _with_sse41(OzrKernels table)
-{
-    table.level = "sse4.1";
-    table.features |= kOzrCpuSse41;
-    table.seam_sum_row = seam_sum_row_sse41;
-    return table;
-}
-
 constexpr OzrKernels _with_avx2(OzrKernels table)
 {
     table.level = "avx2";
@@ -139,11 +130,10 @@ constexpr OzrKernels _with_avx2(OzrKernels table)
 
 constexpr OzrKernels kOzrKernelsSse2 = _with_sse2(kOzrKernelsScalar);
 constexpr OzrKernels kOzrKernelsSsse3 = _with_ssse3(kOzrKernelsSse2);
-constexpr OzrKernels kOzrKernelsSse41 = _with_sse41(kOzrKernelsSsse3);
-constexpr OzrKernels kOzrKernelsAvx2 = _with_avx2(kOzrKernelsSse41);
+constexpr OzrKernels kOzrKernelsAvx2 = _with_avx2(kOzrKernelsSsse3);
 
 const OzrKernels* const kOzrKernelLevels[] = {
-    &kOzrKernelsScalar, &kOzrKernelsSse2, &kOzrKernelsSsse3, &kOzrKernelsSse41, &kOzrKernelsAvx2, nullptr,
+    &kOzrKernelsScalar, &kOzrKernelsSse2, &kOzrKernelsSsse3, &kOzrKernelsAvx2, nullptr,
 };
 
 #else

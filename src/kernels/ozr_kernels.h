@@ -141,11 +141,8 @@ using ProjectChromaRow = void(uint8_t* dst, const uint8_t* src, const int32_t* m
 
 // --- Seam and composition ---
 
-// cost[x] = |a[x] - b[x]| | mask[x]: a mask byte of 255 makes the pixel as expensive as the largest difference.
-using SeamCostRow = void(uint32_t* cost, const uint8_t* a, const uint8_t* b, const uint8_t* mask,
-                         int32_t width);
-
-// One row of a least-cost path. What it steps over: two pictures and their mask, as for SeamCostRow.
+// One row of a least-cost path: two pictures, and a mask whose bytes of 255 make a pixel as expensive as the largest
+// difference.
 struct OzrSeamRow {
     const uint8_t* a;
     const uint8_t* b;
@@ -153,9 +150,13 @@ struct OzrSeamRow {
     int32_t width;  // 2 or more
 };
 
-// sums[x] = the row's cost at x plus the smallest of above[x - 1], above[x], above[x + 1], as far as they exist; steps[x]
-// tells which it is: -1, 0 or 1. 0 wins every tie, -1 one with 1. Sums stay below 2^31.
-using SeamSumRow = void(uint32_t* sums, int8_t* steps, const uint32_t* above, const OzrSeamRow& row);
+// sums[x] = |a[x] - b[x]| | mask[x], plus the smallest of above[x - 1], above[x], above[x + 1], as far as they exist;
+// steps[x] tells which it is: -1, 0 or 1. 0 wins every tie, -1 one with 1. Sums count modulo 2^16. How far the left and the
+// right one lie from the middle one orders them, so neighbours of `above` differ by less than 2^15.
+using SeamSumRow = void(uint16_t* sums, int8_t* steps, const uint16_t* above, const OzrSeamRow& row);
+
+// The same modulo 2^32, for neighbours that differ by less than 2^31.
+using SeamSumWideRow = void(uint32_t* sums, int8_t* steps, const uint32_t* above, const OzrSeamRow& row);
 
 // A linear transition in 128ths: with a = first_weight + x * weight_step (at most 128),
 //   dst[x] = min(255, (a * later[x] + (128 - a) * dst[x] + 128) >> 7).
@@ -284,8 +285,8 @@ struct OzrKernels {
     ProjectLumaRow* project_luma_row;
     ProjectChromaRow* project_chroma_row;
     ProjectionTablesRow* projection_tables_row;
-    SeamCostRow* seam_cost_row;
     SeamSumRow* seam_sum_row;
+    SeamSumWideRow* seam_sum_wide_row;  // of pictures unlike any camera's
     BlendRow* blend_row;
     BlendPairsRow* blend_pairs_row;
     Rotate* rotate_bytes_cw;
@@ -317,7 +318,6 @@ extern const OzrKernels kOzrKernelsScalar;
 #if defined(__i386__) || defined(__x86_64__)
 extern const OzrKernels kOzrKernelsSse2;
 extern const OzrKernels kOzrKernelsSsse3;
-extern const OzrKernels kOzrKernelsSse41;
 extern const OzrKernels kOzrKernelsAvx2;
 #endif
 

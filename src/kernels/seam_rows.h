@@ -1,6 +1,5 @@
-// Rows of seam costs in vectors of any width. `V` is Sse2 or Avx2 with three things more, in which the levels differ: the
-// lesser ones of two vectors of numbers, a quarter of a vector's bytes, and such a quarter widened to numbers. Sums stay
-// below 2^31, so that signed comparisons order them.
+// Rows of seam sums in vectors of any width. `V` is Sse2 or Avx2. Sums are compared by how far they lie from the one
+// straight above, which fits signed 16 bits although the sums themselves wrap around.
 #ifndef OZR_SEAM_ROWS_H
 #define OZR_SEAM_ROWS_H
 
@@ -13,46 +12,52 @@ namespace
 template <class V>
 struct SeamRows {
     static constexpr int32_t kStep = V::kBytes;
-    static constexpr int32_t kLanes = kStep / 4;
+    static constexpr int32_t kLanes = kStep / 2;
     using Vector = typename V::Vector;
-    using Ints = typename V::Ints;
+    using Bytes = typename V::Bytes;
+    using Words = typename V::Words;
+    using Sums = typename V::WordSums;
+
+    // Which neighbour is less than the one straight above, and than what was better so far: all bits of a lane, or none.
+    struct Taken {
+        Words left;
+        Words right;
+    };
 
     static Vector costs(const uint8_t* a, const uint8_t* b, const uint8_t* mask)
     {
         return V::difference(V::load(a), V::load(b)) | V::load(mask);
     }
 
-    // Stores the sums of a quarter of kStep columns and returns their steps.
-    template <class Costs>
-    static Ints sum(uint32_t* sums, const uint32_t* above, Costs costs)
+    // Stores the sums of half of kStep columns.
+    static Taken sum(uint16_t* sums, const uint16_t* above, Words costs)
     {
-        const Ints straight = Ints(V::load(above));
-        const Ints left = Ints(V::load(above - 1));
-        const Ints right = Ints(V::load(above + 1));
-        const Ints better = V::lesser(straight, left);
-        const Ints takes_left = straight > left;
-        const Ints takes_right = better > right;
-        const Ints least = V::widened(costs) + V::lesser(better, right);
-        V::store(sums, Vector(least));
-        return V::and_not(takes_right, takes_left) - takes_right;
+        const Sums straight = Sums(V::load(above));
+        const Words left = Words(Sums(V::load(above - 1)) - straight);
+        const Words right = Words(Sums(V::load(above + 1)) - straight);
+        const Words better = V::lesser(left, Words{});
+        V::store(sums, Vector(Sums(costs) + straight + Sums(V::lesser(better, right))));
+        const Words takes_left = left < 0;
+        const Words takes_right = right < better;
+        return {takes_left, takes_right};
     }
 
-    static void sum_columns(uint32_t* sums, int8_t* steps, const uint32_t* above, const OzrSeamRow& row,
+    static void sum_columns(uint16_t* sums, int8_t* steps, const uint16_t* above, const OzrSeamRow& row,
                             int32_t x)
     {
-        const Vector bytes = costs(row.a + x, row.b + x, row.mask + x);
-        const Ints steps0 = sum(sums + x, above + x, V::template quarter<0>(bytes));
-        const Ints steps1 = sum(sums + x + kLanes, above + x + kLanes, V::template quarter<1>(bytes));
-        const Ints steps2 = sum(sums + x + 2 * kLanes, above + x + 2 * kLanes, V::template quarter<2>(bytes));
-        const Ints steps3 = sum(sums + x + 3 * kLanes, above + x + 3 * kLanes, V::template quarter<3>(bytes));
-        V::store(steps + x,
-                 V::in_order_twice(V::pack_signed(V::pack(steps0, steps1), V::pack(steps2, steps3))));
+        const typename V::TwoWords both = V::widened(costs(row.a + x, row.b + x, row.mask + x));
+        const Taken low = sum(sums + x, above + x, both.first);
+        const Taken high = sum(sums + x + kLanes, above + x + kLanes, both.second);
+        const Bytes left = V::pack_signed(low.left, high.left);
+        const Bytes right = V::pack_signed(low.right, high.right);
+        V::store(steps + x, V::in_order(Vector(V::and_not(right, left) - right)));
     }
 
     // Rows that are too narrow go to another variant.
-    static void sum_row(uint32_t* sums, int8_t* steps, const uint32_t* above, const OzrSeamRow& row,
+    static void sum_row(uint16_t* sums, int8_t* steps, const uint16_t* above, const OzrSeamRow& r,
                         SeamSumRow* narrow)
     {
+        const OzrSeamRow row = r;           // a copy, which no store below can change
         const int32_t end = row.width - 1;  // the outer columns lack a neighbour
         if (end - 1 < kStep) {
             narrow(sums, steps, above, row);

@@ -13,7 +13,9 @@ namespace
 struct Avx2 {
     static constexpr int32_t kBytes = 32;
     using Vector = __m256i;
+    using Bytes = int8_t __attribute__((vector_size(kBytes)));
     using Words = int16_t __attribute__((vector_size(kBytes)));
+    using WordSums = uint16_t __attribute__((vector_size(kBytes)));
     using Ints = int32_t __attribute__((vector_size(kBytes)));
     using Sums = uint32_t __attribute__((vector_size(kBytes)));
     using Sums64 = uint64_t __attribute__((vector_size(kBytes)));
@@ -21,12 +23,22 @@ struct Avx2 {
         Vector first;
         Vector second;
     };
+    struct TwoWords {
+        Words first;
+        Words second;
+    };
 
     static Vector load(const void* src) { return _mm256_loadu_si256(static_cast<const __m256i*>(src)); }
     static void store(void* dst, Vector bytes) { _mm256_storeu_si256(static_cast<__m256i*>(dst), bytes); }
     static Words load_words(const uint8_t* src)
     {
         return Words(_mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src))));
+    }
+
+    static TwoWords widened(Vector bytes)
+    {
+        return {Words(_mm256_cvtepu8_epi16(_mm256_castsi256_si128(bytes))),
+                Words(_mm256_cvtepu8_epi16(_mm256_extracti128_si256(bytes, 1)))};
     }
 
     static Vector all_bytes(uint8_t value) { return _mm256_set1_epi8(static_cast<char>(value)); }
@@ -52,7 +64,9 @@ struct Avx2 {
         return _mm256_or_si256(_mm256_subs_epu8(a, b), _mm256_subs_epu8(b, a));
     }
 
-    static Ints and_not(Ints a, Ints b) { return Ints(_mm256_andnot_si256(Vector(a), Vector(b))); }
+    static Words lesser(Words a, Words b) { return Words(_mm256_min_epi16(Vector(a), Vector(b))); }
+
+    static Bytes and_not(Bytes a, Bytes b) { return Bytes(_mm256_andnot_si256(Vector(a), Vector(b))); }
 
     static Sums64 sad(Vector a, Vector b) { return Sums64(_mm256_sad_epu8(a, b)); }
     static uint32_t total(Sums64 sums)
@@ -65,7 +79,7 @@ struct Avx2 {
 
     static Vector pack(Words a, Words b) { return _mm256_packus_epi16(Vector(a), Vector(b)); }
     static Words pack(Ints a, Ints b) { return Words(_mm256_packs_epi32(Vector(a), Vector(b))); }
-    static Vector pack_signed(Words a, Words b) { return _mm256_packs_epi16(Vector(a), Vector(b)); }
+    static Bytes pack_signed(Words a, Words b) { return Bytes(_mm256_packs_epi16(Vector(a), Vector(b))); }
 
     static Vector weave_low_bytes(Vector a, Vector b) { return _mm256_unpacklo_epi8(a, b); }
     static Vector weave_high_bytes(Vector a, Vector b) { return _mm256_unpackhi_epi8(a, b); }

@@ -13,13 +13,19 @@ namespace
 struct Sse2 {
     static constexpr int32_t kBytes = 16;
     using Vector = __m128i;
+    using Bytes = int8_t __attribute__((vector_size(kBytes)));
     using Words = int16_t __attribute__((vector_size(kBytes)));
+    using WordSums = uint16_t __attribute__((vector_size(kBytes)));
     using Ints = int32_t __attribute__((vector_size(kBytes)));
     using Sums = uint32_t __attribute__((vector_size(kBytes)));
     using Sums64 = uint64_t __attribute__((vector_size(kBytes)));
     struct Two {
         Vector first;
         Vector second;
+    };
+    struct TwoWords {
+        Words first;
+        Words second;
     };
 
     static Vector load(const void* src) { return _mm_loadu_si128(static_cast<const __m128i*>(src)); }
@@ -30,6 +36,13 @@ struct Sse2 {
     {
         const Vector bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(src));
         return Words(_mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
+    }
+
+    // The bytes of a vector as words, in order.
+    static TwoWords widened(Vector bytes)
+    {
+        const Vector zero = _mm_setzero_si128();
+        return {Words(_mm_unpacklo_epi8(bytes, zero)), Words(_mm_unpackhi_epi8(bytes, zero))};
     }
 
     static Vector all_bytes(uint8_t value) { return _mm_set1_epi8(static_cast<char>(value)); }
@@ -55,8 +68,10 @@ struct Sse2 {
         return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a));
     }
 
+    static Words lesser(Words a, Words b) { return Words(_mm_min_epi16(Vector(a), Vector(b))); }
+
     // ~a & b; the compiler would make another comparison of the inverse of one.
-    static Ints and_not(Ints a, Ints b) { return Ints(_mm_andnot_si128(Vector(a), Vector(b))); }
+    static Bytes and_not(Bytes a, Bytes b) { return Bytes(_mm_andnot_si128(Vector(a), Vector(b))); }
 
     // Sums of the absolute differences of eight bytes each, and the low 32 bits of what such sums amount to.
     static Sums64 sad(Vector a, Vector b) { return Sums64(_mm_sad_epu8(a, b)); }
@@ -70,7 +85,7 @@ struct Sse2 {
     // Limited to what the narrower lanes hold.
     static Vector pack(Words a, Words b) { return _mm_packus_epi16(Vector(a), Vector(b)); }
     static Words pack(Ints a, Ints b) { return Words(_mm_packs_epi32(Vector(a), Vector(b))); }
-    static Vector pack_signed(Words a, Words b) { return _mm_packs_epi16(Vector(a), Vector(b)); }
+    static Bytes pack_signed(Words a, Words b) { return Bytes(_mm_packs_epi16(Vector(a), Vector(b))); }
 
     // Lanes of `a` and `b` by turns.
     static Vector weave_low_bytes(Vector a, Vector b) { return _mm_unpacklo_epi8(a, b); }

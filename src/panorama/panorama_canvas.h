@@ -29,6 +29,10 @@ struct Canvas {
     int64_t lowest;   // and its maximum, at least 0
 };
 
+// Finds the seam of every overlap, keeping off its edges by `margin` columns, and releases what the alignment kept of the
+// pictures. -4: two neighbours overlap outside their pictures; -8: memory is out; or as panorama_seam_find.
+int32_t panorama_canvas_find_seams(Canvas* canvas, int32_t margin);
+
 // Writes the pictures into `out`, which is zero-filled, each from its seam onward. `margin` decides on the transitions.
 void panorama_canvas_write(const Canvas& canvas, int32_t margin, PanoImg* out);
 

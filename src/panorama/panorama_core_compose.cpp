@@ -1,9 +1,6 @@
-// Composition: lays the aligned pictures out on one canvas, finds the seam of every overlap, and has the canvas written.
-#include <string.h>
-
+// Composition: lays the aligned pictures out on one canvas, and has the seams found and the canvas written.
 #include <algorithm>
 
-#include "ozr_buffer.h"
 #include "pano_result.h"
 #include "panorama_canvas.h"
 #include "panorama_core.h"
@@ -13,7 +10,6 @@ namespace
 {
 
 constexpr char kTag[] = "panorama_core_panorama";
-constexpr uint8_t kBarred = 255;       // mask value that keeps the seam away
 constexpr int64_t kSizeMask = 0xFFF0;  // output sizes: multiples of 16 below 65 536
 
 bool _take_cancel(PanoramaCore* pi)
@@ -97,102 +93,6 @@ int32_t _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoImg* 
     return cloned;
 }
 
-bool _is_inside(const SeamRegion& region)
-{
-    return region.x >= 0 && region.y >= 0 && int64_t{region.x} + region.width <= region.img->width &&
-           int64_t{region.y} + region.height <= region.img->height;
-}
-
-// Two regions of one size, each in its own picture. An overlap without columns or rows is left to the seam finder; one
-// that would reach outside a picture is refused.
-int32_t _place_regions(const Canvas& canvas, int32_t i, Seam* seam)
-{
-    const PanoImg* earlier = canvas.pictures[i - 1];
-    const PanoImg* later = canvas.pictures[i];
-    const AlignResult& at = canvas.results[i];
-    const int64_t width = int64_t{earlier->width} - at.x;
-    const int64_t height = at.y >= 0 ? int64_t{earlier->height} - at.y : int64_t{later->height} + at.y;
-    if (at.x < 0 || width < 0 || height < 0)
-        return kPanoBadArgument;
-    seam->a = {earlier, at.x, std::max(at.y, 0), static_cast<int32_t>(width), static_cast<int32_t>(height)};
-    seam->b = {later, 0, -std::min(at.y, 0), static_cast<int32_t>(width), static_cast<int32_t>(height)};
-    return _is_inside(seam->a) && _is_inside(seam->b) ? kPanoSuccess : kPanoBadArgument;
-}
-
-// A mask that keeps the seam off both edges of the overlap. The bands may touch, not cross.
-int32_t _bar_sides(uint8_t* mask, const SeamRegion& region, int32_t margin)
-{
-    const int32_t band = std::clamp(margin, 0, region.width / 2);
-    const size_t barred = static_cast<size_t>(band);
-    const size_t free = static_cast<size_t>(region.width) - 2 * barred;
-    for (int32_t y = 0; y < region.height; ++y, mask += region.width) {
-        memset(mask, kBarred, barred);
-        memset(mask + band, 0, free);
-        memset(mask + region.width - band, kBarred, barred);
-    }
-    return band;
-}
-
-// Keeps the seam to the right of the one before: bars each shared row up to `band` columns past the earlier seam. Both
-// are known in columns and rows of the picture that the two overlaps share.
-void _bar_behind(uint8_t* mask, const SeamRegion& region, const Seam& before, int32_t band)
-{
-    const int32_t* columns = before.columns.get();
-    for (int32_t y = 0; y < region.height; ++y, mask += region.width) {
-        const int32_t row = region.y + y - before.b.y;
-        if (row < 0 || row >= before.b.height)
-            continue;
-        const int32_t barred = columns[row] - region.x + band + 1;
-        memset(mask, kBarred, static_cast<size_t>(std::clamp(barred, 0, region.width)));
-    }
-}
-
-// What seams are found with, large enough for every overlap of a canvas: memory that was in use already costs nothing.
-struct SeamTools {
-    OzrBuffer<uint8_t> mask;
-    SeamWorkspace workspace;
-};
-
-SeamTools _make_seam_tools(const Canvas& canvas)
-{
-    int64_t pixels = 1;
-    int64_t bytes = 1;
-    for (int32_t i = 1; i < canvas.count; ++i) {
-        Seam seam = {};
-        if (_place_regions(canvas, i, &seam) < 0)
-            continue;
-        const int64_t needed = panorama_seam_workspace_size(seam.a.width, seam.a.height);
-        pixels = std::max(pixels, int64_t{seam.a.width} * seam.a.height);
-        bytes = needed < 0 || bytes < 0 ? -1 : std::max(bytes, needed);
-    }
-    return {ozr_make_unfilled_buffer<uint8_t>(pixels), panorama_seam_make_workspace(bytes)};
-}
-
-int32_t _find_seam(const PanoramaCore* pi, Canvas* canvas, int32_t i, const SeamTools& tools)
-{
-    Seam* seam = &canvas->seams[i];
-    PANO_FORWARD(_place_regions(*canvas, i, seam));
-    seam->columns = ozr_make_buffer<int32_t>(std::max(seam->a.height, 1));
-    if (!seam->columns || !tools.mask)
-        return kPanoNoMemory;
-    const int32_t band = _bar_sides(tools.mask.get(), seam->a, pi->margin);
-    if (i > 1)
-        _bar_behind(tools.mask.get(), seam->a, canvas->seams[i - 1], band);
-    const int32_t found = panorama_seam_find_in(tools.workspace.get(), seam->columns.get(), tools.mask.get(),
-                                                &seam->a, &seam->b);
-    _panoFreeAlignmentItem(canvas->items[i - 1]);
-    return found;
-}
-
-int32_t _find_seams(const PanoramaCore* pi, Canvas* canvas)
-{
-    const SeamTools tools = _make_seam_tools(*canvas);
-    for (int32_t i = 1; i < canvas->count; ++i)
-        PANO_FORWARD(_find_seam(pi, canvas, i, tools));
-    _panoFreeAlignmentItem(canvas->items[canvas->count - 1]);
-    return kPanoSuccess;
-}
-
 int32_t _create_canvas(const PanoramaCore* pi, const Canvas& canvas, PanoImg* out, void** raw_block)
 {
     const int64_t band = pi->height + canvas.highest - canvas.lowest;
@@ -228,7 +128,7 @@ int32_t panorama_core_compose(PanoramaCore* pi, int32_t count, PanoImg* out, voi
     pi->mean_score = static_cast<int32_t>(canvas.score_sum / pi->overlaps);
     if (_take_cancel(pi))
         return kPanoCancelled;
-    PANO_FORWARD(_find_seams(pi, &canvas));
+    PANO_FORWARD(panorama_canvas_find_seams(&canvas, pi->margin));
     if (_take_cancel(pi))
         return kPanoCancelled;
     PANO_FORWARD(_create_canvas(pi, canvas, out, raw_block));

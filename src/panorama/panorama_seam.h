@@ -4,8 +4,6 @@
 
 #include <stdint.h>
 
-#include <memory>
-
 #include "ozr_support.h"
 #include "panorama_img.h"
 
@@ -34,20 +32,12 @@ OZR_API int32_t panorama_seam_find(int32_t* seam, const uint8_t* mask, const Sea
 
 OZR_END_DECLS
 
-// The memory that a seam is found in, kept from one seam to the next.
-struct FreeAligned {
-    void operator()(uint8_t* block) const { ozr_free_aligned(block); }
-};
-using SeamWorkspace = std::unique_ptr<uint8_t, FreeAligned>;
+// What panorama_seam_find returns for regions that it cannot work on, else 0. Neither pointer is null.
+int32_t seam_check_regions(const SeamRegion* a, const SeamRegion* b);
 
-// Bytes for a region of this size: about one a pixel. -1 where a sum for every pixel would not fit a 32-bit size.
-int64_t panorama_seam_workspace_size(int32_t width, int32_t height);
-
-// Null when memory is out, or for a size of -1.
-SeamWorkspace panorama_seam_make_workspace(int64_t bytes);
-
-// panorama_seam_find in such memory, large enough for the regions; -8 when it is null.
-int32_t panorama_seam_find_in(uint8_t* workspace, int32_t* seam, const uint8_t* mask, const SeamRegion* a,
-                              const SeamRegion* b);
+inline const uint8_t* seam_region_row(const SeamRegion* region, int32_t y)
+{
+    return pano_row(region->img, region->y + y) + region->x;
+}
 
 #endif
