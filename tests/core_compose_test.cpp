@@ -1,5 +1,6 @@
 // Composition: layout, seams, transitions, and the bytes of the panorama.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <algorithm>
 
@@ -145,6 +146,22 @@ TEST(Compose, SeamsStayInOrder)
             const int32_t want = x == agreed(y) ? 50 : x < agreed(y) ? 100 : x < second ? 150 : 200;
             ASSERT_EQ(out.luma(x, y), want) << x << "," << y;
         }
+    }
+}
+
+TEST(Compose, IsZeroWhereNoPictureLies)
+{
+    TestCore core(1, 96, 64);
+    fill(&core, {50, 200}, 32, 0);
+    core->frames[1].width = 80;
+    mallopt(M_PERTURB, 85);  // new memory is anything but zero
+    const Composed out(&core, 2);
+    mallopt(M_PERTURB, 0);
+    ASSERT_EQ(out.result, 0);
+    ASSERT_EQ(out.img.width, 128);
+    for (int32_t x = 0; x < 128; ++x) {
+        EXPECT_EQ(out.luma(x, 63) == 0, x >= 112) << x;
+        EXPECT_EQ(out.chroma(x, 31) == 0, x >= 112) << x;
     }
 }
 

@@ -33,7 +33,8 @@ struct Canvas {
 // pictures. -4: two neighbours overlap outside their pictures; -8: memory is out; or as panorama_seam_find.
 int32_t panorama_canvas_find_seams(Canvas* canvas, int32_t margin);
 
-// Writes the pictures into `out`, which is zero-filled, each from its seam onward. `margin` decides on the transitions.
+// Writes all pixels of `out`: the pictures, each from its seam onward, and 0 where there is none. `margin` decides on
+// the transitions.
 void panorama_canvas_write(const Canvas& canvas, int32_t margin, PanoImg* out);
 
 #endif

@@ -1,13 +1,18 @@
 // Writing the canvas: row by row, from the leftmost picture to the rightmost, each from its seam onward with a linear
-// transition. What the next picture covers is not written first.
+// transition. What the next picture covers is not written first, and no byte is cleared that a picture covers.
+#include <string.h>
+
 #include <algorithm>
 
 #include "ozr_kernels.h"
+#include "ozr_prefetch.h"
 #include "panorama_canvas.h"
 #include "panorama_util.h"
 
 namespace
 {
+
+constexpr int32_t kRowsAhead = 2;  // are asked for
 
 // A transition at a seam, in pixels for luma and in pairs for chroma: `reach` columns to either side, weights rising from
 // 1 by `step` 128ths.
@@ -36,8 +41,8 @@ struct Position {
 
 // What one picture adds to one output row. `at` and all columns count units: luma pixels or chroma pairs.
 struct Stroke {
-    uint8_t* out;  // at the picture's left edge
     const uint8_t* src;
+    ptrdiff_t src_step;   // bytes to the picture's next row
     int32_t at;           // of the picture on the canvas
     int32_t end;          // of the picture, as far as it lies on the canvas
     int32_t blend_begin;  // columns of the picture: the transition, then the picture alone
@@ -47,6 +52,10 @@ struct Stroke {
 
 // The strokes of one output row, in one of the two planes.
 struct Strokes {
+    uint8_t* row;
+    ptrdiff_t step;   // bytes to the next row
+    int32_t columns;  // of the row, in units
+    int32_t unit;     // bytes: a pixel of luma or a pair of chroma
     int32_t count;
     Stroke of[kMaxPictures];
 };
@@ -73,27 +82,57 @@ int32_t _copy_end(const Stroke& stroke, const Stroke* next)
     return next != nullptr ? std::min(stroke.end, next->at + next->copy_begin - stroke.at) : stroke.end;
 }
 
-// `unit` bytes are one pixel of luma or one pair of chroma.
-void _write(const Strokes& strokes, int32_t unit, int32_t weight_step, BlendRow* blend)
+// Clears what lies between two columns of the row, if anything.
+void _clear(const Strokes& strokes, int32_t begin, int32_t end)
 {
+    if (begin < end)
+        memset(strokes.row + ptrdiff_t{begin} * strokes.unit, 0,
+               static_cast<size_t>(end - begin) * static_cast<size_t>(strokes.unit));
+}
+
+uint8_t* _out(const Strokes& strokes, const Stroke& stroke, int32_t column)
+{
+    return strokes.row + (ptrdiff_t{stroke.at} + column) * strokes.unit;
+}
+
+const uint8_t* _src(const Strokes& strokes, const Stroke& stroke, int32_t column)
+{
+    return stroke.src + ptrdiff_t{column} * strokes.unit;
+}
+
+void _copy(const Strokes& strokes, const Stroke& stroke, int32_t end)
+{
+    uint8_t* out = _out(strokes, stroke, stroke.copy_begin);
+    const uint8_t* src = _src(strokes, stroke, stroke.copy_begin);
+    const int32_t bytes = (end - stroke.copy_begin) * strokes.unit;
+    prefetch_bytes(src, kRowsAhead * stroke.src_step, bytes);
+    prefetch_bytes(out, kRowsAhead * strokes.step, bytes);
+    PanoMemcpy(out, src, static_cast<uint32_t>(bytes));
+}
+
+void _write(const Strokes& strokes, int32_t weight_step, BlendRow* blend)
+{
+    int32_t written = 0;
     for (int32_t i = 0; i < strokes.count; ++i) {
         const Stroke& stroke = strokes.of[i];
+        _clear(strokes, written, stroke.at + stroke.copy_begin);
         if (stroke.blend_begin < stroke.copy_begin)
-            blend(stroke.out + stroke.blend_begin * unit, stroke.src + stroke.blend_begin * unit,
+            blend(_out(strokes, stroke, stroke.blend_begin), _src(strokes, stroke, stroke.blend_begin),
                   stroke.copy_begin - stroke.blend_begin, stroke.first_weight, weight_step);
         const int32_t end = _copy_end(stroke, i + 1 < strokes.count ? &strokes.of[i + 1] : nullptr);
         if (stroke.copy_begin < end)
-            PanoMemcpy(stroke.out + stroke.copy_begin * unit, stroke.src + stroke.copy_begin * unit,
-                       static_cast<uint32_t>((end - stroke.copy_begin) * unit));
+            _copy(strokes, stroke, end);
+        written = std::max(written, stroke.at + std::max(stroke.copy_begin, end));
     }
+    _clear(strokes, written, strokes.columns);
 }
 
 // The luma of output row y; no columns when the picture has no such row.
-Stroke _luma_stroke(const PanoImg* out, const PanoImg* picture, Position at, int32_t y, int32_t row)
+Stroke _luma_stroke(const PanoImg* out, const PanoImg* picture, Position at, int32_t row)
 {
     const bool shown = row >= 0 && row < picture->height;
-    return {pano_row(out, y) + at.x,
-            pano_row(picture, shown ? row : 0),
+    return {pano_row(picture, shown ? row : 0),
+            picture->stride,
             at.x,
             shown ? std::min(picture->width, out->width - at.x) : 0,
             0,
@@ -102,12 +141,12 @@ Stroke _luma_stroke(const PanoImg* out, const PanoImg* picture, Position at, int
 }
 
 // The chroma of output rows y and y + 1. Odd positions round down in the chroma plane.
-Stroke _chroma_stroke(const PanoImg* out, const PanoImg* picture, Position at, int32_t y, int32_t row)
+Stroke _chroma_stroke(const PanoImg* out, const PanoImg* picture, Position at, int32_t row)
 {
     const bool shown = row >= 0 && row >> 1 < picture->height / 2;
     const int32_t x = at.x >> 1;
-    return {pano_chroma_row(out, y / 2) + 2 * x,
-            pano_chroma_row(picture, shown ? row >> 1 : 0),
+    return {pano_chroma_row(picture, shown ? row >> 1 : 0),
+            picture->stride,
             x,
             shown ? std::min(picture->width / 2, out->width / 2 - x) : 0,
             0,
@@ -135,8 +174,8 @@ void _add_picture(Strokes* luma, Strokes* chroma, const Canvas& canvas, int32_t 
 {
     const PanoImg* picture = canvas.pictures[i];
     const int32_t row = static_cast<int32_t>(canvas.lowest) + y - at.y;
-    Stroke luma_stroke = _luma_stroke(out, picture, at, y, row);
-    Stroke chroma_stroke = _chroma_stroke(out, picture, at, y, row);
+    Stroke luma_stroke = _luma_stroke(out, picture, at, row);
+    Stroke chroma_stroke = _chroma_stroke(out, picture, at, row);
     if (i > 0) {
         const Seam& seam = canvas.seams[i];
         const int32_t seam_row = _seam_row(seam, row);
@@ -157,16 +196,21 @@ void panorama_canvas_write(const Canvas& canvas, int32_t margin, PanoImg* out)
 {
     const OzrKernels* kernels = ozr_kernels();
     const Ramps ramps = _ramps(margin);
+    Strokes luma = {nullptr, out->stride, out->width, 1, 0, {}};
+    Strokes chroma = {nullptr, out->stride, out->width / 2, 2, 0, {}};
     for (int32_t y = 0; y < out->height; ++y) {
-        Strokes luma = {};
-        Strokes chroma = {};
+        luma.row = pano_row(out, y);
+        luma.count = 0;
+        chroma.row = pano_chroma_row(out, y / 2);
+        chroma.count = 0;
         Position at = {0, 0};
         for (int32_t i = 0; i < canvas.count; ++i) {
             if (i > 0)
                 at = {at.x + canvas.results[i].x, at.y + canvas.results[i].y};
             _add_picture(&luma, &chroma, canvas, i, at, out, y, ramps);
         }
-        _write(luma, 1, ramps.luma.step, kernels->blend_row);
-        _write(chroma, 2, ramps.chroma.step, kernels->blend_pairs_row);
+        _write(luma, ramps.luma.step, kernels->blend_row);
+        if (y % 2 == 0)
+            _write(chroma, ramps.chroma.step, kernels->blend_pairs_row);
     }
 }

@@ -60,18 +60,11 @@ void _lay_out(PanoramaCore* pi, Canvas* canvas)
     }
 }
 
-// An aligned block is what the caller of a whole sweep gets, so the pictures may be written straight into one.
-int32_t _create_output(PanoImg* out, void** raw_block, int32_t width, int32_t height)
-{
-    return raw_block != nullptr ? PanoImg_CreateAligned(out, width, height, kPanoNv12, raw_block)
-                                : PanoImg_Create(out, width, height, kPanoNv12);
-}
-
 int32_t _copy_picture(const PanoImg* picture, PanoImg* out, void** raw_block)
 {
     if (raw_block == nullptr)
         return PanoImg_Clone(picture, out);
-    PANO_FORWARD(_create_output(out, raw_block, picture->width, picture->height));
+    PANO_FORWARD(PanoImg_CreateAligned(out, picture->width, picture->height, kPanoNv12, raw_block));
     PanoMemcpy(out->data, picture->data, static_cast<uint32_t>(std::min(picture->size, out->size)));
     return kPanoSuccess;
 }
@@ -93,6 +86,8 @@ int32_t _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoImg* 
     return cloned;
 }
 
+// An aligned block is what the caller of a whole sweep gets, so the pictures may be written straight into one. Every pixel
+// will be: nothing is cleared.
 int32_t _create_canvas(const PanoramaCore* pi, const Canvas& canvas, PanoImg* out, void** raw_block)
 {
     const int64_t band = pi->height + canvas.highest - canvas.lowest;
@@ -100,7 +95,8 @@ int32_t _create_canvas(const PanoramaCore* pi, const Canvas& canvas, PanoImg* ou
     const int32_t height = static_cast<int32_t>(band & kSizeMask);
     if (band < 0 || height == 0)
         return kPanoNotSupported;
-    return _create_output(out, raw_block, width, height);
+    return raw_block != nullptr ? pano_create_aligned_unfilled(out, width, height, kPanoNv12, raw_block)
+                                : pano_create_unfilled(out, width, height, kPanoNv12);
 }
 
 }  // namespace

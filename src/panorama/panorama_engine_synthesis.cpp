@@ -89,8 +89,8 @@ int32_t _compose_turned(PanoramaInternal* pe, int32_t count)
 {
     PanoImgOwner composed;
     PANO_FORWARD(_compose(pe, count, composed.get(), nullptr));
-    const int32_t created = PanoImg_CreateAligned(&pe->out_img, composed->height, composed->width,
-                                                  composed->format, &pe->out_raw);
+    const int32_t created = pano_create_aligned_unfilled(&pe->out_img, composed->height, composed->width,
+                                                         composed->format, &pe->out_raw);
     _log_block(pe);
     PANO_FORWARD(created);
     PanoImg_RotateCW270(&pe->out_img, composed.get());

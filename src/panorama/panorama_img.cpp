@@ -48,10 +48,36 @@ int32_t _lay_out_packed(PanoImg* img)
     return row_bytes < 0 ? static_cast<int32_t>(kPanoNotSupported) : _lay_out(img, row_bytes);
 }
 
+// Clears what no row covers.
+void _clear_rest(PanoImg* img)
+{
+    const int32_t rows = _is_semi_planar(img->format) ? img->height + img->height / 2 : img->height;
+    const int32_t covered = rows * img->stride;
+    PanoMemset(img->data + covered, 0, static_cast<uint32_t>(img->size - covered));
+}
+
 int32_t _allocate(PanoImg* img)
 {
     img->data = static_cast<uint8_t*>(ozr_calloc(static_cast<uint32_t>(img->size), 1));
     return img->data != nullptr ? kPanoSuccess : kPanoNoMemory;
+}
+
+int32_t _describe_aligned(PanoImg* img, int32_t width, int32_t height, int32_t format)
+{
+    if (width < 1 || height < 1)
+        return kPanoBadArgument;
+    _describe(img, width, height, format);
+    img->widthCopy = width;
+    return _lay_out_packed(img);
+}
+
+// The aligned address is never null; the start of the block is, when memory is out.
+int32_t _check_block(PanoImg* img, const void* raw_block)
+{
+    if (raw_block != nullptr)
+        return kPanoSuccess;
+    img->data = nullptr;
+    return kPanoNoMemory;
 }
 
 // One axis of a placed copy: where it starts on both sides, and how long it is.
@@ -133,24 +159,26 @@ int32_t pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_
     img->data = static_cast<uint8_t*>(ozr_malloc(static_cast<uint32_t>(img->size)));
     if (img->data == nullptr)
         return kPanoNoMemory;
-    const int32_t rows = _is_semi_planar(format) ? height + height / 2 : height;
-    const int32_t covered = rows * img->stride;
-    PanoMemset(img->data + covered, 0, static_cast<uint32_t>(img->size - covered));
+    _clear_rest(img);
     return kPanoSuccess;
 }
 
 int32_t PanoImg_CreateAligned(PanoImg* img, int32_t width, int32_t height, int32_t format, void** rawBlock)
 {
-    if (img == nullptr || width < 1 || height < 1 || rawBlock == nullptr)
+    if (img == nullptr || rawBlock == nullptr)
         return kPanoBadArgument;
-    _describe(img, width, height, format);
-    img->widthCopy = width;
-    PANO_FORWARD(_lay_out_packed(img));
-    uint8_t* data = static_cast<uint8_t*>(AlignedCalloc(static_cast<uint32_t>(img->size), 1, rawBlock));
-    // The aligned address is never null; the start of the block is, when memory is out.
-    if (*rawBlock == nullptr)
-        return kPanoNoMemory;
-    img->data = data;
+    PANO_FORWARD(_describe_aligned(img, width, height, format));
+    img->data = static_cast<uint8_t*>(AlignedCalloc(static_cast<uint32_t>(img->size), 1, rawBlock));
+    return _check_block(img, *rawBlock);
+}
+
+int32_t pano_create_aligned_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format,
+                                     void** raw_block)
+{
+    PANO_FORWARD(_describe_aligned(img, width, height, format));
+    img->data = static_cast<uint8_t*>(pano_aligned_malloc(static_cast<uint32_t>(img->size), raw_block));
+    PANO_FORWARD(_check_block(img, *raw_block));
+    _clear_rest(img);
     return kPanoSuccess;
 }
 

@@ -114,6 +114,10 @@ OZR_END_DECLS
 // half row at the end of the chroma of an odd height.
 int32_t pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format);
 
+// PanoImg_CreateAligned likewise.
+int32_t pano_create_aligned_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format,
+                                     void** raw_block);
+
 // Releases pixels made by PanoImg_Create or PanoImg_Clone at the end of a scope, unless they were handed over.
 class PanoImgOwner
 {

@@ -11,6 +11,17 @@ namespace
 
 constexpr uint32_t kMessageSize = 1024;
 constexpr uint32_t kPage = 4096;
+constexpr uint64_t kSlack = 2 * kPage;  // of an aligned block, before its pages begin
+
+void* _align(void* block, void** raw)
+{
+    if (raw != nullptr)
+        *raw = block;
+    const uintptr_t end_of_slack = reinterpret_cast<uintptr_t>(block) + kSlack;
+    // An address, not a pointer that moves along: it is defined for a null block too.
+    const uintptr_t page = end_of_slack & ~uintptr_t{kPage - 1};
+    return reinterpret_cast<void*>(page);  // NOLINT(performance-no-int-to-ptr)
+}
 
 }  // namespace
 
@@ -64,12 +75,12 @@ void* PanoMemcpy(void* dst, const void* src, uint32_t size)
 
 void* AlignedCalloc(uint32_t count, uint32_t size, void** raw)
 {
-    const uint64_t request = uint64_t{count} * size + 2 * kPage;
-    void* block = request <= UINT32_MAX ? PanoCalloc(1, static_cast<uint32_t>(request)) : nullptr;
-    if (raw != nullptr)
-        *raw = block;
-    const uintptr_t end_of_slack = reinterpret_cast<uintptr_t>(block) + 2 * kPage;
-    // An address, not a pointer that moves along: it is defined for a null block too.
-    const uintptr_t page = end_of_slack & ~uintptr_t{kPage - 1};
-    return reinterpret_cast<void*>(page);  // NOLINT(performance-no-int-to-ptr)
+    const uint64_t request = uint64_t{count} * size + kSlack;
+    return _align(request <= UINT32_MAX ? PanoCalloc(1, static_cast<uint32_t>(request)) : nullptr, raw);
+}
+
+void* pano_aligned_malloc(uint32_t size, void** raw)
+{
+    const uint64_t request = size + kSlack;
+    return _align(request <= UINT32_MAX ? PanoMalloc(static_cast<uint32_t>(request)) : nullptr, raw);
 }

@@ -32,4 +32,7 @@ OZR_API void* AlignedCalloc(uint32_t count, uint32_t size, void** raw);
 
 OZR_END_DECLS
 
+// The same without the zeros.
+void* pano_aligned_malloc(uint32_t size, void** raw);
+
 #endif
