@@ -44,9 +44,9 @@ RgbaToChromaRows rgba_to_u_v_rows_sse2;
 RgbaToYuyvRow rgba_to_yuyv_row_sse2, rgba_to_yuyv_row_avx2;
 
 // Mirrors and texture codes
-MirrorBytesRow mirror_bytes_row_ssse3;
-MirrorPairsRow mirror_pairs_row_ssse3;
-MirrorQuadsRow mirror_quads_row_ssse3;
+MirrorBytesRow mirror_bytes_row_ssse3, mirror_bytes_row_avx2;
+MirrorPairsRow mirror_pairs_row_ssse3, mirror_pairs_row_avx2;
+MirrorQuadsRow mirror_quads_row_ssse3, mirror_quads_row_avx2;
 CensusRun census_run_sse2;
 
 #endif

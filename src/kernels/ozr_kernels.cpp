@@ -123,6 +123,9 @@ constexpr OzrKernels _with_avx2(OzrKernels table)
     table.rgba_to_gray_row = rgba_to_gray_row_avx2;
     table.rgba_to_luma_row = rgba_to_luma_row_avx2;
     table.rgba_to_yuyv_row = rgba_to_yuyv_row_avx2;
+    table.mirror_bytes_row = mirror_bytes_row_avx2;
+    table.mirror_pairs_row = mirror_pairs_row_avx2;
+    table.mirror_quads_row = mirror_quads_row_avx2;
     return table;
 }
 
