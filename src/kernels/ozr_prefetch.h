@@ -12,16 +12,20 @@ namespace
 
 constexpr ptrdiff_t kCacheLine = 64;
 
+// To the compiler a function that only asks for memory does nothing, and it leaves out calls of such: they are to be
+// inlined, and so are functions that do no more than call them.
+#define OZR_PREFETCHING __attribute__((always_inline)) inline
+
 // The cache line some way from a place. Beside the picture that may be anybody's memory, or nobody's: a hint reads nothing
 // and cannot fault.
-inline void prefetch(const void* place, ptrdiff_t way)
+OZR_PREFETCHING void prefetch(const void* place, ptrdiff_t way)
 {
     const uintptr_t there = reinterpret_cast<uintptr_t>(place) + static_cast<uintptr_t>(way);
     __builtin_prefetch(reinterpret_cast<const void*>(there));  // NOLINT(performance-no-int-to-ptr)
 }
 
 // The cache lines of `bytes` bytes some way from a place.
-inline void prefetch_bytes(const void* place, ptrdiff_t way, ptrdiff_t bytes)
+OZR_PREFETCHING void prefetch_bytes(const void* place, ptrdiff_t way, ptrdiff_t bytes)
 {
     for (ptrdiff_t line = 0; line < bytes; line += kCacheLine)
         prefetch(place, way + line);
