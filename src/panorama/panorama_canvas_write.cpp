@@ -100,14 +100,13 @@ const uint8_t* _src(const Strokes& strokes, const Stroke& stroke, int32_t column
     return stroke.src + ptrdiff_t{column} * strokes.unit;
 }
 
-void _copy(const Strokes& strokes, const Stroke& stroke, int32_t end)
+// Asks for what the same stroke will read and write some rows on.
+OZR_PREFETCHING void _ask_ahead(const Strokes& strokes, const Stroke& stroke, int32_t end)
 {
-    uint8_t* out = _out(strokes, stroke, stroke.copy_begin);
-    const uint8_t* src = _src(strokes, stroke, stroke.copy_begin);
-    const int32_t bytes = (end - stroke.copy_begin) * strokes.unit;
-    prefetch_bytes(src, kRowsAhead * stroke.src_step, bytes);
-    prefetch_bytes(out, kRowsAhead * strokes.step, bytes);
-    PanoMemcpy(out, src, static_cast<uint32_t>(bytes));
+    prefetch_bytes(_src(strokes, stroke, stroke.blend_begin), kRowsAhead * stroke.src_step,
+                   ptrdiff_t{end - stroke.blend_begin} * strokes.unit);
+    prefetch_bytes(_out(strokes, stroke, stroke.copy_begin), kRowsAhead * strokes.step,
+                   ptrdiff_t{end - stroke.copy_begin} * strokes.unit);
 }
 
 void _write(const Strokes& strokes, int32_t weight_step, BlendRow* blend)
@@ -115,13 +114,15 @@ void _write(const Strokes& strokes, int32_t weight_step, BlendRow* blend)
     int32_t written = 0;
     for (int32_t i = 0; i < strokes.count; ++i) {
         const Stroke& stroke = strokes.of[i];
+        const int32_t end = _copy_end(stroke, i + 1 < strokes.count ? &strokes.of[i + 1] : nullptr);
+        _ask_ahead(strokes, stroke, end);
         _clear(strokes, written, stroke.at + stroke.copy_begin);
         if (stroke.blend_begin < stroke.copy_begin)
             blend(_out(strokes, stroke, stroke.blend_begin), _src(strokes, stroke, stroke.blend_begin),
                   stroke.copy_begin - stroke.blend_begin, stroke.first_weight, weight_step);
-        const int32_t end = _copy_end(stroke, i + 1 < strokes.count ? &strokes.of[i + 1] : nullptr);
         if (stroke.copy_begin < end)
-            _copy(strokes, stroke, end);
+            PanoMemcpy(_out(strokes, stroke, stroke.copy_begin), _src(strokes, stroke, stroke.copy_begin),
+                       static_cast<uint32_t>((end - stroke.copy_begin) * strokes.unit));
         written = std::max(written, stroke.at + std::max(stroke.copy_begin, end));
     }
     _clear(strokes, written, strokes.columns);
