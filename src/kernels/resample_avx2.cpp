@@ -66,6 +66,7 @@ void _resample_planned(uint8_t* dst, int32_t dst_stride, const OzrResample& task
     for (int32_t first = 0; first < task.width;) {
         first = ozr_resample_plan_make(&plan, task, pitch, first);
         for (int32_t y = 0; y < task.rows; ++y) {
+            ozr_resample_ask_ahead(task, plan, y);
             uint8_t* out = dst + static_cast<ptrdiff_t>(y) * dst_stride;
             if (plan.two_loads)
                 _resample_row<true>(out, ozr_resample_rows(task, y), plan);

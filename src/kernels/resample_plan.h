@@ -3,7 +3,10 @@
 #ifndef RESAMPLE_PLAN_H
 #define RESAMPLE_PLAN_H
 
+#include <algorithm>
+
 #include "ozr_kernels.h"
+#include "ozr_prefetch.h"
 
 constexpr int32_t kOzrPlanLanes = 4;    // columns of a group
 constexpr int32_t kOzrPlanLoad = 16;    // source bytes of one load
@@ -34,5 +37,23 @@ int32_t ozr_resample_plan_make(OzrResamplePlan* plan, const OzrResample& task, i
 
 // The last source column that a row reads.
 uint32_t ozr_resample_last_column(const OzrResample& task);
+
+// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+namespace
+{
+
+constexpr int32_t kOzrPlanRowsAhead = 2;
+
+// Asks for what the plan will read some rows on: rows that lie apart, and reach from one strip only to the next.
+OZR_PREFETCHING void ozr_resample_ask_ahead(const OzrResample& task, const OzrResamplePlan& plan, int32_t y)
+{
+    const OzrResampleRows rows = ozr_resample_rows(task, std::min(y + kOzrPlanRowsAhead, task.rows - 1));
+    const int32_t begin = plan.group[0].loads[0];
+    const int32_t bytes = plan.group[plan.groups - 1].loads[0] + kOzrPlanLoad - begin;
+    prefetch_bytes(rows.top, begin, bytes);
+    prefetch_bytes(rows.bottom, begin, bytes);
+}
+
+}  // namespace
 
 #endif

@@ -63,6 +63,7 @@ void _resample(uint8_t* dst, int32_t dst_stride, const OzrResample& task, int32_
     for (int32_t first = 0; first < task.width;) {
         first = ozr_resample_plan_make(&plan, task, pitch, first);
         for (int32_t y = 0; y < task.rows; ++y) {
+            ozr_resample_ask_ahead(task, plan, y);
             const OzrResampleRows rows = ozr_resample_rows(task, y);
             uint8_t* out = dst + static_cast<ptrdiff_t>(y) * dst_stride;
             if (plan.two_loads)
