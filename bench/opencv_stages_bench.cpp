@@ -43,7 +43,7 @@ void preview_frame(benchmark::State& state, Size size)
     cv::Mat small, before, now;
     size_t frame = 0;
     for (auto _ : state) {
-        frame ^= 1;
+        frame = (frame + 1) % frames.size();
         cv::resize(luma(frames[frame].image), small, cv::Size(320, 240), 0, 0, cv::INTER_LINEAR);
         small.convertTo(now, CV_32F);
         if (!before.empty())

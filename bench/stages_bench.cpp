@@ -64,7 +64,7 @@ void preview_frame(benchmark::State& state, const Library& library, Size size)
     fail_unless(state, library.stitch_one_image(session.get(), &first, nullptr) == ozr_success);
     size_t frame = 0;
     for (auto _ : state) {
-        frame ^= 1;
+        frame = (frame + 1) % frames.size();
         ozr_point offset = {};
         ozr_panorama_direction direction = ozr_panorama_direction_auto;
         fail_unless(state, library.detect_frame_to_stitch(session.get(), &frames[frame].image, &offset,

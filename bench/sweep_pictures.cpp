@@ -1,6 +1,7 @@
 #include "sweep_pictures.h"
 
 #include <cmath>
+#include <cstring>
 #include <map>
 
 #include "scene.h"
@@ -12,6 +13,7 @@ constexpr double kStep = 0.3;       // of a picture, from one picture of a sweep
 constexpr double kEdge = 0.05;      // radians of street before the first view and behind the last one
 constexpr double kMargin = 42;      // units of the scene above and below the view
 constexpr double kTremble = 0.004;  // radians across the sweep
+constexpr size_t kBeyondCaches = 100'000'000;  // bytes of preview frames
 
 }  // namespace
 
@@ -58,6 +60,11 @@ const std::vector<Nv12Picture>& preview_frames(Size size)
         const SweepCamera camera(size, 2);
         for (const double place : {0.0, 0.01 / kStep})
             camera.take(place, &frames.emplace_back(size).image);
+        const size_t bytes = static_cast<size_t>(frames[0].image.size);
+        while (frames.size() * bytes < kBeyondCaches || frames.size() % 2 != 0) {
+            const uint8_t* same = frames[frames.size() - 2].image.data;
+            memcpy(frames.emplace_back(size).image.data, same, bytes);
+        }
     }
     return frames;
 }

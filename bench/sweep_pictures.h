@@ -63,7 +63,10 @@ private:
 /** All pictures of a sweep; taken when first asked for, then kept. */
 std::vector<Nv12Picture>& sweep_pictures(const SweepPlan& plan);
 
-/** Two preview frames of a camera that moved by one percent of a picture; likewise. */
+/**
+ * Preview frames of a camera that moves to and fro by one percent of a picture; likewise. As many as no cache holds: a
+ * camera writes its frames to memory, too.
+ */
 const std::vector<Nv12Picture>& preview_frames(Size size);
 
 #endif

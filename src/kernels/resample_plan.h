@@ -42,7 +42,7 @@ uint32_t ozr_resample_last_column(const OzrResample& task);
 namespace
 {
 
-constexpr int32_t kOzrPlanRowsAhead = 2;
+constexpr int32_t kOzrPlanRowsAhead = 6;
 
 // Asks for what the plan will read some rows on: rows that lie apart, and reach from one strip only to the next.
 OZR_PREFETCHING void ozr_resample_ask_ahead(const OzrResample& task, const OzrResamplePlan& plan, int32_t y)
