@@ -19,7 +19,7 @@ IntegralRow integral_row_sse2;
 CorrelateAreas correlate_areas_sse2, correlate_areas_avx2;
 
 // Projection
-ProjectLumaRow project_luma_row_sse2, project_luma_row_ssse3;
+ProjectLumaRow project_luma_row_sse2, project_luma_row_ssse3, project_luma_row_avx2;
 ProjectionTablesRow projection_tables_row_sse2;
 
 // Seam and composition

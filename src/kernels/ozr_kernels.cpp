@@ -115,6 +115,7 @@ constexpr OzrKernels _with_avx2(OzrKernels table)
     table.correlate_areas = correlate_areas_avx2;
     table.sad_area = sad_area_avx2;
     table.sad_const_row = sad_const_row_avx2;
+    table.project_luma_row = project_luma_row_avx2;
     table.seam_sum_row = seam_sum_row_avx2;
     table.yvu_to_rgba_row = yvu_to_rgba_row_avx2;
     table.yuv_to_rgba_row = yuv_to_rgba_row_avx2;
