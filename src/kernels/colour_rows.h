@@ -66,8 +66,9 @@ struct ColourRows {
         return {V::weave_low_bytes(rb, ga), V::weave_high_bytes(rb, ga)};
     }
 
-    // A vector of luma bytes and the chroma of their pairs.
-    static void write_rgba(uint8_t* dst, Vector luma, Words u, Words v)
+    // A vector of luma bytes and the chroma of their pairs. Always inlined: g++ does not clear the upper halves of AVX2's
+    // registers in functions that end after calling one with vectors, and SSE code after them would run at half speed.
+    __attribute__((always_inline)) static void write_rgba(uint8_t* dst, Vector luma, Words u, Words v)
     {
         const Words d = u - 128;
         const Words e = v - 128;
