@@ -200,9 +200,16 @@ TEST_F(Program, ConvertGoesThroughEveryRawFormatAndBack)
     ASSERT_EQ(run("demo -n 1 --size 128x96 -o in/a.png").status, 0);
     const Picture before = read_picture("in/a.png");
     const std::string raw = std::to_string(before.width) + "x" + std::to_string(before.height);
-    for (const std::string format : {"nv12", "nv21", "yv12", "yuy2", "rgba"}) {
+    const size_t pixels = before.rgba.size() / 4;
+    const std::pair<std::string, size_t> formats[] = {{"nv12", pixels * 3 / 2},
+                                                      {"nv21", pixels * 3 / 2},
+                                                      {"yv12", pixels * 3 / 2},
+                                                      {"yuy2", pixels * 2},
+                                                      {"rgba", pixels * 4}};
+    for (const auto& [format, bytes] : formats) {
         SCOPED_TRACE(format);
         EXPECT_EQ(run("convert in/a.png out/a.raw --format " + format).status, 0);
+        EXPECT_EQ(read_file("out/a.raw").size(), bytes);
         EXPECT_EQ(run("convert out/a.raw out/b.png --format rgba --from " + format + " --size " + raw).status,
                   0);
         const Picture after = read_picture("out/b.png");
@@ -212,8 +219,15 @@ TEST_F(Program, ConvertGoesThroughEveryRawFormatAndBack)
             difference += std::abs(before.rgba[i] - after.rgba[i]);
         EXPECT_LT(difference / static_cast<double>(before.rgba.size()), format == "rgba" ? 1e-9 : 6.0);
     }
-    EXPECT_EQ(run("convert in/a.png out/c.gray --format gray --sample 2 --flip").status, 0);
-    EXPECT_EQ(read_file("out/c.gray").size(), before.rgba.size() / 16);
+    EXPECT_EQ(run("convert in/a.png out/b.gray --format gray").status, 0);
+    EXPECT_EQ(run("convert in/a.png out/c.gray --format gray --flip").status, 0);
+    std::vector<uint8_t> mirrored = read_file("out/b.gray");
+    ASSERT_EQ(mirrored.size(), pixels);
+    for (auto row = mirrored.begin(); row != mirrored.end(); row += before.width)
+        std::reverse(row, row + before.width);
+    EXPECT_EQ(read_file("out/c.gray"), mirrored);
+    EXPECT_EQ(run("convert in/a.png out/c.gray --format gray --sample 2").status, 0);
+    EXPECT_EQ(read_file("out/c.gray").size(), pixels / 4);
     EXPECT_EQ(run("convert out/c.gray out/d.png --from gray --size 9x9 --format rgba").status, 1);
 }
 
@@ -338,7 +352,8 @@ TEST_F(Program, VideoReadsFilesAndPipesOfEvenAndOddSizes)
 TEST_F(Program, VideoEndsWhenTheSweepIsFull)
 {
     // 90 percent of overlap: a picture every 26 of 320 pixels, which this pan has covered after some 9 frames.
-    write_text("in/long.y4m", _stream("W320 H240", 120, kWidth, kHeight));
+    // What comes after the end of the sweep is not even read: it would be refused.
+    write_text("in/long.y4m", _stream("W320 H240", 120, kWidth, kHeight) + "FRAME\nno more");
     const Outcome outcome = run("video in/long.y4m --overlap 90 -o out/a.png --json");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_NE(outcome.out.find("\"pictures_used\":10"), std::string::npos) << outcome.out;
