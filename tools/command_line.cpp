@@ -8,7 +8,6 @@
 #include <CLI/CLI.hpp>
 
 #include <errno.h>
-#include <map>
 #include <new>
 #include <stdio.h>
 #include <string.h>
@@ -17,6 +16,8 @@ namespace
 {
 
 constexpr int kExitFailure = 1, kExitUsage = 2, kExitMismatch = 3;
+
+constexpr char kFormatNames[] = "nv12|nv21|yv12|yuy2|gray|rgba";
 
 const std::vector<ozr_panorama_direction> kDirections = {
     ozr_panorama_direction_right, ozr_panorama_direction_left, ozr_panorama_direction_down,
@@ -163,12 +164,16 @@ CLI::App* _add_replay(CLI::App* app, ReplayOptions* options)
     return command;
 }
 
+ozr_image_format _format(const char* option, const std::string& text)
+{
+    ozr_image_format format = ozr_image_format_nv12;
+    if (!parse_format(text, &format))
+        throw CLI::ValidationError(option, text + " is none of " + kFormatNames);
+    return format;
+}
+
 CLI::App* _add_convert(CLI::App* app, ConvertOptions* options)
 {
-    static const std::map<std::string, ozr_image_format> kFormats = {
-        {"nv12", ozr_image_format_nv12}, {"nv21", ozr_image_format_nv21}, {"yv12", ozr_image_format_yv12},
-        {"yuy2", ozr_image_format_yuy2}, {"gray", ozr_image_format_gray}, {"rgba", ozr_image_format_rgba32},
-    };
     CLI::App* command =
         app->add_subcommand("convert", "Convert a picture or raw file by the library's operations");
     command->add_option("input", options->input, "JPEG or PNG file, or with --from a raw one")
@@ -177,24 +182,20 @@ CLI::App* _add_convert(CLI::App* app, ConvertOptions* options)
     command->add_option("output", options->output, ".png, .jpg, or any other name for raw bytes")
         ->required()
         ->option_text("OUT");
-    const auto choose = [](ozr_image_format* format) {
-        return [format](const std::string& name) { *format = kFormats.at(name); };
-    };
-    const auto names = CLI::IsMember(kFormats);
     command
-        ->add_option_function<std::string>("--format", choose(&options->format), "Pixel format of the result")
-        ->check(names)
+        ->add_option_function<std::string>(
+            "--format", [options](const std::string& name) { options->format = _format("--format", name); },
+            "Pixel format of the result")
         ->required()
-        ->option_text("nv12|nv21|yv12|yuy2|gray|rgba");
+        ->option_text(kFormatNames);
     command
         ->add_option_function<std::string>(
             "--from",
             [options](const std::string& name) {
-                options->from = kFormats.at(name);
+                options->from = _format("--from", name);
                 options->is_raw = true;
             },
             "Read raw bytes of this format; needs --size")
-        ->check(names)
         ->option_text("FORMAT");
     command
         ->add_option_function<std::string>(
