@@ -25,8 +25,8 @@ struct MirrorRows {
             uint8_t* left = row + x;
             uint8_t* right = row + bytes - x - kStep;
             // The next row mostly begins where this one ends.
-            prefetch(left, static_cast<ptrdiff_t>(bytes));
-            prefetch(right, static_cast<ptrdiff_t>(bytes));
+            prefetch(left, static_cast<uintptr_t>(bytes));
+            prefetch(right, static_cast<uintptr_t>(bytes));
             const Vector left0 = V::reversed(V::load(left), order);
             const Vector left1 = V::reversed(V::load(left + V::kBytes), order);
             V::store(left, V::reversed(V::load(right + V::kBytes), order));

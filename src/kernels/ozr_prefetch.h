@@ -16,19 +16,26 @@ constexpr ptrdiff_t kCacheLine = 64;
 // inlined, and so are functions that do no more than call them.
 #define OZR_PREFETCHING __attribute__((always_inline)) inline
 
+// From a row of a picture to the one so many rows on. Unsigned, as the ways below: they may lead out of the picture, and of
+// what signed numbers count, and wrap around for rows that come before.
+OZR_PREFETCHING uintptr_t rows_on(ptrdiff_t rows, ptrdiff_t stride)
+{
+    return static_cast<uintptr_t>(rows) * static_cast<uintptr_t>(stride);
+}
+
 // The cache line some way from a place. Beside the picture that may be anybody's memory, or nobody's: a hint reads nothing
 // and cannot fault.
-OZR_PREFETCHING void prefetch(const void* place, ptrdiff_t way)
+OZR_PREFETCHING void prefetch(const void* place, uintptr_t way)
 {
-    const uintptr_t there = reinterpret_cast<uintptr_t>(place) + static_cast<uintptr_t>(way);
+    const uintptr_t there = reinterpret_cast<uintptr_t>(place) + way;
     __builtin_prefetch(reinterpret_cast<const void*>(there));  // NOLINT(performance-no-int-to-ptr)
 }
 
 // The cache lines of `bytes` bytes some way from a place.
-OZR_PREFETCHING void prefetch_bytes(const void* place, ptrdiff_t way, ptrdiff_t bytes)
+OZR_PREFETCHING void prefetch_bytes(const void* place, uintptr_t way, ptrdiff_t bytes)
 {
     for (ptrdiff_t line = 0; line < bytes; line += kCacheLine)
-        prefetch(place, way + line);
+        prefetch(place, way + static_cast<uintptr_t>(line));
 }
 
 }  // namespace

@@ -3,8 +3,6 @@
 #ifndef RESAMPLE_PLAN_H
 #define RESAMPLE_PLAN_H
 
-#include <algorithm>
-
 #include "ozr_kernels.h"
 #include "ozr_prefetch.h"
 
@@ -47,11 +45,12 @@ constexpr int32_t kOzrPlanRowsAhead = 6;
 // Asks for what the plan will read some rows on: rows that lie apart, and reach from one strip only to the next.
 OZR_PREFETCHING void ozr_resample_ask_ahead(const OzrResample& task, const OzrResamplePlan& plan, int32_t y)
 {
-    const OzrResampleRows rows = ozr_resample_rows(task, std::min(y + kOzrPlanRowsAhead, task.rows - 1));
+    const int32_t ahead = task.rows - y > kOzrPlanRowsAhead ? y + kOzrPlanRowsAhead : task.rows - 1;
+    const OzrResampleRows rows = ozr_resample_rows(task, ahead);
     const int32_t begin = plan.group[0].loads[0];
     const int32_t bytes = plan.group[plan.groups - 1].loads[0] + kOzrPlanLoad - begin;
-    prefetch_bytes(rows.top, begin, bytes);
-    prefetch_bytes(rows.bottom, begin, bytes);
+    prefetch_bytes(rows.top + begin, 0, bytes);
+    prefetch_bytes(rows.bottom + begin, 0, bytes);
 }
 
 }  // namespace

@@ -125,7 +125,7 @@ void _turn_block(const Turn& turn, int32_t x, int32_t y)
     Element::transpose(rows);
     for (int32_t i = 0; i < kEdge; ++i) {
         _store(to + i * write_step, rows[i]);
-        prefetch(to + i * write_step, kTile * write_step);
+        prefetch(to + i * write_step, rows_on(kTile, write_step));
     }
 }
 

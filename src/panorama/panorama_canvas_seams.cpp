@@ -12,7 +12,7 @@ namespace
 {
 
 constexpr uint8_t kBarred = 255;   // mask value that keeps the seam away
-constexpr int32_t kRowsAhead = 2;  // are asked for
+constexpr int32_t kRowsAhead = 2;  // how far ahead rows are asked for
 
 bool _is_inside(const SeamRegion& region)
 {
@@ -113,8 +113,8 @@ void _trace(Seam* seam, const Seam* before, int32_t margin, const SeamTools& too
     for (int32_t y = 0; y < seam->a.height; ++y) {
         const uint8_t* a = seam_region_row(&seam->a, y);
         const uint8_t* b = seam_region_row(&seam->b, y);
-        prefetch_bytes(a, kRowsAhead * ptrdiff_t{seam->a.img->stride}, width);
-        prefetch_bytes(b, kRowsAhead * ptrdiff_t{seam->b.img->stride}, width);
+        prefetch_bytes(a, rows_on(kRowsAhead, seam->a.img->stride), width);
+        prefetch_bytes(b, rows_on(kRowsAhead, seam->b.img->stride), width);
         paths.add_row(a, b, mask.barred_to(_end_behind(before, seam->a, y, band)));
     }
     paths.trace(seam->columns.get());

@@ -26,14 +26,14 @@ OzrProjectionRow _tables_of_row(const PanoramaCore* pi, int32_t y, int32_t block
 OZR_PREFETCHING void _ask_for_luma(const PanoImg* src, const int32_t* offsets, int32_t blocks)
 {
     for (int32_t b = 0; b < blocks; b += kBlocksApart)
-        prefetch(src->data, offsets[b] + kRowsAhead * ptrdiff_t{src->stride});
+        prefetch(src->data, static_cast<uintptr_t>(offsets[b]) + rows_on(kRowsAhead, src->stride));
 }
 
 OZR_PREFETCHING void _ask_for_chroma(const uint8_t* chroma, ptrdiff_t stride, const int32_t* map,
                                      int32_t pairs)
 {
     for (int32_t p = 0; p < pairs; p += kPairsApart)
-        prefetch(chroma, 2 * ptrdiff_t{map[p]} + kRowsAhead * stride);
+        prefetch(chroma, rows_on(map[p], 2) + rows_on(kRowsAhead, stride));
 }
 
 }  // namespace
