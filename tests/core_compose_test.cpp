@@ -165,6 +165,20 @@ TEST(Compose, IsZeroWhereNoPictureLies)
     }
 }
 
+// A picture of an odd width at an odd column has a chroma pair less than the luma it shows: that of the picture below stays.
+TEST(Compose, KeepsChromaThatTheNextPictureDoesNotReach)
+{
+    TestCore core(1, 96, 64);
+    fill(&core, {50, 200}, 1, 0);
+    core->frames[1].width = 95;
+    const Composed out(&core, 2);
+    ASSERT_EQ(out.result, 0);
+    ASSERT_EQ(out.img.width, 96);
+    EXPECT_EQ(out.luma(95, 10), 200);
+    EXPECT_EQ(out.chroma(94, 5), 100);
+    EXPECT_EQ(out.chroma(95, 5), 150);
+}
+
 TEST(Compose, RefusalsCancellationAndUnplaceablePictures)
 {
     TestCore core(1, 96, 64);
@@ -189,6 +203,7 @@ TEST(Compose, RefusalsCancellationAndUnplaceablePictures)
         {{95, 0, 0}, kPanoNotSupported},  {{97, 0, 0}, kPanoBadArgument},
         {{-1, 0, 0}, kPanoBadArgument},   {{INT32_MIN, 0, 0}, kPanoBadArgument},
     };
+    EXPECT_EQ(panorama_core_panorama(core.core, 2, nullptr), kPanoBadArgument);
     for (const auto& c : cases) {
         core->offsets[1] = c.at;
         EXPECT_EQ(panorama_core_panorama(core.core, 2, &out), c.want) << c.at.x;

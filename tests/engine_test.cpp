@@ -1,5 +1,6 @@
 // The engine: parameters, detection, intake, cancellation and synthesis.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <algorithm>
 #include <array>
@@ -346,6 +347,44 @@ TEST(EngineSynthesis, ComposesBothWaysAndTurnsVerticalSweepsBack)
                                          tag + block, tag + "out_img size = " + size, tag + "return = 0",
                                          tag + "process_synthesis end pe->status = 4 "}));
     }
+}
+
+// The second picture lies too far off: the first is the panorama. Its odd sizes leave chroma that no turn reaches.
+TEST(EngineSynthesis, WritesAllOfWhatIsLeftOfASweep)
+{
+    for (int32_t direction : {kDirectionRight, kDirectionDown}) {
+        const ozr_point off = direction == kDirectionRight ? ozr_point{0, 5000} : ozr_point{5000, 0};
+        const NoisePicture first(101, 99, 0, 0), second(101, 99, 20, 20);
+        std::vector<uint8_t> panoramas[2];
+        for (std::vector<uint8_t>& panorama : panoramas) {
+            TestEngine engine(first.img, direction);
+            ASSERT_EQ(engine.take(second.img, off), 2);
+            ASSERT_EQ(panorama_engine_stop_capture(engine.pe), 0);
+            mallopt(M_PERTURB, &panorama == panoramas ? 85 : 170);  // what new memory holds
+            EXPECT_EQ(panorama_engine_process_synthesis(engine.pe), 0);
+            mallopt(M_PERTURB, 0);
+            const PanoImg& out = engine->out_img;
+            EXPECT_EQ(out.size, out.height * out.stride * 3 / 2);
+            panorama.assign(out.data, out.data + out.size);
+        }
+        EXPECT_EQ(panoramas[0], panoramas[1]) << direction;
+    }
+}
+
+TEST(EngineSynthesis, KeepsTheStrideOfTheOnlyPictureLeft)
+{
+    const NoisePicture first(96, 96, 0, 0), second(96, 96, 20, 20);
+    TestEngine engine(first.img, kDirectionRight);
+    ASSERT_EQ(engine.take(second.img, {0, 5000}), 2);
+    PanoImg& left = engine->core->frames[0];
+    left.width = 80;
+    ASSERT_EQ(panorama_engine_stop_capture(engine.pe), 0);
+    ASSERT_EQ(panorama_engine_process_synthesis(engine.pe), 0);
+    const PanoImg& out = engine->out_img;
+    EXPECT_EQ(out.width, 80);
+    ASSERT_EQ(out.stride, left.stride);
+    ASSERT_EQ(out.size, left.size);
+    EXPECT_EQ(memcmp(out.data, left.data, static_cast<size_t>(left.size)), 0);
 }
 
 TEST(EngineSynthesis, FailuresSetTheStatus)

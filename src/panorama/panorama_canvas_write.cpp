@@ -12,7 +12,7 @@
 namespace
 {
 
-constexpr int32_t kRowsAhead = 2;  // are asked for
+constexpr int32_t kRowsAhead = 2;  // how far ahead rows are asked for
 
 // A transition at a seam, in pixels for luma and in pairs for chroma: `reach` columns to either side, weights rising from
 // 1 by `step` 128ths.
@@ -75,11 +75,13 @@ void _set_transition(Stroke* stroke, Switch at, const Ramp& ramp)
     stroke->first_weight = 1 + (stroke->blend_begin - (at.seam - ramp.reach)) * ramp.step;
 }
 
-// The column up to which the picture is to be seen, or read by the transition to the next one: pictures are equally wide and
-// none lies left of the one before, so the next covers the rest.
+// The column up to which the picture is to be seen, or read by the transition to the next one. That covers the rest, unless
+// it ends first: as wide a picture does not, but a narrower one, or chroma of an odd width that begins at an odd column.
 int32_t _copy_end(const Stroke& stroke, const Stroke* next)
 {
-    return next != nullptr ? std::min(stroke.end, next->at + next->copy_begin - stroke.at) : stroke.end;
+    if (next == nullptr || next->at + next->end < stroke.at + stroke.end)
+        return stroke.end;
+    return std::min(stroke.end, next->at + next->copy_begin - stroke.at);
 }
 
 // Clears what lies between two columns of the row, if anything.
@@ -103,9 +105,9 @@ const uint8_t* _src(const Strokes& strokes, const Stroke& stroke, int32_t column
 // Asks for what the same stroke will read and write some rows on.
 OZR_PREFETCHING void _ask_ahead(const Strokes& strokes, const Stroke& stroke, int32_t end)
 {
-    prefetch_bytes(_src(strokes, stroke, stroke.blend_begin), kRowsAhead * stroke.src_step,
+    prefetch_bytes(_src(strokes, stroke, stroke.blend_begin), rows_on(kRowsAhead, stroke.src_step),
                    ptrdiff_t{end - stroke.blend_begin} * strokes.unit);
-    prefetch_bytes(_out(strokes, stroke, stroke.copy_begin), kRowsAhead * strokes.step,
+    prefetch_bytes(_out(strokes, stroke, stroke.copy_begin), rows_on(kRowsAhead, strokes.step),
                    ptrdiff_t{end - stroke.copy_begin} * strokes.unit);
 }
 

@@ -3,7 +3,7 @@
 //
 // panorama_core.cpp holds the context's life and geometry, panorama_core_projection.cpp the projection onto the
 // cylinder, panorama_core_projection_tables.cpp its tables, panorama_core_align.cpp the intake and alignment of pictures,
-// panorama_core_compose.cpp the composition, panorama_canvas_write.cpp its last step.
+// panorama_core_compose.cpp the composition, panorama_canvas_seams.cpp and panorama_canvas_write.cpp its last steps.
 // Nothing but the composition logs.
 //
 // What cannot be detected: a context that panorama_core_create did not make, a picture whose memory is smaller than its
@@ -111,8 +111,9 @@ OZR_API int32_t panorama_core_init(PanoramaCore* pi, int32_t forward, int32_t wi
 OZR_API int32_t panorama_core_add_input(PanoramaCore* pi, PanoImg* img, int32_t index, int32_t x, int32_t y);
 
 // Composes the first `count` pictures into `out`, which then owns its pixels.
-// -2: a negative count, no usable picture, or no common band of rows; -4: count above the slots; -203: a picture is not
-// aligned; -5: cancelled (the request is cleared); -8, -7: memory is out.
+// -2: a negative count, no usable picture, or no common band of rows; -4: count above the slots, no record,
+// neighbours that overlap outside their pictures, or no column left of the width; -203: a picture is not aligned; -5:
+// cancelled (the request is cleared); -8, -7: memory is out.
 OZR_API int32_t panorama_core_panorama(PanoramaCore* pi, int32_t count, PanoImg* out);
 
 OZR_END_DECLS

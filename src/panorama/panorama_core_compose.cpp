@@ -64,9 +64,14 @@ int32_t _copy_picture(const PanoImg* picture, PanoImg* out, void** raw_block)
 {
     if (raw_block == nullptr)
         return PanoImg_Clone(picture, out);
-    PANO_FORWARD(PanoImg_CreateAligned(out, picture->width, picture->height, kPanoNv12, raw_block));
-    PanoMemcpy(out->data, picture->data, static_cast<uint32_t>(std::min(picture->size, out->size)));
-    return kPanoSuccess;
+    PanoImgOwner copy;
+    PANO_FORWARD(PanoImg_Clone(picture, copy.get()));
+    const uint32_t size = static_cast<uint32_t>(copy->size);
+    uint8_t* data = static_cast<uint8_t*>(AlignedCalloc(size, 1, raw_block));
+    if (*raw_block == nullptr)
+        return kPanoNoMemory;
+    PanoMemcpy(data, copy->data, size);
+    return PanoImg_CreateRef(out, data, copy->width, copy->height, copy->stride, copy->format);
 }
 
 // A sweep of one picture is that picture.

@@ -84,13 +84,14 @@ int32_t _compose(PanoramaInternal* pe, int32_t count, PanoImg* composed, void** 
     return pe->cancel_requested != 0 ? kPanoCancelled : kPanoSuccess;
 }
 
-// Pictures of vertical sweeps were turned clockwise when they came in: the result turns back.
+// Pictures of vertical sweeps were turned clockwise when they came in: the result turns back. A single picture that is
+// left of a sweep may have odd sizes, of which a turn does not reach all chroma: the block is zero-filled.
 int32_t _compose_turned(PanoramaInternal* pe, int32_t count)
 {
     PanoImgOwner composed;
     PANO_FORWARD(_compose(pe, count, composed.get(), nullptr));
-    const int32_t created = pano_create_aligned_unfilled(&pe->out_img, composed->height, composed->width,
-                                                         composed->format, &pe->out_raw);
+    const int32_t created = PanoImg_CreateAligned(&pe->out_img, composed->height, composed->width,
+                                                  composed->format, &pe->out_raw);
     _log_block(pe);
     PANO_FORWARD(created);
     PanoImg_RotateCW270(&pe->out_img, composed.get());

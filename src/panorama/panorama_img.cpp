@@ -64,7 +64,7 @@ int32_t _allocate(PanoImg* img)
 
 int32_t _describe_aligned(PanoImg* img, int32_t width, int32_t height, int32_t format)
 {
-    if (width < 1 || height < 1)
+    if (img == nullptr || width < 1 || height < 1)
         return kPanoBadArgument;
     _describe(img, width, height, format);
     img->widthCopy = width;
@@ -152,7 +152,7 @@ int32_t PanoImg_Create(PanoImg* img, int32_t width, int32_t height, int32_t form
 
 int32_t pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format)
 {
-    if (width <= 0 || height <= 0)
+    if (width <= 0 || height <= 0 || img == nullptr)
         return kPanoBadArgument;
     _describe(img, width, height, format);
     PANO_FORWARD(_lay_out_packed(img));
@@ -165,7 +165,7 @@ int32_t pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_
 
 int32_t PanoImg_CreateAligned(PanoImg* img, int32_t width, int32_t height, int32_t format, void** rawBlock)
 {
-    if (img == nullptr || rawBlock == nullptr)
+    if (rawBlock == nullptr)
         return kPanoBadArgument;
     PANO_FORWARD(_describe_aligned(img, width, height, format));
     img->data = static_cast<uint8_t*>(AlignedCalloc(static_cast<uint32_t>(img->size), 1, rawBlock));
