@@ -57,7 +57,7 @@ int64_t seam_workspace_size(int32_t width, int32_t height)
     constexpr int64_t kMaxBytes = UINT32_MAX - 2 * kAlignment;  // leaves room for the alignment
     const int64_t pitch = _pitch(width);
     const int64_t bytes = pitch * (2 * kSumBytes + height);
-    return pitch * height * kSumBytes > kMaxBytes || bytes > kMaxBytes ? -1 : bytes;
+    return pitch * height > kMaxBytes / kSumBytes || bytes > kMaxBytes ? -1 : bytes;
 }
 
 SeamWorkspace seam_make_workspace(int64_t bytes)
@@ -93,8 +93,8 @@ void SeamPaths::add_row(const uint8_t* a, const uint8_t* b, const uint8_t* mask)
     ++rows_;
 }
 
-// A path to a column's neighbour costs no more than one to the column and one pixel, except for what the row above differed
-// already.
+// The least sum above a column and the least sum above its neighbour differ by no more than two neighbours did in that row:
+// the cost of one pixel is what a row can add.
 void SeamPaths::make_room()
 {
     room_ = (INT16_MAX - _steepest(static_cast<const uint16_t*>(above_), width_)) / kLargestCost;
