@@ -8,7 +8,7 @@
 
 constexpr int32_t kOzrPlanLanes = 4;    // columns of a group
 constexpr int32_t kOzrPlanLoad = 16;    // source bytes of one load
-constexpr int32_t kOzrPlanGroups = 64;  // of a strip
+constexpr int32_t kOzrPlanGroups = 80;  // of a strip: the small copy of a preview frame is one
 
 // Four neighbouring columns. Lane k of the shuffled bytes holds the sample at its position and, two bytes on, the one
 // right of it, each followed by a zero byte.
