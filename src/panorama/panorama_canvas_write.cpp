@@ -94,12 +94,12 @@ void _clear(const Strokes& strokes, int32_t begin, int32_t end)
 
 uint8_t* _out(const Strokes& strokes, const Stroke& stroke, int32_t column)
 {
-    return strokes.row + (ptrdiff_t{stroke.at} + column) * strokes.unit;
+    return strokes.row + static_cast<ptrdiff_t>(stroke.at + column) * strokes.unit;
 }
 
 const uint8_t* _src(const Strokes& strokes, const Stroke& stroke, int32_t column)
 {
-    return stroke.src + ptrdiff_t{column} * strokes.unit;
+    return stroke.src + static_cast<ptrdiff_t>(column) * strokes.unit;
 }
 
 // Asks for what the same stroke will read and write some rows on.
