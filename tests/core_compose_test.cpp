@@ -149,6 +149,20 @@ TEST(Compose, SeamsStayInOrder)
     }
 }
 
+// The first seam runs along the right edge and leaves it: the second still keeps off its own, where it would cost nothing.
+TEST(Compose, SeamsKeepOffTheRightEdge)
+{
+    TestCore core(1, 96, 64);
+    fill(&core, {100, 150, 200}, 40, 0);
+    core->offsets[1].x = 0;
+    fill_luma(core->frames[1],
+              [](int32_t x, int32_t y) { return x == (y < 10 ? 93 : std::max(103 - y, 60)) ? 100 : 150; });
+    fill_luma(core->frames[2], [](int32_t x, int32_t) { return x == 55 ? 150 : 200; });
+    const Composed out(&core, 3);
+    ASSERT_EQ(out.result, 0);
+    EXPECT_EQ(out.luma(94, 60), 200);
+}
+
 TEST(Compose, IsZeroWhereNoPictureLies)
 {
     TestCore core(1, 96, 64);
