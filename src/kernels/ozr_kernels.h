@@ -286,7 +286,7 @@ struct OzrKernels {
     ProjectChromaRow* project_chroma_row;
     ProjectionTablesRow* projection_tables_row;
     SeamSumRow* seam_sum_row;
-    SeamSumWideRow* seam_sum_wide_row;  // of pictures unlike any camera's
+    SeamSumWideRow* seam_sum_wide_row;  // seldom needed: has no variants
     BlendRow* blend_row;
     BlendPairsRow* blend_pairs_row;
     Rotate* rotate_bytes_cw;

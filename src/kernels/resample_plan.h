@@ -8,7 +8,7 @@
 
 constexpr int32_t kOzrPlanLanes = 4;    // columns of a group
 constexpr int32_t kOzrPlanLoad = 16;    // source bytes of one load
-constexpr int32_t kOzrPlanGroups = 80;  // of a strip: the small copy of a preview frame is one
+constexpr int32_t kOzrPlanGroups = 80;  // of a strip, so that the 320 columns of a small preview fit one
 
 // Four neighbouring columns. Lane k of the shuffled bytes holds the sample at its position and, two bytes on, the one
 // right of it, each followed by a zero byte.
@@ -42,7 +42,7 @@ namespace
 
 constexpr int32_t kOzrPlanRowsAhead = 6;
 
-// Asks for what the plan will read some rows on: rows that lie apart, and reach from one strip only to the next.
+// Asks for the source bytes that row y + kOzrPlanRowsAhead of the strip will read, or the last row.
 OZR_PREFETCHING void ozr_resample_ask_ahead(const OzrResample& task, const OzrResamplePlan& plan, int32_t y)
 {
     const int32_t ahead = task.rows - y > kOzrPlanRowsAhead ? y + kOzrPlanRowsAhead : task.rows - 1;

@@ -1,3 +1,4 @@
+// Seam finding by the exported name: checks, and a mask for every pixel. Composition masks row by row instead.
 #include "panorama_seam.h"
 
 #include "pano_result.h"

@@ -1,7 +1,7 @@
 // The least-cost paths through two regions, which rows are added to one by one from the top.
 //
 // Paths go from the top row down, one column per row, at most one column sideways between rows; a pixel costs the
-// difference of the two regions, or 255 where the mask says so. Of two rows the sums of the best path to every column are
+// difference of the two regions, its bits united with those of the mask. Of two rows the sums of the best path to every column are
 // kept, of all rows the step that it took last.
 #ifndef PANORAMA_SEAM_PATHS_H
 #define PANORAMA_SEAM_PATHS_H
