@@ -1,226 +1,220 @@
-// Composition: layout, seams, transitions, and the bytes of the panorama.
+// Composition, against the reference: layout, seams, transitions, codes and the log.
 #include <gtest/gtest.h>
 #include <malloc.h>
 
 #include <algorithm>
+#include <memory>
 
 #include "pano_result.h"
+#include "reference/core_composition.h"
 #include "support/cores.h"
 #include "support/log_capture.h"
+#include "support/wrapped_heap.h"
 
 namespace
 {
 
-// Fills a sweep with flat pictures of the given levels at hand-set positions.
-void fill(TestCore* core, const std::vector<int32_t>& levels, int32_t x, int32_t y)
-{
-    const int32_t count = static_cast<int32_t>(levels.size());
-    for (int32_t i = 0; i < count; ++i)
-        ASSERT_EQ(core->add(i, x, y, [&](int32_t, int32_t) { return levels[static_cast<size_t>(i)]; }), 0);
-    for (int32_t i = 1; i < count; ++i)
-        (*core)->offsets[(*core)->forward == 1 ? i : i - 1] = {x, y, 1000 * i};
-}
+using namespace ozr_reference;
 
-struct Composed {
-    Composed(TestCore* core, int32_t count) : result(panorama_core_panorama(core->core, count, owner.get()))
+// Aligned pictures at positions of the test's own.
+struct Sweep {
+    TestCore core;
+    Geometry geometry;
+    std::vector<Yuv> pictures;
+    std::vector<Match> results;
+
+    Sweep(int32_t forward, int32_t width, int32_t height, int32_t margin)
+        : core(forward, width, height), geometry(70, forward, width, height, width)
+    {
+        core->margin = geometry.margin = margin;
+    }
+    void add(const Yuv& picture, const Match& result)
+    {
+        const size_t i = pictures.size();
+        pictures.push_back(picture);
+        results.push_back(result);
+        core->frames[i] = pano_of(picture);
+        core->offsets[i] = {result.x, result.y, result.score};
+        core->aligned[i] = 1;
+    }
+    int32_t count() const { return static_cast<int32_t>(pictures.size()); }
+};
+
+// The bytes of a sweep: noise, a few values (so that paths tie), flat ones, or the two ends.
+struct Texture {
+    int32_t values, spread;
+    bool is_wild;
+
+    explicit Texture(Random& random)
+        : values(1 << random.below(9)), spread(values == 2 ? 255 : 1), is_wild(values != 2)
     {
     }
-    int32_t luma(int32_t x, int32_t y) const { return pano_row(&img, y)[x]; }
-    int32_t chroma(int32_t x, int32_t y) const { return pano_chroma_row(&img, y)[x]; }
 
-    PanoImgOwner owner;
-    const PanoImg& img = *owner.get();
-    const int32_t result;
+    Yuv picture(Random& random, int32_t width, int32_t height) const
+    {
+        Yuv picture(width, height, width);
+        const int32_t level = is_wild ? random.below(257 - values) : 0;
+        for (uint8_t& byte : picture.bytes)
+            byte = static_cast<uint8_t>(level + random.below(values) * spread);
+        return picture;
+    }
 };
+
+std::unique_ptr<Sweep> make_sweep(Random& random)
+{
+    const int32_t margins[] = {16, 32, 64, 0, 1, 2, 5, 48};
+    const int32_t width = 32 + random.below(64), w8 = width / 8 * 8, step = 1 + random.below(w8);
+    const int32_t height = random.below(10) == 0 ? 1 + random.below(20) : 16 + random.below(40);
+    const int32_t drift = random.below(4) == 0 ? height : 5, narrower = random.below(8) == 0 ? 9 : 1;
+    const int32_t count = random.below(4) == 0 ? 1 + random.below(kMaxPictures) : 2 + random.below(2);
+    // Normally the first picture of the canvas has no neighbour and no result.
+    const bool has_first = random.below(8) == 0;
+    const Texture texture(random);
+    auto sweep = std::make_unique<Sweep>(random.below(2), width, height, margins[random.below(8)]);
+    for (int32_t i = 0; i < count; ++i) {
+        const bool is_first = i == (sweep->geometry.forward ? 0 : count - 1), is_odd = random.below(100) == 0;
+        const int32_t x =
+            is_odd ? random.below(w8 + 20) - 10 : std::min(random.below(step), random.below(w8 - 1));
+        const Match result = {x, random.below(drift) - drift / 2,
+                              static_cast<int32_t>(random.next() >> 3) - (1 << 28)};
+        sweep->add(texture.picture(random, w8 - random.below(narrower), height),
+                   is_first && !has_first ? Match() : result);
+    }
+    return sweep;
+}
+
+// What the core made of a sweep, in either of the two ways that it has.
+struct Outcome {
+    PanoImg out = {};
+    void* block = nullptr;
+    const bool in_block;
+    int32_t code;
+    Lines log;
+
+    Outcome(PanoramaCore* core, int32_t count, bool as_block) : in_block(as_block)
+    {
+        const LogCapture capture;
+        code = in_block ? panorama_core_compose(core, count, &out, &block)
+                        : panorama_core_panorama(core, count, &out);
+        log = capture.progress();
+    }
+    ~Outcome()
+    {
+        if (in_block)
+            PanoImg_DestroyAligned(&out, &block);
+        else
+            PanoImg_Destroy(&out);
+    }
+    Outcome(const Outcome&) = delete;
+    Outcome& operator=(const Outcome&) = delete;
+
+    bool is_empty() const { return out.data == nullptr && block == nullptr; }
+};
+
+void expect_composition(Sweep& sweep, bool in_block)
+{
+    const Composition want = compose(sweep.geometry, sweep.pictures, sweep.results);
+    PanoramaCore* const core = sweep.core.core;
+    const bool is_cancelled =
+        core->cancel != 0 && want.used > 1;  // a single picture is handed out all the same
+    const int32_t left = is_cancelled ? 0 : core->cancel;
+    const Outcome outcome(core, sweep.count(), in_block);
+    EXPECT_EQ(outcome.code, is_cancelled ? kPanoCancelled : want.code);
+    EXPECT_EQ(core->cancel, left);
+    EXPECT_EQ(outcome.log, want.log);
+    EXPECT_EQ(core->g_nCount, want.used);
+    EXPECT_EQ(core->overlaps, want.used - 1);
+    EXPECT_EQ(core->mean_score, want.mean_score);
+    EXPECT_TRUE(outcome.code != 0 ? outcome.is_empty() : shows(outcome.out, want.out));
+}
+
+PanoramaCore* g_core;
+int64_t g_moment;
 
 }  // namespace
 
-// Flat pictures: every path costs the same inside the free columns, so the seam runs in the first column right of the
-// barred band, `margin` columns in; and each transition byte follows from its weight.
-TEST(Compose, BlendsAcrossTheSeamInTheThreeMargins)
+TEST(Compose, IsAsTheReferenceHasIt)
 {
-    const struct {
-        int32_t width, margin, step;
-    } cases[] = {{640, 16, 4}, {1280, 32, 2}, {2560, 64, 1}, {1920, 48, 0}, {96, 2, 0}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << "margin " << c.margin);
-        TestCore core(1, c.width, 40);
-        const int32_t x = c.width / 2;
-        fill(&core, {50, 200}, x, 0);
-        const PanoImg& later = core->frames[1];
-        std::fill_n(pano_chroma_row(&later, 0), later.stride * later.height / 2, static_cast<uint8_t>(20));
-        const Composed out(&core, 2);
-        ASSERT_EQ(out.result, 0);
-        ASSERT_EQ(core->margin, c.margin);
-        EXPECT_EQ(out.img.width, (c.width + x) & 0xFFF0);
-        EXPECT_EQ(out.img.height, 32);
-        const int32_t seam = x + c.margin;
-        for (int32_t column = 0; column < out.img.width; ++column) {
-            const int32_t k = column - (seam - c.margin);
-            int32_t want = column < seam ? 50 : 200;
-            if (c.step != 0 && k >= 0 && k < 2 * c.margin)
-                want = std::min(255, ((1 + k * c.step) * 200 + (127 - k * c.step) * 50 + 128) >> 7);
-            ASSERT_EQ(out.luma(column, 0), want) << column;
-            ASSERT_EQ(out.luma(column, 31), want);
-            const int32_t pair = column / 2 - (seam - c.margin) / 2;
-            const int32_t chroma = column % 2 == 0 ? 100 : 150, weight = 1 + pair * 2 * c.step;
-            int32_t want_chroma = column / 2 < seam / 2 ? chroma : 20;
-            if (c.step != 0 && pair >= 0 && pair < c.margin)
-                want_chroma = (weight * 20 + (128 - weight) * chroma + 128) >> 7;
-            ASSERT_EQ(out.chroma(column, 15), want_chroma) << column;
-        }
-        EXPECT_EQ(core->mean_score, 1000);
-    }
-}
-
-// Pictures of which each shows its own row number: the output shows the rows that all have in common.
-TEST(Compose, ShowsTheCommonBandOfDriftingPictures)
-{
-    for (int32_t drift : {3, -3}) {
-        TestCore core(1, 96, 64);
-        fill(&core, {0, 0, 0}, 32, drift);
-        for (int32_t i = 0; i < 3; ++i)
-            fill_luma(core->frames[i], [=](int32_t, int32_t y) { return y + i * drift + 10; });
-        const Composed out(&core, 3);
-        ASSERT_EQ(out.result, 0);
-        EXPECT_EQ(out.img.height, (64 - 6) & ~15);
-        EXPECT_EQ(out.img.width, 160);
-        const int32_t top = drift > 0 ? 6 : 0;
-        for (int32_t y = 0; y < out.img.height; ++y) {
-            for (int32_t x = 0; x < 160; ++x)
-                ASSERT_EQ(out.luma(x, y), top + y + 10) << x << "," << y;
-        }
-    }
-}
-
-TEST(Compose, EndsTheSweepBeforeTooMuchDrift)
-{
-    TestCore core(1, 96, 64);
-    fill(&core, {10, 20, 30, 40}, 32, 12);  // 12, 24, then 36 of 64 rows lost: less than half in common
-    LogCapture log;
-    const Composed out(&core, 4);
-    EXPECT_EQ(out.result, 0);
-    EXPECT_EQ(core->g_nCount, 3);
-    EXPECT_EQ(core->overlaps, 2);
-    EXPECT_EQ(core->mean_score, (1000 + 2000) / 2);
-    EXPECT_EQ(out.img.width, 96 + 64);
-    EXPECT_EQ(out.img.height, (64 - 24) & ~15);
-    EXPECT_EQ(log.progress(),
-              (Lines{"panorama_core_panorama: start synthesis 4 image(s), (size: 96x64)",
-                     "panorama_core_panorama: Actual # of image in synthesis is 3. (ignored after)"}));
-}
-
-TEST(Compose, OnePictureIsThePanorama)
-{
-    for (int32_t forward : {1, 0}) {
-        TestCore core(forward, 96, 64);
-        fill(&core, {10, 20}, 32, 40);
-        LogCapture log;
-        const Composed out(&core, 2);
-        EXPECT_EQ(out.result, 0);
-        EXPECT_EQ(out.img.width, 96);
-        EXPECT_EQ(out.luma(50, 30), forward == 1 ? 10 : 20);
-        EXPECT_EQ(log.progress().back(), "panorama_core_panorama: Exiting synthesis: pi->g_nCount(1) == 1");
-        EXPECT_EQ(log.progress()[2], forward == 1 ? "panorama_core_panorama: saving pProject[0]"
-                                                  : "panorama_core_panorama: saving pProject[1]");
-    }
-}
-
-TEST(Compose, SeamsStayInOrder)
-{
-    // Both overlaps would like their seam in the same canvas columns, the only ones where all agree; the second must stay
-    // right of the first, clear of it by the band of 2 columns.
-    const auto agreed = [](int32_t y) { return 60 + (y % 16 < 8 ? y % 16 : 16 - y % 16); };
-    TestCore core(1, 96, 32);
-    fill(&core, {50, 50, 50}, 16, 0);
-    for (int32_t i = 0; i < 3; ++i)
-        fill_luma(core->frames[i],
-                  [&](int32_t x, int32_t y) { return 16 * i + x == agreed(y) ? 50 : 100 + 50 * i; });
-    const Composed out(&core, 3);
-    ASSERT_EQ(out.result, 0);
-    int32_t second = 0;
-    for (int32_t y = 31; y >= 0; --y) {
-        // All columns that the first seam leaves cost the same: leftmost at the bottom, then straight where that is free.
-        second = y == 31 ? agreed(y) + 3 : std::max(second, agreed(y) + 3);
-        for (int32_t x = 0; x < 128; ++x) {
-            const int32_t want = x == agreed(y) ? 50 : x < agreed(y) ? 100 : x < second ? 150 : 200;
-            ASSERT_EQ(out.luma(x, y), want) << x << "," << y;
-        }
-    }
-}
-
-// The first seam runs along the right edge and leaves it: the second still keeps off its own, where it would cost nothing.
-TEST(Compose, SeamsKeepOffTheRightEdge)
-{
-    TestCore core(1, 96, 64);
-    fill(&core, {100, 150, 200}, 40, 0);
-    core->offsets[1].x = 0;
-    fill_luma(core->frames[1],
-              [](int32_t x, int32_t y) { return x == (y < 10 ? 93 : std::max(103 - y, 60)) ? 100 : 150; });
-    fill_luma(core->frames[2], [](int32_t x, int32_t) { return x == 55 ? 150 : 200; });
-    const Composed out(&core, 3);
-    ASSERT_EQ(out.result, 0);
-    EXPECT_EQ(out.luma(94, 60), 200);
-}
-
-TEST(Compose, IsZeroWhereNoPictureLies)
-{
-    TestCore core(1, 96, 64);
-    fill(&core, {50, 200}, 32, 0);
-    core->frames[1].width = 80;
+    const WrappedHeap heap;
+    Random random(51);
     mallopt(M_PERTURB, 85);  // new memory is anything but zero
-    const Composed out(&core, 2);
+    for (int32_t trial = 0; trial < 3000 && !HasFailure(); ++trial) {
+        const KernelsByTurns kernels(trial);
+        const auto sweep = make_sweep(random);
+        SCOPED_TRACE(testing::Message()
+                     << "trial " << trial << ": " << sweep->count() << " of " << sweep->geometry.width << "x"
+                     << sweep->geometry.height << " margin " << sweep->geometry.margin << " forward "
+                     << sweep->geometry.forward);
+        sweep->core->cancel = random.below(40) == 0 ? 1 : 0;
+        expect_composition(*sweep, trial % 3 == 0);
+    }
     mallopt(M_PERTURB, 0);
-    ASSERT_EQ(out.result, 0);
-    ASSERT_EQ(out.img.width, 128);
-    for (int32_t x = 0; x < 128; ++x) {
-        EXPECT_EQ(out.luma(x, 63) == 0, x >= 112) << x;
-        EXPECT_EQ(out.chroma(x, 31) == 0, x >= 112) << x;
+    EXPECT_EQ(heap.live_blocks(), 0);
+}
+
+// The request comes, or memory runs out, at each of its allocations; nothing is left behind, and the next call succeeds.
+TEST(Compose, CanBeDisturbedAtAnyTime)
+{
+    for (int32_t variant = 0; variant < 12; ++variant) {
+        const bool in_block = variant % 2 != 0, is_cancel = variant / 2 % 2 != 0;
+        const int32_t count = 1 + variant / 4;
+        SCOPED_TRACE(testing::Message() << "variant " << variant);
+        Random random(61);
+        Sweep sweep(1, 64, 32, 16);
+        for (int32_t i = 0; i < count; ++i)
+            sweep.add(Texture(random).picture(random, 64, 32), {i == 0 ? 0 : 20, 0, 7});
+        g_core = sweep.core.core;
+        int32_t code = -1;
+        for (g_moment = 1; code != 0; ++g_moment) {
+            SCOPED_TRACE(testing::Message() << "allocation " << g_moment);
+            const auto cancel = [](int64_t allocation) {
+                g_core->cancel = allocation == g_moment ? 1 : g_core->cancel;
+            };
+            g_core->cancel = 0;
+            const WrappedHeap heap(is_cancel ? 0 : g_moment, is_cancel ? +cancel : nullptr);
+            {
+                const Outcome outcome(g_core, count, in_block);
+                code = outcome.code;
+                const bool is_disturbed = heap.allocations() >= g_moment && (!is_cancel || count > 1);
+                ASSERT_EQ(code, !is_disturbed ? 0 : is_cancel ? kPanoCancelled : kPanoNoMemory);
+                EXPECT_EQ(outcome.is_empty(), is_disturbed);
+            }
+            EXPECT_EQ(heap.live_blocks(), 0);
+        }
+        g_core->cancel = 0;
+        expect_composition(sweep, in_block);
     }
 }
 
-// A picture of an odd width at an odd column has a chroma pair less than the luma it shows: that of the picture below stays.
-TEST(Compose, KeepsChromaThatTheNextPictureDoesNotReach)
+TEST(Compose, Refusals)
 {
-    TestCore core(1, 96, 64);
-    fill(&core, {50, 200}, 1, 0);
-    core->frames[1].width = 95;
-    const Composed out(&core, 2);
-    ASSERT_EQ(out.result, 0);
-    ASSERT_EQ(out.img.width, 96);
-    EXPECT_EQ(out.luma(95, 10), 200);
-    EXPECT_EQ(out.chroma(94, 5), 100);
-    EXPECT_EQ(out.chroma(95, 5), 150);
-}
-
-TEST(Compose, RefusalsCancellationAndUnplaceablePictures)
-{
-    TestCore core(1, 96, 64);
-    fill(&core, {10, 20}, 32, 0);
-    PanoImg out = {};
-    LogCapture log;
-    EXPECT_EQ(panorama_core_panorama(nullptr, 2, &out), kPanoNullArgument);
-    EXPECT_EQ(panorama_core_panorama(core.core, -1, &out), kPanoNotSupported);
-    EXPECT_EQ(panorama_core_panorama(core.core, 11, &out), kPanoBadArgument);
-    EXPECT_TRUE(log.progress().empty());
-    EXPECT_EQ(panorama_core_panorama(core.core, 3, &out), kPanoPictureMissing);
-    EXPECT_EQ(panorama_core_panorama(core.core, 0, &out), kPanoNotSupported);
-    EXPECT_EQ(log.progress().back(), "panorama_core_panorama: Exiting synthesis: pi->g_nCount(0) < 1");
+    Random random(71);
+    Sweep sweep(1, 64, 32, 2);
+    for (int32_t i = 0; i < 2; ++i)
+        sweep.add(Texture(random).picture(random, 64, 32), {20 * i, 0, 0});
+    PanoramaCore* const core = sweep.core.core;
+    core->g_nCount = 77;
+    for (const auto& [count, code] :
+         {std::pair{-1, kPanoNotSupported}, {INT32_MIN, kPanoNotSupported}, {11, kPanoBadArgument}}) {
+        const Outcome outcome(core, count, false);
+        EXPECT_EQ(outcome.code, code);
+        EXPECT_TRUE(outcome.log.empty() && core->g_nCount == 77);
+    }
+    EXPECT_EQ(Outcome(nullptr, 2, false).code, kPanoNullArgument);
+    {
+        const LogCapture quiet;
+        EXPECT_EQ(panorama_core_panorama(core, 2, nullptr), kPanoBadArgument);
+        EXPECT_EQ(panorama_core_panorama(core, 1, nullptr), kPanoBadArgument);
+    }
+    EXPECT_EQ(Outcome(core, 0, false).log.back(),
+              "panorama_core_panorama: Exiting synthesis: pi->g_nCount(0) < 1");
+    EXPECT_EQ(Outcome(core, 0, false).code, kPanoNotSupported);
     core->cancel = 1;
-    EXPECT_EQ(panorama_core_panorama(core.core, 2, &out), kPanoCancelled);
-    EXPECT_EQ(core->cancel, 0);
-    const struct {
-        AlignResult at;
-        int32_t want;
-    } cases[] = {
-        {{96, 0, -1}, kPanoNotSupported},  // side by side, as after a search that missed
-        {{95, 0, 0}, kPanoNotSupported},  {{97, 0, 0}, kPanoBadArgument},
-        {{-1, 0, 0}, kPanoBadArgument},   {{INT32_MIN, 0, 0}, kPanoBadArgument},
-    };
-    EXPECT_EQ(panorama_core_panorama(core.core, 2, nullptr), kPanoBadArgument);
-    for (const auto& c : cases) {
-        core->offsets[1] = c.at;
-        EXPECT_EQ(panorama_core_panorama(core.core, 2, &out), c.want) << c.at.x;
-        EXPECT_EQ(out.data, nullptr);
-    }
+    const Outcome missing(core, 3, false);
+    EXPECT_EQ(missing.code, kPanoPictureMissing);
+    EXPECT_EQ(missing.log, Lines{"panorama_core_panorama: start synthesis 3 image(s), (size: 64x32)"});
+    EXPECT_TRUE(core->cancel == 1 && core->g_nCount == 3 && core->overlaps == 2);
+    core->cancel = 0;
+    core->offsets[1].x = INT32_MIN;
+    EXPECT_EQ(Outcome(core, 2, false).code, kPanoBadArgument);
 }

@@ -1,10 +1,12 @@
-// Core contexts for tests: made, fed with pictures and released.
+// Core contexts for tests: made, fed with pictures and released; and the pictures of the reference.
 #ifndef CORES_H
 #define CORES_H
 
 #include <cstring>
 
+#include "ozr_kernels.h"
 #include "panorama_core.h"
+#include "reference/core_projection.h"
 #include "support/noise.h"
 #include "support/pictures.h"
 
@@ -22,22 +24,39 @@ public:
 
     PanoramaCore* operator->() { return core; }
 
-    // Hands over a picture whose luma is value(x, y) and whose chroma pairs are (100, 150).
-    template <class Value>
-    int32_t add(int32_t index, int32_t x, int32_t y, Value value)
-    {
-        PanoImg img = {};
-        PanoImg_Create(&img, core->width, core->height, kPanoNv12);
-        fill_luma(img, value);
-        for (int32_t i = img.height * img.stride; i < img.size; ++i)
-            img.data[i] = i % 2 == 0 ? 100 : 150;
-        const int32_t result = panorama_core_add_input(core, &img, index, x, y);
-        PanoImg_Destroy(&img);  // left to the caller by some refusals
-        return result;
-    }
-
     PanoramaCore* core = nullptr;
     int32_t init_result = 0;
+};
+
+// A semi-planar record of the library's own with the bytes of a picture.
+inline PanoImg pano_of(const ozr_reference::Yuv& picture)
+{
+    PanoImg img = {};
+    if (PanoImg_CreateRef(&img, nullptr, picture.width, picture.height, picture.stride, kPanoNv12) == 0)
+        memcpy(img.data, picture.bytes.data(), picture.bytes.size());
+    return img;
+}
+
+// Whether a record holds just these bytes in this geometry.
+inline bool shows(const PanoImg& img, const ozr_reference::Yuv& picture)
+{
+    return img.data != nullptr && img.format == kPanoNv12 && img.width == picture.width &&
+           img.height == picture.height && img.stride == picture.stride &&
+           img.size == static_cast<int32_t>(picture.bytes.size()) &&
+           memcmp(img.data, picture.bytes.data(), picture.bytes.size()) == 0;
+}
+
+// Every other trial runs the scalar kernels, the rest those of this machine.
+class KernelsByTurns
+{
+public:
+    explicit KernelsByTurns(int32_t trial)
+    {
+        ozr_kernels_set_for_test(trial % 2 == 0 ? nullptr : &kOzrKernelsScalar);
+    }
+    ~KernelsByTurns() { ozr_kernels_set_for_test(nullptr); }
+    KernelsByTurns(const KernelsByTurns&) = delete;
+    KernelsByTurns& operator=(const KernelsByTurns&) = delete;
 };
 
 #endif
