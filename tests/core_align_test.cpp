@@ -184,7 +184,7 @@ bool add_disturbed(int32_t index, int32_t forward, bool is_cancel)
     int64_t held = 0;
     bool is_disturbed = false;
     {
-        TestCore core(forward, 64, 48);
+        TestCore core;
         core->overlap = 2000;
         EXPECT_EQ(panorama_core_init(core.core, forward, 64, 48, 64), 0);
         const Yuv picture(64, 48, 64);
