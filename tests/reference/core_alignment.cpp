@@ -1,58 +1,13 @@
-#include "core_alignment.h"
-
 #include <algorithm>
 #include <cstdlib>
+
+#include "reference/core.h"
 
 namespace ozr_reference
 {
 
-// Linear in between the pixels, at positions in 1/1024 pixel.
-static Gray resized(const Yuv& source, int32_t width, int32_t height)
-{
-    Gray out = {width, height, {}};
-    const bool is_same = width == source.width && height == source.height;
-    const int32_t step_x = is_same ? 1024 : (source.width - 1) * 1024 / width;
-    const int32_t step_y = is_same ? 1024 : (source.height - 1) * 1024 / height;
-    for (int32_t i = 0; i < width * height; ++i) {
-        const int32_t x = i % width * step_x, y = i / width * step_y;
-        uint32_t sum = 0;
-        for (int32_t corner = 0; corner < 4; ++corner) {
-            const int32_t right = corner % 2, below = corner / 2;
-            const int32_t weight =
-                (right == 1 ? x % 1024 : 1024 - x % 1024) * (below == 1 ? y % 1024 : 1024 - y % 1024);
-            if (weight != 0)
-                sum += static_cast<uint32_t>(weight * source.at(x / 1024 + right, y / 1024 + below));
-        }
-        const bool is_black = !is_same && y / 1024 + 1 >= source.height;
-        out.pixels.push_back(is_black ? uint8_t{0} : static_cast<uint8_t>(sum >> 20));
-    }
-    return out;
-}
-
-static Gray halved(const Gray& source)
-{
-    Gray out = {source.width / 2, source.height / 2, {}};
-    for (int32_t i = 0; i < out.width * out.height; ++i) {
-        const int32_t x = i % out.width * 2, y = i / out.width * 2;
-        out.pixels.push_back(static_cast<uint8_t>(
-            (source.at(x, y) + source.at(x + 1, y) + source.at(x, y + 1) + source.at(x + 1, y + 1)) / 4));
-    }
-    return out;
-}
-
-Pyramid make_pyramid(const Geometry& g, const Yuv& projected)
-{
-    const int32_t top = g.pyramid_levels - 1;
-    if (g.work_width >> top < 1 || g.work_height >> top < 1)
-        return {};
-    Pyramid pyramid = {resized(projected, g.work_width, g.work_height)};
-    for (int32_t level = 1; level <= top; ++level)
-        pyramid.push_back(halved(pyramid.back()));
-    return pyramid;
-}
-
 // Rounded mean of the pixels from (x0, y0) to (x1, y1) inclusive.
-static int32_t mean(const Gray& img, int32_t x0, int32_t y0, int32_t x1, int32_t y1)
+static int32_t mean(const Image& img, int32_t x0, int32_t y0, int32_t x1, int32_t y1)
 {
     const int32_t n = (x1 - x0 + 1) * (y1 - y0 + 1);
     int64_t sum = n / 2;
@@ -63,7 +18,7 @@ static int32_t mean(const Gray& img, int32_t x0, int32_t y0, int32_t x1, int32_t
     return static_cast<int32_t>(sum / n);
 }
 
-int32_t score(const Gray& a, const Gray& b, int32_t dx, int32_t dy, int32_t margin, int32_t shift)
+int32_t score(const Image& a, const Image& b, int32_t dx, int32_t dy, int32_t margin, int32_t shift)
 {
     const int32_t xs = std::max(dx, 0) + margin, xe = std::min(a.width, b.width + dx) - 1 - margin;
     const int32_t ys = std::max(dy, 0), ye = std::min(a.height, b.height + dy) - 1;
@@ -93,51 +48,101 @@ int32_t score(const Gray& a, const Gray& b, int32_t dx, int32_t dy, int32_t marg
     return ab < 0 ? -magnitude : magnitude;
 }
 
-namespace
+void Core::free_pyramid(int32_t index)
 {
+    pyramids[index].clear();
+    record.align[index] = {};
+}
 
-// The best position so far. Only a higher score replaces it, whatever level it comes from.
-struct Best {
-    Match match = {0, 0, -268435456};
+// Whether every level has pixels.
+bool Core::make_pyramid(int32_t index)
+{
+    const PanoImg picture = pictures[index].view();
+    for (int32_t level = 0; level < record.pyramid_levels; ++level) {
+        const int32_t width = record.work_width >> level, height = record.work_height >> level;
+        if (width < 1 || height < 1) {
+            free_pyramid(index);
+            return false;
+        }
+        const Image img(kPanoGray, width, height, width);
+        PanoImg to = img.view();
+        const PanoImg above = level == 0 ? picture : pyramids[index].back().view();
+        level == 0 ? PanoImg_ResizeGray(&to, &above) : PanoImg_ResizeHalfGray(&to, &above);
+        pyramids[index].push_back(img);
+    }
+    record.align[index].pyramid_levels = record.pyramid_levels;
+    return true;
+}
 
-    void try_all(const Gray& a, const Gray& b, int64_t x0, int64_t x1, int64_t y0, int64_t y1, int32_t margin,
-                 int32_t shift)
-    {
-        for (int64_t x = x0; x < x1; ++x) {
-            for (int64_t y = y0; y < y1; ++y) {
-                const int32_t dx = static_cast<int32_t>(x), dy = static_cast<int32_t>(y);
-                const int32_t found = score(a, b, dx, dy, margin, shift);
-                if (found > match.score)
-                    match = {dx, dy, found};
+// Where `b` fits `a` best around the position (x, y), which is counted in full-size pixels. Only a higher score replaces a
+// position, whatever level it comes from.
+AlignResult Core::search(const std::vector<Image>& a, const std::vector<Image>& b, int64_t x, int64_t y) const
+{
+    const int32_t top = record.pyramid_levels - 1, k = record.levels, half = record.half;
+    int64_t x0 = std::max<int64_t>((x + record.search_x_min) >> k, 0), x1 = (x + record.search_x_max) >> k;
+    int64_t y0 = (y + record.search_y_min) >> k, y1 = (y + record.search_y_max) >> k;
+    if (a.back().width <= x0 || a.back().height <= y0 || a.back().width + x1 <= 0 ||
+        a.back().height + y1 <= 0)
+        return {a[0].width << half, a[0].height << half, -1};
+    AlignResult best = {0, 0, -268435456};
+    for (int32_t level = top; level >= 0; --level) {
+        const int32_t margin = record.margin >> (level + k - top);
+        const int32_t shift = std::max(record.ncc_shift + 2 * (half - k) + 2 * (top - level), 0);
+        if (level < top) {
+            best = {best.x * 2, best.y * 2, best.score};
+            x0 = std::max(best.x - 1, 0), x1 = best.x + 2, y0 = best.y - 1, y1 = best.y + 2;
+        }
+        for (int32_t dx = static_cast<int32_t>(x0); dx < x1; ++dx) {
+            for (int32_t dy = static_cast<int32_t>(y0); dy < y1; ++dy) {
+                const size_t l = static_cast<size_t>(level);
+                const int32_t found = score(a[l], b[l], dx, dy, margin, shift);
+                if (found > best.score)
+                    best = {dx, dy, found};
             }
         }
     }
-};
+    return {best.x * (1 << half), best.y * (1 << half), best.score};
+}
 
-}  // namespace
-
-Match search(const Geometry& g, const Pyramid& a, const Pyramid& b, int64_t x, int64_t y)
+int32_t Core::add(const PanoImg* img, int32_t index, int32_t x, int32_t y)
 {
-    const int32_t top = g.pyramid_levels - 1, k = g.levels;
-    const Gray& coarse = a.back();
-    const int64_t x_min = std::max<int64_t>((x + g.search_x_min) >> k, 0), x_max = (x + g.search_x_max) >> k;
-    const int64_t y_min = (y + g.search_y_min) >> k, y_max = (y + g.search_y_max) >> k;
-    if (coarse.width <= x_min || coarse.height <= y_min || coarse.width + x_max <= 0 ||
-        coarse.height + y_max <= 0)
-        return {a[0].width << g.half, a[0].height << g.half, -1};
-    Best best;
-    for (int32_t level = top; level >= 0; --level) {
-        const Gray &p = a[static_cast<size_t>(level)], &q = b[static_cast<size_t>(level)];
-        const int32_t margin = g.margin >> (level + k - top);
-        const int32_t shift = std::max(g.ncc_shift + 2 * (g.half - k) + 2 * (top - level), 0);
-        if (level == top) {
-            best.try_all(p, q, x_min, x_max, y_min, y_max, margin, shift);
+    PanoramaCore& r = record;
+    if (index < 0 || index >= kMaxPictures)
+        return -4;
+    if (!pictures[index].bytes.empty())
+        return -2;
+    if (r.cancel != 0)
+        return -5;
+    if (r.initialised == 0)
+        return -201;
+    if (img == nullptr || projection.height == 0)
+        return -3;
+    if (img->format != kPanoNv12 || img->width != r.width || img->height != r.height ||
+        img->stride != r.stride || img->data == nullptr || projection.width == 0)
+        return -4;
+    Image source(kPanoNv12, r.width, r.height, r.stride);
+    source.bytes.assign(img->data, img->data + img->size);
+    pictures[index] = projection.of(source);
+    if (!make_pyramid(index))
+        return -4;
+    r.added[index] = 1;
+    if (index > 0 && r.added[index - 1] == 0)
+        return -202;
+    if (index > 0) {
+        const std::vector<Image>&before = pyramids[index - 1], &now = pyramids[index];
+        if (before.empty())
+            return -3;
+        if (r.forward == 1) {
+            r.align[index].expected_x = x;
+            r.align[index].expected_y = y;
+            r.offsets[index] = search(before, now, x, y);
         } else {
-            const int32_t bx = best.match.x *= 2, by = best.match.y *= 2;
-            best.try_all(p, q, std::max(bx - 1, 0), bx + 2, by - 1, by + 2, margin, shift);
+            r.offsets[index - 1] = search(now, before, -int64_t{x}, -int64_t{y});
         }
+        free_pyramid(index - 1);
     }
-    return {best.match.x * (1 << g.half), best.match.y * (1 << g.half), best.match.score};
+    r.aligned[index] = 1;
+    return 0;
 }
 
 }  // namespace ozr_reference

@@ -1,14 +1,13 @@
-#include "core_composition.h"
-
 #include <algorithm>
 #include <cstdlib>
+
+#include "reference/core.h"
 
 namespace ozr_reference
 {
 
-Columns cheapest_path(const std::vector<uint32_t>& cost, int32_t width, int32_t height)
+Columns cheapest_path(std::vector<uint32_t> sums, int32_t width, int32_t height)
 {
-    std::vector<uint32_t> sums = cost;
     const auto sum = [&](int32_t column, int32_t row) -> uint32_t& {
         return sums[static_cast<size_t>(row * width + column)];
     };
@@ -20,10 +19,8 @@ Columns cheapest_path(const std::vector<uint32_t>& cost, int32_t width, int32_t 
         }
         return best;
     };
-    for (int32_t row = 1; row < height; ++row) {
-        for (int32_t column = 0; column < width; ++column)
-            sum(column, row) += sum(best_above(column, row), row - 1);
-    }
+    for (int32_t i = width; i < width * height; ++i)
+        sum(i % width, i / width) += sum(best_above(i % width, i / width), i / width - 1);
     Columns path(static_cast<size_t>(height));
     const auto last_row = sums.end() - width;
     path.back() = static_cast<int32_t>(std::min_element(last_row, sums.end()) - last_row);
@@ -37,185 +34,165 @@ namespace
 
 // What picture i - 1 (A) and picture i (B) have in common. Its left edge is that of B.
 struct Overlap {
-    int32_t x, width, height;    // column of A
-    int32_t top_in_a, top_in_b;  // rows
+    int32_t x = 0, width = 0, height = 0;  // x: column of A
+    int32_t top_in_a = 0, top_in_b = 0;    // rows
     Columns seam;
 };
 
-// Pictures in canvas order; the sums of their results up to each are their positions.
-struct Layout {
-    int32_t used = 0, sum_x = 0, sum_y = 0, top = 0, bottom = 0;  // highest and lowest origin
-    int64_t score = 0;
-};
+// The pictures of a sweep from left to right.
+struct Canvas {
+    int32_t height, half_height, margin;  // of each picture, of its columns without a seam
+    std::vector<const Image*> pictures;
+    std::vector<AlignResult> results;
+    std::vector<Overlap> overlaps;
+    int32_t used = 0;
+    int64_t sum_x = 0, sum_y = 0, highest = 0, lowest = 0, score = 0;  // of those used
 
-Layout lay_out(const Geometry& g, const std::vector<Match>& results)
-{
-    Layout layout;
-    for (const Match& result : results) {
-        Layout next = layout;
-        ++next.used;
-        next.sum_x += result.x;
-        next.sum_y += result.y;
-        next.score += result.score;
-        next.top = std::min(next.top, next.sum_y);
-        next.bottom = std::max(next.bottom, next.sum_y);
-        if (g.height + next.top - next.bottom < g.height >> 1)
-            break;
-        layout = next;
-    }
-    return layout;
-}
-
-// Bars both edges of the overlap, and what lies left of the seam before (`previous`, of the pictures i - 2 and i - 1).
-std::vector<uint8_t> make_mask(const Geometry& g, const Overlap& overlap, const Overlap* previous)
-{
-    const int32_t band = std::min(g.margin, overlap.width / 2);
-    std::vector<uint8_t> mask;
-    for (int32_t row = 0; row < overlap.height; ++row) {
-        int32_t barred = band;
-        const int32_t row_before = previous == nullptr ? -1 : row + overlap.top_in_a - previous->top_in_b;
-        if (row_before >= 0 && row_before < previous->height)
-            barred = std::max(barred, previous->seam[static_cast<size_t>(row_before)] - overlap.x + band + 1);
-        for (int32_t column = 0; column < overlap.width; ++column)
-            mask.push_back(column < barred || column >= overlap.width - band ? 255 : 0);
-    }
-    return mask;
-}
-
-int32_t find_seam(const Geometry& g, const Yuv& a, const Yuv& b, const Match& at, const Overlap* previous,
-                  Overlap* overlap)
-{
-    if (at.x < 0 || at.x > a.width)
-        return -4;
-    *overlap = {at.x, a.width - at.x, a.height - std::abs(at.y), std::max(at.y, 0), std::max(-at.y, 0), {}};
-    if (overlap->width > b.width)
-        return -4;
-    if (overlap->width < 2 || overlap->height < 1)
-        return -2;
-    const std::vector<uint8_t> mask = make_mask(g, *overlap, previous);
-    std::vector<uint32_t> cost(mask.begin(), mask.end());
-    for (int32_t i = 0; i < overlap->width * overlap->height; ++i) {
-        const int32_t x = i % overlap->width, y = i / overlap->width;
-        cost[static_cast<size_t>(i)] |= static_cast<uint32_t>(
-            std::abs(a.at(overlap->x + x, overlap->top_in_a + y) - b.at(x, overlap->top_in_b + y)));
-    }
-    overlap->seam = cheapest_path(cost, overlap->width, overlap->height);
-    return 0;
-}
-
-// Mixes a later byte into the output, `k` weights after the first of a ramp.
-uint8_t blended(uint8_t earlier, uint8_t later, int32_t k, int32_t step)
-{
-    const int32_t weight = 1 + k * step;
-    return static_cast<uint8_t>(std::min(255, (weight * later + (128 - weight) * earlier + 128) >> 7));
-}
-
-// One row of samples of the later picture, which reaches the canvas at sample `x`; it overlaps the earlier one for `overlap`
-// samples, and the transition is `reach` samples wide to both sides of the seam.
-struct Transition {
-    int32_t x, overlap, seam, reach, step;
-
-    template <class Write>
-    void write(int32_t later_width, int32_t canvas_width, Write write) const
+    // Whether enough rows remain in common.
+    bool take(const AlignResult& result)
     {
-        for (int32_t i = std::max(seam - reach, 0); i < later_width && x + i < canvas_width; ++i) {
-            const bool is_mixed = i < std::min(seam + reach, overlap);
-            write(x + i, i, is_mixed ? i - (seam - reach) : -1);
+        const int64_t y = sum_y + result.y, high = std::min(highest, y), low = std::max(lowest, y);
+        if (height + high - low < half_height)
+            return false;
+        highest = high;
+        lowest = low;
+        sum_x += result.x;
+        sum_y = y;
+        score += result.score;
+        ++used;
+        return true;
+    }
+
+    // Columns from the left and from the right that a seam keeps off: both edges, and what lies left of the seam before.
+    bool is_barred(const Overlap& overlap, const Overlap& before, int32_t column, int32_t row) const
+    {
+        const int32_t band = std::min(margin, overlap.width / 2),
+                      row_before = row + overlap.top_in_a - before.top_in_b;
+        const bool is_shared = row_before >= 0 && row_before < before.height;
+        return column < band || column >= overlap.width - band ||
+               (is_shared && column + overlap.x <= before.seam[static_cast<size_t>(row_before)] + band);
+    }
+
+    int32_t find_seam(size_t i)
+    {
+        const Image &a = *pictures[i - 1], &b = *pictures[i];
+        const AlignResult at = results[i];
+        if (at.x < 0 || at.x > a.width || a.width - at.x > b.width)
+            return -4;
+        overlaps[i] = {at.x, a.width - at.x, a.height - std::abs(at.y), std::max(at.y, 0), std::max(-at.y, 0),
+                       {}};
+        Overlap& o = overlaps[i];
+        if (o.width < 2 || o.height < 1)
+            return -2;
+        std::vector<uint32_t> cost;
+        for (int32_t n = 0; n < o.width * o.height; ++n) {
+            const int32_t x = n % o.width, y = n / o.width;
+            const int32_t difference = std::abs(a.at(o.x + x, o.top_in_a + y) - b.at(x, o.top_in_b + y));
+            cost.push_back(is_barred(o, overlaps[i - 1], x, y) ? 255 : static_cast<uint32_t>(difference));
+        }
+        o.seam = cheapest_path(cost, o.width, o.height);
+        return 0;
+    }
+
+    // Writes one row of a plane, in units of a byte of luma or a pair of chroma: picture `b`, whose columns begin at `at`, from
+    // the seam onward, or blended into what is there over `reach` units to both sides of it, as far as both pictures go.
+    static void write(uint8_t* out, int32_t out_width, const uint8_t* b, int32_t b_width, int32_t at,
+                      int32_t seam, int32_t overlap, int32_t reach, int32_t unit)
+    {
+        for (int32_t i = std::max(seam - reach, 0); i < b_width && at + i < out_width; ++i) {
+            const int32_t weight = reach == 0 ? 0 : 1 + (i - (seam - reach)) * 64 / reach;
+            for (int32_t byte = i * unit; byte < (i + 1) * unit; ++byte) {
+                uint8_t& e = out[at * unit + byte];
+                const int32_t mixed = std::min(255, (weight * b[byte] + (128 - weight) * e + 128) >> 7);
+                e = i < std::min(seam + reach, overlap) ? static_cast<uint8_t>(mixed) : b[byte];
+            }
+        }
+    }
+
+    // Rows of picture i, which lies at (x, y). The first one has no seam.
+    void write_picture(size_t i, int32_t x, int32_t y, Image* out) const
+    {
+        const Image& b = *pictures[i];
+        const Overlap& o = overlaps[i];
+        const int32_t reach = margin == 16 || margin == 32 || margin == 64 ? margin : 0;
+        for (int32_t r = 0; r < out->height; ++r) {
+            const int32_t row = static_cast<int32_t>(lowest) + r - y, row_of_seam = row - o.top_in_b;
+            if (i > 0 && (row_of_seam < 0 || row_of_seam >= o.height))
+                continue;
+            const int32_t seam = i > 0 ? o.seam[static_cast<size_t>(row_of_seam)] : 0,
+                          blend = i > 0 ? reach : 0;
+            write(&out->at(0, r), out->width, &b.bytes[static_cast<size_t>(row * b.stride)], b.width, x, seam,
+                  o.width, blend, 1);
+            if (r % 2 == 0 && row / 2 < b.height / 2)
+                write(&out->at(0, out->height + r / 2), out->width / 2,
+                      &b.bytes[static_cast<size_t>((b.height + row / 2) * b.stride)], b.width / 2, x >> 1,
+                      seam >> 1, o.width >> 1, blend / 2, 2);
         }
     }
 };
 
-void write_picture(const Geometry& g, const Yuv& later, const Overlap& overlap, int32_t x, int32_t y,
-                   int32_t top, Yuv* out)
-{
-    const int32_t reach = g.margin == 16 || g.margin == 32 || g.margin == 64 ? g.margin : 0;
-    const int32_t step = reach == 0 ? 0 : 64 / reach;
-    for (int32_t r = 0; r < out->height; ++r) {
-        const int32_t row = top + r - y, in_overlap = row - overlap.top_in_b;
-        if (in_overlap < 0 || in_overlap >= overlap.height)
-            continue;
-        const int32_t seam = overlap.seam[static_cast<size_t>(in_overlap)];
-        const auto luma = [&](int32_t at, int32_t from, int32_t k) {
-            uint8_t& byte = out->at(at, r);
-            byte = k < 0 ? later.at(from, row) : blended(byte, later.at(from, row), k, step);
-        };
-        Transition{x, overlap.width, seam, reach, step}.write(later.width, out->width, luma);
-        if (r % 2 != 0 || row / 2 >= later.height / 2)
-            continue;
-        const auto chroma = [&](int32_t at, int32_t from, int32_t k) {
-            for (const int32_t i : {0, 1}) {
-                uint8_t& byte = out->chroma(2 * at + i, r / 2);
-                const uint8_t value = later.chroma(2 * from + i, row / 2);
-                byte = k < 0 ? value : blended(byte, value, k, 2 * step);
-            }
-        };
-        Transition{x >> 1, overlap.width / 2, seam >> 1, reach / 2, step}.write(later.width / 2,
-                                                                                out->width / 2, chroma);
-    }
-}
-
-void copy_first(const Yuv& first, int32_t top, Yuv* out)
-{
-    for (int32_t r = 0; r < out->height; ++r) {
-        for (int32_t x = 0; x < std::min(first.width, out->width); ++x)
-            out->at(x, r) = first.at(x, top + r);
-        for (int32_t byte = 0; byte < std::min(first.width, out->width) / 2 * 2; ++byte)
-            out->chroma(byte, r / 2) = first.chroma(byte, (top + r / 2 * 2) / 2);
-    }
-}
-
 }  // namespace
 
-Composition compose(const Geometry& g, std::vector<Yuv> pictures, std::vector<Match> results)
+int32_t Core::compose(int32_t count, Image* out, std::vector<std::string>* lines)
 {
-    Composition c;
-    const size_t count = pictures.size();
-    const auto log = [&](const std::string& line) { c.log.push_back("panorama_core_panorama: " + line); };
-    const auto number = [](size_t n) { return std::to_string(n); };
-    log("start synthesis " + number(count) + " image(s), (size: " + std::to_string(g.width) + "x" +
-        std::to_string(g.height) + ")");
-    if (!g.forward) {
-        std::reverse(pictures.begin(), pictures.end());
-        std::reverse(results.begin(), results.end());
+    PanoramaCore& r = record;
+    const auto log = [&](const std::string& line) { lines->push_back("panorama_core_panorama: " + line); };
+    const auto text = [](int32_t n) { return std::to_string(n); };
+    if (count < 0)
+        return -2;
+    if (count > kMaxPictures)
+        return -4;
+    r.g_nCount = count;
+    r.overlaps = count - 1;
+    log("start synthesis " + text(count) + " image(s), (size: " + text(r.width) + "x" + text(r.height) + ")");
+    if (std::count(r.aligned, r.aligned + count, 1) != count)
+        return -203;
+    if (count > 0)
+        free_pyramid(count - 1);
+    Canvas canvas = {r.height, r.half_height, r.margin, {}, {}, std::vector<Overlap>(kMaxPictures)};
+    for (int32_t i = 0; i < count; ++i) {
+        const int32_t index = r.forward == 1 ? i : count - 1 - i;
+        canvas.pictures.push_back(&pictures[index]);
+        canvas.results.push_back(r.offsets[index]);
     }
-    const Layout layout = lay_out(g, results);
-    const size_t used = static_cast<size_t>(layout.used);
-    c.used = layout.used;
-    if (used < count)
-        log("Actual # of image in synthesis is " + number(used) + ". (ignored after)");
-    if (used == 1) {
-        log("saving pProject[" + number(g.forward ? 0 : count - 1) + "]");
-        log("Exiting synthesis: pi->g_nCount(1) == 1");
-        c.out = pictures[0];
-        return c;
+    while (canvas.used < count && canvas.take(canvas.results[static_cast<size_t>(canvas.used)])) {
     }
-    if (used == 0) {
+    r.g_nCount = canvas.used;
+    r.overlaps = canvas.used - 1;
+    if (canvas.used < count)
+        log("Actual # of image in synthesis is " + text(canvas.used) + ". (ignored after)");
+    if (canvas.used == 0) {
         log("Exiting synthesis: pi->g_nCount(0) < 1");
-        c.code = -2;
-        return c;
+        return -2;
     }
-    c.mean_score = static_cast<int32_t>(layout.score / (layout.used - 1));
-    std::vector<Overlap> overlaps(used);
-    for (size_t i = 1; i < used && c.code == 0; ++i)
-        c.code = find_seam(g, pictures[i - 1], pictures[i], results[i], i > 1 ? &overlaps[i - 1] : nullptr,
-                           &overlaps[i]);
-    const int32_t width = (g.width + layout.sum_x) & 0xFFF0,
-                  height = (g.height + layout.top - layout.bottom) & 0xFFF0;
-    if (c.code == 0 && height == 0)
-        c.code = -2;
-    if (c.code == 0 && width == 0)
-        c.code = -4;
-    if (c.code != 0)
-        return c;
-    c.out = Yuv(width, height, width);
-    copy_first(pictures[0], layout.bottom, &c.out);
-    int32_t x = 0, y = 0;
+    if (canvas.used == 1) {
+        log("saving pProject[" + text(r.forward == 1 ? 0 : count - 1) + "]");
+        log("Exiting synthesis: pi->g_nCount(1) == 1");
+        *out = *canvas.pictures[0];
+        return 0;
+    }
+    r.mean_score = static_cast<int32_t>(canvas.score / r.overlaps);
+    if (r.cancel != 0) {
+        r.cancel = 0;
+        return -5;
+    }
+    const size_t used = static_cast<size_t>(canvas.used);
     for (size_t i = 1; i < used; ++i) {
-        x += results[i].x;
-        y += results[i].y;
-        write_picture(g, pictures[i], overlaps[i], x, y, layout.bottom, &c.out);
+        if (const int32_t code = canvas.find_seam(i); code != 0)
+            return code;
     }
-    return c;
+    const int32_t width = static_cast<int32_t>((r.width + canvas.sum_x) & 0xFFF0);
+    const int32_t height = static_cast<int32_t>((r.height + canvas.highest - canvas.lowest) & 0xFFF0);
+    if (height == 0 || width == 0)
+        return height == 0 ? -2 : -4;
+    *out = Image(kPanoNv12, width, height, width);
+    int32_t x = 0, y = 0;
+    for (size_t i = 0; i < used; ++i) {
+        x += i > 0 ? canvas.results[i].x : 0;
+        y += i > 0 ? canvas.results[i].y : 0;
+        canvas.write_picture(i, x, y, out);
+    }
+    return 0;
 }
 
 }  // namespace ozr_reference

@@ -1,40 +1,71 @@
-#include "core_projection.h"
-
 #include <algorithm>
+#include <cstdlib>
+
+#include "reference/core.h"
 
 namespace ozr_reference
 {
 
-Geometry::Geometry(int32_t overlap, int32_t is_forward, int32_t w, int32_t h, int32_t s)
-    : forward(is_forward != 0), width(w), height(h), stride(s), margin(static_cast<int32_t>(w * 0.025))
+Core::Core()
 {
-    // Halved until the overlapping part has few enough pixels for an exhaustive search.
-    const auto is_large = [=](int32_t a, int32_t b) {
-        return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b) *
-                                    static_cast<uint32_t>(overlap)) > 239999;
-    };
-    int32_t a = w >> 1, b = h >> 1;
-    if (is_large(a, b)) {
-        do {
-            a >>= 1;
-            b >>= 1;
-            ++levels;
-        } while (is_large(a, b));
-        half = 1;
-        pyramid_levels = levels;
-    }
-    work_width = w >> half;
-    work_height = h >> half;
-    for (int64_t n = int64_t{work_width} * work_height; n >= 2048; n /= 2)
-        ++ncc_shift;
-    search_x_min = static_cast<int32_t>(static_cast<float>(-w) * 0.1F);
-    search_x_max = static_cast<int32_t>(static_cast<float>(w) * 0.3F);
-    search_y_min = static_cast<int32_t>(static_cast<float>(-h) * 0.1F);
-    search_y_max = static_cast<int32_t>(static_cast<float>(h) * 0.1F);
+    record.overlap = 70;
+    record.forward = 0xFF;
 }
 
-Projection::Projection(const Geometry& geometry)
-    : width(geometry.width / 8 * 8), height(geometry.height), stride(geometry.stride)
+// Wraps around.
+static int32_t product(int32_t a, int32_t b, int32_t c)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b) *
+                                static_cast<uint32_t>(c));
+}
+
+int32_t Core::init(int32_t forward, int32_t width, int32_t height, int32_t stride)
+{
+    PanoramaCore& r = record;
+    r.forward = forward != 0 ? 1 : 0;
+    for (int32_t i = 0; i < kMaxPictures; ++i) {
+        pictures[i] = Image();
+        free_pyramid(i);
+        r.added[i] = r.aligned[i] = 0;
+    }
+    r.g_nCount = 0;
+    r.width = width;
+    r.half_width = width >> 1;
+    r.height = height;
+    r.half_height = height >> 1;
+    r.stride = stride;
+    r.margin = static_cast<int32_t>(width * 0.025);
+    // Halved until what overlaps has few enough pixels to try all positions.
+    const auto is_large = [&](int32_t halvings) {
+        return product(r.half_width >> halvings, r.half_height >> halvings, r.overlap) > 239999;
+    };
+    r.levels = r.half = is_large(0) ? 1 : 0;
+    while (r.half == 1 && is_large(r.levels))
+        ++r.levels;
+    r.pyramid_levels = std::max(r.levels, 1);
+    r.work_width = width >> r.half;
+    r.work_height = height >> r.half;
+    r.ncc_shift = 0;
+    for (int32_t n = product(r.work_width, r.work_height, 1); n >= 2048; n /= 2)
+        ++r.ncc_shift;
+    r.search_x_min = static_cast<int32_t>(static_cast<float>(-width) * 0.1F);
+    r.search_x_max = static_cast<int32_t>(static_cast<float>(width) * 0.3F);
+    r.search_y_min = static_cast<int32_t>(static_cast<float>(-height) * 0.1F);
+    r.search_y_max = static_cast<int32_t>(static_cast<float>(height) * 0.1F);
+    projection = Projection();
+    // A radius of 0 cannot be divided by, and nothing may exceed 32 bits.
+    const int64_t w8 = width / 8 * 8, last_row = int64_t{stride} * (height - 1);
+    const int64_t farthest = (std::max<int64_t>(w8, height) / 2 - 1) * 16 * (width / 32 * 345 / 10);
+    if (width < 1 || height < 1 || stride < 1 || (w8 > 0 && w8 < 32) ||
+        std::max(farthest, last_row + w8) > INT32_MAX)
+        return -4;
+    projection = Projection(width, height, stride);
+    r.initialised = 1;
+    return 0;
+}
+
+Projection::Projection(int32_t picture_width, int32_t picture_height, int32_t source_stride)
+    : width(picture_width / 8 * 8), height(picture_height), stride(source_stride)
 {
     const size_t pixels = static_cast<size_t>(width * height);
     x.resize(pixels);
@@ -118,9 +149,9 @@ void Projection::weigh_block(int32_t block)
     }
 }
 
-Yuv Projection::of(const Yuv& source) const
+Image Projection::of(const Image& source) const
 {
-    Yuv out(width, height, width);
+    Image out(kPanoNv12, width, height, width);
     for (int32_t pixel = 0; pixel < width * height; ++pixel) {
         int32_t sum = 128;
         for (int32_t patch = 0; patch < 16; ++patch) {
@@ -132,7 +163,7 @@ Yuv Projection::of(const Yuv& source) const
         out.bytes[static_cast<size_t>(pixel)] = static_cast<uint8_t>(sum >> 8);
     }
     for (int32_t byte = 0; byte < width * (height / 2); ++byte)
-        out.chroma(byte, 0) = source.chroma(2 * chroma_map[static_cast<size_t>(byte / 2)] + byte % 2, 0);
+        out.at(byte, height) = source.at(2 * chroma_map[static_cast<size_t>(byte / 2)] + byte % 2, height);
     return out;
 }
 

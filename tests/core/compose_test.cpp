@@ -1,0 +1,132 @@
+// Composition, against the reference: layout, seams, transitions, codes and the log.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <algorithm>
+
+#include "image/pano_result.h"
+#include "support/cores.h"
+#include "support/log_capture.h"
+
+namespace
+{
+
+using ozr_reference::Image;
+
+// Aligned pictures of random bytes at positions of the test's own.
+struct Sweep {
+    TestCore core;
+    ozr_reference::Core want;
+    int32_t wanted = 0;    // what the last run should have returned
+    int32_t values = 256;  // different bytes; with few of them, paths tie
+
+    Sweep(int32_t forward, int32_t width, int32_t height, int32_t margin)
+    {
+        init_both(core.core, &want, forward, width, height, width);
+        core->margin = want.record.margin = margin;
+    }
+    void add(Random& random, int32_t index, int32_t width, const AlignResult& result)
+    {
+        Image& picture = want.pictures[index];
+        picture = Image(kPanoNv12, width, want.record.height, width);
+        const int32_t level = values == 2 ? 0 : random.below(257 - values);
+        for (uint8_t& byte : picture.bytes)
+            byte = static_cast<uint8_t>(level + random.below(values) * (values == 2 ? 255 : 1));
+        const PanoImg view = picture.view();
+        PanoImg_Clone(&view, &core->frames[index]);
+        core->offsets[index] = want.record.offsets[index] = result;
+        core->aligned[index] = want.record.aligned[index] = 1;
+    }
+    void add_all(Random& random, int32_t count)
+    {
+        const int32_t w8 = want.record.width / 8 * 8, step = 1 + random.below(w8);
+        const int32_t drift = random.below(4) == 0 ? want.record.height : 5,
+                      narrower = random.below(8) == 0 ? 9 : 1;
+        const int32_t first = want.record.forward == 1 ? 0 : count - 1;  // normally without a result
+        const bool has_first = random.below(8) == 0;
+        for (int32_t i = 0; i < count; ++i) {
+            const int32_t x = std::min(random.below(step), random.below(w8 - 1)),
+                          score = static_cast<int32_t>(random.next());
+            const int32_t odd[] = {-1, INT32_MIN, w8 - 1, w8, w8 + 1, INT32_MAX};
+            const AlignResult result = {random.below(60) == 0 ? odd[random.below(6)] : x,
+                                        random.below(drift) - drift / 2, score / 8};
+            add(random, i, w8 - random.below(narrower), i == first && !has_first ? AlignResult() : result);
+        }
+    }
+    // In either of the two ways that the core has.
+    int32_t run(int32_t count, bool in_block)
+    {
+        std::vector<std::string> log;
+        Image panorama;
+        wanted = want.compose(count, &panorama, &log);
+        PanoImg out = {};
+        void* block = nullptr;
+        const LogCapture capture;
+        const int32_t code = in_block ? panorama_core_compose(core.core, count, &out, &block)
+                                      : panorama_core_panorama(core.core, count, &out);
+        EXPECT_EQ(capture.progress(), log);
+        EXPECT_TRUE(code == 0 ? holds(out, panorama) : out.data == nullptr && block == nullptr);
+        if (in_block)
+            PanoImg_DestroyAligned(&out, &block);
+        else
+            PanoImg_Destroy(&out);
+        return code;
+    }
+};
+
+PanoramaCore* g_core;
+int64_t g_moment;
+
+void cancel_at_the_moment(int64_t allocation)
+{
+    if (allocation == g_moment)
+        g_core->cancel = 1;
+}
+
+}  // namespace
+
+TEST(Compose, IsAsTheReferenceHasIt)
+{
+    mallopt(M_PERTURB, 85);  // new memory is anything but zero
+    for_trials(3000, [](Random& random) {
+        const int32_t margins[] = {16, 32, 64, 0, 1, 2, 5, 48};
+        const int32_t height = random.below(10) == 0 ? 1 + random.below(20) : 16 + random.below(40);
+        Sweep sweep(random.below(2), 32 + random.below(64), height, margins[random.below(8)]);
+        sweep.values = 1 << random.below(9);
+        const int32_t count = random.below(4) == 0 ? 1 + random.below(kMaxPictures) : 2 + random.below(2);
+        sweep.add_all(random, count);
+        sweep.core->cancel = sweep.want.record.cancel = random.below(40) == 0 ? 1 : 0;
+        EXPECT_EQ(sweep.run(random.below(20) == 0 ? random.below(15) - 2 : count, random.below(3) == 0),
+                  sweep.wanted);
+        expect_same(*sweep.core.core, sweep.want);
+    });
+    mallopt(M_PERTURB, 0);
+    EXPECT_EQ(panorama_core_panorama(nullptr, 2, nullptr), kPanoNullArgument);
+}
+
+// The request comes, or memory runs out, at each of its allocations; nothing is left behind, and the next call succeeds.
+TEST(Compose, CanBeDisturbedAtAnyTime)
+{
+    for (int32_t variant = 0; variant < 12; ++variant) {
+        const bool in_block = variant % 2 != 0, is_cancel = variant / 2 % 2 != 0;
+        const int32_t count = 1 + variant / 4;
+        Random random(61);
+        Sweep sweep(1, 64, 32, 16);
+        for (int32_t i = 0; i < count; ++i)
+            sweep.add(random, i, 64, {i == 0 ? 0 : 20, 0, 7});
+        g_core = sweep.core.core;
+        at_each_allocation([&](int64_t allocation) {
+            g_moment = allocation;
+            const WrappedHeap heap(is_cancel ? 0 : allocation, is_cancel ? cancel_at_the_moment : nullptr);
+            const int32_t code = sweep.run(count, in_block);
+            const bool is_disturbed = heap.allocations() >= allocation;
+            const bool is_refused =
+                is_disturbed && (!is_cancel || count > 1);  // one picture is handed out all the same
+            EXPECT_EQ(code, !is_refused ? 0 : is_cancel ? kPanoCancelled : kPanoNoMemory);
+            EXPECT_EQ(heap.live_blocks(), 0);
+            EXPECT_EQ(g_core->cancel, is_disturbed && !is_refused);
+            g_core->cancel = 0;
+            return is_disturbed;
+        });
+    }
+}
