@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "core/panorama_seam.h"
 #include "support/cores.h"
@@ -55,9 +56,11 @@ TEST(Seam, IsTheCheapestPath)
             const int32_t column = i % width, row = i / width;
             uint8_t &p = pano_row(&a.img, y[0] + row)[x[0] + column],
                     &q = pano_row(&b.img, y[1] + row)[x[1] + column];
-            q = random.byte();
             const int32_t difference = texture.difference(random, column, row);
-            p = static_cast<uint8_t>(q + (q + difference > 255 ? -difference : difference));
+            q = static_cast<uint8_t>(random.below(256 - difference));
+            p = static_cast<uint8_t>(q + difference);
+            if (random.below(2) == 0)
+                std::swap(p, q);
             mask[i] = texture.mask(random);
             cost[i] = static_cast<uint32_t>(std::abs(p - q) | mask[i]);
         }

@@ -149,8 +149,8 @@ private:
 inline void init_both(PanoramaCore* core, ozr_reference::Core* want, int32_t forward, int32_t width,
                       int32_t height, int32_t stride, int32_t failing = 0)
 {
-    if (core->proj.block_offsets != nullptr)
-        core->proj.unused[0] = ozr_malloc(1);
+    for (void*& unused : core->proj.unused)
+        unused = core->proj.block_offsets != nullptr ? ozr_malloc(1) : nullptr;
     const Disturbance disturbance(core, false, failing);
     const int32_t code = panorama_core_init(core, forward, width, height, stride);
     const uint8_t initialised = want->record.initialised;
