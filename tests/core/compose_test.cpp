@@ -64,7 +64,7 @@ struct Sweep {
         const LogCapture capture;
         const Disturbance disturbance(core.core, is_request,
                                       wanted == 0 && random.below(5) == 0 ? 1 + random.below(5) : 1000);
-        const int32_t code = in_block ? panorama_core_compose(core.core, count, &out, &block)
+        const int32_t code = in_block ? ozr::core::compose(core.core, count, &out, &block)
                                       : panorama_core_panorama(core.core, count, &out);
         if (disturbance.happened()) {
             want.record.cancel = is_request && want.record.g_nCount == 1 ? 1 : 0;

@@ -54,8 +54,8 @@ TEST(Seam, IsTheCheapestPath)
         ozr_reference::Table<uint32_t> cost(width * height);
         for (int32_t i = 0; i < width * height; ++i) {
             const int32_t column = i % width, row = i / width;
-            uint8_t &p = pano_row(&a.img, y[0] + row)[x[0] + column],
-                    &q = pano_row(&b.img, y[1] + row)[x[1] + column];
+            uint8_t &p = ozr::pano_row(&a.img, y[0] + row)[x[0] + column],
+                    &q = ozr::pano_row(&b.img, y[1] + row)[x[1] + column];
             const int32_t difference = texture.difference(random, column, row);
             q = static_cast<uint8_t>(random.below(256 - difference));
             p = static_cast<uint8_t>(q + difference);

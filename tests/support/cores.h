@@ -33,11 +33,11 @@ void for_trials(int32_t count, Trial trial)
     const WrappedHeap heap;
     for (int32_t seed = 0; seed < count && !testing::Test::HasFailure(); ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
-        ozr_kernels_set_for_test(seed % 2 == 0 ? nullptr : &kOzrKernelsScalar);
+        ozr::kernels::set_for_test(seed % 2 == 0 ? nullptr : &ozr::kernels::kScalarKernels);
         Random random(static_cast<uint32_t>(seed));
         trial(random);
     }
-    ozr_kernels_set_for_test(nullptr);
+    ozr::kernels::set_for_test(nullptr);
     EXPECT_EQ(heap.live_blocks(), 0);
 }
 
