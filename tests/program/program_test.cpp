@@ -11,6 +11,8 @@
 #include <set>
 #include <string.h>
 
+using namespace ozr_pano;
+
 namespace
 {
 

@@ -2,6 +2,8 @@
 #include "commands/commands.h"
 #include "support/files.h"
 
+using namespace ozr_pano;
+
 namespace
 {
 
