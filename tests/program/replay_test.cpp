@@ -84,6 +84,10 @@ TEST_F(Replay, RepeatsWhatWasRecordedAndTellsWhatWasChanged)
     // The process died within the last call: that is what a crash leaves, and no damage.
     write_text("rec/calls.txt", calls.substr(0, calls.find("\nrun\n") + 5));
     EXPECT_EQ(complaint(), "");
+    write_text("rec/calls.txt", calls.substr(0, calls.find("\nrun\n") + 1));
+    EXPECT_EQ(complaint("report.html"), "");
+    EXPECT_NE(read_text("report.html").find("id=\"failure\">The recording makes no panorama.<"),
+              std::string::npos);
     write_text("rec/calls.txt", calls);
     fs::resize_file("rec/00001.raw", 100);
     EXPECT_NE(complaint().find("00001.raw: 100 bytes instead of"), std::string::npos);
@@ -282,6 +286,9 @@ TEST(Recording, RefusesEachFaultWithItsLine)
         SCOPED_TRACE(fault.text);
         expect_error([&] { parse_recording(fault.text); }, fault.message);
     }
+    const size_t most = size_t{16} << 20;
+    expect_error([=] { parse_recording(std::string(most, '#')); }, "line 1 is cut off");
+    expect_error([=] { parse_recording(std::string(most + 1, '#')); }, "the text has more than 16 MiB");
 }
 
 }  // namespace
