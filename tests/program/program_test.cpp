@@ -286,6 +286,8 @@ TEST_F(Program, ConvertCropsSamplesAndCompresses)
               "3x2 in gray written to out/sampled\n");
     EXPECT_EQ(read_file("out/sampled"),
               (std::vector<uint8_t>{gray[0], gray[4], gray[8], gray[52], gray[56], gray[60]}));
+    EXPECT_EQ(run("convert out/gray out/b --from gray --size 13x9 --format gray --sample 9").out,
+              "1x1 in gray written to out/b\n");
     expect_message(run("convert out/gray b --from gray --size 13x9 --format gray --sample 10").err,
                    "nothing is left of 13x9 pixels; choose a smaller --sample");
     EXPECT_EQ(run("convert in/odd.png out/small.jpg --format rgba --quality 5").status, 0);
