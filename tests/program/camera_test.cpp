@@ -7,6 +7,8 @@
 
 #include <math.h>
 
+using namespace ozr_pano;
+
 namespace
 {
 

@@ -13,6 +13,8 @@
 #include <stdio.h>
 #include <string.h>
 
+using namespace ozr_pano;
+
 namespace
 {
 
