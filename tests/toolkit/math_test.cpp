@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "base/wrap32.h"
-#include "ozr_support.h"
+#include "ozr_geometry.h"
 #include "support/trig_tables.h"
 
 static bool operator==(const ozr_point& a, const ozr_point& b)
