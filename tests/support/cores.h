@@ -19,7 +19,6 @@ public:
     TestCore() { panorama_core_create(&core); }
     ~TestCore() { panorama_core_destroy(core); }
     TestCore(const TestCore&) = delete;
-    TestCore& operator=(const TestCore&) = delete;
 
     PanoramaCore* operator->() { return core; }
 
@@ -114,7 +113,6 @@ public:
         WrappedHeap::watch = nullptr;
     }
     Disturbance(const Disturbance&) = delete;
-    Disturbance& operator=(const Disturbance&) = delete;
 
     bool happened() const { return WrappedHeap::tried >= moment_; }
     // While picture `index` was added, which begins with the memory for its projection.
@@ -149,8 +147,10 @@ private:
 inline void init_both(PanoramaCore* core, ozr_reference::Core* want, int32_t forward, int32_t width,
                       int32_t height, int32_t stride, int32_t failing = 0)
 {
-    for (void*& unused : core->proj.unused)
-        unused = core->proj.block_offsets != nullptr ? ozr_malloc(1) : nullptr;
+    if (core->proj.block_offsets != nullptr) {
+        core->proj.unused[0] = ozr_malloc(1);
+        core->proj.unused[1] = forward != 0 ? ozr_malloc(1) : nullptr;
+    }
     const Disturbance disturbance(core, false, failing);
     const int32_t code = panorama_core_init(core, forward, width, height, stride);
     const uint8_t initialised = want->record.initialised;
