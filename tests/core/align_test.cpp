@@ -124,7 +124,8 @@ TEST(CoreSweep, IsAsTheReferenceHasIt)
         const int32_t shown = 1 + random.below(count);
         EXPECT_EQ(panorama_core_panorama(core.core, shown, out.get()), want.compose(shown, &panorama, &log));
         EXPECT_TRUE(holds(*out.get(), panorama));
-        expect_same(*core.core, want);
+        // The pictures shown have lost their pyramids: a further one may have no partner.
+        add_both(core, &want, scene.picture(random, count), count, 0, 0, random);
     });
     const PanoImg view = Image(kPanoNv12, 7, 48, 7).view();
     EXPECT_EQ(ozr::core::add_lent(nullptr, &view, 0, 0, 0), -3);

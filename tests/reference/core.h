@@ -79,7 +79,7 @@ struct Core {
     int32_t compose(int32_t count, Image* out, std::vector<std::string>* lines);
 
 private:
-    bool make_pyramid(int32_t index);
+    void make_pyramid(int32_t index);
     void free_pyramid(int32_t index);
     AlignResult search(const Table<Image>& a, const Table<Image>& b, int64_t x, int64_t y) const;
 };

@@ -52,12 +52,9 @@ void Core::free_pyramid(int32_t index)
     record.align[index] = {};
 }
 
-// Whether every level has pixels.
-bool Core::make_pyramid(int32_t index)
+void Core::make_pyramid(int32_t index)
 {
     const int32_t top = record.pyramid_levels - 1;
-    if (record.work_width >> top < 1 || record.work_height >> top < 1)
-        return false;
     PanoImg above = pictures[index].view();
     for (int32_t level = 0; level <= top; ++level) {
         const int32_t width = record.work_width >> level;
@@ -67,7 +64,6 @@ bool Core::make_pyramid(int32_t index)
         above = img;
     }
     record.align[index].pyramid_levels = record.pyramid_levels;
-    return true;
 }
 
 // Where `b` fits `a` best around the position (x, y), which is counted in full-size pixels. Only a higher score replaces a
@@ -122,8 +118,7 @@ int32_t Core::add(const PanoImg* img, int32_t index, int32_t x, int32_t y, Event
     r.cancel = event == kCancelledProjection || event >= kCancelledPyramid ? 1 : 0;
     if (event == kCancelledProjection || event == kNoPyramid)
         return event == kNoPyramid ? -8 : -5;
-    if (!make_pyramid(index))
-        return -4;
+    make_pyramid(index);
     r.added[index] = 1;
     if (index > 0) {
         const Table<Image>&before = pyramids[index - 1], &now = pyramids[index];
