@@ -22,7 +22,7 @@ std::string g_seen;
 
 void remember(const char* format, va_list args)
 {
-    char line[256];
+    char line[2048];
     vsnprintf(line, sizeof(line), format, args);
     g_seen += std::string(format) + "|" + line;
 }
@@ -197,6 +197,9 @@ TEST(Log, EngineLinesCarryTheirTagUnlessItIsNull)
     g_seen.clear();
     PanoLog(nullptr, 0, "x");
     EXPECT_EQ(g_seen, "%s\n|x\n");
+    g_seen.clear();
+    PanoLog(nullptr, 0, "%s", std::string(2000, 'x').c_str());
+    EXPECT_EQ(g_seen, "%s\n|" + std::string(1023, 'x') + "\n");
     ozr_log_set_external_debug(nullptr);
 }
 
