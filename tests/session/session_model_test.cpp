@@ -44,7 +44,7 @@ void disturb()
     if (by_reset)
         EXPECT_EQ(ozr_panorama_reset(g_disturbed), ozr_err_invalid_status);
     else
-        panorama_engine_request_cancel(session_of(g_disturbed)->engine);
+        ozr::engine::request_cancel(session_of(g_disturbed)->engine);
 }
 
 void at_allocation(int64_t allocation)
