@@ -83,6 +83,7 @@ TEST(AlignedMemory, IsAlignedUsableAndGivenBack)
         }
     }
     EXPECT_EQ(ozr_malloc_aligned(0xFFFFF000U, 4096), nullptr);  // wraps around to 2 bytes
+    EXPECT_EQ(ozr_malloc_aligned(0xFFFFFFFFU, 1), nullptr);     // likewise, of the 3 for the distance
     EXPECT_EQ(ozr_calloc_aligned(0, 16, 4096), nullptr);        // no room for the distance
     void* wrapped = ozr_malloc_aligned(0xFFFFFFFFU, 4096);      // wraps around to 4097 bytes, just enough
     ASSERT_NE(wrapped, nullptr);
@@ -232,6 +233,13 @@ TEST(Profiler, CountsIntervalsOfUsedSlots)
     EXPECT_NE(ozr_prof_print_logfunc(nullptr), 0);
     ozr_prof_set(7);
     EXPECT_TRUE(report().empty());
+    ozr_prof_go(7);
+    clock.pass(5000);
+    ozr_prof_stop(7);
+    EXPECT_EQ(report(),
+              Lines{"[  7] CALL_CNT(    1) ACC_TIME(    5.000), MIN(    5.000), MAX(    5.000) AVG(    "
+                    "5.000ms) - "});
+    ozr_prof_set(7);
 }
 
 TEST(Profiler, SurvivesLongLabelsAndWildSlots)
