@@ -136,7 +136,8 @@ class Source:
                 for other in table.get(token.text, ()):
                     yield self._replace(kind, token, other)
         elif token.kind == "sign" and token.text in UNARY and (token.text in ("++", "--") or not blank_after):
-            yield self._replace("arithmetic", token, UNARY[token.text])
+            kind = "negated condition" if token.text == "!" else "arithmetic"
+            yield self._replace(kind, token, UNARY[token.text])
         elif token.text in WORDS:
             yield self._replace("constant", token, WORDS[token.text])
         elif token.kind in ("number", "char"):
