@@ -1,5 +1,5 @@
-// What the core computes, one value at a time: slow, plain, and without a look at how the library does it. Scaling
-// alone is the library's, as it is tested for itself. Codes are numbers, so that no changed name hides a changed code.
+// What the core computes, one value at a time: slow, plain, and without a look at how the library does it. Codes are
+// numbers, so that no changed name hides a changed code.
 #ifndef REFERENCE_CORE_H
 #define REFERENCE_CORE_H
 

@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "reference/core.h"
+#include "reference/image.h"
 
 namespace ozr_reference
 {
@@ -60,7 +61,7 @@ void Core::make_pyramid(int32_t index)
         const int32_t width = record.work_width >> level;
         pyramids[index].push_back(Image(kPanoGray, width, record.work_height >> level, width));
         PanoImg img = pyramids[index].back().view();
-        level == 0 ? PanoImg_ResizeGray(&img, &above) : PanoImg_ResizeHalfGray(&img, &above);
+        level == 0 ? resize_gray(&img, &above) : resize_half_gray(&img, &above);
         above = img;
     }
     record.align[index].pyramid_levels = record.pyramid_levels;
