@@ -8,6 +8,7 @@
 #include "ozr_log.h"
 #include "ozr_support.h"
 #include "session/calls.h"
+#include "session/quality.h"
 #include "support/image_rows.h"
 #include "support/ozr_chain.h"
 
@@ -158,10 +159,9 @@ ozr_err _build(panorama_t* session, const ozr_config* source)
     constexpr char kConstructor[] = "panorama_t";
     if (source == nullptr)
         return ozr_raise(ozr_err_invalid_argument, "", kConstructor, __LINE__);
-    session->config = static_cast<ozr_config*>(ozr_malloc(sizeof(ozr_config)));
+    session->config = create_quality(source);
     if (session->config == nullptr)
         return ozr_raise(ozr_err_nomem, "", kConstructor, __LINE__);
-    *session->config = *source;
     session->params = static_cast<panorama_param_t*>(ozr_malloc(sizeof(panorama_param_t)));
     if (session->params == nullptr)
         return ozr_raise(ozr_err_nomem, "", kConstructor, __LINE__);
@@ -205,6 +205,7 @@ panorama_t::~panorama_t()
             ozr_log_error("Failed to cancel jobs");
         panorama_engine_destroy(&engine);
     }
+    reset_quality(config);
     _release(&config);
     _release(&params);
 }
@@ -221,6 +222,7 @@ ozr_err panorama_t::reset()
         engine = nullptr;  // released by the failed step
         OZR_RAISE(pano_result_to_ozr_err(renewed));
     }
+    reset_quality(config);
     detected_count = 0;
     stitched_count = 0;
     return ozr_success;
@@ -255,10 +257,15 @@ ozr_err panorama_t::stitch_one_image(ozr_image* picture, const ozr_point* offset
     if (stitched_count == 0) {
         RAISE_IF_FAILED(panorama_engine_start_capture(engine, &img));
         set_direction(params->direction);  // the start has just cleared the engine's
-    } else {
+    } else if (!is_refined(this)) {
         OZR_RAISE_IF(_engine_direction(engine) == kDirectionUndecided, ozr_err_invalid_status);
     }
     RAISE_IF_FAILED(panorama_engine_prepare_stitch(engine));
+    if (is_refined(this)) {
+        RAISE_IF_FAILED(add_refined_picture(this, &img, offset));
+        ++stitched_count;
+        return ozr_success;
+    }
     if (stitched_count > 0)
         at = offset != nullptr ? *offset : _expected_offset(img, engine->direction, params->overlap_percent);
     RAISE_IF_FAILED(panorama_engine_set_image(engine, &img, stitched_count, &at));
@@ -270,7 +277,7 @@ ozr_err panorama_t::run(ozr_image* output)
 {
     OZR_RAISE_IF(output == nullptr, ozr_err_invalid_argument);
     RAISE_IF_FAILED(panorama_engine_stop_capture(engine));
-    RAISE_IF_FAILED(panorama_engine_process_synthesis(engine));
+    RAISE_IF_FAILED(is_refined(this) ? compose_refined(this) : panorama_engine_process_synthesis(engine));
     const PanoImg& img = engine->out_img;
     *output = {img.data, img.size, img.width, img.height, _public_format(img.format), img.stride, 0};
     return ozr_success;
