@@ -51,6 +51,8 @@ constexpr OzrKernels kOzrKernelsScalar = {
     warp_row_scalar,
     line_gray_row_scalar,
     census_run_scalar,
+    draw_luma_row_scalar,
+    draw_chroma_row_scalar,
 };
 
 #if defined(__i386__) || defined(__x86_64__)
