@@ -51,6 +51,8 @@ constexpr OzrKernels kOzrKernelsScalar = {
     warp_row_scalar,
     line_gray_row_scalar,
     census_run_scalar,
+    draw_luma_row_scalar,
+    draw_chroma_row_scalar,
 };
 
 #if defined(__i386__) || defined(__x86_64__)
@@ -103,6 +105,8 @@ constexpr OzrKernels _with_ssse3(OzrKernels table)
     table.mirror_bytes_row = mirror_bytes_row_ssse3;
     table.mirror_pairs_row = mirror_pairs_row_ssse3;
     table.mirror_quads_row = mirror_quads_row_ssse3;
+    table.draw_luma_row = draw_luma_row_ssse3;
+    table.draw_chroma_row = draw_chroma_row_ssse3;
     return table;
 }
 
@@ -127,6 +131,8 @@ constexpr OzrKernels _with_avx2(OzrKernels table)
     table.mirror_bytes_row = mirror_bytes_row_avx2;
     table.mirror_pairs_row = mirror_pairs_row_avx2;
     table.mirror_quads_row = mirror_quads_row_avx2;
+    table.draw_luma_row = draw_luma_row_avx2;
+    table.draw_chroma_row = draw_chroma_row_avx2;
     return table;
 }
 

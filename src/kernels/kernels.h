@@ -10,6 +10,8 @@
 
 #include <stdint.h>
 
+#include "kernels/draw.h"
+
 // --- Resampling. Positions are Q22.10: 1024 steps to a pixel; column x lies at x * step. ---
 
 // A picture to be resampled, row y at y * step_y. Sizes in pixels of the result, strides in bytes.
@@ -312,6 +314,8 @@ struct OzrKernels {
     WarpRow* warp_row;
     LineGrayRow* line_gray_row;
     CensusRun* census_run;
+    DrawLumaRow* draw_luma_row;
+    DrawChromaRow* draw_chroma_row;
 };
 
 extern const OzrKernels kOzrKernelsScalar;

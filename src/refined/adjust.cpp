@@ -9,7 +9,7 @@
 #include "image/pano_result.h"
 #include "refined/normal_equations.h"
 #include "refined/residual.h"
-#include "refined/trigonometry.h"
+#include "refined/angles.h"
 #include "support/buffer.h"
 
 namespace ozr::refined
@@ -212,7 +212,7 @@ int32_t _descend(const Problem& problem, const Stage& stage, const Cancel& cance
     double damping = kFirstDamping;
     double cost = _set_up(problem, *lenses, stage.width, &work->here);
     for (int32_t i = 0; i < stage.steps && damping < kLastDamping; ++i) {
-        if (cancel.is_asked())
+        if (cancel.asked())
             return kPanoCancelled;
         double step[kMaxUnknowns];
         if (!_step(work->here, damping, &work->scratch, step)) {

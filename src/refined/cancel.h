@@ -10,7 +10,7 @@ namespace ozr::refined
 struct Cancel {
     const volatile uint8_t* word;  // null: nobody can ask
 
-    bool is_asked() const { return word != nullptr && __atomic_load_n(word, __ATOMIC_RELAXED) != 0; }
+    bool asked() const { return word != nullptr && __atomic_load_n(word, __ATOMIC_RELAXED) != 0; }
 };
 
 }  // namespace ozr::refined

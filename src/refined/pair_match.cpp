@@ -5,7 +5,7 @@
 
 #include "image/pano_result.h"
 #include "refined/patches.h"
-#include "refined/trigonometry.h"
+#include "refined/angles.h"
 
 namespace ozr::refined
 {

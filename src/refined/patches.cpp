@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "image/pano_result.h"
+#include "refined/elementary.h"
 #include "refined/patch_fit.h"
 
 namespace ozr::refined
@@ -13,6 +14,11 @@ namespace ozr::refined
 
 namespace
 {
+
+int32_t _whole(double x)
+{
+    return static_cast<int32_t>(nearest(x));
+}
 
 // Patches looked for over the overlap. Twice as many measure no better.
 constexpr int32_t kPatches = 90;
@@ -110,11 +116,6 @@ bool _shape_at(const LensPair& lenses, Place first, Place second, PatchShape* sh
     return true;
 }
 
-int32_t _nearest(double x)
-{
-    return static_cast<int32_t>(x < 0.0 ? x - 0.5 : x + 0.5);
-}
-
 // Sets the task up for a level: the nearest whole pixel of the first picture, and where that is expected in the second,
 // which the levels above have moved by `off` (base pixels).
 bool _aim(const Search& search, Place first, Place off, int32_t level, PatchTask* task)
@@ -122,8 +123,8 @@ bool _aim(const Search& search, Place first, Place off, int32_t level, PatchTask
     const Place at = search.first_frames[level].at_level(first);
     task->first_plane = &search.first.plane(level);
     task->second_plane = &search.second.plane(level);
-    task->first_x = _nearest(at.x);
-    task->first_y = _nearest(at.y);
+    task->first_x = _whole(at.x);
+    task->first_y = _whole(at.y);
     const Place whole = search.first_frames[level].from_level(task->first_x, task->first_y);
     Place second = {};
     if (!place_in_second(search.lenses, whole, &second) ||
@@ -202,7 +203,7 @@ int32_t match_patches(const Sight& first, const Sight& second, const LensPair& l
     const int32_t side = _cell_side(search);
     int32_t found = 0;
     for (int32_t row = 0; row < first.corners.rows; row += side) {
-        if (cancel.is_asked())
+        if (cancel.asked())
             return kPanoCancelled;
         for (int32_t column = 0; column < first.corners.columns && found < kMaxMatches; column += side) {
             Place place = {};

@@ -1,6 +1,6 @@
 #include "refined/residual.h"
 
-#include "refined/trigonometry.h"
+#include "refined/angles.h"
 
 namespace ozr::refined
 {

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "refined/trigonometry.h"
+#include "refined/angles.h"
 
 namespace ozr::refined
 {

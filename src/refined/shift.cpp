@@ -6,12 +6,18 @@
 
 #include "image/pano_result.h"
 #include "refined/correlation.h"
+#include "refined/elementary.h"
 
 namespace ozr::refined
 {
 
 namespace
 {
+
+int32_t _whole(double x)
+{
+    return static_cast<int32_t>(nearest(x));
+}
 
 // Local maxima that are followed to the fine size, and how far around twice their place.
 constexpr int32_t kFollowed = 6;
@@ -64,23 +70,18 @@ struct ValueMap {
     float* at(int32_t x, int32_t y) const { return values.get() + int64_t{y + 1} * (columns + 2) + x + 1; }
 };
 
-int32_t _nearest(double x)
-{
-    return static_cast<int32_t>(x < 0.0 ? x - 0.5 : x + 0.5);
-}
-
 int32_t _fill(const Unrolled& a, const Unrolled& b, const ShiftRange& range, const Cancel& cancel,
               ValueMap* map)
 {
-    map->left = _nearest(range.left * a.width);
-    map->up = _nearest(range.up * a.height);
-    map->columns = _nearest(range.right * a.width) - map->left + 1;
-    map->rows = _nearest(range.down * a.height) - map->up + 1;
+    map->left = _whole(range.left * a.width);
+    map->up = _whole(range.up * a.height);
+    map->columns = _whole(range.right * a.width) - map->left + 1;
+    map->rows = _whole(range.down * a.height) - map->up + 1;
     map->values = ozr_make_buffer<float>(int64_t{map->columns + 2} * (map->rows + 2));
     if (!map->values)
         return kPanoNoMemory;
     for (int32_t y = 0; y < map->rows; ++y) {
-        if (cancel.is_asked())
+        if (cancel.asked())
             return kPanoCancelled;
         for (int32_t x = 0; x < map->columns; ++x)
             *map->at(x, y) = static_cast<float>(_value(a, b, map->left + x, map->up + y));
@@ -153,7 +154,7 @@ int32_t find_shifts(const UnrolledPair& first, const UnrolledPair& second, const
     }
     int32_t found = 0;
     for (int32_t i = 0; i < maxima; ++i) {
-        if (cancel.is_asked())
+        if (cancel.asked())
             return kPanoCancelled;
         const Shift fine = _follow(first, second, followed[i]);
         // Neighbouring maxima often lead to one place, which is not to be tried twice.

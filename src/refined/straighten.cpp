@@ -1,7 +1,7 @@
 #include "refined/straighten.h"
 
 #include "base/limits.h"
-#include "refined/trigonometry.h"
+#include "refined/angles.h"
 
 namespace ozr::refined
 {
@@ -39,7 +39,7 @@ Vector _axis(const Rotation* rotations, const bool* used, int32_t count)
 
 double _heading(const Rotation& rotation)
 {
-    return arc_tangent(rotation.m[2], rotation.m[8]);
+    return arctangent(rotation.m[2], rotation.m[8]);
 }
 
 }  // namespace

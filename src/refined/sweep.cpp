@@ -5,7 +5,7 @@
 
 #include "image/pano_result.h"
 #include "refined/draw.h"
-#include "refined/trigonometry.h"
+#include "refined/angles.h"
 
 namespace ozr::refined
 {
@@ -44,8 +44,8 @@ struct Angles {
 // R = turn about y by `along`, about x by `across`, about z by `roll`, the last one first.
 Angles _angles(const double* m)
 {
-    return {arc_tangent(m[2], m[8]), arc_tangent(m[5], std::sqrt(m[2] * m[2] + m[8] * m[8])),
-            arc_tangent(m[3], m[4])};
+    return {arctangent(m[2], m[8]), arctangent(m[5], std::sqrt(m[2] * m[2] + m[8] * m[8])),
+            arctangent(m[3], m[4])};
 }
 
 }  // namespace
@@ -134,7 +134,7 @@ int32_t Sweep::add(const PanoImg& picture, const PictureHint& hint, const Cancel
 {
     if (pictures_ >= kMaxPictures)
         return kPanoTooManyPictures;
-    if (cancel.is_asked())
+    if (cancel.asked())
         return kPanoCancelled;
     // As long as nothing is joined, the caller's word on the direction counts.
     if (!has_good_pair() && hint.direction != kDirectionUndecided &&

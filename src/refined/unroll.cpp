@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "image/pano_result.h"
-#include "refined/trigonometry.h"
+#include "refined/angles.h"
 
 namespace ozr::refined
 {

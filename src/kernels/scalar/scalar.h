@@ -66,4 +66,8 @@ WarpRow warp_row_scalar;
 LineGrayRow line_gray_row_scalar;
 CensusRun census_run_scalar;
 
+// Drawing
+DrawLumaRow draw_luma_row_scalar;
+DrawChromaRow draw_chroma_row_scalar;
+
 #endif

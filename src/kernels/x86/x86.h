@@ -49,4 +49,8 @@ MirrorPairsRow mirror_pairs_row_ssse3, mirror_pairs_row_avx2;
 MirrorQuadsRow mirror_quads_row_ssse3, mirror_quads_row_avx2;
 CensusRun census_run_sse2;
 
+// Drawing
+DrawLumaRow draw_luma_row_ssse3, draw_luma_row_avx2;
+DrawChromaRow draw_chroma_row_ssse3, draw_chroma_row_avx2;
+
 #endif

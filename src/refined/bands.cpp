@@ -1,0 +1,355 @@
+// The small copies are blended by their Laplacian pyramids (Burt and Adelson), each level with masks as soft as the level
+// is coarse. What the blend differs by from a picture's own copy is that picture's correction.
+#include "refined/bands.h"
+
+#include <algorithm>
+
+namespace ozr::refined
+{
+
+namespace
+{
+
+constexpr int32_t kMaxLevels = 6;
+constexpr int32_t kLeastLevelSide = 4;  // of the coarsest level of one picture
+constexpr int32_t kMaskOne = 1 << 14;
+
+// Numbers on a lattice; level l has every 2^l-th point of level 0, from the same first one.
+struct Grid {
+    OzrBuffer<int16_t> at;
+    int32_t width, height;
+    int16_t* row(int32_t y) const { return at.get() + int64_t{y} * width; }
+};
+
+bool _make_grid(int32_t width, int32_t height, Grid* grid)
+{
+    grid->at = ozr_make_unfilled_buffer<int16_t>(int64_t{width} * height);
+    grid->width = width;
+    grid->height = height;
+    return grid->at != nullptr;
+}
+
+int32_t _limited(int32_t value, int32_t most)
+{
+    return std::min(std::max(value, 0), most);
+}
+
+// Every second point of every second row, from five each way: 1 4 6 4 1. `line` has room for a row of the source.
+void _reduce(const Grid& src, const Grid& dst, int32_t* line)
+{
+    for (int32_t y = 0; y < dst.height; ++y) {
+        const int16_t* rows[5];
+        for (int32_t i = 0; i < 5; ++i)
+            rows[i] = src.row(_limited(2 * y + i - 2, src.height - 1));
+        for (int32_t x = 0; x < src.width; ++x)
+            line[x] = rows[0][x] + rows[4][x] + 4 * (rows[1][x] + rows[3][x]) + 6 * rows[2][x];
+        int16_t* out = dst.row(y);
+        for (int32_t x = 0; x < dst.width; ++x) {
+            const auto tap = [&](int32_t i) { return line[_limited(2 * x + i, src.width - 1)]; };
+            out[x] =
+                static_cast<int16_t>((tap(-2) + tap(2) + 4 * (tap(-1) + tap(1)) + 6 * tap(0) + 128) >> 8);
+        }
+    }
+}
+
+// A row of the finer lattice from the coarser one, in 64ths: between two points 4 4, on a point 1 6 1. `line` has room
+// for a row of the coarser one.
+void _expand_row(const Grid& coarse, int32_t y, int32_t* out, int32_t width, int32_t* line)
+{
+    const int32_t last = coarse.height - 1, middle = y / 2;
+    const int16_t* here = coarse.row(std::min(middle, last));
+    const int16_t* next = coarse.row(std::min(middle + 1, last));
+    const int16_t* before = coarse.row(std::max(std::min(middle, last + 1) - 1, 0));
+    for (int32_t x = 0; x < coarse.width; ++x)
+        line[x] = y % 2 != 0 ? 4 * (here[x] + next[x]) : before[x] + 6 * here[x] + next[x];
+    for (int32_t x = 0; x < width; ++x) {
+        const auto tap = [&](int32_t i) { return line[_limited(x / 2 + i, coarse.width - 1)]; };
+        out[x] = x % 2 != 0 ? 4 * (tap(0) + tap(1)) : tap(-1) + 6 * tap(0) + tap(1);
+    }
+}
+
+int32_t _expanded(int32_t in_64ths)
+{
+    return (in_64ths + 32) >> 6;
+}
+
+struct Pyramid {
+    Grid level[kMaxLevels];
+};
+
+// What the pictures add up to.
+struct Sums {
+    OzrBuffer<int32_t> sum[kChannels][kMaxLevels];
+    OzrBuffer<int32_t> weight[kMaxLevels];
+    int32_t width[kMaxLevels], height[kMaxLevels];
+    int32_t levels;
+};
+
+// Everything that the steps share.
+struct Blend {
+    const Layers& layers;
+    const Seams& seams;
+    const Crop& crop;
+    int32_t base_bits;  // of level 0 against the lattice
+    Sums sums;
+    OzrBuffer<int32_t> line[2];
+};
+
+PanoResult _make_sums(Blend* blend)
+{
+    Sums& sums = blend->sums;
+    int32_t width = ((blend->crop.right - blend->crop.left) >> blend->base_bits) + 2;
+    int32_t height = ((blend->crop.bottom - blend->crop.top) >> blend->base_bits) + 2;
+    for (int32_t l = 0; l < sums.levels; ++l) {
+        const int64_t points = int64_t{width} * height;
+        sums.width[l] = width;
+        sums.height[l] = height;
+        sums.weight[l] = ozr_make_buffer<int32_t>(points);
+        if (!sums.weight[l])
+            return kPanoNoMemory;
+        for (auto& channel : sums.sum) {
+            channel[l] = ozr_make_buffer<int32_t>(points);
+            if (!channel[l])
+                return kPanoNoMemory;
+        }
+        width = (width + 1) / 2;
+        height = (height + 1) / 2;
+    }
+    // Rows of the lattice are twice as long as those of level 0, and layers may reach beyond the panorama.
+    const int64_t longest = int64_t{blend->layers.frame.columns} + 4 * (2 << kMaxLevels);
+    for (OzrBuffer<int32_t>& line : blend->line) {
+        line = ozr_make_unfilled_buffer<int32_t>(longest);
+        if (!line)
+            return kPanoNoMemory;
+    }
+    return kPanoSuccess;
+}
+
+// Levels above 0; level 0 is there.
+PanoResult _build(const Blend& blend, Pyramid* pyramid)
+{
+    for (int32_t l = 1; l < blend.sums.levels; ++l) {
+        const Grid& finer = pyramid->level[l - 1];
+        if (!_make_grid((finer.width + 1) / 2, (finer.height + 1) / 2, &pyramid->level[l]))
+            return kPanoNoMemory;
+        _reduce(finer, pyramid->level[l], blend.line[0].get());
+    }
+    return kPanoSuccess;
+}
+
+// Which points of level 0 a picture contributes to.
+struct Part {
+    int32_t picture;
+    int32_t first, columns, rows;
+};
+
+Part _part(const Blend& blend, int32_t picture)
+{
+    const Layer& layer = blend.layers.at[picture];
+    const int32_t unit = 1 << (blend.sums.levels - 1);
+    const int32_t left = std::max(layer.first - blend.crop.left, 0) >> blend.base_bits;
+    const int32_t right = (layer.first + layer.columns - blend.crop.left) >> blend.base_bits;
+    const int32_t first = std::min(left, blend.sums.width[0] - 1) / unit * unit;
+    return {picture, first, std::max(std::min(right + 1, blend.sums.width[0]) - first, 1),
+            blend.sums.height[0]};
+}
+
+// A grid at the lattice's own density, as level 0 is reduced from; `value` makes its numbers of columns and rows of the
+// frame, limited to the frame.
+template <class Value>
+PanoResult _make_base(const Blend& blend, const Part& part, int32_t bits, Value value, Grid* base)
+{
+    Grid fine;
+    if (!_make_grid(part.columns << bits, part.rows << bits, &fine))
+        return kPanoNoMemory;
+    const int32_t skip = blend.base_bits - bits;  // the numbers may be there at every 2^skip-th point only
+    for (int32_t y = 0; y < fine.height; ++y) {
+        const int32_t row = std::min(blend.crop.top + (y << skip), blend.layers.frame.rows - 1);
+        int16_t* out = fine.row(y);
+        for (int32_t x = 0; x < fine.width; ++x) {
+            const int32_t column = blend.crop.left + (((part.first << bits) + x) << skip);
+            out[x] = value(column, row);
+        }
+    }
+    for (int32_t i = 0; i < bits; ++i) {
+        Grid half;
+        if (!_make_grid(fine.width / 2, fine.height / 2, &half))
+            return kPanoNoMemory;
+        _reduce(fine, half, blend.line[0].get());
+        fine = std::move(half);
+    }
+    *base = std::move(fine);
+    return kPanoSuccess;
+}
+
+PanoResult _make_mask(const Blend& blend, const Part& part, Grid* base)
+{
+    const int32_t all = blend.layers.frame.columns;
+    return _make_base(
+        blend, part, blend.base_bits,
+        [&](int32_t column, int32_t row) {
+            // Beyond the frame its last column counts on.
+            const int32_t x = std::min(column, all - 1);
+            const bool own =
+                x >= blend.seams.begin(part.picture, row) && x < blend.seams.end(part.picture, row, all);
+            return static_cast<int16_t>(own ? kMaskOne : 0);
+        },
+        base);
+}
+
+PanoResult _make_channel(const Blend& blend, const Part& part, int32_t channel, Grid* base)
+{
+    const Layer& layer = blend.layers.at[part.picture];
+    const auto inside = [&](int32_t column) { return _limited(column - layer.first, layer.columns - 1); };
+    if (channel == 0)
+        return _make_base(
+            blend, part, blend.base_bits,
+            [&](int32_t column, int32_t row) {
+                return static_cast<int16_t>(layer.luma_row(row)[inside(column)] << kDrawShiftBits);
+            },
+            base);
+    return _make_base(
+        blend, part, blend.base_bits - 1,
+        [&](int32_t column, int32_t row) {
+            const uint8_t* pair = layer.chroma_row(row / 2) + (inside(column) & ~1);
+            return static_cast<int16_t>(pair[channel - 1] << kDrawShiftBits);
+        },
+        base);
+}
+
+// Adds the details of each level, weighted, to what is there.
+void _add(const Blend& blend, const Part& part, const Pyramid& mask, const Pyramid& picture, int32_t channel)
+{
+    const Sums& sums = blend.sums;
+    int32_t* slow = blend.line[1].get();
+    for (int32_t l = 0; l < sums.levels; ++l) {
+        const Grid &values = picture.level[l], &weights = mask.level[l];
+        const bool coarsest = l + 1 == sums.levels;
+        const int32_t first = part.first >> l, width = std::min(values.width, sums.width[l] - first);
+        for (int32_t y = 0; y < std::min(values.height, sums.height[l]); ++y) {
+            if (!coarsest)
+                _expand_row(picture.level[l + 1], y, slow, values.width, blend.line[0].get());
+            int32_t* sum = sums.sum[channel][l].get() + int64_t{y} * sums.width[l] + first;
+            int32_t* weight = sums.weight[l].get() + int64_t{y} * sums.width[l] + first;
+            for (int32_t x = 0; x < width; ++x) {
+                sum[x] += (values.row(y)[x] - (coarsest ? 0 : _expanded(slow[x]))) * weights.row(y)[x];
+                weight[x] += channel == 0 ? weights.row(y)[x] : 0;
+            }
+        }
+    }
+}
+
+PanoResult _add_picture(const Blend& blend, int32_t picture, Correction* correction)
+{
+    const Part part = _part(blend, picture);
+    Pyramid mask;
+    PANO_FORWARD(_make_mask(blend, part, &mask.level[0]));
+    PANO_FORWARD(_build(blend, &mask));
+    correction->first = part.first;
+    correction->columns = part.columns;
+    correction->rows = part.rows;
+    for (int32_t channel = 0; channel < kChannels; ++channel) {
+        Pyramid values;
+        PANO_FORWARD(_make_channel(blend, part, channel, &values.level[0]));
+        PANO_FORWARD(_build(blend, &values));
+        _add(blend, part, mask, values, channel);
+        correction->shift[channel] = std::move(values.level[0].at);
+    }
+    return kPanoSuccess;
+}
+
+// The blended numbers of level 0, from the coarsest level down.
+PanoResult _collapse(const Blend& blend, int32_t channel, Grid* blended)
+{
+    const Sums& sums = blend.sums;
+    int32_t* slow = blend.line[1].get();
+    Grid coarse = {};
+    for (int32_t l = sums.levels - 1; l >= 0; --l) {
+        Grid grid;
+        if (!_make_grid(sums.width[l], sums.height[l], &grid))
+            return kPanoNoMemory;
+        std::fill_n(slow, grid.width, 0);
+        for (int32_t y = 0; y < grid.height; ++y) {
+            if (coarse.at)
+                _expand_row(coarse, y, slow, grid.width, blend.line[0].get());
+            const int32_t* sum = sums.sum[channel][l].get() + int64_t{y} * grid.width;
+            const int32_t* weight = sums.weight[l].get() + int64_t{y} * grid.width;
+            for (int32_t x = 0; x < grid.width; ++x)
+                grid.row(y)[x] = static_cast<int16_t>(_expanded(slow[x]) + sum[x] / std::max(weight[x], 1));
+        }
+        coarse = std::move(grid);
+    }
+    *blended = std::move(coarse);
+    return kPanoSuccess;
+}
+
+// Shifts instead of a picture's own numbers.
+void _subtract(const Grid& blended, int32_t channel, Correction* correction)
+{
+    int16_t* shift = correction->shift[channel].get();
+    for (int32_t y = 0; y < correction->rows; ++y) {
+        for (int32_t x = 0; x < correction->columns; ++x, ++shift) {
+            const int32_t difference = blended.row(y)[correction->first + x] - *shift;
+            *shift = static_cast<int16_t>(std::min(std::max(difference, -kDrawMaxShift), kDrawMaxShift));
+        }
+    }
+}
+
+// So many that the coarsest level of one picture still has a few points each way.
+int32_t _count_levels(const Layers& layers, int32_t base_bits)
+{
+    const OzrDrawPlane& small = layers.at[0].small_luma;
+    const int32_t side = std::min(small.width, small.height) >> base_bits;
+    int32_t levels = 1;
+    while (levels < kMaxLevels && side >> levels >= kLeastLevelSide)
+        ++levels;
+    return levels;
+}
+
+}  // namespace
+
+PanoResult find_corrections(const Cancel& cancel, const Layers& layers, const Seams& seams, const Crop& crop,
+                            Corrections* corrections)
+{
+    const int32_t base_bits = 1;  // finer waves are the feather's
+    Blend blend = {layers, seams, crop, base_bits, {}, {}};
+    blend.sums.levels = _count_levels(layers, base_bits);
+    corrections->step_bits = layers.frame.step_bits + base_bits;
+    PANO_FORWARD(_make_sums(&blend));
+    for (int32_t i = 0; i < layers.count; ++i) {
+        PANO_FORWARD(_add_picture(blend, i, &corrections->at[i]));
+        if (cancel.asked())
+            return kPanoCancelled;
+    }
+    for (int32_t channel = 0; channel < kChannels; ++channel) {
+        Grid blended;
+        PANO_FORWARD(_collapse(blend, channel, &blended));
+        for (int32_t i = 0; i < layers.count; ++i)
+            _subtract(blended, channel, &corrections->at[i]);
+        if (cancel.asked())
+            return kPanoCancelled;
+    }
+    return kPanoSuccess;
+}
+
+void shifts_of_row(int16_t* dst, const Corrections& corrections, int32_t picture, int32_t channel,
+                   int32_t row, int32_t first, int32_t end)
+{
+    const Correction& correction = corrections.at[picture];
+    const int32_t bits = corrections.step_bits, step = 1 << bits, part = row & (step - 1);
+    const int32_t above = std::min(row >> bits, correction.rows - 1);
+    const int32_t below = std::min(above + 1, correction.rows - 1);
+    const int16_t* top = correction.shift[channel].get() + int64_t{above} * correction.columns;
+    const int16_t* bottom = correction.shift[channel].get() + int64_t{below} * correction.columns;
+    const auto at = [&](int32_t column) {
+        const int32_t x = _limited(column - correction.first, correction.columns - 1);
+        return top[x] * (step - part) + bottom[x] * part;
+    };
+    for (int32_t node = first; node < end; ++node) {
+        const int32_t x = node * kDrawBlock, across = x & (step - 1);
+        const int64_t sum = int64_t{at(x >> bits)} * (step - across) + int64_t{at((x >> bits) + 1)} * across;
+        dst[node] = static_cast<int16_t>((sum + (int64_t{1} << (2 * bits - 1))) >> (2 * bits));
+    }
+}
+
+}  // namespace ozr::refined
