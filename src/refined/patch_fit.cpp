@@ -31,7 +31,6 @@ constexpr int32_t kFitPixels = kFitSide * kFitSide;
 // Steps of a fit; most end after three or four.
 constexpr int32_t kFitSteps = 6;
 constexpr double kFitDone = 0.01;        // pixels
-constexpr double kFitDrift = 2.5;        // pixels from where it started
 constexpr double kLeastContrast = 0.25;  // of the second patch against the first
 
 bool _holds(const GrayView& plane, int32_t x, int32_t y, int32_t half)
@@ -254,7 +253,7 @@ double search_patch(PatchTask* task, int32_t reach)
     return best;
 }
 
-double fit_patch(PatchTask* task)
+double fit_patch(PatchTask* task, double drift)
 {
     // The gradients reach one pixel further than the patch.
     if (!_holds(*task->first_plane, task->first_x, task->first_y, kFitHalf + 1))
@@ -276,7 +275,7 @@ double fit_patch(PatchTask* task)
         _move(task, -state.right, -state.down);
         const double drift_x = task->second_x - start_x;
         const double drift_y = task->second_y - start_y;
-        if (!(drift_x * drift_x + drift_y * drift_y <= kFitDrift * kFitDrift))
+        if (!(drift_x * drift_x + drift_y * drift_y <= drift * drift))
             return -1.0;
         if (state.right * state.right + state.down * state.down <= kFitDone * kFitDone)
             break;

@@ -31,9 +31,9 @@ struct PatchTask {
 constexpr int32_t kMaxReach = 4;
 double search_patch(PatchTask* task, int32_t reach);
 
-// Moves task->second to the best fit and returns the correlation there; -1 where the fit leaves the picture, drifts off
-// or has nothing to hold on to.
-double fit_patch(PatchTask* task);
+// Moves task->second to the best fit and returns the correlation there; -1 where the fit leaves the picture, drifts off by
+// more than `drift` pixels, or has nothing to hold on to.
+double fit_patch(PatchTask* task, double drift);
 
 }  // namespace ozr::refined
 

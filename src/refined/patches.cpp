@@ -32,6 +32,14 @@ constexpr double kLeastCorrelation[kSearchLevels + 1] = {0.70, 0.50, 0.40};
 constexpr int32_t kReach[kSearchLevels + 1] = {2, 2, 4};
 constexpr int32_t kReachBase = 3;  // where only the base is searched
 
+// Matches are measured at the base, then once more one level below it, where there is one.
+constexpr int32_t kFinest = -1;
+constexpr int32_t kLevels = kSearchLevels + 1 - kFinest;
+
+// A fit may drift so far from where it starts, in pixels of its level: further off lies something else.
+constexpr double kBaseDrift = 2.5;
+constexpr double kFinestDrift = 1.5;
+
 // The shape of a patch is taken from the map at places so many base pixels off.
 constexpr double kShapeStep = 8.0;
 
@@ -52,7 +60,8 @@ LevelFrame _frame(const Sight& sight, int32_t above_base)
 {
     const GrayView& full = sight.pyramid.levels[0];
     const double scale = 2.0 * sight.base_scale();
-    return {1.0 / static_cast<double>(1 << above_base), full.width / scale, full.height / scale};
+    const double to_level = above_base < 0 ? 1 << -above_base : 1.0 / static_cast<double>(1 << above_base);
+    return {to_level, full.width / scale, full.height / scale};
 }
 
 bool _shows(const Sight& second, Place place)
@@ -83,16 +92,20 @@ struct Search {
     const Sight& first;
     const Sight& second;
     const LensPair& lenses;
-    LevelFrame first_frames[kSearchLevels + 1];
-    LevelFrame second_frames[kSearchLevels + 1];
+    LevelFrame first_frames[kLevels];
+    LevelFrame second_frames[kLevels];
 
     Search(const Sight& a, const Sight& b, const LensPair& l) : first(a), second(b), lenses(l)
     {
-        for (int32_t i = 0; i <= kSearchLevels; ++i) {
-            first_frames[i] = _frame(a, i);
-            second_frames[i] = _frame(b, i);
+        for (int32_t i = 0; i < kLevels; ++i) {
+            first_frames[i] = _frame(a, i + kFinest);
+            second_frames[i] = _frame(b, i + kFinest);
         }
     }
+
+    // Levels above the base; -1 is below it.
+    const LevelFrame& first_frame(int32_t level) const { return first_frames[level - kFinest]; }
+    const LevelFrame& second_frame(int32_t level) const { return second_frames[level - kFinest]; }
 };
 
 // The middle of a corner window, from the middle of the picture.
@@ -100,7 +113,7 @@ Place _window_place(const Search& search, int32_t column, int32_t row)
 {
     const double x = 1 + column * kCornerStep + 0.5 * (kCornerWindow - 1);
     const double y = 1 + row * kCornerStep + 0.5 * (kCornerWindow - 1);
-    return search.first_frames[1].from_level(x, y);
+    return search.first_frame(1).from_level(x, y);
 }
 
 // How the map turns and stretches the surroundings of a place. False at the edge of what can be seen.
@@ -120,17 +133,17 @@ bool _shape_at(const LensPair& lenses, Place first, Place second, PatchShape* sh
 // which the levels above have moved by `off` (base pixels).
 bool _aim(const Search& search, Place first, Place off, int32_t level, PatchTask* task)
 {
-    const Place at = search.first_frames[level].at_level(first);
+    const Place at = search.first_frame(level).at_level(first);
     task->first_plane = &search.first.plane(level);
     task->second_plane = &search.second.plane(level);
     task->first_x = _whole(at.x);
     task->first_y = _whole(at.y);
-    const Place whole = search.first_frames[level].from_level(task->first_x, task->first_y);
+    const Place whole = search.first_frame(level).from_level(task->first_x, task->first_y);
     Place second = {};
     if (!place_in_second(search.lenses, whole, &second) ||
         !_shape_at(search.lenses, whole, second, &task->shape))
         return false;
-    const Place expected = search.second_frames[level].at_level({second.x + off.x, second.y + off.y});
+    const Place expected = search.second_frame(level).at_level({second.x + off.x, second.y + off.y});
     task->second_x = expected.x;
     task->second_y = expected.y;
     return true;
@@ -139,11 +152,22 @@ bool _aim(const Search& search, Place first, Place off, int32_t level, PatchTask
 // How far the task has moved from where the map alone sees it, in base pixels.
 Place _off(const Search& search, int32_t level, const PatchTask& task)
 {
-    const Place whole = search.first_frames[level].from_level(task.first_x, task.first_y);
+    const Place whole = search.first_frame(level).from_level(task.first_x, task.first_y);
     Place foretold = {};
     place_in_second(search.lenses, whole, &foretold);
-    const Place found = search.second_frames[level].from_level(task.second_x, task.second_y);
+    const Place found = search.second_frame(level).from_level(task.second_x, task.second_y);
     return {found.x - foretold.x, found.y - foretold.y};
+}
+
+// Replaces a match by a finer one near it, where the pictures are sharp enough for that.
+void _sharpen(const Search& search, Place off, Match* match)
+{
+    PatchTask task = {};
+    if (search.first.base + kFinest < 0 || !_aim(search, match->first, off, kFinest, &task) ||
+        fit_patch(&task, kFinestDrift) < kLeastCorrelation[0])
+        return;
+    match->first = search.first_frame(kFinest).from_level(task.first_x, task.first_y);
+    match->second = search.second_frame(kFinest).from_level(task.second_x, task.second_y);
 }
 
 bool _match(const Search& search, Place first, PatchSearch kind, Match* match)
@@ -158,10 +182,11 @@ bool _match(const Search& search, Place first, PatchSearch kind, Match* match)
             return false;
         off = _off(search, level, task);
     }
-    if (!_aim(search, first, off, 0, &task) || fit_patch(&task) < kLeastCorrelation[0])
+    if (!_aim(search, first, off, 0, &task) || fit_patch(&task, kBaseDrift) < kLeastCorrelation[0])
         return false;
-    match->first = search.first_frames[0].from_level(task.first_x, task.first_y);
-    match->second = search.second_frames[0].from_level(task.second_x, task.second_y);
+    match->first = search.first_frame(0).from_level(task.first_x, task.first_y);
+    match->second = search.second_frame(0).from_level(task.second_x, task.second_y);
+    _sharpen(search, _off(search, 0, task), match);
     return true;
 }
 
