@@ -7,9 +7,9 @@
 #include <cmath>
 
 #include "image/pano_result.h"
+#include "refined/angles.h"
 #include "refined/normal_equations.h"
 #include "refined/residual.h"
-#include "refined/angles.h"
 #include "support/buffer.h"
 
 namespace ozr::refined
@@ -23,9 +23,12 @@ struct Stage {
     double width;
     int32_t steps;
 };
-constexpr Stage kStages[] = {{16.0, 4}, {8.0, 3}, {4.0, 3}, {2.0, 3}, {1.5, 3}, {1.0, 6}};
-constexpr Stage kFurtherStages[] = {{4.0, 3}, {2.0, 3}, {1.0, 6}};
-constexpr Stage kPairStages[] = {{16.0, 4}, {4.0, 3}, {2.0, 3}};
+constexpr Stage kPlainStages[] = {{16.0, 12}, {8.0, 8}, {4.0, 6}, {2.0, 8}};
+constexpr Stage kFreeStages[] = {{4.0, 6}, {2.0, 6}, {1.0, 10}};
+
+// A last, narrow one where most matches are that close: what is a little off then is wrong rather than rolled or shaken.
+constexpr Stage kLastStage = {0.5, 4};
+constexpr double kSharpResidual = 0.2;  // base pixels, root mean square
 
 // What is known of lenses without looking: deviations that two thirds of all stay within, against matches that are good
 // to kMatchNoise. A pair alone is told to have a plain lens.
@@ -205,12 +208,13 @@ struct Workspace {
     NormalEquations scratch;
 };
 
-// Descends at one width of the weights.
+// Descends at one width of the weights; `reached_cost` is where it ends.
 int32_t _descend(const Problem& problem, const Stage& stage, const Cancel& cancel, Workspace* work,
-                 Lenses* lenses)
+                 Lenses* lenses, double* reached_cost)
 {
     double damping = kFirstDamping;
-    double cost = _set_up(problem, *lenses, stage.width, &work->here);
+    double& cost = *reached_cost;
+    cost = _set_up(problem, *lenses, stage.width, &work->here);
     for (int32_t i = 0; i < stage.steps && damping < kLastDamping; ++i) {
         if (cancel.asked())
             return kPanoCancelled;
@@ -238,17 +242,28 @@ int32_t _descend(const Problem& problem, const Stage& stage, const Cancel& cance
 
 template <size_t kCount>
 int32_t _descend_all(const Problem& problem, const Stage (&stages)[kCount], const Cancel& cancel,
-                     Workspace* work, Lenses* lenses)
+                     Workspace* work, Lenses* lenses, double* cost)
 {
     for (const Stage& stage : stages)
-        PANO_FORWARD(_descend(problem, stage, cancel, work, lenses));
+        PANO_FORWARD(_descend(problem, stage, cancel, work, lenses, cost));
     return kPanoSuccess;
 }
 
-int32_t _descend_stages(const Problem& problem, const Cancel& cancel, Workspace* work, Lenses* lenses)
+double _mean_residual(const Problem& problem, const Lenses& lenses)
 {
-    return problem.freedom == kLensOfPair ? _descend_all(problem, kPairStages, cancel, work, lenses)
-                                          : _descend_all(problem, kStages, cancel, work, lenses);
+    double sum = 0.0;
+    for (int32_t i = 0; i < problem.count; ++i)
+        sum += agreement_of(problem.links[i], lenses).residual;
+    return sum / problem.count;
+}
+
+int32_t _descend_free(const Problem& problem, const Cancel& cancel, Workspace* work, Lenses* lenses)
+{
+    double cost = 0.0;
+    PANO_FORWARD(_descend_all(problem, kFreeStages, cancel, work, lenses, &cost));
+    if (_mean_residual(problem, *lenses) >= kSharpResidual)
+        return kPanoSuccess;
+    return _descend(problem, kLastStage, cancel, work, lenses, &cost);
 }
 
 // Cameras as the guesses have them, from link to link.
@@ -329,34 +344,36 @@ Agreement agreement_of(const Link& link, const Lenses& lenses)
 int32_t adjust(const Link* links, int32_t count, int32_t pictures, double assumed_focal, LensFreedom freedom,
                const Cancel& cancel, Lenses* lenses)
 {
-    const Problem problem = {links, count, pictures, assumed_focal, freedom};
+    // A bent lens and another focal length explain much the same: the plain lens comes first.
+    const Problem plain = {links, count, pictures, assumed_focal, kLensOfPair};
     auto work = ozr_make_unfilled_buffer<Workspace>(1);
     if (!work)
         return kPanoNoMemory;
     double best = -1.0;
     for (const double factor : kFocalTries) {
         Lenses tried;
-        _start(problem, factor * assumed_focal, &tried);
-        PANO_FORWARD(_descend_stages(problem, cancel, work.get(), &tried));
-        const double share = _near_share(problem, tried);
-        if (share > best) {
-            best = share;
+        double cost = 0.0;
+        _start(plain, factor * assumed_focal, &tried);
+        PANO_FORWARD(_descend_all(plain, kPlainStages, cancel, work.get(), &tried, &cost));
+        if (best < 0.0 || cost < best) {
+            best = cost;
             *lenses = tried;
         }
-        if (share >= kFittingShare)
+        if (_near_share(plain, tried) >= kFittingShare)
             break;
     }
-    return kPanoSuccess;
+    return freedom == kLensOfPair
+               ? static_cast<int32_t>(kPanoSuccess)
+               : _descend_free({links, count, pictures, assumed_focal, freedom}, cancel, work.get(), lenses);
 }
 
 int32_t adjust_further(const Link* links, int32_t count, int32_t pictures, double assumed_focal,
                        LensFreedom freedom, const Cancel& cancel, Lenses* lenses)
 {
-    const Problem problem = {links, count, pictures, assumed_focal, freedom};
     auto work = ozr_make_unfilled_buffer<Workspace>(1);
     if (!work)
         return kPanoNoMemory;
-    return _descend_all(problem, kFurtherStages, cancel, work.get(), lenses);
+    return _descend_free({links, count, pictures, assumed_focal, freedom}, cancel, work.get(), lenses);
 }
 
 }  // namespace ozr::refined

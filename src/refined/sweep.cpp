@@ -35,6 +35,14 @@ int32_t _turn_sight(bool clockwise, Sight* sight)
     return look_at(sight);
 }
 
+// Whether the second picture lies above or below the first rather than beside it.
+bool _runs_across(const PairGuess& guess)
+{
+    const double along = guess.first.x - guess.second.x;
+    const double across = guess.first.y - guess.second.y;
+    return across * across > along * along;
+}
+
 struct Angles {
     double along;
     double across;
@@ -105,10 +113,14 @@ ShiftHint Sweep::shift_hint(const PictureHint& hint) const
 // The pair just matched is tried once more with everything turned; where that does not help, all is turned back.
 int32_t Sweep::match_turned(const PictureHint& hint, const Cancel& cancel)
 {
+    const PairMatch upright = pairs_[count_ - 1].match;
     PANO_FORWARD(turn_pictures());
     --count_;
     PANO_FORWARD(match(pictures_ - 2, pictures_ - 1, shift_hint(hint), cancel));
-    return has_good_pair() ? kPanoSuccess : turn_pictures();
+    if (has_good_pair())
+        return kPanoSuccess;
+    pairs_[count_ - 1].match = upright;
+    return turn_pictures();
 }
 
 int32_t Sweep::bridge(const Cancel& cancel)
@@ -124,8 +136,9 @@ int32_t Sweep::bridge(const Cancel& cancel)
 
 int32_t Sweep::match_newest(const PictureHint& hint, const Cancel& cancel)
 {
+    const bool is_open = !has_good_pair();
     PANO_FORWARD(match(pictures_ - 2, pictures_ - 1, shift_hint(hint), cancel));
-    if (!has_good_pair())
+    if (is_open && (!has_good_pair() || _runs_across(pairs_[count_ - 1].match.guess)))
         PANO_FORWARD(match_turned(hint, cancel));
     return pairs_[count_ - 1].match.is_good() ? kPanoSuccess : bridge(cancel);
 }
