@@ -373,6 +373,13 @@ int32_t adjust_further(const Link* links, int32_t count, int32_t pictures, doubl
     auto work = ozr_make_unfilled_buffer<Workspace>(1);
     if (!work)
         return kPanoNoMemory;
+    // Again from a plain lens: how much the last one was bent may be what misled the matches.
+    const Problem plain = {links, count, pictures, assumed_focal, kLensOfPair};
+    double cost = 0.0;
+    lenses->radial = 0.0;
+    for (double& zoom : lenses->zooms)
+        zoom = 0.0;
+    PANO_FORWARD(_descend_all(plain, kPlainStages, cancel, work.get(), lenses, &cost));
     return _descend_free({links, count, pictures, assumed_focal, freedom}, cancel, work.get(), lenses);
 }
 

@@ -23,6 +23,7 @@ int32_t _whole(double x)
 // Patches looked for over the overlap. Twice as many measure no better.
 constexpr int32_t kPatches = 90;
 constexpr int32_t kLeastCell = 3;  // corner windows to a side: a patch is no wider
+constexpr int32_t kFewMatches = 30;
 
 // The share of the first picture that shows in the second is counted on this many places to a side.
 constexpr int32_t kShareSide = 12;
@@ -219,6 +220,24 @@ int32_t _cell_side(const Search& search)
     return std::max(static_cast<int32_t>(std::sqrt(overlap / kPatches)), kLeastCell);
 }
 
+// kPanoCancelled.
+int32_t _match_cells(const Search& search, int32_t side, PatchSearch kind, const Cancel& cancel,
+                     Match matches[kMaxMatches])
+{
+    const Corners& corners = search.first.corners;
+    int32_t found = 0;
+    for (int32_t row = 0; row < corners.rows; row += side) {
+        if (cancel.asked())
+            return kPanoCancelled;
+        for (int32_t column = 0; column < corners.columns && found < kMaxMatches; column += side) {
+            Place place = {};
+            if (_best_place(search, column, row, side, &place) && _match(search, place, kind, &matches[found]))
+                ++found;
+        }
+    }
+    return found;
+}
+
 }  // namespace
 
 int32_t match_patches(const Sight& first, const Sight& second, const LensPair& lenses, PatchSearch kind,
@@ -226,17 +245,10 @@ int32_t match_patches(const Sight& first, const Sight& second, const LensPair& l
 {
     const Search search(first, second, lenses);
     const int32_t side = _cell_side(search);
-    int32_t found = 0;
-    for (int32_t row = 0; row < first.corners.rows; row += side) {
-        if (cancel.asked())
-            return kPanoCancelled;
-        for (int32_t column = 0; column < first.corners.columns && found < kMaxMatches; column += side) {
-            Place place = {};
-            if (_best_place(search, column, row, side, &place) &&
-                _match(search, place, kind, &matches[found]))
-                ++found;
-        }
-    }
+    int32_t found = _match_cells(search, side, kind, cancel, matches);
+    // Where little of the overlap has texture, it is looked at more closely.
+    if (found >= 0 && found < kFewMatches)
+        found = _match_cells(search, std::max(side / 2, 1), kind, cancel, matches);
     return found;
 }
 
