@@ -16,14 +16,14 @@ constexpr int32_t kMaskOne = 1 << 14;
 
 // Numbers on a lattice; level l has every 2^l-th point of level 0, from the same first one.
 struct Grid {
-    OzrBuffer<int16_t> at;
+    Buffer<int16_t> at;
     int32_t width, height;
     int16_t* row(int32_t y) const { return at.get() + int64_t{y} * width; }
 };
 
 bool _make_grid(int32_t width, int32_t height, Grid* grid)
 {
-    grid->at = ozr_make_unfilled_buffer<int16_t>(int64_t{width} * height);
+    grid->at = make_unfilled_buffer<int16_t>(int64_t{width} * height);
     grid->width = width;
     grid->height = height;
     return grid->at != nullptr;
@@ -79,8 +79,8 @@ struct Pyramid {
 
 // What the pictures add up to.
 struct Sums {
-    OzrBuffer<int32_t> sum[kChannels][kMaxLevels];
-    OzrBuffer<int32_t> weight[kMaxLevels];
+    Buffer<int32_t> sum[kChannels][kMaxLevels];
+    Buffer<int32_t> weight[kMaxLevels];
     int32_t width[kMaxLevels], height[kMaxLevels];
     int32_t levels;
 };
@@ -92,7 +92,7 @@ struct Blend {
     const Crop& crop;
     int32_t base_bits;  // of level 0 against the lattice
     Sums sums;
-    OzrBuffer<int32_t> line[2];
+    Buffer<int32_t> line[2];
 };
 
 PanoResult _make_sums(Blend* blend)
@@ -104,11 +104,11 @@ PanoResult _make_sums(Blend* blend)
         const int64_t points = int64_t{width} * height;
         sums.width[l] = width;
         sums.height[l] = height;
-        sums.weight[l] = ozr_make_buffer<int32_t>(points);
+        sums.weight[l] = make_buffer<int32_t>(points);
         if (!sums.weight[l])
             return kPanoNoMemory;
         for (auto& channel : sums.sum) {
-            channel[l] = ozr_make_buffer<int32_t>(points);
+            channel[l] = make_buffer<int32_t>(points);
             if (!channel[l])
                 return kPanoNoMemory;
         }
@@ -117,8 +117,8 @@ PanoResult _make_sums(Blend* blend)
     }
     // Rows of the lattice are twice as long as those of level 0, and layers may reach beyond the panorama.
     const int64_t longest = int64_t{blend->layers.frame.columns} + 4 * (2 << kMaxLevels);
-    for (OzrBuffer<int32_t>& line : blend->line) {
-        line = ozr_make_unfilled_buffer<int32_t>(longest);
+    for (Buffer<int32_t>& line : blend->line) {
+        line = make_unfilled_buffer<int32_t>(longest);
         if (!line)
             return kPanoNoMemory;
     }
@@ -205,14 +205,14 @@ PanoResult _make_channel(const Blend& blend, const Part& part, int32_t channel, 
         return _make_base(
             blend, part, blend.base_bits,
             [&](int32_t column, int32_t row) {
-                return static_cast<int16_t>(layer.luma_row(row)[inside(column)] << kDrawShiftBits);
+                return static_cast<int16_t>(layer.luma_row(row)[inside(column)] << kernels::kDrawShiftBits);
             },
             base);
     return _make_base(
         blend, part, blend.base_bits - 1,
         [&](int32_t column, int32_t row) {
             const uint8_t* pair = layer.chroma_row(row / 2) + (inside(column) & ~1);
-            return static_cast<int16_t>(pair[channel - 1] << kDrawShiftBits);
+            return static_cast<int16_t>(pair[channel - 1] << kernels::kDrawShiftBits);
         },
         base);
 }
@@ -290,7 +290,8 @@ void _subtract(const Grid& blended, int32_t channel, Correction* correction)
     for (int32_t y = 0; y < correction->rows; ++y) {
         for (int32_t x = 0; x < correction->columns; ++x, ++shift) {
             const int32_t difference = blended.row(y)[correction->first + x] - *shift;
-            *shift = static_cast<int16_t>(std::min(std::max(difference, -kDrawMaxShift), kDrawMaxShift));
+            *shift = static_cast<int16_t>(
+                std::min(std::max(difference, -kernels::kDrawMaxShift), kernels::kDrawMaxShift));
         }
     }
 }
@@ -298,7 +299,7 @@ void _subtract(const Grid& blended, int32_t channel, Correction* correction)
 // So many that the coarsest level of one picture still has a few points each way.
 int32_t _count_levels(const Layers& layers, int32_t base_bits)
 {
-    const OzrDrawPlane& small = layers.at[0].small_luma;
+    const kernels::DrawPlane& small = layers.at[0].small_luma;
     const int32_t side = std::min(small.width, small.height) >> base_bits;
     int32_t levels = 1;
     while (levels < kMaxLevels && side >> levels >= kLeastLevelSide)
@@ -346,7 +347,7 @@ void shifts_of_row(int16_t* dst, const Corrections& corrections, int32_t picture
         return top[x] * (step - part) + bottom[x] * part;
     };
     for (int32_t node = first; node < end; ++node) {
-        const int32_t x = node * kDrawBlock, across = x & (step - 1);
+        const int32_t x = node * kernels::kDrawBlock, across = x & (step - 1);
         const int64_t sum = int64_t{at(x >> bits)} * (step - across) + int64_t{at((x >> bits) + 1)} * across;
         dst[node] = static_cast<int16_t>((sum + (int64_t{1} << (2 * bits - 1))) >> (2 * bits));
     }

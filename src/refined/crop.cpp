@@ -59,8 +59,8 @@ void _try_row(const int32_t* heights, int32_t columns, int32_t row, Rising* risi
 PanoResult find_crop(const Layers& layers, const Seams& seams, Crop* crop)
 {
     const int32_t columns = layers.frame.columns;
-    const OzrBuffer<int32_t> heights = ozr_make_buffer<int32_t>(columns);
-    const OzrBuffer<Rising> rising = ozr_make_unfilled_buffer<Rising>(int64_t{columns} + 1);
+    const Buffer<int32_t> heights = make_buffer<int32_t>(columns);
+    const Buffer<Rising> rising = make_unfilled_buffer<Rising>(int64_t{columns} + 1);
     if (!heights || !rising)
         return kPanoNoMemory;
     *crop = {};

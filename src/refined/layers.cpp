@@ -16,7 +16,7 @@ constexpr int32_t kLongestSmall = 512;  // side of a small picture: finer seams 
 constexpr int32_t kLeastStepBits = 2;   // ... and nothing finer than 4 pixels hides under a feather
 constexpr int32_t kShownMargin =
     2;  // pixels at a picture's edge that are not drawn: the cubic reaches two further
-constexpr int32_t kBlock = kDrawBlock;
+constexpr int32_t kBlock = kernels::kDrawBlock;
 
 // Bounds of what can be a camera; comparisons fail for what is not a number.
 bool _is_camera(const Camera& camera, int32_t longer)
@@ -212,7 +212,7 @@ PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* h
 {
     const int32_t blocks = layer->columns / kBlock;
     const NodeRange all = {0, blocks + 1};
-    const OzrKernels* kernels = ozr_kernels();
+    const kernels::Kernels* table = kernels::active();
     NodeRows nodes;
     if (const PanoResult result = nodes.init(blocks + 1); result < 0)
         return result;
@@ -225,12 +225,12 @@ PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* h
             nodes.advance(layer->view, own, height(y + kNodeRows), all);
         const int64_t at = int64_t{y} * layer->columns;
         nodes.interpolate(part, layer->level_bits, all);
-        kernels->draw_luma_row(layer->luma.get() + at, layer->small_luma, nodes.at(0), blocks);
+        table->draw.luma_row(layer->luma.get() + at, layer->small_luma, nodes.at(0), blocks);
         _mark_shown(layer->shown.get() + at, layer->view, nodes.exact_above(), nodes.exact_below(), part,
                     blocks);
         if (y % 2 == 0) {
             nodes.interpolate(part + 1, layer->level_bits, all);
-            kernels->draw_chroma_row(layer->chroma.get() + at / 2, layer->small_chroma, nodes.at(0), blocks);
+            table->draw.chroma_row(layer->chroma.get() + at / 2, layer->small_chroma, nodes.at(0), blocks);
         }
         if (cancel.asked())
             return kPanoCancelled;
@@ -251,9 +251,9 @@ PanoResult arrange_layers(const DrawInput& input, Layers* layers)
         Layer& layer = layers->at[i];
         const int64_t points = int64_t{layer.columns} * frame.rows;
         PANO_FORWARD(_make_small(input.cancel, frame, &layer));
-        layer.luma = ozr_make_unfilled_buffer<uint8_t>(points);
-        layer.chroma = ozr_make_unfilled_buffer<uint8_t>(points / 2);
-        layer.shown = ozr_make_unfilled_buffer<uint8_t>(points);
+        layer.luma = make_unfilled_buffer<uint8_t>(points);
+        layer.chroma = make_unfilled_buffer<uint8_t>(points / 2);
+        layer.shown = make_unfilled_buffer<uint8_t>(points);
         if (!layer.luma || !layer.chroma || !layer.shown)
             return kPanoNoMemory;
     }
@@ -264,7 +264,7 @@ PanoResult lay_layers(const Cancel& cancel, Layers* layers)
 {
     const Frame& frame = layers->frame;
     const double step = 1 << frame.step_bits;
-    const OzrBuffer<Heading> headings =
+    const Buffer<Heading> headings =
         make_headings(frame.radius, frame.first_column * step, kBlock * step, frame.columns / kBlock + 1);
     if (!headings)
         return kPanoNoMemory;

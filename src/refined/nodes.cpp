@@ -19,7 +19,7 @@ int32_t _between(int32_t above, int32_t below, int32_t part)
 int32_t _reduced(int32_t place, int32_t level_bits)
 {
     constexpr int32_t kHalf = 1 << (kNodePlaceBits - 1);
-    return (((place + kHalf) >> level_bits) - kHalf) >> (kNodePlaceBits - kDrawPlaceBits);
+    return (((place + kHalf) >> level_bits) - kHalf) >> (kNodePlaceBits - kernels::kDrawPlaceBits);
 }
 
 }  // namespace
@@ -27,16 +27,16 @@ int32_t _reduced(int32_t place, int32_t level_bits)
 PanoResult NodeRows::init(int32_t nodes)
 {
     for (Exact* exact : {&above_, &below_}) {
-        exact->places = ozr_make_buffer<NodePlace>(nodes);
-        exact->gain = ozr_make_buffer<int16_t>(nodes);
+        exact->places = make_buffer<NodePlace>(nodes);
+        exact->gain = make_buffer<int16_t>(nodes);
         if (!exact->places || !exact->gain)
             return kPanoNoMemory;
     }
-    x_ = ozr_make_buffer<int32_t>(nodes);
-    y_ = ozr_make_buffer<int32_t>(nodes);
-    gain_ = ozr_make_buffer<int16_t>(nodes);
-    for (OzrBuffer<int16_t>& shift : shift_)
-        shift = ozr_make_buffer<int16_t>(nodes);
+    x_ = make_buffer<int32_t>(nodes);
+    y_ = make_buffer<int32_t>(nodes);
+    gain_ = make_buffer<int16_t>(nodes);
+    for (Buffer<int16_t>& shift : shift_)
+        shift = make_buffer<int16_t>(nodes);
     return x_ && y_ && gain_ && shift_[0] && shift_[1] ? kPanoSuccess : kPanoNoMemory;
 }
 
@@ -60,7 +60,7 @@ void NodeRows::interpolate(int32_t part, int32_t level_bits, const NodeRange& ra
     }
 }
 
-OzrDrawNodes NodeRows::at(int32_t node) const
+kernels::DrawNodes NodeRows::at(int32_t node) const
 {
     return {x_.get() + node,
             y_.get() + node,
@@ -68,9 +68,9 @@ OzrDrawNodes NodeRows::at(int32_t node) const
             {shift_[0].get() + node, shift_[1].get() + node}};
 }
 
-OzrBuffer<Heading> make_headings(double radius, double first, double step, int32_t count)
+Buffer<Heading> make_headings(double radius, double first, double step, int32_t count)
 {
-    OzrBuffer<Heading> headings = ozr_make_unfilled_buffer<Heading>(count);
+    Buffer<Heading> headings = make_unfilled_buffer<Heading>(count);
     for (int32_t i = 0; headings && i < count; ++i) {
         const double angle = (first + step * i) / radius;
         headings.get()[i] = {sine(angle), cosine(angle)};

@@ -35,7 +35,7 @@ public:
     void interpolate(int32_t part, int32_t level_bits, const NodeRange& range);
 
     // Of the block that begins with a node.
-    OzrDrawNodes at(int32_t node) const;
+    kernels::DrawNodes at(int32_t node) const;
 
     int16_t* shift(int32_t channel) { return shift_[channel].get(); }
     const NodePlace* exact_above() const { return above_.places.get(); }
@@ -43,17 +43,17 @@ public:
 
 private:
     struct Exact {
-        OzrBuffer<NodePlace> places;
-        OzrBuffer<int16_t> gain;
+        Buffer<NodePlace> places;
+        Buffer<int16_t> gain;
     };
     Exact above_, below_;
-    OzrBuffer<int32_t> x_, y_;
-    OzrBuffer<int16_t> gain_;
-    OzrBuffer<int16_t> shift_[2];
+    Buffer<int32_t> x_, y_;
+    Buffer<int16_t> gain_;
+    Buffer<int16_t> shift_[2];
 };
 
 // The headings of `count` columns, `step` pixels apart, the first one at `first` pixels; null when memory is out.
-OzrBuffer<Heading> make_headings(double radius, double first, double step, int32_t count);
+Buffer<Heading> make_headings(double radius, double first, double step, int32_t count);
 
 }  // namespace ozr::refined
 

@@ -47,10 +47,10 @@ int32_t reduced_side(int32_t side, int32_t bits)
     return std::max(4, (side >> bits) & ~1);
 }
 
-OzrBuffer<uint8_t> reduce_picture(const PanoImg& picture, int32_t bits, const Cancel& cancel)
+Buffer<uint8_t> reduce_picture(const PanoImg& picture, int32_t bits, const Cancel& cancel)
 {
     const int32_t width = reduced_side(picture.width, bits), height = reduced_side(picture.height, bits);
-    OzrBuffer<uint8_t> small = ozr_make_unfilled_buffer<uint8_t>(int64_t{width} * height / 2 * 3);
+    Buffer<uint8_t> small = make_unfilled_buffer<uint8_t>(int64_t{width} * height / 2 * 3);
     if (!small)
         return small;
     const Blocks luma = {pano_row(&picture, 0),

@@ -75,18 +75,18 @@ void _pull_to_middle(uint8_t* costs, int32_t width)
 
 // Buffers of one seam.
 struct Work {
-    OzrBuffer<uint8_t> costs, forbidden, spread, zeros;
-    SeamWorkspace paths;
+    Buffer<uint8_t> costs, forbidden, spread, zeros;
+    core::SeamWorkspace paths;
 };
 
 PanoResult _make_work(int32_t width, int32_t rows, Work* work)
 {
     const int64_t points = int64_t{width} * rows;
-    work->costs = ozr_make_unfilled_buffer<uint8_t>(points);
-    work->forbidden = ozr_make_unfilled_buffer<uint8_t>(points);
-    work->spread = ozr_make_unfilled_buffer<uint8_t>(width);
-    work->zeros = ozr_make_buffer<uint8_t>(width);
-    work->paths = seam_make_workspace(seam_workspace_size(width, rows));
+    work->costs = make_unfilled_buffer<uint8_t>(points);
+    work->forbidden = make_unfilled_buffer<uint8_t>(points);
+    work->spread = make_unfilled_buffer<uint8_t>(width);
+    work->zeros = make_buffer<uint8_t>(width);
+    work->paths = core::make_seam_workspace(core::seam_workspace_size(width, rows));
     return work->costs && work->forbidden && work->spread && work->zeros && work->paths ? kPanoSuccess
                                                                                         : kPanoNoMemory;
 }
@@ -107,7 +107,7 @@ PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, 
         if (cancel.asked())
             return kPanoCancelled;
     }
-    SeamPaths paths(work.paths.get(), width);
+    core::SeamPaths paths(work.paths.get(), width);
     for (int32_t y = 0; y < rows; ++y) {
         const uint8_t* around[] = {costs + int64_t{std::max(y - 1, 0)} * width, costs + int64_t{y} * width,
                                    costs + int64_t{std::min(y + 1, last)} * width};
@@ -133,7 +133,7 @@ PanoResult find_seams(const Cancel& cancel, const Layers& layers, Seams* seams)
 {
     seams->rows = layers.frame.rows;
     seams->count = layers.count;
-    seams->columns = ozr_make_unfilled_buffer<int32_t>(int64_t{layers.count} * seams->rows);
+    seams->columns = make_unfilled_buffer<int32_t>(int64_t{layers.count} * seams->rows);
     if (!seams->columns)
         return kPanoNoMemory;
     for (int32_t i = 0; i + 1 < layers.count; ++i)

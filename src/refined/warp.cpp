@@ -28,9 +28,9 @@ struct Warp {
     const Crop& crop;
     const Corrections& corrections;
     PanoImg* out;
-    const OzrKernels* kernels;
-    OzrBuffer<Heading> headings;
-    OzrBuffer<uint8_t> line;  // what one picture shows of a row, in whole blocks
+    const kernels::Kernels* table;
+    Buffer<Heading> headings;
+    Buffer<uint8_t> line;  // what one picture shows of a row, in whole blocks
     NodeRows nodes[kMaxPictures];
     int32_t feather;
 };
@@ -68,7 +68,7 @@ NodeRange _nodes_of_rows(const Warp& warp, int32_t picture, int32_t first, int32
     }
     if (all.begin >= all.end)
         return {0, 0};
-    return {all.begin / kDrawBlock, (all.end + kDrawBlock - 1) / kDrawBlock + 1};
+    return {all.begin / kernels::kDrawBlock, (all.end + kernels::kDrawBlock - 1) / kernels::kDrawBlock + 1};
 }
 
 // The exact row of nodes at `row`, which the rows before and behind it need.
@@ -101,15 +101,16 @@ void _draw_luma(Warp* warp, int32_t picture, int32_t row)
     const Span span = _span(*warp, picture, row);
     if (span.begin >= span.end)
         return;
-    const NodeRange range = {span.begin / kDrawBlock, (span.end + kDrawBlock - 1) / kDrawBlock + 1};
+    const NodeRange range = {span.begin / kernels::kDrawBlock,
+                             (span.end + kernels::kDrawBlock - 1) / kernels::kDrawBlock + 1};
     const PanoImg* source = warp->layers.at[picture].source->picture;
     NodeRows& nodes = warp->nodes[picture];
     nodes.interpolate(2 * (row % kNodeRows), 0, range);
     shifts_of_row(nodes.shift(0), warp->corrections, picture, 0, row, range.first, range.end);
-    const OzrDrawPlane plane = {pano_row(source, 0), source->stride, source->width, source->height};
+    const kernels::DrawPlane plane = {pano_row(source, 0), source->stride, source->width, source->height};
     uint8_t* line = warp->line.get();
-    warp->kernels->draw_luma_row(line + range.first * kDrawBlock, plane, nodes.at(range.first),
-                                 range.end - 1 - range.first);
+    warp->table->draw.luma_row(line + range.first * kernels::kDrawBlock, plane, nodes.at(range.first),
+                               range.end - 1 - range.first);
     _compose(pano_row(warp->out, row), line, span, warp->feather, picture == 0, 1);
 }
 
@@ -118,18 +119,19 @@ void _draw_chroma(Warp* warp, int32_t picture, int32_t row)
     Span span = _span(*warp, picture, row);
     if (span.begin >= span.end)
         return;
-    const NodeRange range = {span.begin / kDrawBlock, (span.end + kDrawBlock - 1) / kDrawBlock + 1};
+    const NodeRange range = {span.begin / kernels::kDrawBlock,
+                             (span.end + kernels::kDrawBlock - 1) / kernels::kDrawBlock + 1};
     const PanoImg* source = warp->layers.at[picture].source->picture;
     NodeRows& nodes = warp->nodes[picture];
     nodes.interpolate(2 * (row % kNodeRows) + 1, 0, range);
     for (int32_t channel = 0; channel < 2; ++channel)
         shifts_of_row(nodes.shift(channel), warp->corrections, picture, channel + 1, row, range.first,
                       range.end);
-    const OzrDrawPlane plane = {pano_chroma_row(source, 0), source->stride, source->width / 2,
-                                source->height / 2};
+    const kernels::DrawPlane plane = {pano_chroma_row(source, 0), source->stride, source->width / 2,
+                                      source->height / 2};
     uint8_t* line = warp->line.get();
-    warp->kernels->draw_chroma_row(line + range.first * kDrawBlock, plane, nodes.at(range.first),
-                                   range.end - 1 - range.first);
+    warp->table->draw.chroma_row(line + range.first * kernels::kDrawBlock, plane, nodes.at(range.first),
+                                 range.end - 1 - range.first);
     span = {span.begin / 2, (span.end + 1) / 2};
     _compose(pano_chroma_row(warp->out, row / 2), line, span, warp->feather / 2, picture == 0, 2);
 }
@@ -137,10 +139,10 @@ void _draw_chroma(Warp* warp, int32_t picture, int32_t row)
 PanoResult _make_buffers(Warp* warp)
 {
     const Frame& frame = warp->layers.frame;
-    const int32_t nodes = warp->out->width / kDrawBlock + 2;
+    const int32_t nodes = warp->out->width / kernels::kDrawBlock + 2;
     const double first = (frame.first_column + warp->crop.left) * static_cast<double>(1 << frame.step_bits);
-    warp->headings = make_headings(frame.radius, first, kDrawBlock, nodes);
-    warp->line = ozr_make_buffer<uint8_t>(int64_t{nodes} * kDrawBlock);
+    warp->headings = make_headings(frame.radius, first, kernels::kDrawBlock, nodes);
+    warp->line = make_buffer<uint8_t>(int64_t{nodes} * kernels::kDrawBlock);
     if (!warp->headings || !warp->line)
         return kPanoNoMemory;
     for (int32_t i = 0; i < warp->layers.count; ++i)
@@ -159,7 +161,7 @@ PanoResult warp_panorama(const Cancel& cancel, const Layers& layers, const Seams
                  crop,
                  corrections,
                  out,
-                 ozr_kernels(),
+                 kernels::active(),
                  nullptr,
                  nullptr,
                  {},
