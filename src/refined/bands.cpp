@@ -44,27 +44,36 @@ void _reduce(const Grid& src, const Grid& dst, int32_t* line)
         for (int32_t x = 0; x < src.width; ++x)
             line[x] = rows[0][x] + rows[4][x] + 4 * (rows[1][x] + rows[3][x]) + 6 * rows[2][x];
         int16_t* out = dst.row(y);
-        for (int32_t x = 0; x < dst.width; ++x) {
-            const auto tap = [&](int32_t i) { return line[_limited(2 * x + i, src.width - 1)]; };
-            out[x] =
-                static_cast<int16_t>((tap(-2) + tap(2) + 4 * (tap(-1) + tap(1)) + 6 * tap(0) + 128) >> 8);
+        const auto weighed = [](int32_t a, int32_t b, int32_t c, int32_t d, int32_t e) {
+            return static_cast<int16_t>((a + e + 4 * (b + d) + 6 * c + 128) >> 8);
+        };
+        const auto tap = [&](int32_t x) { return line[_limited(x, src.width - 1)]; };
+        const int32_t inner = std::max(1, (src.width - 3) / 2 + 1);  // up to here all five are there
+        for (int32_t x = 0; x < dst.width; x = x + 1 == 1 && inner > 1 ? inner : x + 1)
+            out[x] = weighed(tap(2 * x - 2), tap(2 * x - 1), tap(2 * x), tap(2 * x + 1), tap(2 * x + 2));
+        for (int32_t x = 1; x < std::min(inner, dst.width); ++x) {
+            const int32_t* at = line + 2 * x;
+            out[x] = weighed(at[-2], at[-1], at[0], at[1], at[2]);
         }
     }
 }
 
 // A row of the finer lattice from the coarser one, in 64ths: between two points 4 4, on a point 1 6 1. `line` has room
-// for a row of the coarser one.
+// for a row of the coarser one and two points more.
 void _expand_row(const Grid& coarse, int32_t y, int32_t* out, int32_t width, int32_t* line)
 {
     const int32_t last = coarse.height - 1, middle = y / 2;
     const int16_t* here = coarse.row(std::min(middle, last));
     const int16_t* next = coarse.row(std::min(middle + 1, last));
     const int16_t* before = coarse.row(std::max(std::min(middle, last + 1) - 1, 0));
+    ++line;
     for (int32_t x = 0; x < coarse.width; ++x)
         line[x] = y % 2 != 0 ? 4 * (here[x] + next[x]) : before[x] + 6 * here[x] + next[x];
+    line[-1] = line[0];
+    line[coarse.width] = line[coarse.width - 1];
     for (int32_t x = 0; x < width; ++x) {
-        const auto tap = [&](int32_t i) { return line[_limited(x / 2 + i, coarse.width - 1)]; };
-        out[x] = x % 2 != 0 ? 4 * (tap(0) + tap(1)) : tap(-1) + 6 * tap(0) + tap(1);
+        const int32_t* at = line + std::min(x / 2, coarse.width - 1);
+        out[x] = x % 2 != 0 ? 4 * (at[0] + at[1]) : at[-1] + 6 * at[0] + at[1];
     }
 }
 
@@ -154,67 +163,63 @@ Part _part(const Blend& blend, int32_t picture)
             blend.sums.height[0]};
 }
 
-// A grid at the lattice's own density, as level 0 is reduced from; `value` makes its numbers of columns and rows of the
-// frame, limited to the frame.
-template <class Value>
-PanoResult _make_base(const Blend& blend, const Part& part, int32_t bits, Value value, Grid* base)
+// Reduces a grid to level 0.
+PanoResult _reduce_to_base(const Blend& blend, int32_t bits, Grid* grid)
 {
-    Grid fine;
-    if (!_make_grid(part.columns << bits, part.rows << bits, &fine))
-        return kPanoNoMemory;
-    const int32_t skip = blend.base_bits - bits;  // the numbers may be there at every 2^skip-th point only
-    for (int32_t y = 0; y < fine.height; ++y) {
-        const int32_t row = std::min(blend.crop.top + (y << skip), blend.layers.frame.rows - 1);
-        int16_t* out = fine.row(y);
-        for (int32_t x = 0; x < fine.width; ++x) {
-            const int32_t column = blend.crop.left + (((part.first << bits) + x) << skip);
-            out[x] = value(column, row);
-        }
-    }
     for (int32_t i = 0; i < bits; ++i) {
         Grid half;
-        if (!_make_grid(fine.width / 2, fine.height / 2, &half))
+        if (!_make_grid(grid->width / 2, grid->height / 2, &half))
             return kPanoNoMemory;
-        _reduce(fine, half, blend.line[0].get());
-        fine = std::move(half);
+        _reduce(*grid, half, blend.line[0].get());
+        *grid = std::move(half);
     }
-    *base = std::move(fine);
     return kPanoSuccess;
+}
+
+// The row of the frame that a row of a part shows, `bits` bits finer than level 0; the last one goes on below.
+int32_t _frame_row(const Blend& blend, int32_t y, int32_t bits)
+{
+    return std::min(blend.crop.top + (y << (blend.base_bits - bits)), blend.layers.frame.rows - 1);
 }
 
 PanoResult _make_mask(const Blend& blend, const Part& part, Grid* base)
 {
-    const int32_t all = blend.layers.frame.columns;
-    return _make_base(
-        blend, part, blend.base_bits,
-        [&](int32_t column, int32_t row) {
-            // Beyond the frame its last column counts on.
-            const int32_t x = std::min(column, all - 1);
-            const bool own =
-                x >= blend.seams.begin(part.picture, row) && x < blend.seams.end(part.picture, row, all);
-            return static_cast<int16_t>(own ? kMaskOne : 0);
-        },
-        base);
+    const int32_t bits = blend.base_bits, all = blend.layers.frame.columns;
+    if (!_make_grid(part.columns << bits, part.rows << bits, base))
+        return kPanoNoMemory;
+    const int32_t origin = blend.crop.left + (part.first << bits);
+    for (int32_t y = 0; y < base->height; ++y) {
+        const int32_t row = _frame_row(blend, y, bits);
+        const int32_t last = part.picture + 1 == blend.layers.count
+                                 ? base->width
+                                 : blend.seams.end(part.picture, row, all) - origin;
+        const int32_t begin = _limited(blend.seams.begin(part.picture, row) - origin, base->width);
+        const int32_t end = std::max(_limited(last, base->width), begin);
+        int16_t* out = base->row(y);
+        std::fill(out, out + begin, int16_t{0});
+        std::fill(out + begin, out + end, static_cast<int16_t>(kMaskOne));
+        std::fill(out + end, out + base->width, int16_t{0});
+    }
+    return _reduce_to_base(blend, bits, base);
 }
 
+// Luma is there at every point of the lattice, chroma at every second one. Beyond its ends a layer goes on as it ends.
 PanoResult _make_channel(const Blend& blend, const Part& part, int32_t channel, Grid* base)
 {
     const Layer& layer = blend.layers.at[part.picture];
-    const auto inside = [&](int32_t column) { return _limited(column - layer.first, layer.columns - 1); };
-    if (channel == 0)
-        return _make_base(
-            blend, part, blend.base_bits,
-            [&](int32_t column, int32_t row) {
-                return static_cast<int16_t>(layer.luma_row(row)[inside(column)] << kernels::kDrawShiftBits);
-            },
-            base);
-    return _make_base(
-        blend, part, blend.base_bits - 1,
-        [&](int32_t column, int32_t row) {
-            const uint8_t* pair = layer.chroma_row(row / 2) + (inside(column) & ~1);
-            return static_cast<int16_t>(pair[channel - 1] << kernels::kDrawShiftBits);
-        },
-        base);
+    const int32_t bits = blend.base_bits - (channel == 0 ? 0 : 1), skip = channel == 0 ? 1 : 2;
+    if (!_make_grid(part.columns << bits, part.rows << bits, base))
+        return kPanoNoMemory;
+    const int32_t origin = blend.crop.left - layer.first + (part.first << blend.base_bits);
+    const int32_t last = layer.columns - skip;
+    for (int32_t y = 0; y < base->height; ++y) {
+        const int32_t row = _frame_row(blend, y, bits);
+        const uint8_t* src = channel == 0 ? layer.luma_row(row) : layer.chroma_row(row / 2) + channel - 1;
+        int16_t* out = base->row(y);
+        for (int32_t x = 0, column = origin; x < base->width; ++x, column += skip)
+            out[x] = static_cast<int16_t>(src[_limited(column, last)] << kernels::kDrawShiftBits);
+    }
+    return _reduce_to_base(blend, bits, base);
 }
 
 // Adds the details of each level, weighted, to what is there.
@@ -337,19 +342,25 @@ void shifts_of_row(int16_t* dst, const Corrections& corrections, int32_t picture
                    int32_t row, int32_t first, int32_t end)
 {
     const Correction& correction = corrections.at[picture];
-    const int32_t bits = corrections.step_bits, step = 1 << bits, part = row & (step - 1);
+    const int32_t bits = corrections.step_bits, part = row & ((1 << bits) - 1);
     const int32_t above = std::min(row >> bits, correction.rows - 1);
     const int32_t below = std::min(above + 1, correction.rows - 1);
     const int16_t* top = correction.shift[channel].get() + int64_t{above} * correction.columns;
     const int16_t* bottom = correction.shift[channel].get() + int64_t{below} * correction.columns;
     const auto at = [&](int32_t column) {
         const int32_t x = _limited(column - correction.first, correction.columns - 1);
-        return top[x] * (step - part) + bottom[x] * part;
+        return (top[x] * ((1 << bits) - part) + bottom[x] * part) >> bits;
     };
+    const int32_t node_bits = bits - 3;  // nodes from one point to the next
+    int32_t column = first >> node_bits, here = at(column), next = at(column + 1);
     for (int32_t node = first; node < end; ++node) {
-        const int32_t x = node * kernels::kDrawBlock, across = x & (step - 1);
-        const int64_t sum = int64_t{at(x >> bits)} * (step - across) + int64_t{at((x >> bits) + 1)} * across;
-        dst[node] = static_cast<int16_t>((sum + (int64_t{1} << (2 * bits - 1))) >> (2 * bits));
+        if (node >> node_bits != column) {
+            ++column;
+            here = next;
+            next = at(column + 1);
+        }
+        dst[node] =
+            static_cast<int16_t>(here + ((next - here) * (node & ((1 << node_bits) - 1)) >> node_bits));
     }
 }
 

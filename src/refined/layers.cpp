@@ -190,25 +190,22 @@ PanoResult _make_small(const Cancel& cancel, const Frame& frame, Layer* layer)
 }
 
 // Marks the points of a row that a picture shows.
-void _mark_shown(uint8_t* dst, const View& view, const NodePlace* above, const NodePlace* below, int32_t part,
-                 int32_t blocks)
+void _mark_shown(uint8_t* dst, const kernels::DrawNodes& nodes, const kernels::DrawPlane& small,
+                 int32_t margin, int32_t blocks)
 {
-    const auto between = [](int32_t a, int32_t b, int32_t at, int32_t of) {
-        return a + static_cast<int32_t>((int64_t{b} - a) * at / of);
-    };
+    const int32_t most_x = ((small.width - 1) << kernels::kDrawPlaceBits) - margin;
+    const int32_t most_y = ((small.height - 1) << kernels::kDrawPlaceBits) - margin;
     for (int32_t b = 0; b < blocks; ++b) {
-        const NodePlace here = {between(above[b].x, below[b].x, part, kNodeParts),
-                                between(above[b].y, below[b].y, part, kNodeParts)};
-        const NodePlace next = {between(above[b + 1].x, below[b + 1].x, part, kNodeParts),
-                                between(above[b + 1].y, below[b + 1].y, part, kNodeParts)};
+        const int32_t step_x = nodes.x[b + 1] - nodes.x[b], step_y = nodes.y[b + 1] - nodes.y[b];
         for (int32_t k = 0; k < kBlock; ++k) {
-            const NodePlace place = {between(here.x, next.x, k, kBlock), between(here.y, next.y, k, kBlock)};
-            *dst++ = view.shows(place, kShownMargin) ? 255 : 0;
+            const int32_t x = nodes.x[b] + step_x / kBlock * k, y = nodes.y[b] + step_y / kBlock * k;
+            *dst++ = x >= margin && x <= most_x && y >= margin && y <= most_y ? 255 : 0;
         }
     }
 }
 
-PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* headings, Layer* layer)
+PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* headings, bool first_time,
+                      Layer* layer)
 {
     const int32_t blocks = layer->columns / kBlock;
     const NodeRange all = {0, blocks + 1};
@@ -216,6 +213,9 @@ PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* h
     NodeRows nodes;
     if (const PanoResult result = nodes.init(blocks + 1); result < 0)
         return result;
+    // The small picture's middle pixels lie half a small pixel in from the picture's edge.
+    const int32_t margin = ((2 * kShownMargin + 1) << kernels::kDrawPlaceBits >> (frame.step_bits + 1)) -
+                           (1 << (kernels::kDrawPlaceBits - 1));
     const Heading* own = headings + layer->first / kBlock;
     const auto height = [&](int32_t y) { return ((frame.first_row + y) << frame.step_bits) / frame.radius; };
     nodes.advance(layer->view, own, height(0), all);
@@ -226,8 +226,8 @@ PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* h
         const int64_t at = int64_t{y} * layer->columns;
         nodes.interpolate(part, layer->level_bits, all);
         table->draw.luma_row(layer->luma.get() + at, layer->small_luma, nodes.at(0), blocks);
-        _mark_shown(layer->shown.get() + at, layer->view, nodes.exact_above(), nodes.exact_below(), part,
-                    blocks);
+        if (first_time)
+            _mark_shown(layer->shown.get() + at, nodes.at(0), layer->small_luma, margin, blocks);
         if (y % 2 == 0) {
             nodes.interpolate(part + 1, layer->level_bits, all);
             table->draw.chroma_row(layer->chroma.get() + at / 2, layer->small_chroma, nodes.at(0), blocks);
@@ -260,7 +260,7 @@ PanoResult arrange_layers(const DrawInput& input, Layers* layers)
     return kPanoSuccess;
 }
 
-PanoResult lay_layers(const Cancel& cancel, Layers* layers)
+PanoResult lay_layers(const Cancel& cancel, bool first_time, Layers* layers)
 {
     const Frame& frame = layers->frame;
     const double step = 1 << frame.step_bits;
@@ -269,7 +269,7 @@ PanoResult lay_layers(const Cancel& cancel, Layers* layers)
     if (!headings)
         return kPanoNoMemory;
     for (int32_t i = 0; i < layers->count; ++i)
-        PANO_FORWARD(_lay_layer(cancel, frame, headings.get(), &layers->at[i]));
+        PANO_FORWARD(_lay_layer(cancel, frame, headings.get(), first_time, &layers->at[i]));
     return kPanoSuccess;
 }
 

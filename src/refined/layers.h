@@ -55,8 +55,8 @@ struct Layers {
 // Orders the pictures, chooses the frame and reduces the pictures.
 PanoResult arrange_layers(const DrawInput& input, Layers* layers);
 
-// Lays luma, chroma and what is shown; again after gains changed.
-PanoResult lay_layers(const Cancel& cancel, Layers* layers);
+// Lays luma and chroma; again after gains changed. What is shown is found the first time.
+PanoResult lay_layers(const Cancel& cancel, bool first_time, Layers* layers);
 
 }  // namespace ozr::refined
 

@@ -38,8 +38,6 @@ public:
     kernels::DrawNodes at(int32_t node) const;
 
     int16_t* shift(int32_t channel) { return shift_[channel].get(); }
-    const NodePlace* exact_above() const { return above_.places.get(); }
-    const NodePlace* exact_below() const { return below_.places.get(); }
 
 private:
     struct Exact {
