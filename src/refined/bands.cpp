@@ -12,9 +12,10 @@ namespace
 
 constexpr int32_t kMaxLevels = 6;
 constexpr int32_t kLeastLevelSide = 4;  // of the coarsest level of one picture
+constexpr int32_t kBaseBits = 1;        // of level 0 against the lattice: finer waves are the feather's
 constexpr int32_t kMaskOne = 1 << 14;
 
-// Numbers on a lattice; level l has every 2^l-th point of level 0, from the same first one.
+// Numbers on a lattice. Level 0 has the means of 2 x 2 points, as chroma pairs are; level l has every 2^l-th point of level 0, from the same first one.
 struct Grid {
     Buffer<int16_t> at;
     int32_t width, height;
@@ -99,7 +100,6 @@ struct Blend {
     const Layers& layers;
     const Seams& seams;
     const Crop& crop;
-    int32_t base_bits;  // of level 0 against the lattice
     Sums sums;
     Buffer<int32_t> line[2];
 };
@@ -107,8 +107,8 @@ struct Blend {
 PanoResult _make_sums(Blend* blend)
 {
     Sums& sums = blend->sums;
-    int32_t width = ((blend->crop.right - blend->crop.left) >> blend->base_bits) + 2;
-    int32_t height = ((blend->crop.bottom - blend->crop.top) >> blend->base_bits) + 2;
+    int32_t width = ((blend->crop.right - blend->crop.left) >> kBaseBits) + 2;
+    int32_t height = ((blend->crop.bottom - blend->crop.top) >> kBaseBits) + 2;
     for (int32_t l = 0; l < sums.levels; ++l) {
         const int64_t points = int64_t{width} * height;
         sums.width[l] = width;
@@ -124,8 +124,7 @@ PanoResult _make_sums(Blend* blend)
         width = (width + 1) / 2;
         height = (height + 1) / 2;
     }
-    // Rows of the lattice are twice as long as those of level 0, and layers may reach beyond the panorama.
-    const int64_t longest = int64_t{blend->layers.frame.columns} + 4 * (2 << kMaxLevels);
+    const int64_t longest = sums.width[0] + 2;  // an end at each side
     for (Buffer<int32_t>& line : blend->line) {
         line = make_unfilled_buffer<int32_t>(longest);
         if (!line)
@@ -156,70 +155,70 @@ Part _part(const Blend& blend, int32_t picture)
 {
     const Layer& layer = blend.layers.at[picture];
     const int32_t unit = 1 << (blend.sums.levels - 1);
-    const int32_t left = std::max(layer.first - blend.crop.left, 0) >> blend.base_bits;
-    const int32_t right = (layer.first + layer.columns - blend.crop.left) >> blend.base_bits;
+    const int32_t left = std::max(layer.first - blend.crop.left, 0) >> kBaseBits;
+    const int32_t right = (layer.first + layer.columns - blend.crop.left) >> kBaseBits;
     const int32_t first = std::min(left, blend.sums.width[0] - 1) / unit * unit;
     return {picture, first, std::max(std::min(right + 1, blend.sums.width[0]) - first, 1),
             blend.sums.height[0]};
 }
 
-// Reduces a grid to level 0.
-PanoResult _reduce_to_base(const Blend& blend, int32_t bits, Grid* grid)
+// The rows of the frame that a row of level 0 is the mean of; the last one goes on below.
+struct FrameRows {
+    int32_t upper;
+    int32_t lower;
+};
+
+FrameRows _frame_rows(const Blend& blend, int32_t y)
 {
-    for (int32_t i = 0; i < bits; ++i) {
-        Grid half;
-        if (!_make_grid(grid->width / 2, grid->height / 2, &half))
-            return kPanoNoMemory;
-        _reduce(*grid, half, blend.line[0].get());
-        *grid = std::move(half);
+    const int32_t upper = std::min(blend.crop.top + 2 * y, blend.layers.frame.rows - 2);
+    return {upper, upper + 1};
+}
+
+// Adds half a picture's share of the points of a row of level 0: the columns of one row of the frame that it owns.
+void _add_share(int16_t* out, const Blend& blend, const Part& part, int32_t row)
+{
+    const int32_t origin = blend.crop.left + 2 * part.first, width = 2 * part.columns;
+    const bool is_last = part.picture + 1 == blend.layers.count;
+    const int32_t begin = _limited(blend.seams.begin(part.picture, row) - origin, width);
+    const int32_t end = is_last ? width : _limited(blend.seams.end(part.picture, row, 0) - origin, width);
+    if (begin >= end)
+        return;
+    constexpr int16_t kHalf = kMaskOne / 2;
+    for (int32_t x = begin / 2; x < (end + 1) / 2; ++x)
+        out[x] = static_cast<int16_t>(out[x] + kHalf);
+    if (begin % 2 != 0)
+        out[begin / 2] = static_cast<int16_t>(out[begin / 2] - kHalf / 2);
+    if (end % 2 != 0)
+        out[end / 2] = static_cast<int16_t>(out[end / 2] - kHalf / 2);
+}
+
+void _make_mask(const Blend& blend, const Part& part, const Grid& base)
+{
+    for (int32_t y = 0; y < base.height; ++y) {
+        const FrameRows rows = _frame_rows(blend, y);
+        std::fill_n(base.row(y), base.width, int16_t{0});
+        _add_share(base.row(y), blend, part, rows.upper);
+        _add_share(base.row(y), blend, part, rows.lower);
     }
-    return kPanoSuccess;
 }
 
-// The row of the frame that a row of a part shows, `bits` bits finer than level 0; the last one goes on below.
-int32_t _frame_row(const Blend& blend, int32_t y, int32_t bits)
-{
-    return std::min(blend.crop.top + (y << (blend.base_bits - bits)), blend.layers.frame.rows - 1);
-}
-
-PanoResult _make_mask(const Blend& blend, const Part& part, Grid* base)
-{
-    const int32_t bits = blend.base_bits, all = blend.layers.frame.columns;
-    if (!_make_grid(part.columns << bits, part.rows << bits, base))
-        return kPanoNoMemory;
-    const int32_t origin = blend.crop.left + (part.first << bits);
-    for (int32_t y = 0; y < base->height; ++y) {
-        const int32_t row = _frame_row(blend, y, bits);
-        const int32_t last = part.picture + 1 == blend.layers.count
-                                 ? base->width
-                                 : blend.seams.end(part.picture, row, all) - origin;
-        const int32_t begin = _limited(blend.seams.begin(part.picture, row) - origin, base->width);
-        const int32_t end = std::max(_limited(last, base->width), begin);
-        int16_t* out = base->row(y);
-        std::fill(out, out + begin, int16_t{0});
-        std::fill(out + begin, out + end, static_cast<int16_t>(kMaskOne));
-        std::fill(out + end, out + base->width, int16_t{0});
-    }
-    return _reduce_to_base(blend, bits, base);
-}
-
-// Luma is there at every point of the lattice, chroma at every second one. Beyond its ends a layer goes on as it ends.
-PanoResult _make_channel(const Blend& blend, const Part& part, int32_t channel, Grid* base)
+// Beyond its ends a layer goes on as it ends.
+void _make_channel(const Blend& blend, const Part& part, int32_t channel, const Grid& base)
 {
     const Layer& layer = blend.layers.at[part.picture];
-    const int32_t bits = blend.base_bits - (channel == 0 ? 0 : 1), skip = channel == 0 ? 1 : 2;
-    if (!_make_grid(part.columns << bits, part.rows << bits, base))
-        return kPanoNoMemory;
-    const int32_t origin = blend.crop.left - layer.first + (part.first << blend.base_bits);
-    const int32_t last = layer.columns - skip;
-    for (int32_t y = 0; y < base->height; ++y) {
-        const int32_t row = _frame_row(blend, y, bits);
-        const uint8_t* src = channel == 0 ? layer.luma_row(row) : layer.chroma_row(row / 2) + channel - 1;
-        int16_t* out = base->row(y);
-        for (int32_t x = 0, column = origin; x < base->width; ++x, column += skip)
-            out[x] = static_cast<int16_t>(src[_limited(column, last)] << kernels::kDrawShiftBits);
+    const int32_t origin = blend.crop.left - layer.first + 2 * part.first, last = layer.columns - 2;
+    for (int32_t y = 0; y < base.height; ++y) {
+        const FrameRows rows = _frame_rows(blend, y);
+        const uint8_t *upper = layer.luma_row(rows.upper), *lower = layer.luma_row(rows.lower);
+        const uint8_t* chroma = layer.chroma_row(rows.upper / 2) + channel - 1;
+        int16_t* out = base.row(y);
+        for (int32_t x = 0; x < base.width; ++x) {
+            const int32_t at = _limited(origin + 2 * x, last);
+            const int32_t four =
+                channel == 0 ? upper[at] + upper[at + 1] + lower[at] + lower[at + 1] : 4 * chroma[at];
+            out[x] = static_cast<int16_t>(four << (kernels::kDrawShiftBits - 2));
+        }
     }
-    return _reduce_to_base(blend, bits, base);
 }
 
 // Adds the details of each level, weighted, to what is there.
@@ -248,14 +247,18 @@ PanoResult _add_picture(const Blend& blend, int32_t picture, Correction* correct
 {
     const Part part = _part(blend, picture);
     Pyramid mask;
-    PANO_FORWARD(_make_mask(blend, part, &mask.level[0]));
+    if (!_make_grid(part.columns, part.rows, &mask.level[0]))
+        return kPanoNoMemory;
+    _make_mask(blend, part, mask.level[0]);
     PANO_FORWARD(_build(blend, &mask));
     correction->first = part.first;
     correction->columns = part.columns;
     correction->rows = part.rows;
     for (int32_t channel = 0; channel < kChannels; ++channel) {
         Pyramid values;
-        PANO_FORWARD(_make_channel(blend, part, channel, &values.level[0]));
+        if (!_make_grid(part.columns, part.rows, &values.level[0]))
+            return kPanoNoMemory;
+        _make_channel(blend, part, channel, values.level[0]);
         PANO_FORWARD(_build(blend, &values));
         _add(blend, part, mask, values, channel);
         correction->shift[channel] = std::move(values.level[0].at);
@@ -302,10 +305,10 @@ void _subtract(const Grid& blended, int32_t channel, Correction* correction)
 }
 
 // So many that the coarsest level of one picture still has a few points each way.
-int32_t _count_levels(const Layers& layers, int32_t base_bits)
+int32_t _count_levels(const Layers& layers)
 {
     const kernels::DrawPlane& small = layers.at[0].small_luma;
-    const int32_t side = std::min(small.width, small.height) >> base_bits;
+    const int32_t side = std::min(small.width, small.height) >> kBaseBits;
     int32_t levels = 1;
     while (levels < kMaxLevels && side >> levels >= kLeastLevelSide)
         ++levels;
@@ -317,10 +320,9 @@ int32_t _count_levels(const Layers& layers, int32_t base_bits)
 PanoResult find_corrections(const Cancel& cancel, const Layers& layers, const Seams& seams, const Crop& crop,
                             Corrections* corrections)
 {
-    const int32_t base_bits = 1;  // finer waves are the feather's
-    Blend blend = {layers, seams, crop, base_bits, {}, {}};
-    blend.sums.levels = _count_levels(layers, base_bits);
-    corrections->step_bits = layers.frame.step_bits + base_bits;
+    Blend blend = {layers, seams, crop, {}, {}};
+    blend.sums.levels = _count_levels(layers);
+    corrections->step_bits = layers.frame.step_bits + kBaseBits;
     PANO_FORWARD(_make_sums(&blend));
     for (int32_t i = 0; i < layers.count; ++i) {
         PANO_FORWARD(_add_picture(blend, i, &corrections->at[i]));
@@ -342,25 +344,29 @@ void shifts_of_row(int16_t* dst, const Corrections& corrections, int32_t picture
                    int32_t row, int32_t first, int32_t end)
 {
     const Correction& correction = corrections.at[picture];
-    const int32_t bits = corrections.step_bits, part = row & ((1 << bits) - 1);
-    const int32_t above = std::min(row >> bits, correction.rows - 1);
+    const int32_t bits = corrections.step_bits, step = 1 << bits;
+    // A point is the mean of 2 x 2 points of the lattice, so it lies half a lattice step in from its own step's start.
+    const int32_t inset = step / 4;
+    const int32_t down = std::max(row - inset, 0), part = down & (step - 1);
+    const int32_t above = std::min(down >> bits, correction.rows - 1);
     const int32_t below = std::min(above + 1, correction.rows - 1);
     const int16_t* top = correction.shift[channel].get() + int64_t{above} * correction.columns;
     const int16_t* bottom = correction.shift[channel].get() + int64_t{below} * correction.columns;
     const auto at = [&](int32_t column) {
         const int32_t x = _limited(column - correction.first, correction.columns - 1);
-        return (top[x] * ((1 << bits) - part) + bottom[x] * part) >> bits;
+        return top[x] * (step - part) + bottom[x] * part;
     };
-    const int32_t node_bits = bits - 3;  // nodes from one point to the next
-    int32_t column = first >> node_bits, here = at(column), next = at(column + 1);
-    for (int32_t node = first; node < end; ++node) {
-        if (node >> node_bits != column) {
+    int32_t place = first * kernels::kDrawBlock - inset;
+    int32_t column = place >> bits, here = at(column), next = at(column + 1);
+    for (int32_t node = first; node < end; ++node, place += kernels::kDrawBlock) {
+        if (place >> bits != column) {
             ++column;
             here = next;
             next = at(column + 1);
         }
+        const int32_t across = place & (step - 1);
         dst[node] =
-            static_cast<int16_t>(here + ((next - here) * (node & ((1 << node_bits) - 1)) >> node_bits));
+            static_cast<int16_t>((int64_t{here} * (step - across) + int64_t{next} * across) >> (2 * bits));
     }
 }
 

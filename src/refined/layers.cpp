@@ -1,5 +1,7 @@
 #include "refined/layers.h"
 
+#include <string.h>
+
 #include <algorithm>
 
 #include "refined/elementary.h"
@@ -204,6 +206,32 @@ void _mark_shown(uint8_t* dst, const kernels::DrawNodes& nodes, const kernels::D
     }
 }
 
+bool _is_shown(const uint8_t* block)
+{
+    uint64_t points;
+    memcpy(&points, block, sizeof(points));
+    return points != 0;
+}
+
+// Draws the blocks of which something is shown, a run at a time; others repeat what is above them, so that slow waves run
+// out there.
+template <class Draw>
+void _draw_shown(uint8_t* dst, const Layer& layer, int32_t y, Draw draw)
+{
+    const uint8_t* shown = layer.shown_row(y);
+    const int32_t blocks = layer.columns / kBlock;
+    for (int32_t b = 0, end; b < blocks; b = end) {
+        const bool drawn = y < 2 || _is_shown(shown + b * kBlock);
+        for (end = b + 1; end < blocks && (y < 2 || _is_shown(shown + end * kBlock)) == drawn;)
+            ++end;
+        if (drawn)
+            draw(dst + b * kBlock, b, end - b);
+        else
+            memcpy(dst + b * kBlock, dst + b * kBlock - layer.columns,
+                   static_cast<size_t>((end - b) * kBlock));
+    }
+}
+
 PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* headings, bool first_time,
                       Layer* layer)
 {
@@ -225,12 +253,16 @@ PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* h
             nodes.advance(layer->view, own, height(y + kNodeRows), all);
         const int64_t at = int64_t{y} * layer->columns;
         nodes.interpolate(part, layer->level_bits, all);
-        table->draw.luma_row(layer->luma.get() + at, layer->small_luma, nodes.at(0), blocks);
         if (first_time)
             _mark_shown(layer->shown.get() + at, nodes.at(0), layer->small_luma, margin, blocks);
+        _draw_shown(layer->luma.get() + at, *layer, y, [&](uint8_t* dst, int32_t b, int32_t count) {
+            table->draw.luma_row(dst, layer->small_luma, nodes.at(b), count);
+        });
         if (y % 2 == 0) {
             nodes.interpolate(part + 1, layer->level_bits, all);
-            table->draw.chroma_row(layer->chroma.get() + at / 2, layer->small_chroma, nodes.at(0), blocks);
+            _draw_shown(layer->chroma.get() + at / 2, *layer, y, [&](uint8_t* dst, int32_t b, int32_t count) {
+                table->draw.chroma_row(dst, layer->small_chroma, nodes.at(b), count);
+            });
         }
         if (cancel.asked())
             return kPanoCancelled;

@@ -13,8 +13,9 @@
 namespace ozr::refined
 {
 
-constexpr int32_t kNodeRows = 16;              // from one exact row to the next
-constexpr int32_t kNodeParts = 2 * kNodeRows;  // a row is two parts: chroma lies between rows
+constexpr int32_t kNodeRows = 16;  // from one exact row to the next
+constexpr int32_t kPartBits = 5;
+constexpr int32_t kNodeParts = 1 << kPartBits;  // a row is two parts: chroma lies between rows
 
 // Some nodes of a row, [first, end).
 struct NodeRange {
@@ -40,11 +41,16 @@ public:
     int16_t* shift(int32_t channel) { return shift_[channel].get(); }
 
 private:
-    struct Exact {
-        Buffer<NodePlace> places;
-        Buffer<int16_t> gain;
+    // Exact nodes, and how much more there is a row of exact nodes further down.
+    struct Node {
+        NodePlace place;
+        NodePlace step;
+        int16_t gain;
+        int16_t gain_step;
     };
-    Exact above_, below_;
+    Buffer<NodePlace> next_;
+    Buffer<int16_t> next_gain_;
+    Buffer<Node> nodes_;
     Buffer<int32_t> x_, y_;
     Buffer<int16_t> gain_;
     Buffer<int16_t> shift_[2];
