@@ -12,15 +12,10 @@
 #include "image/pano_result.h"
 #include "image/panorama_img.h"
 #include "refined/camera.h"
+#include "refined/cancel.h"
 
 namespace ozr::refined
 {
-
-// A word that another thread sets when the work shall end; null where nobody can.
-struct Cancel {
-    const int32_t* flag;
-    bool asked() const { return flag != nullptr && __atomic_load_n(flag, __ATOMIC_RELAXED) != 0; }
-};
 
 struct DrawPicture {
     const PanoImg* picture;  // NV12, even sides of 32 or more
