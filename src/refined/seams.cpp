@@ -14,8 +14,8 @@ namespace
 
 constexpr uint8_t kForbidden = 255;
 // A difference as noise and rounding make it costs nothing, one as people make it costs all: differences are squared.
-// 45 levels and more reach the limit.
-constexpr int32_t kSquareBits = 3;
+// 64 levels and more reach the limit.
+constexpr int32_t kSquareBits = 4;
 constexpr int32_t kDearest = 254;
 
 struct Region {  // columns [first, end) of the lattice
@@ -94,11 +94,22 @@ PanoResult _make_work(int32_t width, int32_t rows, Work* work)
                                                                                         : kPanoNoMemory;
 }
 
-PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, int32_t* columns)
+// Where a seam may run: between the middles of its pictures and half as far again beyond both.
+Region _region(const Layers& layers, int32_t seam)
+{
+    const Layer &a = layers.at[seam], &b = layers.at[seam + 1];
+    const int32_t beyond = (b.middle - a.middle) / 2;
+    const int32_t first = std::max(a.middle - beyond, 0);
+    return {first, std::max(std::min(b.middle + beyond + 1, layers.frame.columns), first + 2)};
+}
+
+// `before` is the seam to the left, or null: no seam crosses it.
+PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, const int32_t* before,
+                      int32_t* columns)
 {
     const Layer &a = layers.at[seam], &b = layers.at[seam + 1];
     const int32_t rows = layers.frame.rows, last = rows - 1;
-    const Region region = {a.middle, std::max(b.middle, a.middle + 1) + 1};
+    const Region region = _region(layers, seam);
     const int32_t width = region.width();
     Work work;
     PANO_FORWARD(_make_work(width, rows, &work));
@@ -107,6 +118,8 @@ PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, 
     for (int32_t y = 0; y < rows; ++y) {
         const int64_t at = int64_t{y} * width;
         _cost_row(costs + at, work.forbidden.get() + at, a, b, region, y, reach);
+        const int32_t crossing = before != nullptr ? before[y] + 2 * reach - region.first : 0;
+        std::fill_n(work.forbidden.get() + at, std::min(std::max(crossing, 0), width), kForbidden);
         if (cancel.asked())
             return kPanoCancelled;
     }
@@ -119,7 +132,7 @@ PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, 
     }
     paths.trace(columns);
     for (int32_t y = 0; y < rows; ++y)
-        columns[y] += region.first;
+        columns[y] = std::max(columns[y] + region.first, before != nullptr ? before[y] : 0);
     return kPanoSuccess;
 }
 
@@ -138,8 +151,9 @@ PanoResult find_seams(const Cancel& cancel, const Layers& layers, Seams* seams)
     seams->columns = make_unfilled_buffer<int32_t>(int64_t{layers.count} * seams->rows);
     if (!seams->columns)
         return kPanoNoMemory;
-    for (int32_t i = 0; i + 1 < layers.count; ++i)
-        PANO_FORWARD(_find_seam(cancel, layers, i, seams->columns.get() + int64_t{i} * seams->rows));
+    int32_t *columns = seams->columns.get(), *before = nullptr;
+    for (int32_t i = 0; i + 1 < layers.count; ++i, before = columns, columns += seams->rows)
+        PANO_FORWARD(_find_seam(cancel, layers, i, before, columns));
     return kPanoSuccess;
 }
 
