@@ -6,9 +6,12 @@
 #include "image/pano_result.h"
 #include "image/panorama_util.h"
 
-using ozr::refined::Cancel;
-using ozr::refined::PictureHint;
-using ozr::refined::Sweep;
+namespace ozr::engine
+{
+
+using refined::Cancel;
+using refined::PictureHint;
+using refined::Sweep;
 
 namespace
 {
@@ -110,7 +113,7 @@ bool panorama_engine_classic_joint(const PanoramaInternal* pe, int32_t index, oz
     const AlignResult& place = core->offsets[forward ? index + 1 : index];
     const int32_t x = forward ? place.x : -place.x;
     const int32_t y = forward ? place.y : -place.y;
-    const bool vertical = pano_is_vertical(pe->direction);
+    const bool vertical = is_vertical(pe->direction);
     // Pictures are composed from left to right, and the rightmost ones are left out.
     const int32_t last = forward ? index + 1 : slots - 1 - index;
     *joint = {index,
@@ -123,3 +126,5 @@ bool panorama_engine_classic_joint(const PanoramaInternal* pe, int32_t index, oz
               last < core->g_nCount ? 1 : 0};
     return true;
 }
+
+}  // namespace ozr::engine

@@ -12,6 +12,8 @@
 #include "session/quality.h"
 #include "support/ozr_chain.h"
 
+using namespace ozr::session;
+
 // The handle: its public part, then the session. Nothing may follow: callers are free to make such a record themselves.
 struct ozr_panorama_internal_t : ozr_panorama {
     panorama_t* panorama;  // owned
@@ -156,7 +158,7 @@ ozr_err ozr_panorama_set_parameters(ozr_panorama* handle, const ozr_panorama_par
 {
     OZR_RAISE_IF(handle == nullptr || params == nullptr, ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
-    const PanoramaCall call(self->panorama);
+    const Call call(self->panorama);
     const ozr_panorama_parameters* ozr_params = params;
     OZR_FORWARD(check_status(self));
     OZR_FORWARD(check_parameters(self, ozr_params));
@@ -172,7 +174,7 @@ ozr_err ozr_panorama_get_parameters(ozr_panorama* handle, ozr_panorama_parameter
 {
     OZR_RAISE_IF(handle == nullptr || params == nullptr, ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
-    const PanoramaCall call(self->panorama);
+    const Call call(self->panorama);
     OZR_FORWARD(check_status(self));
     panorama_param_t param = {};
     OZR_FORWARD(self->panorama->get_parameters(&param));
@@ -187,7 +189,7 @@ ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const ozr_imag
     OZR_RAISE_IF(handle == nullptr || preview == nullptr || offset == nullptr || direction == nullptr,
                  ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
-    const PanoramaCall call(self->panorama);
+    const Call call(self->panorama);
     OZR_FORWARD(check_status(self));
     const int32_t result = self->panorama->detect_frame_to_stitch(preview, offset, *direction);
     OZR_RAISE_IF(result < 0, result);
@@ -198,7 +200,7 @@ ozr_err ozr_panorama_stitch_one_image(ozr_panorama* handle, ozr_image* picture, 
 {
     OZR_RAISE_IF(handle == nullptr || picture == nullptr, ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
-    const PanoramaCall call(self->panorama);
+    const Call call(self->panorama);
     ozr_image* input_image = picture;
     OZR_FORWARD(check_status(self));
     OZR_FORWARD(self->panorama->stitch_one_image(input_image, offset));
@@ -218,7 +220,7 @@ ozr_err ozr_panorama_run(ozr_panorama* handle, ozr_image* output)
 {
     OZR_RAISE_IF(handle == nullptr || output == nullptr, ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
-    const PanoramaCall call(self->panorama);
+    const Call call(self->panorama);
     ozr_image* output_image = output;
     OZR_FORWARD(check_status(self));
     OZR_FORWARD(self->panorama->run(output_image));
@@ -229,7 +231,7 @@ ozr_err ozr_panorama_set_quality(ozr_panorama* handle, ozr_panorama_quality qual
 {
     OZR_RAISE_IF(handle == nullptr, ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
-    const PanoramaCall call(self->panorama);
+    const Call call(self->panorama);
     OZR_FORWARD(check_status(self));
     OZR_FORWARD(panorama_set_quality(self->panorama, quality));
     return ozr_success;
@@ -239,7 +241,7 @@ ozr_err ozr_panorama_get_joint(ozr_panorama* handle, int32_t index, ozr_panorama
 {
     OZR_RAISE_IF(handle == nullptr || joint == nullptr, ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
-    const PanoramaCall call(self->panorama);
+    const Call call(self->panorama);
     OZR_FORWARD(check_status(self));
     return panorama_get_joint(self->panorama, index, joint);
 }
@@ -248,7 +250,7 @@ ozr_err ozr_panorama_get_camera(ozr_panorama* handle, int32_t index, ozr_panoram
 {
     OZR_RAISE_IF(handle == nullptr || camera == nullptr, ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
-    const PanoramaCall call(self->panorama);
+    const Call call(self->panorama);
     OZR_FORWARD(check_status(self));
     return panorama_get_camera(self->panorama, index, camera);
 }

@@ -4,12 +4,17 @@
 
 #include <stdint.h>
 
+namespace ozr::kernels
+{
+
 // Instruction sets, one bit each.
-constexpr uint32_t kOzrCpuSse2 = 1;
-constexpr uint32_t kOzrCpuSsse3 = 2;
-constexpr uint32_t kOzrCpuAvx2 = 4;
+constexpr uint32_t kCpuSse2 = 1;
+constexpr uint32_t kCpuSsse3 = 2;
+constexpr uint32_t kCpuAvx2 = 4;
 
 // The sets that this processor has and the operating system lets programs use; 0 where it is no x86.
-uint32_t ozr_cpu_features();
+uint32_t cpu_features();
+
+}  // namespace ozr::kernels
 
 #endif

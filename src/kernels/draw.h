@@ -11,6 +11,9 @@
 
 #include <stdint.h>
 
+namespace ozr::kernels
+{
+
 constexpr int32_t kDrawBlock = 8;       // luma pixels
 constexpr int32_t kDrawPlaceBits = 10;  // places: Q10 pixels of the luma plane
 constexpr int32_t kDrawGainBits = 13;
@@ -18,14 +21,14 @@ constexpr int32_t kDrawShiftBits = 4;
 constexpr int32_t kDrawMaxShift = 2047;  // the magnitude of a shift: some 128 levels
 
 // A plane of a picture: at least 4 x 4 luma pixels, or 2 x 2 chroma pairs, whose width is counted in pairs.
-struct OzrDrawPlane {
+struct DrawPlane {
     const uint8_t* src;
     int64_t stride;
     int32_t width;
     int32_t height;
 };
 
-struct OzrDrawNodes {
+struct DrawNodes {
     const int32_t* x;
     const int32_t* y;
     const int16_t* gain;      // Q13, none negative
@@ -43,14 +46,56 @@ struct OzrDrawNodes {
 //   v    = sum of (h[i] * column weight i + 2^14) >> 15           Q6, within 16 bits
 //   g    = (v * gain + 2^14) >> 15                                Q4
 //   dst  = (g + shift + 8) >> 4, limited to a byte; the sums before it to 16 bits
-using DrawLumaRow = void(uint8_t* dst, const OzrDrawPlane& plane, const OzrDrawNodes& nodes, int32_t blocks);
+using DrawLumaRow = void(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks);
 
 // Both bytes of pair k lie at x = (place - 512) >> 1, y likewise, in Q10 pairs, limited to [0, width - 1) and
 // [0, height - 1). With the 6 bits tx and the 7 bits ty below the point, from the pair there and its neighbours:
 //   h[i] = pixel(i, 0) (64 - tx) + pixel(i, 1) tx                          Q6
 //   v    = h[0] + (((h[1] - h[0]) * (ty << 8) + 2^14) >> 15) - 128 * 64
 //   dst  = (((v * gain + 2^14) >> 15) + shift + 128 * 16 + 8) >> 4, limited as above
-using DrawChromaRow = void(uint8_t* dst, const OzrDrawPlane& plane, const OzrDrawNodes& nodes,
-                           int32_t blocks);
+using DrawChromaRow = void(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks);
+
+struct DrawKernels {
+    DrawLumaRow* luma_row;
+    DrawChromaRow* chroma_row;
+};
+
+namespace scalar
+{
+DrawLumaRow draw_luma_row;
+DrawChromaRow draw_chroma_row;
+
+constexpr void fill(DrawKernels* table)
+{
+    table->luma_row = draw_luma_row;
+    table->chroma_row = draw_chroma_row;
+}
+}  // namespace scalar
+
+namespace ssse3
+{
+DrawLumaRow draw_luma_row;
+DrawChromaRow draw_chroma_row;
+
+constexpr void fill(DrawKernels* table)
+{
+    table->luma_row = draw_luma_row;
+    table->chroma_row = draw_chroma_row;
+}
+}  // namespace ssse3
+
+namespace avx2
+{
+DrawLumaRow draw_luma_row;
+DrawChromaRow draw_chroma_row;
+
+constexpr void fill(DrawKernels* table)
+{
+    table->luma_row = draw_luma_row;
+    table->chroma_row = draw_chroma_row;
+}
+}  // namespace avx2
+
+}  // namespace ozr::kernels
 
 #endif

@@ -346,7 +346,7 @@ int32_t adjust(const Link* links, int32_t count, int32_t pictures, double assume
 {
     // A bent lens and another focal length explain much the same: the plain lens comes first.
     const Problem plain = {links, count, pictures, assumed_focal, kLensOfPair};
-    auto work = ozr_make_unfilled_buffer<Workspace>(1);
+    auto work = make_unfilled_buffer<Workspace>(1);
     if (!work)
         return kPanoNoMemory;
     double best = -1.0;
@@ -370,7 +370,7 @@ int32_t adjust(const Link* links, int32_t count, int32_t pictures, double assume
 int32_t adjust_further(const Link* links, int32_t count, int32_t pictures, double assumed_focal,
                        LensFreedom freedom, const Cancel& cancel, Lenses* lenses)
 {
-    auto work = ozr_make_unfilled_buffer<Workspace>(1);
+    auto work = make_unfilled_buffer<Workspace>(1);
     if (!work)
         return kPanoNoMemory;
     // Again from a plain lens: how much the last one was bent may be what misled the matches.

@@ -12,18 +12,19 @@ namespace
 
 constexpr int32_t kMaxLevels = 6;
 constexpr int32_t kLeastLevelSide = 4;  // of the coarsest level of one picture
+constexpr int32_t kBaseBits = 1;        // of level 0 against the lattice: finer waves are the feather's
 constexpr int32_t kMaskOne = 1 << 14;
 
-// Numbers on a lattice; level l has every 2^l-th point of level 0, from the same first one.
+// Numbers on a lattice. Level 0 has the means of 2 x 2 points, as chroma pairs are; level l has every 2^l-th point of level 0, from the same first one.
 struct Grid {
-    OzrBuffer<int16_t> at;
+    Buffer<int16_t> at;
     int32_t width, height;
     int16_t* row(int32_t y) const { return at.get() + int64_t{y} * width; }
 };
 
 bool _make_grid(int32_t width, int32_t height, Grid* grid)
 {
-    grid->at = ozr_make_unfilled_buffer<int16_t>(int64_t{width} * height);
+    grid->at = make_unfilled_buffer<int16_t>(int64_t{width} * height);
     grid->width = width;
     grid->height = height;
     return grid->at != nullptr;
@@ -44,27 +45,36 @@ void _reduce(const Grid& src, const Grid& dst, int32_t* line)
         for (int32_t x = 0; x < src.width; ++x)
             line[x] = rows[0][x] + rows[4][x] + 4 * (rows[1][x] + rows[3][x]) + 6 * rows[2][x];
         int16_t* out = dst.row(y);
-        for (int32_t x = 0; x < dst.width; ++x) {
-            const auto tap = [&](int32_t i) { return line[_limited(2 * x + i, src.width - 1)]; };
-            out[x] =
-                static_cast<int16_t>((tap(-2) + tap(2) + 4 * (tap(-1) + tap(1)) + 6 * tap(0) + 128) >> 8);
+        const auto weighed = [](int32_t a, int32_t b, int32_t c, int32_t d, int32_t e) {
+            return static_cast<int16_t>((a + e + 4 * (b + d) + 6 * c + 128) >> 8);
+        };
+        const auto tap = [&](int32_t x) { return line[_limited(x, src.width - 1)]; };
+        const int32_t inner = std::max(1, (src.width - 3) / 2 + 1);  // up to here all five are there
+        for (int32_t x = 0; x < dst.width; x = x + 1 == 1 && inner > 1 ? inner : x + 1)
+            out[x] = weighed(tap(2 * x - 2), tap(2 * x - 1), tap(2 * x), tap(2 * x + 1), tap(2 * x + 2));
+        for (int32_t x = 1; x < std::min(inner, dst.width); ++x) {
+            const int32_t* at = line + 2 * x;
+            out[x] = weighed(at[-2], at[-1], at[0], at[1], at[2]);
         }
     }
 }
 
 // A row of the finer lattice from the coarser one, in 64ths: between two points 4 4, on a point 1 6 1. `line` has room
-// for a row of the coarser one.
+// for a row of the coarser one and two points more.
 void _expand_row(const Grid& coarse, int32_t y, int32_t* out, int32_t width, int32_t* line)
 {
     const int32_t last = coarse.height - 1, middle = y / 2;
     const int16_t* here = coarse.row(std::min(middle, last));
     const int16_t* next = coarse.row(std::min(middle + 1, last));
     const int16_t* before = coarse.row(std::max(std::min(middle, last + 1) - 1, 0));
+    ++line;
     for (int32_t x = 0; x < coarse.width; ++x)
         line[x] = y % 2 != 0 ? 4 * (here[x] + next[x]) : before[x] + 6 * here[x] + next[x];
+    line[-1] = line[0];
+    line[coarse.width] = line[coarse.width - 1];
     for (int32_t x = 0; x < width; ++x) {
-        const auto tap = [&](int32_t i) { return line[_limited(x / 2 + i, coarse.width - 1)]; };
-        out[x] = x % 2 != 0 ? 4 * (tap(0) + tap(1)) : tap(-1) + 6 * tap(0) + tap(1);
+        const int32_t* at = line + std::min(x / 2, coarse.width - 1);
+        out[x] = x % 2 != 0 ? 4 * (at[0] + at[1]) : at[-1] + 6 * at[0] + at[1];
     }
 }
 
@@ -79,8 +89,8 @@ struct Pyramid {
 
 // What the pictures add up to.
 struct Sums {
-    OzrBuffer<int32_t> sum[kChannels][kMaxLevels];
-    OzrBuffer<int32_t> weight[kMaxLevels];
+    Buffer<int32_t> sum[kChannels][kMaxLevels];
+    Buffer<int32_t> weight[kMaxLevels];
     int32_t width[kMaxLevels], height[kMaxLevels];
     int32_t levels;
 };
@@ -90,35 +100,33 @@ struct Blend {
     const Layers& layers;
     const Seams& seams;
     const Crop& crop;
-    int32_t base_bits;  // of level 0 against the lattice
     Sums sums;
-    OzrBuffer<int32_t> line[2];
+    Buffer<int32_t> line[2];
 };
 
 PanoResult _make_sums(Blend* blend)
 {
     Sums& sums = blend->sums;
-    int32_t width = ((blend->crop.right - blend->crop.left) >> blend->base_bits) + 2;
-    int32_t height = ((blend->crop.bottom - blend->crop.top) >> blend->base_bits) + 2;
+    int32_t width = ((blend->crop.right - blend->crop.left) >> kBaseBits) + 2;
+    int32_t height = ((blend->crop.bottom - blend->crop.top) >> kBaseBits) + 2;
     for (int32_t l = 0; l < sums.levels; ++l) {
         const int64_t points = int64_t{width} * height;
         sums.width[l] = width;
         sums.height[l] = height;
-        sums.weight[l] = ozr_make_buffer<int32_t>(points);
+        sums.weight[l] = make_buffer<int32_t>(points);
         if (!sums.weight[l])
             return kPanoNoMemory;
         for (auto& channel : sums.sum) {
-            channel[l] = ozr_make_buffer<int32_t>(points);
+            channel[l] = make_buffer<int32_t>(points);
             if (!channel[l])
                 return kPanoNoMemory;
         }
         width = (width + 1) / 2;
         height = (height + 1) / 2;
     }
-    // Rows of the lattice are twice as long as those of level 0, and layers may reach beyond the panorama.
-    const int64_t longest = int64_t{blend->layers.frame.columns} + 4 * (2 << kMaxLevels);
-    for (OzrBuffer<int32_t>& line : blend->line) {
-        line = ozr_make_unfilled_buffer<int32_t>(longest);
+    const int64_t longest = sums.width[0] + 2;  // an end at each side
+    for (Buffer<int32_t>& line : blend->line) {
+        line = make_unfilled_buffer<int32_t>(longest);
         if (!line)
             return kPanoNoMemory;
     }
@@ -147,74 +155,70 @@ Part _part(const Blend& blend, int32_t picture)
 {
     const Layer& layer = blend.layers.at[picture];
     const int32_t unit = 1 << (blend.sums.levels - 1);
-    const int32_t left = std::max(layer.first - blend.crop.left, 0) >> blend.base_bits;
-    const int32_t right = (layer.first + layer.columns - blend.crop.left) >> blend.base_bits;
+    const int32_t left = std::max(layer.first - blend.crop.left, 0) >> kBaseBits;
+    const int32_t right = (layer.first + layer.columns - blend.crop.left) >> kBaseBits;
     const int32_t first = std::min(left, blend.sums.width[0] - 1) / unit * unit;
     return {picture, first, std::max(std::min(right + 1, blend.sums.width[0]) - first, 1),
             blend.sums.height[0]};
 }
 
-// A grid at the lattice's own density, as level 0 is reduced from; `value` makes its numbers of columns and rows of the
-// frame, limited to the frame.
-template <class Value>
-PanoResult _make_base(const Blend& blend, const Part& part, int32_t bits, Value value, Grid* base)
+// The rows of the frame that a row of level 0 is the mean of; the last one goes on below.
+struct FrameRows {
+    int32_t upper;
+    int32_t lower;
+};
+
+FrameRows _frame_rows(const Blend& blend, int32_t y)
 {
-    Grid fine;
-    if (!_make_grid(part.columns << bits, part.rows << bits, &fine))
-        return kPanoNoMemory;
-    const int32_t skip = blend.base_bits - bits;  // the numbers may be there at every 2^skip-th point only
-    for (int32_t y = 0; y < fine.height; ++y) {
-        const int32_t row = std::min(blend.crop.top + (y << skip), blend.layers.frame.rows - 1);
-        int16_t* out = fine.row(y);
-        for (int32_t x = 0; x < fine.width; ++x) {
-            const int32_t column = blend.crop.left + (((part.first << bits) + x) << skip);
-            out[x] = value(column, row);
-        }
-    }
-    for (int32_t i = 0; i < bits; ++i) {
-        Grid half;
-        if (!_make_grid(fine.width / 2, fine.height / 2, &half))
-            return kPanoNoMemory;
-        _reduce(fine, half, blend.line[0].get());
-        fine = std::move(half);
-    }
-    *base = std::move(fine);
-    return kPanoSuccess;
+    const int32_t upper = std::min(blend.crop.top + 2 * y, blend.layers.frame.rows - 2);
+    return {upper, upper + 1};
 }
 
-PanoResult _make_mask(const Blend& blend, const Part& part, Grid* base)
+// Adds half a picture's share of the points of a row of level 0: the columns of one row of the frame that it owns.
+void _add_share(int16_t* out, const Blend& blend, const Part& part, int32_t row)
 {
-    const int32_t all = blend.layers.frame.columns;
-    return _make_base(
-        blend, part, blend.base_bits,
-        [&](int32_t column, int32_t row) {
-            // Beyond the frame its last column counts on.
-            const int32_t x = std::min(column, all - 1);
-            const bool own =
-                x >= blend.seams.begin(part.picture, row) && x < blend.seams.end(part.picture, row, all);
-            return static_cast<int16_t>(own ? kMaskOne : 0);
-        },
-        base);
+    const int32_t origin = blend.crop.left + 2 * part.first, width = 2 * part.columns;
+    const bool is_last = part.picture + 1 == blend.layers.count;
+    const int32_t begin = _limited(blend.seams.begin(part.picture, row) - origin, width);
+    const int32_t end = is_last ? width : _limited(blend.seams.end(part.picture, row, 0) - origin, width);
+    if (begin >= end)
+        return;
+    constexpr int16_t kHalf = kMaskOne / 2;
+    for (int32_t x = begin / 2; x < (end + 1) / 2; ++x)
+        out[x] = static_cast<int16_t>(out[x] + kHalf);
+    if (begin % 2 != 0)
+        out[begin / 2] = static_cast<int16_t>(out[begin / 2] - kHalf / 2);
+    if (end % 2 != 0)
+        out[end / 2] = static_cast<int16_t>(out[end / 2] - kHalf / 2);
 }
 
-PanoResult _make_channel(const Blend& blend, const Part& part, int32_t channel, Grid* base)
+void _make_mask(const Blend& blend, const Part& part, const Grid& base)
+{
+    for (int32_t y = 0; y < base.height; ++y) {
+        const FrameRows rows = _frame_rows(blend, y);
+        std::fill_n(base.row(y), base.width, int16_t{0});
+        _add_share(base.row(y), blend, part, rows.upper);
+        _add_share(base.row(y), blend, part, rows.lower);
+    }
+}
+
+// Beyond its ends a layer goes on as it ends.
+void _make_channel(const Blend& blend, const Part& part, int32_t channel, const Grid& base)
 {
     const Layer& layer = blend.layers.at[part.picture];
-    const auto inside = [&](int32_t column) { return _limited(column - layer.first, layer.columns - 1); };
-    if (channel == 0)
-        return _make_base(
-            blend, part, blend.base_bits,
-            [&](int32_t column, int32_t row) {
-                return static_cast<int16_t>(layer.luma_row(row)[inside(column)] << kDrawShiftBits);
-            },
-            base);
-    return _make_base(
-        blend, part, blend.base_bits - 1,
-        [&](int32_t column, int32_t row) {
-            const uint8_t* pair = layer.chroma_row(row / 2) + (inside(column) & ~1);
-            return static_cast<int16_t>(pair[channel - 1] << kDrawShiftBits);
-        },
-        base);
+    const int32_t origin = blend.crop.left - layer.first + 2 * part.first, last = layer.columns - 2;
+    for (int32_t y = 0; y < base.height; ++y) {
+        const FrameRows rows = _frame_rows(blend, y);
+        const uint8_t *upper = layer.luma_row(rows.upper), *lower = layer.luma_row(rows.lower);
+        const uint8_t* chroma = layer.chroma_row(rows.upper / 2) + channel - 1;
+        int16_t* out = base.row(y);
+        for (int32_t x = 0; x < base.width; ++x) {
+            const int32_t at = _limited(origin + 2 * x, last);
+            const int32_t four =
+                channel == 0 ? upper[at] + upper[at + 1] + lower[at] + lower[at + 1] : 4 * chroma[at];
+            out[x] = static_cast<int16_t>(four << (kernels::kDrawShiftBits - 2));
+        }
+    }
 }
 
 // Adds the details of each level, weighted, to what is there.
@@ -243,14 +247,18 @@ PanoResult _add_picture(const Blend& blend, int32_t picture, Correction* correct
 {
     const Part part = _part(blend, picture);
     Pyramid mask;
-    PANO_FORWARD(_make_mask(blend, part, &mask.level[0]));
+    if (!_make_grid(part.columns, part.rows, &mask.level[0]))
+        return kPanoNoMemory;
+    _make_mask(blend, part, mask.level[0]);
     PANO_FORWARD(_build(blend, &mask));
     correction->first = part.first;
     correction->columns = part.columns;
     correction->rows = part.rows;
     for (int32_t channel = 0; channel < kChannels; ++channel) {
         Pyramid values;
-        PANO_FORWARD(_make_channel(blend, part, channel, &values.level[0]));
+        if (!_make_grid(part.columns, part.rows, &values.level[0]))
+            return kPanoNoMemory;
+        _make_channel(blend, part, channel, values.level[0]);
         PANO_FORWARD(_build(blend, &values));
         _add(blend, part, mask, values, channel);
         correction->shift[channel] = std::move(values.level[0].at);
@@ -290,16 +298,17 @@ void _subtract(const Grid& blended, int32_t channel, Correction* correction)
     for (int32_t y = 0; y < correction->rows; ++y) {
         for (int32_t x = 0; x < correction->columns; ++x, ++shift) {
             const int32_t difference = blended.row(y)[correction->first + x] - *shift;
-            *shift = static_cast<int16_t>(std::min(std::max(difference, -kDrawMaxShift), kDrawMaxShift));
+            *shift = static_cast<int16_t>(
+                std::min(std::max(difference, -kernels::kDrawMaxShift), kernels::kDrawMaxShift));
         }
     }
 }
 
 // So many that the coarsest level of one picture still has a few points each way.
-int32_t _count_levels(const Layers& layers, int32_t base_bits)
+int32_t _count_levels(const Layers& layers)
 {
-    const OzrDrawPlane& small = layers.at[0].small_luma;
-    const int32_t side = std::min(small.width, small.height) >> base_bits;
+    const kernels::DrawPlane& small = layers.at[0].small_luma;
+    const int32_t side = std::min(small.width, small.height) >> kBaseBits;
     int32_t levels = 1;
     while (levels < kMaxLevels && side >> levels >= kLeastLevelSide)
         ++levels;
@@ -311,10 +320,9 @@ int32_t _count_levels(const Layers& layers, int32_t base_bits)
 PanoResult find_corrections(const Cancel& cancel, const Layers& layers, const Seams& seams, const Crop& crop,
                             Corrections* corrections)
 {
-    const int32_t base_bits = 1;  // finer waves are the feather's
-    Blend blend = {layers, seams, crop, base_bits, {}, {}};
-    blend.sums.levels = _count_levels(layers, base_bits);
-    corrections->step_bits = layers.frame.step_bits + base_bits;
+    Blend blend = {layers, seams, crop, {}, {}};
+    blend.sums.levels = _count_levels(layers);
+    corrections->step_bits = layers.frame.step_bits + kBaseBits;
     PANO_FORWARD(_make_sums(&blend));
     for (int32_t i = 0; i < layers.count; ++i) {
         PANO_FORWARD(_add_picture(blend, i, &corrections->at[i]));
@@ -336,8 +344,11 @@ void shifts_of_row(int16_t* dst, const Corrections& corrections, int32_t picture
                    int32_t row, int32_t first, int32_t end)
 {
     const Correction& correction = corrections.at[picture];
-    const int32_t bits = corrections.step_bits, step = 1 << bits, part = row & (step - 1);
-    const int32_t above = std::min(row >> bits, correction.rows - 1);
+    const int32_t bits = corrections.step_bits, step = 1 << bits;
+    // A point is the mean of 2 x 2 points of the lattice, so it lies half a lattice step in from its own step's start.
+    const int32_t inset = step / 4;
+    const int32_t down = std::max(row - inset, 0), part = down & (step - 1);
+    const int32_t above = std::min(down >> bits, correction.rows - 1);
     const int32_t below = std::min(above + 1, correction.rows - 1);
     const int16_t* top = correction.shift[channel].get() + int64_t{above} * correction.columns;
     const int16_t* bottom = correction.shift[channel].get() + int64_t{below} * correction.columns;
@@ -345,10 +356,17 @@ void shifts_of_row(int16_t* dst, const Corrections& corrections, int32_t picture
         const int32_t x = _limited(column - correction.first, correction.columns - 1);
         return top[x] * (step - part) + bottom[x] * part;
     };
-    for (int32_t node = first; node < end; ++node) {
-        const int32_t x = node * kDrawBlock, across = x & (step - 1);
-        const int64_t sum = int64_t{at(x >> bits)} * (step - across) + int64_t{at((x >> bits) + 1)} * across;
-        dst[node] = static_cast<int16_t>((sum + (int64_t{1} << (2 * bits - 1))) >> (2 * bits));
+    int32_t place = first * kernels::kDrawBlock - inset;
+    int32_t column = place >> bits, here = at(column), next = at(column + 1);
+    for (int32_t node = first; node < end; ++node, place += kernels::kDrawBlock) {
+        if (place >> bits != column) {
+            ++column;
+            here = next;
+            next = at(column + 1);
+        }
+        const int32_t across = place & (step - 1);
+        dst[node] =
+            static_cast<int16_t>((int64_t{here} * (step - across) + int64_t{next} * across) >> (2 * bits));
     }
 }
 

@@ -58,8 +58,8 @@ int32_t find_corners(const GrayView& plane, Corners* out)
     const int32_t blocks = std::max((plane.width - 2) / kCornerStep, 0);
     out->columns = std::max(blocks - 1, 0);
     out->rows = std::max((plane.height - 2) / kCornerStep - 1, 0);
-    out->strength = ozr_make_unfilled_buffer<float>(std::max(int64_t{out->columns} * out->rows, int64_t{1}));
-    auto tensors = ozr_make_unfilled_buffer<Tensor>(2 * int64_t{blocks} + 1);
+    out->strength = make_unfilled_buffer<float>(std::max(int64_t{out->columns} * out->rows, int64_t{1}));
+    auto tensors = make_unfilled_buffer<Tensor>(2 * int64_t{blocks} + 1);
     if (!out->strength || !tensors)
         return kPanoNoMemory;
     Tensor* above = tensors.get();

@@ -11,7 +11,7 @@ namespace ozr::refined
 struct Corners {
     int32_t columns;
     int32_t rows;
-    OzrBuffer<float> strength;
+    Buffer<float> strength;
 
     float at(int32_t column, int32_t row) const { return strength.get()[int64_t{row} * columns + column]; }
 };

@@ -8,20 +8,28 @@ namespace ozr::refined
 namespace
 {
 
+// Clears the columns [begin, end) that a picture does not show.
+void _clear_hidden(int32_t* heights, const Layer& layer, int32_t begin, int32_t end, int32_t row)
+{
+    const uint8_t* shown = layer.shown_row(row) - layer.first;
+    for (int32_t x = begin; x < end; ++x) {
+        const bool inside = x >= layer.first && x < layer.first + layer.columns;
+        heights[x] = inside && shown[x] != 0 ? heights[x] : 0;
+    }
+}
+
 // Counts, for every column, the covered points up to and with this row.
 void _extend_heights(int32_t* heights, const Layers& layers, const Seams& seams, int32_t row)
 {
+    const int32_t columns = layers.frame.columns;
     const int32_t reach = (feather_width(layers.frame) / 2 >> layers.frame.step_bits) + 1;
+    for (int32_t x = 0; x < columns; ++x)
+        ++heights[x];
     for (int32_t i = 0; i < layers.count; ++i) {
-        const Layer& layer = layers.at[i];
-        const int32_t begin = seams.begin(i, row), end = seams.end(i, row, layers.frame.columns);
-        for (int32_t x = begin; x < end; ++x)
-            heights[x] = layer.shows(x, row) ? heights[x] + 1 : 0;
         // Under a feather the neighbours show through.
-        for (int32_t x = std::max(begin - reach, 0); i > 0 && x < begin; ++x)
-            heights[x] = layer.shows(x, row) ? heights[x] : 0;
-        for (int32_t x = begin; i > 0 && x < std::min(begin + reach, end); ++x)
-            heights[x] = layers.at[i - 1].shows(x, row) ? heights[x] : 0;
+        const int32_t begin = i > 0 ? seams.begin(i, row) - reach : 0;
+        const int32_t end = i + 1 < layers.count ? seams.end(i, row, columns) + reach : columns;
+        _clear_hidden(heights, layers.at[i], std::max(begin, 0), std::min(end, columns), row);
     }
 }
 
@@ -59,8 +67,8 @@ void _try_row(const int32_t* heights, int32_t columns, int32_t row, Rising* risi
 PanoResult find_crop(const Layers& layers, const Seams& seams, Crop* crop)
 {
     const int32_t columns = layers.frame.columns;
-    const OzrBuffer<int32_t> heights = ozr_make_buffer<int32_t>(columns);
-    const OzrBuffer<Rising> rising = ozr_make_unfilled_buffer<Rising>(int64_t{columns} + 1);
+    const Buffer<int32_t> heights = make_buffer<int32_t>(columns);
+    const Buffer<Rising> rising = make_unfilled_buffer<Rising>(int64_t{columns} + 1);
     if (!heights || !rising)
         return kPanoNoMemory;
     *crop = {};

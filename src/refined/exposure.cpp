@@ -27,7 +27,7 @@ struct Block {
 };
 
 struct Blocks {
-    OzrBuffer<Block> at[kMaxPictures];
+    Buffer<Block> at[kMaxPictures];
     int32_t first[kMaxPictures], columns[kMaxPictures];
     int32_t rows;
 };
@@ -103,7 +103,7 @@ PanoResult _measure_blocks(const Cancel& cancel, const Layers& layers, Blocks* b
         const Layer& layer = layers.at[i];
         blocks->first[i] = layer.first / kBlock;
         blocks->columns[i] = layer.columns / kBlock;
-        blocks->at[i] = ozr_make_unfilled_buffer<Block>(int64_t{blocks->columns[i]} * blocks->rows);
+        blocks->at[i] = make_unfilled_buffer<Block>(int64_t{blocks->columns[i]} * blocks->rows);
         if (!blocks->at[i])
             return kPanoNoMemory;
         Block* block = blocks->at[i].get();

@@ -1,5 +1,7 @@
 #include "refined/layers.h"
 
+#include <string.h>
+
 #include <algorithm>
 
 #include "refined/elementary.h"
@@ -16,7 +18,7 @@ constexpr int32_t kLongestSmall = 512;  // side of a small picture: finer seams 
 constexpr int32_t kLeastStepBits = 2;   // ... and nothing finer than 4 pixels hides under a feather
 constexpr int32_t kShownMargin =
     2;  // pixels at a picture's edge that are not drawn: the cubic reaches two further
-constexpr int32_t kBlock = kDrawBlock;
+constexpr int32_t kBlock = kernels::kDrawBlock;
 
 // Bounds of what can be a camera; comparisons fail for what is not a number.
 bool _is_camera(const Camera& camera, int32_t longer)
@@ -190,32 +192,58 @@ PanoResult _make_small(const Cancel& cancel, const Frame& frame, Layer* layer)
 }
 
 // Marks the points of a row that a picture shows.
-void _mark_shown(uint8_t* dst, const View& view, const NodePlace* above, const NodePlace* below, int32_t part,
-                 int32_t blocks)
+void _mark_shown(uint8_t* dst, const kernels::DrawNodes& nodes, const kernels::DrawPlane& small,
+                 int32_t margin, int32_t blocks)
 {
-    const auto between = [](int32_t a, int32_t b, int32_t at, int32_t of) {
-        return a + static_cast<int32_t>((int64_t{b} - a) * at / of);
-    };
+    const int32_t most_x = ((small.width - 1) << kernels::kDrawPlaceBits) - margin;
+    const int32_t most_y = ((small.height - 1) << kernels::kDrawPlaceBits) - margin;
     for (int32_t b = 0; b < blocks; ++b) {
-        const NodePlace here = {between(above[b].x, below[b].x, part, kNodeParts),
-                                between(above[b].y, below[b].y, part, kNodeParts)};
-        const NodePlace next = {between(above[b + 1].x, below[b + 1].x, part, kNodeParts),
-                                between(above[b + 1].y, below[b + 1].y, part, kNodeParts)};
+        const int32_t step_x = nodes.x[b + 1] - nodes.x[b], step_y = nodes.y[b + 1] - nodes.y[b];
         for (int32_t k = 0; k < kBlock; ++k) {
-            const NodePlace place = {between(here.x, next.x, k, kBlock), between(here.y, next.y, k, kBlock)};
-            *dst++ = view.shows(place, kShownMargin) ? 255 : 0;
+            const int32_t x = nodes.x[b] + step_x / kBlock * k, y = nodes.y[b] + step_y / kBlock * k;
+            *dst++ = x >= margin && x <= most_x && y >= margin && y <= most_y ? 255 : 0;
         }
     }
 }
 
-PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* headings, Layer* layer)
+bool _is_shown(const uint8_t* block)
+{
+    uint64_t points;
+    memcpy(&points, block, sizeof(points));
+    return points != 0;
+}
+
+// Draws the blocks of which something is shown, a run at a time; others repeat what is above them, so that slow waves run
+// out there.
+template <class Draw>
+void _draw_shown(uint8_t* dst, const Layer& layer, int32_t y, Draw draw)
+{
+    const uint8_t* shown = layer.shown_row(y);
+    const int32_t blocks = layer.columns / kBlock;
+    for (int32_t b = 0, end; b < blocks; b = end) {
+        const bool drawn = y < 2 || _is_shown(shown + b * kBlock);
+        for (end = b + 1; end < blocks && (y < 2 || _is_shown(shown + end * kBlock)) == drawn;)
+            ++end;
+        if (drawn)
+            draw(dst + b * kBlock, b, end - b);
+        else
+            memcpy(dst + b * kBlock, dst + b * kBlock - layer.columns,
+                   static_cast<size_t>((end - b) * kBlock));
+    }
+}
+
+PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* headings, bool first_time,
+                      Layer* layer)
 {
     const int32_t blocks = layer->columns / kBlock;
     const NodeRange all = {0, blocks + 1};
-    const OzrKernels* kernels = ozr_kernels();
+    const kernels::Kernels* table = kernels::active();
     NodeRows nodes;
     if (const PanoResult result = nodes.init(blocks + 1); result < 0)
         return result;
+    // The small picture's middle pixels lie half a small pixel in from the picture's edge.
+    const int32_t margin = ((2 * kShownMargin + 1) << kernels::kDrawPlaceBits >> (frame.step_bits + 1)) -
+                           (1 << (kernels::kDrawPlaceBits - 1));
     const Heading* own = headings + layer->first / kBlock;
     const auto height = [&](int32_t y) { return ((frame.first_row + y) << frame.step_bits) / frame.radius; };
     nodes.advance(layer->view, own, height(0), all);
@@ -225,12 +253,16 @@ PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* h
             nodes.advance(layer->view, own, height(y + kNodeRows), all);
         const int64_t at = int64_t{y} * layer->columns;
         nodes.interpolate(part, layer->level_bits, all);
-        kernels->draw_luma_row(layer->luma.get() + at, layer->small_luma, nodes.at(0), blocks);
-        _mark_shown(layer->shown.get() + at, layer->view, nodes.exact_above(), nodes.exact_below(), part,
-                    blocks);
+        if (first_time)
+            _mark_shown(layer->shown.get() + at, nodes.at(0), layer->small_luma, margin, blocks);
+        _draw_shown(layer->luma.get() + at, *layer, y, [&](uint8_t* dst, int32_t b, int32_t count) {
+            table->draw.luma_row(dst, layer->small_luma, nodes.at(b), count);
+        });
         if (y % 2 == 0) {
             nodes.interpolate(part + 1, layer->level_bits, all);
-            kernels->draw_chroma_row(layer->chroma.get() + at / 2, layer->small_chroma, nodes.at(0), blocks);
+            _draw_shown(layer->chroma.get() + at / 2, *layer, y, [&](uint8_t* dst, int32_t b, int32_t count) {
+                table->draw.chroma_row(dst, layer->small_chroma, nodes.at(b), count);
+            });
         }
         if (cancel.asked())
             return kPanoCancelled;
@@ -251,25 +283,25 @@ PanoResult arrange_layers(const DrawInput& input, Layers* layers)
         Layer& layer = layers->at[i];
         const int64_t points = int64_t{layer.columns} * frame.rows;
         PANO_FORWARD(_make_small(input.cancel, frame, &layer));
-        layer.luma = ozr_make_unfilled_buffer<uint8_t>(points);
-        layer.chroma = ozr_make_unfilled_buffer<uint8_t>(points / 2);
-        layer.shown = ozr_make_unfilled_buffer<uint8_t>(points);
+        layer.luma = make_unfilled_buffer<uint8_t>(points);
+        layer.chroma = make_unfilled_buffer<uint8_t>(points / 2);
+        layer.shown = make_unfilled_buffer<uint8_t>(points);
         if (!layer.luma || !layer.chroma || !layer.shown)
             return kPanoNoMemory;
     }
     return kPanoSuccess;
 }
 
-PanoResult lay_layers(const Cancel& cancel, Layers* layers)
+PanoResult lay_layers(const Cancel& cancel, bool first_time, Layers* layers)
 {
     const Frame& frame = layers->frame;
     const double step = 1 << frame.step_bits;
-    const OzrBuffer<Heading> headings =
+    const Buffer<Heading> headings =
         make_headings(frame.radius, frame.first_column * step, kBlock * step, frame.columns / kBlock + 1);
     if (!headings)
         return kPanoNoMemory;
     for (int32_t i = 0; i < layers->count; ++i)
-        PANO_FORWARD(_lay_layer(cancel, frame, headings.get(), &layers->at[i]));
+        PANO_FORWARD(_lay_layer(cancel, frame, headings.get(), first_time, &layers->at[i]));
     return kPanoSuccess;
 }
 

@@ -13,8 +13,9 @@
 namespace ozr::refined
 {
 
-constexpr int32_t kNodeRows = 16;              // from one exact row to the next
-constexpr int32_t kNodeParts = 2 * kNodeRows;  // a row is two parts: chroma lies between rows
+constexpr int32_t kNodeRows = 16;  // from one exact row to the next
+constexpr int32_t kPartBits = 5;
+constexpr int32_t kNodeParts = 1 << kPartBits;  // a row is two parts: chroma lies between rows
 
 // Some nodes of a row, [first, end).
 struct NodeRange {
@@ -35,25 +36,28 @@ public:
     void interpolate(int32_t part, int32_t level_bits, const NodeRange& range);
 
     // Of the block that begins with a node.
-    OzrDrawNodes at(int32_t node) const;
+    kernels::DrawNodes at(int32_t node) const;
 
     int16_t* shift(int32_t channel) { return shift_[channel].get(); }
-    const NodePlace* exact_above() const { return above_.places.get(); }
-    const NodePlace* exact_below() const { return below_.places.get(); }
 
 private:
-    struct Exact {
-        OzrBuffer<NodePlace> places;
-        OzrBuffer<int16_t> gain;
+    // Exact nodes, and how much more there is a row of exact nodes further down.
+    struct Node {
+        NodePlace place;
+        NodePlace step;
+        int16_t gain;
+        int16_t gain_step;
     };
-    Exact above_, below_;
-    OzrBuffer<int32_t> x_, y_;
-    OzrBuffer<int16_t> gain_;
-    OzrBuffer<int16_t> shift_[2];
+    Buffer<NodePlace> next_;
+    Buffer<int16_t> next_gain_;
+    Buffer<Node> nodes_;
+    Buffer<int32_t> x_, y_;
+    Buffer<int16_t> gain_;
+    Buffer<int16_t> shift_[2];
 };
 
 // The headings of `count` columns, `step` pixels apart, the first one at `first` pixels; null when memory is out.
-OzrBuffer<Heading> make_headings(double radius, double first, double step, int32_t count);
+Buffer<Heading> make_headings(double radius, double first, double step, int32_t count);
 
 }  // namespace ozr::refined
 

@@ -30,7 +30,7 @@ int32_t _lay_out(const PanoImg* kept, Pyramid* pyramid)
     int64_t bytes = 0;
     for (int32_t i = 1; i < pyramid->count; ++i)
         bytes += int64_t{kept->width >> i} * (kept->height >> i);
-    pyramid->block = ozr_make_unfilled_buffer<uint8_t>(bytes);
+    pyramid->block = make_unfilled_buffer<uint8_t>(bytes);
     if (!pyramid->block)
         return kPanoNoMemory;
     uint8_t* data = pyramid->block.get();
@@ -53,7 +53,7 @@ uint8_t* _row_to_fill(const Pyramid* pyramid, int32_t level, int32_t y)
 void _halve_row(const Pyramid* pyramid, int32_t level, int32_t y)
 {
     const GrayView& finer = pyramid->levels[level - 1];
-    ozr_kernels()->half_gray_row(_row_to_fill(pyramid, level, y), finer.row(2 * y), finer.row(2 * y + 1),
+    kernels::active()->resample.half_gray_row(_row_to_fill(pyramid, level, y), finer.row(2 * y), finer.row(2 * y + 1),
                                  pyramid->levels[level].width);
 }
 

@@ -28,7 +28,7 @@ constexpr int32_t kMaxLevels = 16;
 struct Pyramid {
     GrayView levels[kMaxLevels];
     int32_t count;
-    OzrBuffer<uint8_t> block;  // of all levels but the first
+    Buffer<uint8_t> block;  // of all levels but the first
 };
 
 // Copies an NV12 picture into `kept`, with tight rows and even sizes (an odd last row or column is left out), and builds

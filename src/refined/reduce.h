@@ -13,7 +13,7 @@ int32_t reduced_side(int32_t side, int32_t bits);
 
 // NV12 without padding, the chroma rows after the luma rows; null when memory is out. `cancel` is looked at between rows:
 // once asked, the rest stays as it is.
-OzrBuffer<uint8_t> reduce_picture(const PanoImg& picture, int32_t bits, const Cancel& cancel);
+Buffer<uint8_t> reduce_picture(const PanoImg& picture, int32_t bits, const Cancel& cancel);
 
 }  // namespace ozr::refined
 

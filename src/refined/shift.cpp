@@ -65,7 +65,7 @@ struct ValueMap {
     int32_t up;
     int32_t columns;
     int32_t rows;
-    OzrBuffer<float> values;
+    Buffer<float> values;
 
     float* at(int32_t x, int32_t y) const { return values.get() + int64_t{y + 1} * (columns + 2) + x + 1; }
 };
@@ -77,7 +77,7 @@ int32_t _fill(const Unrolled& a, const Unrolled& b, const ShiftRange& range, con
     map->up = _whole(range.up * a.height);
     map->columns = _whole(range.right * a.width) - map->left + 1;
     map->rows = _whole(range.down * a.height) - map->up + 1;
-    map->values = ozr_make_buffer<float>(int64_t{map->columns + 2} * (map->rows + 2));
+    map->values = make_buffer<float>(int64_t{map->columns + 2} * (map->rows + 2));
     if (!map->values)
         return kPanoNoMemory;
     for (int32_t y = 0; y < map->rows; ++y) {

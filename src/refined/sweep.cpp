@@ -151,7 +151,7 @@ int32_t Sweep::add(const PanoImg& picture, const PictureHint& hint, const Cancel
         return kPanoCancelled;
     // As long as nothing is joined, the caller's word on the direction counts.
     if (!has_good_pair() && hint.direction != kDirectionUndecided &&
-        pano_is_vertical(hint.direction) != turned_)
+        is_vertical(hint.direction) != turned_)
         PANO_FORWARD(turn_pictures());
     PANO_FORWARD(_add_sight(picture, turned_, &sights_[pictures_]));
     const GrayView& plane = sights_[pictures_].pyramid.levels[0];

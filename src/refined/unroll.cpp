@@ -114,8 +114,8 @@ void _contrast_row(const int16_t* luma, const int16_t* mask, const int32_t* sums
 int32_t _take_off_means(Unrolled* image)
 {
     const int32_t width = image->width;
-    auto contrast = ozr_make_unfilled_buffer<int16_t>(int64_t{width} * image->height);
-    auto sums = ozr_make_buffer<int32_t>(2 * int64_t{width});
+    auto contrast = make_unfilled_buffer<int16_t>(int64_t{width} * image->height);
+    auto sums = make_buffer<int32_t>(2 * int64_t{width});
     if (!contrast || !sums)
         return kPanoNoMemory;
     int32_t* counts = sums.get() + width;
@@ -140,8 +140,8 @@ int32_t unroll(const GrayView& plane, double focal, double roll, Unrolled* out)
     out->width = plane.width;
     out->height = plane.height;
     const int64_t pixels = int64_t{plane.width} * plane.height;
-    out->contrast = ozr_make_buffer<int16_t>(pixels);
-    out->mask = ozr_make_buffer<int16_t>(pixels);
+    out->contrast = make_buffer<int16_t>(pixels);
+    out->mask = make_buffer<int16_t>(pixels);
     if (!out->contrast || !out->mask)
         return kPanoNoMemory;
     const SineCosine turn = sine_cosine(roll);

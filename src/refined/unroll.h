@@ -12,8 +12,8 @@ namespace ozr::refined
 struct Unrolled {
     int32_t width;
     int32_t height;
-    OzrBuffer<int16_t> contrast;
-    OzrBuffer<int16_t> mask;  // -1 where the cylinder shows the picture, else 0
+    Buffer<int16_t> contrast;
+    Buffer<int16_t> mask;  // -1 where the cylinder shows the picture, else 0
 
     const int16_t* contrast_row(int32_t y) const { return contrast.get() + int64_t{y} * width; }
     const int16_t* mask_row(int32_t y) const { return mask.get() + int64_t{y} * width; }

@@ -48,7 +48,7 @@ double _distortion(double q, double radial)
 
 View::View(const Camera& camera, int32_t width, int32_t height)
     : focal_(_fixed(camera.focal)), radial_(_fixed(camera.radial)), middle_x_((width - 1) / 2.0),
-      middle_y_((height - 1) / 2.0), width_(width), height_(height)
+      middle_y_((height - 1) / 2.0)
 {
     for (int32_t row = 0; row < 3; ++row) {
         for (int32_t column = 0; column < 3; ++column)

@@ -49,14 +49,6 @@ public:
 
     double heading() const;  // of the picture's middle, -pi to pi
 
-    // Whether a place lies `margin` pixels inside the picture, or further in.
-    bool shows(const NodePlace& place, int32_t margin) const
-    {
-        const int32_t least = margin << kNodePlaceBits;
-        return place.x >= least && place.x <= ((width_ - 1) << kNodePlaceBits) - least && place.y >= least &&
-               place.y <= ((height_ - 1) << kNodePlaceBits) - least;
-    }
-
     double focal() const { return focal_; }
 
     // The square of the distance of a place from the middle, 1 at the corners.
@@ -80,8 +72,6 @@ private:
     double middle_y_ = 0.0;
     double corner_ = 1.0;      // square of the corners' distance, in focal lengths
     double lens_reach_ = 1.0;  // square of the largest undistorted distance in the table
-    int32_t width_ = 0;
-    int32_t height_ = 0;
     Lens lens_[kLensSteps + 2] = {};
 };
 

@@ -15,10 +15,12 @@ namespace
 
 constexpr int32_t kWeightBits = 8;
 
-// Columns [begin, end) of the panorama, in pixels.
+// Columns [begin, end) of the panorama, in pixels; the feather over the picture before begins at `ramp`, which may lie
+// left of the panorama.
 struct Span {
     int32_t begin;
     int32_t end;
+    int32_t ramp;
 };
 
 struct Warp {
@@ -28,9 +30,9 @@ struct Warp {
     const Crop& crop;
     const Corrections& corrections;
     PanoImg* out;
-    const OzrKernels* kernels;
-    OzrBuffer<Heading> headings;
-    OzrBuffer<uint8_t> line;  // what one picture shows of a row, in whole blocks
+    const kernels::Kernels* table;
+    Buffer<Heading> headings;
+    Buffer<uint8_t> line;  // what one picture shows of a row, in whole blocks
     NodeRows nodes[kMaxPictures];
     int32_t feather;
 };
@@ -49,9 +51,11 @@ int32_t _crossing(const Warp& warp, int32_t seam, int32_t row)
 // What a picture is drawn for: its own columns and half a feather on each side; may be empty.
 Span _span(const Warp& warp, int32_t picture, int32_t row)
 {
-    Span span = {0, warp.out->width};
-    if (picture > 0)
-        span.begin = std::max(span.begin, _crossing(warp, picture - 1, row) - warp.feather / 2);
+    Span span = {0, warp.out->width, -warp.feather};
+    if (picture > 0) {
+        span.ramp = _crossing(warp, picture - 1, row) - warp.feather / 2;
+        span.begin = std::max(0, span.ramp);
+    }
     if (picture + 1 < warp.layers.count)
         span.end = std::min(span.end, _crossing(warp, picture, row) + warp.feather / 2);
     return span;
@@ -60,15 +64,15 @@ Span _span(const Warp& warp, int32_t picture, int32_t row)
 // All nodes that a picture's rows from `first` to before `end` need.
 NodeRange _nodes_of_rows(const Warp& warp, int32_t picture, int32_t first, int32_t end)
 {
-    Span all = {INT32_MAX, INT32_MIN};
+    Span all = {INT32_MAX, INT32_MIN, 0};
     for (int32_t row = std::max(first, 0); row < std::min(end, warp.out->height); ++row) {
         const Span span = _span(warp, picture, row);
         if (span.begin < span.end)
-            all = {std::min(all.begin, span.begin), std::max(all.end, span.end)};
+            all = {std::min(all.begin, span.begin), std::max(all.end, span.end), 0};
     }
     if (all.begin >= all.end)
         return {0, 0};
-    return {all.begin / kDrawBlock, (all.end + kDrawBlock - 1) / kDrawBlock + 1};
+    return {all.begin / kernels::kDrawBlock, (all.end + kernels::kDrawBlock - 1) / kernels::kDrawBlock + 1};
 }
 
 // The exact row of nodes at `row`, which the rows before and behind it need.
@@ -82,11 +86,11 @@ void _advance(Warp* warp, int32_t row)
 }
 
 // Writes one picture's part of a row over the one before it. Units are pixels or pairs of `bytes` bytes.
-void _compose(uint8_t* dst, const uint8_t* line, const Span& span, int32_t feather, bool first, int32_t bytes)
+void _compose(uint8_t* dst, const uint8_t* line, const Span& span, int32_t feather, int32_t bytes)
 {
     int32_t x = span.begin;
-    for (; !first && x < std::min(span.begin + feather, span.end); ++x) {
-        const int32_t weight = ((2 * (x - span.begin) + 1) << kWeightBits) / (2 * feather);
+    for (; x < std::min(span.ramp + feather, span.end); ++x) {
+        const int32_t weight = ((2 * (x - span.ramp) + 1) << kWeightBits) / (2 * feather);
         for (int32_t byte = x * bytes; byte < (x + 1) * bytes; ++byte) {
             const int32_t mixed = (dst[byte] << kWeightBits) + (line[byte] - dst[byte]) * weight;
             dst[byte] = static_cast<uint8_t>((mixed + (1 << (kWeightBits - 1))) >> kWeightBits);
@@ -101,16 +105,17 @@ void _draw_luma(Warp* warp, int32_t picture, int32_t row)
     const Span span = _span(*warp, picture, row);
     if (span.begin >= span.end)
         return;
-    const NodeRange range = {span.begin / kDrawBlock, (span.end + kDrawBlock - 1) / kDrawBlock + 1};
+    const NodeRange range = {span.begin / kernels::kDrawBlock,
+                             (span.end + kernels::kDrawBlock - 1) / kernels::kDrawBlock + 1};
     const PanoImg* source = warp->layers.at[picture].source->picture;
     NodeRows& nodes = warp->nodes[picture];
     nodes.interpolate(2 * (row % kNodeRows), 0, range);
     shifts_of_row(nodes.shift(0), warp->corrections, picture, 0, row, range.first, range.end);
-    const OzrDrawPlane plane = {pano_row(source, 0), source->stride, source->width, source->height};
+    const kernels::DrawPlane plane = {pano_row(source, 0), source->stride, source->width, source->height};
     uint8_t* line = warp->line.get();
-    warp->kernels->draw_luma_row(line + range.first * kDrawBlock, plane, nodes.at(range.first),
-                                 range.end - 1 - range.first);
-    _compose(pano_row(warp->out, row), line, span, warp->feather, picture == 0, 1);
+    warp->table->draw.luma_row(line + range.first * kernels::kDrawBlock, plane, nodes.at(range.first),
+                               range.end - 1 - range.first);
+    _compose(pano_row(warp->out, row), line, span, warp->feather, 1);
 }
 
 void _draw_chroma(Warp* warp, int32_t picture, int32_t row)
@@ -118,29 +123,30 @@ void _draw_chroma(Warp* warp, int32_t picture, int32_t row)
     Span span = _span(*warp, picture, row);
     if (span.begin >= span.end)
         return;
-    const NodeRange range = {span.begin / kDrawBlock, (span.end + kDrawBlock - 1) / kDrawBlock + 1};
+    const NodeRange range = {span.begin / kernels::kDrawBlock,
+                             (span.end + kernels::kDrawBlock - 1) / kernels::kDrawBlock + 1};
     const PanoImg* source = warp->layers.at[picture].source->picture;
     NodeRows& nodes = warp->nodes[picture];
     nodes.interpolate(2 * (row % kNodeRows) + 1, 0, range);
     for (int32_t channel = 0; channel < 2; ++channel)
         shifts_of_row(nodes.shift(channel), warp->corrections, picture, channel + 1, row, range.first,
                       range.end);
-    const OzrDrawPlane plane = {pano_chroma_row(source, 0), source->stride, source->width / 2,
-                                source->height / 2};
+    const kernels::DrawPlane plane = {pano_chroma_row(source, 0), source->stride, source->width / 2,
+                                      source->height / 2};
     uint8_t* line = warp->line.get();
-    warp->kernels->draw_chroma_row(line + range.first * kDrawBlock, plane, nodes.at(range.first),
-                                   range.end - 1 - range.first);
-    span = {span.begin / 2, (span.end + 1) / 2};
-    _compose(pano_chroma_row(warp->out, row / 2), line, span, warp->feather / 2, picture == 0, 2);
+    warp->table->draw.chroma_row(line + range.first * kernels::kDrawBlock, plane, nodes.at(range.first),
+                                 range.end - 1 - range.first);
+    span = {span.begin / 2, (span.end + 1) / 2, span.ramp >> 1};
+    _compose(pano_chroma_row(warp->out, row / 2), line, span, warp->feather / 2, 2);
 }
 
 PanoResult _make_buffers(Warp* warp)
 {
     const Frame& frame = warp->layers.frame;
-    const int32_t nodes = warp->out->width / kDrawBlock + 2;
+    const int32_t nodes = warp->out->width / kernels::kDrawBlock + 2;
     const double first = (frame.first_column + warp->crop.left) * static_cast<double>(1 << frame.step_bits);
-    warp->headings = make_headings(frame.radius, first, kDrawBlock, nodes);
-    warp->line = ozr_make_buffer<uint8_t>(int64_t{nodes} * kDrawBlock);
+    warp->headings = make_headings(frame.radius, first, kernels::kDrawBlock, nodes);
+    warp->line = make_buffer<uint8_t>(int64_t{nodes} * kernels::kDrawBlock);
     if (!warp->headings || !warp->line)
         return kPanoNoMemory;
     for (int32_t i = 0; i < warp->layers.count; ++i)
@@ -159,7 +165,7 @@ PanoResult warp_panorama(const Cancel& cancel, const Layers& layers, const Seams
                  crop,
                  corrections,
                  out,
-                 ozr_kernels(),
+                 kernels::active(),
                  nullptr,
                  nullptr,
                  {},

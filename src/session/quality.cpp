@@ -6,7 +6,10 @@
 #include "image/pano_result.h"
 #include "support/ozr_chain.h"
 
-using ozr::refined::Sweep;
+namespace ozr::session
+{
+
+using refined::Sweep;
 
 static_assert(std::is_standard_layout<SessionQuality>::value,
               "a pointer to the first member is one to the record");
@@ -37,13 +40,13 @@ int32_t add_refined_picture(panorama_t* session, const PanoImg* picture, const o
         quality->sweep = Sweep::create();
     if (quality->sweep == nullptr)
         return kPanoNoMemory;
-    return panorama_engine_add_refined(session->engine, quality->sweep, picture, session->stitched_count,
+    return engine::panorama_engine_add_refined(session->engine, quality->sweep, picture, session->stitched_count,
                                        offset);
 }
 
 int32_t compose_refined(panorama_t* session)
 {
-    return panorama_engine_compose_refined(session->engine, quality_of(session)->sweep);
+    return engine::panorama_engine_compose_refined(session->engine, quality_of(session)->sweep);
 }
 
 ozr_err panorama_set_quality(panorama_t* session, ozr_panorama_quality quality)
@@ -62,7 +65,7 @@ ozr_err panorama_get_joint(const panorama_t* session, int32_t index, ozr_panoram
                  ozr_err_invalid_status);
     ozr_panorama_joint found = {};
     const bool is_there = is_refined(session) ? quality_of(session)->sweep->joint(index, &found)
-                                              : panorama_engine_classic_joint(session->engine, index, &found);
+                                              : engine::panorama_engine_classic_joint(session->engine, index, &found);
     if (!is_there)
         return ozr_err_out_of_bound;
     *joint = found;
@@ -80,3 +83,5 @@ ozr_err panorama_get_camera(const panorama_t* session, int32_t index, ozr_panora
     *camera = found;
     return ozr_success;
 }
+
+}  // namespace ozr::session

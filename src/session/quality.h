@@ -8,10 +8,13 @@
 #include "refined/sweep.h"
 #include "session/panorama.h"
 
+namespace ozr::session
+{
+
 struct SessionQuality {
     ozr_config config;  // first: panorama_t::config points here
     ozr_panorama_quality quality;
-    ozr::refined::Sweep* sweep;  // of a refined sweep, from its first picture on; owned
+    refined::Sweep* sweep;  // of a refined sweep, from its first picture on; owned
 };
 
 inline SessionQuality* quality_of(const panorama_t* session)
@@ -38,5 +41,7 @@ int32_t compose_refined(panorama_t* session);
 ozr_err panorama_set_quality(panorama_t* session, ozr_panorama_quality quality);
 ozr_err panorama_get_joint(const panorama_t* session, int32_t index, ozr_panorama_joint* joint);
 ozr_err panorama_get_camera(const panorama_t* session, int32_t index, ozr_panorama_camera* camera);
+
+}  // namespace ozr::session
 
 #endif

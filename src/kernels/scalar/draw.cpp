@@ -1,6 +1,9 @@
 #include <algorithm>
 
-#include "kernels/scalar/scalar.h"
+#include "kernels/draw.h"
+
+namespace ozr::kernels::scalar
+{
 
 namespace
 {
@@ -76,7 +79,7 @@ int32_t _between(int32_t node, int32_t next, int32_t steps, int32_t bits)
     return node + static_cast<int32_t>((int64_t{next - node} * steps) >> bits);
 }
 
-int32_t _luma_sample(const OzrDrawPlane& plane, int32_t x, int32_t y)
+int32_t _luma_sample(const DrawPlane& plane, int32_t x, int32_t y)
 {
     const int32_t column = x >> kDrawPlaceBits, row = y >> kDrawPlaceBits;
     const CubicWeights& across = kCubic.at[(x >> 3) & (kSubpixels - 1)];
@@ -94,7 +97,7 @@ int32_t _luma_sample(const OzrDrawPlane& plane, int32_t x, int32_t y)
 
 }  // namespace
 
-void draw_luma_row_scalar(uint8_t* dst, const OzrDrawPlane& plane, const OzrDrawNodes& nodes, int32_t blocks)
+void draw_luma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
 {
     const int32_t most_x = ((plane.width - 2) << kDrawPlaceBits) - 1;
     const int32_t most_y = ((plane.height - 2) << kDrawPlaceBits) - 1;
@@ -109,8 +112,7 @@ void draw_luma_row_scalar(uint8_t* dst, const OzrDrawPlane& plane, const OzrDraw
     }
 }
 
-void draw_chroma_row_scalar(uint8_t* dst, const OzrDrawPlane& plane, const OzrDrawNodes& nodes,
-                            int32_t blocks)
+void draw_chroma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
 {
     constexpr int32_t kHalf = kPlaceOne / 2, kNeutral = 128;
     const int32_t most_x = ((plane.width - 1) << kDrawPlaceBits) - 1;
@@ -138,3 +140,5 @@ void draw_chroma_row_scalar(uint8_t* dst, const OzrDrawPlane& plane, const OzrDr
         }
     }
 }
+
+}  // namespace ozr::kernels::scalar

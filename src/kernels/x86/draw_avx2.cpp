@@ -1,6 +1,9 @@
+#include "kernels/draw.h"
 #include "kernels/x86/draw_rows.h"
 #include "kernels/x86/vectors_avx2.h"
-#include "kernels/x86/x86.h"
+
+namespace ozr::kernels::avx2
+{
 
 namespace
 {
@@ -36,12 +39,14 @@ struct DrawAvx2 : Avx2 {
 
 }  // namespace
 
-void draw_luma_row_avx2(uint8_t* dst, const OzrDrawPlane& plane, const OzrDrawNodes& nodes, int32_t blocks)
+void draw_luma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
 {
-    DrawLuma<DrawAvx2, DrawLumaRow*>::draw(dst, plane, nodes, blocks, draw_luma_row_ssse3);
+    DrawLuma<DrawAvx2, DrawLumaRow*>::draw(dst, plane, nodes, blocks, ssse3::draw_luma_row);
 }
 
-void draw_chroma_row_avx2(uint8_t* dst, const OzrDrawPlane& plane, const OzrDrawNodes& nodes, int32_t blocks)
+void draw_chroma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
 {
-    DrawChroma<DrawAvx2, DrawChromaRow*>::draw(dst, plane, nodes, blocks, draw_chroma_row_ssse3);
+    DrawChroma<DrawAvx2, DrawChromaRow*>::draw(dst, plane, nodes, blocks, ssse3::draw_chroma_row);
 }
+
+}  // namespace ozr::kernels::avx2

@@ -5,18 +5,23 @@
 #ifndef OZR_DRAW_ROWS_H
 #define OZR_DRAW_ROWS_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include "kernels/draw.h"
+
+namespace ozr::kernels
+{
 
 // Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
 namespace
 {
 
 constexpr int32_t kDrawPlaceOne = 1 << kDrawPlaceBits;
-constexpr int32_t kMostTurn = 2;        // rows that the places of a block may lie apart
-constexpr int32_t kMostStep = 16383;    // of a node to the next: twice as much is a word
-constexpr int32_t kLoad = 16;           // bytes of a source row that a block is made from
+constexpr int32_t kMostTurn = 2;      // rows that the places of a block may lie apart
+constexpr int32_t kMostStep = 16383;  // of a node to the next: twice as much is a word
+constexpr int32_t kMostBlocks = 2;    // of a vector
+constexpr int32_t kLoad = 16;         // bytes of a source row that a block is made from
 
 // Kernel is luma or chroma: what tells them apart is how many source rows and columns a pixel has.
 template <class V, int32_t kTaps, class Scalar>
@@ -26,12 +31,11 @@ protected:
     using Words = typename V::Words;
     using Vector = typename V::Vector;
     static constexpr int32_t kBlocks = V::kBytes / 16;
-    static constexpr int32_t kRows = kTaps + kMostTurn;
 
     // Of each block of a vector: the first place within it, and twice the way to the next node.
     struct Starts {
-        int16_t x[kBlocks], step_x[kBlocks], y[kBlocks], step_y[kBlocks];
-        const uint8_t* src[kBlocks];
+        int16_t x[kMostBlocks], step_x[kMostBlocks], y[kMostBlocks], step_y[kMostBlocks];
+        const uint8_t* src[kMostBlocks];
         int32_t turn;  // rows that are read beyond the taps of one pixel
     };
 
@@ -40,7 +44,7 @@ protected:
     // Numbers of the blocks, each in all words of its half.
     static Words between(const int16_t* nodes, Words steps)
     {
-        int16_t ways[kBlocks];
+        int16_t ways[kMostBlocks];
         for (int32_t i = 0; i < kBlocks; ++i)
             ways[i] = static_cast<int16_t>(2 * (nodes[i + 1] - nodes[i]));
         return V::spread(nodes) + V::multiply_high(V::spread(ways), steps);
@@ -62,13 +66,14 @@ protected:
         return earlier ^ (mask & (later ^ earlier));
     }
 
-    // Rows per pixel from those per block: a pixel whose place lies n rows further down has its taps n rows further down.
-    static void pick_rows(Words* rows, Words down, int32_t turn)
+    // Rows per pixel from those per block: a pixel whose place is n rows further down has its taps n rows further down.
+    template <int32_t kTurn>
+    static void pick_rows(Words* rows, Words down)
     {
-        for (int32_t n = 1; n <= turn; ++n) {
+        for (int32_t n = 1; n <= kTurn; ++n) {
             const Words mask = Words(down > V::all_words(static_cast<int16_t>(n - 1)));
-            for (int32_t i = 0; i < kTaps; ++i)
-                rows[i] = chosen(mask, rows[i + n], rows[i]);
+            for (int32_t i = 0; i < kTaps + kTurn - n; ++i)
+                rows[i] = chosen(mask, rows[i + 1], rows[i]);
         }
     }
 
@@ -92,19 +97,19 @@ template <class V, class Scalar>
 class DrawLuma : DrawRows<V, 4, Scalar>
 {
     using Base = DrawRows<V, 4, Scalar>;
+    using Base::kBlocks;
     using typename Base::Starts;
     using typename Base::Vector;
     using typename Base::Words;
-    using Base::kBlocks;
 
     // False where the blocks at node b are not for vectors.
-    static bool start(const OzrDrawPlane& plane, const OzrDrawNodes& nodes, int32_t b, Starts* starts)
+    static bool start(const DrawPlane& plane, const DrawNodes& nodes, int32_t b, Starts* starts)
     {
         constexpr int32_t kLastColumn = kLoad - 4;  // of the second tap, from that of the first pixel
         const int32_t most_x = ((plane.width - 2) << kDrawPlaceBits) - 1;
         const int32_t most_y = ((plane.height - 2) << kDrawPlaceBits) - 1;
         starts->turn = 0;
-        int32_t top[kBlocks];
+        int32_t top[kMostBlocks];
         for (int32_t i = 0; i < kBlocks; ++i) {
             const int32_t x = nodes.x[b + i], step_x = nodes.x[b + i + 1] - x;
             const int32_t y = nodes.y[b + i], step_y = nodes.y[b + i + 1] - y;
@@ -173,13 +178,34 @@ class DrawLuma : DrawRows<V, 4, Scalar>
         return {(w0 & 0xFF) | (w1 << 8), (w2 & 0xFF) | (w3 << 8)};
     }
 
+    template <int32_t kTurn>
+    static Words samples(const Starts& starts, int64_t stride, Words x, Words y)
+    {
+        const Pairs across = row_weights((x >> 3) & 127);
+        const Words column = x >> kDrawPlaceBits;
+        const Words first_taps = (column | (column << 8)) + 0x0100, last_taps = first_taps + 0x0202;
+        Words rows[size_t{4} + kTurn];
+        for (int32_t i = 0; i < 4 + kTurn; ++i) {
+            const Vector bytes = V::load_blocks(starts.src, i * stride);
+            rows[i] = V::add_limited(V::multiply_add_bytes(V::shuffled(bytes, first_taps), across.first),
+                                     V::multiply_add_bytes(V::shuffled(bytes, last_taps), across.last));
+        }
+        Base::template pick_rows<kTurn>(rows, y >> kDrawPlaceBits);
+        const Weights down = column_weights((y >> 3) & 127);
+        Words sample = V::multiply_round(rows[0], down.at[0]);
+        for (int32_t i = 1; i < 4; ++i)
+            sample += V::multiply_round(rows[i], down.at[i]);
+        return sample;
+    }
+
 public:
-    static void draw(uint8_t* dst, const OzrDrawPlane& plane, const OzrDrawNodes& nodes, int32_t blocks, Scalar scalar)
+    static void draw(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
+                     Scalar scalar)
     {
         const Words steps = Base::ramp(0, 4096, 1);
         int32_t b = 0;
         for (; b + kBlocks <= blocks; b += kBlocks) {
-            const OzrDrawNodes here = {nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nullptr}};
+            const DrawNodes here = {nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nullptr}};
             Starts starts;
             if (!start(plane, nodes, b, &starts)) {
                 scalar(dst + kDrawBlock * b, plane, here, kBlocks);
@@ -187,24 +213,21 @@ public:
             }
             const Words x = V::spread(starts.x) + V::multiply_high(V::spread(starts.step_x), steps);
             const Words y = V::spread(starts.y) + V::multiply_high(V::spread(starts.step_y), steps);
-            const Pairs across = row_weights((x >> 3) & 127);
-            const Words column = x >> kDrawPlaceBits;
-            const Words first_taps = (column | (column << 8)) + 0x0100, last_taps = first_taps + 0x0202;
-            Words rows[Base::kRows];
-            for (int32_t i = 0; i < 4 + starts.turn; ++i) {
-                const Vector bytes = V::load_blocks(starts.src, i * plane.stride);
-                rows[i] = V::add_limited(V::multiply_add_bytes(V::shuffled(bytes, first_taps), across.first),
-                                         V::multiply_add_bytes(V::shuffled(bytes, last_taps), across.last));
+            Words sample;
+            switch (starts.turn) {
+            case 0:
+                sample = samples<0>(starts, plane.stride, x, y);
+                break;
+            case 1:
+                sample = samples<1>(starts, plane.stride, x, y);
+                break;
+            default:
+                sample = samples<kMostTurn>(starts, plane.stride, x, y);
             }
-            Base::pick_rows(rows, y >> kDrawPlaceBits, starts.turn);
-            const Weights down = column_weights((y >> 3) & 127);
-            Words sample = V::multiply_round(rows[0], down.at[0]);
-            for (int32_t i = 1; i < 4; ++i)
-                sample += V::multiply_round(rows[i], down.at[i]);
-            V::store_blocks(dst + kDrawBlock * b,
-                            Base::finished(sample, Base::between(here.gain, steps), Base::between(here.shift[0], steps)));
+            V::store_blocks(dst + kDrawBlock * b, Base::finished(sample, Base::between(here.gain, steps),
+                                                                 Base::between(here.shift[0], steps)));
         }
-        const OzrDrawNodes rest = {nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nullptr}};
+        const DrawNodes rest = {nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nullptr}};
         scalar(dst + kDrawBlock * b, plane, rest, blocks - b);
     }
 };
@@ -213,21 +236,24 @@ template <class V, class Scalar>
 class DrawChroma : DrawRows<V, 2, Scalar>
 {
     using Base = DrawRows<V, 2, Scalar>;
+    using Base::kBlocks;
     using typename Base::Starts;
     using typename Base::Vector;
     using typename Base::Words;
-    using Base::kBlocks;
 
-    static bool start(const OzrDrawPlane& plane, const OzrDrawNodes& nodes, int32_t b, Starts* starts)
+    static bool start(const DrawPlane& plane, const DrawNodes& nodes, int32_t b, Starts* starts)
     {
         constexpr int32_t kLastColumn = kLoad / 2 - 2, kPairBits = kDrawPlaceBits + 1, kPair = 1 << kPairBits;
-        const int32_t most_x = ((plane.width - 1) << kPairBits) - 2;  // luma pixels, rounded down to whole steps of pairs
+        const int32_t most_x =
+            ((plane.width - 1) << kPairBits) - 2;  // luma pixels, rounded down to whole steps of pairs
         const int32_t most_y = ((plane.height - 1) << kPairBits) - 2;
         starts->turn = 0;
-        int32_t top[kBlocks];
+        int32_t top[kMostBlocks];
         for (int32_t i = 0; i < kBlocks; ++i) {
-            const int32_t x = nodes.x[b + i] - kDrawPlaceOne / 2, step_x = nodes.x[b + i + 1] - nodes.x[b + i];
-            const int32_t y = nodes.y[b + i] - kDrawPlaceOne / 2, step_y = nodes.y[b + i + 1] - nodes.y[b + i];
+            const int32_t x = nodes.x[b + i] - kDrawPlaceOne / 2,
+                          step_x = nodes.x[b + i + 1] - nodes.x[b + i];
+            const int32_t y = nodes.y[b + i] - kDrawPlaceOne / 2,
+                          step_y = nodes.y[b + i + 1] - nodes.y[b + i];
             if (step_x < 0 || step_x > kMostStep || step_y < -kMostStep || step_y > kMostStep)
                 return false;
             const int32_t last_x = x + (13 * step_x >> 4), last_y = y + (13 * step_y >> 4);
@@ -257,20 +283,37 @@ class DrawChroma : DrawRows<V, 2, Scalar>
         return Base::is_gentle(nodes.gain + b);
     }
 
-    static OzrDrawNodes from(const OzrDrawNodes& nodes, int32_t b)
+    static DrawNodes from(const DrawNodes& nodes, int32_t b)
     {
         return {nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nodes.shift[1] + b}};
     }
 
+    template <int32_t kTurn>
+    static Words samples(const Starts& starts, int64_t stride, Words x, Words y)
+    {
+        const Words taps = V::all_pairs(0x0200, 0x0301);  // a pair and the next one, the same byte of both
+        const Words part = (x >> 4) & 63;
+        const Words across = (V::all_words(64) - part) | (part << 8);
+        const Words column = (x >> kDrawPlaceBits) << 1;
+        const Words order = (column | (column << 8)) + taps;
+        Words rows[size_t{2} + kTurn];
+        for (int32_t i = 0; i < 2 + kTurn; ++i)
+            rows[i] =
+                V::multiply_add_bytes(V::shuffled(V::load_blocks(starts.src, i * stride), order), across);
+        Base::template pick_rows<kTurn>(rows, y >> kDrawPlaceBits);
+        const Words down = ((y >> 3) & 127) << 8;
+        return rows[0] + V::multiply_round(rows[1] - rows[0], down) - 128 * 64;
+    }
+
 public:
-    static void draw(uint8_t* dst, const OzrDrawPlane& plane, const OzrDrawNodes& nodes, int32_t blocks, Scalar scalar)
+    static void draw(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
+                     Scalar scalar)
     {
         const Words steps = Base::ramp(2048, 4 * 2048, 2);
         const Words odd = V::all_pairs(0, -1);
-        const Words taps = V::all_pairs(0x0200, 0x0301);  // a pair and the next one, the same byte of both
         int32_t b = 0;
         for (; b + kBlocks <= blocks; b += kBlocks) {
-            const OzrDrawNodes here = from(nodes, b);
+            const DrawNodes here = from(nodes, b);
             Starts starts;
             if (!start(plane, nodes, b, &starts)) {
                 scalar(dst + kDrawBlock * b, plane, here, kBlocks);
@@ -278,17 +321,19 @@ public:
             }
             const Words x = (V::spread(starts.x) + V::multiply_high(V::spread(starts.step_x), steps)) >> 1;
             const Words y = (V::spread(starts.y) + V::multiply_high(V::spread(starts.step_y), steps)) >> 1;
-            const Words part = (x >> 4) & 63;
-            const Words across = (V::all_words(64) - part) | (part << 8);
-            const Words column = (x >> kDrawPlaceBits) << 1;
-            const Words order = (column | (column << 8)) + taps;
-            Words rows[Base::kRows];
-            for (int32_t i = 0; i < 2 + starts.turn; ++i)
-                rows[i] = V::multiply_add_bytes(V::shuffled(V::load_blocks(starts.src, i * plane.stride), order), across);
-            Base::pick_rows(rows, y >> kDrawPlaceBits, starts.turn);
-            const Words down = ((y >> 3) & 127) << 8;
-            const Words sample = rows[0] + V::multiply_round(rows[1] - rows[0], down) - 128 * 64;
-            const Words shift = Base::chosen(odd, Base::between(here.shift[1], steps), Base::between(here.shift[0], steps));
+            Words sample;
+            switch (starts.turn) {
+            case 0:
+                sample = samples<0>(starts, plane.stride, x, y);
+                break;
+            case 1:
+                sample = samples<1>(starts, plane.stride, x, y);
+                break;
+            default:
+                sample = samples<kMostTurn>(starts, plane.stride, x, y);
+            }
+            const Words shift =
+                Base::chosen(odd, Base::between(here.shift[1], steps), Base::between(here.shift[0], steps));
             V::store_blocks(dst + kDrawBlock * b, Base::finished(sample, Base::between(here.gain, steps),
                                                                  shift + (128 << kDrawShiftBits)));
         }
@@ -297,5 +342,7 @@ public:
 };
 
 }  // namespace
+
+}  // namespace ozr::kernels
 
 #endif

@@ -1,9 +1,11 @@
 #include <tmmintrin.h>
 
-#include "kernels/scalar/scalar.h"
+#include "kernels/draw.h"
 #include "kernels/x86/draw_rows.h"
 #include "kernels/x86/vectors_sse2.h"
-#include "kernels/x86/x86.h"
+
+namespace ozr::kernels::ssse3
+{
 
 namespace
 {
@@ -27,12 +29,14 @@ struct DrawSsse3 : Sse2 {
 
 }  // namespace
 
-void draw_luma_row_ssse3(uint8_t* dst, const OzrDrawPlane& plane, const OzrDrawNodes& nodes, int32_t blocks)
+void draw_luma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
 {
-    DrawLuma<DrawSsse3, DrawLumaRow*>::draw(dst, plane, nodes, blocks, draw_luma_row_scalar);
+    DrawLuma<DrawSsse3, DrawLumaRow*>::draw(dst, plane, nodes, blocks, scalar::draw_luma_row);
 }
 
-void draw_chroma_row_ssse3(uint8_t* dst, const OzrDrawPlane& plane, const OzrDrawNodes& nodes, int32_t blocks)
+void draw_chroma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
 {
-    DrawChroma<DrawSsse3, DrawChromaRow*>::draw(dst, plane, nodes, blocks, draw_chroma_row_scalar);
+    DrawChroma<DrawSsse3, DrawChromaRow*>::draw(dst, plane, nodes, blocks, scalar::draw_chroma_row);
 }
+
+}  // namespace ozr::kernels::ssse3
