@@ -66,6 +66,35 @@ typedef struct ozr_panorama_parameters {
     ozr_panorama_direction direction; /**< of the sweep; auto lets the previews decide */
 } ozr_panorama_parameters;
 
+/** How the pictures of a sweep are joined. */
+typedef enum ozr_panorama_quality OZR_INT32_ENUM {
+    ozr_panorama_quality_classic = 0, /**< whole-pixel shifts on an assumed camera; the least memory and time */
+    ozr_panorama_quality_refined = 1  /**< the camera is found and every picture turned, bent and evened out to fit */
+} ozr_panorama_quality;
+
+/** How two pictures of a sweep were joined. */
+typedef struct ozr_panorama_joint {
+    int32_t first;    /**< a picture, in order of capture, from 0 */
+    int32_t second;   /**< the one that was joined to it */
+    float offset_x;   /**< place of the second's middle against the first's, in pixels of the panorama */
+    float offset_y;   /**< the same, downwards */
+    float residual;   /**< root mean square distance of matched points, in pixels of the panorama; negative: unknown */
+    float confidence; /**< 0 to 1; below 0.5 the joint is not to be trusted */
+    float gain;       /**< brightness of the second over that of the first, as it was evened out; 1: left as it was */
+    int32_t used;     /**< 1 when both pictures are in the panorama, else 0 */
+} ozr_panorama_joint;
+
+/** Where a picture of a refined sweep looked, and through what. */
+typedef struct ozr_panorama_camera {
+    float yaw;          /**< degrees to the right of the picture in the middle of the sweep */
+    float pitch;        /**< degrees down from the horizon; in sweeps up or down from the picture in the middle */
+    float roll;         /**< degrees clockwise about the line of sight, applied before the other two */
+    float focal_length; /**< in pixels of the picture */
+    float radial;       /**< k: a place at r focal lengths from the middle is seen r (1 + k r^2) off the axis */
+    float gain;         /**< what the picture's brightness was multiplied by */
+    int32_t used;       /**< 1 when the picture is in the panorama, else 0 */
+} ozr_panorama_camera;
+
 /** The public part of a handle, filled at creation and constant afterwards. */
 typedef struct ozr_panorama {
     ozr_version version;               /**< of the configuration used */
@@ -213,6 +242,51 @@ OZR_API ozr_err ozr_panorama_reset(ozr_panorama* handle);
  * @note Threads: one thread per handle; reset and destroy may come from another and cancel this call.
  */
 OZR_API ozr_err ozr_panorama_run(ozr_panorama* handle, ozr_image* output);
+
+/**
+ * Chooses the quality of the next sweep; call it again after every reset, which brings the classic one back.
+ *
+ * Classic is the default: its results are the same, byte for byte, in every release. In the refined quality all calls keep
+ * their order and meaning, with these differences: ozr_panorama_stitch_one_image keeps the whole picture, and needs no
+ * direction, offset or overlap (they are hints that save time where they are right); ozr_panorama_run finds the cameras,
+ * leaves out pictures that do not belong, and gives an NV12 picture with even sides.
+ * @param handle   session in which no picture was added since creation or reset.
+ * @param quality  one of the two.
+ * @return ozr_success, or
+ *         ozr_err_invalid_argument  handle is null
+ *         ozr_err_not_supported     no such quality
+ *         ozr_err_invalid_status    a sweep has begun
+ */
+OZR_API ozr_err ozr_panorama_set_quality(ozr_panorama* handle, ozr_panorama_quality quality);
+
+/**
+ * Tells how two pictures of the panorama were joined.
+ *
+ * Joint k is that of pictures k and k + 1. In the refined quality those of pictures further apart may follow, which were
+ * compared where neighbours did not fit.
+ * @param handle  session whose sweep was run.
+ * @param index   of the joint, from 0.
+ * @param joint   out; left alone after a failure.
+ * @return ozr_success, or
+ *         ozr_err_invalid_argument  a pointer is null
+ *         ozr_err_invalid_status    no panorama was made since creation or reset
+ *         ozr_err_out_of_bound      beyond the last joint (not logged)
+ */
+OZR_API ozr_err ozr_panorama_get_joint(ozr_panorama* handle, int32_t index, ozr_panorama_joint* joint);
+
+/**
+ * Tells where a picture of a refined sweep looked.
+ *
+ * @param handle  session whose refined sweep was run.
+ * @param index   of the picture, in order of capture, from 0.
+ * @param camera  out; left alone after a failure. Of a picture that is not used only `used` is to be trusted.
+ * @return ozr_success, or
+ *         ozr_err_invalid_argument  a pointer is null
+ *         ozr_err_invalid_status    no panorama was made since creation or reset
+ *         ozr_err_not_supported     the sweep was a classic one
+ *         ozr_err_out_of_bound      beyond the last picture (not logged)
+ */
+OZR_API ozr_err ozr_panorama_get_camera(ozr_panorama* handle, int32_t index, ozr_panorama_camera* camera);
 
 OZR_END_DECLS
 

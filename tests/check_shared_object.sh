@@ -11,9 +11,9 @@ fail() {
     failed=1
 }
 
-# The version node is a symbol of its own, of type A.
+# The version nodes are symbols of their own, of type A.
 exported=$(nm -D --defined-only --without-symbol-versions "$library" | awk '$2 != "A" { print $3 }' | sort)
-listed=$(sed -n '/global:/,/local:/p' "$map" | grep -oE '^ +[A-Za-z_0-9]+;' | tr -d ' ;' | sort)
+listed=$(sed -n '/global:/,/local:\|^}/p' "$map" | grep -oE '^ +[A-Za-z_0-9]+;' | tr -d ' ;' | sort)
 difference=$(diff <(echo "$listed") <(echo "$exported") || true)
 [ -z "$difference" ] || fail "exports differ from the list (< missing, > not listed): $difference"
 

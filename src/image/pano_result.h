@@ -32,7 +32,7 @@ enum PanoResult : int32_t {
     do {                                                                                                     \
         const int32_t pano_result_ = (call);                                                                 \
         if (pano_result_ < 0)                                                                                \
-            return pano_result_;                                                                             \
+            return static_cast<PanoResult>(pano_result_);                                                    \
     } while (0)
 
 #endif

@@ -9,6 +9,7 @@
 #include "ozr_memory.h"
 #include "session/calls.h"
 #include "session/panorama.h"
+#include "session/quality.h"
 #include "support/ozr_chain.h"
 
 using namespace ozr::session;
@@ -224,4 +225,32 @@ ozr_err ozr_panorama_run(ozr_panorama* handle, ozr_image* output)
     OZR_FORWARD(check_status(self));
     OZR_FORWARD(self->panorama->run(output_image));
     return ozr_success;
+}
+
+ozr_err ozr_panorama_set_quality(ozr_panorama* handle, ozr_panorama_quality quality)
+{
+    OZR_RAISE_IF(handle == nullptr, ozr_err_invalid_argument);
+    ozr_panorama_internal_t* self = _self_of(handle);
+    const Call call(self->panorama);
+    OZR_FORWARD(check_status(self));
+    OZR_FORWARD(panorama_set_quality(self->panorama, quality));
+    return ozr_success;
+}
+
+ozr_err ozr_panorama_get_joint(ozr_panorama* handle, int32_t index, ozr_panorama_joint* joint)
+{
+    OZR_RAISE_IF(handle == nullptr || joint == nullptr, ozr_err_invalid_argument);
+    ozr_panorama_internal_t* self = _self_of(handle);
+    const Call call(self->panorama);
+    OZR_FORWARD(check_status(self));
+    return panorama_get_joint(self->panorama, index, joint);
+}
+
+ozr_err ozr_panorama_get_camera(ozr_panorama* handle, int32_t index, ozr_panorama_camera* camera)
+{
+    OZR_RAISE_IF(handle == nullptr || camera == nullptr, ozr_err_invalid_argument);
+    ozr_panorama_internal_t* self = _self_of(handle);
+    const Call call(self->panorama);
+    OZR_FORWARD(check_status(self));
+    return panorama_get_camera(self->panorama, index, camera);
 }

@@ -51,6 +51,7 @@ constexpr Kernels _level(const Kernels& below, const char* name, uint32_t featur
     fill(&table.mirror);
     fill(&table.warp);
     fill(&table.census);
+    fill(&table.draw);
     return table;
 }
 

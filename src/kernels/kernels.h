@@ -15,6 +15,7 @@
 #include "kernels/blend.h"
 #include "kernels/census.h"
 #include "kernels/colour.h"
+#include "kernels/draw.h"
 #include "kernels/mirror.h"
 #include "kernels/motion.h"
 #include "kernels/project.h"
@@ -40,6 +41,7 @@ struct Kernels {
     MirrorKernels mirror;
     WarpKernels warp;
     CensusKernels census;
+    DrawKernels draw;
 };
 
 extern const Kernels kScalarKernels;

@@ -9,6 +9,7 @@
 #include "ozr_memory.h"
 #include "ozr_platform.h"
 #include "session/calls.h"
+#include "session/quality.h"
 #include "support/image_rows.h"
 #include "support/ozr_chain.h"
 
@@ -162,10 +163,9 @@ ozr_err _build(panorama_t* session, const ozr_config* source)
     constexpr char kConstructor[] = "panorama_t";
     if (source == nullptr)
         return raise(ozr_err_invalid_argument, "", kConstructor, __LINE__);
-    session->config = static_cast<ozr_config*>(ozr_malloc(sizeof(ozr_config)));
+    session->config = create_quality(source);
     if (session->config == nullptr)
         return raise(ozr_err_nomem, "", kConstructor, __LINE__);
-    *session->config = *source;
     session->params = static_cast<panorama_param_t*>(ozr_malloc(sizeof(panorama_param_t)));
     if (session->params == nullptr)
         return raise(ozr_err_nomem, "", kConstructor, __LINE__);
@@ -209,6 +209,7 @@ panorama_t::~panorama_t()
             ozr_log_error("Failed to cancel jobs");
         panorama_engine_destroy(&engine);
     }
+    reset_quality(config);
     _release(&config);
     _release(&params);
 }
@@ -225,6 +226,7 @@ ozr_err panorama_t::reset()
         engine = nullptr;  // released by the failed step
         OZR_RAISE(pano_result_to_ozr_err(renewed));
     }
+    reset_quality(config);
     detected_count = 0;
     stitched_count = 0;
     return ozr_success;
@@ -259,10 +261,15 @@ ozr_err panorama_t::stitch_one_image(ozr_image* picture, const ozr_point* offset
     if (stitched_count == 0) {
         RAISE_IF_FAILED(panorama_engine_start_capture(engine, &img));
         set_direction(params->direction);  // the start has just cleared the engine's
-    } else {
+    } else if (!is_refined(this)) {
         OZR_RAISE_IF(_engine_direction(engine) == kDirectionUndecided, ozr_err_invalid_status);
     }
     RAISE_IF_FAILED(panorama_engine_prepare_stitch(engine));
+    if (is_refined(this)) {
+        RAISE_IF_FAILED(add_refined_picture(this, &img, offset));
+        ++stitched_count;
+        return ozr_success;
+    }
     if (stitched_count > 0)
         at = offset != nullptr ? *offset : _expected_offset(img, engine->direction, params->overlap_percent);
     RAISE_IF_FAILED(panorama_engine_set_image(engine, &img, stitched_count, &at));
@@ -274,7 +281,7 @@ ozr_err panorama_t::run(ozr_image* output)
 {
     OZR_RAISE_IF(output == nullptr, ozr_err_invalid_argument);
     RAISE_IF_FAILED(panorama_engine_stop_capture(engine));
-    RAISE_IF_FAILED(panorama_engine_process_synthesis(engine));
+    RAISE_IF_FAILED(is_refined(this) ? compose_refined(this) : panorama_engine_process_synthesis(engine));
     const PanoImg& img = engine->out_img;
     *output = {img.data, img.size, img.width, img.height, _public_format(img.format), img.stride, 0};
     return ozr_success;

@@ -344,6 +344,43 @@ TEST(KernelCheck, Resampling)
     });
 }
 
+// Walks over small planes, straight ones that vectors do and wild ones that they leave, some of them off the plane; the
+// planes end with their last pixel.
+TEST(KernelCheck, Drawing)
+{
+    constexpr int32_t kOne = 1 << kDrawPlaceBits, kStride = 67, kWidth = 65, kHeight = 40;
+    for_each_case([](Case c) {
+        const int32_t n = c.count;
+        Guarded luma = c.bytes(kStride * (kHeight - 1) + kWidth);
+        Guarded chroma = c.bytes(kStride * (kHeight / 2 - 1) + 2 * (kWidth / 2));
+        const DrawPlane planes[] = {{luma.data(), kStride, kWidth, kHeight},
+                                    {chroma.data(), kStride, kWidth / 2, kHeight / 2}};
+        Guarded xs = c.bytes(4 * n + 4, 4), ys = c.bytes(4 * n + 4, 4), numbers = c.bytes(6 * n + 6, 2);
+        int16_t* number = numbers.as<int16_t>();
+        for (int32_t turn : {0, 40, 150, 400, 4000}) {
+            int32_t x = 0, y = 0;
+            for (int32_t b = 0; b <= n; ++b) {
+                if (b == 0 || x > (kWidth + 3) * kOne) {
+                    x = c.random()->below(12 * kOne) - 4 * kOne;
+                    y = c.random()->below((kHeight + 8) * kOne) - 4 * kOne;
+                }
+                xs.as<int32_t>()[b] = x;
+                ys.as<int32_t>()[b] = y;
+                x += c.random()->below(16) == 0 ? c.random()->below(30 * kOne) - 9 * kOne
+                                                : 8 * kOne + c.random()->below(2 * turn + 1) - turn;
+                y += 8 * (c.random()->below(2 * turn + 1) - turn);
+                number[b] = static_cast<int16_t>(number[b] & 0x7FFF);  // gains
+                for (int32_t shift : {b + n + 1, b + 2 * n + 2})
+                    number[shift] = static_cast<int16_t>(number[shift] % (kDrawMaxShift + 1));
+            }
+            const DrawNodes nodes = {
+                xs.as<int32_t>(), ys.as<int32_t>(), number, {number + n + 1, number + 2 * n + 2}};
+            c.check(KERNEL(draw, luma_row), 8 * n, planes[0], nodes, n);
+            c.check(KERNEL(draw, chroma_row), 8 * n, planes[1], nodes, n);
+        }
+    });
+}
+
 TEST(KernelCheck, MotionAndAlignment)
 {
     for_each_case([](Case c) {

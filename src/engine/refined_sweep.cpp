@@ -1,0 +1,130 @@
+#include "engine/refined_sweep.h"
+
+#include <algorithm>
+
+#include "core/panorama_core.h"
+#include "image/pano_result.h"
+#include "image/panorama_util.h"
+
+namespace ozr::engine
+{
+
+using refined::Cancel;
+using refined::PictureHint;
+using refined::Sweep;
+
+namespace
+{
+
+int32_t _check(const PanoramaInternal* pe, const Sweep* sweep, const PanoImg* picture, int32_t index)
+{
+    if (pe->cancel_requested != 0)
+        return kPanoCancelled;
+    if (index < 0 || index >= std::min(pe->max_images, kMaxPictures))
+        return kPanoBadArgument;
+    if (pe->status != kStatusCapturing || pe->image_state[index] != kSlotReserved)
+        return kPanoWrongState;
+    if (picture->format != kPanoNv12)
+        return kPanoNotSupported;
+    if (sweep == nullptr || picture->data == nullptr || picture->size < 0 ||
+        !pano_has_whole_rows(picture, pano_row_bytes(picture->format, picture->width)))
+        return kPanoBadArgument;
+    return kPanoSuccess;
+}
+
+PictureHint _hint(const PanoramaInternal* pe, const ozr_point* offset)
+{
+    if (offset == nullptr || pe->ref_width < 1 || pe->ref_height < 1)
+        return {pe->direction, false, 0.0, 0.0};
+    return {pe->direction, true, static_cast<double>(offset->x) / pe->ref_width,
+            static_cast<double>(offset->y) / pe->ref_height};
+}
+
+// A record that owns less than its geometry says is filled up with zeros in a copy.
+int32_t _add(PanoramaInternal* pe, Sweep* sweep, const PanoImg* picture, const PictureHint& hint)
+{
+    const Cancel cancel = {&pe->cancel_requested};
+    if (picture->size >= pano_geometry_size(picture))
+        return sweep->add(*picture, hint, cancel);
+    PanoImgOwner copy;
+    PANO_FORWARD(PanoImg_Clone(picture, copy.get()));
+    return sweep->add(*copy.get(), hint, cancel);
+}
+
+// Correlation at which half of all joints are off by more than 2 percent of the width, and at which hardly one is.
+constexpr double kDoubtfulScore = 0.30;
+constexpr double kSureScore = 0.85;
+
+// From sign(r) * r^2 in Q3.28.
+float _confidence_of_score(int32_t score)
+{
+    const double square = score / static_cast<double>(1 << 28);
+    const double above = (square - kDoubtfulScore) / (kSureScore - kDoubtfulScore);
+    const double below = square / kDoubtfulScore;
+    return static_cast<float>(square < kDoubtfulScore ? std::max(0.5 * below, 0.0)
+                                                      : std::min(0.5 + 0.5 * above, 1.0));
+}
+
+}  // namespace
+
+int32_t panorama_engine_add_refined(PanoramaInternal* pe, Sweep* sweep, const PanoImg* picture, int32_t index,
+                                    const ozr_point* offset)
+{
+    if (pe == nullptr || picture == nullptr)
+        return kPanoNullArgument;
+    const bool has_slot = index >= 0 && index < kMaxPictures;
+    int32_t result = _check(pe, sweep, picture, index);
+    const int32_t count = pe->count;  // read now: once the slot leaves its state, a reset may follow
+    if (result >= 0) {
+        pe->image_state[index] = kSlotAdding;
+        result = _add(pe, sweep, picture, _hint(pe, offset));
+    }
+    const int32_t failed = result == kPanoCancelled ? kSlotCancelled : kSlotFailed;
+    if (has_slot)
+        pe->image_state[index] = result < 0 ? failed : kSlotAdded;
+    return result < 0 ? result : count;
+}
+
+int32_t panorama_engine_compose_refined(PanoramaInternal* pe, Sweep* sweep)
+{
+    if (pe == nullptr)
+        return kPanoNullArgument;
+    int32_t result = kPanoWrongState;
+    if (pe->status == kStatusStopped && sweep != nullptr) {
+        PanoImg composed = {};
+        result = sweep->compose({&pe->cancel_requested}, &composed);
+        if (result >= 0) {
+            pe->out_img = composed;
+            pe->out_raw = composed.data;  // the block begins with the pixels
+        }
+    }
+    pe->status = result >= 0 ? kStatusComposed : result == kPanoCancelled ? kStatusCancelled : kStatusFailed;
+    return result;
+}
+
+bool panorama_engine_classic_joint(const PanoramaInternal* pe, int32_t index, ozr_panorama_joint* joint)
+{
+    const int32_t slots = std::clamp(pe->count, 0, kMaxPictures);
+    if (pe->status != kStatusComposed || index < 0 || index + 1 >= slots)
+        return false;
+    const PanoramaCore* core = pe->core;
+    const bool forward = core->forward == 1;
+    // The core measures the right one of two pictures against the left one, vertical sweeps turned clockwise.
+    const AlignResult& place = core->offsets[forward ? index + 1 : index];
+    const int32_t x = forward ? place.x : -place.x;
+    const int32_t y = forward ? place.y : -place.y;
+    const bool vertical = is_vertical(pe->direction);
+    // Pictures are composed from left to right, and the rightmost ones are left out.
+    const int32_t last = forward ? index + 1 : slots - 1 - index;
+    *joint = {index,
+              index + 1,
+              static_cast<float>(vertical ? y : x),
+              static_cast<float>(vertical ? -x : y),
+              -1.0F,
+              _confidence_of_score(place.score),
+              1.0F,
+              last < core->g_nCount ? 1 : 0};
+    return true;
+}
+
+}  // namespace ozr::engine

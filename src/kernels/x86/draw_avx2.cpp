@@ -1,0 +1,52 @@
+#include "kernels/draw.h"
+#include "kernels/x86/draw_rows.h"
+#include "kernels/x86/vectors_avx2.h"
+
+namespace ozr::kernels::avx2
+{
+
+namespace
+{
+
+struct DrawAvx2 : Avx2 {
+    static Words spread(const int16_t* blocks)
+    {
+        return Words(_mm256_inserti128_si256(_mm256_set1_epi16(blocks[0]), _mm_set1_epi16(blocks[1]), 1));
+    }
+    static Words repeated(const int16_t* words)
+    {
+        return Words(_mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(words))));
+    }
+    static Words multiply_high(Words a, Words b) { return Words(_mm256_mulhi_epi16(Vector(a), Vector(b))); }
+    static Words multiply_round(Words a, Words b) { return Words(_mm256_mulhrs_epi16(Vector(a), Vector(b))); }
+    static Words multiply_add_bytes(Vector a, Words b) { return Words(_mm256_maddubs_epi16(a, Vector(b))); }
+    static Words add_limited(Words a, Words b) { return Words(_mm256_adds_epi16(Vector(a), Vector(b))); }
+    static Words shift_unsigned(Words a, int32_t bits) { return Words(_mm256_srli_epi16(Vector(a), bits)); }
+    static Words greater(Words a, Words b) { return Words(_mm256_max_epi16(Vector(a), Vector(b))); }
+    static Vector shuffled(Vector bytes, Words order) { return _mm256_shuffle_epi8(bytes, Vector(order)); }
+    static Vector load_blocks(const uint8_t* const* src, int64_t offset)
+    {
+        const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src[0] + offset));
+        const __m128i second = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src[1] + offset));
+        return _mm256_inserti128_si256(_mm256_castsi128_si256(first), second, 1);
+    }
+    static void store_blocks(uint8_t* dst, Words pixels)
+    {
+        const Vector bytes = in_order(pack(pixels, pixels));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(bytes));
+    }
+};
+
+}  // namespace
+
+void draw_luma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
+{
+    DrawLuma<DrawAvx2, DrawLumaRow*>::draw(dst, plane, nodes, blocks, ssse3::draw_luma_row);
+}
+
+void draw_chroma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
+{
+    DrawChroma<DrawAvx2, DrawChromaRow*>::draw(dst, plane, nodes, blocks, ssse3::draw_chroma_row);
+}
+
+}  // namespace ozr::kernels::avx2

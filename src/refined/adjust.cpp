@@ -1,0 +1,386 @@
+// Levenberg's and Marquardt's method on dense normal equations: there are at most 42 unknowns.
+#include "refined/adjust.h"
+
+#include <stddef.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "image/pano_result.h"
+#include "refined/angles.h"
+#include "refined/normal_equations.h"
+#include "refined/residual.h"
+#include "support/buffer.h"
+
+namespace ozr::refined
+{
+
+namespace
+{
+
+// The weights' width shrinks step by step, base pixels: a bad start is still pulled in, a wrong match ends without a say.
+struct Stage {
+    double width;
+    int32_t steps;
+};
+constexpr Stage kPlainStages[] = {{16.0, 12}, {8.0, 8}, {4.0, 6}, {2.0, 8}};
+constexpr Stage kFreeStages[] = {{4.0, 6}, {2.0, 6}, {1.0, 10}};
+
+// A last, narrow one where most matches are that close: what is a little off then is wrong rather than rolled or shaken.
+constexpr Stage kLastStage = {0.5, 4};
+constexpr double kSharpResidual = 0.2;  // base pixels, root mean square
+
+// What is known of lenses without looking: deviations that two thirds of all stay within, against matches that are good
+// to kMatchNoise. A pair alone is told to have a plain lens.
+constexpr double kMatchNoise = 0.3;      // base pixels
+constexpr double kFocalDeviation = 0.3;  // of ln(focal / assumed)
+constexpr double kZoomDeviation = 0.01;
+constexpr double kRadialDeviation = 0.1;
+constexpr double kRigid = 1e-4;
+
+// Focal lengths are tried in this order, times the assumed one, while no try fits.
+constexpr double kFocalTries[] = {1.0, 1.3, 0.77, 1.7, 0.6, 2.2};
+
+// A try fits when so many of its matches are near.
+constexpr double kFittingShare = 0.6;
+
+constexpr double kFirstDamping = 1e-4;
+constexpr double kDampingStep = 8.0;
+constexpr double kLastDamping = 1e4;
+constexpr double kDone = 1e-5;  // relative gain of a step that ends a stage
+
+// One camera is held where it is: turning all together changes nothing.
+constexpr double kHeld = 1e12;
+constexpr double kRidge = 1e-9;  // keeps unknowns that nothing depends on at rest
+
+struct Problem {
+    const Link* links;
+    int32_t count;
+    int32_t pictures;
+    double assumed_focal;
+    LensFreedom freedom;
+
+    int32_t unknowns() const { return kUnknownsPerPicture * pictures + 2; }
+    int32_t focal_index() const { return kUnknownsPerPicture * pictures; }
+    int32_t radial_index() const { return kUnknownsPerPicture * pictures + 1; }
+};
+
+// Unknowns of one match, in this order: turns of both, zooms of both, focal length, radial term.
+constexpr int32_t kMatchUnknowns = 10;
+
+void _spread(const Slope& slope, double row[kMatchUnknowns])
+{
+    for (int32_t i = 0; i < 3; ++i) {
+        row[i] = slope.turn[i];
+        row[3 + i] = -slope.turn[i];
+    }
+    row[6] = slope.first_zoom;
+    row[7] = slope.second_zoom;
+    row[8] = slope.first_zoom + slope.second_zoom;
+    row[9] = slope.radial;
+}
+
+// The equations of one link, before its unknowns find their place among all.
+struct LinkEquations {
+    double matrix[kMatchUnknowns][kMatchUnknowns];
+    double right[kMatchUnknowns];
+
+    void add(const double row[kMatchUnknowns], double residual, double weight)
+    {
+        for (int32_t i = 0; i < kMatchUnknowns; ++i) {
+            const double weighted = weight * row[i];
+            right[i] -= weighted * residual;
+            for (int32_t j = 0; j <= i; ++j)
+                matrix[i][j] += weighted * row[j];
+        }
+    }
+};
+
+void _scatter(const Problem& problem, const Link& link, const LinkEquations& part, NormalEquations* all)
+{
+    const int32_t first = kUnknownsPerPicture * link.first;
+    const int32_t second = kUnknownsPerPicture * link.second;
+    const int32_t place[kMatchUnknowns] = {first,
+                                           first + 1,
+                                           first + 2,
+                                           second,
+                                           second + 1,
+                                           second + 2,
+                                           first + 3,
+                                           second + 3,
+                                           problem.focal_index(),
+                                           problem.radial_index()};
+    for (int32_t i = 0; i < kMatchUnknowns; ++i) {
+        all->right[place[i]] += part.right[i];
+        for (int32_t j = 0; j <= i; ++j)
+            all->matrix[std::max(place[i], place[j])][std::min(place[i], place[j])] += part.matrix[i][j];
+    }
+}
+
+// The robust cost k^2 e^2 / (k^2 + e^2), which no match can raise by more than k^2; its weight is (k^2 / (k^2 + e^2))^2.
+double _add_link(const Problem& problem, const Link& link, const Lenses& lenses, double width,
+                 NormalEquations* equations)
+{
+    const LinkView view = link_view(lenses, link.first, link.second);
+    const double square = width * width;
+    LinkEquations part = {};
+    double cost = 0.0;
+    for (int32_t i = 0; i < link.count; ++i) {
+        Residual residual;
+        if (!residual_of(view, link.matches[i], &residual)) {
+            cost += square;
+            continue;
+        }
+        const double distance = residual.x * residual.x + residual.y * residual.y;
+        const double share = square / (square + distance);
+        cost += share * distance;
+        double row[kMatchUnknowns];
+        _spread(residual.slope_x, row);
+        part.add(row, residual.x, share * share);
+        _spread(residual.slope_y, row);
+        part.add(row, residual.y, share * share);
+    }
+    _scatter(problem, link, part, equations);
+    return cost;
+}
+
+// One thing known beforehand about one unknown: it deviates from 0 by about `deviation`.
+double _add_prior(NormalEquations* equations, int32_t index, double value, double deviation)
+{
+    const double weight = kMatchNoise * kMatchNoise / (deviation * deviation);
+    equations->matrix[index][index] += weight;
+    equations->right[index] -= weight * value;
+    return weight * value * value;
+}
+
+double _add_priors(const Problem& problem, const Lenses& lenses, NormalEquations* equations)
+{
+    const bool is_pair = problem.freedom == kLensOfPair;
+    double cost = _add_prior(equations, problem.focal_index(),
+                             logarithm(lenses.focal / problem.assumed_focal), kFocalDeviation);
+    cost += _add_prior(equations, problem.radial_index(), lenses.radial, is_pair ? kRigid : kRadialDeviation);
+    for (int32_t i = 0; i < problem.pictures; ++i)
+        cost += _add_prior(equations, kUnknownsPerPicture * i + 3, lenses.zooms[i],
+                           is_pair ? kRigid : kZoomDeviation);
+    const int32_t held = kUnknownsPerPicture * problem.links[0].first;
+    for (int32_t i = 0; i < 3; ++i)
+        equations->matrix[held + i][held + i] += kHeld;
+    return cost;
+}
+
+// The equations at these cameras, and their robust cost.
+double _set_up(const Problem& problem, const Lenses& lenses, double width, NormalEquations* equations)
+{
+    clear_equations(equations, problem.unknowns());
+    double cost = 0.0;
+    for (int32_t i = 0; i < problem.count; ++i)
+        cost += _add_link(problem, problem.links[i], lenses, width, equations);
+    return cost + _add_priors(problem, lenses, equations);
+}
+
+bool _step(const NormalEquations& equations, double damping, NormalEquations* scratch, double* step)
+{
+    *scratch = equations;
+    for (int32_t i = 0; i < scratch->unknowns; ++i)
+        scratch->matrix[i][i] += damping * scratch->matrix[i][i] + kRidge;
+    return solve_equations(scratch, step);
+}
+
+Lenses _moved(const Problem& problem, const Lenses& lenses, const double* step)
+{
+    Lenses moved = lenses;
+    for (int32_t i = 0; i < problem.pictures; ++i) {
+        const double* own = step + kUnknownsPerPicture * i;
+        moved.rotations[i] = squared(rotation_about({own[0], own[1], own[2]}) * lenses.rotations[i]);
+        moved.zooms[i] += own[3];
+    }
+    // A single step changes the focal length by half at most: beyond that the equations tell nothing.
+    const double by = std::clamp(step[problem.focal_index()], -0.5, 0.5);
+    moved.focal *= exponential(by);
+    moved.radial = std::clamp(moved.radial + step[problem.radial_index()], -0.5, 0.5);
+    return moved;
+}
+
+// Two sets of equations and a copy to decompose, too large together for the stack of a small thread.
+struct Workspace {
+    NormalEquations here;
+    NormalEquations there;
+    NormalEquations scratch;
+};
+
+// Descends at one width of the weights; `reached_cost` is where it ends.
+int32_t _descend(const Problem& problem, const Stage& stage, const Cancel& cancel, Workspace* work,
+                 Lenses* lenses, double* reached_cost)
+{
+    double damping = kFirstDamping;
+    double& cost = *reached_cost;
+    cost = _set_up(problem, *lenses, stage.width, &work->here);
+    for (int32_t i = 0; i < stage.steps && damping < kLastDamping; ++i) {
+        if (cancel.asked())
+            return kPanoCancelled;
+        double step[kMaxUnknowns];
+        if (!_step(work->here, damping, &work->scratch, step)) {
+            damping *= kDampingStep;
+            continue;
+        }
+        const Lenses moved = _moved(problem, *lenses, step);
+        const double reached = _set_up(problem, moved, stage.width, &work->there);
+        if (!(reached < cost)) {
+            damping *= kDampingStep;
+            continue;
+        }
+        const bool done = cost - reached < kDone * cost;
+        *lenses = moved;
+        cost = reached;
+        std::swap(work->here, work->there);
+        damping /= kDampingStep;
+        if (done)
+            break;
+    }
+    return kPanoSuccess;
+}
+
+template <size_t kCount>
+int32_t _descend_all(const Problem& problem, const Stage (&stages)[kCount], const Cancel& cancel,
+                     Workspace* work, Lenses* lenses, double* cost)
+{
+    for (const Stage& stage : stages)
+        PANO_FORWARD(_descend(problem, stage, cancel, work, lenses, cost));
+    return kPanoSuccess;
+}
+
+double _mean_residual(const Problem& problem, const Lenses& lenses)
+{
+    double sum = 0.0;
+    for (int32_t i = 0; i < problem.count; ++i)
+        sum += agreement_of(problem.links[i], lenses).residual;
+    return sum / problem.count;
+}
+
+int32_t _descend_free(const Problem& problem, const Cancel& cancel, Workspace* work, Lenses* lenses)
+{
+    double cost = 0.0;
+    PANO_FORWARD(_descend_all(problem, kFreeStages, cancel, work, lenses, &cost));
+    if (_mean_residual(problem, *lenses) >= kSharpResidual)
+        return kPanoSuccess;
+    return _descend(problem, kLastStage, cancel, work, lenses, &cost);
+}
+
+// Cameras as the guesses have them, from link to link.
+void _start(const Problem& problem, double focal, Lenses* lenses)
+{
+    *lenses = {};
+    lenses->focal = focal;
+    bool reached[kMaxPictures] = {};
+    for (int32_t i = 0; i < problem.pictures; ++i)
+        lenses->rotations[i] = kNoRotation;
+    reached[problem.links[0].first] = true;
+    // Links come in no particular order; each round reaches one picture more or ends the walk.
+    for (bool walked = true; walked;) {
+        walked = false;
+        for (int32_t i = 0; i < problem.count; ++i) {
+            const Link& link = problem.links[i];
+            if (reached[link.first] == reached[link.second])
+                continue;
+            const Rotation turn = turn_of_guess(link.guess, focal);
+            if (reached[link.first])
+                lenses->rotations[link.second] = lenses->rotations[link.first] * inverse(turn);
+            else
+                lenses->rotations[link.first] = lenses->rotations[link.second] * turn;
+            reached[link.first] = reached[link.second] = walked = true;
+        }
+    }
+}
+
+// Share of all matches that are near, from 0 to 1.
+double _near_share(const Problem& problem, const Lenses& lenses)
+{
+    int32_t near = 0;
+    int32_t all = 0;
+    for (int32_t i = 0; i < problem.count; ++i) {
+        near += agreement_of(problem.links[i], lenses).near;
+        all += problem.links[i].count;
+    }
+    return all > 0 ? static_cast<double>(near) / all : 0.0;
+}
+
+}  // namespace
+
+Rotation turn_of_guess(const PairGuess& guess, double focal)
+{
+    // The frame of a line of sight: to the right along the horizon, down, ahead.
+    const auto frame = [focal](Place place) {
+        const Vector ahead = unit({place.x / focal, place.y / focal, 1.0});
+        const Vector right = unit({1.0, 0.0, -place.x / focal});
+        const Vector down = cross(ahead, right);
+        return Rotation{{right.x, down.x, ahead.x, right.y, down.y, ahead.y, right.z, down.z, ahead.z}};
+    };
+    return rotation_about({0.0, 0.0, guess.roll}) * frame(guess.second) * inverse(frame(guess.first));
+}
+
+LensPair lens_pair(const Lenses& lenses, int32_t first, int32_t second)
+{
+    const LinkView view = link_view(lenses, first, second);
+    return {inverse(view.second) * view.first, view.first_focal, view.second_focal, view.radial};
+}
+
+Agreement agreement_of(const Link& link, const Lenses& lenses)
+{
+    const LensPair pair = lens_pair(lenses, link.first, link.second);
+    Agreement agreement = {};
+    double sum = 0.0;
+    for (int32_t i = 0; i < link.count; ++i) {
+        const double square = squared_distance(pair, link.matches[i]);
+        if (square > kNearPixels * kNearPixels)
+            continue;
+        sum += square;
+        ++agreement.near;
+    }
+    if (agreement.near > 0)
+        agreement.residual = std::sqrt(sum / agreement.near);
+    return agreement;
+}
+
+int32_t adjust(const Link* links, int32_t count, int32_t pictures, double assumed_focal, LensFreedom freedom,
+               const Cancel& cancel, Lenses* lenses)
+{
+    // A bent lens and another focal length explain much the same: the plain lens comes first.
+    const Problem plain = {links, count, pictures, assumed_focal, kLensOfPair};
+    auto work = make_unfilled_buffer<Workspace>(1);
+    if (!work)
+        return kPanoNoMemory;
+    double best = -1.0;
+    for (const double factor : kFocalTries) {
+        Lenses tried;
+        double cost = 0.0;
+        _start(plain, factor * assumed_focal, &tried);
+        PANO_FORWARD(_descend_all(plain, kPlainStages, cancel, work.get(), &tried, &cost));
+        if (best < 0.0 || cost < best) {
+            best = cost;
+            *lenses = tried;
+        }
+        if (_near_share(plain, tried) >= kFittingShare)
+            break;
+    }
+    return freedom == kLensOfPair
+               ? static_cast<int32_t>(kPanoSuccess)
+               : _descend_free({links, count, pictures, assumed_focal, freedom}, cancel, work.get(), lenses);
+}
+
+int32_t adjust_further(const Link* links, int32_t count, int32_t pictures, double assumed_focal,
+                       LensFreedom freedom, const Cancel& cancel, Lenses* lenses)
+{
+    auto work = make_unfilled_buffer<Workspace>(1);
+    if (!work)
+        return kPanoNoMemory;
+    // Again from a plain lens: how much the last one was bent may be what misled the matches.
+    const Problem plain = {links, count, pictures, assumed_focal, kLensOfPair};
+    double cost = 0.0;
+    lenses->radial = 0.0;
+    for (double& zoom : lenses->zooms)
+        zoom = 0.0;
+    PANO_FORWARD(_descend_all(plain, kPlainStages, cancel, work.get(), lenses, &cost));
+    return _descend_free({links, count, pictures, assumed_focal, freedom}, cancel, work.get(), lenses);
+}
+
+}  // namespace ozr::refined

@@ -1,0 +1,53 @@
+// The model of a picture's camera: a pinhole that only turns, with a lens that may bend straight lines.
+//
+// The sweep runs along x; pictures of vertical sweeps have been turned clockwise. World and cameras: x to the right
+// along the sweep, y down, z ahead. The middle of a picture, ((width - 1) / 2, (height - 1) / 2), looks along the
+// camera's z axis.
+#ifndef REFINED_CAMERA_H
+#define REFINED_CAMERA_H
+
+#include <stdint.h>
+
+#include "refined/rotation.h"
+
+namespace ozr::refined
+{
+
+struct Camera {
+    double rotation[9];  // turns a ray of the camera into the world, row-major
+    double focal;        // pixels of the picture, this picture's own (zoom included)
+    double
+        radial;  // k1: the ray of picture place (x, y) is (u d, v d, 1), u = (x - cx) / focal, v = (y - cy) / focal,
+                 // d = 1 + k1 (u^2 + v^2)
+    double gain;  // brightness: luma is multiplied by it
+    bool used;    // in the panorama
+};
+
+// A place in units of the focal length, measured from the middle of the picture.
+struct Place {
+    double x;
+    double y;
+};
+
+// Where the straight line of sight of a place on a bent picture goes: (u d, v d).
+Place straightened_place(Place bent, double radial);
+
+// The inverse, and how far it is from being one: `stretch` is d(r d) / dr, which is positive where the lens is usable.
+struct BentPlace {
+    Place place;
+    double scale;    // d
+    double stretch;  // 1 + 3 k1 r^2
+};
+BentPlace bent_place(Place straight, double radial);
+
+inline Rotation rotation_of(const Camera& camera)
+{
+    Rotation r = {};
+    for (int32_t i = 0; i < 9; ++i)
+        r.m[i] = camera.rotation[i];
+    return r;
+}
+
+}  // namespace ozr::refined
+
+#endif

@@ -1,0 +1,67 @@
+#include "refined/draw.h"
+
+#include <utility>
+
+#include "refined/bands.h"
+#include "refined/crop.h"
+#include "refined/exposure.h"
+#include "refined/layers.h"
+#include "refined/seams.h"
+#include "refined/warp.h"
+
+namespace ozr::refined
+{
+
+namespace
+{
+
+// Everything that is found on the small copies.
+struct Plan {
+    Layers layers;
+    Seams seams;
+    Crop crop;
+    Corrections corrections;
+};
+
+PanoResult _plan(const DrawInput& input, Plan* plan, DrawReport* report)
+{
+    const Cancel& cancel = input.cancel;
+    PANO_FORWARD(arrange_layers(input, &plan->layers));
+    PANO_FORWARD(lay_layers(cancel, true, &plan->layers));
+    PANO_FORWARD(even_exposure(cancel, &plan->layers, report));
+    PANO_FORWARD(lay_layers(cancel, false, &plan->layers));
+    PANO_FORWARD(find_seams(cancel, plan->layers, &plan->seams));
+    PANO_FORWARD(find_crop(plan->layers, plan->seams, &plan->crop));
+    PANO_FORWARD(find_corrections(cancel, plan->layers, plan->seams, plan->crop, &plan->corrections));
+    return kPanoSuccess;
+}
+
+}  // namespace
+
+PanoResult draw(const DrawInput& input, PanoImg* out, DrawReport* report)
+{
+    if (out == nullptr || report == nullptr)
+        return kPanoNullArgument;
+    *report = {};
+    for (float& gain : report->gain)
+        gain = 1.0F;
+    Plan plan = {};
+    PANO_FORWARD(_plan(input, &plan, report));
+
+    const Frame& frame = plan.layers.frame;
+    const Crop& crop = plan.crop;
+    report->radius = frame.radius;
+    report->first_heading = ((frame.first_column + crop.left) << frame.step_bits) / frame.radius;
+    report->first_height = ((frame.first_row + crop.top) << frame.step_bits) / frame.radius;
+    PanoImgOwner panorama;
+    if (pano_create_unfilled(panorama.get(), (crop.right - crop.left) << frame.step_bits,
+                             (crop.bottom - crop.top) << frame.step_bits, kPanoNv12) < 0)
+        return kPanoNoMemory;
+    PANO_FORWARD(
+        warp_panorama(input.cancel, plan.layers, plan.seams, crop, plan.corrections, panorama.get()));
+    *out = *panorama.get();
+    *panorama.get() = {};
+    return kPanoSuccess;
+}
+
+}  // namespace ozr::refined

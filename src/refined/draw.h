@@ -1,0 +1,52 @@
+// Draws a panorama from pictures whose cameras are known: brightness is evened out, seams are laid where neighbours agree,
+// and every pixel is computed once, straight from its picture.
+//
+// All of it in the orientation in which the sweep runs along x; sweeps up or down hand over turned pictures and turn the
+// result back.
+#ifndef REFINED_DRAW_H
+#define REFINED_DRAW_H
+
+#include <stdint.h>
+
+#include "base/limits.h"
+#include "image/pano_result.h"
+#include "image/panorama_img.h"
+#include "refined/camera.h"
+#include "refined/cancel.h"
+
+namespace ozr::refined
+{
+
+struct DrawPicture {
+    const PanoImg* picture;  // NV12, even sides of 32 or more
+    // The same, its sides divided by 2^reduced_bits (rounded down to even ones), means of square blocks; null where there
+    // is none, then the picture itself is reduced.
+    const PanoImg* reduced;
+    int32_t reduced_bits;
+    const Camera* camera;
+};
+
+struct DrawInput {
+    const DrawPicture*
+        pictures;   // all of one size, in order of capture; those whose camera is not used are left out
+    int32_t count;  // at most kMaxPictures
+    Cancel cancel;
+};
+
+struct DrawReport {
+    float gain[kMaxPictures];  // that the middle of each picture was multiplied by; 1 where it was left out
+    double radius;             // of the cylinder, in pixels of the panorama
+    double
+        first_heading;    // of the panorama's first column, in radians against the middle picture's direction
+    double first_height;  // of its first row, in radii; negative above the horizon
+};
+
+// Draws a panorama into *out, which is created (NV12, even sides, to be released with PanoImg_Destroy) if and only if the
+// call succeeds. kPanoBadArgument: no picture is used, pictures of different sizes, cameras that do not look along one
+// sweep; kPanoNotSupported: pictures or a panorama too large for 32 bits, or nothing that all rows cover;
+// kPanoCancelled; kPanoNoMemory.
+PanoResult draw(const DrawInput& input, PanoImg* out, DrawReport* report);
+
+}  // namespace ozr::refined
+
+#endif

@@ -1,0 +1,26 @@
+#include "refined/lens_pair.h"
+
+namespace ozr::refined
+{
+
+namespace
+{
+
+// Rays that go further aside than 84 degrees show on no picture.
+constexpr double kLeastAhead = 0.1;
+
+}  // namespace
+
+bool place_in_second(const LensPair& lenses, Place first, Place* second)
+{
+    const Place straight =
+        straightened_place({first.x / lenses.first_focal, first.y / lenses.first_focal}, lenses.radial);
+    const Vector ray = lenses.turn.turn({straight.x, straight.y, 1.0});
+    if (ray.z < kLeastAhead)
+        return false;
+    const Place bent = bent_place({ray.x / ray.z, ray.y / ray.z}, lenses.radial).place;
+    *second = {lenses.second_focal * bent.x, lenses.second_focal * bent.y};
+    return true;
+}
+
+}  // namespace ozr::refined

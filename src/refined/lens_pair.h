@@ -1,0 +1,23 @@
+// How places of one picture show in another, for two cameras that only turned in between.
+#ifndef REFINED_LENS_PAIR_H
+#define REFINED_LENS_PAIR_H
+
+#include "refined/camera.h"
+
+namespace ozr::refined
+{
+
+// Places are measured from the middle of each picture, in pixels of the base level.
+struct LensPair {
+    Rotation turn;  // a ray of the first camera into the second
+    double first_focal;
+    double second_focal;
+    double radial;
+};
+
+// False where the second camera looks away.
+bool place_in_second(const LensPair& lenses, Place first, Place* second);
+
+}  // namespace ozr::refined
+
+#endif

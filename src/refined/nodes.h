@@ -1,0 +1,64 @@
+// The nodes of a drawing: places in a picture are exact every eighth column and every sixteenth row, and run linearly in
+// between.
+#ifndef REFINED_NODES_H
+#define REFINED_NODES_H
+
+#include <stdint.h>
+
+#include "image/pano_result.h"
+#include "kernels/kernels.h"
+#include "refined/view.h"
+#include "support/buffer.h"
+
+namespace ozr::refined
+{
+
+constexpr int32_t kNodeRows = 16;  // from one exact row to the next
+constexpr int32_t kPartBits = 5;
+constexpr int32_t kNodeParts = 1 << kPartBits;  // a row is two parts: chroma lies between rows
+
+// Some nodes of a row, [first, end).
+struct NodeRange {
+    int32_t first;
+    int32_t end;
+};
+
+// The nodes of one row of a drawing, numbered from its first column, and those of the exact rows around it.
+class NodeRows
+{
+public:
+    PanoResult init(int32_t nodes);
+
+    // Makes `range` of the next exact row; the one that was next is now the one above.
+    void advance(const View& view, const Heading* headings, double height, const NodeRange& range);
+
+    // The nodes `part` parts below the exact row above, for a picture reduced by 2^level_bits. Shifts stay as they are.
+    void interpolate(int32_t part, int32_t level_bits, const NodeRange& range);
+
+    // Of the block that begins with a node.
+    kernels::DrawNodes at(int32_t node) const;
+
+    int16_t* shift(int32_t channel) { return shift_[channel].get(); }
+
+private:
+    // Exact nodes, and how much more there is a row of exact nodes further down.
+    struct Node {
+        NodePlace place;
+        NodePlace step;
+        int16_t gain;
+        int16_t gain_step;
+    };
+    Buffer<NodePlace> next_;
+    Buffer<int16_t> next_gain_;
+    Buffer<Node> nodes_;
+    Buffer<int32_t> x_, y_;
+    Buffer<int16_t> gain_;
+    Buffer<int16_t> shift_[2];
+};
+
+// The headings of `count` columns, `step` pixels apart, the first one at `first` pixels; null when memory is out.
+Buffer<Heading> make_headings(double radius, double first, double step, int32_t count);
+
+}  // namespace ozr::refined
+
+#endif

@@ -1,0 +1,46 @@
+// Matching of two pictures: their rough shift, the matches of patches, and whether these make sense together.
+#ifndef REFINED_PAIR_MATCH_H
+#define REFINED_PAIR_MATCH_H
+
+#include "refined/adjust.h"
+#include "refined/sight.h"
+
+namespace ozr::refined
+{
+
+// What two pictures have in common.
+struct PairMatch {
+    PairGuess guess;
+    int32_t count;
+    Match matches[kMaxMatches];
+    int32_t near;     // matches that agree on how the camera turned
+    double residual;  // root mean square distance of those, base pixels
+
+    bool is_good() const;
+};
+
+// Where the second picture is expected: the shift of its middle, in shares of the picture's width and height.
+struct ShiftHint {
+    bool is_known;
+    double x;
+    double y;
+};
+
+// Whether so many matches, of which so many agree, hold two pictures together.
+bool is_good_match(int32_t near, int32_t count);
+
+// How much a joint of two pictures can be trusted, from 0 to 1; below 0.5 where the match is not good.
+double confidence_of(int32_t near, int32_t count);
+
+// Finds what two pictures have in common, near the hint first, then anywhere along the sweep. Pictures that do not belong
+// together end with a match that is not good. kPanoNoMemory, kPanoCancelled.
+int32_t match_pair(const Sight& first, const Sight& second, const ShiftHint& hint, const Cancel& cancel,
+                   PairMatch* match);
+
+// Matches the patches once more with cameras found before. kPanoCancelled.
+int32_t match_pair_again(const Sight& first, const Sight& second, const LensPair& lenses,
+                         const Cancel& cancel, PairMatch* match);
+
+}  // namespace ozr::refined
+
+#endif

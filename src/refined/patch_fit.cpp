@@ -1,0 +1,286 @@
+// Both steps sample the second picture in the shape of the first, with 3 fractional bits: a level is 8 units. The fit is
+// that of Lucas and Kanade in its inverse form: gradients are the first picture's, so the normal equations are solved
+// once; brightness and contrast are unknowns beside the two of the place.
+#include "refined/patch_fit.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "refined/correlation.h"
+
+namespace ozr::refined
+{
+
+namespace
+{
+
+constexpr int32_t kPlaceBits = 16;
+constexpr int32_t kWeightBits = 8;
+constexpr int32_t kWeightOne = 1 << kWeightBits;
+constexpr int32_t kLevelBits = 3;
+
+constexpr int32_t kSearchHalf = 4;
+constexpr int32_t kSearchSide = 2 * kSearchHalf + 1;
+constexpr int32_t kSearchPixels = kSearchSide * kSearchSide;
+constexpr int32_t kWindowSide = kSearchSide + 2 * kMaxReach;
+
+constexpr int32_t kFitHalf = 8;
+constexpr int32_t kFitSide = 2 * kFitHalf + 1;
+constexpr int32_t kFitPixels = kFitSide * kFitSide;
+
+// Steps of a fit; most end after three or four.
+constexpr int32_t kFitSteps = 6;
+constexpr double kFitDone = 0.01;        // pixels
+constexpr double kLeastContrast = 0.25;  // of the second patch against the first
+
+bool _holds(const GrayView& plane, int32_t x, int32_t y, int32_t half)
+{
+    return x >= half && y >= half && x + half < plane.width && y + half < plane.height;
+}
+
+// Samples (2 half + 1)^2 places around (x, y), bilinear. False where one lies outside.
+bool _sample(const GrayView& plane, double x, double y, const PatchShape& shape, int32_t half, int16_t* out)
+{
+    const double reach_x = half * ((shape.right_x < 0 ? -shape.right_x : shape.right_x) +
+                                   (shape.down_x < 0 ? -shape.down_x : shape.down_x));
+    const double reach_y = half * ((shape.right_y < 0 ? -shape.right_y : shape.right_y) +
+                                   (shape.down_y < 0 ? -shape.down_y : shape.down_y));
+    if (!(x - reach_x >= 0.5 && y - reach_y >= 0.5 && x + reach_x <= plane.width - 2.5 &&
+          y + reach_y <= plane.height - 2.5))
+        return false;
+    const double one = 1 << kPlaceBits;
+    const auto fixed = [=](double v) { return static_cast<int32_t>(v < 0 ? v * one - 0.5 : v * one + 0.5); };
+    const int32_t right_x = fixed(shape.right_x);
+    const int32_t right_y = fixed(shape.right_y);
+    const int32_t down_x = fixed(shape.down_x);
+    const int32_t down_y = fixed(shape.down_y);
+    // Half a weight is added once, so that cutting the lower bits off rounds.
+    const int32_t rounding = 1 << (kPlaceBits - kWeightBits - 1);
+    int32_t row_x = fixed(x) + rounding - half * (right_x + down_x);
+    int32_t row_y = fixed(y) + rounding - half * (right_y + down_y);
+    for (int32_t j = -half; j <= half; ++j, row_x += down_x, row_y += down_y) {
+        int32_t at_x = row_x;
+        int32_t at_y = row_y;
+        for (int32_t i = -half; i <= half; ++i, at_x += right_x, at_y += right_y) {
+            const uint8_t* top = plane.row(at_y >> kPlaceBits) + (at_x >> kPlaceBits);
+            const uint8_t* bottom = top + plane.stride;
+            const int32_t fx = (at_x >> (kPlaceBits - kWeightBits)) & (kWeightOne - 1);
+            const int32_t fy = (at_y >> (kPlaceBits - kWeightBits)) & (kWeightOne - 1);
+            const int32_t upper = top[0] * (kWeightOne - fx) + top[1] * fx;
+            const int32_t lower = bottom[0] * (kWeightOne - fx) + bottom[1] * fx;
+            *out++ = static_cast<int16_t>((upper * (kWeightOne - fy) + lower * fy) >>
+                                          (2 * kWeightBits - kLevelBits));
+        }
+    }
+    return true;
+}
+
+void _move(PatchTask* task, double right, double down)
+{
+    task->second_x += right * task->shape.right_x + down * task->shape.down_x;
+    task->second_y += right * task->shape.right_y + down * task->shape.down_y;
+}
+
+// The patch of the first picture less its mean, so that the sum of products needs no mean of the other.
+int32_t _template_without_mean(const GrayView& plane, int32_t x, int32_t y, int16_t out[kSearchPixels])
+{
+    int32_t sum = 0;
+    int16_t* at = out;
+    for (int32_t j = -kSearchHalf; j <= kSearchHalf; ++j) {
+        for (int32_t i = -kSearchHalf; i <= kSearchHalf; ++i) {
+            *at = static_cast<int16_t>(plane.row(y + j)[x + i] << kLevelBits);
+            sum += *at++;
+        }
+    }
+    const int16_t mean = static_cast<int16_t>(sum / kSearchPixels);
+    int32_t square = 0;
+    for (int32_t i = 0; i < kSearchPixels; ++i) {
+        out[i] = static_cast<int16_t>(out[i] - mean);
+        square += out[i] * out[i];
+    }
+    return square;
+}
+
+// Correlation of the template with the part of the window whose top left corner is given.
+double _correlation(const int16_t* patch, int32_t square, const int16_t* window, int32_t side)
+{
+    int32_t sum = 0;
+    int32_t window_square = 0;
+    int32_t product = 0;
+    for (int32_t j = 0; j < kSearchSide; ++j, window += side, patch += kSearchSide) {
+        for (int32_t i = 0; i < kSearchSide; ++i) {
+            sum += window[i];
+            window_square += window[i] * window[i];
+            product += window[i] * patch[i];
+        }
+    }
+    const double spread = window_square - static_cast<double>(sum) * sum / kSearchPixels;
+    if (product <= 0 || spread <= 0.0)
+        return 0.0;
+    return product / std::sqrt(spread * square);
+}
+
+constexpr int32_t kUnknowns = 4;  // right, down, contrast, brightness
+
+// What a fit keeps of the first picture: the patch, its gradients, ones; and the inverse of their normal equations.
+struct FitBasis {
+    int16_t values[kUnknowns][kFitPixels];
+    double inverse[kUnknowns][kUnknowns];
+    double square;  // of the patch less its mean
+};
+
+enum FitUnknown { kRight, kDown, kContrast, kBrightness };
+
+void _fill_basis(const GrayView& plane, int32_t x, int32_t y, FitBasis* basis)
+{
+    int32_t at = 0;
+    for (int32_t j = -kFitHalf; j <= kFitHalf; ++j) {
+        const uint8_t* row = plane.row(y + j) + x - kFitHalf;
+        const uint8_t* above = row - plane.stride;
+        const uint8_t* below = row + plane.stride;
+        for (int32_t i = 0; i < kFitSide; ++i, ++at) {
+            basis->values[kRight][at] = static_cast<int16_t>((row[i + 1] - row[i - 1]) << (kLevelBits - 1));
+            basis->values[kDown][at] = static_cast<int16_t>((below[i] - above[i]) << (kLevelBits - 1));
+            basis->values[kContrast][at] = static_cast<int16_t>(row[i] << kLevelBits);
+            basis->values[kBrightness][at] = 1;
+        }
+    }
+}
+
+// Gauss-Jordan on a positive definite matrix; false where it is nearly singular.
+bool _invert(double a[kUnknowns][kUnknowns], double inverse[kUnknowns][kUnknowns])
+{
+    for (int32_t i = 0; i < kUnknowns; ++i) {
+        for (int32_t j = 0; j < kUnknowns; ++j)
+            inverse[i][j] = i == j ? 1.0 : 0.0;
+    }
+    for (int32_t i = 0; i < kUnknowns; ++i) {
+        const double pivot = a[i][i];
+        if (!(pivot > 1.0))
+            return false;
+        for (int32_t j = 0; j < kUnknowns; ++j) {
+            a[i][j] /= pivot;
+            inverse[i][j] /= pivot;
+        }
+        for (int32_t k = 0; k < kUnknowns; ++k) {
+            const double factor = a[k][i];
+            if (k == i || factor == 0.0)
+                continue;
+            for (int32_t j = 0; j < kUnknowns; ++j) {
+                a[k][j] -= factor * a[i][j];
+                inverse[k][j] -= factor * inverse[i][j];
+            }
+        }
+    }
+    return true;
+}
+
+bool _make_basis(const GrayView& plane, int32_t x, int32_t y, FitBasis* basis)
+{
+    _fill_basis(plane, x, y, basis);
+    double normal[kUnknowns][kUnknowns];
+    for (int32_t i = 0; i < kUnknowns; ++i) {
+        for (int32_t j = 0; j <= i; ++j) {
+            normal[i][j] = dot_product(basis->values[i], basis->values[j], kFitPixels);
+            normal[j][i] = normal[i][j];
+        }
+    }
+    const double sum = normal[kContrast][kBrightness];
+    basis->square = normal[kContrast][kContrast] - sum * sum / kFitPixels;
+    // Elimination from the last unknown to the first leaves the gradients what brightness and contrast do not explain.
+    return _invert(normal, basis->inverse);
+}
+
+// The patch as it was sampled, in the terms of the basis.
+struct FitState {
+    double right;
+    double down;
+    double contrast;
+    double correlation;
+};
+
+FitState _measure(const FitBasis& basis, const int16_t* sampled)
+{
+    double products[kUnknowns];
+    for (int32_t i = 0; i < kUnknowns; ++i)
+        products[i] = dot_product(basis.values[i], sampled, kFitPixels);
+    double solution[kUnknowns];
+    for (int32_t i = 0; i < kUnknowns; ++i) {
+        solution[i] = 0.0;
+        for (int32_t j = 0; j < kUnknowns; ++j)
+            solution[i] += basis.inverse[i][j] * products[j];
+    }
+    const double sum = products[kBrightness];
+    const double square = dot_product(sampled, sampled, kFitPixels) - sum * sum / kFitPixels;
+    const double own_sum = dot_product(basis.values[kContrast], basis.values[kBrightness], kFitPixels);
+    const double product = products[kContrast] - sum * own_sum / kFitPixels;
+    FitState state = {0.0, 0.0, solution[kContrast], 0.0};
+    if (product > 0.0 && square > 0.0 && basis.square > 0.0)
+        state.correlation = product / std::sqrt(square * basis.square);
+    if (state.contrast >= kLeastContrast) {
+        state.right = solution[kRight] / state.contrast;
+        state.down = solution[kDown] / state.contrast;
+    }
+    return state;
+}
+
+}  // namespace
+
+double search_patch(PatchTask* task, int32_t reach)
+{
+    int16_t patch[kSearchPixels];
+    int16_t window[kWindowSide * kWindowSide];
+    if (!_holds(*task->first_plane, task->first_x, task->first_y, kSearchHalf) ||
+        !_sample(*task->second_plane, task->second_x, task->second_y, task->shape, kSearchHalf + reach,
+                 window))
+        return -1.0;
+    const int32_t square = _template_without_mean(*task->first_plane, task->first_x, task->first_y, patch);
+    const int32_t side = kSearchSide + 2 * reach;
+    double best = -1.0;
+    int32_t best_right = 0;
+    int32_t best_down = 0;
+    for (int32_t down = 0; down <= 2 * reach; ++down) {
+        for (int32_t right = 0; right <= 2 * reach; ++right) {
+            const double value = _correlation(patch, square, window + down * side + right, side);
+            if (value > best) {
+                best = value;
+                best_right = right - reach;
+                best_down = down - reach;
+            }
+        }
+    }
+    _move(task, best_right, best_down);
+    return best;
+}
+
+double fit_patch(PatchTask* task, double drift)
+{
+    // The gradients reach one pixel further than the patch.
+    if (!_holds(*task->first_plane, task->first_x, task->first_y, kFitHalf + 1))
+        return -1.0;
+    FitBasis basis;
+    if (!_make_basis(*task->first_plane, task->first_x, task->first_y, &basis))
+        return -1.0;
+    const double start_x = task->second_x;
+    const double start_y = task->second_y;
+    int16_t sampled[kFitPixels];
+    FitState state = {};
+    for (int32_t step = 0; step < kFitSteps; ++step) {
+        if (!_sample(*task->second_plane, task->second_x, task->second_y, task->shape, kFitHalf, sampled))
+            return -1.0;
+        state = _measure(basis, sampled);
+        if (state.contrast < kLeastContrast)
+            return -1.0;
+        // What is seen a little to the right must be looked for a little to the left.
+        _move(task, -state.right, -state.down);
+        const double drift_x = task->second_x - start_x;
+        const double drift_y = task->second_y - start_y;
+        if (!(drift_x * drift_x + drift_y * drift_y <= drift * drift))
+            return -1.0;
+        if (state.right * state.right + state.down * state.down <= kFitDone * kFitDone)
+            break;
+    }
+    return state.correlation;
+}
+
+}  // namespace ozr::refined

@@ -1,0 +1,40 @@
+// The place of one patch in another picture: a search over whole pixels, then a fit to fractions of a pixel.
+#ifndef REFINED_PATCH_FIT_H
+#define REFINED_PATCH_FIT_H
+
+#include "refined/picture.h"
+
+namespace ozr::refined
+{
+
+// How the first picture's surroundings of a place show in the second: by a step to the right and a step down.
+struct PatchShape {
+    double right_x;
+    double right_y;
+    double down_x;
+    double down_y;
+};
+
+// A place that is looked for: `first` in whole pixels of its plane, `second` where it is expected in the other.
+struct PatchTask {
+    const GrayView* first_plane;
+    const GrayView* second_plane;
+    int32_t first_x;
+    int32_t first_y;
+    double second_x;
+    double second_y;
+    PatchShape shape;
+};
+
+// Moves task->second to the best place within `reach` pixels (at most kMaxReach) and returns the correlation there; -1
+// where the search leaves a picture.
+constexpr int32_t kMaxReach = 4;
+double search_patch(PatchTask* task, int32_t reach);
+
+// Moves task->second to the best fit and returns the correlation there; -1 where the fit leaves the picture, drifts off by
+// more than `drift` pixels, or has nothing to hold on to.
+double fit_patch(PatchTask* task, double drift);
+
+}  // namespace ozr::refined
+
+#endif

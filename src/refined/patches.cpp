@@ -1,0 +1,255 @@
+// The overlap is divided into cells; in each, the place of the first picture that is best to hold on to is looked for in
+// the second, from coarse levels to fine ones.
+#include "refined/patches.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "image/pano_result.h"
+#include "refined/elementary.h"
+#include "refined/patch_fit.h"
+
+namespace ozr::refined
+{
+
+namespace
+{
+
+int32_t _whole(double x)
+{
+    return static_cast<int32_t>(nearest(x));
+}
+
+// Patches looked for over the overlap. Twice as many measure no better.
+constexpr int32_t kPatches = 90;
+constexpr int32_t kLeastCell = 3;  // corner windows to a side: a patch is no wider
+constexpr int32_t kFewMatches = 30;
+
+// The share of the first picture that shows in the second is counted on this many places to a side.
+constexpr int32_t kShareSide = 12;
+
+// Correlation that a patch must reach at two levels above the base, one above it, and after the fit.
+constexpr double kLeastCorrelation[kSearchLevels + 1] = {0.70, 0.50, 0.40};
+constexpr int32_t kReach[kSearchLevels + 1] = {2, 2, 4};
+constexpr int32_t kReachBase = 3;  // where only the base is searched
+
+// Matches are measured at the base, then once more one level below it, where there is one.
+constexpr int32_t kFinest = -1;
+constexpr int32_t kLevels = kSearchLevels + 1 - kFinest;
+
+// A fit may drift so far from where it starts, in pixels of its level: further off lies something else.
+constexpr double kBaseDrift = 2.5;
+constexpr double kFinestDrift = 1.5;
+
+// The shape of a patch is taken from the map at places so many base pixels off.
+constexpr double kShapeStep = 8.0;
+
+// Places of a level and places from the middle of a picture, in base pixels.
+struct LevelFrame {
+    double scale;  // level pixels to a base pixel
+    double middle_x;
+    double middle_y;
+
+    Place at_level(Place p) const { return {(p.x + middle_x) * scale - 0.5, (p.y + middle_y) * scale - 0.5}; }
+    Place from_level(double x, double y) const
+    {
+        return {(x + 0.5) / scale - middle_x, (y + 0.5) / scale - middle_y};
+    }
+};
+
+LevelFrame _frame(const Sight& sight, int32_t above_base)
+{
+    const GrayView& full = sight.pyramid.levels[0];
+    const double scale = 2.0 * sight.base_scale();
+    const double to_level = above_base < 0 ? 1 << -above_base : 1.0 / static_cast<double>(1 << above_base);
+    return {to_level, full.width / scale, full.height / scale};
+}
+
+bool _shows(const Sight& second, Place place)
+{
+    const LevelFrame frame = _frame(second, 0);
+    return place.x > -frame.middle_x && place.x < frame.middle_x && place.y > -frame.middle_y &&
+           place.y < frame.middle_y;
+}
+
+// Share of the first picture that shows in the second.
+double _share(const Sight& first, const Sight& second, const LensPair& lenses)
+{
+    const LevelFrame frame = _frame(first, 0);
+    int32_t inside = 0;
+    for (int32_t j = 0; j < kShareSide; ++j) {
+        for (int32_t i = 0; i < kShareSide; ++i) {
+            const Place place = {frame.middle_x * ((2 * i + 1.0) / kShareSide - 1.0),
+                                 frame.middle_y * ((2 * j + 1.0) / kShareSide - 1.0)};
+            Place shown = {};
+            inside += place_in_second(lenses, place, &shown) && _shows(second, shown) ? 1 : 0;
+        }
+    }
+    return static_cast<double>(inside) / (kShareSide * kShareSide);
+}
+
+// One search over the overlap of two pictures.
+struct Search {
+    const Sight& first;
+    const Sight& second;
+    const LensPair& lenses;
+    LevelFrame first_frames[kLevels];
+    LevelFrame second_frames[kLevels];
+
+    Search(const Sight& a, const Sight& b, const LensPair& l) : first(a), second(b), lenses(l)
+    {
+        for (int32_t i = 0; i < kLevels; ++i) {
+            first_frames[i] = _frame(a, i + kFinest);
+            second_frames[i] = _frame(b, i + kFinest);
+        }
+    }
+
+    // Levels above the base; -1 is below it.
+    const LevelFrame& first_frame(int32_t level) const { return first_frames[level - kFinest]; }
+    const LevelFrame& second_frame(int32_t level) const { return second_frames[level - kFinest]; }
+};
+
+// The middle of a corner window, from the middle of the picture.
+Place _window_place(const Search& search, int32_t column, int32_t row)
+{
+    const double x = 1 + column * kCornerStep + 0.5 * (kCornerWindow - 1);
+    const double y = 1 + row * kCornerStep + 0.5 * (kCornerWindow - 1);
+    return search.first_frame(1).from_level(x, y);
+}
+
+// How the map turns and stretches the surroundings of a place. False at the edge of what can be seen.
+bool _shape_at(const LensPair& lenses, Place first, Place second, PatchShape* shape)
+{
+    Place right = {};
+    Place down = {};
+    if (!place_in_second(lenses, {first.x + kShapeStep, first.y}, &right) ||
+        !place_in_second(lenses, {first.x, first.y + kShapeStep}, &down))
+        return false;
+    *shape = {(right.x - second.x) / kShapeStep, (right.y - second.y) / kShapeStep,
+              (down.x - second.x) / kShapeStep, (down.y - second.y) / kShapeStep};
+    return true;
+}
+
+// Sets the task up for a level: the nearest whole pixel of the first picture, and where that is expected in the second,
+// which the levels above have moved by `off` (base pixels).
+bool _aim(const Search& search, Place first, Place off, int32_t level, PatchTask* task)
+{
+    const Place at = search.first_frame(level).at_level(first);
+    task->first_plane = &search.first.plane(level);
+    task->second_plane = &search.second.plane(level);
+    task->first_x = _whole(at.x);
+    task->first_y = _whole(at.y);
+    const Place whole = search.first_frame(level).from_level(task->first_x, task->first_y);
+    Place second = {};
+    if (!place_in_second(search.lenses, whole, &second) ||
+        !_shape_at(search.lenses, whole, second, &task->shape))
+        return false;
+    const Place expected = search.second_frame(level).at_level({second.x + off.x, second.y + off.y});
+    task->second_x = expected.x;
+    task->second_y = expected.y;
+    return true;
+}
+
+// How far the task has moved from where the map alone sees it, in base pixels.
+Place _off(const Search& search, int32_t level, const PatchTask& task)
+{
+    const Place whole = search.first_frame(level).from_level(task.first_x, task.first_y);
+    Place foretold = {};
+    place_in_second(search.lenses, whole, &foretold);
+    const Place found = search.second_frame(level).from_level(task.second_x, task.second_y);
+    return {found.x - foretold.x, found.y - foretold.y};
+}
+
+// Replaces a match by a finer one near it, where the pictures are sharp enough for that.
+void _sharpen(const Search& search, Place off, Match* match)
+{
+    PatchTask task = {};
+    if (search.first.base + kFinest < 0 || !_aim(search, match->first, off, kFinest, &task) ||
+        fit_patch(&task, kFinestDrift) < kLeastCorrelation[0])
+        return;
+    match->first = search.first_frame(kFinest).from_level(task.first_x, task.first_y);
+    match->second = search.second_frame(kFinest).from_level(task.second_x, task.second_y);
+}
+
+bool _match(const Search& search, Place first, PatchSearch kind, Match* match)
+{
+    PatchTask task = {};
+    Place off = {0.0, 0.0};
+    const int32_t top = kind == kSearchWide ? kSearchLevels : 0;
+    for (int32_t level = top; level >= (kind == kSearchWide ? 1 : 0); --level) {
+        if (!_aim(search, first, off, level, &task) ||
+            search_patch(&task, level == 0 ? kReachBase : kReach[level]) <
+                kLeastCorrelation[std::max(level, 1)])
+            return false;
+        off = _off(search, level, task);
+    }
+    if (!_aim(search, first, off, 0, &task) || fit_patch(&task, kBaseDrift) < kLeastCorrelation[0])
+        return false;
+    match->first = search.first_frame(0).from_level(task.first_x, task.first_y);
+    match->second = search.second_frame(0).from_level(task.second_x, task.second_y);
+    _sharpen(search, _off(search, 0, task), match);
+    return true;
+}
+
+// The best window of a cell that shows in the second picture.
+bool _best_place(const Search& search, int32_t column, int32_t row, int32_t side, Place* best)
+{
+    const Corners& corners = search.first.corners;
+    float strength = kWeakCorner;
+    for (int32_t j = row; j < std::min(row + side, corners.rows); ++j) {
+        for (int32_t i = column; i < std::min(column + side, corners.columns); ++i) {
+            if (corners.at(i, j) <= strength)
+                continue;
+            const Place place = _window_place(search, i, j);
+            Place shown = {};
+            if (!place_in_second(search.lenses, place, &shown) || !_shows(search.second, shown))
+                continue;
+            strength = corners.at(i, j);
+            *best = place;
+        }
+    }
+    return strength > kWeakCorner;
+}
+
+// Cells so large that the overlap holds about kPatches of them.
+int32_t _cell_side(const Search& search)
+{
+    const Corners& corners = search.first.corners;
+    const double windows = static_cast<double>(int64_t{corners.columns} * corners.rows);
+    const double overlap = windows * _share(search.first, search.second, search.lenses);
+    return std::max(static_cast<int32_t>(std::sqrt(overlap / kPatches)), kLeastCell);
+}
+
+// kPanoCancelled.
+int32_t _match_cells(const Search& search, int32_t side, PatchSearch kind, const Cancel& cancel,
+                     Match matches[kMaxMatches])
+{
+    const Corners& corners = search.first.corners;
+    int32_t found = 0;
+    for (int32_t row = 0; row < corners.rows; row += side) {
+        if (cancel.asked())
+            return kPanoCancelled;
+        for (int32_t column = 0; column < corners.columns && found < kMaxMatches; column += side) {
+            Place place = {};
+            if (_best_place(search, column, row, side, &place) && _match(search, place, kind, &matches[found]))
+                ++found;
+        }
+    }
+    return found;
+}
+
+}  // namespace
+
+int32_t match_patches(const Sight& first, const Sight& second, const LensPair& lenses, PatchSearch kind,
+                      const Cancel& cancel, Match matches[kMaxMatches])
+{
+    const Search search(first, second, lenses);
+    const int32_t side = _cell_side(search);
+    int32_t found = _match_cells(search, side, kind, cancel, matches);
+    // Where little of the overlap has texture, it is looked at more closely.
+    if (found >= 0 && found < kFewMatches)
+        found = _match_cells(search, std::max(side / 2, 1), kind, cancel, matches);
+    return found;
+}
+
+}  // namespace ozr::refined

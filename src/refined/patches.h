@@ -1,0 +1,31 @@
+// Matching of small patches of two neighbours: places that are seen in both, measured to a few hundredths of a pixel.
+#ifndef REFINED_PATCHES_H
+#define REFINED_PATCHES_H
+
+#include "refined/lens_pair.h"
+#include "refined/sight.h"
+
+namespace ozr::refined
+{
+
+// A place seen in two pictures, in pixels of the base level from the middle of each.
+struct Match {
+    Place first;
+    Place second;
+};
+
+constexpr int32_t kMaxMatches = 160;
+
+// How far off the places of the second picture may be that `lenses` foretells.
+enum PatchSearch {
+    kSearchWide,  // by a few pixels of two levels above the base: after a rough shift
+    kSearchNear,  // by a few pixels of the base: with cameras found before
+};
+
+// Writes the matches over the whole overlap and returns how many. kPanoCancelled.
+int32_t match_patches(const Sight& first, const Sight& second, const LensPair& lenses, PatchSearch search,
+                      const Cancel& cancel, Match matches[kMaxMatches]);
+
+}  // namespace ozr::refined
+
+#endif

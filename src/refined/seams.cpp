@@ -1,0 +1,160 @@
+#include "refined/seams.h"
+
+#include <stdlib.h>
+
+#include <algorithm>
+
+#include "core/seam_paths.h"
+
+namespace ozr::refined
+{
+
+namespace
+{
+
+constexpr uint8_t kForbidden = 255;
+// A difference as noise and rounding make it costs nothing, one as people make it costs all: differences are squared.
+// 64 levels and more reach the limit.
+constexpr int32_t kSquareBits = 4;
+constexpr int32_t kDearest = 254;
+
+struct Region {  // columns [first, end) of the lattice
+    int32_t first;
+    int32_t end;
+    int32_t width() const { return end - first; }
+};
+
+// What both pictures show of a row, from a column of the lattice on.
+struct Pair {
+    const uint8_t *luma_a, *luma_b, *chroma_a, *chroma_b, *shown_a, *shown_b;
+};
+
+Pair _pair(const Layer& a, const Layer& b, int32_t row)
+{
+    return {a.luma_row(row) - a.first,       b.luma_row(row) - b.first,  a.chroma_row(row / 2) - a.first,
+            b.chroma_row(row / 2) - b.first, a.shown_row(row) - a.first, b.shown_row(row) - b.first};
+}
+
+// What a seam through each point of a row costs; nothing counts where one of the two shows nothing within `reach` points.
+void _cost_row(uint8_t* costs, uint8_t* forbidden, const Layer& a, const Layer& b, const Region& region,
+               int32_t row, int32_t reach)
+{
+    const Pair pair = _pair(a, b, row);
+    const int32_t begin = std::max(region.first, std::max(a.first, b.first) + reach);
+    const int32_t end = std::min(region.end, std::min(a.first + a.columns, b.first + b.columns) - reach);
+    std::fill_n(costs, region.width(), uint8_t{0});
+    std::fill_n(forbidden, region.width(), kForbidden);
+    for (int32_t x = begin; x < end; ++x) {
+        const int32_t even = x & ~1;
+        const int32_t difference = abs(pair.luma_a[x] - pair.luma_b[x]) +
+                                   abs(pair.chroma_a[even] - pair.chroma_b[even]) +
+                                   abs(pair.chroma_a[even + 1] - pair.chroma_b[even + 1]);
+        const uint8_t both = pair.shown_a[x - reach] & pair.shown_a[x + reach] & pair.shown_b[x - reach] &
+                             pair.shown_b[x + reach];
+        const int32_t comparable = pair.shown_a[x] & pair.shown_b[x];
+        forbidden[x - region.first] = static_cast<uint8_t>(~both);
+        costs[x - region.first] =
+            static_cast<uint8_t>(std::min(kDearest, difference * difference >> kSquareBits) & comparable);
+    }
+}
+
+// The mean of 3 x 3 costs, of rows that may be the same; and a pull to the middle between the two pictures, which decides
+// where nothing else does.
+void _spread_row(uint8_t* dst, const uint8_t* const rows[3], int32_t width)
+{
+    constexpr int32_t kPull = 6, kPullBits = 16;  // at the ends
+    const int64_t pull_unit = (int64_t{kPull} << kPullBits) / (int64_t{width} * width);
+    const auto sum = [&](int32_t x) { return rows[0][x] + rows[1][x] + rows[2][x]; };
+    int32_t before = sum(0), here = before;
+    for (int32_t x = 0; x < width; ++x) {
+        const int32_t next = x + 1 < width ? sum(x + 1) : here;
+        const int64_t off = 2 * x + 1 - width;
+        const int32_t pull = static_cast<int32_t>(off * off * pull_unit >> kPullBits);
+        dst[x] = static_cast<uint8_t>(std::min(kDearest, (before + here + next) / 9 + pull));
+        before = here;
+        here = next;
+    }
+}
+
+// Buffers of one seam.
+struct Work {
+    Buffer<uint8_t> costs, forbidden, spread, zeros;
+    core::SeamWorkspace paths;
+};
+
+PanoResult _make_work(int32_t width, int32_t rows, Work* work)
+{
+    const int64_t points = int64_t{width} * rows;
+    work->costs = make_unfilled_buffer<uint8_t>(points);
+    work->forbidden = make_unfilled_buffer<uint8_t>(points);
+    work->spread = make_unfilled_buffer<uint8_t>(width);
+    work->zeros = make_buffer<uint8_t>(width);
+    work->paths = core::make_seam_workspace(core::seam_workspace_size(width, rows));
+    return work->costs && work->forbidden && work->spread && work->zeros && work->paths ? kPanoSuccess
+                                                                                        : kPanoNoMemory;
+}
+
+// Where a seam may run: between the middles of its pictures and half as far again beyond both.
+Region _region(const Layers& layers, int32_t seam)
+{
+    const Layer &a = layers.at[seam], &b = layers.at[seam + 1];
+    const int32_t beyond = (b.middle - a.middle) / 2;
+    const int32_t first = std::max(a.middle - beyond, 0);
+    return {first, std::max(std::min(b.middle + beyond + 1, layers.frame.columns), first + 2)};
+}
+
+// `before` is the seam to the left, or null: no seam crosses it.
+PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, const int32_t* before,
+                      int32_t* columns)
+{
+    const Layer &a = layers.at[seam], &b = layers.at[seam + 1];
+    const int32_t rows = layers.frame.rows, last = rows - 1;
+    const Region region = _region(layers, seam);
+    const int32_t width = region.width();
+    Work work;
+    PANO_FORWARD(_make_work(width, rows, &work));
+    const int32_t reach = (feather_width(layers.frame) / 2 >> layers.frame.step_bits) + 1;
+    uint8_t* costs = work.costs.get();
+    for (int32_t y = 0; y < rows; ++y) {
+        const int64_t at = int64_t{y} * width;
+        _cost_row(costs + at, work.forbidden.get() + at, a, b, region, y, reach);
+        const int32_t crossing = before != nullptr ? before[y] + 2 * reach - region.first : 0;
+        std::fill_n(work.forbidden.get() + at, std::min(std::max(crossing, 0), width), kForbidden);
+        if (cancel.asked())
+            return kPanoCancelled;
+    }
+    core::SeamPaths paths(work.paths.get(), width);
+    for (int32_t y = 0; y < rows; ++y) {
+        const uint8_t* around[] = {costs + int64_t{std::max(y - 1, 0)} * width, costs + int64_t{y} * width,
+                                   costs + int64_t{std::min(y + 1, last)} * width};
+        _spread_row(work.spread.get(), around, width);
+        paths.add_row(work.spread.get(), work.zeros.get(), work.forbidden.get() + int64_t{y} * width);
+    }
+    paths.trace(columns);
+    for (int32_t y = 0; y < rows; ++y)
+        columns[y] = std::max(columns[y] + region.first, before != nullptr ? before[y] : 0);
+    return kPanoSuccess;
+}
+
+}  // namespace
+
+int32_t feather_width(const Frame& frame)
+{
+    // As wide as the finest waves that the slow correction cannot carry.
+    return 3 << frame.step_bits;
+}
+
+PanoResult find_seams(const Cancel& cancel, const Layers& layers, Seams* seams)
+{
+    seams->rows = layers.frame.rows;
+    seams->count = layers.count;
+    seams->columns = make_unfilled_buffer<int32_t>(int64_t{layers.count} * seams->rows);
+    if (!seams->columns)
+        return kPanoNoMemory;
+    int32_t *columns = seams->columns.get(), *before = nullptr;
+    for (int32_t i = 0; i + 1 < layers.count; ++i, before = columns, columns += seams->rows)
+        PANO_FORWARD(_find_seam(cancel, layers, i, before, columns));
+    return kPanoSuccess;
+}
+
+}  // namespace ozr::refined

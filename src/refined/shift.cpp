@@ -1,0 +1,167 @@
+#include "refined/shift.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "image/pano_result.h"
+#include "refined/correlation.h"
+#include "refined/elementary.h"
+
+namespace ozr::refined
+{
+
+namespace
+{
+
+int32_t _whole(double x)
+{
+    return static_cast<int32_t>(nearest(x));
+}
+
+// Local maxima that are followed to the fine size, and how far around twice their place.
+constexpr int32_t kFollowed = 6;
+constexpr int32_t kFineReach = 2;
+
+// Shifts whose overlap is smaller than this share of the picture count for less, down to half: a few pixels agree easily.
+constexpr double kFullShare = 0.30;
+
+struct Area {
+    int32_t x0;  // in the first picture, ends exclusive
+    int32_t x1;
+    int32_t y0;
+    int32_t y1;
+};
+
+Area _common_area(const Unrolled& a, const Unrolled& b, int32_t shift_x, int32_t shift_y)
+{
+    return {std::max(0, shift_x), std::min(a.width, b.width + shift_x), std::max(0, shift_y),
+            std::min(a.height, b.height + shift_y)};
+}
+
+double _value(const Unrolled& a, const Unrolled& b, int32_t shift_x, int32_t shift_y)
+{
+    const Area area = _common_area(a, b, shift_x, shift_y);
+    const int32_t columns = area.x1 - area.x0;
+    const int32_t rows = area.y1 - area.y0;
+    if (columns < 1 || rows < 1)
+        return 0.0;
+    const int64_t at_a = int64_t{area.y0} * a.width + area.x0;
+    const int64_t at_b = int64_t{area.y0 - shift_y} * b.width + area.x0 - shift_x;
+    const MaskedArea first = {a.contrast.get() + at_a, a.mask.get() + at_a, a.width};
+    const MaskedArea second = {b.contrast.get() + at_b, b.mask.get() + at_b, b.width};
+    const MaskedSums sums = correlate_masked(first, second, columns, rows);
+    if (sums.aa == 0 || sums.bb == 0)
+        return 0.0;
+    const double r = sums.ab / std::sqrt(static_cast<double>(sums.aa) * sums.bb);
+    const double share =
+        static_cast<double>(int64_t{columns} * rows) / static_cast<double>(int64_t{a.width} * a.height);
+    return r * std::min(1.0, 0.5 + 0.5 * std::sqrt(share / kFullShare));
+}
+
+// The values of all shifts of a range, with a border of 0 around them.
+struct ValueMap {
+    int32_t left;
+    int32_t up;
+    int32_t columns;
+    int32_t rows;
+    Buffer<float> values;
+
+    float* at(int32_t x, int32_t y) const { return values.get() + int64_t{y + 1} * (columns + 2) + x + 1; }
+};
+
+int32_t _fill(const Unrolled& a, const Unrolled& b, const ShiftRange& range, const Cancel& cancel,
+              ValueMap* map)
+{
+    map->left = _whole(range.left * a.width);
+    map->up = _whole(range.up * a.height);
+    map->columns = _whole(range.right * a.width) - map->left + 1;
+    map->rows = _whole(range.down * a.height) - map->up + 1;
+    map->values = make_buffer<float>(int64_t{map->columns + 2} * (map->rows + 2));
+    if (!map->values)
+        return kPanoNoMemory;
+    for (int32_t y = 0; y < map->rows; ++y) {
+        if (cancel.asked())
+            return kPanoCancelled;
+        for (int32_t x = 0; x < map->columns; ++x)
+            *map->at(x, y) = static_cast<float>(_value(a, b, map->left + x, map->up + y));
+    }
+    return kPanoSuccess;
+}
+
+bool _is_maximum(const ValueMap& map, int32_t x, int32_t y)
+{
+    const float value = *map.at(x, y);
+    if (value <= 0.0F)
+        return false;
+    for (int32_t dy = -1; dy <= 1; ++dy) {
+        for (int32_t dx = -1; dx <= 1; ++dx) {
+            if (*map.at(x + dx, y + dy) > value)
+                return false;
+        }
+    }
+    return true;
+}
+
+// Keeps the best `most` of the shifts offered, the best first; of equal ones the first. Returns how many are kept.
+int32_t _keep(Shift* kept, int32_t count, int32_t most, const Shift& offered)
+{
+    int32_t place = count;
+    while (place > 0 && kept[place - 1].value < offered.value)
+        --place;
+    if (place >= most)
+        return count;
+    for (int32_t i = std::min(count, most - 1); i > place; --i)
+        kept[i] = kept[i - 1];
+    kept[place] = offered;
+    return std::min(count + 1, most);
+}
+
+Shift _follow(const UnrolledPair& first, const UnrolledPair& second, const Shift& coarse)
+{
+    Shift best = {2 * coarse.x, 2 * coarse.y, -1.0};
+    for (int32_t dy = -kFineReach; dy <= kFineReach; ++dy) {
+        for (int32_t dx = -kFineReach; dx <= kFineReach; ++dx) {
+            const int32_t x = 2 * coarse.x + dx;
+            const int32_t y = 2 * coarse.y + dy;
+            const double value = _value(first.fine, second.fine, x, y);
+            if (value > best.value)
+                best = {x, y, value};
+        }
+    }
+    return best;
+}
+
+bool _is_near(const Shift& a, const Shift& b)
+{
+    return std::abs(a.x - b.x) <= 2 * kFineReach && std::abs(a.y - b.y) <= 2 * kFineReach;
+}
+
+}  // namespace
+
+int32_t find_shifts(const UnrolledPair& first, const UnrolledPair& second, const ShiftRange& range,
+                    const Cancel& cancel, Shift shifts[kMaxShifts])
+{
+    ValueMap map = {};
+    PANO_FORWARD(_fill(first.coarse, second.coarse, range, cancel, &map));
+    Shift followed[kFollowed];
+    int32_t maxima = 0;
+    for (int32_t y = 0; y < map.rows; ++y) {
+        for (int32_t x = 0; x < map.columns; ++x) {
+            if (_is_maximum(map, x, y))
+                maxima = _keep(followed, maxima, kFollowed, {map.left + x, map.up + y, *map.at(x, y)});
+        }
+    }
+    int32_t found = 0;
+    for (int32_t i = 0; i < maxima; ++i) {
+        if (cancel.asked())
+            return kPanoCancelled;
+        const Shift fine = _follow(first, second, followed[i]);
+        // Neighbouring maxima often lead to one place, which is not to be tried twice.
+        if (found == 0 || !_is_near(shifts[0], fine))
+            found = _keep(shifts, found, kMaxShifts, fine);
+    }
+    return found;
+}
+
+}  // namespace ozr::refined

@@ -1,0 +1,40 @@
+// A picture of the sweep with all that matching needs to know of it.
+#ifndef REFINED_SIGHT_H
+#define REFINED_SIGHT_H
+
+#include "refined/cancel.h"
+#include "refined/corners.h"
+#include "refined/picture.h"
+#include "refined/shift.h"
+
+namespace ozr::refined
+{
+
+struct Sight {
+    PanoImgOwner picture;  // NV12, the sweep along x
+    Pyramid pyramid;
+    Corners corners;  // of the level above the base
+    UnrolledPair unrolled;
+    int32_t base;   // the level whose pixels places are measured in
+    bool is_plain;  // too small or too plain to be matched with anything
+
+    const GrayView& plane(int32_t above_base) const { return pyramid.levels[base + above_base]; }
+    double base_scale() const { return static_cast<double>(1 << base); }
+};
+
+// Levels above the base that the search for patches needs.
+constexpr int32_t kSearchLevels = 2;
+
+// The focal length that is assumed of a picture, in its pixels: that of a camera which sees about 50 degrees along the
+// sweep, as the classic projection assumes.
+double assumed_focal(int32_t width);
+
+// Looks at the picture that `sight` holds: everything but the picture and its pyramid. kPanoNoMemory.
+int32_t look_at(Sight* sight);
+
+// Unrolls a picture that is rolled by `roll` radians at the two sizes of the rough search. kPanoNoMemory.
+int32_t unroll_pair(const Sight& sight, double roll, UnrolledPair* unrolled);
+
+}  // namespace ozr::refined
+
+#endif

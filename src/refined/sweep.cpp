@@ -1,0 +1,280 @@
+#include "refined/sweep.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "image/pano_result.h"
+#include "refined/draw.h"
+#include "refined/angles.h"
+
+namespace ozr::refined
+{
+
+namespace
+{
+
+// Pictures before the last one that a picture is compared with when the last one does not fit.
+constexpr int32_t kBridged = 2;
+
+int32_t _add_sight(const PanoImg& picture, bool turned, Sight* sight)
+{
+    PANO_FORWARD(keep_picture(&picture, turned, sight->picture.get(), &sight->pyramid));
+    return look_at(sight);
+}
+
+// Turns a picture that is kept already.
+int32_t _turn_sight(bool clockwise, Sight* sight)
+{
+    PanoImg* kept = sight->picture.get();
+    PanoImgOwner turned;
+    PANO_FORWARD(pano_create_unfilled(turned.get(), kept->height, kept->width, kPanoNv12));
+    PANO_FORWARD(clockwise ? PanoImg_RotateCW90(turned.get(), kept)
+                           : PanoImg_RotateCW270(turned.get(), kept));
+    std::swap(*kept, *turned.get());
+    PANO_FORWARD(build_pyramid(kept, &sight->pyramid));
+    return look_at(sight);
+}
+
+// Whether the second picture lies above or below the first rather than beside it.
+bool _runs_across(const PairGuess& guess)
+{
+    const double along = guess.first.x - guess.second.x;
+    const double across = guess.first.y - guess.second.y;
+    return across * across > along * along;
+}
+
+struct Angles {
+    double along;
+    double across;
+    double roll;
+};
+
+// R = turn about y by `along`, about x by `across`, about z by `roll`, the last one first.
+Angles _angles(const double* m)
+{
+    return {arctangent(m[2], m[8]), arctangent(m[5], std::sqrt(m[2] * m[2] + m[8] * m[8])),
+            arctangent(m[3], m[4])};
+}
+
+}  // namespace
+
+Sweep* Sweep::create()
+{
+    return new (std::nothrow_t{}) Sweep();
+}
+
+void* Sweep::operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return ozr_malloc(static_cast<uint32_t>(size));
+}
+
+void Sweep::operator delete(void* sweep, const std::nothrow_t& /*tag*/) noexcept
+{
+    ozr_free(sweep);
+}
+
+void Sweep::operator delete(void* sweep) noexcept
+{
+    ozr_free(sweep);
+}
+
+bool Sweep::has_good_pair() const
+{
+    return std::any_of(pairs_, pairs_ + count_, [](const Pair& pair) { return pair.match.is_good(); });
+}
+
+// Turns all pictures that came in, because the sweep seems to run the other way.
+int32_t Sweep::turn_pictures()
+{
+    turned_ = !turned_;
+    for (int32_t i = 0; i < pictures_; ++i)
+        PANO_FORWARD(_turn_sight(turned_, &sights_[i]));
+    return kPanoSuccess;
+}
+
+int32_t Sweep::match(int32_t first, int32_t second, const ShiftHint& hint, const Cancel& cancel)
+{
+    Pair* pair = &pairs_[count_];
+    pair->first = first;
+    pair->second = second;
+    PANO_FORWARD(match_pair(sights_[first], sights_[second], hint, cancel, &pair->match));
+    ++count_;
+    return kPanoSuccess;
+}
+
+ShiftHint Sweep::shift_hint(const PictureHint& hint) const
+{
+    if (!hint.has_offset)
+        return {false, 0.0, 0.0};
+    return turned_ ? ShiftHint{true, -hint.offset_y, hint.offset_x}
+                   : ShiftHint{true, hint.offset_x, hint.offset_y};
+}
+
+// The pair just matched is tried once more with everything turned; where that does not help, all is turned back.
+int32_t Sweep::match_turned(const PictureHint& hint, const Cancel& cancel)
+{
+    const PairMatch upright = pairs_[count_ - 1].match;
+    PANO_FORWARD(turn_pictures());
+    --count_;
+    PANO_FORWARD(match(pictures_ - 2, pictures_ - 1, shift_hint(hint), cancel));
+    if (has_good_pair())
+        return kPanoSuccess;
+    pairs_[count_ - 1].match = upright;
+    return turn_pictures();
+}
+
+int32_t Sweep::bridge(const Cancel& cancel)
+{
+    const int32_t newest = pictures_ - 1;
+    for (int32_t first = newest - 2; first >= std::max(newest - 1 - kBridged, 0); --first) {
+        PANO_FORWARD(match(first, newest, {false, 0.0, 0.0}, cancel));
+        if (pairs_[count_ - 1].match.is_good())
+            break;
+    }
+    return kPanoSuccess;
+}
+
+int32_t Sweep::match_newest(const PictureHint& hint, const Cancel& cancel)
+{
+    const bool is_open = !has_good_pair();
+    PANO_FORWARD(match(pictures_ - 2, pictures_ - 1, shift_hint(hint), cancel));
+    if (is_open && (!has_good_pair() || _runs_across(pairs_[count_ - 1].match.guess)))
+        PANO_FORWARD(match_turned(hint, cancel));
+    return pairs_[count_ - 1].match.is_good() ? kPanoSuccess : bridge(cancel);
+}
+
+int32_t Sweep::add(const PanoImg& picture, const PictureHint& hint, const Cancel& cancel)
+{
+    if (pictures_ >= kMaxPictures)
+        return kPanoTooManyPictures;
+    if (cancel.asked())
+        return kPanoCancelled;
+    // As long as nothing is joined, the caller's word on the direction counts.
+    if (!has_good_pair() && hint.direction != kDirectionUndecided &&
+        is_vertical(hint.direction) != turned_)
+        PANO_FORWARD(turn_pictures());
+    PANO_FORWARD(_add_sight(picture, turned_, &sights_[pictures_]));
+    const GrayView& plane = sights_[pictures_].pyramid.levels[0];
+    const GrayView& first = sights_[0].pyramid.levels[0];
+    if (plane.width != first.width || plane.height != first.height)
+        return kPanoBadArgument;
+    ++pictures_;
+    return pictures_ > 1 ? match_newest(hint, cancel) : kPanoSuccess;
+}
+
+void Sweep::fill_cameras()
+{
+    for (int32_t i = 0; i < pictures_; ++i) {
+        std::copy_n(solution_.lenses.rotations[i].m, 9, cameras_[i].rotation);
+        cameras_[i].focal =
+            solution_.lenses.focal * exponential(solution_.lenses.zooms[i]) * sights_[i].base_scale();
+        cameras_[i].radial = solution_.lenses.radial;
+        cameras_[i].gain = 1.0;
+        cameras_[i].used = solution_.used[i];
+    }
+}
+
+int32_t Sweep::draw_cameras(const Cancel& cancel, PanoImg* drawn)
+{
+    DrawPicture pictures[kMaxPictures] = {};
+    for (int32_t i = 0; i < pictures_; ++i) {
+        pictures[i].picture = sights_[i].picture.get();
+        pictures[i].camera = &cameras_[i];
+    }
+    DrawReport report = {};
+    PANO_FORWARD(draw({pictures, pictures_, cancel}, drawn, &report));
+    for (int32_t i = 0; i < pictures_; ++i)
+        cameras_[i].gain = report.gain[i];
+    radius_ = report.radius;
+    return kPanoSuccess;
+}
+
+int32_t Sweep::compose(const Cancel& cancel, PanoImg* out)
+{
+    if (pictures_ == 0)
+        return kPanoPictureMissing;
+    PANO_FORWARD(solve_sweep({sights_, pictures_, pairs_, count_}, cancel, &solution_));
+    fill_cameras();
+    PanoImgOwner drawn;
+    PANO_FORWARD(draw_cameras(cancel, drawn.get()));
+    if (turned_) {
+        PanoImgOwner upright;
+        PANO_FORWARD(pano_create_unfilled(upright.get(), drawn->height, drawn->width, kPanoNv12));
+        PANO_FORWARD(PanoImg_RotateCW270(upright.get(), drawn.get()));
+        std::swap(*drawn.get(), *upright.get());
+    }
+    std::swap(*out, *drawn.get());
+    is_composed_ = true;
+    return kPanoSuccess;
+}
+
+// Neighbours in order of capture first, then the pairs that reach further.
+const Pair* Sweep::pair_of_joint(int32_t index) const
+{
+    int32_t further = pictures_ - 1;
+    for (int32_t i = 0; i < count_; ++i) {
+        const bool is_neighbour = pairs_[i].second == pairs_[i].first + 1;
+        const int32_t own = is_neighbour ? pairs_[i].first : further++;
+        if (own == index)
+            return &pairs_[i];
+    }
+    return nullptr;
+}
+
+// In pixels of the panorama, the sweep along x.
+Place Sweep::offset_of(const Pair& pair) const
+{
+    const Camera& first = cameras_[pair.first];
+    const Camera& second = cameras_[pair.second];
+    if (first.used && second.used) {
+        const Angles a = _angles(first.rotation);
+        const Angles b = _angles(second.rotation);
+        double along = b.along - a.along;
+        along += along > kPi ? -2.0 * kPi : along < -kPi ? 2.0 * kPi : 0.0;
+        const SineCosine up = sine_cosine(a.across);
+        const SineCosine to = sine_cosine(b.across);
+        return {along * radius_, (to.sine / to.cosine - up.sine / up.cosine) * radius_};
+    }
+    const double focal = first.focal;
+    const Rotation turn = inverse(turn_of_guess(pair.match.guess, focal / sights_[pair.first].base_scale()));
+    const Angles angles = _angles(turn.m);
+    return {angles.along * focal, angles.across * focal};
+}
+
+bool Sweep::joint(int32_t index, ozr_panorama_joint* joint) const
+{
+    const Pair* pair = is_composed_ ? pair_of_joint(index) : nullptr;
+    if (pair == nullptr)
+        return false;
+    const Camera& first = cameras_[pair->first];
+    const Camera& second = cameras_[pair->second];
+    const Place offset = pair->match.count > 0 ? offset_of(*pair) : Place{0.0, 0.0};
+    joint->first = pair->first;
+    joint->second = pair->second;
+    joint->offset_x = static_cast<float>(turned_ ? offset.y : offset.x);
+    joint->offset_y = static_cast<float>(turned_ ? -offset.x : offset.y);
+    joint->residual = static_cast<float>(
+        pair->match.near > 0 ? pair->match.residual * sights_[pair->first].base_scale() : -1.0);
+    joint->confidence = static_cast<float>(confidence_of(pair->match.near, pair->match.count));
+    joint->used = first.used && second.used ? 1 : 0;
+    joint->gain = static_cast<float>(joint->used != 0 ? second.gain / first.gain : 1.0);
+    return true;
+}
+
+bool Sweep::camera(int32_t index, ozr_panorama_camera* camera) const
+{
+    if (!is_composed_ || index < 0 || index >= pictures_)
+        return false;
+    const Camera& own = cameras_[index];
+    const Angles angles = _angles(own.rotation);
+    camera->yaw = static_cast<float>((turned_ ? angles.across : angles.along) / kDegree);
+    camera->pitch = static_cast<float>((turned_ ? -angles.along : angles.across) / kDegree);
+    camera->roll = static_cast<float>(angles.roll / kDegree);
+    camera->focal_length = static_cast<float>(own.focal);
+    camera->radial = static_cast<float>(own.radial);
+    camera->gain = static_cast<float>(own.gain);
+    camera->used = own.used ? 1 : 0;
+    return true;
+}
+
+}  // namespace ozr::refined

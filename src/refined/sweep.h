@@ -1,0 +1,79 @@
+// The refined quality, as the session sees it: pictures go in, a panorama with its joints and cameras comes out.
+//
+// One sweep is used by one thread. What it allocates beyond the panorama goes with it.
+#ifndef REFINED_SWEEP_H
+#define REFINED_SWEEP_H
+
+#include <stddef.h>
+
+#include <new>
+
+#include "ozr_panorama.h"
+#include "refined/cancel.h"
+#include "refined/solve.h"
+
+namespace ozr::refined
+{
+
+// What is known of a picture before it is looked at; none of it needs to be right.
+struct PictureHint {
+    int32_t direction;  // of the sweep, PanoDirection
+    bool has_offset;
+    double
+        offset_x;  // from the middle of the last picture, in shares of the width and height of the caller's picture
+    double offset_y;
+};
+
+class Sweep
+{
+public:
+    static Sweep* create();  // null: memory is out
+
+    // Copies a picture and matches it with the one before. kPanoBadArgument: smaller than 2 x 2 or of another size than
+    // the first; kPanoTooManyPictures; kPanoNoMemory; kPanoCancelled.
+    int32_t add(const PanoImg& picture, const PictureHint& hint, const Cancel& cancel);
+
+    // Finds the cameras and draws the panorama, in the orientation of the caller's pictures; to be released with
+    // PanoImg_Destroy. Can be called once. Codes of draw; kPanoPictureMissing without a picture.
+    int32_t compose(const Cancel& cancel, PanoImg* out);
+
+    // After compose. False beyond the last.
+    bool joint(int32_t index, ozr_panorama_joint* joint) const;
+    bool camera(int32_t index, ozr_panorama_camera* camera) const;
+
+    ~Sweep() = default;
+    Sweep(const Sweep&) = delete;
+    Sweep& operator=(const Sweep&) = delete;
+    static void operator delete(void* sweep) noexcept;
+
+private:
+    Sweep() = default;
+    static void* operator new(size_t size, const std::nothrow_t& tag) noexcept;
+    static void operator delete(void* sweep, const std::nothrow_t& tag) noexcept;
+
+    int32_t turn_pictures();
+    int32_t match(int32_t first, int32_t second, const ShiftHint& hint, const Cancel& cancel);
+    int32_t match_newest(const PictureHint& hint, const Cancel& cancel);
+    int32_t match_turned(const PictureHint& hint, const Cancel& cancel);
+    int32_t bridge(const Cancel& cancel);
+    bool has_good_pair() const;
+    ShiftHint shift_hint(const PictureHint& hint) const;
+    void fill_cameras();
+    int32_t draw_cameras(const Cancel& cancel, PanoImg* drawn);
+    const Pair* pair_of_joint(int32_t index) const;
+    Place offset_of(const Pair& pair) const;
+
+    Sight sights_[kMaxPictures] = {};
+    int32_t pictures_ = 0;
+    bool turned_ = false;  // pictures lie a quarter turn clockwise: the sweep runs up or down
+    Pair pairs_[kMaxPairs] = {};
+    int32_t count_ = 0;
+    Solution solution_ = {};
+    Camera cameras_[kMaxPictures] = {};
+    double radius_ = 0.0;  // of the panorama's cylinder, pixels
+    bool is_composed_ = false;
+};
+
+}  // namespace ozr::refined
+
+#endif

@@ -1,0 +1,140 @@
+// The parts of drawing, each against its plain meaning.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "refined/crop.h"
+#include "refined/elementary.h"
+#include "refined/reduce.h"
+#include "refined/view.h"
+#include "support/random.h"
+
+using namespace ozr;
+using namespace ozr::refined;
+
+TEST(Elementary, AgreesWithTheMathematicalLibrary)
+{
+    Random random(1);
+    for (int32_t i = 0; i < 20000; ++i) {
+        const double a = (random.below(2000001) - 1000000) * 2e-5,
+                     b = (random.below(2000001) - 1000000) * 1e-6;
+        EXPECT_NEAR(sine(a), std::sin(a), 4e-15) << a;
+        EXPECT_NEAR(cosine(a), std::cos(a), 4e-15) << a;
+        EXPECT_NEAR(arctangent(a, b), std::atan2(a, b), 2e-15) << a << " " << b;
+        EXPECT_NEAR(exponential(a) / std::exp(a), 1, 2e-12) << a;
+        EXPECT_NEAR(logarithm(std::exp(a)), a, 2e-15 * (1 + std::abs(a))) << a;
+        EXPECT_EQ(nearest(a), std::floor(a + 0.5)) << a;
+    }
+    EXPECT_EQ(arctangent(0, 0), 0);
+    EXPECT_NEAR(arctangent(0, -1), kPi, 1e-15);
+}
+
+// A place in a picture, along its ray, and back.
+TEST(View, PlacesAndRaysAreInverse)
+{
+    Random random(2);
+    for (double radial : {0.0, 0.1, -0.1}) {
+        // Tilted by 10 degrees, then rolled by 5, then turned by 40.
+        const double c1 = 0.984807753, s1 = 0.173648178, c2 = 0.996194698, s2 = 0.087155743, c3 = 0.766044443,
+                     s3 = 0.642787610;
+        const Camera camera = {{c3 * c2 + s3 * s1 * s2, s3 * s1 * c2 - c3 * s2, s3 * c1, c1 * s2, c1 * c2,
+                                -s1, c3 * s1 * s2 - s3 * c2, s3 * s2 + c3 * s1 * c2, c3 * c1},
+                               1100,
+                               radial,
+                               1,
+                               true};
+        View view(camera, 1280, 960);
+        view.set_gain(1.5, {0.2, 0.1});
+        for (int32_t i = 0; i < 2000; ++i) {
+            const double x = random.below(1280), y = random.below(960);
+            double heading, height;
+            ASSERT_TRUE(view.ray(x, y, &heading, &height));
+            int16_t gain;
+            const NodePlace place = view.place({sine(heading), cosine(heading)}, height, &gain);
+            EXPECT_NEAR(place.x / 16384.0, x, 2e-3);
+            EXPECT_NEAR(place.y / 16384.0, y, 2e-3);
+            const double p =
+                ((x - 639.5) * (x - 639.5) + (y - 479.5) * (y - 479.5)) / (639.5 * 639.5 + 479.5 * 479.5);
+            EXPECT_NEAR(view.spread(place), p, 1e-5);
+            EXPECT_NEAR(gain / 8192.0, 1.5 * std::exp(0.2 * p + 0.1 * p * p), 1e-3);
+        }
+        int16_t gain;
+        EXPECT_LT(view.place({sine(kPi + 0.7), cosine(kPi + 0.7)}, 0, &gain).x, 0);  // behind
+    }
+}
+
+// Against every rectangle, on random coverage.
+TEST(Crop, IsTheLargestCoveredRectangle)
+{
+    Random random(3);
+    for (int32_t round = 0; round < 300; ++round) {
+        const int32_t columns = 8 * (1 + random.below(3)), rows = 2 * (2 + random.below(8)),
+                      holes = random.below(12);
+        Layers layers = {};
+        layers.count = 1;
+        layers.frame = {100, 2, 0, 0, columns, rows};
+        Layer& layer = layers.at[0];
+        layer.columns = columns;
+        layer.shown = make_unfilled_buffer<uint8_t>(int64_t{columns} * rows);
+        std::fill_n(layer.shown.get(), columns * rows, uint8_t{255});
+        for (int32_t i = 0; i < holes; ++i)
+            layer.shown.get()[random.below(columns * rows)] = 0;
+        int32_t best = 0;
+        for (int32_t top = 0; top < rows; ++top) {
+            for (int32_t left = 0; left < columns; ++left) {
+                for (int32_t right = left + 1; right < columns; ++right) {
+                    for (int32_t bottom = top; bottom < rows; ++bottom) {
+                        bool covered = true;
+                        for (int32_t x = left; x <= right; ++x)
+                            covered = covered && layer.shows(x, bottom);
+                        if (!covered)
+                            break;
+                        best = std::max(best, (right - left) * (bottom - top));
+                    }
+                }
+            }
+        }
+        Seams seams = {nullptr, rows, 1};
+        Crop crop;
+        const PanoResult result = find_crop(layers, seams, &crop);
+        if (result == kPanoSuccess) {
+            for (int32_t y = crop.top; y <= crop.bottom; ++y) {
+                for (int32_t x = crop.left; x <= crop.right; ++x)
+                    ASSERT_TRUE(layer.shows(x, y)) << "round " << round;
+            }
+        }
+        // Even starts may cost a column and a row.
+        const int32_t width = crop.right - crop.left, height = crop.bottom - crop.top;
+        EXPECT_TRUE(result == kPanoNotSupported
+                        ? best <= 2 * std::max(columns, rows)
+                        : (width + 1) * (height + 1) >= best && width * height <= best)
+            << "round " << round << " best " << best << " found " << width << " x " << height;
+    }
+}
+
+TEST(Reduce, TakesMeansOfBlocks)
+{
+    Random random(4);
+    for (int32_t bits = 0; bits <= 3; ++bits) {
+        constexpr int32_t kWidth = 70, kHeight = 54, kStride = 75;
+        std::vector<uint8_t> pixels(size_t{kStride} * kHeight / 2 * 3);
+        for (uint8_t& pixel : pixels)
+            pixel = random.byte();
+        const PanoImg picture = {
+            kPanoNv12, kWidth, kHeight, kStride, static_cast<int32_t>(pixels.size()), 0, pixels.data()};
+        const Buffer<uint8_t> small = reduce_picture(picture, bits, {nullptr});
+        ASSERT_TRUE(small);
+        const int32_t side = 1 << bits, width = (kWidth >> bits) & ~1, height = (kHeight >> bits) & ~1;
+        for (int32_t y = 0; y < height / 2 * 3; ++y) {
+            const bool luma = y < height;
+            const int32_t bytes = luma ? 1 : 2, first = luma ? y * side : kHeight + (y - height) * side;
+            for (int32_t x = 0; x < width; ++x) {
+                int32_t sum = side * side / 2;
+                for (int32_t i = 0; i < side * side; ++i)
+                    sum += pixels[static_cast<size_t>((first + i / side) * kStride +
+                                                      (x / bytes * side + i % side) * bytes + x % bytes)];
+                ASSERT_EQ(small.get()[y * width + x], sum / (side * side)) << bits << " " << x << " " << y;
+            }
+        }
+    }
+}
