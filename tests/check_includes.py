@@ -10,7 +10,7 @@ import sys
 
 # From the top down. A folder may include any folder after it.
 FLOORS = {
-    "src": ["interface", "session", "engine", "core", "image", "support", "kernels", "base"],
+    "src": ["interface", "session", "engine", "refined", "core", "image", "support", "kernels", "base"],
     "tools": ["cli", "commands", "sweep", "report", "record", "media", "scene", "base"],
 }
 # The internal header that the program may include, by the file that does.
@@ -36,6 +36,8 @@ def fault_of(root, top, path, included, public):
         return f"no public header, and no file of {top}/"
     floors = FLOORS[top]
     here, there = path.relative_to(root / top).parts[0], included.split("/")[0]
+    if not {here, there} <= set(floors):
+        return "a folder that is no floor"
     return "upwards" if floors.index(there) < floors.index(here) else ""
 
 
