@@ -68,8 +68,10 @@ typedef struct ozr_panorama_parameters {
 
 /** How the pictures of a sweep are joined. */
 typedef enum ozr_panorama_quality OZR_INT32_ENUM {
-    ozr_panorama_quality_classic = 0, /**< whole-pixel shifts on an assumed camera; the least memory and time */
-    ozr_panorama_quality_refined = 1  /**< the camera is found and every picture turned, bent and evened out to fit */
+    /** whole-pixel shifts on an assumed camera; the least memory and time */
+    ozr_panorama_quality_classic = 0,
+    /** the camera is found and every picture turned, bent and evened out to fit */
+    ozr_panorama_quality_refined = 1
 } ozr_panorama_quality;
 
 /** How two pictures of a sweep were joined. */
@@ -78,21 +80,22 @@ typedef struct ozr_panorama_joint {
     int32_t second;   /**< the one that was joined to it */
     float offset_x;   /**< place of the second's middle against the first's, in pixels of the panorama */
     float offset_y;   /**< the same, downwards */
-    float residual;   /**< root mean square distance of matched points, in pixels of the panorama; negative: unknown */
+    float residual;   /**< root mean square distance of matched points, panorama pixels; negative: unknown */
     float confidence; /**< 0 to 1; below 0.5 the joint is not to be trusted */
-    float gain;       /**< brightness of the second over that of the first, as it was evened out; 1: left as it was */
-    int32_t used;     /**< 1 when both pictures are in the panorama, else 0 */
+    float
+        gain; /**< brightness of the second over that of the first, as it was evened out; 1: left as it was */
+    int32_t used; /**< 1 when both pictures are in the panorama, else 0 */
 } ozr_panorama_joint;
 
 /** Where a picture of a refined sweep looked, and through what. */
 typedef struct ozr_panorama_camera {
-    float yaw;          /**< degrees to the right of the picture in the middle of the sweep */
-    float pitch;        /**< degrees down from the horizon; in sweeps up or down from the picture in the middle */
-    float roll;         /**< degrees clockwise about the line of sight, applied before the other two */
+    float yaw;   /**< degrees to the right of the picture in the middle of the sweep */
+    float pitch; /**< degrees down from the horizon; in sweeps up or down from the picture in the middle */
+    float roll;  /**< degrees clockwise about the line of sight, applied before the other two */
     float focal_length; /**< in pixels of the picture */
-    float radial;       /**< k: a place at r focal lengths from the middle is seen r (1 + k r^2) off the axis */
-    float gain;         /**< what the picture's brightness was multiplied by */
-    int32_t used;       /**< 1 when the picture is in the panorama, else 0 */
+    float radial; /**< k: a place at r focal lengths from the middle is seen r (1 + k r^2) off the axis */
+    float gain;   /**< what the picture's brightness was multiplied by */
+    int32_t used; /**< 1 when the picture is in the panorama, else 0 */
 } ozr_panorama_camera;
 
 /** The public part of a handle, filled at creation and constant afterwards. */

@@ -14,12 +14,14 @@ struct KernelEntry {
 };
 
 template <class Stage, class Function>
-KernelEntry(const char*, Stage ozr::kernels::Kernels::*, Function Stage::*) -> KernelEntry<Stage, Function>;
+KernelEntry<Stage, Function> kernel_entry(const char* name, Stage ozr::kernels::Kernels::*stage,
+                                          Function Stage::*entry)
+{
+    return {name, stage, entry};
+}
 
 #define KERNEL(stage, entry)                                                                                 \
-    KernelEntry                                                                                              \
-    {                                                                                                        \
-#stage "." #entry, &ozr::kernels::Kernels::stage, &decltype(ozr::kernels::Kernels::stage)::entry     \
-    }
+    kernel_entry(#stage "." #entry, &ozr::kernels::Kernels::stage,                                           \
+                 &decltype(ozr::kernels::Kernels::stage)::entry)
 
 #endif
