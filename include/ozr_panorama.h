@@ -82,9 +82,8 @@ typedef struct ozr_panorama_joint {
     float offset_y;   /**< the same, downwards */
     float residual;   /**< root mean square distance of matched points, panorama pixels; negative: unknown */
     float confidence; /**< 0 to 1; below 0.5 the joint is not to be trusted */
-    float
-        gain; /**< brightness of the second over that of the first, as it was evened out; 1: left as it was */
-    int32_t used; /**< 1 when both pictures are in the panorama, else 0 */
+    float gain;       /**< brightness of the second over the first as it was evened out; 1: left alone */
+    int32_t used;     /**< 1 when both pictures are in the panorama, else 0 */
 } ozr_panorama_joint;
 
 /** Where a picture of a refined sweep looked, and through what. */
