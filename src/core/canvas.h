@@ -22,6 +22,7 @@ struct Seam {
 // The pictures from left to right, and where they lie.
 struct Canvas {
     int32_t count;
+    int32_t indices[kMaxPictures];  // of the pictures, in the order of the sweep
     PanoImg* pictures[kMaxPictures];
     AlignItem* items[kMaxPictures];
     AlignResult results[kMaxPictures];

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "core/canvas.h"
+#include "core/layout.h"
 #include "core/panorama_core.h"
 #include "image/pano_result.h"
 #include "image/panorama_util.h"
@@ -28,39 +29,15 @@ bool _all_aligned(const PanoramaCore* pi, int32_t count)
     return std::all_of(pi->aligned, pi->aligned + count, [](uint8_t aligned) { return aligned != 0; });
 }
 
-// When the sweep runs backwards, the last picture is the leftmost one.
-void _order_pictures(PanoramaCore* pi, int32_t count, Canvas* canvas)
-{
-    canvas->count = count;
-    for (int32_t i = 0; i < count; ++i) {
-        const int32_t index = pi->forward != 0 ? i : count - 1 - i;
-        canvas->pictures[i] = &pi->frames[index];
-        canvas->items[i] = &pi->align[index];
-        canvas->results[i] = pi->offsets[index];
-    }
-}
-
-// Takes pictures while at least half a picture's height remains in common.
 void _lay_out(PanoramaCore* pi, Canvas* canvas)
 {
-    int64_t y = 0;
-    for (int32_t i = 0; i < canvas->count; ++i) {
-        const AlignResult& result = canvas->results[i];
-        y += result.y;
-        const int64_t highest = std::min(canvas->highest, y);
-        const int64_t lowest = std::max(canvas->lowest, y);
-        if (pi->height + highest - lowest < pi->half_height) {
-            canvas->count = i;
-            pi->g_nCount = i;
-            pi->overlaps = i - 1;
-            PanoLog(kTag, __LINE__, "Actual # of image in synthesis is %d. (ignored after)", pi->g_nCount);
-            return;
-        }
-        canvas->shift_sum += result.x;
-        canvas->score_sum += result.score;
-        canvas->highest = highest;
-        canvas->lowest = lowest;
-    }
+    const int32_t taken = take_pictures(*pi, canvas);
+    if (taken == canvas->count)
+        return;
+    canvas->count = taken;
+    pi->g_nCount = taken;
+    pi->overlaps = taken - 1;
+    PanoLog(kTag, __LINE__, "Actual # of image in synthesis is %d. (ignored after)", pi->g_nCount);
 }
 
 int32_t _copy_picture(const PanoImg* picture, PanoImg* out, void** raw_block)
@@ -125,7 +102,7 @@ int32_t ozr::core::compose(PanoramaCore* pi, int32_t count, PanoImg* out, void**
     if (count > 0)
         _panoFreeAlignmentItem(&pi->align[count - 1]);
     Canvas canvas = {};
-    _order_pictures(pi, count, &canvas);
+    order_pictures(pi, count, &canvas);
     _lay_out(pi, &canvas);
     if (pi->g_nCount <= 1)
         return _finish_without_overlap(pi, count, out, raw_block);

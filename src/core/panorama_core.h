@@ -1,10 +1,9 @@
 // The panorama core: aligns and composes the pictures of one sweep. Pictures reach it with the sweep running along
 // their x axis.
 //
-// panorama_core.cpp holds the context's life and geometry, panorama_core_projection.cpp the projection onto the
-// cylinder, panorama_core_projection_tables.cpp its tables, panorama_core_align.cpp the intake and alignment of pictures,
-// compose.cpp the composition, panorama_canvas_seams.cpp and write_canvas.cpp its last steps.
-// Nothing but the composition logs.
+// panorama_core.cpp holds the context's life and geometry, project.cpp the projection onto the
+// cylinder, tables.cpp its tables, align.cpp the intake and alignment of pictures, compose.cpp the
+// composition, seams.cpp and canvas.cpp its last steps. Nothing but the composition logs.
 //
 // What cannot be detected: a context that panorama_core_create did not make, a picture whose memory is smaller than its
 // geometry says or does not belong to the heap, and two threads in one context but for the cancellation.
@@ -120,6 +119,9 @@ OZR_END_DECLS
 
 namespace ozr::core
 {
+
+constexpr int32_t kScoreOne = 1 << 28;  // r = 1
+constexpr int32_t kNoSearchScore = -1;
 
 // As panorama_core_add_input, but the picture is only read and stays its owner's.
 int32_t add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y);

@@ -8,16 +8,12 @@
 #include "ozr_log.h"
 #include "ozr_memory.h"
 #include "session/calls.h"
+#include "session/handle.h"
 #include "session/panorama.h"
 #include "session/quality.h"
 #include "support/ozr_chain.h"
 
 using namespace ozr::session;
-
-// The handle: its public part, then the session. Nothing may follow: callers are free to make such a record themselves.
-struct ozr_panorama_internal_t : ozr_panorama {
-    panorama_t* panorama;  // owned
-};
 
 #if UINTPTR_MAX == UINT32_MAX
 static_assert(sizeof(ozr_config) == 56 && offsetof(ozr_config, engine_type) == 20 &&

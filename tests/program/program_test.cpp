@@ -175,7 +175,11 @@ TEST_F(Program, TellsWrongUsageFromHelp)
         {"stitch --overlap 90 none.png", 1, "", "none.png: cannot be read"},
         {"stitch --overlap 50 none.png", 1, "", "none.png: cannot be read"},
         {"convert a.png", 2, "", "output is required"},
-        {"convert a.png b.png", 2, "", "--format is required"},
+        {"convert a.png b", 2, "", "--format is required: b ends"},
+        {"convert a.png .gray", 2, "", "--format is required: .gray ends"},
+        {"convert a.png b.gray/c", 2, "", "--format is required: b.gray/c ends"},
+        {"convert a.png b.nv99", 2, "", "--format is required: b.nv99 ends"},
+        {"convert none.png b.png", 1, "", "none.png"},
         {"convert a.png b.gray --format gray --sample 0", 2, "", "--sample"},
         {"convert none.png b.gray --format gray --sample 16384 --quality 100", 1, "", "none.png"},
         {"convert none.png b.gray --format gray --sample 16385", 2, "", "--sample"},
@@ -281,6 +285,17 @@ TEST_F(Program, ConvertCropsSamplesAndCompresses)
                                                   format + " needs even sizes\n");
     }
     EXPECT_EQ(read_file("out/rgba"), picture.rgba);
+    // The name of the output says the same, whatever its case, unless --format is given.
+    for (const auto& [format, size] : crops) {
+        ASSERT_EQ(run("convert in/odd.png out/by.name." + format).status, 0) << format;
+        EXPECT_EQ(read_file("out/by.name." + format), read_file("out/" + format)) << format;
+    }
+    ASSERT_EQ(run("convert in/odd.png out/by.YUY2").status, 0);
+    EXPECT_EQ(read_file("out/by.YUY2"), read_file("out/yuy2"));
+    ASSERT_EQ(run("convert in/odd.png out/by.nv12 --format gray").status, 0);
+    EXPECT_EQ(read_file("out/by.nv12"), read_file("out/gray"));
+    ASSERT_EQ(run("convert out/rgba out/by.PNG --from rgba --size 13x9").status, 0);
+    EXPECT_EQ(read_picture("out/by.PNG").rgba, picture.rgba);
     EXPECT_EQ(run("convert out/rgba out/a.png --from rgba --size 13x9 --format rgba").status, 0);
     EXPECT_EQ(read_picture("out/a.png").rgba, picture.rgba);
     const std::vector<uint8_t> gray = read_file("out/gray");

@@ -182,14 +182,19 @@ CLI::App* _add_convert(CLI::App* app, ConvertOptions* options)
     command->add_option("input", options->input, "JPEG or PNG file, or with --from a raw one")
         ->required()
         ->option_text("IN");
-    command->add_option("output", options->output, ".png, .jpg, or any other name for raw bytes")
+    command
+        ->add_option("output", options->output,
+                     ".png or .jpg, or any other name for raw bytes: .nv12, .gray ...")
         ->required()
         ->option_text("OUT");
     command
         ->add_option_function<std::string>(
-            "--format", [options](const std::string& name) { options->format = _format("--format", name); },
-            "Pixel format of the result")
-        ->required()
+            "--format",
+            [options](const std::string& name) {
+                options->format = _format("--format", name);
+                options->has_format = true;
+            },
+            "Pixel format of the result; without it OUT ends in .FORMAT, or is a picture file")
         ->option_text(kFormatNames);
     command
         ->add_option_function<std::string>(

@@ -38,6 +38,7 @@ struct ReplayOptions : CommonOptions {
 
 struct ConvertOptions {
     std::string input, output;
+    bool has_format = false;  // false: the output's name says which
     ozr_image_format format = ozr_image_format_rgba32;
     bool is_raw = false;  // the input has no header: `from` and `size` describe it
     ozr_image_format from = ozr_image_format_rgba32;

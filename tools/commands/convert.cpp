@@ -17,6 +17,16 @@ namespace
 
 constexpr int32_t kTightStride = 1;  // asks for rows without padding, as raw files have them
 
+/** The format that raw bytes have by the name of their file, as in photo.nv12; a picture file takes RGBA. */
+ozr_image_format _format_by_name(const std::string& path)
+{
+    ozr_image_format format = ozr_image_format_rgba32;
+    if (is_picture_name(path) || parse_format(extension_of(path), &format))
+        return format;
+    throw UsageError("--format is required: " + path +
+                     " ends neither in .png or .jpg nor in the name of a format, as .nv12");
+}
+
 void _check(ozr_err error, const std::string& what)
 {
     if (error != ozr_success)
@@ -102,8 +112,11 @@ void _write(const ConvertOptions& options, const ozr_image& image)
 
 }  // namespace
 
-void run_convert(const ConvertOptions& options)
+void run_convert(const ConvertOptions& given)
 {
+    ConvertOptions options = given;
+    if (!options.has_format)
+        options.format = _format_by_name(options.output);
     ozr_log_disable();  // what fails is said in one line
     require_writable(options.output);
     ImageOwner source, sampled, converted;

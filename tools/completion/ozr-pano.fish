@@ -23,7 +23,7 @@ complete -c ozr-pano -n '__fish_seen_subcommand_from demo' -s n -l pictures -x -
 complete -c ozr-pano -n '__fish_seen_subcommand_from demo convert' -l size -x -d 'Size of the pictures, or of raw input'
 complete -c ozr-pano -n '__fish_seen_subcommand_from demo' -l preview -x -d 'Size of the preview frames'
 complete -c ozr-pano -n '__fish_seen_subcommand_from demo' -l seed -x -d 'Another scene and another hand'
-complete -c ozr-pano -n '__fish_seen_subcommand_from convert' -l format -x -a $formats -d 'Pixel format of the result'
+complete -c ozr-pano -n '__fish_seen_subcommand_from convert' -l format -x -a $formats -d 'Pixel format of the result, if not by its name'
 complete -c ozr-pano -n '__fish_seen_subcommand_from convert' -l from -x -a $formats -d 'Format of raw input'
 complete -c ozr-pano -n '__fish_seen_subcommand_from convert' -l flip -d 'Mirror left to right'
 complete -c ozr-pano -n '__fish_seen_subcommand_from convert' -l sample -x -d 'Keep every n-th pixel, as grey'

@@ -6,26 +6,31 @@
 #include "media/jpeg_codec.h"
 #include "media/png_codec.h"
 
-#include <strings.h>
-
 namespace ozr_pano
 {
 
 namespace
 {
 
-bool _ends_with(const std::string& path, const std::string& extension)
-{
-    return path.size() > extension.size() &&
-           strcasecmp(path.c_str() + path.size() - extension.size(), extension.c_str()) == 0;
-}
-
 bool _is_png_name(const std::string& path)
 {
-    return _ends_with(path, ".png");
+    return extension_of(path) == "png";
 }
 
 }  // namespace
+
+std::string extension_of(const std::string& path)
+{
+    const size_t point = path.rfind('.');
+    if (point == std::string::npos || point == 0 || path.find('/', point) != std::string::npos)
+        return "";
+    std::string extension = path.substr(point + 1);
+    for (char& letter : extension) {
+        if (letter >= 'A' && letter <= 'Z')
+            letter = static_cast<char>(letter - 'A' + 'a');
+    }
+    return extension;
+}
 
 Picture read_picture(const std::string& path)
 {
@@ -43,7 +48,8 @@ Picture read_picture(const std::string& path)
 
 bool is_picture_name(const std::string& path)
 {
-    return _is_png_name(path) || _ends_with(path, ".jpg") || _ends_with(path, ".jpeg");
+    const std::string extension = extension_of(path);
+    return extension == "png" || extension == "jpg" || extension == "jpeg";
 }
 
 void write_picture(const std::string& path, const Picture& picture, int quality)

@@ -12,6 +12,9 @@ namespace ozr_pano
 /** Reads a JPEG or PNG file, upright. Throws ProgramError naming the file and the reason. */
 Picture read_picture(const std::string& path);
 
+/** What follows the last point of a file's name, in small letters; empty for a path without, or that begins with it. */
+std::string extension_of(const std::string& path);
+
 /** Whether write_picture knows the extension: .png, .jpg or .jpeg in any case. */
 bool is_picture_name(const std::string& path);
 

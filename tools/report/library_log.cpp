@@ -1,8 +1,6 @@
 // Log hooks. They belong to the whole process, as the library's do, and so does what they note.
 #include "report/library_log.h"
 
-#include <ozr_log.h>
-
 #include <chrono>
 #include <new>
 #include <stdio.h>
@@ -14,22 +12,12 @@ namespace ozr_pano
 namespace
 {
 
-constexpr char kLeftOutText[] = "Actual # of image in synthesis is ";
-
 constexpr size_t kMaxKeptLines = 5000;
 
 bool g_verbose = false;
-int g_pictures_used = -1;  // -1: nothing was said
 bool g_keep = false;
 KeptLog g_kept;
 std::chrono::steady_clock::time_point g_begin;
-
-void _note_left_out(const char* line)
-{
-    const char* text = strstr(line, kLeftOutText);
-    if (text != nullptr)
-        sscanf(text + strlen(kLeftOutText), "%d", &g_pictures_used);
-}
 
 void _keep(char level, const char* text)
 {
@@ -50,7 +38,6 @@ __attribute__((format(printf, 2, 0))) void _log(char level, const char* format, 
 {
     char line[1024];
     vsnprintf(line, sizeof(line), format, args);
-    _note_left_out(line);
     line[strcspn(line, "\n")] = '\0';
     _keep(level, line);
     if (g_verbose)
@@ -85,7 +72,6 @@ void set_log_hooks(ozr_config* config, bool verbose, bool keep)
     g_keep = keep;
     g_kept = KeptLog();
     g_begin = std::chrono::steady_clock::now();
-    forget_pictures_used();
     config->log_debug = _log_debug;
     config->log_error = _log_error;
     config->log_warning = _log_warning;
@@ -95,26 +81,6 @@ void set_log_hooks(ozr_config* config, bool verbose, bool keep)
 const KeptLog& kept_log()
 {
     return g_kept;
-}
-
-void forget_pictures_used()
-{
-    g_pictures_used = -1;
-}
-
-int pictures_used_by_log(int given)
-{
-    return g_pictures_used < 0 ? given : g_pictures_used;
-}
-
-QuietLibrary::QuietLibrary()
-{
-    ozr_log_disable();
-}
-
-QuietLibrary::~QuietLibrary()
-{
-    ozr_log_enable();
 }
 
 }  // namespace ozr_pano

@@ -8,6 +8,7 @@
 #include "media/thumbnail.h"
 #include "report/library_log.h"
 #include "report/page.h"
+#include "sweep/layout_reader.h"
 
 namespace ozr_pano
 {
@@ -27,11 +28,11 @@ Picture _shown(const ozr_image& image)
 
 Session::Session(const CommonOptions& options, Journal* journal) : options_(options), journal_(journal)
 {
-    if (!options.report.empty())
+    if (wants_page())
         require_writable(options.report);
     ozr_config config;
     ozr_panorama_get_default_config(&config);
-    set_log_hooks(&config, options.verbose, !options.report.empty());
+    set_log_hooks(&config, options.verbose, wants_page());
     ozr_panorama* handle = nullptr;
     const ozr_err error = ozr_panorama_create(&config, &handle);
     handle_.reset(handle);
@@ -39,8 +40,6 @@ Session::Session(const CommonOptions& options, Journal* journal) : options_(opti
         fail("no session: %s; close other programs if memory is short", ozr_err_to_string(error));
     if (!options.record.empty())
         recorder_ = std::make_unique<Recorder>(options.record, config.description);
-    if (!options.report.empty())
-        retrace_ = std::make_unique<Retrace>();
 }
 
 void Session::begin(RecordedCall call, const ozr_image* image)
@@ -63,8 +62,6 @@ ozr_err Session::set_parameters(const ozr_panorama_parameters& parameters)
     begin(call);
     call.result = ozr_panorama_set_parameters(handle_.get(), &parameters);
     end(call);
-    if (retrace_ && call.result == ozr_success)
-        retrace_->set_parameters(parameters);
     journal_->overlap = parameters.overlapping_ratio;
     journal_->direction = parameters.direction;
     return call.result;
@@ -82,8 +79,6 @@ ozr_err Session::detect_frame_to_stitch(const ozr_image& preview, ozr_point* off
                                                           &call.found_direction);
     }
     end(call);
-    if (retrace_)
-        retrace_->watch(preview);
     if (call.result < 0)
         return call.result;
     *offset = call.found_offset;
@@ -105,11 +100,9 @@ ozr_err Session::stitch_one_image(ozr_image* picture, PictureEntry entry)
         call.result = ozr_panorama_stitch_one_image(handle_.get(), picture, offset);
     }
     end(call);
-    if (retrace_)
-        retrace_->add(picture, offset);
     if (call.result != ozr_success)
         return call.result;
-    if (retrace_)
+    if (wants_page())
         entry.thumbnail = shrink(_shown(*picture), kThumbnailExtent);
     journal_->picture_width = picture->width;
     journal_->picture_height = picture->height;
@@ -124,8 +117,6 @@ ozr_err Session::reset()
     begin(call);
     call.result = ozr_panorama_reset(handle_.get());
     end(call);
-    if (retrace_)
-        retrace_->reset();
     journal_->pictures.clear();
     journal_->previews.clear();
     return call.result;
@@ -136,14 +127,13 @@ ozr_err Session::run(ozr_image* panorama)
     RecordedCall call;
     call.kind = CallKind::run;
     begin(call);
-    forget_pictures_used();
     {
         const Journal::Lap lap = journal_->time("compose");
         call.result = ozr_panorama_run(handle_.get(), panorama);
     }
     end(call, call.result == ozr_success ? panorama : nullptr);
     if (call.result == ozr_success) {
-        journal_->pictures_used = pictures_used_by_log(static_cast<int>(journal_->pictures.size()));
+        journal_->pictures_used = count_used(*handle_);
         journal_->width = panorama->width;
         journal_->height = panorama->height;
     }
@@ -168,10 +158,9 @@ void Session::publish_failure(const std::string& reason)
 
 void Session::write_page(const ozr_image& panorama)
 {
-    if (!retrace_)
+    if (!wants_page())
         return;
-    const int used = panorama.data != nullptr ? journal_->pictures_used : 0;
-    const ReportPage page = {*journal_, retrace_->layout(panorama, used), _shown(panorama), kept_log(),
+    const ReportPage page = {*journal_, read_layout(*handle_, panorama), _shown(panorama), kept_log(),
                              limits().description};
     write_report_page(options_.report, page);
     journal_->report = options_.report;

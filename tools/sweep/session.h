@@ -4,7 +4,8 @@
 
 #include "record/recorder.h"
 #include "report/journal.h"
-#include "sweep/retrace.h"
+
+#include <ozr_panorama.h>
 
 #include <memory>
 
@@ -52,6 +53,7 @@ private:
         void operator()(ozr_panorama* handle) const { ozr_panorama_destroy(handle); }
     };
 
+    bool wants_page() const { return !options_.report.empty(); }
     void begin(RecordedCall call, const ozr_image* image = nullptr);
     void end(const RecordedCall& answer, const ozr_image* panorama = nullptr);
     void write_page(const ozr_image& panorama);
@@ -59,7 +61,6 @@ private:
     const CommonOptions& options_;
     Journal* journal_;
     std::unique_ptr<Recorder> recorder_;
-    std::unique_ptr<Retrace> retrace_;  // when a page is wanted
     std::unique_ptr<ozr_panorama, Destroy> handle_;
 };
 

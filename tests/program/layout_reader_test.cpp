@@ -2,8 +2,9 @@
 // of them every pixel comes from, while alignment and seams look at luma alone.
 #include "media/image_owner.h"
 #include "support/handle.h"
-#include "sweep/retrace.h"
+#include "sweep/layout_reader.h"
 
+#include <algorithm>
 #include <stdlib.h>
 #include <string.h>
 
@@ -55,6 +56,19 @@ struct Sweep {
     bool is_vertical() const { return std::abs(step.y) > std::abs(step.x); }
 };
 
+void _compose(ozr_panorama* handle, const Sweep& sweep, ozr_image* panorama)
+{
+    const ozr_panorama_parameters parameters = {70, sweep.direction};
+    ASSERT_EQ(ozr_panorama_set_parameters(handle, &parameters), ozr_success);
+    ImageOwner picture(kWidth, kHeight);
+    for (int32_t i = 0; i < kPictures; ++i) {
+        const ozr_point corner = {sweep.start.x + i * sweep.step.x, sweep.start.y + i * sweep.step.y};
+        _paint(static_cast<size_t>(i), corner, sweep.is_vertical(), picture.get());
+        ASSERT_EQ(ozr_panorama_stitch_one_image(handle, picture.get(), &sweep.step), ozr_success);
+    }
+    ASSERT_EQ(ozr_panorama_run(handle, panorama), ozr_success);
+}
+
 void _check_seams(const Sweep& sweep, const ozr_image& panorama, const Layout& layout)
 {
     constexpr int32_t kBeside = 4;  // pixels: chroma is shared by two, and so is a seam's odd column
@@ -101,7 +115,7 @@ void _check_boxes(const Sweep& sweep, const Layout& layout)
     }
 }
 
-TEST(Retrace, FindsTheSeamsAndBordersOfThePanorama)
+TEST(LayoutReader, FindsTheSeamsAndBordersOfThePanorama)
 {
     const Sweep sweeps[] = {{ozr_panorama_direction_right, {1000, 1000}, {80, 3}, true},
                             {ozr_panorama_direction_left, {1240, 1000}, {-80, -3}, false},
@@ -110,24 +124,49 @@ TEST(Retrace, FindsTheSeamsAndBordersOfThePanorama)
     for (const Sweep& sweep : sweeps) {
         SCOPED_TRACE(sweep.direction);
         const Handle handle = create_panorama();
-        Retrace retrace;
-        const ozr_panorama_parameters parameters = {70, sweep.direction};
-        ASSERT_EQ(ozr_panorama_set_parameters(handle.get(), &parameters), ozr_success);
-        retrace.set_parameters(parameters);
-        ImageOwner picture(kWidth, kHeight);
-        for (int32_t i = 0; i < kPictures; ++i) {
-            _paint(static_cast<size_t>(i),
-                   {sweep.start.x + i * sweep.step.x, sweep.start.y + i * sweep.step.y}, sweep.is_vertical(),
-                   picture.get());
-            ASSERT_EQ(ozr_panorama_stitch_one_image(handle.get(), picture.get(), nullptr), ozr_success);
-            retrace.add(picture.get(), nullptr);
-        }
-        ozr_image panorama;
-        ASSERT_EQ(ozr_panorama_run(handle.get(), &panorama), ozr_success);
-        const Layout layout = retrace.layout(panorama, kPictures);
+        ozr_image panorama = {};
+        _compose(handle.get(), sweep, &panorama);
+        EXPECT_EQ(count_used(*handle), kPictures);
+        const Layout layout = read_layout(*handle, panorama);
         ASSERT_EQ(layout.overlaps.size(), kPictures - 1U);
         _check_boxes(sweep, layout);
         _check_seams(sweep, panorama, layout);
+    }
+}
+
+TEST(LayoutReader, ShowsWhichPicturesAreLeftOut)
+{
+    // The canvas is laid out from the left, or from the bottom: the first picture that drifts too far
+    // away is left out, with all that follow it there.
+    struct Row {
+        Sweep sweep;
+        bool is_used[kPictures];
+    };
+    const Row rows[] = {
+        {{ozr_panorama_direction_right, {1000, 1000}, {80, 45}, true}, {true, true, true, false}},
+        {{ozr_panorama_direction_left, {1240, 1000}, {-80, 45}, false}, {false, true, true, true}},
+        {{ozr_panorama_direction_down, {1000, 1000}, {60, 80}, true}, {false, true, true, true}},
+        {{ozr_panorama_direction_up, {1000, 1240}, {60, -80}, false}, {true, true, true, false}}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.sweep.direction);
+        const Handle handle = create_panorama();
+        ozr_image panorama = {};
+        _compose(handle.get(), row.sweep, &panorama);
+        const Layout layout = read_layout(*handle, panorama);
+        ASSERT_EQ(layout.pictures.size(), size_t{kPictures});
+        for (size_t i = 0; i < kPictures; ++i)
+            EXPECT_EQ(layout.pictures[i].is_used, row.is_used[i]) << i;
+        EXPECT_EQ(count_used(*handle), std::count(row.is_used, row.is_used + kPictures, true));
+        EXPECT_EQ(layout.overlaps.size(), static_cast<size_t>(count_used(*handle) - 1));
+        const Layout without = read_layout(*handle, ozr_image());
+        EXPECT_TRUE(without.overlaps.empty());
+        for (size_t i = 1; i < kPictures; ++i) {
+            EXPECT_FALSE(without.pictures[i].is_used) << i;
+            EXPECT_EQ(without.pictures[i].step.x, layout.pictures[i].step.x) << i;
+        }
+        ASSERT_EQ(ozr_panorama_reset(handle.get()), ozr_success);
+        EXPECT_EQ(count_used(*handle), 0);
+        EXPECT_TRUE(read_layout(*handle, ozr_image()).pictures.empty());
     }
 }
 

@@ -1,0 +1,14 @@
+// The handle of the interface: its public part, then the session.
+#ifndef SESSION_HANDLE_H
+#define SESSION_HANDLE_H
+
+#include "ozr_panorama.h"
+
+class panorama_t;
+
+// Nothing may follow: callers are free to make such a record themselves.
+struct ozr_panorama_internal_t : ozr_panorama {
+    panorama_t* panorama;  // owned
+};
+
+#endif

@@ -1,0 +1,153 @@
+// Reads the layout through the library's window. In the core every sweep runs along x: pictures of
+// vertical sweeps were turned clockwise. Here everything is turned back.
+#include "sweep/layout_reader.h"
+
+#include "media/thumbnail.h"
+
+#include "session/window.h"
+
+#include <algorithm>
+#include <stdlib.h>
+
+namespace ozr_pano
+{
+
+namespace
+{
+
+using ozr::session::PanoramaRecord;
+using ozr::session::PictureRecord;
+using ozr::session::SeamRecord;
+
+constexpr int32_t kGain = 4;          // differences are shown brighter than they are
+constexpr int32_t kViewExtent = 480;  // longer side of a difference picture
+
+/** From the canvas to the panorama. */
+class Turn
+{
+public:
+    Turn(bool vertical, const ozr_image& panorama) : vertical_(vertical), extent_(panorama.height) {}
+
+    ozr_point step(int32_t x, int32_t y) const { return vertical_ ? ozr_point{y, -x} : ozr_point{x, y}; }
+
+    ozr_point point(int32_t x, int32_t y) const
+    {
+        return vertical_ ? ozr_point{y, extent_ - x} : ozr_point{x, y};
+    }
+
+    ozr_rect box(int32_t x, int32_t y, int32_t width, int32_t height) const
+    {
+        if (!vertical_)
+            return {x, y, x + width, y + height};
+        return {y, extent_ - x - width, y + height, extent_ - x};
+    }
+
+    /** A picture for as many pixels of the canvas. */
+    Picture picture(int32_t width, int32_t height) const
+    {
+        return vertical_ ? Picture(height, width) : Picture(width, height);
+    }
+
+    /** Its pixel that shows (x, y) of `width` columns. */
+    uint8_t* pixel(Picture* picture, int32_t x, int32_t y, int32_t width) const
+    {
+        return vertical_ ? picture->row(width - 1 - x) + 4 * y : picture->row(y) + 4 * x;
+    }
+
+private:
+    bool vertical_;
+    int32_t extent_;  // of the panorama along a vertical sweep
+};
+
+/** What the picture is to the one before. */
+Placement _step(const PictureRecord& picture, const Turn& turn)
+{
+    Placement placement;
+    placement.has_step = picture.is_aligned;
+    if (!picture.is_aligned)
+        return placement;
+    placement.step = turn.step(picture.step_x, picture.step_y);
+    placement.overlap = picture.shared_columns / static_cast<double>(picture.luma.width);
+    placement.has_score = picture.has_score;
+    placement.score = picture.score;
+    return placement;
+}
+
+void _place(const PictureRecord& picture, const Turn& turn, Placement* placement)
+{
+    placement->is_used = picture.is_used;
+    if (picture.is_used)
+        placement->box = turn.box(picture.x, picture.y, picture.luma.width, picture.luma.height);
+}
+
+void _set_difference(const SeamRecord& seam, const Turn& turn, OverlapView* view)
+{
+    const int32_t width = seam.left_luma.width, height = seam.left_luma.height;
+    Picture difference = turn.picture(width, height);
+    int64_t sum = 0;
+    for (int32_t y = 0; y < height; ++y) {
+        const uint8_t *left = seam.left_luma.row(y), *right = seam.right_luma.row(y);
+        for (int32_t x = 0; x < width; ++x) {
+            const int32_t grey = std::abs(left[x] - right[x]);
+            sum += grey;
+            uint8_t* pixel = turn.pixel(&difference, x, y, width);
+            std::fill_n(pixel, 3, static_cast<uint8_t>(std::min(grey * kGain, 255)));
+            pixel[3] = 255;
+        }
+    }
+    view->mean_difference = static_cast<double>(sum) / (static_cast<double>(width) * height);
+    view->difference = shrink(difference, kViewExtent);
+}
+
+OverlapView _overlap(const SeamRecord& seam, const Turn& turn)
+{
+    OverlapView view;
+    view.first = static_cast<size_t>(std::min(seam.left, seam.right));
+    view.second = view.first + 1;
+    const int32_t height = seam.left_luma.height;
+    view.box = turn.box(seam.x, seam.y, seam.left_luma.width, height);
+    for (int32_t y = 0; y < height; ++y) {
+        const int32_t x = seam.x + seam.columns[static_cast<size_t>(y)];
+        view.seam.push_back(turn.point(x, seam.y + y));
+        view.seam.push_back(turn.point(x, seam.y + y + 1));
+    }
+    _set_difference(seam, turn, &view);
+    return view;
+}
+
+/** A panorama of one picture is that picture, as it came. */
+Layout _single(const ozr_image& panorama)
+{
+    Layout layout;
+    layout.pictures.resize(1);
+    layout.pictures[0].is_used = panorama.data != nullptr;
+    layout.pictures[0].box = {0, 0, panorama.width, panorama.height};
+    return layout;
+}
+
+}  // namespace
+
+int count_used(const ozr_panorama& session)
+{
+    return ozr::session::pictures_used(&session);
+}
+
+Layout read_layout(const ozr_panorama& session, const ozr_image& panorama)
+{
+    const PanoramaRecord record = ozr::session::look(&session);
+    if (record.count == 1)
+        return _single(panorama);
+    const Turn turn(record.is_vertical, panorama);
+    Layout layout;
+    for (int32_t i = 0; i < record.count; ++i)
+        layout.pictures.push_back(_step(record.pictures[i], turn));
+    if (panorama.data == nullptr)
+        return layout;
+    for (int32_t i = 0; i < record.count; ++i)
+        _place(record.pictures[i], turn, &layout.pictures[static_cast<size_t>(i)]);
+    for (int32_t i = 0; i < record.seam_count; ++i)
+        layout.overlaps.push_back(_overlap(record.seams[i], turn));
+    return layout;
+}
+
+}  // namespace ozr_pano
