@@ -18,7 +18,7 @@ constexpr int32_t kLowestScore = -(1 << 28);  // r = -1
 constexpr int32_t kNoSearchScore = -1;
 
 // An integral image: entry (x, y) is the sum of all pixels up to and including column x and row y.
-int32_t _panoMakeIntegralImg(const PanoImg* img, uint32_t** out)
+PanoResult _panoMakeIntegralImg(const PanoImg* img, uint32_t** out)
 {
     auto sums = make_unfilled_buffer<uint32_t>(int64_t{img->width} * img->height);
     *out = sums.get();
@@ -104,7 +104,7 @@ int32_t normalized_cross_correlation_fixed(const PanoImg* img0, const PanoImg* i
 }
 
 // Level 0 is the projected picture at the work size, every further level half the size of the one before.
-int32_t _fill_level(const PanoramaCore* pi, const PanoImg* projected, AlignItem* item, int32_t level)
+PanoResult _fill_level(const PanoramaCore* pi, const PanoImg* projected, AlignItem* item, int32_t level)
 {
     PanoImg* img = &item->pyramid[level];
     if (level == 0) {
@@ -118,7 +118,7 @@ int32_t _fill_level(const PanoramaCore* pi, const PanoImg* projected, AlignItem*
     return _panoMakeIntegralImg(img, &item->integrals[level]);
 }
 
-int32_t _fill_item(const PanoramaCore* pi, const PanoImg* projected, AlignItem* item)
+PanoResult _fill_item(const PanoramaCore* pi, const PanoImg* projected, AlignItem* item)
 {
     item->pyramid_levels = pi->pyramid_levels;
     item->pyramid = make_buffer<PanoImg>(pi->pyramid_levels).release();
@@ -167,7 +167,7 @@ bool _has_integrals(const AlignItem* item)
                                                      [](const uint32_t* sums) { return sums != nullptr; });
 }
 
-int32_t _check_pair(const Pair& pair)
+PanoResult _check_pair(const Pair& pair)
 {
     if (pair.a->pyramid == nullptr || pair.b->pyramid == nullptr)
         return kPanoNullArgument;
@@ -260,7 +260,7 @@ bool _fits_tables(const PanoramaCore* pi, const PanoImg* img)
 }
 
 // The refusals of a picture, in order. The first three leave it to its owner, -5 does not.
-int32_t _check_slot(const PanoramaCore* pi, int32_t index)
+PanoResult _check_slot(const PanoramaCore* pi, int32_t index)
 {
     if (index < 0 || index >= kMaxPictures)
         return kPanoBadArgument;
@@ -269,7 +269,7 @@ int32_t _check_slot(const PanoramaCore* pi, int32_t index)
     return pi->initialised == 0 && pi->cancel == 0 ? kPanoCoreNotInitialised : kPanoSuccess;
 }
 
-int32_t _check_picture(const PanoramaCore* pi, const PanoImg* img)
+PanoResult _check_picture(const PanoramaCore* pi, const PanoImg* img)
 {
     if (pi->cancel != 0)
         return kPanoCancelled;
@@ -279,7 +279,7 @@ int32_t _check_picture(const PanoramaCore* pi, const PanoImg* img)
 }
 
 // Projects a picture into its slot.
-int32_t _project_input(PanoramaCore* pi, const PanoImg* img, int32_t index)
+PanoResult _project_input(PanoramaCore* pi, const PanoImg* img, int32_t index)
 {
     PANO_FORWARD(_check_picture(pi, img));
     PanoImg* projected = &pi->frames[index];
@@ -289,11 +289,11 @@ int32_t _project_input(PanoramaCore* pi, const PanoImg* img, int32_t index)
 }
 
 // What follows the projection of picture `index`.
-int32_t _align_input(PanoramaCore* pi, int32_t index, int32_t x, int32_t y)
+PanoResult _align_input(PanoramaCore* pi, int32_t index, int32_t x, int32_t y)
 {
     if (pi->cancel != 0)
         return kPanoCancelled;
-    const int32_t filled = _fill_item(pi, &pi->frames[index], &pi->align[index]);
+    const PanoResult filled = _fill_item(pi, &pi->frames[index], &pi->align[index]);
     if (filled < 0) {
         _panoFreeAlignmentItem(&pi->align[index]);
         return filled;
@@ -322,13 +322,13 @@ int32_t panorama_core_add_input(PanoramaCore* pi, PanoImg* img, int32_t index, i
     if (pi == nullptr)
         return kPanoNullArgument;
     PANO_FORWARD(_check_slot(pi, index));
-    const int32_t projected = _project_input(pi, img, index);
+    const PanoResult projected = _project_input(pi, img, index);
     PanoImg_Destroy(img);
     PANO_FORWARD(projected);
     return _align_input(pi, index, x, y);
 }
 
-int32_t ozr::core::add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y)
+PanoResult ozr::core::add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y)
 {
     if (pi == nullptr)
         return kPanoNullArgument;

@@ -63,10 +63,10 @@ void _lay_out(PanoramaCore* pi, Canvas* canvas)
     }
 }
 
-int32_t _copy_picture(const PanoImg* picture, PanoImg* out, void** raw_block)
+PanoResult _copy_picture(const PanoImg* picture, PanoImg* out, void** raw_block)
 {
     if (raw_block == nullptr)
-        return PanoImg_Clone(picture, out);
+        return as_result(PanoImg_Clone(picture, out));
     PanoImgOwner copy;
     PANO_FORWARD(PanoImg_Clone(picture, copy.get()));
     const uint32_t size = static_cast<uint32_t>(copy->size);
@@ -74,11 +74,11 @@ int32_t _copy_picture(const PanoImg* picture, PanoImg* out, void** raw_block)
     if (*raw_block == nullptr)
         return kPanoNoMemory;
     PanoMemcpy(data, copy->data, size);
-    return PanoImg_CreateRef(out, data, copy->width, copy->height, copy->stride, copy->format);
+    return as_result(PanoImg_CreateRef(out, data, copy->width, copy->height, copy->stride, copy->format));
 }
 
 // A sweep of one picture is that picture.
-int32_t _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block)
+PanoResult _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block)
 {
     if (pi->g_nCount < 1) {
         PanoLog(kTag, __LINE__, "Exiting synthesis: pi->g_nCount(%d) < 1", pi->g_nCount);
@@ -89,14 +89,14 @@ int32_t _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoImg* 
         PanoLog(kTag, __LINE__, "saving pProject[0]");
     else
         PanoLog(kTag, __LINE__, "saving pProject[%d]", index);
-    const int32_t cloned = _copy_picture(&pi->frames[index], out, raw_block);
+    const PanoResult cloned = _copy_picture(&pi->frames[index], out, raw_block);
     PanoLog(kTag, __LINE__, "Exiting synthesis: pi->g_nCount(%d) == 1", pi->g_nCount);
     return cloned;
 }
 
 // An aligned block is what the caller of a whole sweep gets, so the pictures may be written straight into one. Every pixel
 // will be: nothing is cleared.
-int32_t _create_canvas(const PanoramaCore* pi, const Canvas& canvas, PanoImg* out, void** raw_block)
+PanoResult _create_canvas(const PanoramaCore* pi, const Canvas& canvas, PanoImg* out, void** raw_block)
 {
     const int64_t band = pi->height + canvas.highest - canvas.lowest;
     const int32_t width = static_cast<int32_t>((pi->width + canvas.shift_sum) & kSizeMask);
@@ -109,7 +109,7 @@ int32_t _create_canvas(const PanoramaCore* pi, const Canvas& canvas, PanoImg* ou
 
 }  // namespace
 
-int32_t ozr::core::compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block)
+PanoResult ozr::core::compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block)
 {
     if (pi == nullptr)
         return kPanoNullArgument;

@@ -27,7 +27,6 @@ namespace
 constexpr int32_t kDefaultOverlap = 70;  // percent
 constexpr uint32_t kMaxOverlap = 100;
 constexpr uint8_t kForwardUnknown = 0xFF;
-constexpr int32_t kIdOverlap = 0;
 
 constexpr double kMarginShare = 0.025;  // of the width
 // The sweep may have moved up to 30 % of a width further than expected, but only 10 % less.
@@ -167,7 +166,7 @@ int32_t panorama_core_set_param(PanoramaCore* core, int32_t id, uint32_t value)
 {
     if (core == nullptr)
         return kPanoNullArgument;
-    if (id != kIdOverlap)
+    if (id != kCoreParamOverlap)
         return kPanoNotSupported;
     core->overlap = value > kMaxOverlap ? kDefaultOverlap : static_cast<int32_t>(value);
     return kPanoSuccess;
@@ -177,7 +176,7 @@ int32_t panorama_core_get_param(PanoramaCore* core, int32_t id)
 {
     if (core == nullptr)
         return kPanoNullArgument;
-    return id == kIdOverlap ? core->overlap : static_cast<int32_t>(kPanoBadArgument);
+    return id == kCoreParamOverlap ? core->overlap : kPanoBadArgument;
 }
 
 void panorama_core_request_cancel_async(PanoramaCore* core)

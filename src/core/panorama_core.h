@@ -14,8 +14,14 @@
 #include <stdint.h>
 
 #include "base/limits.h"
+#include "image/pano_result.h"
 #include "image/panorama_img.h"
 #include "ozr_types.h"
+
+// Parameter numbers of the core.
+enum PanoCoreParam : int32_t {
+    kCoreParamOverlap = 0,  // percent
+};
 
 // What the alignment of one picture needs.
 struct AlignItem {
@@ -122,10 +128,10 @@ namespace ozr::core
 {
 
 // As panorama_core_add_input, but the picture is only read and stays its owner's.
-int32_t add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y);
+PanoResult add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y);
 
 // As panorama_core_panorama; with a `raw_block` the pixels lie in an aligned block, for PanoImg_DestroyAligned.
-int32_t compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block);
+PanoResult compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block);
 
 // Frees what a record owns and clears it; null is no fault.
 void _panoFreeAlignmentItem(AlignItem* item);
@@ -136,7 +142,7 @@ void free_factors(ProjectionFactors* factors);
 bool is_usable(const PanoramaCore* pi);
 
 // Builds the tables for pictures of pi->width x pi->height at pi->stride. -7: memory is out.
-int32_t build_projection(PanoramaCore* pi);
+PanoResult build_projection(PanoramaCore* pi);
 
 // Whether every product on the way to the tables fits 32 bits.
 bool projection_fits(const PanoramaCore* pi);

@@ -289,7 +289,7 @@ bool ozr::core::projection_fits(const PanoramaCore* pi)
     return product_fits_32_bits(farthest, scale) && fits_32_bits(last_offset);
 }
 
-int32_t ozr::core::build_projection(PanoramaCore* pi)
+PanoResult ozr::core::build_projection(PanoramaCore* pi)
 {
     const int32_t width = projected_width(pi);
     Builder builder = {};

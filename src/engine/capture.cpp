@@ -31,7 +31,7 @@ void _set_small_size(PanoramaInternal* pe, int32_t width, int32_t height)
     pe->small_height = static_cast<int32_t>(scale * static_cast<float>(height));
 }
 
-int32_t _allocate_previews(PanoramaInternal* pe)
+PanoResult _allocate_previews(PanoramaInternal* pe)
 {
     const uint32_t pixels = static_cast<uint32_t>(pe->small_width * pe->small_height);
     // Left over from a start that failed after it had allocated them.
@@ -49,14 +49,14 @@ void _mark(PanoramaInternal* pe, int32_t index, int32_t state)
         pe->image_state[index] = state;
 }
 
-int32_t _fail(PanoramaInternal* pe, int32_t index, int32_t result)
+PanoResult _fail(PanoramaInternal* pe, int32_t index, PanoResult result)
 {
     _mark(pe, index, result == kPanoCancelled ? kSlotCancelled : kSlotFailed);
     return result;
 }
 
 // Keeps a copy of a picture in the engine.
-int32_t _panorama_engine_Addframe(PanoramaInternal* pe, const PanoImg* picture, int32_t index)
+PanoResult _panorama_engine_Addframe(PanoramaInternal* pe, const PanoImg* picture, int32_t index)
 {
     if (pe == nullptr || picture == nullptr || index < 0 || index >= kMaxPictures)
         return kPanoBadArgument;
@@ -72,7 +72,7 @@ int32_t _panorama_engine_Addframe(PanoramaInternal* pe, const PanoImg* picture, 
 }
 
 // An offset measured at the reference size, in pixels of the picture.
-int32_t _scale_offset(const PanoramaInternal* pe, const PanoImg* picture, ozr_point* offset)
+PanoResult _scale_offset(const PanoramaInternal* pe, const PanoImg* picture, ozr_point* offset)
 {
     if (picture->width == pe->ref_width)
         return kPanoSuccess;
@@ -85,7 +85,7 @@ int32_t _scale_offset(const PanoramaInternal* pe, const PanoImg* picture, ozr_po
 }
 
 // Vertical sweeps are stitched as horizontal ones: the picture and its offset make a quarter turn clockwise.
-int32_t _turn(PanoImg* turned, const PanoImg* picture, ozr_point* offset)
+PanoResult _turn(PanoImg* turned, const PanoImg* picture, ozr_point* offset)
 {
     if (offset->y == INT32_MIN)
         return kPanoBadArgument;
@@ -97,7 +97,7 @@ int32_t _turn(PanoImg* turned, const PanoImg* picture, ozr_point* offset)
 
 // The core only reads a picture, so it gets the caller's own; a record that owns less than its geometry says is filled
 // up with zeros in a copy.
-int32_t _add_straight(PanoramaInternal* pe, const PanoImg* picture, int32_t index, ozr_point offset)
+PanoResult _add_straight(PanoramaInternal* pe, const PanoImg* picture, int32_t index, ozr_point offset)
 {
     if (picture->data == nullptr || picture->size < 0)
         return kPanoBadArgument;
@@ -108,11 +108,11 @@ int32_t _add_straight(PanoramaInternal* pe, const PanoImg* picture, int32_t inde
         return core::add_lent(pe->core, &lent, index, offset.x, offset.y);
     PanoImgOwner copy;
     PANO_FORWARD(PanoImg_Clone(picture, copy.get()));
-    return panorama_core_add_input(pe->core, copy.get(), index, offset.x, offset.y);
+    return as_result(panorama_core_add_input(pe->core, copy.get(), index, offset.x, offset.y));
 }
 
 // Hands a picture to the core, in the position that the core works in.
-int32_t _panorama_engine_AddImgIncr(PanoramaInternal* pe, const PanoImg* picture, int32_t index)
+PanoResult _panorama_engine_AddImgIncr(PanoramaInternal* pe, const PanoImg* picture, int32_t index)
 {
     if (pe == nullptr || picture == nullptr || index < 0 || index >= kMaxPictures)
         return kPanoBadArgument;
@@ -123,28 +123,27 @@ int32_t _panorama_engine_AddImgIncr(PanoramaInternal* pe, const PanoImg* picture
     if (is_vertical(pe->direction)) {
         PanoImgOwner turned;
         PANO_FORWARD(_turn(turned.get(), picture, &offset));
-        return panorama_core_add_input(pe->core, turned.get(), index, offset.x, offset.y);
+        return as_result(panorama_core_add_input(pe->core, turned.get(), index, offset.x, offset.y));
     }
     if (pe->direction == kDirectionRight || pe->direction == kDirectionLeft)
         return _add_straight(pe, picture, index, offset);
     return _panorama_engine_Addframe(pe, picture, index);
 }
 
-// Sets the core up for pictures of this geometry. Its result is left to the first picture handed over, which the core
-// refuses when it could not be set up.
-void _set_up_core(PanoramaInternal* pe, const PanoImg* picture)
+// Sets the core up for pictures of this geometry.
+PanoResult _set_up_core(PanoramaInternal* pe, const PanoImg* picture)
 {
     const int32_t forward = pe->direction == kDirectionRight || pe->direction == kDirectionUp ? 1 : 0;
-    if (pe->direction == kDirectionRight || pe->direction == kDirectionLeft)
-        panorama_core_init(pe->core, forward, picture->width, picture->height, picture->stride);
-    else
-        panorama_core_init(pe->core, forward, picture->height, picture->width, picture->height);
+    const bool turns = pe->direction != kDirectionRight && pe->direction != kDirectionLeft;
+    return as_result(
+        turns ? panorama_core_init(pe->core, forward, picture->height, picture->width, picture->height)
+              : panorama_core_init(pe->core, forward, picture->width, picture->height, picture->stride));
 }
 
 // The second picture of a sweep brings the first one into the core.
-int32_t _hand_over_first(PanoramaInternal* pe)
+PanoResult _hand_over_first(PanoramaInternal* pe)
 {
-    const int32_t handed_over = _panorama_engine_AddImgIncr(pe, &pe->frames[0], 0);
+    const PanoResult handed_over = _panorama_engine_AddImgIncr(pe, &pe->frames[0], 0);
     PanoImg_Destroy(&pe->frames[0]);
     pe->frame_present[0] = 0;
     return handed_over;
@@ -200,9 +199,9 @@ int32_t panorama_engine_set_image(PanoramaInternal* pe, const PanoImg* picture, 
     pe->image_state[index] = kSlotAdding;
     pe->offsets[index] = *offset;
     const int32_t count = pe->count;  // read now: once the slot leaves its state, a reset may follow
-    int32_t result = kPanoSuccess;
+    PanoResult result = kPanoSuccess;
     if (index == 1) {
-        _set_up_core(pe, picture);
+        ignore(_set_up_core(pe, picture));  // a core that could not be set up refuses the first picture
         if (pe->frame_present[0] == 0)
             return kPanoPictureBusy;  // kept: the slot stays as it is, so the engine is not ready until it is renewed
         result = _hand_over_first(pe);

@@ -120,7 +120,7 @@ void ozr::engine::set_reference(PanoramaInternal* pe, int32_t width, int32_t hei
     pe->tolerance_y = _share(height, pe->tolerance);
 }
 
-int32_t ozr::engine::scale_preview(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame)
+PanoResult ozr::engine::scale_preview(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame)
 {
     PanoImg scaled = {};
     PANO_FORWARD(
@@ -128,9 +128,9 @@ int32_t ozr::engine::scale_preview(const PanoramaInternal* pe, uint8_t* small, c
     switch (frame->format) {
     case kPanoGray:
     case kPanoNv12:
-        return PanoImg_ResizeGray(&scaled, frame);
+        return as_result(PanoImg_ResizeGray(&scaled, frame));
     case kPanoYuyv:
-        return PanoImg_ResizeGrayYUYV(&scaled, frame);
+        return as_result(PanoImg_ResizeGrayYUYV(&scaled, frame));
     default:
         return kPanoNotSupported;
     }

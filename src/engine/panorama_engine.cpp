@@ -8,6 +8,7 @@
 #include "image/panorama_util.h"
 #include "ozr_memory.h"
 
+using namespace ozr;
 using namespace ozr::engine;
 
 #if UINTPTR_MAX == UINT32_MAX
@@ -91,21 +92,27 @@ void _release(PanoramaInternal* pe)
     ozr_free(pe);
 }
 
-int32_t _renew_core(PanoramaInternal* pe)
+PanoResult _renew_core(PanoramaInternal* pe)
 {
     panorama_core_destroy(pe->core);
     pe->core = nullptr;
-    return panorama_core_create(&pe->core);
+    return as_result(panorama_core_create(&pe->core));
 }
 
-int32_t _set_overlap(PanoramaInternal* pe, int32_t percent)
+// The result is dropped: the parameter exists, and any percentage is a value of it.
+void _set_core_overlap(PanoramaInternal* pe, int32_t percent)
+{
+    ignore(as_result(panorama_core_set_param(pe->core, kCoreParamOverlap, static_cast<uint32_t>(percent))));
+}
+
+PanoResult _set_overlap(PanoramaInternal* pe, int32_t percent)
 {
     if (percent < kMinOverlap || percent > kMaxOverlap)
         return kPanoNotSupported;
     pe->overlap = static_cast<float>(percent) / 100.0F;
     const int32_t pictures = static_cast<int32_t>(kSweepWidths / (1.0F - pe->overlap) + kRounding);
     pe->max_images = std::min(pictures, kMaxPictures);
-    panorama_core_set_param(pe->core, 0, static_cast<uint32_t>(percent));
+    _set_core_overlap(pe, percent);
     return kPanoSuccess;
 }
 
@@ -156,7 +163,7 @@ int32_t panorama_engine_init(PanoramaInternal* pe)
     if (pe == nullptr)
         return kPanoNullArgument;
     PanoLog("panorama_engine_init", __LINE__, "panorama_engine_init() status = %d", pe->status);
-    const int32_t renewed = _renew_core(pe);
+    const PanoResult renewed = _renew_core(pe);
     if (renewed < 0) {
         _release(pe);
         return renewed;
@@ -169,7 +176,7 @@ int32_t panorama_engine_init(PanoramaInternal* pe)
     pe->overlap = kDefaultOverlapShare;
     pe->tolerance = kDefaultTolerance;
     pe->max_images = kMaxPictures;
-    panorama_core_set_param(pe->core, 0, kDefaultOverlap);
+    _set_core_overlap(pe, kDefaultOverlap);
     _release_previews(pe);
     _clear_slots(pe);
     PanoImg_DestroyAligned(&pe->out_img, &pe->out_raw);

@@ -15,6 +15,7 @@
 #include <stdint.h>
 
 #include "base/limits.h"
+#include "image/pano_result.h"
 #include "image/panorama_img.h"
 #include "ozr_types.h"
 
@@ -152,7 +153,7 @@ void set_reference(PanoramaInternal* pe, int32_t width, int32_t height);
 
 // Scales the luma of a frame into a packed grey buffer of small_width x small_height. -2: a format without readable luma;
 // -4: a stride shorter than a row.
-int32_t scale_preview(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame);
+PanoResult scale_preview(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame);
 
 }  // namespace ozr::engine
 

@@ -27,7 +27,7 @@ constexpr int32_t kCancelPolls = 10;
 constexpr uint32_t kCancelPollMs = 100;
 constexpr uint32_t kLeavePollMs = 5;
 
-ozr_err pano_result_to_ozr_err(int32_t result)
+ozr_err pano_result_to_ozr_err(PanoResult result)
 {
     switch (result) {
     case kPanoSuccess:
@@ -59,7 +59,7 @@ ozr_err pano_result_to_ozr_err(int32_t result)
 // Logs and returns the mapping of a failed engine step.
 #define RAISE_IF_FAILED(result)                                                                              \
     do {                                                                                                     \
-        const int32_t engine_result_ = (result);                                                             \
+        const PanoResult engine_result_ = as_result(result);                                                 \
         if (engine_result_ < 0)                                                                              \
             OZR_RAISE(pano_result_to_ozr_err(engine_result_));                                               \
     } while (0)
@@ -169,7 +169,7 @@ ozr_err _build(panorama_t* session, const ozr_config* source)
     session->params = static_cast<panorama_param_t*>(ozr_malloc(sizeof(panorama_param_t)));
     if (session->params == nullptr)
         return raise(ozr_err_nomem, "", kConstructor, __LINE__);
-    const int32_t created = panorama_engine_create(&session->engine);
+    const PanoResult created = as_result(panorama_engine_create(&session->engine));
     if (created < 0)
         return raise(pano_result_to_ozr_err(created), "", kConstructor, __LINE__);
     panorama_param_t p = {};
@@ -219,8 +219,8 @@ ozr_err panorama_t::reset()
     OZR_RAISE_IF(params == nullptr, ozr_err_invalid_status);
     if (engine != nullptr)
         OZR_FORWARD(cancel_processes());
-    const int32_t renewed =
-        engine != nullptr ? panorama_engine_init(engine) : panorama_engine_create(&engine);
+    const PanoResult renewed =
+        as_result(engine != nullptr ? panorama_engine_init(engine) : panorama_engine_create(&engine));
     if (renewed < 0) {
         engine = nullptr;  // released by the failed step
         OZR_RAISE(pano_result_to_ozr_err(renewed));
@@ -327,9 +327,9 @@ ozr_panorama_direction panorama_t::get_direction()
 ozr_err panorama_t::cancel_processes()
 {
     panorama_engine_cancel_process_async(engine);
-    int32_t ready = kPanoSuccess;
+    PanoResult ready = kPanoSuccess;
     for (int32_t i = 0; i < kCancelPolls; ++i) {
-        ready = panorama_engine_check_ready_to_destroy(engine);
+        ready = as_result(panorama_engine_check_ready_to_destroy(engine));
         // The engine's words tell when its work has ended, not when the call that asked for it has left.
         if (ready == kPanoSuccess)
             return _see_call_leave(this, kCancelPolls * kCancelPollMs) ? ozr_success : ozr_err_invalid_status;
