@@ -14,8 +14,7 @@ using namespace ozr::core;
 namespace
 {
 
-constexpr int32_t kLowestScore = -(1 << 28);  // r = -1
-constexpr int32_t kNoSearchScore = -1;
+constexpr int32_t kLowestScore = -kScoreOne;  // r = -1
 
 // An integral image: entry (x, y) is the sum of all pixels up to and including column x and row y.
 PanoResult _panoMakeIntegralImg(const PanoImg* img, uint32_t** out)

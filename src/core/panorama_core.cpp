@@ -24,7 +24,6 @@ static_assert(sizeof(AlignResult) == 12, "three 32-bit words");
 namespace
 {
 
-constexpr int32_t kDefaultOverlap = 70;  // percent
 constexpr uint32_t kMaxOverlap = 100;
 constexpr uint8_t kForwardUnknown = 0xFF;
 
@@ -145,7 +144,7 @@ int32_t panorama_core_create(PanoramaCore** out)
     if (core == nullptr)
         return kPanoNoMemory;
     core->initialised = 0;
-    core->overlap = kDefaultOverlap;
+    core->overlap = kDefaultOverlapPercent;
     core->forward = kForwardUnknown;
     *out = core;
     return kPanoSuccess;
@@ -168,7 +167,7 @@ int32_t panorama_core_set_param(PanoramaCore* core, int32_t id, uint32_t value)
         return kPanoNullArgument;
     if (id != kCoreParamOverlap)
         return kPanoNotSupported;
-    core->overlap = value > kMaxOverlap ? kDefaultOverlap : static_cast<int32_t>(value);
+    core->overlap = value > kMaxOverlap ? kDefaultOverlapPercent : static_cast<int32_t>(value);
     return kPanoSuccess;
 }
 

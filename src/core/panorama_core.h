@@ -16,6 +16,7 @@
 #include "base/limits.h"
 #include "image/pano_result.h"
 #include "image/panorama_img.h"
+#include "kernels/projection_block.h"
 #include "ozr_types.h"
 
 // Parameter numbers of the core.
@@ -33,7 +34,7 @@ struct AlignItem {
 };
 
 // Position of the later picture of a pair relative to the earlier one, full-size pixels, and the correlation there:
-// sign(r) * r^2 in Q3.28, or -1 when no search could be made.
+// sign(r) * r^2 in Q3.28, or kNoSearchScore when no search could be made.
 struct AlignResult {
     int32_t x;
     int32_t y;
@@ -127,6 +128,9 @@ OZR_END_DECLS
 namespace ozr::core
 {
 
+constexpr int32_t kScoreOne = 1 << 28;  // r = 1
+constexpr int32_t kNoSearchScore = -1;
+
 // As panorama_core_add_input, but the picture is only read and stays its owner's.
 PanoResult add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y);
 
@@ -153,7 +157,7 @@ void project(const PanoramaCore* pi, PanoImg* dst, const PanoImg* src);
 // Width of the projected pictures: whole blocks of 8 pixels.
 inline int32_t projected_width(const PanoramaCore* pi)
 {
-    return pi->width - pi->width % 8;
+    return pi->width - pi->width % kernels::kBlock;
 }
 
 }  // namespace ozr::core

@@ -36,6 +36,8 @@ OZR_END_DECLS
 namespace ozr::core
 {
 
+constexpr uint8_t kSeamBarred = 255;  // mask value that keeps a seam away
+
 // What panorama_seam_find returns for regions that it cannot work on, else 0. Neither pointer is null.
 PanoResult check_regions(const SeamRegion* a, const SeamRegion* b);
 

@@ -14,7 +14,6 @@ using namespace ozr::core;
 namespace
 {
 
-constexpr uint8_t kBarred = 255;   // mask value that keeps the seam away
 constexpr int32_t kRowsAhead = 2;  // how far ahead rows are asked for
 
 bool _is_inside(const SeamRegion& region)
@@ -67,7 +66,7 @@ public:
 private:
     void bar(int32_t begin, int32_t end)
     {
-        memset(bytes_ + begin, kBarred, static_cast<size_t>(end - begin));
+        memset(bytes_ + begin, kSeamBarred, static_cast<size_t>(end - begin));
     }
 
     uint8_t* bytes_;

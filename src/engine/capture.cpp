@@ -15,8 +15,6 @@ namespace
 {
 
 constexpr float kSmallSide = 320.0F;  // longer side of the scaled preview
-constexpr float kTolerance = 0.02F;
-constexpr float kStrictTolerance = 0.05F;
 
 bool _is_open(const PanoramaInternal* pe)
 {

@@ -31,9 +31,6 @@ namespace
 
 constexpr int32_t kEngineVersion[4] = {1, 0, 2, 0};
 
-constexpr int32_t kDefaultOverlap = 70;  // percent
-constexpr float kDefaultOverlapShare = 0.7F;
-constexpr float kDefaultTolerance = 0.02F;
 constexpr int32_t kMinOverlap = 30;
 constexpr int32_t kMaxOverlap = 95;
 
@@ -173,10 +170,10 @@ int32_t panorama_engine_init(PanoramaInternal* pe)
     pe->offset_x = 0;
     pe->offset_y = 0;
     pe->count = 0;
-    pe->overlap = kDefaultOverlapShare;
-    pe->tolerance = kDefaultTolerance;
+    pe->overlap = static_cast<float>(kDefaultOverlapPercent) / 100.0F;
+    pe->tolerance = kTolerance;
     pe->max_images = kMaxPictures;
-    _set_core_overlap(pe, kDefaultOverlap);
+    _set_core_overlap(pe, kDefaultOverlapPercent);
     _release_previews(pe);
     _clear_slots(pe);
     PanoImg_DestroyAligned(&pe->out_img, &pe->out_raw);

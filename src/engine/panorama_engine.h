@@ -141,6 +141,10 @@ OZR_END_DECLS
 namespace ozr::engine
 {
 
+// How far a motion may be off its target, as a fraction of the reference size.
+constexpr float kTolerance = 0.02F;
+constexpr float kStrictTolerance = 0.05F;
+
 // panorama_engine_cancel_process_async without its log line, for repeating the request. Not null.
 void request_cancel(PanoramaInternal* pe);
 

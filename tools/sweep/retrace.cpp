@@ -19,9 +19,6 @@ namespace ozr_pano
 namespace
 {
 
-constexpr double kScoreOne = 1 << 28;
-constexpr int32_t kNoSearch = -1;     // score of a pair that could not be searched
-constexpr uint8_t kBarred = 255;      // mask value that keeps a seam away
 constexpr int32_t kGain = 4;          // differences are shown brighter than they are
 constexpr int32_t kViewExtent = 480;  // longer side of a difference picture
 
@@ -98,8 +95,8 @@ private:
         placement->step = vertical_ ? ozr_point{y, -x} : ozr_point{x, y};
         const int32_t width = core_.frames[i].width;
         placement->overlap = std::clamp(width - result.x, 0, width) / static_cast<double>(width);
-        placement->has_score = result.score != kNoSearch;
-        placement->score = result.score / kScoreOne;
+        placement->has_score = result.score != ozr::core::kNoSearchScore;
+        placement->score = result.score / static_cast<double>(ozr::core::kScoreOne);
     }
 
     /** What the composition bars: both edges of the overlap, and what does not lie to the right of the seam before. */
@@ -110,13 +107,13 @@ private:
         std::vector<uint8_t> mask(static_cast<size_t>(width) * static_cast<size_t>(region.height));
         for (int32_t y = 0; y < region.height; ++y) {
             const auto row = mask.begin() + static_cast<ptrdiff_t>(y) * width;
-            std::fill(row, row + band, kBarred);
-            std::fill(row + width - band, row + width, kBarred);
+            std::fill(row, row + band, ozr::core::kSeamBarred);
+            std::fill(row + width - band, row + width, ozr::core::kSeamBarred);
             const int32_t shared = region.y + y - before.right.y;
             if (shared < 0 || shared >= static_cast<int32_t>(before.columns.size()))
                 continue;
             const int32_t behind = before.columns[static_cast<size_t>(shared)] - region.x + band + 1;
-            std::fill(row, row + std::clamp(behind, 0, width), kBarred);
+            std::fill(row, row + std::clamp(behind, 0, width), ozr::core::kSeamBarred);
         }
         return mask;
     }
