@@ -14,6 +14,7 @@
 #include <stdint.h>
 
 #include "base/limits.h"
+#include "base/shared_word.h"
 #include "image/pano_result.h"
 #include "image/panorama_img.h"
 #include "kernels/projection_block.h"
@@ -82,9 +83,9 @@ struct PanoramaCore {
     int32_t pyramid_levels;  // levels built for each picture
     int32_t work_width;      // size of pyramid level 0
     int32_t work_height;
-    int32_t ncc_shift;        // right shift of partial correlation sums at level 0
-    int32_t margin;           // columns left out at each side of an overlap, full-size pixels
-    volatile int32_t cancel;  // set from another thread; a plain word, polled
+    int32_t ncc_shift;                // right shift of partial correlation sums at level 0
+    int32_t margin;                   // columns left out at each side of an overlap, full-size pixels
+    ozr::SharedWord<int32_t> cancel;  // set from another thread, polled
     // From here on not part of the interface.
     ProjectionFactors factors;
 };

@@ -41,7 +41,7 @@ PanoResult _allocate_previews(PanoramaInternal* pe)
 }
 
 // Writes the state of a slot that exists.
-void _mark(PanoramaInternal* pe, int32_t index, int32_t state)
+void _mark(PanoramaInternal* pe, int32_t index, PanoSlotState state)
 {
     if (index >= 0 && index < kMaxPictures)
         pe->image_state[index] = state;
@@ -179,8 +179,10 @@ int32_t panorama_engine_prepare_stitch(PanoramaInternal* pe)
         return kPanoWrongState;
     if (pe->count >= pe->max_images)
         return kPanoTooManyPictures;
-    pe->image_state[pe->count] = kSlotReserved;
-    return pe->count++;
+    const int32_t index = pe->count;
+    pe->image_state[index] = kSlotReserved;
+    pe->count = index + 1;
+    return index;
 }
 
 int32_t panorama_engine_set_image(PanoramaInternal* pe, const PanoImg* picture, int32_t index,

@@ -132,7 +132,7 @@ bool _wait_for_synthesis(const PanoramaInternal* pe)
 
 int32_t _slots_in_use(const PanoramaInternal* pe)
 {
-    return std::clamp(pe->count, 0, kMaxPictures);
+    return std::clamp(pe->count.load(), 0, kMaxPictures);
 }
 
 }  // namespace
@@ -159,7 +159,7 @@ int32_t panorama_engine_init(PanoramaInternal* pe)
 {
     if (pe == nullptr)
         return kPanoNullArgument;
-    PanoLog("panorama_engine_init", __LINE__, "panorama_engine_init() status = %d", pe->status);
+    PanoLog("panorama_engine_init", __LINE__, "panorama_engine_init() status = %d", pe->status.load());
     const PanoResult renewed = _renew_core(pe);
     if (renewed < 0) {
         _release(pe);
@@ -186,7 +186,8 @@ void panorama_engine_destroy(PanoramaInternal** pe)
 {
     if (pe == nullptr || *pe == nullptr)
         return;
-    PanoLog("panorama_engine_destroy", __LINE__, "panorama_engine_Destory() status = %d", (*pe)->status);
+    PanoLog("panorama_engine_destroy", __LINE__, "panorama_engine_Destory() status = %d",
+            (*pe)->status.load());
     _release(*pe);
     *pe = nullptr;
 }
@@ -237,7 +238,7 @@ int32_t panorama_engine_get_process_status(PanoramaInternal* pe)
     if (pe == nullptr)
         return kPanoNullArgument;
     PanoLog("panorama_engine_get_process_status", __LINE__,
-            "panorama_engine_get_process_status() status = %d", pe->status);
+            "panorama_engine_get_process_status() status = %d", pe->status.load());
     return pe->status;
 }
 
@@ -246,7 +247,7 @@ int32_t panorama_engine_cancel_process(PanoramaInternal* pe)
     if (pe == nullptr)
         return kPanoNullArgument;
     PanoLog("panorama_engine_cancel_process", __LINE__, "panorama_engine_cancel_process() status = %d",
-            pe->status);
+            pe->status.load());
     if (!_is_busy(pe))
         return pe->status == kStatusCancelled ? kPanoSuccess : kPanoWrongState;
     pe->cancel_requested = 1;
@@ -268,7 +269,7 @@ void panorama_engine_cancel_process_async(PanoramaInternal* pe)
     if (pe == nullptr)
         return;
     PanoLog("panorama_engine_cancel_process_async", __LINE__, "panorama_engine_cancel_process() status = %d",
-            pe->status);
+            pe->status.load());
     request_cancel(pe);
 }
 

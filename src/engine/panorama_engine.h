@@ -4,8 +4,8 @@
 // preview frames; panorama_engine_capture.cpp takes the pictures in; panorama_engine_synthesis.cpp makes the panorama.
 //
 // Results are PanoResult codes. The engine logs no failures; its progress lines go to the debug level. It takes no lock:
-// a cancelling thread and the working thread share status, image_state and cancel_requested as plain words, which the
-// former polls while it sleeps.
+// a cancelling thread polls status, image_state and count of the working one, which in turn looks for cancel_requested
+// between its steps: these are shared words.
 //
 // What cannot be detected: a context that panorama_engine_create did not make, one that is destroyed or initialised while
 // a thread works in it, and pictures whose memory is smaller than their geometry says.
@@ -15,6 +15,7 @@
 #include <stdint.h>
 
 #include "base/limits.h"
+#include "base/shared_word.h"
 #include "image/pano_result.h"
 #include "image/panorama_img.h"
 #include "ozr_types.h"
@@ -52,13 +53,13 @@ struct PanoramaInternal {
     int32_t direction;
     int32_t offset_x;  // motion since the last picture, in pixels of the reference size
     int32_t offset_y;
-    volatile int32_t status;
+    ozr::SharedWord<PanoStatus> status;
     PanoramaCore* core;
-    int32_t count;                        // pictures reserved in this sweep
+    ozr::SharedWord<int32_t> count;       // pictures reserved in this sweep
     PanoImg frames[kMaxPictures];         // pictures not yet given to the core
     ozr_point offsets[kMaxPictures];      // of each picture, as the caller passed it
     uint8_t frame_present[kMaxPictures];  // 1 while frames[i] holds a picture
-    volatile int32_t image_state[kMaxPictures];
+    ozr::SharedWord<PanoSlotState> image_state[kMaxPictures];
     uint8_t* preview_prev;  // scaled grey copies of the last two preview frames
     uint8_t* preview_cur;
     int32_t max_images;
@@ -75,7 +76,7 @@ struct PanoramaInternal {
     int32_t target_y;
     int32_t tolerance_x;
     int32_t tolerance_y;
-    volatile uint8_t cancel_requested;
+    ozr::SharedWord<uint8_t> cancel_requested;
     void* out_raw;
 };
 

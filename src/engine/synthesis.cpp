@@ -16,7 +16,7 @@ constexpr char kTag[] = "panorama_engine_process_synthesis";
 
 int32_t _count_added(const PanoramaInternal* pe)
 {
-    const int32_t slots = std::clamp(pe->count, 0, kMaxPictures);
+    const int32_t slots = std::clamp(pe->count.load(), 0, kMaxPictures);
     return static_cast<int32_t>(std::count(pe->image_state, pe->image_state + slots, kSlotAdded));
 }
 
@@ -44,7 +44,7 @@ void _log_block(const PanoramaInternal* pe)
 
 PanoResult _end(PanoramaInternal* pe, PanoResult result)
 {
-    int32_t status = kStatusComposed;
+    PanoStatus status = kStatusComposed;
     if (result < 0)
         status = result == kPanoCancelled ? kStatusCancelled : kStatusFailed;
     pe->status = status;
