@@ -7,6 +7,11 @@
 constexpr int32_t kMaxPictures = 10;            // of one sweep
 constexpr int32_t kDefaultOverlapPercent = 70;  // of neighbouring pictures
 
+struct PictureSize {
+    int32_t width;
+    int32_t height;
+};
+
 // Directions of a sweep as the engine stores them.
 enum PanoDirection : int32_t {
     kDirectionUndecided = 0,

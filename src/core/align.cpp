@@ -126,7 +126,7 @@ PanoResult _fill_level(const PanoramaCore* pi, const PanoImg* projected, AlignIt
 {
     PanoImg* img = &item->pyramid[level];
     if (level == 0) {
-        PANO_FORWARD(pano_create_unfilled(img, pi->work_width, pi->work_height, kPanoGray));
+        PANO_FORWARD(pano_create_unfilled(img, pi->pyramid.work_width, pi->pyramid.work_height, kPanoGray));
         PANO_FORWARD(PanoImg_ResizeGray(img, projected));
     } else {
         const PanoImg* finer = &item->pyramid[level - 1];
@@ -138,15 +138,14 @@ PanoResult _fill_level(const PanoramaCore* pi, const PanoImg* projected, AlignIt
 
 PanoResult _fill_item(const PanoramaCore* pi, const PanoImg* projected, AlignItem* item)
 {
-    item->pyramid_levels = pi->pyramid_levels;
-    item->pyramid = make_buffer<PanoImg>(pi->pyramid_levels).release();
-    item->integrals = make_buffer<uint32_t*>(pi->pyramid_levels).release();
+    item->pyramid_levels = pi->pyramid.built_levels;
+    item->pyramid = make_buffer<PanoImg>(pi->pyramid.built_levels).release();
+    item->integrals = make_buffer<uint32_t*>(pi->pyramid.built_levels).release();
     if (item->pyramid == nullptr || item->integrals == nullptr)
         return kPanoNoMemory;
     for (int32_t level = 0; level < item->pyramid_levels; ++level)
         PANO_FORWARD(_fill_level(pi, projected, item, level));
-    item->expected_x = 0;
-    item->expected_y = 0;
+    item->expected = {0, 0};
     return kPanoSuccess;
 }
 
@@ -174,8 +173,7 @@ Pair _choose_pair(PanoramaCore* pi, int32_t index, int32_t x, int32_t y)
     AlignItem* right = &pi->align[forward ? index : index - 1];
     const int64_t expected_x = forward ? int64_t{x} : -int64_t{x};
     const int64_t expected_y = forward ? int64_t{y} : -int64_t{y};
-    right->expected_x = _low_32_bits(expected_x);
-    right->expected_y = _low_32_bits(expected_y);
+    right->expected = {_low_32_bits(expected_x), _low_32_bits(expected_y)};
     return {left, right, expected_x, expected_y, &pi->offsets[forward ? index : index - 1]};
 }
 
@@ -204,10 +202,10 @@ struct SearchArea {
 
 SearchArea _coarse_area(const PanoramaCore* pi, const Pair& pair)
 {
-    const int32_t k = pi->levels;
-    return {std::max((pi->search_x_min + pair.expected_x) >> k, int64_t{0}),
-            (pair.expected_x + pi->search_x_max) >> k, (pi->search_y_min + pair.expected_y) >> k,
-            (pair.expected_y + pi->search_y_max) >> k};
+    const int32_t k = pi->pyramid.levels;
+    return {std::max((pi->search.x_min + pair.expected_x) >> k, int64_t{0}),
+            (pair.expected_x + pi->search.x_max) >> k, (pi->search.y_min + pair.expected_y) >> k,
+            (pair.expected_y + pi->search.y_max) >> k};
 }
 
 bool _misses(const SearchArea& area, const PanoImg* img)
@@ -253,15 +251,16 @@ void _align(const PanoramaCore* pi, const Pair& pair)
     const SearchArea coarse = _coarse_area(pi, pair);
     if (_misses(coarse, &pair.a->pyramid[top])) {
         const PanoImg* finest = &pair.a->pyramid[0];
-        *pair.result = {finest->width << pi->half, finest->height << pi->half, kNoSearchScore};
+        *pair.result = {finest->width << pi->pyramid.half, finest->height << pi->pyramid.half,
+                        kNoSearchScore};
         return;
     }
     // Fewer pixels sum up at a coarser level, so less has to be shifted away: two bits a level.
-    const int32_t top_shift = pi->ncc_shift + 2 * (pi->half - pi->levels);
+    const int32_t top_shift = pi->pyramid.ncc_shift + 2 * (pi->pyramid.half - pi->pyramid.levels);
     Best best = {kLowestScore, 0, 0};
     const auto at_level = [&](int32_t level) {
         return LevelPair{_level(pair.a, level), _level(pair.b, level),
-                         pi->margin >> (level + pi->levels - top),
+                         pi->margin >> (level + pi->pyramid.levels - top),
                          std::max(top_shift + 2 * (top - level), 0)};
     };
     _search(at_level(top), coarse, &best);
@@ -270,15 +269,15 @@ void _align(const PanoramaCore* pi, const Pair& pair)
         best.y *= 2;
         _search(at_level(level), _fine_area(best), &best);
     }
-    *pair.result = {best.x * (1 << pi->half), best.y * (1 << pi->half), best.score};
+    *pair.result = {best.x * (1 << pi->pyramid.half), best.y * (1 << pi->pyramid.half), best.score};
 }
 
 // The tables address the source by its stride, so another geometry would be read outside its buffer; and a geometry that
 // init refused has the tables of an earlier one.
 bool _fits_tables(const PanoramaCore* pi, const PanoImg* img)
 {
-    return is_usable(pi) && img->format == kPanoNv12 && img->width == pi->width &&
-           img->height == pi->height && img->stride == pi->stride && img->stride >= img->width &&
+    return is_usable(pi) && img->format == kPanoNv12 && img->width == pi->input.width &&
+           img->height == pi->input.height && img->stride == pi->input.stride && img->stride >= img->width &&
            img->data != nullptr;
 }
 
@@ -306,7 +305,7 @@ PanoResult _project_input(PanoramaCore* pi, const PanoImg* img, int32_t index)
 {
     PANO_FORWARD(_check_picture(pi, img));
     PanoImg* projected = &pi->frames[index];
-    PANO_FORWARD(pano_create_unfilled(projected, projected_width(pi), pi->height, kPanoNv12));
+    PANO_FORWARD(pano_create_unfilled(projected, projected_width(pi), pi->input.height, kPanoNv12));
     project(pi, projected, img);
     return kPanoSuccess;
 }

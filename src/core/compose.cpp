@@ -49,7 +49,7 @@ void _lay_out(PanoramaCore* pi, Canvas* canvas)
         y += result.y;
         const int64_t highest = std::min(canvas->highest, y);
         const int64_t lowest = std::max(canvas->lowest, y);
-        if (pi->height + highest - lowest < pi->half_height) {
+        if (pi->input.height + highest - lowest < pi->input.half_height) {
             canvas->count = i;
             pi->g_nCount = i;
             pi->overlaps = i - 1;
@@ -98,8 +98,8 @@ PanoResult _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoIm
 // will be: nothing is cleared.
 PanoResult _create_canvas(const PanoramaCore* pi, const Canvas& canvas, PanoImg* out, void** raw_block)
 {
-    const int64_t band = pi->height + canvas.highest - canvas.lowest;
-    const int32_t width = static_cast<int32_t>((pi->width + canvas.shift_sum) & kSizeMask);
+    const int64_t band = pi->input.height + canvas.highest - canvas.lowest;
+    const int32_t width = static_cast<int32_t>((pi->input.width + canvas.shift_sum) & kSizeMask);
     const int32_t height = static_cast<int32_t>(band & kSizeMask);
     if (band < 0 || height == 0)
         return kPanoNotSupported;
@@ -119,7 +119,8 @@ PanoResult ozr::core::compose(PanoramaCore* pi, int32_t count, PanoImg* out, voi
         return kPanoBadArgument;
     pi->g_nCount = count;
     pi->overlaps = count - 1;
-    PanoLog(kTag, __LINE__, "start synthesis %d image(s), (size: %dx%d)", count, pi->width, pi->height);
+    PanoLog(kTag, __LINE__, "start synthesis %d image(s), (size: %dx%d)", count, pi->input.width,
+            pi->input.height);
     if (!_all_aligned(pi, count))
         return kPanoPictureMissing;
     if (count > 0)

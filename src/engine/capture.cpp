@@ -25,13 +25,13 @@ void _set_small_size(PanoramaInternal* pe, int32_t width, int32_t height)
 {
     const float scale = kSmallSide / static_cast<float>(width > height ? width : height);
     pe->inv_scale = 1.0F / scale;
-    pe->small_width = static_cast<int32_t>(scale * static_cast<float>(width));
-    pe->small_height = static_cast<int32_t>(scale * static_cast<float>(height));
+    pe->small.width = static_cast<int32_t>(scale * static_cast<float>(width));
+    pe->small.height = static_cast<int32_t>(scale * static_cast<float>(height));
 }
 
 PanoResult _allocate_previews(PanoramaInternal* pe)
 {
-    const uint32_t pixels = static_cast<uint32_t>(pe->small_width * pe->small_height);
+    const uint32_t pixels = static_cast<uint32_t>(pe->small.width * pe->small.height);
     // Left over from a start that failed after it had allocated them.
     ozr_free(pe->preview_prev);
     ozr_free(pe->preview_cur);
@@ -72,13 +72,13 @@ PanoResult _panorama_engine_Addframe(PanoramaInternal* pe, const PanoImg* pictur
 // An offset measured at the reference size, in pixels of the picture.
 PanoResult _scale_offset(const PanoramaInternal* pe, const PanoImg* picture, ozr_point* offset)
 {
-    if (picture->width == pe->ref_width)
+    if (picture->width == pe->reference.width)
         return kPanoSuccess;
     const int64_t x = int64_t{offset->x} * picture->width;
     const int64_t y = int64_t{offset->y} * picture->height;
-    if (pe->ref_width < 1 || pe->ref_height < 1 || !fits_32_bits(x) || !fits_32_bits(y))
+    if (pe->reference.width < 1 || pe->reference.height < 1 || !fits_32_bits(x) || !fits_32_bits(y))
         return kPanoBadArgument;
-    *offset = {static_cast<int32_t>(x) / pe->ref_width, static_cast<int32_t>(y) / pe->ref_height};
+    *offset = {static_cast<int32_t>(x) / pe->reference.width, static_cast<int32_t>(y) / pe->reference.height};
     return kPanoSuccess;
 }
 
@@ -158,12 +158,11 @@ int32_t panorama_engine_start_capture(PanoramaInternal* pe, const PanoImg* first
     if (!can_measure(first))
         return kPanoBadArgument;
     pe->direction = kDirectionUndecided;
-    pe->offset_x = 0;
-    pe->offset_y = 0;
+    pe->motion = {0, 0};
     pe->tolerance = pe->strict_mode != 0 ? kStrictTolerance : kTolerance;
     set_reference(pe, first->width, first->height);
     _set_small_size(pe, first->width, first->height);
-    if (pe->small_width < 1 || pe->small_height < 1)
+    if (pe->small.width < 1 || pe->small.height < 1)
         return kPanoBadArgument;
     PANO_FORWARD(_allocate_previews(pe));
     PANO_FORWARD(scale_preview(pe, pe->preview_prev, first));

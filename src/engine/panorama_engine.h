@@ -50,9 +50,8 @@ enum PanoParam : int32_t {
 
 struct PanoramaInternal {
     PanoImg out_img;  // the panorama; its pixels lie inside the block out_raw
-    int32_t direction;
-    int32_t offset_x;  // motion since the last picture, in pixels of the reference size
-    int32_t offset_y;
+    PanoDirection direction;
+    ozr_point motion;  // since the last picture, in pixels of the reference size
     ozr::SharedWord<PanoStatus> status;
     PanoramaCore* core;
     ozr::SharedWord<int32_t> count;       // pictures reserved in this sweep
@@ -66,16 +65,12 @@ struct PanoramaInternal {
     float overlap;    // fraction
     float tolerance;  // of detection, fraction
     uint8_t strict_mode;
-    int32_t ref_width;  // size that the motion is measured in: the first picture's, then the preview's
-    int32_t ref_height;
-    float inv_scale;  // from scaled preview pixels to reference pixels
-    int32_t small_width;
-    int32_t small_height;
+    PictureSize reference;        // that the motion is measured in: the first picture's, then the preview's
+    float inv_scale;              // from scaled preview pixels to reference pixels
+    PictureSize small;            // of the scaled preview
     int32_t direction_threshold;  // squared length of the motion that decides the direction
-    int32_t target_x;             // motion from one picture to the next
-    int32_t target_y;
-    int32_t tolerance_x;
-    int32_t tolerance_y;
+    ozr_point target;             // motion from one picture to the next
+    ozr_point target_tolerance;
     ozr::SharedWord<uint8_t> cancel_requested;
     void* out_raw;
 };

@@ -120,7 +120,7 @@ ozr_panorama_direction _known_direction(int32_t direction)
     return known ? static_cast<ozr_panorama_direction>(direction) : ozr_panorama_direction_auto;
 }
 
-int32_t _engine_direction(const PanoramaInternal* engine)
+PanoDirection _engine_direction(const PanoramaInternal* engine)
 {
     return engine != nullptr ? engine->direction : kDirectionUndecided;
 }
@@ -132,7 +132,7 @@ int32_t _percent_of(int32_t size, int32_t percent)
 }
 
 // Where the next picture is expected when the caller does not say: the part of a picture that does not overlap further.
-ozr_point _expected_offset(const PanoImg& picture, int32_t direction, int32_t overlap_percent)
+ozr_point _expected_offset(const PanoImg& picture, PanoDirection direction, int32_t overlap_percent)
 {
     const int32_t ahead = 100 - overlap_percent;
     switch (direction) {
@@ -238,12 +238,11 @@ int32_t panorama_t::detect_frame_to_stitch(const ozr_image* preview, ozr_point* 
     const PanoImg frame = _wrap(preview);
     const int32_t due = panorama_engine_process_frame(engine, &frame);
     RAISE_IF_FAILED(due);
-    *offset = {engine->offset_x, engine->offset_y};
+    *offset = engine->motion;
     direction = _known_direction(engine->direction);
     if (due == 0)
         return 0;
-    engine->offset_x = 0;
-    engine->offset_y = 0;
+    engine->motion = {0, 0};
     // The first picture is not announced. Compared unsigned, so that a maximum of 0 sets no limit.
     if (static_cast<uint32_t>(detected_count) >= static_cast<uint32_t>(params->max_num_images) - 1U)
         return 0;
@@ -316,7 +315,7 @@ ozr_err panorama_t::get_parameters(panorama_param_t* p)
 void panorama_t::set_direction(ozr_panorama_direction d)
 {
     if (engine != nullptr)
-        engine->direction = _known_direction(d);
+        engine->direction = static_cast<PanoDirection>(_known_direction(d));
 }
 
 ozr_panorama_direction panorama_t::get_direction()

@@ -47,8 +47,8 @@ TEST(CoreAddInput, FindsWhereThePictureLies)
         EXPECT_EQ(core->aligned[1], 1);
         EXPECT_EQ(core->align[0].pyramid, nullptr);
         EXPECT_NE(core->align[1].pyramid, nullptr);
-        EXPECT_EQ(core->align[1].expected_x, c.forward == 1 ? c.guess_x : 0);  // of the pair's right picture
-        EXPECT_EQ(core->align[1].expected_y, c.forward == 1 ? c.guess_y : 0);
+        EXPECT_EQ(core->align[1].expected.x, c.forward == 1 ? c.guess_x : 0);  // of the pair's right picture
+        EXPECT_EQ(core->align[1].expected.y, c.forward == 1 ? c.guess_y : 0);
         // The later picture in canvas order lies to the right of the earlier one, whichever came first.
         const AlignResult& found = core->offsets[c.forward == 1 ? 1 : 0];
         const PanoImg& left = core->frames[c.forward == 1 ? 0 : 1];
@@ -59,7 +59,7 @@ TEST(CoreAddInput, FindsWhereThePictureLies)
             EXPECT_GT(here, correlation(left, right, found.x + step, found.y, core->margin));
             EXPECT_GT(here, correlation(left, right, found.x, found.y + step, core->margin));
         }
-        if (core->half == 0) {  // at full size the score is the correlation of the very pixels
+        if (core->pyramid.half == 0) {  // at full size the score is the correlation of the very pixels
             EXPECT_NEAR(std::ldexp(found.score, -28), here, 0.02);
         }
     }

@@ -56,7 +56,7 @@ int32_t weight_of(const PanoramaCore* core, int32_t block, int32_t k, int32_t co
     const int32_t offset = core->proj.block_offsets[block];
     int32_t sum = 0;
     for (int32_t i = 0; i < 16; ++i) {
-        if (offset + i / 4 * core->stride + i % 4 + k == row * core->stride + column)
+        if (offset + i / 4 * core->input.stride + i % 4 + k == row * core->input.stride + column)
             sum += core->proj.weights[block * 128 + i * 8 + k];
     }
     return sum;
@@ -83,11 +83,18 @@ TEST(CoreInit, DerivesTheGeometry)
         EXPECT_EQ(core->forward, 0xFF);
         panorama_core_set_param(core.core, 0, static_cast<uint32_t>(c.overlap));
         ASSERT_EQ(panorama_core_init(core.core, 5, c.width, c.height, c.width + 3), 0);
-        EXPECT_TRUE(core->forward == 1 && core->initialised == 1 && core->stride == c.width + 3);
-        const Derived derived = {core->levels,       core->half,         core->pyramid_levels,
-                                 core->work_width,   core->work_height,  core->ncc_shift,
-                                 core->margin,       core->search_x_min, core->search_x_max,
-                                 core->search_y_min, core->search_y_max};
+        EXPECT_TRUE(core->forward == 1 && core->initialised == 1 && core->input.stride == c.width + 3);
+        const Derived derived = {core->pyramid.levels,
+                                 core->pyramid.half,
+                                 core->pyramid.built_levels,
+                                 core->pyramid.work_width,
+                                 core->pyramid.work_height,
+                                 core->pyramid.ncc_shift,
+                                 core->margin,
+                                 core->search.x_min,
+                                 core->search.x_max,
+                                 core->search.y_min,
+                                 core->search.y_max};
         EXPECT_EQ(derived, c.want) << c.width << "x" << c.height << " at " << c.overlap;
     }
 }
@@ -102,12 +109,13 @@ TEST(CoreInit, RefusesSizesThatCannotBeProjected)
         TestCore core;
         EXPECT_EQ(panorama_core_init(core.core, 0, c[0], c[1], c[2]), kPanoBadArgument);
         EXPECT_EQ(core->initialised, 0);
-        EXPECT_EQ(core->width, c[0]);  // the geometry is stored all the same
-        EXPECT_EQ(core->search_x_max, static_cast<int32_t>(static_cast<float>(c[0]) * 0.3F));
+        EXPECT_EQ(core->input.width, c[0]);  // the geometry is stored all the same
+        EXPECT_EQ(core->search.x_max, static_cast<int32_t>(static_cast<float>(c[0]) * 0.3F));
     }
     TestCore wrapped;  // 10000 * 10000 * 70 is negative in 32 bits
     EXPECT_EQ(panorama_core_init(wrapped.core, 0, 20000, 20000, 20000), kPanoBadArgument);
-    EXPECT_TRUE(wrapped->levels == 0 && wrapped->half == 0 && wrapped->ncc_shift == 18);
+    EXPECT_TRUE(wrapped->pyramid.levels == 0 && wrapped->pyramid.half == 0 &&
+                wrapped->pyramid.ncc_shift == 18);
     TestCore narrow(1, 7, 48);  // nothing to project: the first picture fails
     EXPECT_EQ(narrow.init_result, 0);
     EXPECT_EQ(narrow.add(0, 0, 0, [](int32_t, int32_t) { return 0; }), kPanoBadArgument);

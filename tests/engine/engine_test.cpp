@@ -84,14 +84,14 @@ TEST(EngineDetection, DecidesDirectionAndTrigger)
         TestEngine engine;
         panorama_engine_set_param(engine.pe, 0, strict);
         ASSERT_EQ(panorama_engine_start_capture(engine.pe, &first.img), 0);
-        EXPECT_TRUE(engine->inv_scale == 4.0F && engine->small_width == 320 && engine->small_height == 240);
-        engine->direction = direction;
-        engine->offset_x = x;
-        engine->offset_y = y;
+        EXPECT_TRUE(engine->inv_scale == 4.0F && engine->small.width == 320 && engine->small.height == 240);
+        engine->direction = static_cast<PanoDirection>(direction);
+        engine->motion.x = x;
+        engine->motion.y = y;
         EXPECT_EQ(panorama_engine_process_frame(engine.pe, &first.img), want)
             << direction << ": " << x << "," << y;
         EXPECT_EQ(engine->direction, want_direction) << x << "," << y;
-        EXPECT_EQ(engine->offset_x, x);
+        EXPECT_EQ(engine->motion.x, x);
     }
 }
 
@@ -119,8 +119,9 @@ TEST(EngineDetection, CountsMotionOfEveryFormatAndRebasesOnPreviews)
             });
             ASSERT_EQ(panorama_engine_process_frame(engine.pe, &frame.img), 0);
             // The first frame has another size than the picture: no motion, new targets.
-            EXPECT_TRUE(engine->offset_x == at.x && engine->offset_y == at.y) << i;
-            EXPECT_TRUE(engine->ref_width == 320 && engine->target_x == 96 && engine->inv_scale == 1.0F);
+            EXPECT_TRUE(engine->motion.x == at.x && engine->motion.y == at.y) << i;
+            EXPECT_TRUE(engine->reference.width == 320 && engine->target.x == 96 &&
+                        engine->inv_scale == 1.0F);
             EXPECT_EQ(engine->direction_threshold, 784);
         }
         EXPECT_EQ(log.progress(),
@@ -216,12 +217,12 @@ TEST(EngineIntake, ScalesAndTurnsOffsets)
             SCOPED_TRACE(testing::Message() << "direction " << direction << " offset " << along);
             const NoisePicture first(96, 64, 0, 0), second(96, 64, 20, 20);
             TestEngine engine(first.img, direction);
-            engine->ref_width = 48;
-            engine->ref_height = 32;
+            engine->reference.width = 48;
+            engine->reference.height = 32;
             const ozr_point offset = vertical ? ozr_point{0, sign * along} : ozr_point{sign * along, 0};
             ASSERT_EQ(engine.take(second.img, offset), 2);
             const bool forward = direction == kDirectionRight || direction == kDirectionUp;
-            EXPECT_EQ(engine->core->width, side);
+            EXPECT_EQ(engine->core->input.width, side);
             EXPECT_EQ(engine->core->forward, forward ? 1 : 0);
             EXPECT_EQ(engine->core->offsets[forward ? 1 : 0].score == -1, along > last_reached);
         }
@@ -233,7 +234,7 @@ TEST(EngineIntake, RefusesOffsetsThatCannotBeScaled)
     const NoisePicture first(96, 64, 0, 0);
     for (const ozr_point& offset : {ozr_point{INT32_MAX, 0}, {0, INT32_MIN}}) {
         TestEngine engine(first.img, kDirectionRight);
-        engine->ref_width = 48;
+        engine->reference.width = 48;
         EXPECT_EQ(engine.take(first.img, offset), kPanoBadArgument);
         EXPECT_EQ(engine->image_state[1], kSlotFailed);
         EXPECT_EQ(engine->frame_present[0], 0);

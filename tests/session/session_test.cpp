@@ -86,12 +86,12 @@ TEST(Session, AnnouncesOneLessThanTheCachedMaximum)
         session->engine->direction = kDirectionRight;
         session->params->max_num_images = cached;
         for (int32_t i = 0; i < 12; ++i) {
-            session->engine->offset_x = 1000;
+            session->engine->motion.x = 1000;
             ozr_point offset = {};
             ozr_panorama_direction direction = ozr_panorama_direction_auto;
             EXPECT_EQ(session->detect_frame_to_stitch(&frame, &offset, direction), i < want_last ? i + 1 : 0);
             EXPECT_TRUE(offset.x == 1000 && direction == ozr_panorama_direction_right);
-            EXPECT_EQ(session->engine->offset_x, 0);
+            EXPECT_EQ(session->engine->motion.x, 0);
         }
     }
 }

@@ -27,7 +27,7 @@ public:
     int32_t add(int32_t index, int32_t x, int32_t y, Value value)
     {
         PanoImg img = {};
-        PanoImg_Create(&img, core->width, core->height, kPanoNv12);
+        PanoImg_Create(&img, core->input.width, core->input.height, kPanoNv12);
         fill_luma(img, value);
         for (int32_t i = img.height * img.stride; i < img.size; ++i)
             img.data[i] = i % 2 == 0 ? 100 : 150;
