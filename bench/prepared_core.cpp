@@ -15,7 +15,7 @@ const PanoramaCore* prepared_core(Size size)
 
 ozr::kernels::ProjectionRow projection_row(const PanoramaCore* core, int32_t y)
 {
-    const ptrdiff_t first = static_cast<ptrdiff_t>(y) * (core->width / 8);
+    const ptrdiff_t first = static_cast<ptrdiff_t>(y) * (core->input.width / 8);
     return {core->proj.block_offsets + first, core->proj.weights + 128 * first, core->factors.columns,
             core->factors.rows + 8 * first};
 }

@@ -57,7 +57,7 @@ private:
         if (engine_->count == 0)
             panorama_engine_start_capture(engine_, &next.img);
         if (choice % 8 == 0 || engine_->direction == kDirectionUndecided)
-            engine_->direction = choice % 5;
+            engine_->direction = static_cast<PanoDirection>(choice % 5);
         const int32_t index = panorama_engine_prepare_stitch(engine_);
         const ozr_point step = {input_->between(-100, 100), input_->between(-100, 100)};
         panorama_engine_set_image(engine_, &next.img, index, &step);

@@ -227,11 +227,11 @@ Picture scores(const Photographer& photographer)
     // The core keeps the pyramid of its newest picture only, so each comes from a core of its own.
     const CoreOwner first = sweep(photographer, 1);
     const CoreOwner both = sweep(photographer, 2);
-    const int32_t level = first->levels, top = first->pyramid_levels - 1;
+    const int32_t level = first->pyramid.levels, top = first->pyramid.built_levels - 1;
     const PanoImg& a = first->align[0].pyramid[top];
     const PanoImg& b = both->align[1].pyramid[top];
-    const int32_t x0 = (first->search_x_min + kStep) >> level, x1 = (first->search_x_max + kStep) >> level;
-    const int32_t y0 = first->search_y_min >> level, y1 = first->search_y_max >> level;
+    const int32_t x0 = (first->search.x_min + kStep) >> level, x1 = (first->search.x_max + kStep) >> level;
+    const int32_t y0 = first->search.y_min >> level, y1 = first->search.y_max >> level;
     constexpr int32_t kCell = 16;
     Picture map = blank((x1 - x0) * kCell, (y1 - y0) * kCell, kWhite);
     double best = -1;

@@ -1,10 +1,16 @@
-// Constants and arithmetic that several parts of the panorama path share.
+// Limits, defaults and directions that the engine and the core share, and 32-bit range checks.
 #ifndef PANO_FIXED_H
 #define PANO_FIXED_H
 
 #include <stdint.h>
 
-constexpr int32_t kMaxPictures = 10;  // of one sweep
+constexpr int32_t kMaxPictures = 10;            // of one sweep
+constexpr int32_t kDefaultOverlapPercent = 70;  // of neighbouring pictures
+
+struct PictureSize {
+    int32_t width;
+    int32_t height;
+};
 
 // Directions of a sweep as the engine stores them.
 enum PanoDirection : int32_t {

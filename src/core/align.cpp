@@ -17,7 +17,7 @@ namespace
 constexpr int32_t kLowestScore = -kScoreOne;  // r = -1
 
 // An integral image: entry (x, y) is the sum of all pixels up to and including column x and row y.
-int32_t _panoMakeIntegralImg(const PanoImg* img, uint32_t** out)
+PanoResult _panoMakeIntegralImg(const PanoImg* img, uint32_t** out)
 {
     auto sums = make_unfilled_buffer<uint32_t>(int64_t{img->width} * img->height);
     *out = sums.get();
@@ -34,17 +34,22 @@ int32_t _panoMakeIntegralImg(const PanoImg* img, uint32_t** out)
     return kPanoSuccess;
 }
 
-// Sum of the pixels in columns x0 to x1 and rows y0 to y1, inclusive.
-uint32_t _panoGetSum(const uint32_t* integral, int32_t width, int32_t x0, int32_t x1, int32_t y0, int32_t y1)
-{
-    const auto at = [=](int32_t x, int32_t y) {
-        return x < 0 || y < 0 ? 0 : integral[static_cast<ptrdiff_t>(y) * width + x];
-    };
-    return at(x1, y1) - at(x0 - 1, y1) - at(x1, y0 - 1) + at(x0 - 1, y0 - 1);
-}
+// One level of a picture's pyramid.
+struct Level {
+    const PanoImg* img;
+    const uint32_t* integral;
+};
 
-// Where two pictures overlap, in columns and rows of the first one, both ends inclusive.
-struct Overlap {
+// Two pictures to be compared at one level.
+struct LevelPair {
+    Level first;
+    Level second;
+    int32_t margin;  // columns left out at both sides of each picture
+    int32_t shift;   // of partial correlation sums
+};
+
+// Columns and rows of one picture, both ends inclusive.
+struct Area {
     int32_t x0;
     int32_t x1;
     int32_t y0;
@@ -52,11 +57,25 @@ struct Overlap {
 
     int32_t columns() const { return x1 - x0 + 1; }
     int32_t rows() const { return y1 - y0 + 1; }
+    Area moved(int32_t dx, int32_t dy) const { return {x0 + dx, x1 + dx, y0 + dy, y1 + dy}; }
 };
 
-// With the second picture's origin at (dx, dy) of the first, and `margin` columns left out at both sides of each.
-Overlap _overlap(const PanoImg* img0, const PanoImg* img1, int32_t dx, int32_t dy, int32_t margin)
+// Sum of the pixels of an area.
+uint32_t _panoGetSum(const Level& level, const Area& area)
 {
+    const auto at = [&level](int32_t x, int32_t y) {
+        return x < 0 || y < 0 ? 0 : level.integral[static_cast<ptrdiff_t>(y) * level.img->width + x];
+    };
+    return at(area.x1, area.y1) - at(area.x0 - 1, area.y1) - at(area.x1, area.y0 - 1) +
+           at(area.x0 - 1, area.y0 - 1);
+}
+
+// Where the two overlap, in the first one, when the second one's origin is at (dx, dy) of the first.
+Area _overlap(const LevelPair& pair, int32_t dx, int32_t dy)
+{
+    const PanoImg* img0 = pair.first.img;
+    const PanoImg* img1 = pair.second.img;
+    const int32_t margin = pair.margin;
     return {std::max(dx + margin, margin), std::min(img0->width - 1 - margin, img1->width - 1 - margin + dx),
             std::max(dy, 0), std::min(img0->height - 1, dy + img1->height - 1)};
 }
@@ -78,19 +97,19 @@ int32_t _score(const kernels::CorrelationSums& sums)
     return static_cast<int32_t>(sums.ab < 0 ? 0U - r2 : r2);
 }
 
-// Score of img1 with its origin at (dx, dy) of img0. Flat or empty overlaps score 0.
-int32_t normalized_cross_correlation_fixed(const PanoImg* img0, const PanoImg* img1,
-                                           const uint32_t* integral0, const uint32_t* integral1, int32_t dx,
-                                           int32_t dy, int32_t margin, int32_t shift)
+// Score of the second picture with its origin at (dx, dy) of the first. Flat or empty overlaps score 0.
+int32_t normalized_cross_correlation_fixed(const LevelPair& pair, int32_t dx, int32_t dy)
 {
-    if (std::abs(dx) > img0->width - 1 - margin || std::abs(dy) >= img0->height)
+    const PanoImg* img0 = pair.first.img;
+    const PanoImg* img1 = pair.second.img;
+    if (std::abs(dx) > img0->width - 1 - pair.margin || std::abs(dy) >= img0->height)
         return 0;
-    const Overlap o = _overlap(img0, img1, dx, dy, margin);
+    const Area o = _overlap(pair, dx, dy);
     if (o.columns() < 1 || o.rows() < 1)
         return 0;
     const uint32_t count = static_cast<uint32_t>(o.columns()) * static_cast<uint32_t>(o.rows());
-    const uint32_t sum0 = _panoGetSum(integral0, img0->width, o.x0, o.x1, o.y0, o.y1);
-    const uint32_t sum1 = _panoGetSum(integral1, img1->width, o.x0 - dx, o.x1 - dx, o.y0 - dy, o.y1 - dy);
+    const uint32_t sum0 = _panoGetSum(pair.first, o);
+    const uint32_t sum1 = _panoGetSum(pair.second, o.moved(-dx, -dy));
     const kernels::AreaPair areas = {pano_row(img1, o.y0 - dy) + (o.x0 - dx),
                                      img1->stride,
                                      _rounded_mean(sum1, count),
@@ -99,15 +118,15 @@ int32_t normalized_cross_correlation_fixed(const PanoImg* img0, const PanoImg* i
                                      _rounded_mean(sum0, count),
                                      o.columns(),
                                      o.rows()};
-    return _score(kernels::active()->align.correlate_areas(areas, shift));
+    return _score(kernels::active()->align.correlate_areas(areas, pair.shift));
 }
 
 // Level 0 is the projected picture at the work size, every further level half the size of the one before.
-int32_t _fill_level(const PanoramaCore* pi, const PanoImg* projected, AlignItem* item, int32_t level)
+PanoResult _fill_level(const PanoramaCore* pi, const PanoImg* projected, AlignItem* item, int32_t level)
 {
     PanoImg* img = &item->pyramid[level];
     if (level == 0) {
-        PANO_FORWARD(pano_create_unfilled(img, pi->work_width, pi->work_height, kPanoGray));
+        PANO_FORWARD(pano_create_unfilled(img, pi->pyramid.work_width, pi->pyramid.work_height, kPanoGray));
         PANO_FORWARD(PanoImg_ResizeGray(img, projected));
     } else {
         const PanoImg* finer = &item->pyramid[level - 1];
@@ -117,17 +136,16 @@ int32_t _fill_level(const PanoramaCore* pi, const PanoImg* projected, AlignItem*
     return _panoMakeIntegralImg(img, &item->integrals[level]);
 }
 
-int32_t _fill_item(const PanoramaCore* pi, const PanoImg* projected, AlignItem* item)
+PanoResult _fill_item(const PanoramaCore* pi, const PanoImg* projected, AlignItem* item)
 {
-    item->pyramid_levels = pi->pyramid_levels;
-    item->pyramid = make_buffer<PanoImg>(pi->pyramid_levels).release();
-    item->integrals = make_buffer<uint32_t*>(pi->pyramid_levels).release();
+    item->pyramid_levels = pi->pyramid.built_levels;
+    item->pyramid = make_buffer<PanoImg>(pi->pyramid.built_levels).release();
+    item->integrals = make_buffer<uint32_t*>(pi->pyramid.built_levels).release();
     if (item->pyramid == nullptr || item->integrals == nullptr)
         return kPanoNoMemory;
     for (int32_t level = 0; level < item->pyramid_levels; ++level)
         PANO_FORWARD(_fill_level(pi, projected, item, level));
-    item->expected_x = 0;
-    item->expected_y = 0;
+    item->expected = {0, 0};
     return kPanoSuccess;
 }
 
@@ -155,8 +173,7 @@ Pair _choose_pair(PanoramaCore* pi, int32_t index, int32_t x, int32_t y)
     AlignItem* right = &pi->align[forward ? index : index - 1];
     const int64_t expected_x = forward ? int64_t{x} : -int64_t{x};
     const int64_t expected_y = forward ? int64_t{y} : -int64_t{y};
-    right->expected_x = _low_32_bits(expected_x);
-    right->expected_y = _low_32_bits(expected_y);
+    right->expected = {_low_32_bits(expected_x), _low_32_bits(expected_y)};
     return {left, right, expected_x, expected_y, &pi->offsets[forward ? index : index - 1]};
 }
 
@@ -166,7 +183,7 @@ bool _has_integrals(const AlignItem* item)
                                                      [](const uint32_t* sums) { return sums != nullptr; });
 }
 
-int32_t _check_pair(const Pair& pair)
+PanoResult _check_pair(const Pair& pair)
 {
     if (pair.a->pyramid == nullptr || pair.b->pyramid == nullptr)
         return kPanoNullArgument;
@@ -185,10 +202,10 @@ struct SearchArea {
 
 SearchArea _coarse_area(const PanoramaCore* pi, const Pair& pair)
 {
-    const int32_t k = pi->levels;
-    return {std::max((pi->search_x_min + pair.expected_x) >> k, int64_t{0}),
-            (pair.expected_x + pi->search_x_max) >> k, (pi->search_y_min + pair.expected_y) >> k,
-            (pair.expected_y + pi->search_y_max) >> k};
+    const int32_t k = pi->pyramid.levels;
+    return {std::max((pi->search.x_min + pair.expected_x) >> k, int64_t{0}),
+            (pair.expected_x + pi->search.x_max) >> k, (pi->search.y_min + pair.expected_y) >> k,
+            (pair.expected_y + pi->search.y_max) >> k};
 }
 
 bool _misses(const SearchArea& area, const PanoImg* img)
@@ -205,16 +222,17 @@ struct Best {
     int32_t y;
 };
 
-// Column by column; of equal scores the first stays.
-void _search(const Pair& pair, int32_t level, const SearchArea& area, int32_t margin, int32_t shift,
-             Best* best)
+Level _level(const AlignItem* item, int32_t level)
 {
-    const PanoImg* img0 = &pair.a->pyramid[level];
-    const PanoImg* img1 = &pair.b->pyramid[level];
+    return {&item->pyramid[level], item->integrals[level]};
+}
+
+// Column by column; of equal scores the first stays.
+void _search(const LevelPair& pair, const SearchArea& area, Best* best)
+{
     for (int32_t x = static_cast<int32_t>(area.x_begin); x < area.x_end; ++x) {
         for (int32_t y = static_cast<int32_t>(area.y_begin); y < area.y_end; ++y) {
-            const int32_t score = normalized_cross_correlation_fixed(
-                img0, img1, pair.a->integrals[level], pair.b->integrals[level], x, y, margin, shift);
+            const int32_t score = normalized_cross_correlation_fixed(pair, x, y);
             if (score > best->score)
                 *best = {score, x, y};
         }
@@ -233,33 +251,38 @@ void _align(const PanoramaCore* pi, const Pair& pair)
     const SearchArea coarse = _coarse_area(pi, pair);
     if (_misses(coarse, &pair.a->pyramid[top])) {
         const PanoImg* finest = &pair.a->pyramid[0];
-        *pair.result = {finest->width << pi->half, finest->height << pi->half, kNoSearchScore};
+        *pair.result = {finest->width << pi->pyramid.half, finest->height << pi->pyramid.half,
+                        kNoSearchScore};
         return;
     }
     // Fewer pixels sum up at a coarser level, so less has to be shifted away: two bits a level.
-    const int32_t top_shift = pi->ncc_shift + 2 * (pi->half - pi->levels);
+    const int32_t top_shift = pi->pyramid.ncc_shift + 2 * (pi->pyramid.half - pi->pyramid.levels);
     Best best = {kLowestScore, 0, 0};
-    _search(pair, top, coarse, pi->margin >> pi->levels, std::max(top_shift, 0), &best);
+    const auto at_level = [&](int32_t level) {
+        return LevelPair{_level(pair.a, level), _level(pair.b, level),
+                         pi->margin >> (level + pi->pyramid.levels - top),
+                         std::max(top_shift + 2 * (top - level), 0)};
+    };
+    _search(at_level(top), coarse, &best);
     for (int32_t level = top - 1; level >= 0; --level) {
         best.x *= 2;
         best.y *= 2;
-        const int32_t shift = std::max(top_shift + 2 * (top - level), 0);
-        _search(pair, level, _fine_area(best), pi->margin >> (level + pi->levels - top), shift, &best);
+        _search(at_level(level), _fine_area(best), &best);
     }
-    *pair.result = {best.x * (1 << pi->half), best.y * (1 << pi->half), best.score};
+    *pair.result = {best.x * (1 << pi->pyramid.half), best.y * (1 << pi->pyramid.half), best.score};
 }
 
 // The tables address the source by its stride, so another geometry would be read outside its buffer; and a geometry that
 // init refused has the tables of an earlier one.
 bool _fits_tables(const PanoramaCore* pi, const PanoImg* img)
 {
-    return is_usable(pi) && img->format == kPanoNv12 && img->width == pi->width &&
-           img->height == pi->height && img->stride == pi->stride && img->stride >= img->width &&
+    return is_usable(pi) && img->format == kPanoNv12 && img->width == pi->input.width &&
+           img->height == pi->input.height && img->stride == pi->input.stride && img->stride >= img->width &&
            img->data != nullptr;
 }
 
 // The refusals of a picture, in order. The first three leave it to its owner, -5 does not.
-int32_t _check_slot(const PanoramaCore* pi, int32_t index)
+PanoResult _check_slot(const PanoramaCore* pi, int32_t index)
 {
     if (index < 0 || index >= kMaxPictures)
         return kPanoBadArgument;
@@ -268,7 +291,7 @@ int32_t _check_slot(const PanoramaCore* pi, int32_t index)
     return pi->initialised == 0 && pi->cancel == 0 ? kPanoCoreNotInitialised : kPanoSuccess;
 }
 
-int32_t _check_picture(const PanoramaCore* pi, const PanoImg* img)
+PanoResult _check_picture(const PanoramaCore* pi, const PanoImg* img)
 {
     if (pi->cancel != 0)
         return kPanoCancelled;
@@ -278,21 +301,21 @@ int32_t _check_picture(const PanoramaCore* pi, const PanoImg* img)
 }
 
 // Projects a picture into its slot.
-int32_t _project_input(PanoramaCore* pi, const PanoImg* img, int32_t index)
+PanoResult _project_input(PanoramaCore* pi, const PanoImg* img, int32_t index)
 {
     PANO_FORWARD(_check_picture(pi, img));
     PanoImg* projected = &pi->frames[index];
-    PANO_FORWARD(pano_create_unfilled(projected, projected_width(pi), pi->height, kPanoNv12));
+    PANO_FORWARD(pano_create_unfilled(projected, projected_width(pi), pi->input.height, kPanoNv12));
     project(pi, projected, img);
     return kPanoSuccess;
 }
 
 // What follows the projection of picture `index`.
-int32_t _align_input(PanoramaCore* pi, int32_t index, int32_t x, int32_t y)
+PanoResult _align_input(PanoramaCore* pi, int32_t index, int32_t x, int32_t y)
 {
     if (pi->cancel != 0)
         return kPanoCancelled;
-    const int32_t filled = _fill_item(pi, &pi->frames[index], &pi->align[index]);
+    const PanoResult filled = _fill_item(pi, &pi->frames[index], &pi->align[index]);
     if (filled < 0) {
         _panoFreeAlignmentItem(&pi->align[index]);
         return filled;
@@ -321,13 +344,13 @@ int32_t panorama_core_add_input(PanoramaCore* pi, PanoImg* img, int32_t index, i
     if (pi == nullptr)
         return kPanoNullArgument;
     PANO_FORWARD(_check_slot(pi, index));
-    const int32_t projected = _project_input(pi, img, index);
+    const PanoResult projected = _project_input(pi, img, index);
     PanoImg_Destroy(img);
     PANO_FORWARD(projected);
     return _align_input(pi, index, x, y);
 }
 
-int32_t ozr::core::add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y)
+PanoResult ozr::core::add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y)
 {
     if (pi == nullptr)
         return kPanoNullArgument;

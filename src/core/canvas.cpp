@@ -37,6 +37,12 @@ Ramps _ramps(int32_t margin)
     return {{margin, 64 / margin}, {margin / 2, 128 / margin}};
 }
 
+// What is written, and with which transitions.
+struct CanvasTarget {
+    const PanoImg* out;
+    Ramps ramps;
+};
+
 struct Position {
     int32_t x;
     int32_t y;
@@ -173,11 +179,20 @@ void _add(Strokes* strokes, const Stroke& stroke)
         strokes->of[strokes->count++] = stroke;
 }
 
-// Picture i of the canvas at `at`, in output row y and, with an even y, in the chroma row of y and y + 1. A chroma row
-// follows the seam of the first of its two rows.
-void _add_picture(Strokes* luma, Strokes* chroma, const Canvas& canvas, int32_t i, Position at,
-                  const PanoImg* out, int32_t y, const Ramps& ramps)
+// The luma of output row y and, when y is even, the chroma of rows y and y + 1.
+struct RowStrokes {
+    Strokes luma;
+    Strokes chroma;
+    int32_t y;
+};
+
+// Adds picture i of the canvas, whose origin is at `at`, to a row. A chroma row follows the seam of the first of its two
+// rows.
+void _add_picture(RowStrokes* strokes, const Canvas& canvas, int32_t i, Position at,
+                  const CanvasTarget& target)
 {
+    const PanoImg* out = target.out;
+    const int32_t y = strokes->y;
     const PanoImg* picture = canvas.pictures[i];
     const int32_t row = static_cast<int32_t>(canvas.lowest) + y - at.y;
     Stroke luma_stroke = _luma_stroke(out, picture, at, row);
@@ -188,12 +203,12 @@ void _add_picture(Strokes* luma, Strokes* chroma, const Canvas& canvas, int32_t 
         if (seam_row < 0)
             return;
         const int32_t column = seam.columns[static_cast<size_t>(seam_row)];
-        _set_transition(&luma_stroke, {column, seam.b.width}, ramps.luma);
-        _set_transition(&chroma_stroke, {column >> 1, seam.b.width >> 1}, ramps.chroma);
+        _set_transition(&luma_stroke, {column, seam.b.width}, target.ramps.luma);
+        _set_transition(&chroma_stroke, {column >> 1, seam.b.width >> 1}, target.ramps.chroma);
     }
-    _add(luma, luma_stroke);
+    _add(&strokes->luma, luma_stroke);
     if (y % 2 == 0)
-        _add(chroma, chroma_stroke);
+        _add(&strokes->chroma, chroma_stroke);
 }
 
 }  // namespace
@@ -201,22 +216,23 @@ void _add_picture(Strokes* luma, Strokes* chroma, const Canvas& canvas, int32_t 
 void ozr::core::write_canvas(const Canvas& canvas, int32_t margin, PanoImg* out)
 {
     const kernels::Kernels* kernels = kernels::active();
-    const Ramps ramps = _ramps(margin);
-    Strokes luma = {nullptr, out->stride, out->width, 1, 0, {}};
-    Strokes chroma = {nullptr, out->stride, out->width / 2, 2, 0, {}};
+    const CanvasTarget target = {out, _ramps(margin)};
+    RowStrokes strokes = {
+        {nullptr, out->stride, out->width, 1, 0, {}}, {nullptr, out->stride, out->width / 2, 2, 0, {}}, 0};
     for (int32_t y = 0; y < out->height; ++y) {
-        luma.row = pano_row(out, y);
-        luma.count = 0;
-        chroma.row = pano_chroma_row(out, y / 2);
-        chroma.count = 0;
+        strokes.luma.row = pano_row(out, y);
+        strokes.luma.count = 0;
+        strokes.chroma.row = pano_chroma_row(out, y / 2);
+        strokes.chroma.count = 0;
+        strokes.y = y;
         Position at = {0, 0};
         for (int32_t i = 0; i < canvas.count; ++i) {
             if (i > 0)
                 at = {at.x + canvas.results[i].x, at.y + canvas.results[i].y};
-            _add_picture(&luma, &chroma, canvas, i, at, out, y, ramps);
+            _add_picture(&strokes, canvas, i, at, target);
         }
-        _write(luma, ramps.luma.step, kernels->blend.row);
+        _write(strokes.luma, target.ramps.luma.step, kernels->blend.row);
         if (y % 2 == 0)
-            _write(chroma, ramps.chroma.step, kernels->blend.pairs_row);
+            _write(strokes.chroma, target.ramps.chroma.step, kernels->blend.pairs_row);
     }
 }

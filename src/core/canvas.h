@@ -35,7 +35,7 @@ struct Canvas {
 
 // Finds the seam of every overlap, keeping off its edges by `margin` columns, and releases what the alignment kept of the
 // pictures. -4: two neighbours overlap outside their pictures; -8: memory is out; or as panorama_seam_find.
-int32_t find_seams(Canvas* canvas, int32_t margin);
+PanoResult find_seams(Canvas* canvas, int32_t margin);
 
 // Writes all pixels of `out`: the pictures, each from its seam onward, and 0 where there is none. `margin` decides on
 // the transitions.

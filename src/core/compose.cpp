@@ -40,10 +40,10 @@ void _lay_out(PanoramaCore* pi, Canvas* canvas)
     PanoLog(kTag, __LINE__, "Actual # of image in synthesis is %d. (ignored after)", pi->g_nCount);
 }
 
-int32_t _copy_picture(const PanoImg* picture, PanoImg* out, void** raw_block)
+PanoResult _copy_picture(const PanoImg* picture, PanoImg* out, void** raw_block)
 {
     if (raw_block == nullptr)
-        return PanoImg_Clone(picture, out);
+        return as_result(PanoImg_Clone(picture, out));
     PanoImgOwner copy;
     PANO_FORWARD(PanoImg_Clone(picture, copy.get()));
     const uint32_t size = static_cast<uint32_t>(copy->size);
@@ -51,11 +51,11 @@ int32_t _copy_picture(const PanoImg* picture, PanoImg* out, void** raw_block)
     if (*raw_block == nullptr)
         return kPanoNoMemory;
     PanoMemcpy(data, copy->data, size);
-    return PanoImg_CreateRef(out, data, copy->width, copy->height, copy->stride, copy->format);
+    return as_result(PanoImg_CreateRef(out, data, copy->width, copy->height, copy->stride, copy->format));
 }
 
 // A sweep of one picture is that picture.
-int32_t _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block)
+PanoResult _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block)
 {
     if (pi->g_nCount < 1) {
         PanoLog(kTag, __LINE__, "Exiting synthesis: pi->g_nCount(%d) < 1", pi->g_nCount);
@@ -66,17 +66,17 @@ int32_t _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoImg* 
         PanoLog(kTag, __LINE__, "saving pProject[0]");
     else
         PanoLog(kTag, __LINE__, "saving pProject[%d]", index);
-    const int32_t cloned = _copy_picture(&pi->frames[index], out, raw_block);
+    const PanoResult cloned = _copy_picture(&pi->frames[index], out, raw_block);
     PanoLog(kTag, __LINE__, "Exiting synthesis: pi->g_nCount(%d) == 1", pi->g_nCount);
     return cloned;
 }
 
 // An aligned block is what the caller of a whole sweep gets, so the pictures may be written straight into one. Every pixel
 // will be: nothing is cleared.
-int32_t _create_canvas(const PanoramaCore* pi, const Canvas& canvas, PanoImg* out, void** raw_block)
+PanoResult _create_canvas(const PanoramaCore* pi, const Canvas& canvas, PanoImg* out, void** raw_block)
 {
-    const int64_t band = pi->height + canvas.highest - canvas.lowest;
-    const int32_t width = static_cast<int32_t>((pi->width + canvas.shift_sum) & kSizeMask);
+    const int64_t band = pi->input.height + canvas.highest - canvas.lowest;
+    const int32_t width = static_cast<int32_t>((pi->input.width + canvas.shift_sum) & kSizeMask);
     const int32_t height = static_cast<int32_t>(band & kSizeMask);
     if (band < 0 || height == 0)
         return kPanoNotSupported;
@@ -86,7 +86,7 @@ int32_t _create_canvas(const PanoramaCore* pi, const Canvas& canvas, PanoImg* ou
 
 }  // namespace
 
-int32_t ozr::core::compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block)
+PanoResult ozr::core::compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block)
 {
     if (pi == nullptr)
         return kPanoNullArgument;
@@ -96,7 +96,8 @@ int32_t ozr::core::compose(PanoramaCore* pi, int32_t count, PanoImg* out, void**
         return kPanoBadArgument;
     pi->g_nCount = count;
     pi->overlaps = count - 1;
-    PanoLog(kTag, __LINE__, "start synthesis %d image(s), (size: %dx%d)", count, pi->width, pi->height);
+    PanoLog(kTag, __LINE__, "start synthesis %d image(s), (size: %dx%d)", count, pi->input.width,
+            pi->input.height);
     if (!_all_aligned(pi, count))
         return kPanoPictureMissing;
     if (count > 0)

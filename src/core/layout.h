@@ -39,7 +39,7 @@ inline int32_t take_pictures(const PanoramaCore& pi, Canvas* canvas)
         y += result.y;
         const int64_t highest = std::min(canvas->highest, y);
         const int64_t lowest = std::max(canvas->lowest, y);
-        if (pi.height + highest - lowest < pi.half_height)
+        if (pi.input.height + highest - lowest < pi.input.half_height)
             return i;
         canvas->shift_sum += result.x;
         canvas->score_sum += result.score;

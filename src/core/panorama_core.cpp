@@ -11,23 +11,37 @@
 using namespace ozr;
 using namespace ozr::core;
 
-#if UINTPTR_MAX == UINT32_MAX
-static_assert(sizeof(AlignItem) == 20 && sizeof(ProjectionInfo) == 20, "five 32-bit words");
-static_assert(offsetof(PanoramaCore, frames) == 32 && offsetof(PanoramaCore, align) == 312 &&
-                  offsetof(PanoramaCore, offsets) == 512 && offsetof(PanoramaCore, added) == 632 &&
-                  offsetof(PanoramaCore, proj) == 652 && offsetof(PanoramaCore, width) == 672 &&
-                  offsetof(PanoramaCore, cancel) == 728,
-              "fields stand in interface order without gaps but those after bytes");
-#endif
+#define OZR_IS_AT(field, bytes32, bytes64)                                                                   \
+    (offsetof(PanoramaCore, field) == (sizeof(void*) == 4 ? (bytes32) : (bytes64)))
+static_assert(OZR_IS_AT(initialised, 4, 4) && OZR_IS_AT(overlap, 8, 8) && OZR_IS_AT(search, 12, 12) &&
+                  OZR_IS_AT(forward, 28, 28) && OZR_IS_AT(frames, 32, 32) && OZR_IS_AT(align, 312, 352) &&
+                  OZR_IS_AT(offsets, 512, 672) && OZR_IS_AT(added, 632, 792) &&
+                  OZR_IS_AT(aligned, 642, 802) && OZR_IS_AT(proj, 652, 816) && OZR_IS_AT(input, 672, 856) &&
+                  OZR_IS_AT(g_nCount, 692, 876) && OZR_IS_AT(overlaps, 696, 880) &&
+                  OZR_IS_AT(pyramid, 700, 884) && OZR_IS_AT(margin, 724, 908) &&
+                  OZR_IS_AT(cancel, 728, 912) && OZR_IS_AT(factors, 732, 920),
+              "fields are in interface order without gaps but those of alignment");
+#undef OZR_IS_AT
+static_assert(sizeof(AlignItem) == (sizeof(void*) == 4 ? 20 : 32) &&
+                  sizeof(ProjectionInfo) == (sizeof(void*) == 4 ? 20 : 40),
+              "a record has three words and two pointers, the other five pointers");
+static_assert(offsetof(SearchRange, x_max) == 4 && offsetof(SearchRange, y_min) == 8 &&
+                  offsetof(SearchRange, y_max) == 12,
+              "four 32-bit words");
+static_assert(offsetof(PictureGeometry, half_width) == 4 && offsetof(PictureGeometry, height) == 8 &&
+                  offsetof(PictureGeometry, half_height) == 12 && offsetof(PictureGeometry, stride) == 16,
+              "five 32-bit words");
+static_assert(offsetof(PyramidShape, half) == 4 && offsetof(PyramidShape, built_levels) == 8 &&
+                  offsetof(PyramidShape, work_width) == 12 && offsetof(PyramidShape, work_height) == 16 &&
+                  offsetof(PyramidShape, ncc_shift) == 20,
+              "six 32-bit words");
 static_assert(sizeof(AlignResult) == 12, "three 32-bit words");
 
 namespace
 {
 
-constexpr int32_t kDefaultOverlap = 70;  // percent
 constexpr uint32_t kMaxOverlap = 100;
 constexpr uint8_t kForwardUnknown = 0xFF;
-constexpr int32_t kIdOverlap = 0;
 
 constexpr double kMarginShare = 0.025;  // of the width
 // The sweep may have moved up to 30 % of a width further than expected, but only 10 % less.
@@ -57,30 +71,26 @@ void _release_pictures(PanoramaCore* pi)
 void _store_size(PanoramaCore* pi, int32_t width, int32_t height, int32_t stride)
 {
     pi->g_nCount = 0;
-    pi->width = width;
-    pi->half_width = width >> 1;
-    pi->height = height;
-    pi->half_height = height >> 1;
-    pi->stride = stride;
+    pi->input = {width, width >> 1, height, height >> 1, stride};
     pi->margin = static_cast<int32_t>(width * kMarginShare);
 }
 
 void _set_pyramid_depth(PanoramaCore* pi)
 {
-    Wrap32 width = pi->half_width;
-    Wrap32 height = pi->half_height;
-    pi->levels = 0;
-    pi->half = 0;
-    pi->pyramid_levels = 1;
+    Wrap32 width = pi->input.half_width;
+    Wrap32 height = pi->input.half_height;
+    pi->pyramid.levels = 0;
+    pi->pyramid.half = 0;
+    pi->pyramid.built_levels = 1;
     if (!(width * height * pi->overlap > kTopLevelBudget))
         return;
     do {
         width = width >> 1;
         height = height >> 1;
-        ++pi->levels;
-    } while (width * height * pi->overlap > kTopLevelBudget && pi->levels < kMostHalvings);
-    pi->half = 1;
-    pi->pyramid_levels = pi->levels;
+        ++pi->pyramid.levels;
+    } while (width * height * pi->overlap > kTopLevelBudget && pi->pyramid.levels < kMostHalvings);
+    pi->pyramid.half = 1;
+    pi->pyramid.built_levels = pi->pyramid.levels;
 }
 
 int32_t _bit_count(int32_t value)
@@ -93,20 +103,19 @@ int32_t _bit_count(int32_t value)
 
 void _set_work_size(PanoramaCore* pi)
 {
-    pi->work_width = pi->width >> pi->half;
-    pi->work_height = pi->height >> pi->half;
-    const Wrap32 pixels = Wrap32(pi->work_width) * pi->work_height;
-    pi->ncc_shift = std::max(_bit_count(pixels.value) - kUnshiftedBits, 0);
+    pi->pyramid.work_width = pi->input.width >> pi->pyramid.half;
+    pi->pyramid.work_height = pi->input.height >> pi->pyramid.half;
+    const Wrap32 pixels = Wrap32(pi->pyramid.work_width) * pi->pyramid.work_height;
+    pi->pyramid.ncc_shift = std::max(_bit_count(pixels.value) - kUnshiftedBits, 0);
 }
 
 void _set_search_range(PanoramaCore* pi)
 {
-    const float width = static_cast<float>(pi->width);
-    const float height = static_cast<float>(pi->height);
-    pi->search_x_min = static_cast<int32_t>(-width * kSearchBehind);
-    pi->search_x_max = static_cast<int32_t>(width * kSearchAhead);
-    pi->search_y_min = static_cast<int32_t>(-height * kSearchAcross);
-    pi->search_y_max = static_cast<int32_t>(height * kSearchAcross);
+    const float width = static_cast<float>(pi->input.width);
+    const float height = static_cast<float>(pi->input.height);
+    pi->search = {static_cast<int32_t>(-width * kSearchBehind), static_cast<int32_t>(width * kSearchAhead),
+                  static_cast<int32_t>(-height * kSearchAcross),
+                  static_cast<int32_t>(height * kSearchAcross)};
 }
 
 }  // namespace
@@ -115,10 +124,10 @@ void _set_search_range(PanoramaCore* pi)
 // tables are empty and the first picture is refused.)
 bool ozr::core::is_usable(const PanoramaCore* pi)
 {
-    if (pi->height <= 0 || pi->width <= 0 || pi->stride < 1)
+    if (pi->input.height <= 0 || pi->input.width <= 0 || pi->input.stride < 1)
         return false;
     const int32_t projected = projected_width(pi);
-    const int64_t half_size = int64_t{pi->half_width} * pi->half_height;
+    const int64_t half_size = int64_t{pi->input.half_width} * pi->input.half_height;
     return (projected == 0 || projected >= 32) && product_fits_32_bits(half_size, pi->overlap) &&
            projection_fits(pi);
 }
@@ -146,7 +155,7 @@ int32_t panorama_core_create(PanoramaCore** out)
     if (core == nullptr)
         return kPanoNoMemory;
     core->initialised = 0;
-    core->overlap = kDefaultOverlap;
+    core->overlap = kDefaultOverlapPercent;
     core->forward = kForwardUnknown;
     *out = core;
     return kPanoSuccess;
@@ -167,9 +176,9 @@ int32_t panorama_core_set_param(PanoramaCore* core, int32_t id, uint32_t value)
 {
     if (core == nullptr)
         return kPanoNullArgument;
-    if (id != kIdOverlap)
+    if (id != kCoreParamOverlap)
         return kPanoNotSupported;
-    core->overlap = value > kMaxOverlap ? kDefaultOverlap : static_cast<int32_t>(value);
+    core->overlap = value > kMaxOverlap ? kDefaultOverlapPercent : static_cast<int32_t>(value);
     return kPanoSuccess;
 }
 
@@ -177,7 +186,7 @@ int32_t panorama_core_get_param(PanoramaCore* core, int32_t id)
 {
     if (core == nullptr)
         return kPanoNullArgument;
-    return id == kIdOverlap ? core->overlap : static_cast<int32_t>(kPanoBadArgument);
+    return id == kCoreParamOverlap ? core->overlap : kPanoBadArgument;
 }
 
 void panorama_core_request_cancel_async(PanoramaCore* core)

@@ -13,20 +13,27 @@
 #include <stdint.h>
 
 #include "base/limits.h"
+#include "base/shared_word.h"
+#include "image/pano_result.h"
 #include "image/panorama_img.h"
+#include "kernels/projection_block.h"
 #include "ozr_types.h"
+
+// Parameter numbers of the core.
+enum PanoCoreParam : int32_t {
+    kCoreParamOverlap = 0,  // percent
+};
 
 // What the alignment of one picture needs.
 struct AlignItem {
     int32_t pyramid_levels;  // entries of the two arrays
     PanoImg* pyramid;        // grey; level 0 first, each level half the size of the one before; owned
     uint32_t** integrals;    // one integral image per level, width x height sums; owned
-    int32_t expected_x;
-    int32_t expected_y;
+    ozr_point expected;      // position of this picture in the one on its left, where the search begins
 };
 
 // Position of the later picture of a pair relative to the earlier one, full-size pixels, and the correlation there:
-// sign(r) * r^2 in Q3.28, or -1 when no search could be made.
+// sign(r) * r^2 in Q3.28, or kNoSearchScore when no search could be made.
 struct AlignResult {
     int32_t x;
     int32_t y;
@@ -47,14 +54,37 @@ struct ProjectionFactors {
     uint8_t* rows;     // W8 x height
 };
 
+// The positions to search, relative to the expected one: full-size pixels, ends exclusive.
+struct SearchRange {
+    int32_t x_min;
+    int32_t x_max;
+    int32_t y_min;
+    int32_t y_max;
+};
+
+// The pictures to be added.
+struct PictureGeometry {
+    int32_t width;
+    int32_t half_width;
+    int32_t height;
+    int32_t half_height;
+    int32_t stride;
+};
+
+struct PyramidShape {
+    int32_t levels;        // halvings from full size to the top of the pyramid
+    int32_t half;          // 1 when level 0 is the half-size picture
+    int32_t built_levels;  // of each picture
+    int32_t work_width;    // size of level 0
+    int32_t work_height;
+    int32_t ncc_shift;  // right shift of partial correlation sums at level 0
+};
+
 struct PanoramaCore {
     int32_t mean_score;  // of the pictures composed
     uint8_t initialised;
-    int32_t overlap;       // percent
-    int32_t search_x_min;  // search range around the expected position, full-size pixels, end exclusive
-    int32_t search_x_max;
-    int32_t search_y_min;
-    int32_t search_y_max;
+    int32_t overlap;  // percent
+    SearchRange search;
     uint8_t forward;                // 1: each picture lies to the right of the one before; 0xFF before init
     PanoImg frames[kMaxPictures];   // projected pictures, semi-planar
     AlignItem align[kMaxPictures];  // of the newest picture only, once its pair is aligned
@@ -62,21 +92,12 @@ struct PanoramaCore {
     uint8_t added[kMaxPictures];        // projected, pyramid built
     uint8_t aligned[kMaxPictures];
     ProjectionInfo proj;
-    int32_t width;  // of the pictures to be added
-    int32_t half_width;
-    int32_t height;
-    int32_t half_height;
-    int32_t stride;
-    int32_t g_nCount;        // pictures in the composition
-    int32_t overlaps;        // g_nCount - 1
-    int32_t levels;          // halvings from full size to the top of the pyramid
-    int32_t half;            // 1 when pyramid level 0 is the half-size picture
-    int32_t pyramid_levels;  // levels built for each picture
-    int32_t work_width;      // size of pyramid level 0
-    int32_t work_height;
-    int32_t ncc_shift;        // right shift of partial correlation sums at level 0
-    int32_t margin;           // columns left out at each side of an overlap, full-size pixels
-    volatile int32_t cancel;  // set from another thread; a plain word, polled
+    PictureGeometry input;
+    int32_t g_nCount;  // pictures in the composition
+    int32_t overlaps;  // g_nCount - 1
+    PyramidShape pyramid;
+    int32_t margin;                   // columns left out at each side of an overlap, full-size pixels
+    ozr::SharedWord<int32_t> cancel;  // set from another thread, polled
     // From here on not part of the interface.
     ProjectionFactors factors;
 };
@@ -124,10 +145,10 @@ constexpr int32_t kScoreOne = 1 << 28;  // r = 1
 constexpr int32_t kNoSearchScore = -1;
 
 // As panorama_core_add_input, but the picture is only read and stays its owner's.
-int32_t add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y);
+PanoResult add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y);
 
 // As panorama_core_panorama; with a `raw_block` the pixels lie in an aligned block, for PanoImg_DestroyAligned.
-int32_t compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block);
+PanoResult compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block);
 
 // Frees what a record owns and clears it; null is no fault.
 void _panoFreeAlignmentItem(AlignItem* item);
@@ -137,8 +158,8 @@ void free_factors(ProjectionFactors* factors);
 // Whether the stored geometry is one that can be projected without a division by zero or an overflow.
 bool is_usable(const PanoramaCore* pi);
 
-// Builds the tables for pictures of pi->width x pi->height at pi->stride. -7: memory is out.
-int32_t build_projection(PanoramaCore* pi);
+// Builds the tables for pictures of pi->input.width x pi->input.height at pi->input.stride. -7: memory is out.
+PanoResult build_projection(PanoramaCore* pi);
 
 // Whether every product on the way to the tables fits 32 bits.
 bool projection_fits(const PanoramaCore* pi);
@@ -149,7 +170,7 @@ void project(const PanoramaCore* pi, PanoImg* dst, const PanoImg* src);
 // Width of the projected pictures: whole blocks of 8 pixels.
 inline int32_t projected_width(const PanoramaCore* pi)
 {
-    return pi->width - pi->width % 8;
+    return pi->input.width - pi->input.width % kernels::kBlock;
 }
 
 }  // namespace ozr::core

@@ -10,7 +10,7 @@ using namespace ozr::core;
 static_assert(sizeof(SeamRegion) == 20, "five 32-bit words");
 #endif
 
-int32_t ozr::core::check_regions(const SeamRegion* a, const SeamRegion* b)
+PanoResult ozr::core::check_regions(const SeamRegion* a, const SeamRegion* b)
 {
     if (a->img == nullptr || b->img == nullptr || a->width != b->width || a->height != b->height)
         return kPanoBadArgument;

@@ -4,6 +4,7 @@
 
 #include <stdint.h>
 
+#include "image/pano_result.h"
 #include "image/panorama_img.h"
 #include "ozr_types.h"
 
@@ -38,7 +39,7 @@ namespace ozr::core
 constexpr uint8_t kSeamBarred = 255;  // mask value that keeps a seam away
 
 // What panorama_seam_find returns for regions that it cannot work on, else 0. Neither pointer is null.
-int32_t check_regions(const SeamRegion* a, const SeamRegion* b);
+PanoResult check_regions(const SeamRegion* a, const SeamRegion* b);
 
 inline const uint8_t* region_row(const SeamRegion* region, int32_t y)
 {

@@ -6,16 +6,17 @@
 #include "base/prefetch.h"
 #include "core/panorama_core.h"
 #include "kernels/kernels.h"
+#include "kernels/projection_block.h"
 
 using namespace ozr;
+using kernels::kBlock;
+using kernels::kBlockWeights;
 
 namespace
 {
 
-constexpr int32_t kBlock = 8;           // output pixels of a block
-constexpr int32_t kBlockWeights = 128;  // 16 source pixels of each
-constexpr int32_t kRowsAhead = 6;       // of the source, from the first that a row reads
-constexpr int32_t kBlocksApart = 4;     // half a cache line, lest a curve miss one
+constexpr int32_t kRowsAhead = 6;    // of the source, from the first that a row reads
+constexpr int32_t kBlocksApart = 4;  // half a cache line, lest a curve miss one
 constexpr int32_t kPairsApart = kBlocksApart * kBlock / 2;
 
 kernels::ProjectionRow _tables_of_row(const PanoramaCore* pi, int32_t y, int32_t blocks)

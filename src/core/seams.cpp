@@ -52,7 +52,7 @@ void _trace(Seam* seam, const Seam* before, int32_t margin, const SeamTools& too
     paths.trace(seam->columns.get());
 }
 
-int32_t _find_seam(Canvas* canvas, int32_t i, int32_t margin, const SeamTools& tools)
+PanoResult _find_seam(Canvas* canvas, int32_t i, int32_t margin, const SeamTools& tools)
 {
     Seam* seam = &canvas->seams[i];
     if (!place_regions(*canvas, i, seam))
@@ -60,7 +60,7 @@ int32_t _find_seam(Canvas* canvas, int32_t i, int32_t margin, const SeamTools& t
     seam->columns = make_buffer<int32_t>(std::max(seam->a.height, 1));
     if (!seam->columns || !tools.mask)
         return kPanoNoMemory;
-    const int32_t found = check_regions(&seam->a, &seam->b);
+    const PanoResult found = check_regions(&seam->a, &seam->b);
     if (found == kPanoSuccess && tools.workspace)
         _trace(seam, i > 1 ? &canvas->seams[i - 1] : nullptr, margin, tools);
     _panoFreeAlignmentItem(canvas->items[i - 1]);
@@ -69,7 +69,7 @@ int32_t _find_seam(Canvas* canvas, int32_t i, int32_t margin, const SeamTools& t
 
 }  // namespace
 
-int32_t ozr::core::find_seams(Canvas* canvas, int32_t margin)
+PanoResult ozr::core::find_seams(Canvas* canvas, int32_t margin)
 {
     const SeamTools tools = _make_tools(*canvas);
     for (int32_t i = 1; i < canvas->count; ++i)

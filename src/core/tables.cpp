@@ -284,23 +284,23 @@ bool ozr::core::projection_fits(const PanoramaCore* pi)
 {
     const int64_t width = projected_width(pi);
     const int64_t scale = int64_t{kPixel} * (width >> 5) * 345 / 10;
-    const int64_t farthest = std::max<int64_t>(width, pi->height) / 2 - 1;
-    const int64_t last_offset = int64_t{pi->height} * pi->stride - pi->stride + width;
+    const int64_t farthest = std::max<int64_t>(width, pi->input.height) / 2 - 1;
+    const int64_t last_offset = int64_t{pi->input.height} * pi->input.stride - pi->input.stride + width;
     return product_fits_32_bits(farthest, scale) && fits_32_bits(last_offset);
 }
 
-int32_t ozr::core::build_projection(PanoramaCore* pi)
+PanoResult ozr::core::build_projection(PanoramaCore* pi)
 {
     const int32_t width = projected_width(pi);
     Builder builder = {};
     builder.width = width;
-    builder.height = pi->height;
+    builder.height = pi->input.height;
     builder.half_width = width >> 1;
-    builder.half_height = pi->height >> 1;
-    builder.stride = pi->stride;
+    builder.half_height = pi->input.height >> 1;
+    builder.stride = pi->input.stride;
     builder.scale = _scale(width);
     Tables tables;
-    if (!tables.allocate(width, pi->height) || !builder.allocate() || !_fill_tables(tables, builder)) {
+    if (!tables.allocate(width, pi->input.height) || !builder.allocate() || !_fill_tables(tables, builder)) {
         free_projection(&pi->proj);
         return kPanoTablesNoMemory;
     }

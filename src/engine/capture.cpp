@@ -15,8 +15,6 @@ namespace
 {
 
 constexpr float kSmallSide = 320.0F;  // longer side of the scaled preview
-constexpr float kTolerance = 0.02F;
-constexpr float kStrictTolerance = 0.05F;
 
 bool _is_open(const PanoramaInternal* pe)
 {
@@ -27,13 +25,13 @@ void _set_small_size(PanoramaInternal* pe, int32_t width, int32_t height)
 {
     const float scale = kSmallSide / static_cast<float>(width > height ? width : height);
     pe->inv_scale = 1.0F / scale;
-    pe->small_width = static_cast<int32_t>(scale * static_cast<float>(width));
-    pe->small_height = static_cast<int32_t>(scale * static_cast<float>(height));
+    pe->small.width = static_cast<int32_t>(scale * static_cast<float>(width));
+    pe->small.height = static_cast<int32_t>(scale * static_cast<float>(height));
 }
 
-int32_t _allocate_previews(PanoramaInternal* pe)
+PanoResult _allocate_previews(PanoramaInternal* pe)
 {
-    const uint32_t pixels = static_cast<uint32_t>(pe->small_width * pe->small_height);
+    const uint32_t pixels = static_cast<uint32_t>(pe->small.width * pe->small.height);
     // Left over from a start that failed after it had allocated them.
     ozr_free(pe->preview_prev);
     ozr_free(pe->preview_cur);
@@ -43,20 +41,20 @@ int32_t _allocate_previews(PanoramaInternal* pe)
 }
 
 // Writes the state of a slot that exists.
-void _mark(PanoramaInternal* pe, int32_t index, int32_t state)
+void _mark(PanoramaInternal* pe, int32_t index, PanoSlotState state)
 {
     if (index >= 0 && index < kMaxPictures)
         pe->image_state[index] = state;
 }
 
-int32_t _fail(PanoramaInternal* pe, int32_t index, int32_t result)
+PanoResult _fail(PanoramaInternal* pe, int32_t index, PanoResult result)
 {
     _mark(pe, index, result == kPanoCancelled ? kSlotCancelled : kSlotFailed);
     return result;
 }
 
 // Keeps a copy of a picture in the engine.
-int32_t _panorama_engine_Addframe(PanoramaInternal* pe, const PanoImg* picture, int32_t index)
+PanoResult _panorama_engine_Addframe(PanoramaInternal* pe, const PanoImg* picture, int32_t index)
 {
     if (pe == nullptr || picture == nullptr || index < 0 || index >= kMaxPictures)
         return kPanoBadArgument;
@@ -72,20 +70,20 @@ int32_t _panorama_engine_Addframe(PanoramaInternal* pe, const PanoImg* picture, 
 }
 
 // An offset measured at the reference size, in pixels of the picture.
-int32_t _scale_offset(const PanoramaInternal* pe, const PanoImg* picture, ozr_point* offset)
+PanoResult _scale_offset(const PanoramaInternal* pe, const PanoImg* picture, ozr_point* offset)
 {
-    if (picture->width == pe->ref_width)
+    if (picture->width == pe->reference.width)
         return kPanoSuccess;
     const int64_t x = int64_t{offset->x} * picture->width;
     const int64_t y = int64_t{offset->y} * picture->height;
-    if (pe->ref_width < 1 || pe->ref_height < 1 || !fits_32_bits(x) || !fits_32_bits(y))
+    if (pe->reference.width < 1 || pe->reference.height < 1 || !fits_32_bits(x) || !fits_32_bits(y))
         return kPanoBadArgument;
-    *offset = {static_cast<int32_t>(x) / pe->ref_width, static_cast<int32_t>(y) / pe->ref_height};
+    *offset = {static_cast<int32_t>(x) / pe->reference.width, static_cast<int32_t>(y) / pe->reference.height};
     return kPanoSuccess;
 }
 
 // Vertical sweeps are stitched as horizontal ones: the picture and its offset make a quarter turn clockwise.
-int32_t _turn(PanoImg* turned, const PanoImg* picture, ozr_point* offset)
+PanoResult _turn(PanoImg* turned, const PanoImg* picture, ozr_point* offset)
 {
     if (offset->y == INT32_MIN)
         return kPanoBadArgument;
@@ -97,7 +95,7 @@ int32_t _turn(PanoImg* turned, const PanoImg* picture, ozr_point* offset)
 
 // The core only reads a picture, so it gets the caller's own; a record that owns less than its geometry says is filled
 // up with zeros in a copy.
-int32_t _add_straight(PanoramaInternal* pe, const PanoImg* picture, int32_t index, ozr_point offset)
+PanoResult _add_straight(PanoramaInternal* pe, const PanoImg* picture, int32_t index, ozr_point offset)
 {
     if (picture->data == nullptr || picture->size < 0)
         return kPanoBadArgument;
@@ -108,11 +106,11 @@ int32_t _add_straight(PanoramaInternal* pe, const PanoImg* picture, int32_t inde
         return core::add_lent(pe->core, &lent, index, offset.x, offset.y);
     PanoImgOwner copy;
     PANO_FORWARD(PanoImg_Clone(picture, copy.get()));
-    return panorama_core_add_input(pe->core, copy.get(), index, offset.x, offset.y);
+    return as_result(panorama_core_add_input(pe->core, copy.get(), index, offset.x, offset.y));
 }
 
 // Hands a picture to the core, in the position that the core works in.
-int32_t _panorama_engine_AddImgIncr(PanoramaInternal* pe, const PanoImg* picture, int32_t index)
+PanoResult _panorama_engine_AddImgIncr(PanoramaInternal* pe, const PanoImg* picture, int32_t index)
 {
     if (pe == nullptr || picture == nullptr || index < 0 || index >= kMaxPictures)
         return kPanoBadArgument;
@@ -123,28 +121,27 @@ int32_t _panorama_engine_AddImgIncr(PanoramaInternal* pe, const PanoImg* picture
     if (is_vertical(pe->direction)) {
         PanoImgOwner turned;
         PANO_FORWARD(_turn(turned.get(), picture, &offset));
-        return panorama_core_add_input(pe->core, turned.get(), index, offset.x, offset.y);
+        return as_result(panorama_core_add_input(pe->core, turned.get(), index, offset.x, offset.y));
     }
     if (pe->direction == kDirectionRight || pe->direction == kDirectionLeft)
         return _add_straight(pe, picture, index, offset);
     return _panorama_engine_Addframe(pe, picture, index);
 }
 
-// Sets the core up for pictures of this geometry. Its result is left to the first picture handed over, which the core
-// refuses when it could not be set up.
-void _set_up_core(PanoramaInternal* pe, const PanoImg* picture)
+// Sets the core up for pictures of this geometry.
+PanoResult _set_up_core(PanoramaInternal* pe, const PanoImg* picture)
 {
     const int32_t forward = pe->direction == kDirectionRight || pe->direction == kDirectionUp ? 1 : 0;
-    if (pe->direction == kDirectionRight || pe->direction == kDirectionLeft)
-        panorama_core_init(pe->core, forward, picture->width, picture->height, picture->stride);
-    else
-        panorama_core_init(pe->core, forward, picture->height, picture->width, picture->height);
+    const bool turns = pe->direction != kDirectionRight && pe->direction != kDirectionLeft;
+    return as_result(
+        turns ? panorama_core_init(pe->core, forward, picture->height, picture->width, picture->height)
+              : panorama_core_init(pe->core, forward, picture->width, picture->height, picture->stride));
 }
 
 // The second picture of a sweep brings the first one into the core.
-int32_t _hand_over_first(PanoramaInternal* pe)
+PanoResult _hand_over_first(PanoramaInternal* pe)
 {
-    const int32_t handed_over = _panorama_engine_AddImgIncr(pe, &pe->frames[0], 0);
+    const PanoResult handed_over = _panorama_engine_AddImgIncr(pe, &pe->frames[0], 0);
     PanoImg_Destroy(&pe->frames[0]);
     pe->frame_present[0] = 0;
     return handed_over;
@@ -161,12 +158,11 @@ int32_t panorama_engine_start_capture(PanoramaInternal* pe, const PanoImg* first
     if (!can_measure(first))
         return kPanoBadArgument;
     pe->direction = kDirectionUndecided;
-    pe->offset_x = 0;
-    pe->offset_y = 0;
+    pe->motion = {0, 0};
     pe->tolerance = pe->strict_mode != 0 ? kStrictTolerance : kTolerance;
     set_reference(pe, first->width, first->height);
     _set_small_size(pe, first->width, first->height);
-    if (pe->small_width < 1 || pe->small_height < 1)
+    if (pe->small.width < 1 || pe->small.height < 1)
         return kPanoBadArgument;
     PANO_FORWARD(_allocate_previews(pe));
     PANO_FORWARD(scale_preview(pe, pe->preview_prev, first));
@@ -182,8 +178,10 @@ int32_t panorama_engine_prepare_stitch(PanoramaInternal* pe)
         return kPanoWrongState;
     if (pe->count >= pe->max_images)
         return kPanoTooManyPictures;
-    pe->image_state[pe->count] = kSlotReserved;
-    return pe->count++;
+    const int32_t index = pe->count;
+    pe->image_state[index] = kSlotReserved;
+    pe->count = index + 1;
+    return index;
 }
 
 int32_t panorama_engine_set_image(PanoramaInternal* pe, const PanoImg* picture, int32_t index,
@@ -200,9 +198,9 @@ int32_t panorama_engine_set_image(PanoramaInternal* pe, const PanoImg* picture, 
     pe->image_state[index] = kSlotAdding;
     pe->offsets[index] = *offset;
     const int32_t count = pe->count;  // read now: once the slot leaves its state, a reset may follow
-    int32_t result = kPanoSuccess;
+    PanoResult result = kPanoSuccess;
     if (index == 1) {
-        _set_up_core(pe, picture);
+        ignore(_set_up_core(pe, picture));  // a core that could not be set up refuses the first picture
         if (pe->frame_present[0] == 0)
             return kPanoPictureBusy;  // kept: the slot stays as it is, so the engine is not ready until it is renewed
         result = _hand_over_first(pe);

@@ -28,7 +28,7 @@ int32_t _share(int32_t size, float fraction)
 void _rebase(PanoramaInternal* pe, const PanoImg* frame)
 {
     set_reference(pe, frame->width, frame->height);
-    pe->inv_scale = 1.0F / (static_cast<float>(pe->small_width) / static_cast<float>(frame->width));
+    pe->inv_scale = 1.0F / (static_cast<float>(pe->small.width) / static_cast<float>(frame->width));
 }
 
 // A motion in scaled pixels, truncated to pixels of the reference size and added. Without an end to the sweep the sum
@@ -44,16 +44,16 @@ void _accumulate_motion(PanoramaInternal* pe)
 {
     int32_t shift_x = 0;
     int32_t shift_y = 0;
-    MotionEstimate(pe->preview_prev, pe->preview_cur, pe->small_width, pe->small_height, &shift_x, &shift_y);
-    _advance(&pe->offset_x, -shift_x, pe->inv_scale);
-    _advance(&pe->offset_y, -shift_y, pe->inv_scale);
+    MotionEstimate(pe->preview_prev, pe->preview_cur, pe->small.width, pe->small.height, &shift_x, &shift_y);
+    _advance(&pe->motion.x, -shift_x, pe->inv_scale);
+    _advance(&pe->motion.y, -shift_y, pe->inv_scale);
 }
 
 // A direction from the motion so far; undecided while it is short. Ties go to the horizontal directions.
-int32_t _direction_of(const PanoramaInternal* pe)
+PanoDirection _direction_of(const PanoramaInternal* pe)
 {
-    const int64_t x = pe->offset_x;
-    const int64_t y = pe->offset_y;
+    const int64_t x = pe->motion.x;
+    const int64_t y = pe->motion.y;
     if (x * x + y * y <= pe->direction_threshold)
         return kDirectionUndecided;
     if (std::abs(x) >= std::abs(y))
@@ -61,7 +61,7 @@ int32_t _direction_of(const PanoramaInternal* pe)
     return y > 0 ? kDirectionDown : kDirectionUp;
 }
 
-void _log_direction(int32_t direction)
+void _log_direction(PanoDirection direction)
 {
     static constexpr const char* kNames[] = {"", "PANO_DIR_RIGHT", "PANO_DIR_LEFT", "PANO_DIR_DOWN",
                                              "PANO_DIR_UP"};
@@ -81,11 +81,11 @@ Progress _progress(const PanoramaInternal* pe)
 {
     const bool vertical = is_vertical(pe->direction);
     const bool backward = pe->direction == kDirectionLeft || pe->direction == kDirectionUp;
-    const int64_t along = vertical ? pe->offset_y : pe->offset_x;
-    const int64_t across = vertical ? pe->offset_x : pe->offset_y;
-    return {backward ? -along : along, vertical ? pe->target_y : pe->target_x,
-            vertical ? pe->tolerance_y : pe->tolerance_x, std::abs(across),
-            vertical ? pe->tolerance_x : pe->tolerance_y};
+    const int64_t along = vertical ? pe->motion.y : pe->motion.x;
+    const int64_t across = vertical ? pe->motion.x : pe->motion.y;
+    return {backward ? -along : along, vertical ? pe->target.y : pe->target.x,
+            vertical ? pe->target_tolerance.y : pe->target_tolerance.x, std::abs(across),
+            vertical ? pe->target_tolerance.x : pe->target_tolerance.y};
 }
 
 // Normal mode: as soon as the target less the tolerance is covered. Strict mode: only inside the band around the
@@ -111,26 +111,23 @@ bool ozr::engine::can_measure(const PanoImg* frame)
 
 void ozr::engine::set_reference(PanoramaInternal* pe, int32_t width, int32_t height)
 {
-    pe->ref_width = width;
-    pe->ref_height = height;
+    pe->reference = {width, height};
     pe->direction_threshold = (width + height) * (width + height) / kThresholdDivisor;
-    pe->target_x = _share(width, 1.0F - pe->overlap);
-    pe->target_y = _share(height, 1.0F - pe->overlap);
-    pe->tolerance_x = _share(width, pe->tolerance);
-    pe->tolerance_y = _share(height, pe->tolerance);
+    pe->target = {_share(width, 1.0F - pe->overlap), _share(height, 1.0F - pe->overlap)};
+    pe->target_tolerance = {_share(width, pe->tolerance), _share(height, pe->tolerance)};
 }
 
-int32_t ozr::engine::scale_preview(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame)
+PanoResult ozr::engine::scale_preview(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame)
 {
     PanoImg scaled = {};
     PANO_FORWARD(
-        PanoImg_CreateRef(&scaled, small, pe->small_width, pe->small_height, pe->small_width, kPanoGray));
+        PanoImg_CreateRef(&scaled, small, pe->small.width, pe->small.height, pe->small.width, kPanoGray));
     switch (frame->format) {
     case kPanoGray:
     case kPanoNv12:
-        return PanoImg_ResizeGray(&scaled, frame);
+        return as_result(PanoImg_ResizeGray(&scaled, frame));
     case kPanoYuyv:
-        return PanoImg_ResizeGrayYUYV(&scaled, frame);
+        return as_result(PanoImg_ResizeGrayYUYV(&scaled, frame));
     default:
         return kPanoNotSupported;
     }
@@ -146,22 +143,22 @@ int32_t panorama_engine_process_frame(PanoramaInternal* pe, const PanoImg* frame
         pe->status = kStatusStopped;  // the sweep is full
         return 0;
     }
-    if (frame->width != pe->ref_width && !can_measure(frame))
+    if (frame->width != pe->reference.width && !can_measure(frame))
         return kPanoBadArgument;
     if (pe->preview_cur == nullptr) {
-        const int64_t pixels = int64_t{pe->small_width} * pe->small_height;
+        const int64_t pixels = int64_t{pe->small.width} * pe->small.height;
         pe->preview_cur = static_cast<uint8_t*>(ozr_calloc(static_cast<uint32_t>(pixels), 1));
         if (pe->preview_cur == nullptr)
             return kPanoNoMemory;
     }
     PANO_FORWARD(scale_preview(pe, pe->preview_cur, frame));
-    if (frame->width == pe->ref_width)
+    if (frame->width == pe->reference.width)
         _accumulate_motion(pe);
     else
         _rebase(pe, frame);
     std::swap(pe->preview_prev, pe->preview_cur);
     if (pe->direction == kDirectionUndecided) {
-        const int32_t direction = _direction_of(pe);
+        const PanoDirection direction = _direction_of(pe);
         if (direction == kDirectionUndecided)
             return 0;
         pe->direction = direction;

@@ -8,31 +8,36 @@
 #include "image/panorama_util.h"
 #include "ozr_memory.h"
 
+using namespace ozr;
 using namespace ozr::engine;
 
-#if UINTPTR_MAX == UINT32_MAX
-static_assert(offsetof(PanoramaInternal, direction) == 28 && offsetof(PanoramaInternal, status) == 40 &&
-                  offsetof(PanoramaInternal, frames) == 52 && offsetof(PanoramaInternal, offsets) == 332 &&
-                  offsetof(PanoramaInternal, frame_present) == 412 &&
-                  offsetof(PanoramaInternal, image_state) == 424 &&
-                  offsetof(PanoramaInternal, preview_prev) == 464 &&
-                  offsetof(PanoramaInternal, overlap) == 476 &&
-                  offsetof(PanoramaInternal, strict_mode) == 484 &&
-                  offsetof(PanoramaInternal, ref_width) == 488 &&
-                  offsetof(PanoramaInternal, tolerance_y) == 524 &&
-                  offsetof(PanoramaInternal, cancel_requested) == 528 &&
-                  offsetof(PanoramaInternal, out_raw) == 532 && sizeof(PanoramaInternal) == 536,
-              "fields stand in interface order without gaps but those after bytes");
-#endif
+#define OZR_IS_AT(field, bytes32, bytes64)                                                                   \
+    (offsetof(PanoramaInternal, field) == (sizeof(void*) == 4 ? (bytes32) : (bytes64)))
+static_assert(OZR_IS_AT(direction, 28, 32) && OZR_IS_AT(motion, 32, 36) && OZR_IS_AT(status, 40, 44) &&
+                  OZR_IS_AT(core, 44, 48) && OZR_IS_AT(count, 48, 56) && OZR_IS_AT(frames, 52, 64) &&
+                  OZR_IS_AT(offsets, 332, 384) && OZR_IS_AT(frame_present, 412, 464) &&
+                  OZR_IS_AT(image_state, 424, 476) && OZR_IS_AT(preview_prev, 464, 520) &&
+                  OZR_IS_AT(preview_cur, 468, 528) && OZR_IS_AT(max_images, 472, 536) &&
+                  OZR_IS_AT(overlap, 476, 540) && OZR_IS_AT(tolerance, 480, 544) &&
+                  OZR_IS_AT(strict_mode, 484, 548) && OZR_IS_AT(reference, 488, 552) &&
+                  OZR_IS_AT(inv_scale, 496, 560) && OZR_IS_AT(small, 500, 564) &&
+                  OZR_IS_AT(direction_threshold, 508, 572) && OZR_IS_AT(target, 512, 576) &&
+                  OZR_IS_AT(target_tolerance, 520, 584) && OZR_IS_AT(cancel_requested, 528, 592) &&
+                  OZR_IS_AT(out_raw, 532, 600) &&
+                  sizeof(PanoramaInternal) == (sizeof(void*) == 4 ? 536 : 608),
+              "fields are in interface order without gaps but those of alignment");
+#undef OZR_IS_AT
+static_assert(offsetof(PictureSize, height) == 4 && offsetof(ozr_point, y) == 4, "two 32-bit words each");
+static_assert(sizeof(PanoramaInternal::status) == 4 &&
+                  sizeof(PanoramaInternal::image_state) == 4 * kMaxPictures &&
+                  sizeof(PanoramaInternal::cancel_requested) == 1,
+              "shared words are as large as what they hold");
 
 namespace
 {
 
 constexpr int32_t kEngineVersion[4] = {1, 0, 2, 0};
 
-constexpr int32_t kDefaultOverlap = 70;  // percent
-constexpr float kDefaultOverlapShare = 0.7F;
-constexpr float kDefaultTolerance = 0.02F;
 constexpr int32_t kMinOverlap = 30;
 constexpr int32_t kMaxOverlap = 95;
 
@@ -67,16 +72,12 @@ void _clear_slots(PanoramaInternal* pe)
 
 void _clear_detection(PanoramaInternal* pe)
 {
-    pe->ref_width = 0;
-    pe->ref_height = 0;
+    pe->reference = {0, 0};
     pe->inv_scale = 1.0F;
-    pe->small_width = 0;
-    pe->small_height = 0;
+    pe->small = {0, 0};
     pe->direction_threshold = 0;
-    pe->target_x = 0;
-    pe->target_y = 0;
-    pe->tolerance_x = 0;
-    pe->tolerance_y = 0;
+    pe->target = {0, 0};
+    pe->target_tolerance = {0, 0};
 }
 
 void _release(PanoramaInternal* pe)
@@ -91,21 +92,27 @@ void _release(PanoramaInternal* pe)
     ozr_free(pe);
 }
 
-int32_t _renew_core(PanoramaInternal* pe)
+PanoResult _renew_core(PanoramaInternal* pe)
 {
     panorama_core_destroy(pe->core);
     pe->core = nullptr;
-    return panorama_core_create(&pe->core);
+    return as_result(panorama_core_create(&pe->core));
 }
 
-int32_t _set_overlap(PanoramaInternal* pe, int32_t percent)
+// The result is dropped: the parameter exists, and any percentage is a value of it.
+void _set_core_overlap(PanoramaInternal* pe, int32_t percent)
+{
+    ignore(as_result(panorama_core_set_param(pe->core, kCoreParamOverlap, static_cast<uint32_t>(percent))));
+}
+
+PanoResult _set_overlap(PanoramaInternal* pe, int32_t percent)
 {
     if (percent < kMinOverlap || percent > kMaxOverlap)
         return kPanoNotSupported;
     pe->overlap = static_cast<float>(percent) / 100.0F;
     const int32_t pictures = static_cast<int32_t>(kSweepWidths / (1.0F - pe->overlap) + kRounding);
     pe->max_images = std::min(pictures, kMaxPictures);
-    panorama_core_set_param(pe->core, 0, static_cast<uint32_t>(percent));
+    _set_core_overlap(pe, percent);
     return kPanoSuccess;
 }
 
@@ -128,7 +135,7 @@ bool _wait_for_synthesis(const PanoramaInternal* pe)
 
 int32_t _slots_in_use(const PanoramaInternal* pe)
 {
-    return std::clamp(pe->count, 0, kMaxPictures);
+    return std::clamp(pe->count.load(), 0, kMaxPictures);
 }
 
 }  // namespace
@@ -155,21 +162,20 @@ int32_t panorama_engine_init(PanoramaInternal* pe)
 {
     if (pe == nullptr)
         return kPanoNullArgument;
-    PanoLog("panorama_engine_init", __LINE__, "panorama_engine_init() status = %d", pe->status);
-    const int32_t renewed = _renew_core(pe);
+    PanoLog("panorama_engine_init", __LINE__, "panorama_engine_init() status = %d", pe->status.load());
+    const PanoResult renewed = _renew_core(pe);
     if (renewed < 0) {
         _release(pe);
         return renewed;
     }
     pe->direction = kDirectionUndecided;
     pe->status = kStatusIdle;
-    pe->offset_x = 0;
-    pe->offset_y = 0;
+    pe->motion = {0, 0};
     pe->count = 0;
-    pe->overlap = kDefaultOverlapShare;
-    pe->tolerance = kDefaultTolerance;
+    pe->overlap = static_cast<float>(kDefaultOverlapPercent) / 100.0F;
+    pe->tolerance = kTolerance;
     pe->max_images = kMaxPictures;
-    panorama_core_set_param(pe->core, 0, kDefaultOverlap);
+    _set_core_overlap(pe, kDefaultOverlapPercent);
     _release_previews(pe);
     _clear_slots(pe);
     PanoImg_DestroyAligned(&pe->out_img, &pe->out_raw);
@@ -182,7 +188,8 @@ void panorama_engine_destroy(PanoramaInternal** pe)
 {
     if (pe == nullptr || *pe == nullptr)
         return;
-    PanoLog("panorama_engine_destroy", __LINE__, "panorama_engine_Destory() status = %d", (*pe)->status);
+    PanoLog("panorama_engine_destroy", __LINE__, "panorama_engine_Destory() status = %d",
+            (*pe)->status.load());
     _release(*pe);
     *pe = nullptr;
 }
@@ -233,7 +240,7 @@ int32_t panorama_engine_get_process_status(PanoramaInternal* pe)
     if (pe == nullptr)
         return kPanoNullArgument;
     PanoLog("panorama_engine_get_process_status", __LINE__,
-            "panorama_engine_get_process_status() status = %d", pe->status);
+            "panorama_engine_get_process_status() status = %d", pe->status.load());
     return pe->status;
 }
 
@@ -242,7 +249,7 @@ int32_t panorama_engine_cancel_process(PanoramaInternal* pe)
     if (pe == nullptr)
         return kPanoNullArgument;
     PanoLog("panorama_engine_cancel_process", __LINE__, "panorama_engine_cancel_process() status = %d",
-            pe->status);
+            pe->status.load());
     if (!_is_busy(pe))
         return pe->status == kStatusCancelled ? kPanoSuccess : kPanoWrongState;
     pe->cancel_requested = 1;
@@ -264,7 +271,7 @@ void panorama_engine_cancel_process_async(PanoramaInternal* pe)
     if (pe == nullptr)
         return;
     PanoLog("panorama_engine_cancel_process_async", __LINE__, "panorama_engine_cancel_process() status = %d",
-            pe->status);
+            pe->status.load());
     request_cancel(pe);
 }
 

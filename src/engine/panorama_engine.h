@@ -4,8 +4,8 @@
 // preview frames; capture.cpp takes the pictures in; synthesis.cpp makes the panorama.
 //
 // Results are PanoResult codes. The engine logs no failures; its progress lines go to the debug level. It takes no lock:
-// a cancelling thread and the working thread share status, image_state and cancel_requested as plain words, which the
-// former polls while it sleeps.
+// a cancelling thread polls status, image_state and count of the working one, which in turn looks for cancel_requested
+// between its steps: these are shared words.
 //
 // What cannot be detected: a context that panorama_engine_create did not make, one that is destroyed or initialised while
 // a thread works in it, and pictures whose memory is smaller than their geometry says.
@@ -15,6 +15,8 @@
 #include <stdint.h>
 
 #include "base/limits.h"
+#include "base/shared_word.h"
+#include "image/pano_result.h"
 #include "image/panorama_img.h"
 #include "ozr_types.h"
 
@@ -48,33 +50,28 @@ enum PanoParam : int32_t {
 
 struct PanoramaInternal {
     PanoImg out_img;  // the panorama; its pixels lie inside the block out_raw
-    int32_t direction;
-    int32_t offset_x;  // motion since the last picture, in pixels of the reference size
-    int32_t offset_y;
-    volatile int32_t status;
+    PanoDirection direction;
+    ozr_point motion;  // since the last picture, in pixels of the reference size
+    ozr::SharedWord<PanoStatus> status;
     PanoramaCore* core;
-    int32_t count;                        // pictures reserved in this sweep
+    ozr::SharedWord<int32_t> count;       // pictures reserved in this sweep
     PanoImg frames[kMaxPictures];         // pictures not yet given to the core
     ozr_point offsets[kMaxPictures];      // of each picture, as the caller passed it
     uint8_t frame_present[kMaxPictures];  // 1 while frames[i] holds a picture
-    volatile int32_t image_state[kMaxPictures];
+    ozr::SharedWord<PanoSlotState> image_state[kMaxPictures];
     uint8_t* preview_prev;  // scaled grey copies of the last two preview frames
     uint8_t* preview_cur;
     int32_t max_images;
     float overlap;    // fraction
     float tolerance;  // of detection, fraction
     uint8_t strict_mode;
-    int32_t ref_width;  // size that the motion is measured in: the first picture's, then the preview's
-    int32_t ref_height;
-    float inv_scale;  // from scaled preview pixels to reference pixels
-    int32_t small_width;
-    int32_t small_height;
+    PictureSize reference;        // that the motion is measured in: the first picture's, then the preview's
+    float inv_scale;              // from scaled preview pixels to reference pixels
+    PictureSize small;            // of the scaled preview
     int32_t direction_threshold;  // squared length of the motion that decides the direction
-    int32_t target_x;             // motion from one picture to the next
-    int32_t target_y;
-    int32_t tolerance_x;
-    int32_t tolerance_y;
-    volatile uint8_t cancel_requested;
+    ozr_point target;             // motion from one picture to the next
+    ozr_point target_tolerance;
+    ozr::SharedWord<uint8_t> cancel_requested;
     void* out_raw;
 };
 
@@ -140,6 +137,10 @@ OZR_END_DECLS
 namespace ozr::engine
 {
 
+// How far a motion may be off its target, as a fraction of the reference size.
+constexpr float kTolerance = 0.02F;
+constexpr float kStrictTolerance = 0.05F;
+
 // panorama_engine_cancel_process_async without its log line, for repeating the request. Not null.
 void request_cancel(PanoramaInternal* pe);
 
@@ -152,7 +153,7 @@ void set_reference(PanoramaInternal* pe, int32_t width, int32_t height);
 
 // Scales the luma of a frame into a packed grey buffer of small_width x small_height. -2: a format without readable luma;
 // -4: a stride shorter than a row.
-int32_t scale_preview(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame);
+PanoResult scale_preview(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame);
 
 }  // namespace ozr::engine
 

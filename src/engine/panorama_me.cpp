@@ -49,11 +49,20 @@ Inside _inside(Region region, int32_t shift, int32_t size)
     return {first, std::clamp(size - shift, first, region.last + 1)};
 }
 
-// Rows `first` to `end` of the region against rows of the current frame, `stride` bytes apart from `current` on.
-uint32_t _rows_cost(const kernels::Kernels* kernels, const Frames& frames, Region x, int32_t dx, Inside rows,
-                    const uint8_t* current, int32_t stride)
+// Rows `rows` of the region against rows of the current frame: the first one, and the bytes from one to the next.
+struct RowsPair {
+    Inside rows;
+    const uint8_t* current;
+    int32_t stride;  // 0: the same row for all
+};
+
+uint32_t _rows_cost(const Frames& frames, Region x, int32_t dx, const RowsPair& pair)
 {
+    const kernels::Kernels* kernels = kernels::active();
     const Inside columns = _inside(x, dx, frames.width);
+    const Inside rows = pair.rows;
+    const uint8_t* current = pair.current;
+    const int32_t stride = pair.stride;
     const uint8_t* reference = frames.reference + static_cast<ptrdiff_t>(rows.first) * frames.width;
     const int32_t count = rows.end - rows.first;
     uint32_t cost =
@@ -73,7 +82,6 @@ uint32_t _rows_cost(const kernels::Kernels* kernels, const Frames& frames, Regio
 // as signed numbers.
 int32_t GetEnergyN(const Frames& frames, int32_t dx, int32_t dy)
 {
-    const kernels::Kernels* kernels = kernels::active();
     const Region x = _central_region(frames.width);
     const Region y = _central_region(frames.height);
     if (x.last < x.first || y.last < y.first)
@@ -82,9 +90,9 @@ int32_t GetEnergyN(const Frames& frames, int32_t dx, int32_t dy)
     const uint8_t* top = frames.current;
     const uint8_t* bottom = top + static_cast<ptrdiff_t>(frames.height - 1) * frames.width;
     const uint8_t* inside = top + static_cast<ptrdiff_t>(rows.first + dy) * frames.width;
-    return static_cast<int32_t>(_rows_cost(kernels, frames, x, dx, {y.first, rows.first}, top, 0) +
-                                _rows_cost(kernels, frames, x, dx, rows, inside, frames.width) +
-                                _rows_cost(kernels, frames, x, dx, {rows.end, y.last + 1}, bottom, 0));
+    return static_cast<int32_t>(_rows_cost(frames, x, dx, {{y.first, rows.first}, top, 0}) +
+                                _rows_cost(frames, x, dx, {rows, inside, frames.width}) +
+                                _rows_cost(frames, x, dx, {{rows.end, y.last + 1}, bottom, 0}));
 }
 
 struct Candidate {

@@ -34,10 +34,10 @@ int32_t _check(const PanoramaInternal* pe, const Sweep* sweep, const PanoImg* pi
 
 PictureHint _hint(const PanoramaInternal* pe, const ozr_point* offset)
 {
-    if (offset == nullptr || pe->ref_width < 1 || pe->ref_height < 1)
+    if (offset == nullptr || pe->reference.width < 1 || pe->reference.height < 1)
         return {pe->direction, false, 0.0, 0.0};
-    return {pe->direction, true, static_cast<double>(offset->x) / pe->ref_width,
-            static_cast<double>(offset->y) / pe->ref_height};
+    return {pe->direction, true, static_cast<double>(offset->x) / pe->reference.width,
+            static_cast<double>(offset->y) / pe->reference.height};
 }
 
 // A record that owns less than its geometry says is filled up with zeros in a copy.
@@ -79,7 +79,7 @@ int32_t panorama_engine_add_refined(PanoramaInternal* pe, Sweep* sweep, const Pa
         pe->image_state[index] = kSlotAdding;
         result = _add(pe, sweep, picture, _hint(pe, offset));
     }
-    const int32_t failed = result == kPanoCancelled ? kSlotCancelled : kSlotFailed;
+    const PanoSlotState failed = result == kPanoCancelled ? kSlotCancelled : kSlotFailed;
     if (has_slot)
         pe->image_state[index] = result < 0 ? failed : kSlotAdded;
     return result < 0 ? result : count;
@@ -104,7 +104,7 @@ int32_t panorama_engine_compose_refined(PanoramaInternal* pe, Sweep* sweep)
 
 bool panorama_engine_classic_joint(const PanoramaInternal* pe, int32_t index, ozr_panorama_joint* joint)
 {
-    const int32_t slots = std::clamp(pe->count, 0, kMaxPictures);
+    const int32_t slots = std::clamp(pe->count.load(), 0, kMaxPictures);
     if (pe->status != kStatusComposed || index < 0 || index + 1 >= slots)
         return false;
     const PanoramaCore* core = pe->core;

@@ -16,7 +16,7 @@ constexpr char kTag[] = "panorama_engine_process_synthesis";
 
 int32_t _count_added(const PanoramaInternal* pe)
 {
-    const int32_t slots = std::clamp(pe->count, 0, kMaxPictures);
+    const int32_t slots = std::clamp(pe->count.load(), 0, kMaxPictures);
     return static_cast<int32_t>(std::count(pe->image_state, pe->image_state + slots, kSlotAdded));
 }
 
@@ -30,7 +30,7 @@ void _release_output(PanoramaInternal* pe)
         PanoImg_Destroy(&pe->out_img);
 }
 
-void _log_output(const PanoramaInternal* pe, int32_t result)
+void _log_output(const PanoramaInternal* pe, PanoResult result)
 {
     PanoLog(kTag, __LINE__, "out_img size = %dx%d", pe->out_img.width, pe->out_img.height);
     PanoLog(kTag, __LINE__, "return = %d", result);
@@ -42,9 +42,9 @@ void _log_block(const PanoramaInternal* pe)
             static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pe->out_raw)));
 }
 
-int32_t _end(PanoramaInternal* pe, int32_t result)
+PanoResult _end(PanoramaInternal* pe, PanoResult result)
 {
-    int32_t status = kStatusComposed;
+    PanoStatus status = kStatusComposed;
     if (result < 0)
         status = result == kPanoCancelled ? kStatusCancelled : kStatusFailed;
     pe->status = status;
@@ -52,33 +52,33 @@ int32_t _end(PanoramaInternal* pe, int32_t result)
     return result;
 }
 
-int32_t _end_failed(PanoramaInternal* pe, int32_t result)
+PanoResult _end_failed(PanoramaInternal* pe, PanoResult result)
 {
     _log_output(pe, result);
     return _end(pe, result);
 }
 
 // The panorama of a single picture is that picture.
-int32_t _copy_single(PanoramaInternal* pe)
+PanoResult _copy_single(PanoramaInternal* pe)
 {
     if (pe->frame_present[0] == 0)
         return _end_failed(pe, kPanoPictureBusy);
     PanoImg* held = &pe->frames[0];
-    const int32_t created =
-        PanoImg_CreateAligned(&pe->out_img, held->width, held->height, held->format, &pe->out_raw);
+    const PanoResult created =
+        as_result(PanoImg_CreateAligned(&pe->out_img, held->width, held->height, held->format, &pe->out_raw));
     if (created < 0) {
         PanoLog(kTag, __LINE__, "bitmap create err : %d", created);
         pe->status = kStatusFailed;
         return created;
     }
-    PanoImg_CopyEx(&pe->out_img, held, 0, 0);
+    ignore(as_result(PanoImg_CopyEx(&pe->out_img, held, 0, 0)));  // the two have one geometry
     PanoImg_Destroy(held);
     pe->frame_present[0] = 0;
     pe->status = kStatusComposed;
     return kPanoSuccess;
 }
 
-int32_t _compose(PanoramaInternal* pe, int32_t count, PanoImg* composed, void** raw_block)
+PanoResult _compose(PanoramaInternal* pe, int32_t count, PanoImg* composed, void** raw_block)
 {
     if (pe->cancel_requested != 0)
         return kPanoCancelled;
@@ -88,24 +88,24 @@ int32_t _compose(PanoramaInternal* pe, int32_t count, PanoImg* composed, void** 
 
 // Pictures of vertical sweeps were turned clockwise when they came in: the result turns back. A single picture that is
 // left of a sweep may have odd sizes, of which a turn does not reach all chroma: the block is zero-filled.
-int32_t _compose_turned(PanoramaInternal* pe, int32_t count)
+PanoResult _compose_turned(PanoramaInternal* pe, int32_t count)
 {
     PanoImgOwner composed;
     PANO_FORWARD(_compose(pe, count, composed.get(), nullptr));
-    const int32_t created = PanoImg_CreateAligned(&pe->out_img, composed->height, composed->width,
-                                                  composed->format, &pe->out_raw);
+    const PanoResult created = as_result(PanoImg_CreateAligned(
+        &pe->out_img, composed->height, composed->width, composed->format, &pe->out_raw));
     _log_block(pe);
     PANO_FORWARD(created);
-    PanoImg_RotateCW270(&pe->out_img, composed.get());
+    ignore(as_result(PanoImg_RotateCW270(&pe->out_img, composed.get())));  // sizes and formats fit
     return kPanoSuccess;
 }
 
 // The core writes straight into the output block, which becomes the engine's when nothing can fail any more.
-int32_t _compose_straight(PanoramaInternal* pe, int32_t count)
+PanoResult _compose_straight(PanoramaInternal* pe, int32_t count)
 {
     PanoImg composed = {};
     void* raw_block = nullptr;
-    const int32_t result = _compose(pe, count, &composed, &raw_block);
+    const PanoResult result = _compose(pe, count, &composed, &raw_block);
     if (result < 0) {
         PanoImg_DestroyAligned(&composed, &raw_block);
         return result;
@@ -131,7 +131,7 @@ int32_t panorama_engine_process_synthesis(PanoramaInternal* pe)
     _release_output(pe);
     if (added == 1)
         return _copy_single(pe);
-    const int32_t result =
+    const PanoResult result =
         is_vertical(pe->direction) ? _compose_turned(pe, added) : _compose_straight(pe, added);
     _log_output(pe, result);
     return _end(pe, result);

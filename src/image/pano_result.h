@@ -5,7 +5,7 @@
 
 #include <stdint.h>
 
-enum PanoResult : int32_t {
+enum [[nodiscard]] PanoResult : int32_t{
     kPanoSuccess = 0,
     kPanoNotSupported = -2,
     kPanoNullArgument = -3,
@@ -27,10 +27,24 @@ enum PanoResult : int32_t {
     kPanoPictureMissing = -203,
 };
 
+namespace ozr
+{
+
+// The code that an exported function returned: those have plain numbers in their signatures.
+constexpr PanoResult as_result(int32_t code)
+{
+    return static_cast<PanoResult>(code);
+}
+
+// Drops a result that decides nothing; each use says why.
+inline void ignore(PanoResult /*result*/) {}
+
+}  // namespace ozr
+
 // Passes a failure on; every negative number is one.
 #define PANO_FORWARD(call)                                                                                   \
     do {                                                                                                     \
-        const int32_t pano_result_ = (call);                                                                 \
+        const PanoResult pano_result_ = ::ozr::as_result(call);                                              \
         if (pano_result_ < 0)                                                                                \
             return static_cast<PanoResult>(pano_result_);                                                    \
     } while (0)

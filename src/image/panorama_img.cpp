@@ -33,7 +33,7 @@ void _describe(PanoImg* img, int32_t width, int32_t height, int32_t format)
 }
 
 // Stores stride and size, given a format that exists.
-int32_t _lay_out(PanoImg* img, int64_t stride)
+PanoResult _lay_out(PanoImg* img, int64_t stride)
 {
     const bool has_chroma = _is_semi_planar(img->format);
     if (stride > INT32_MAX || !product_fits_32_bits(img->height * stride, has_chroma ? 3 : 1))
@@ -44,10 +44,10 @@ int32_t _lay_out(PanoImg* img, int64_t stride)
     return kPanoSuccess;
 }
 
-int32_t _lay_out_packed(PanoImg* img)
+PanoResult _lay_out_packed(PanoImg* img)
 {
     const int64_t row_bytes = pano_row_bytes(img->format, img->width);
-    return row_bytes < 0 ? static_cast<int32_t>(kPanoNotSupported) : _lay_out(img, row_bytes);
+    return row_bytes < 0 ? kPanoNotSupported : _lay_out(img, row_bytes);
 }
 
 // Clears what no row covers.
@@ -58,13 +58,13 @@ void _clear_rest(PanoImg* img)
     PanoMemset(img->data + covered, 0, static_cast<uint32_t>(img->size - covered));
 }
 
-int32_t _allocate(PanoImg* img)
+PanoResult _allocate(PanoImg* img)
 {
     img->data = static_cast<uint8_t*>(ozr_calloc(static_cast<uint32_t>(img->size), 1));
     return img->data != nullptr ? kPanoSuccess : kPanoNoMemory;
 }
 
-int32_t _describe_aligned(PanoImg* img, int32_t width, int32_t height, int32_t format)
+PanoResult _describe_aligned(PanoImg* img, int32_t width, int32_t height, int32_t format)
 {
     if (img == nullptr || width < 1 || height < 1)
         return kPanoBadArgument;
@@ -74,7 +74,7 @@ int32_t _describe_aligned(PanoImg* img, int32_t width, int32_t height, int32_t f
 }
 
 // The aligned address is never null; the start of the block is, when memory is out.
-int32_t _check_block(PanoImg* img, const void* raw_block)
+PanoResult _check_block(PanoImg* img, const void* raw_block)
 {
     if (raw_block != nullptr)
         return kPanoSuccess;
@@ -152,7 +152,7 @@ int32_t PanoImg_Create(PanoImg* img, int32_t width, int32_t height, int32_t form
     return _allocate(img);
 }
 
-int32_t ozr::pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format)
+PanoResult ozr::pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format)
 {
     if (width <= 0 || height <= 0 || img == nullptr)
         return kPanoBadArgument;
@@ -174,8 +174,8 @@ int32_t PanoImg_CreateAligned(PanoImg* img, int32_t width, int32_t height, int32
     return _check_block(img, *rawBlock);
 }
 
-int32_t ozr::pano_create_aligned_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format,
-                                          void** raw_block)
+PanoResult ozr::pano_create_aligned_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format,
+                                             void** raw_block)
 {
     PANO_FORWARD(_describe_aligned(img, width, height, format));
     img->data = static_cast<uint8_t*>(pano_aligned_malloc(static_cast<uint32_t>(img->size), raw_block));

@@ -14,6 +14,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "image/pano_result.h"
 #include "ozr_types.h"
 
 // Pixel formats.
@@ -120,11 +121,11 @@ namespace ozr
 
 // PanoImg_Create without the zeros, for a picture whose pixels are all written next. Only what no row covers is zero: the
 // half row at the end of the chroma of an odd height.
-int32_t pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format);
+PanoResult pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format);
 
 // PanoImg_CreateAligned likewise.
-int32_t pano_create_aligned_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format,
-                                     void** raw_block);
+PanoResult pano_create_aligned_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format,
+                                        void** raw_block);
 
 // Releases pixels made by PanoImg_Create or PanoImg_Clone at the end of a scope, unless they were handed over.
 class PanoImgOwner

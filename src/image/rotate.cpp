@@ -32,7 +32,7 @@ int32_t _half_up(int32_t size)
     return static_cast<int32_t>((int64_t{size} + 1) / 2);
 }
 
-int32_t _check_rotation(const PanoImg* dst, const PanoImg* src)
+PanoResult _check_rotation(const PanoImg* dst, const PanoImg* src)
 {
     if (dst == nullptr || src == nullptr)
         return kPanoBadArgument;

@@ -4,13 +4,15 @@
 
 #include <stdint.h>
 
+#include "base/shared_word.h"
+
 namespace ozr::refined
 {
 
 struct Cancel {
-    const volatile uint8_t* word;  // null: nobody can ask
+    const SharedWord<uint8_t>* word;  // null: nobody can ask
 
-    bool asked() const { return word != nullptr && __atomic_load_n(word, __ATOMIC_RELAXED) != 0; }
+    bool asked() const { return word != nullptr && *word != 0; }
 };
 
 }  // namespace ozr::refined

@@ -28,7 +28,7 @@ constexpr int32_t kCancelPolls = 10;
 constexpr uint32_t kCancelPollMs = 100;
 constexpr uint32_t kLeavePollMs = 5;
 
-ozr_err pano_result_to_ozr_err(int32_t result)
+ozr_err pano_result_to_ozr_err(PanoResult result)
 {
     switch (result) {
     case kPanoSuccess:
@@ -60,7 +60,7 @@ ozr_err pano_result_to_ozr_err(int32_t result)
 // Logs and returns the mapping of a failed engine step.
 #define RAISE_IF_FAILED(result)                                                                              \
     do {                                                                                                     \
-        const int32_t engine_result_ = (result);                                                             \
+        const PanoResult engine_result_ = as_result(result);                                                 \
         if (engine_result_ < 0)                                                                              \
             OZR_RAISE(pano_result_to_ozr_err(engine_result_));                                               \
     } while (0)
@@ -121,7 +121,7 @@ ozr_panorama_direction _known_direction(int32_t direction)
     return known ? static_cast<ozr_panorama_direction>(direction) : ozr_panorama_direction_auto;
 }
 
-int32_t _engine_direction(const PanoramaInternal* engine)
+PanoDirection _engine_direction(const PanoramaInternal* engine)
 {
     return engine != nullptr ? engine->direction : kDirectionUndecided;
 }
@@ -133,7 +133,7 @@ int32_t _percent_of(int32_t size, int32_t percent)
 }
 
 // Where the next picture is expected when the caller does not say: the part of a picture that does not overlap further.
-ozr_point _expected_offset(const PanoImg& picture, int32_t direction, int32_t overlap_percent)
+ozr_point _expected_offset(const PanoImg& picture, PanoDirection direction, int32_t overlap_percent)
 {
     const int32_t ahead = 100 - overlap_percent;
     switch (direction) {
@@ -169,7 +169,7 @@ ozr_err _build(panorama_t* session, const ozr_config* source)
     session->params = static_cast<panorama_param_t*>(ozr_malloc(sizeof(panorama_param_t)));
     if (session->params == nullptr)
         return raise(ozr_err_nomem, "", kConstructor, __LINE__);
-    const int32_t created = panorama_engine_create(&session->engine);
+    const PanoResult created = as_result(panorama_engine_create(&session->engine));
     if (created < 0)
         return raise(pano_result_to_ozr_err(created), "", kConstructor, __LINE__);
     panorama_param_t p = {};
@@ -220,8 +220,8 @@ ozr_err panorama_t::reset()
     OZR_RAISE_IF(params == nullptr, ozr_err_invalid_status);
     if (engine != nullptr)
         OZR_FORWARD(cancel_processes());
-    const int32_t renewed =
-        engine != nullptr ? panorama_engine_init(engine) : panorama_engine_create(&engine);
+    const PanoResult renewed =
+        as_result(engine != nullptr ? panorama_engine_init(engine) : panorama_engine_create(&engine));
     if (renewed < 0) {
         engine = nullptr;  // released by the failed step
         OZR_RAISE(pano_result_to_ozr_err(renewed));
@@ -240,12 +240,11 @@ int32_t panorama_t::detect_frame_to_stitch(const ozr_image* preview, ozr_point* 
     const PanoImg frame = _wrap(preview);
     const int32_t due = panorama_engine_process_frame(engine, &frame);
     RAISE_IF_FAILED(due);
-    *offset = {engine->offset_x, engine->offset_y};
+    *offset = engine->motion;
     direction = _known_direction(engine->direction);
     if (due == 0)
         return 0;
-    engine->offset_x = 0;
-    engine->offset_y = 0;
+    engine->motion = {0, 0};
     // The first picture is not announced. Compared unsigned, so that a maximum of 0 sets no limit.
     if (static_cast<uint32_t>(detected_count) >= static_cast<uint32_t>(params->max_num_images) - 1U)
         return 0;
@@ -323,7 +322,7 @@ ozr_err panorama_t::get_parameters(panorama_param_t* p)
 void panorama_t::set_direction(ozr_panorama_direction d)
 {
     if (engine != nullptr)
-        engine->direction = _known_direction(d);
+        engine->direction = static_cast<PanoDirection>(_known_direction(d));
 }
 
 ozr_panorama_direction panorama_t::get_direction()
@@ -334,9 +333,9 @@ ozr_panorama_direction panorama_t::get_direction()
 ozr_err panorama_t::cancel_processes()
 {
     panorama_engine_cancel_process_async(engine);
-    int32_t ready = kPanoSuccess;
+    PanoResult ready = kPanoSuccess;
     for (int32_t i = 0; i < kCancelPolls; ++i) {
-        ready = panorama_engine_check_ready_to_destroy(engine);
+        ready = as_result(panorama_engine_check_ready_to_destroy(engine));
         // The engine's words tell when its work has ended, not when the call that asked for it has left.
         if (ready == kPanoSuccess)
             return _see_call_leave(this, kCancelPolls * kCancelPollMs) ? ozr_success : ozr_err_invalid_status;

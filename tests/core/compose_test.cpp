@@ -26,7 +26,7 @@ struct Sweep {
     void add(Random& random, int32_t index, int32_t width, const AlignResult& result)
     {
         Image& picture = want.pictures[index];
-        picture = Image(kPanoNv12, width, want.record.height, width);
+        picture = Image(kPanoNv12, width, want.record.input.height, width);
         const int32_t level = values == 2 ? 0 : random.below(257 - values);
         for (uint8_t& byte : picture.bytes)
             byte = static_cast<uint8_t>(level + random.below(values) * (values == 2 ? 255 : 1));
@@ -37,8 +37,8 @@ struct Sweep {
     }
     void add_all(Random& random, int32_t count)
     {
-        const int32_t w8 = want.record.width / 8 * 8, step = 1 + random.below(w8);
-        const int32_t drift = random.below(4) == 0 ? want.record.height : 5,
+        const int32_t w8 = want.record.input.width / 8 * 8, step = 1 + random.below(w8);
+        const int32_t drift = random.below(4) == 0 ? want.record.input.height : 5,
                       narrower = random.below(8) == 0 ? 9 : 1;
         const int32_t first = want.record.forward == 1 ? 0 : count - 1;  // normally without a result
         const bool has_first = random.below(8) == 0;

@@ -33,13 +33,13 @@ std::string words(const PanoramaInternal& s)
 {
     std::ostringstream text;
     text << std::hexfloat;
-    text << "direction " << s.direction << " offset " << s.offset_x << "," << s.offset_y << " status "
+    text << "direction " << s.direction << " offset " << s.motion.x << "," << s.motion.y << " status "
          << s.status << " count " << s.count << " of " << s.max_images << "\noverlap " << s.overlap
          << " tolerance " << s.tolerance << " strict " << int32_t{s.strict_mode} << " cancel "
-         << int32_t{s.cancel_requested} << "\nreference " << s.ref_width << "x" << s.ref_height << " small "
-         << s.small_width << "x" << s.small_height << " inverse " << s.inv_scale << "\nthreshold "
-         << s.direction_threshold << " target " << s.target_x << "," << s.target_y << " tolerance "
-         << s.tolerance_x << "," << s.tolerance_y << "\n";
+         << int32_t{s.cancel_requested} << "\nreference " << s.reference.width << "x" << s.reference.height
+         << " small " << s.small.width << "x" << s.small.height << " inverse " << s.inv_scale
+         << "\nthreshold " << s.direction_threshold << " target " << s.target.x << "," << s.target.y
+         << " tolerance " << s.target_tolerance.x << "," << s.target_tolerance.y << "\n";
     for (int32_t i = 0; i < kMaxPictures; ++i)
         text << "slot " << i << ": " << s.image_state[i] << " present " << int32_t{s.frame_present[i]}
              << " offset " << s.offsets[i].x << "," << s.offsets[i].y << "\n";
@@ -59,8 +59,8 @@ void expect_same_picture(const PanoImg& got, const PanoImg& want)
 void expect_same_core(const PanoramaCore& got, const PanoramaCore& want)
 {
     const auto values = [](const PanoramaCore& c) {
-        std::vector<int32_t> all = {c.initialised, c.overlap,  c.forward,    c.width, c.height,
-                                    c.stride,      c.g_nCount, c.mean_score, c.cancel};
+        std::vector<int32_t> all = {c.initialised,  c.overlap,  c.forward,    c.input.width, c.input.height,
+                                    c.input.stride, c.g_nCount, c.mean_score, c.cancel};
         for (int32_t i = 0; i < kMaxPictures; ++i)
             all.insert(all.end(), {c.offsets[i].x, c.offsets[i].y, c.offsets[i].score, c.added[i],
                                    c.aligned[i], c.align[i].pyramid != nullptr});
@@ -129,7 +129,7 @@ public:
         expect_same_core(*pe_->core, *model_.core);
         EXPECT_EQ(pe_->preview_prev != nullptr, model_.preview_prev != nullptr);
         EXPECT_EQ(pe_->preview_cur != nullptr, model_.preview_cur != nullptr);
-        const int32_t small = pe_->status == 2 ? pe_->small_width * pe_->small_height : 0;
+        const int32_t small = pe_->status == 2 ? pe_->small.width * pe_->small.height : 0;
         EXPECT_TRUE(std::equal(pe_->preview_prev, pe_->preview_prev + small, model_.preview_prev));
     }
 
@@ -180,9 +180,9 @@ private:
     {
         g_sleeps += 1;
         if (g_sleeps == g_added)
-            g_context->image_state[g_slot] = 3;
+            g_context->image_state[g_slot] = static_cast<PanoSlotState>(3);
         if (g_sleeps == g_ended)
-            g_context->status = g_end;
+            g_context->status = static_cast<PanoStatus>(g_end);
     }
 
     // Changes both contexts by hand.
@@ -281,20 +281,20 @@ private:
         const auto sign = [=] { return random_.below(2) * 2 - 1; };
         int32_t direction = pe_->direction != 0 && !rarely() ? pe_->direction : 1 + random_.below(4);
         const bool along_x = direction <= 2;
-        const int32_t target = along_x ? pe_->target_x : pe_->target_y,
-                      slack = along_x ? pe_->tolerance_x : pe_->tolerance_y,
-                      drift = along_x ? pe_->tolerance_y : pe_->tolerance_x;
+        const int32_t target = along_x ? pe_->target.x : pe_->target.y,
+                      slack = along_x ? pe_->target_tolerance.x : pe_->target_tolerance.y,
+                      drift = along_x ? pe_->target_tolerance.y : pe_->target_tolerance.x;
         int32_t along = (direction % 2 == 0 ? -1 : 1) * (target + sign() * slack + random_.below(3) - 1),
                 across = sign() * (random_.below(3) == 0 ? 0 : drift + random_.below(3) - 1);
         if (pe_->direction == 0 && random_.below(2) == 0) {  // about a twentieth of the sides
             direction = 0;
-            along = sign() * ((pe_->ref_width + pe_->ref_height) / 20 + random_.below(3) - 1);
+            along = sign() * ((pe_->reference.width + pe_->reference.height) / 20 + random_.below(3) - 1);
             across = sign() * (random_.below(3) == 0 ? std::abs(along) : random_.below(3));
         }
         change([=](PanoramaInternal* s) {
-            s->direction = direction;
-            s->offset_x = along_x ? along : across;
-            s->offset_y = along_x ? across : along;
+            s->direction = static_cast<PanoDirection>(direction);
+            s->motion.x = along_x ? along : across;
+            s->motion.y = along_x ? across : along;
         });
     }
 
@@ -303,8 +303,8 @@ private:
     {
         const int32_t direction = rarely() ? random_.below(5) : direction_;
         change([=](PanoramaInternal* s) {
-            s->direction = direction;
-            s->offset_x = s->offset_y = 0;
+            s->direction = static_cast<PanoDirection>(direction);
+            s->motion.x = s->motion.y = 0;
         });
     }
 
@@ -329,8 +329,8 @@ private:
         x_ += step_x;
         y_ += step_y;
         ozr_point offset = {step_x + random_.below(5) - 2, step_y + random_.below(5) - 2};
-        if (pe_->ref_width > 0 && pe_->ref_height > 0)
-            offset = {offset.x * pe_->ref_width / width_, offset.y * pe_->ref_height / height_};
+        if (pe_->reference.width > 0 && pe_->reference.height > 0)
+            offset = {offset.x * pe_->reference.width / width_, offset.y * pe_->reference.height / height_};
         if (rarely())
             offset = {random_.below(2) == 0 ? INT32_MAX : 1000, static_cast<int32_t>(random_.next() >> 8)};
         const auto img =
@@ -345,7 +345,7 @@ private:
     // What was composed may be composed once more.
     void stop_again()
     {
-        change([](PanoramaInternal* s) { s->status = 3; });
+        change([](PanoramaInternal* s) { s->status = static_cast<PanoStatus>(3); });
     }
 
     void synthesise()
@@ -363,7 +363,7 @@ private:
                       state = states[random_.below(5)];
         const bool missing = rarely(), request = rarely();
         change([=](PanoramaInternal* s) {
-            s->image_state[slot] = state;
+            s->image_state[slot] = static_cast<PanoSlotState>(state);
             s->frame_present[0] = missing ? 0 : s->frame_present[0];
             s->cancel_requested = request ? 1 : s->cancel_requested;
         });
@@ -374,13 +374,13 @@ private:
     // While the canceller sleeps, a picture and the synthesis may come to an end.
     void cancel()
     {
-        g_slot = random_.below(std::max(std::min(pe_->count, kMaxPictures), 1));
+        g_slot = random_.below(std::max(std::min(pe_->count.load(), kMaxPictures), 1));
         g_end = 4 + random_.below(3);
         const int32_t moments[] = {1, 2, 50, 100, 101, 102, 200, 201, 202, 500};
         g_added = moments[random_.below(10)];
         g_ended = moments[random_.below(10)];
         if (random_.below(2) == 0 && pe_->count > 0)
-            change([](PanoramaInternal* s) { s->image_state[g_slot] = 2; });
+            change([](PanoramaInternal* s) { s->image_state[g_slot] = static_cast<PanoSlotState>(2); });
         call(panorama_engine_cancel_process, reference::cancel_process);
     }
 
@@ -408,13 +408,14 @@ private:
         const int32_t dirt = 1 + random_.below(1000);
         change([=](PanoramaInternal* s) {
             for (int32_t* word :
-                 {&s->direction, &s->offset_x, &s->offset_y, &s->count, &s->max_images, &s->ref_width,
-                  &s->ref_height, &s->small_width, &s->small_height, &s->direction_threshold, &s->target_x,
-                  &s->target_y, &s->tolerance_x, &s->tolerance_y})
+                 {&s->motion.x, &s->motion.y, &s->count.word, &s->max_images, &s->reference.width,
+                  &s->reference.height, &s->small.width, &s->small.height, &s->direction_threshold,
+                  &s->target.x, &s->target.y, &s->target_tolerance.x, &s->target_tolerance.y})
                 *word = dirt;
+            s->direction = static_cast<PanoDirection>(dirt);
             for (int32_t i = 0; i < kMaxPictures; ++i) {
                 s->offsets[i] = {dirt, dirt};
-                s->image_state[i] = dirt;
+                s->image_state[i] = static_cast<PanoSlotState>(dirt);
                 s->frame_present[i] = 1;
             }
             s->cancel_requested = 1;

@@ -55,31 +55,32 @@ void Core::free_pyramid(int32_t index)
 
 void Core::make_pyramid(int32_t index)
 {
-    const int32_t top = record.pyramid_levels - 1;
+    const int32_t top = record.pyramid.built_levels - 1;
     PanoImg above = pictures[index].view();
     for (int32_t level = 0; level <= top; ++level) {
-        const int32_t width = record.work_width >> level;
-        pyramids[index].push_back(Image(kPanoGray, width, record.work_height >> level, width));
+        const int32_t width = record.pyramid.work_width >> level;
+        pyramids[index].push_back(Image(kPanoGray, width, record.pyramid.work_height >> level, width));
         PanoImg img = pyramids[index].back().view();
         level == 0 ? resize_gray(&img, &above) : resize_half_gray(&img, &above);
         above = img;
     }
-    record.align[index].pyramid_levels = record.pyramid_levels;
+    record.align[index].pyramid_levels = record.pyramid.built_levels;
 }
 
 // Where `b` fits `a` best around the position (x, y), which is counted in full-size pixels. Only a higher score replaces a
 // position, whatever level it comes from.
 AlignResult Core::search(const Table<Image>& a, const Table<Image>& b, int64_t x, int64_t y) const
 {
-    const int32_t top = record.pyramid_levels - 1, k = record.levels, half = record.half;
-    int64_t x0 = std::max<int64_t>((x + record.search_x_min) >> k, 0), x1 = (x + record.search_x_max) >> k;
-    int64_t y0 = (y + record.search_y_min) >> k, y1 = (y + record.search_y_max) >> k;
+    const int32_t top = record.pyramid.built_levels - 1, k = record.pyramid.levels,
+                  half = record.pyramid.half;
+    int64_t x0 = std::max<int64_t>((x + record.search.x_min) >> k, 0), x1 = (x + record.search.x_max) >> k;
+    int64_t y0 = (y + record.search.y_min) >> k, y1 = (y + record.search.y_max) >> k;
     if (a[top].width <= x0 || a[top].height <= y0 || a[top].width + x1 <= 0 || a[top].height + y1 <= 0)
         return {a[0].width << half, a[0].height << half, -1};
     AlignResult best = {0, 0, -268435456};
     for (int32_t level = top; level >= 0; --level) {
         const int32_t margin = record.margin >> (level + k - top);
-        const int32_t shift = std::max(record.ncc_shift + 2 * (half - k) + 2 * (top - level), 0);
+        const int32_t shift = std::max(record.pyramid.ncc_shift + 2 * (half - k) + 2 * (top - level), 0);
         if (level < top) {
             best = {best.x * 2, best.y * 2, best.score};
             x0 = std::max(best.x - 1, 0), x1 = best.x + 2, y0 = best.y - 1, y1 = best.y + 2;
@@ -108,12 +109,12 @@ int32_t Core::add(const PanoImg* img, int32_t index, int32_t x, int32_t y, Event
         return -201;
     if (img == nullptr || projection.height == 0)
         return -3;
-    if (img->format != kPanoNv12 || img->width != r.width || img->height != r.height ||
-        img->stride != r.stride)
+    if (img->format != kPanoNv12 || img->width != r.input.width || img->height != r.input.height ||
+        img->stride != r.input.stride)
         return -4;
     if (event == kNoFrame)
         return -8;
-    Image source(kPanoNv12, r.width, r.height, r.stride);
+    Image source(kPanoNv12, r.input.width, r.input.height, r.input.stride);
     std::copy_n(img->data, img->size, source.bytes.begin());
     pictures[index] = projection.of(source);
     r.cancel = event == kCancelledProjection || event >= kCancelledPyramid ? 1 : 0;
@@ -128,8 +129,8 @@ int32_t Core::add(const PanoImg* img, int32_t index, int32_t x, int32_t y, Event
         if (before.empty())
             return -3;
         if (r.forward == 1) {
-            r.align[index].expected_x = x;
-            r.align[index].expected_y = y;
+            r.align[index].expected.x = x;
+            r.align[index].expected.y = y;
             r.offsets[index] = search(before, now, x, y);
         } else {
             r.offsets[index - 1] = search(now, before, -int64_t{x}, -int64_t{y});

@@ -145,12 +145,13 @@ int32_t Core::compose(int32_t count, Image* out, std::vector<std::string>* lines
         return -4;
     r.g_nCount = count;
     r.overlaps = count - 1;
-    log("start synthesis " + text(count) + " image(s), (size: " + text(r.width) + "x" + text(r.height) + ")");
+    log("start synthesis " + text(count) + " image(s), (size: " + text(r.input.width) + "x" +
+        text(r.input.height) + ")");
     if (std::count(r.aligned, r.aligned + count, 1) != count)
         return -203;
     if (count > 0)
         free_pyramid(count - 1);
-    Canvas canvas = {r.height, r.half_height, r.margin, {}, {}, Table<Overlap>(count)};
+    Canvas canvas = {r.input.height, r.input.half_height, r.margin, {}, {}, Table<Overlap>(count)};
     for (int32_t i = 0; i < count; ++i) {
         const int32_t index = r.forward == 1 ? i : count - 1 - i;
         canvas.pictures.push_back(&pictures[index]);
@@ -179,8 +180,8 @@ int32_t Core::compose(int32_t count, Image* out, std::vector<std::string>* lines
         if (const int32_t code = canvas.find_seam(i); code != 0)
             return code;
     }
-    const int32_t width = static_cast<int32_t>((r.width + canvas.sum_x) & 0xFFF0);
-    const int32_t height = static_cast<int32_t>((r.height + canvas.highest - canvas.lowest) & 0xFFF0);
+    const int32_t width = static_cast<int32_t>((r.input.width + canvas.sum_x) & 0xFFF0);
+    const int32_t height = static_cast<int32_t>((r.input.height + canvas.highest - canvas.lowest) & 0xFFF0);
     if (height == 0 || width == 0)
         return height == 0 ? -2 : -4;
     *out = Image(kPanoNv12, width, height, width);

@@ -27,31 +27,31 @@ int32_t Core::init(int32_t forward, int32_t width, int32_t height, int32_t strid
         r.added[i] = r.aligned[i] = 0;
     }
     r.g_nCount = 0;
-    r.width = width;
-    r.half_width = width >> 1;
-    r.height = height;
-    r.half_height = height >> 1;
-    r.stride = stride;
+    r.input.width = width;
+    r.input.half_width = width >> 1;
+    r.input.height = height;
+    r.input.half_height = height >> 1;
+    r.input.stride = stride;
     r.margin = static_cast<int32_t>(width * 0.025);
     // Halved until what overlaps has few enough pixels to try all positions.
     const auto is_large = [&](int32_t halvings) {
-        const int64_t a = r.half_width >> halvings, b = r.half_height >> halvings;
+        const int64_t a = r.input.half_width >> halvings, b = r.input.half_height >> halvings;
         return wrapped(wrapped(a * b) * int64_t{r.overlap}) > 239999;
     };
-    r.levels = r.half = is_large(0) ? 1 : 0;
-    while (r.half == 1 && is_large(r.levels))
-        ++r.levels;
-    r.pyramid_levels = std::max(r.levels, 1);
-    r.work_width = width >> r.half;
-    r.work_height = height >> r.half;
-    r.ncc_shift = 0;
-    for (int32_t n = wrapped(int64_t{r.work_width} * r.work_height); n >= 2048; n /= 2)
-        ++r.ncc_shift;
+    r.pyramid.levels = r.pyramid.half = is_large(0) ? 1 : 0;
+    while (r.pyramid.half == 1 && is_large(r.pyramid.levels))
+        ++r.pyramid.levels;
+    r.pyramid.built_levels = std::max(r.pyramid.levels, 1);
+    r.pyramid.work_width = width >> r.pyramid.half;
+    r.pyramid.work_height = height >> r.pyramid.half;
+    r.pyramid.ncc_shift = 0;
+    for (int32_t n = wrapped(int64_t{r.pyramid.work_width} * r.pyramid.work_height); n >= 2048; n /= 2)
+        ++r.pyramid.ncc_shift;
     const float w = static_cast<float>(width), h = static_cast<float>(height);
-    r.search_x_min = static_cast<int32_t>(-w * 0.1F);
-    r.search_x_max = static_cast<int32_t>(w * 0.3F);
-    r.search_y_min = static_cast<int32_t>(-h * 0.1F);
-    r.search_y_max = static_cast<int32_t>(h * 0.1F);
+    r.search.x_min = static_cast<int32_t>(-w * 0.1F);
+    r.search.x_max = static_cast<int32_t>(w * 0.3F);
+    r.search.y_min = static_cast<int32_t>(-h * 0.1F);
+    r.search.y_max = static_cast<int32_t>(h * 0.1F);
     projection = Projection();
     // A radius of 0 cannot be divided by, and nothing may exceed 32 bits.
     const int64_t w8 = width / 8 * 8, end = int64_t{stride} * (height - 1) + w8;

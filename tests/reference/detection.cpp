@@ -31,24 +31,24 @@ bool is_measurable(const PanoImg& img)
 void refer_to(PanoramaInternal* state, int32_t width, int32_t height)
 {
     const float rest = 1.0F - state->overlap;
-    state->ref_width = width;
-    state->ref_height = height;
+    state->reference.width = width;
+    state->reference.height = height;
     state->direction_threshold = (width + height) * (width + height) / 400;
-    state->target_x = static_cast<int32_t>(rest * static_cast<float>(width));
-    state->target_y = static_cast<int32_t>(rest * static_cast<float>(height));
-    state->tolerance_x = static_cast<int32_t>(static_cast<float>(width) * state->tolerance);
-    state->tolerance_y = static_cast<int32_t>(static_cast<float>(height) * state->tolerance);
+    state->target.x = static_cast<int32_t>(rest * static_cast<float>(width));
+    state->target.y = static_cast<int32_t>(rest * static_cast<float>(height));
+    state->target_tolerance.x = static_cast<int32_t>(static_cast<float>(width) * state->tolerance);
+    state->target_tolerance.y = static_cast<int32_t>(static_cast<float>(height) * state->tolerance);
 }
 
 void add_motion(PanoramaInternal* state, ozr_point shift)
 {
-    state->offset_x += static_cast<int32_t>(static_cast<float>(-shift.x) * state->inv_scale);
-    state->offset_y += static_cast<int32_t>(static_cast<float>(-shift.y) * state->inv_scale);
+    state->motion.x += static_cast<int32_t>(static_cast<float>(-shift.x) * state->inv_scale);
+    state->motion.y += static_cast<int32_t>(static_cast<float>(-shift.y) * state->inv_scale);
 }
 
 int32_t direction_of(const PanoramaInternal& state)
 {
-    const int64_t x = state.offset_x, y = state.offset_y;
+    const int64_t x = state.motion.x, y = state.motion.y;
     if (x * x + y * y <= state.direction_threshold)
         return 0;
     if (std::abs(x) >= std::abs(y))
@@ -61,11 +61,11 @@ bool is_due(const PanoramaInternal& state)
     if (state.direction < 1 || state.direction > 4)
         return false;
     const bool along_x = state.direction <= 2, backward = state.direction % 2 == 0;
-    const int64_t x = state.offset_x, y = state.offset_y, along = along_x ? x : y, across = along_x ? y : x;
+    const int64_t x = state.motion.x, y = state.motion.y, along = along_x ? x : y, across = along_x ? y : x;
     const int64_t covered = backward ? -along : along;
-    const int64_t target = along_x ? state.target_x : state.target_y,
-                  slack = along_x ? state.tolerance_x : state.tolerance_y,
-                  drift = along_x ? state.tolerance_y : state.tolerance_x;
+    const int64_t target = along_x ? state.target.x : state.target.y,
+                  slack = along_x ? state.target_tolerance.x : state.target_tolerance.y,
+                  drift = along_x ? state.target_tolerance.y : state.target_tolerance.x;
     if (state.strict_mode != 0)
         return covered > target - slack && covered < target + slack && std::abs(across) < drift;
     return covered > target - slack;

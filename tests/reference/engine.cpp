@@ -35,7 +35,7 @@ bool is_vertical(const PanoramaInternal* pe)
 int32_t scale_frame(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame)
 {
     PanoImg gray = {};
-    PanoImg_CreateRef(&gray, small, pe->small_width, pe->small_height, pe->small_width, 0);
+    PanoImg_CreateRef(&gray, small, pe->small.width, pe->small.height, pe->small.width, 0);
     if (frame->format == 0 || frame->format == 1)
         return PanoImg_ResizeGray(&gray, frame);
     return frame->format == 3 ? PanoImg_ResizeGrayYUYV(&gray, frame) : kUnsupported;
@@ -45,7 +45,7 @@ int32_t scale_frame(const PanoramaInternal* pe, uint8_t* small, const PanoImg* f
 int32_t fail(PanoramaInternal* pe, int32_t index, int32_t code)
 {
     if (index >= 0 && index < 10)
-        pe->image_state[index] = code == kCancelled ? 5 : 4;
+        pe->image_state[index] = static_cast<PanoSlotState>(code == kCancelled ? 5 : 4);
     return code;
 }
 
@@ -86,13 +86,13 @@ int32_t add_incremental(PanoramaInternal* pe, const PanoImg* picture, int32_t in
     if (picture->format != 1)
         return kUnsupported;
     int64_t x = pe->offsets[index].x, y = pe->offsets[index].y;
-    if (picture->width != pe->ref_width) {
+    if (picture->width != pe->reference.width) {
         x *= picture->width;
         y *= picture->height;
-        if (x != static_cast<int32_t>(x) || y != static_cast<int32_t>(y) || pe->ref_width == 0)
+        if (x != static_cast<int32_t>(x) || y != static_cast<int32_t>(y) || pe->reference.width == 0)
             return kBad;
-        x /= pe->ref_width;
-        y /= pe->ref_height;
+        x /= pe->reference.width;
+        y /= pe->reference.height;
     }
     return pe->direction == 0
                ? add_frame(pe, picture, index)
@@ -104,7 +104,7 @@ int32_t finish(PanoramaInternal* pe, int32_t result, int32_t status)
     const char* const name = "panorama_engine_process_synthesis";
     log(name, "out_img size = %dx%d", pe->out_img.width, pe->out_img.height);
     log(name, "return = %d", result);
-    pe->status = status;
+    pe->status = static_cast<PanoStatus>(status);
     log(name, "process_synthesis end pe->status = %d ", status);
     return result;
 }
@@ -125,7 +125,7 @@ void release(PanoramaInternal* pe)
 // Everything is as at first but the records of released pictures and strict mode.
 int32_t init(PanoramaInternal* pe)
 {
-    log("panorama_engine_init", "panorama_engine_init() status = %d", pe->status);
+    log("panorama_engine_init", "panorama_engine_init() status = %d", pe->status.load());
     release(pe);
     PanoramaInternal fresh = {};
     panorama_core_create(&fresh.core);
@@ -133,7 +133,7 @@ int32_t init(PanoramaInternal* pe)
     std::copy(pe->frames, pe->frames + 10, fresh.frames);
     fresh.out_img = pe->out_img;
     fresh.strict_mode = pe->strict_mode;
-    fresh.status = 1;
+    fresh.status = static_cast<PanoStatus>(1);
     fresh.overlap = 0.7F;
     fresh.tolerance = 0.02F;
     fresh.max_images = 10;
@@ -180,9 +180,9 @@ int32_t start_capture(PanoramaInternal* pe, const PanoImg* first)
                   height = static_cast<int32_t>(scale * static_cast<float>(first->height));
     if (width < 1 || height < 1)
         return kBad;
-    pe->direction = pe->offset_x = pe->offset_y = 0;
-    pe->small_width = width;
-    pe->small_height = height;
+    pe->direction = static_cast<PanoDirection>(pe->motion.x = pe->motion.y = 0);
+    pe->small.width = width;
+    pe->small.height = height;
     pe->inv_scale = 1.0F / scale;
     pe->tolerance = pe->strict_mode != 0 ? 0.05F : 0.02F;
     refer_to(pe, first->width, first->height);
@@ -194,7 +194,7 @@ int32_t start_capture(PanoramaInternal* pe, const PanoImg* first)
         return kOutOfMemory;
     const int32_t result = scale_frame(pe, pe->preview_prev, first);
     if (result == 0)
-        pe->status = 2;
+        pe->status = static_cast<PanoStatus>(2);
     return result;
 }
 
@@ -205,7 +205,7 @@ int32_t process_frame(PanoramaInternal* pe, const PanoImg* frame)
     if (pe->status != 2)
         return kWrongState;
     if (pe->count >= pe->max_images) {
-        pe->status = 3;
+        pe->status = static_cast<PanoStatus>(3);
         return 0;
     }
     if (!is_measurable(*frame))
@@ -214,18 +214,18 @@ int32_t process_frame(PanoramaInternal* pe, const PanoImg* frame)
     if (scaled < 0)
         return scaled;
     ozr_point shift = {0, 0};
-    if (frame->width == pe->ref_width) {
-        MotionEstimate(pe->preview_prev, pe->preview_cur, pe->small_width, pe->small_height, &shift.x,
+    if (frame->width == pe->reference.width) {
+        MotionEstimate(pe->preview_prev, pe->preview_cur, pe->small.width, pe->small.height, &shift.x,
                        &shift.y);
     } else {
         refer_to(pe, frame->width, frame->height);
-        const float scale = static_cast<float>(pe->small_width) / static_cast<float>(frame->width);
+        const float scale = static_cast<float>(pe->small.width) / static_cast<float>(frame->width);
         pe->inv_scale = 1.0F / scale;
     }
     std::swap(pe->preview_prev, pe->preview_cur);
     add_motion(pe, shift);
     if (pe->direction == 0) {
-        pe->direction = direction_of(*pe);
+        pe->direction = static_cast<PanoDirection>(direction_of(*pe));
         const char* const names[] = {"", "RIGHT", "LEFT", "DOWN", "UP"};
         if (pe->direction != 0)
             log("panorama_engine_process_frame", "direction = PANO_DIR_%s", names[pe->direction]);
@@ -239,8 +239,10 @@ int32_t prepare_stitch(PanoramaInternal* pe)
         return kWrongState;
     if (pe->count >= pe->max_images)
         return kFull;
-    pe->image_state[pe->count] = 1;
-    return pe->count++;
+    pe->image_state[pe->count] = static_cast<PanoSlotState>(1);
+    const int32_t index = pe->count;
+    pe->count = index + 1;
+    return index;
 }
 
 int32_t set_image(PanoramaInternal* pe, const PanoImg* picture, int32_t index, const ozr_point* offset)
@@ -253,7 +255,7 @@ int32_t set_image(PanoramaInternal* pe, const PanoImg* picture, int32_t index, c
         return fail(pe, index, kBad);
     if ((pe->status != 1 && pe->status != 2) || pe->image_state[index] != 1)
         return fail(pe, index, kWrongState);
-    pe->image_state[index] = 2;
+    pe->image_state[index] = static_cast<PanoSlotState>(2);
     pe->offsets[index] = *offset;
     if (index == 1) {
         const bool along_x = pe->direction == 1 || pe->direction == 2;
@@ -272,7 +274,7 @@ int32_t set_image(PanoramaInternal* pe, const PanoImg* picture, int32_t index, c
     const int32_t result = index == 0 ? add_frame(pe, picture, 0) : add_incremental(pe, picture, index);
     if (result < 0)
         return fail(pe, index, result);
-    pe->image_state[index] = 3;
+    pe->image_state[index] = static_cast<PanoSlotState>(3);
     return pe->count;
 }
 
@@ -280,7 +282,7 @@ int32_t stop_capture(PanoramaInternal* pe)
 {
     if (pe->status != 2 && pe->status != 3)
         return kWrongState;
-    pe->status = 3;
+    pe->status = static_cast<PanoStatus>(3);
     return 0;
 }
 
@@ -289,10 +291,10 @@ int32_t process_synthesis(PanoramaInternal* pe, const void* logged_block)
     const char* const name = "panorama_engine_process_synthesis";
     log(name, "process_synthesis()");
     int32_t usable = 0;
-    for (int32_t i = 0; i < std::min(pe->count, 10); ++i)
+    for (int32_t i = 0; i < std::min(pe->count.load(), 10); ++i)
         usable += pe->image_state[i] == 3 ? 1 : 0;
     if (pe->status != 3 || usable == 0) {
-        pe->status = 6;
+        pe->status = static_cast<PanoStatus>(6);
         return kWrongState;
     }
     PanoImg_DestroyAligned(&pe->out_img, &pe->out_raw);
@@ -304,13 +306,13 @@ int32_t process_synthesis(PanoramaInternal* pe, const void* logged_block)
             PanoImg_CreateAligned(&pe->out_img, only->width, only->height, only->format, &pe->out_raw);
         if (created < 0) {
             log(name, "bitmap create err : %d", created);
-            pe->status = 6;
+            pe->status = static_cast<PanoStatus>(6);
             return created;
         }
         PanoImg_CopyEx(&pe->out_img, only, 0, 0);
         PanoImg_Destroy(only);
         pe->frame_present[0] = 0;
-        pe->status = 4;
+        pe->status = static_cast<PanoStatus>(4);
         return 0;
     }
     if (pe->cancel_requested != 0)
@@ -339,7 +341,7 @@ int32_t process_synthesis(PanoramaInternal* pe, const void* logged_block)
 int32_t cancel_process(PanoramaInternal* pe)
 {
     const char* const name = "panorama_engine_cancel_process";
-    log(name, "panorama_engine_cancel_process() status = %d", pe->status);
+    log(name, "panorama_engine_cancel_process() status = %d", pe->status.load());
     if (pe->status != 2 && pe->status != 3)
         return pe->status == 5 ? 0 : kWrongState;
     pe->cancel_requested = 1;
@@ -364,7 +366,8 @@ int32_t cancel_process(PanoramaInternal* pe)
 
 int32_t cancel_process_async(PanoramaInternal* pe)
 {
-    log("panorama_engine_cancel_process_async", "panorama_engine_cancel_process() status = %d", pe->status);
+    log("panorama_engine_cancel_process_async", "panorama_engine_cancel_process() status = %d",
+        pe->status.load());
     if (pe->status == 2 || pe->status == 3) {
         pe->cancel_requested = 1;
         panorama_core_request_cancel_async(pe->core);
@@ -376,7 +379,7 @@ int32_t check_ready_to_destroy(PanoramaInternal* pe)
 {
     if (pe->status != 2 && pe->status != 3)
         return 0;
-    for (int32_t i = 0; i < std::min(pe->count, 10); ++i) {
+    for (int32_t i = 0; i < std::min(pe->count.load(), 10); ++i) {
         if (pe->image_state[i] == 2)
             return kNotThere;
     }

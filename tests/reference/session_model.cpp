@@ -178,7 +178,7 @@ int32_t SessionModel::init()
     pe.strict_mode = before.strict_mode;
     if (before.status != 4)
         pe.out_img = before.out_img;  // kept: the size of a panorama that memory did not suffice for
-    pe.status = 1;
+    pe.status = static_cast<PanoStatus>(1);
     pe.overlap = 0.7F;
     pe.tolerance = 0.02F;
     pe.max_images = 10;
@@ -283,7 +283,7 @@ ozr_err SessionModel::write_parameters(const panorama_param_t& p)
         return fail(ozr_err_invalid_status, "set_parameters");
     if (p.overlap_percent != cache.overlap_percent && set_engine_parameter(2, p.overlap_percent) < 0)
         return fail(ozr_err_not_supported, "set_parameters");
-    pe.direction = known(p.direction);
+    pe.direction = static_cast<PanoDirection>(known(p.direction));
     cache = p;
     return ozr_success;
 }
@@ -326,25 +326,27 @@ int32_t SessionModel::process_frame(const ozr_image& frame, ozr_point camera)
     if (pe.status != 2)
         return kWrongState;
     if (pe.count >= pe.max_images) {
-        pe.status = 3;
+        pe.status = static_cast<PanoStatus>(3);
         return 0;
     }
     if (has_no_size(frame) || scalable(frame) < 0)
         return has_no_size(frame) ? kBad : scalable(frame);
     const auto& [x, y] = camera;
-    pe.offset_x = x;
-    pe.offset_y = y;
+    pe.motion.x = x;
+    pe.motion.y = y;
     if (pe.direction == 0 && x * x + y * y > pe.direction_threshold) {
         const char* const names[] = {"RIGHT", "LEFT", "DOWN", "UP"};
-        pe.direction = std::abs(x) >= std::abs(y) ? (x > 0 ? 1 : 2) : (y > 0 ? 3 : 4);
+        pe.direction =
+            static_cast<PanoDirection>(std::abs(x) >= std::abs(y) ? (x > 0 ? 1 : 2) : (y > 0 ? 3 : 4));
         log("panorama_engine_process_frame", std::string("direction = PANO_DIR_") + names[pe.direction - 1]);
     }
     const bool vertical = pe.direction >= 3;
     const int32_t along = (vertical ? y : x) * (pe.direction == 2 || pe.direction == 4 ? -1 : 1);
-    const int32_t target = vertical ? pe.target_y : pe.target_x;
-    const int32_t tolerance = vertical ? pe.tolerance_y : pe.tolerance_x;
-    const bool steady = along < target + tolerance &&
-                        std::abs(vertical ? x : y) < (vertical ? pe.tolerance_x : pe.tolerance_y);
+    const int32_t target = vertical ? pe.target.y : pe.target.x;
+    const int32_t tolerance = vertical ? pe.target_tolerance.y : pe.target_tolerance.x;
+    const bool steady =
+        along < target + tolerance &&
+        std::abs(vertical ? x : y) < (vertical ? pe.target_tolerance.x : pe.target_tolerance.y);
     return pe.direction != 0 && along > target - tolerance && (pe.strict_mode == 0 || steady) ? 1 : 0;
 }
 
@@ -357,11 +359,11 @@ ozr_err SessionModel::detect(const ozr_image* preview, ozr_point* offset, ozr_pa
     const int32_t due = process_frame(*preview, camera);
     if (due < 0)
         return fail(fail(mapped(due), method), function);
-    *offset = {pe.offset_x, pe.offset_y};
+    *offset = {pe.motion.x, pe.motion.y};
     *way = static_cast<ozr_panorama_direction>(pe.direction);
     if (due == 0)
         return 0;
-    pe.offset_x = pe.offset_y = 0;
+    pe.motion.x = pe.motion.y = 0;
     const bool last =
         static_cast<uint32_t>(detected_count) >= static_cast<uint32_t>(cache.max_num_images - 1);
     return last ? 0 : ++detected_count;
@@ -378,13 +380,13 @@ int32_t SessionModel::start_capture(const ozr_image& first)
     if (has_no_size(first))
         return kBad;
     started = true;
-    pe.direction = pe.offset_x = pe.offset_y = 0;
+    pe.direction = static_cast<PanoDirection>(pe.motion.x = pe.motion.y = 0);
     if (320 * std::min(first.width, first.height) < std::max(first.width, first.height))
         return kBad;  // there is nothing left of its copy, 320 pixels long
     if (!allocate() || !allocate())
         return kNoMemory;
     const int32_t scaled = scalable(first);
-    pe.status = scaled < 0 ? 1 : 2;
+    pe.status = static_cast<PanoStatus>(scaled < 0 ? 1 : 2);
     return scaled;
 }
 
@@ -401,14 +403,15 @@ ozr_err SessionModel::take(const ozr_image& picture, const ozr_point* offset)
     const int32_t index = stitched_count;
     int32_t result = exceeds_32_bits(picture) ? kBad : index == 0 ? start_capture(picture) : 0;
     if (result == 0 && index == 0)
-        pe.direction = known(cache.direction);
+        pe.direction = static_cast<PanoDirection>(known(cache.direction));
     else if (result == 0 && (!has_engine || pe.direction == 0 || pe.status != 2))
         result = kWrongState;
     if (result == 0 && pe.count >= pe.max_images)
         result = -103;
     if (result < 0)
         return fail(mapped(result), "stitch_one_image");
-    pe.image_state[pe.count++] = 1;
+    pe.image_state[pe.count] = kSlotReserved;
+    pe.count = pe.count + 1;
     const int32_t rest = 100 - cache.overlap_percent;
     const int32_t ahead = (pe.direction == 2 || pe.direction == 4 ? -rest : rest);
     const ozr_point derived = pe.direction >= 3 ? ozr_point{0, ahead * picture.height / 100}
@@ -418,11 +421,11 @@ ozr_err SessionModel::take(const ozr_image& picture, const ozr_point* offset)
     } else if (pe.image_state[index] != 1) {
         result = kWrongState;
     } else {
-        pe.image_state[index] = 2;
+        pe.image_state[index] = static_cast<PanoSlotState>(2);
         pe.offsets[index] = index == 0 ? ozr_point{0, 0} : offset != nullptr ? *offset : derived;
         result = add(picture, index);
     }
-    pe.image_state[index] = result == 0 ? 3 : result == kCancelled ? 5 : 4;
+    pe.image_state[index] = static_cast<PanoSlotState>(result == 0 ? 3 : result == kCancelled ? 5 : 4);
     if (result < 0)
         return fail(mapped(result), "stitch_one_image");
     ++stitched_count;
@@ -463,7 +466,7 @@ int32_t SessionModel::give_to_core(const ozr_image& picture, int32_t index)
     const int64_t x = int64_t{pe.offsets[index].x} * picture.width,
                   y = int64_t{pe.offsets[index].y} * picture.height;
     const bool scales =
-        picture.width == pe.ref_width || (x == static_cast<int32_t>(x) && y == static_cast<int32_t>(y));
+        picture.width == pe.reference.width || (x == static_cast<int32_t>(x) && y == static_cast<int32_t>(y));
     if (!scales || picture.data == nullptr || has_no_size(picture) || picture.stride < picture.width)
         return kBad;
     if (!allocate_all())
@@ -487,7 +490,7 @@ ozr_err SessionModel::run(ozr_image* output, const Compose& core)
         return code;
     int32_t result = has_engine ? kWrongState : kNull;
     if (pe.status == 2 || pe.status == 3) {
-        pe.status = 3;
+        pe.status = static_cast<PanoStatus>(3);
         result = synthesis(output, core);
     }
     return result < 0 ? pass(fail(mapped(result), "run"), function, "self->panorama->run(output_image)") : 0;
@@ -506,7 +509,7 @@ int32_t SessionModel::synthesis(ozr_image* output, const Compose& core)
         const bool memory = allocate_all();
         if (!memory)
             log(tag, "bitmap create err : -8");
-        pe.status = count == 1 && memory ? 4 : 6;
+        pe.status = static_cast<PanoStatus>(count == 1 && memory ? 4 : 6);
         pe.frame_present[0] = memory ? 0 : pe.frame_present[0];
         if (pe.status == 6)
             return memory ? kWrongState : kNoMemory;
@@ -523,7 +526,7 @@ int32_t SessionModel::synthesis(ozr_image* output, const Compose& core)
         pe.out_img = result == 0 ? made : pe.out_img;
         log(tag, "out_img size = " + text(pe.out_img.width) + "x" + text(pe.out_img.height));
         log(tag, "return = " + text(result));
-        pe.status = result == 0 ? 4 : result == kCancelled ? 5 : 6;
+        pe.status = static_cast<PanoStatus>(result == 0 ? 4 : result == kCancelled ? 5 : 6);
         log(tag, "process_synthesis end pe->status = " + text(pe.status) + " ");
         if (result < 0)
             return result;

@@ -100,7 +100,7 @@ struct Sweep {
             pictures.push_back({&images[i], nullptr, 0, &cameras[i]});
     }
 
-    ozr::refined::DrawInput input(const volatile uint8_t* cancel = nullptr) const
+    ozr::refined::DrawInput input(const ozr::SharedWord<uint8_t>* cancel = nullptr) const
     {
         return {pictures.data(), static_cast<int32_t>(pictures.size()), {cancel}};
     }

@@ -86,7 +86,7 @@ struct Subject {
 std::string words_of(const PanoramaInternal& pe, bool started)
 {
     std::ostringstream out;
-    out << std::hexfloat << "direction " << pe.direction << " offset " << pe.offset_x << ' ' << pe.offset_y
+    out << std::hexfloat << "direction " << pe.direction << " offset " << pe.motion.x << ' ' << pe.motion.y
         << " status " << pe.status << " count " << pe.count << " of " << pe.max_images << " overlap "
         << pe.overlap << " strict " << int{pe.strict_mode} << " cancel " << int{pe.cancel_requested}
         << " slots";
@@ -94,9 +94,10 @@ std::string words_of(const PanoramaInternal& pe, bool started)
         out << ' ' << pe.image_state[i] << (pe.frame_present[i] != 0 ? "held at " : " at ") << pe.offsets[i].x
             << ',' << pe.offsets[i].y;
     if (!started)
-        out << " measured " << pe.tolerance << pe.inv_scale << pe.tolerance_x + pe.tolerance_y << pe.target_x
-            << pe.target_y << pe.ref_width << pe.ref_height << pe.small_width << pe.small_height
-            << pe.direction_threshold << (pe.preview_prev == nullptr) << (pe.preview_cur == nullptr);
+        out << " measured " << pe.tolerance << pe.inv_scale << pe.target_tolerance.x + pe.target_tolerance.y
+            << pe.target.x << pe.target.y << pe.reference.width << pe.reference.height << pe.small.width
+            << pe.small.height << pe.direction_threshold << (pe.preview_prev == nullptr)
+            << (pe.preview_cur == nullptr);
     return out.str();
 }
 
@@ -206,12 +207,12 @@ private:
 
     static void take_measures(PanoramaInternal* want, const PanoramaInternal& got)
     {
-        want->ref_width = got.ref_width;
+        want->reference.width = got.reference.width;
         want->direction_threshold = got.direction_threshold;
-        want->target_x = got.target_x;
-        want->target_y = got.target_y;
-        want->tolerance_x = got.tolerance_x;
-        want->tolerance_y = got.tolerance_y;
+        want->target.x = got.target.x;
+        want->target.y = got.target.y;
+        want->target_tolerance.x = got.target_tolerance.x;
+        want->target_tolerance.y = got.target_tolerance.y;
     }
 
     // Debug lines without addresses and source lines.
@@ -341,8 +342,8 @@ private:
     {
         PanoramaInternal* pe = s->handle != nullptr ? s->engine() : nullptr;
         if (pe != nullptr && pe->status == kStatusCapturing && one_in(3)) {  // the camera was quick
-            s->model.pe.offset_x = pe->offset_x = random_.below(81) - 40;
-            s->model.pe.offset_y = pe->offset_y = random_.below(81) - 40;
+            s->model.pe.motion.x = pe->motion.x = random_.below(81) - 40;
+            s->model.pe.motion.y = pe->motion.y = random_.below(81) - 40;
         }
         const int32_t large = one_in(4) ? 1 : 0;
         ozr_image frame = view(s, 4, std::min(s->width << large, 200), s->height + 9 * large, kScene);

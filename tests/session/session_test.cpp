@@ -62,7 +62,7 @@ TEST(Session, ACachedMaximumOfNoneSetsNoLimit)
     session->engine->direction = kDirectionRight;
     session->params->max_num_images = 0;
     for (int32_t i = 1; i <= 12; ++i) {
-        session->engine->offset_x = 1000;
+        session->engine->motion.x = 1000;
         ozr_point offset = {};
         ozr_panorama_direction direction = ozr_panorama_direction_auto;
         EXPECT_EQ(session->detect_frame_to_stitch(&frame, &offset, direction), i);
@@ -105,14 +105,14 @@ TEST(Session, ResetRepeatsItsRequestUntilTheCallHasLeft)
         for (bool stays : {true, false}) {
             const Session session;
             engine = session->engine;
-            engine->status = c.status;
+            engine->status = static_cast<PanoStatus>(c.status);
             becomes = c.becomes;
             leaves = !stays;
             inside = std::make_unique<ozr::session::Call>(session.session.get());
             const LogCapture log;
             const Sleeps sleeps([] {
                 if (engine->cancel_requested == 0) {
-                    engine->status = becomes;
+                    engine->status = static_cast<PanoStatus>(becomes);
                 } else if (leaves) {
                     inside = nullptr;
                     engine->status = kStatusCancelled;

@@ -75,7 +75,7 @@ inline void expect_same(const PanoramaCore& is, const ozr_reference::Core& want)
                       static_cast<size_t>(static_cast<const char*>(to) - static_cast<const char*>(from))) ==
                0;
     };
-    EXPECT_TRUE(same(&is, is.frames) && same(&is.width, &is.factors)) << "geometry and counts";
+    EXPECT_TRUE(same(&is, is.frames) && same(&is.input, &is.factors)) << "geometry and counts";
     EXPECT_TRUE(same(is.offsets, &is.proj)) << "results and flags";
     EXPECT_EQ(is.proj.block_offsets != nullptr, want.projection.height > 0);
     EXPECT_TRUE(holds(is.proj.block_offsets, want.projection.block_offsets));
@@ -85,7 +85,7 @@ inline void expect_same(const PanoramaCore& is, const ozr_reference::Core& want)
         SCOPED_TRACE(testing::Message() << "picture " << i);
         EXPECT_TRUE(holds(is.frames[i], want.pictures[i]));
         const AlignItem &item = is.align[i], &words = want.record.align[i];
-        EXPECT_TRUE(item.expected_x == words.expected_x && item.expected_y == words.expected_y);
+        EXPECT_TRUE(item.expected.x == words.expected.x && item.expected.y == words.expected.y);
         ASSERT_EQ(item.pyramid_levels, words.pyramid_levels);
         EXPECT_TRUE((item.pyramid != nullptr) == (item.pyramid_levels > 0) &&
                     !item.pyramid == !item.integrals);

@@ -15,7 +15,7 @@ public:
     TestEngine(const PanoImg& first, int32_t direction) : TestEngine()
     {
         EXPECT_EQ(take(first, {0, 0}), 1);
-        pe->direction = direction;
+        pe->direction = static_cast<PanoDirection>(direction);
     }
     ~TestEngine() { panorama_engine_destroy(&pe); }
     TestEngine(const TestEngine&) = delete;
