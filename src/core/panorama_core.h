@@ -1,9 +1,9 @@
 // The panorama core: aligns and composes the pictures of one sweep. Pictures reach it with the sweep running along
 // their x axis.
 //
-// panorama_core.cpp holds the context's life and geometry, panorama_core_projection.cpp the projection onto the
-// cylinder, panorama_core_projection_tables.cpp its tables, panorama_core_align.cpp the intake and alignment of pictures,
-// compose.cpp the composition, panorama_canvas_seams.cpp and write_canvas.cpp its last steps.
+// panorama_core.cpp holds the context's life and geometry, project.cpp the projection onto the cylinder, tables.cpp its
+// tables, align.cpp the intake and alignment of pictures, compose.cpp the composition, seams.cpp and canvas.cpp its last
+// steps.
 // Nothing but the composition logs.
 //
 // What cannot be detected: a context that panorama_core_create did not make, a picture whose memory is smaller than its

@@ -75,9 +75,9 @@ private:
     int32_t barred_;
 };
 
-// Where the columns end that a row of the overlap gives up to the seam before: `band` columns past it. Both are known in
-// columns and rows of the picture that the two overlaps share. `before` may be null.
-int32_t _end_behind(const Seam* before, const SeamRegion& region, int32_t y, int32_t band)
+// The first column that a row of the overlap may use: `band` columns right of the previous seam. Both overlaps are in one
+// picture, so its columns and rows relate them. `before` may be null.
+int32_t _first_free_column(const Seam* before, const SeamRegion& region, int32_t y, int32_t band)
 {
     const int32_t row = before != nullptr ? region.y + y - before->b.y : -1;
     if (row < 0 || row >= before->b.height)
@@ -117,7 +117,7 @@ void _trace(Seam* seam, const Seam* before, int32_t margin, const SeamTools& too
         const uint8_t* b = region_row(&seam->b, y);
         prefetch_bytes(a, rows_on(kRowsAhead, seam->a.img->stride), width);
         prefetch_bytes(b, rows_on(kRowsAhead, seam->b.img->stride), width);
-        paths.add_row(a, b, mask.barred_to(_end_behind(before, seam->a, y, band)));
+        paths.add_row(a, b, mask.barred_to(_first_free_column(before, seam->a, y, band)));
     }
     paths.trace(seam->columns.get());
 }

@@ -1,7 +1,7 @@
 // The panorama engine: a state machine over one sweep of pictures.
 //
-// panorama_engine.cpp holds the context's life, parameters and cancellation; panorama_engine_detect.cpp follows the
-// preview frames; panorama_engine_capture.cpp takes the pictures in; panorama_engine_synthesis.cpp makes the panorama.
+// panorama_engine.cpp holds the context's life, parameters and cancellation; detect.cpp follows the preview frames;
+// capture.cpp takes the pictures in; synthesis.cpp makes the panorama.
 //
 // Results are PanoResult codes. The engine logs no failures; its progress lines go to the debug level. It takes no lock:
 // a cancelling thread polls status, image_state and count of the working one, which in turn looks for cancel_requested
