@@ -15,8 +15,8 @@ namespace
 
 constexpr ptrdiff_t kCacheLine = 64;
 
-// To the compiler a function that only asks for memory does nothing, and it leaves out calls of such: they are to be
-// inlined, and so are functions that do no more than call them.
+// The compiler drops calls to functions whose only effect is a prefetch, so these must be inlined, and so must functions
+// that only call them.
 #define OZR_PREFETCHING __attribute__((always_inline)) inline
 
 // From a row of a picture to the one so many rows on. Unsigned, as the ways below: they may lead out of the picture, and of

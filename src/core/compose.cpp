@@ -40,22 +40,8 @@ void _lay_out(PanoramaCore* pi, Canvas* canvas)
     PanoLog(kTag, __LINE__, "Actual # of image in synthesis is %d. (ignored after)", pi->g_nCount);
 }
 
-PanoResult _copy_picture(const PanoImg* picture, PanoImg* out, void** raw_block)
-{
-    if (raw_block == nullptr)
-        return as_result(PanoImg_Clone(picture, out));
-    PanoImgOwner copy;
-    PANO_FORWARD(PanoImg_Clone(picture, copy.get()));
-    const uint32_t size = static_cast<uint32_t>(copy->size);
-    uint8_t* data = static_cast<uint8_t*>(AlignedCalloc(size, 1, raw_block));
-    if (*raw_block == nullptr)
-        return kPanoNoMemory;
-    PanoMemcpy(data, copy->data, size);
-    return as_result(PanoImg_CreateRef(out, data, copy->width, copy->height, copy->stride, copy->format));
-}
-
 // A sweep of one picture is that picture.
-PanoResult _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block)
+PanoResult _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoImgOwner* out)
 {
     if (pi->g_nCount < 1) {
         PanoLog(kTag, __LINE__, "Exiting synthesis: pi->g_nCount(%d) < 1", pi->g_nCount);
@@ -66,27 +52,25 @@ PanoResult _finish_without_overlap(const PanoramaCore* pi, int32_t count, PanoIm
         PanoLog(kTag, __LINE__, "saving pProject[0]");
     else
         PanoLog(kTag, __LINE__, "saving pProject[%d]", index);
-    const PanoResult cloned = _copy_picture(&pi->frames[index], out, raw_block);
+    const PanoResult cloned = out != nullptr ? out->copy(&pi->frames[index]) : kPanoBadArgument;
     PanoLog(kTag, __LINE__, "Exiting synthesis: pi->g_nCount(%d) == 1", pi->g_nCount);
     return cloned;
 }
 
-// An aligned block is what the caller of a whole sweep gets, so the pictures may be written straight into one. Every pixel
-// will be: nothing is cleared.
-PanoResult _create_canvas(const PanoramaCore* pi, const Canvas& canvas, PanoImg* out, void** raw_block)
+// Every pixel will be written, so nothing is cleared.
+PanoResult _create_canvas(const PanoramaCore* pi, const Canvas& canvas, PanoImgOwner* out)
 {
     const int64_t band = pi->input.height + canvas.highest - canvas.lowest;
     const int32_t width = static_cast<int32_t>((pi->input.width + canvas.shift_sum) & kSizeMask);
     const int32_t height = static_cast<int32_t>(band & kSizeMask);
     if (band < 0 || height == 0)
         return kPanoNotSupported;
-    return raw_block != nullptr ? pano_create_aligned_unfilled(out, width, height, kPanoNv12, raw_block)
-                                : pano_create_unfilled(out, width, height, kPanoNv12);
+    return out != nullptr ? out->create(width, height, kPanoNv12) : kPanoBadArgument;
 }
 
 }  // namespace
 
-PanoResult ozr::core::compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block)
+PanoResult ozr::core::compose(PanoramaCore* pi, int32_t count, PanoImgOwner* out)
 {
     if (pi == nullptr)
         return kPanoNullArgument;
@@ -106,26 +90,28 @@ PanoResult ozr::core::compose(PanoramaCore* pi, int32_t count, PanoImg* out, voi
     order_pictures(pi, count, &canvas);
     _lay_out(pi, &canvas);
     if (pi->g_nCount <= 1)
-        return _finish_without_overlap(pi, count, out, raw_block);
+        return _finish_without_overlap(pi, count, out);
     pi->mean_score = static_cast<int32_t>(canvas.score_sum / pi->overlaps);
     if (_take_cancel(pi))
         return kPanoCancelled;
     PANO_FORWARD(find_seams(&canvas, pi->margin));
     if (_take_cancel(pi))
         return kPanoCancelled;
-    PANO_FORWARD(_create_canvas(pi, canvas, out, raw_block));
+    PANO_FORWARD(_create_canvas(pi, canvas, out));
     if (_take_cancel(pi)) {
-        if (raw_block != nullptr)
-            PanoImg_DestroyAligned(out, raw_block);
-        else
-            PanoImg_Destroy(out);
+        out->reset();
         return kPanoCancelled;
     }
-    write_canvas(canvas, pi->margin, out);
+    write_canvas(canvas, pi->margin, out->get());
     return kPanoSuccess;
 }
 
 int32_t panorama_core_panorama(PanoramaCore* pi, int32_t count, PanoImg* out)
 {
-    return compose(pi, count, out, nullptr);
+    PanoImgOwner composed;
+    const PanoResult result = compose(pi, count, out != nullptr ? &composed : nullptr);
+    // Kept: after a failure the caller's record has the size that the panorama was to have, once that was known.
+    if (composed->width != 0 && out != nullptr)
+        *out = composed.release();
+    return result;
 }

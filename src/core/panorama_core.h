@@ -147,8 +147,8 @@ constexpr int32_t kNoSearchScore = -1;
 // As panorama_core_add_input, but the picture is only read and stays its owner's.
 PanoResult add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y);
 
-// As panorama_core_panorama; with a `raw_block` the pixels lie in an aligned block, for PanoImg_DestroyAligned.
-PanoResult compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block);
+// As panorama_core_panorama.
+PanoResult compose(PanoramaCore* pi, int32_t count, PanoImgOwner* out);
 
 // Frees what a record owns and clears it; null is no fault.
 void _panoFreeAlignmentItem(AlignItem* item);

@@ -1,4 +1,4 @@
-// Projection of pictures onto the cylinder, by the tables that panorama_core_projection_tables.cpp makes. Luma is
+// Projection of pictures onto the cylinder, by the tables that tables.cpp makes. Luma is
 // interpolated from the 2 x 2 pixels around a source position, chroma taken from the nearest pair.
 //
 // A row of the projection is a curve through the source, which the processor's own prefetching does not follow. And a

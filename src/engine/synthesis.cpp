@@ -78,11 +78,11 @@ PanoResult _copy_single(PanoramaInternal* pe)
     return kPanoSuccess;
 }
 
-PanoResult _compose(PanoramaInternal* pe, int32_t count, PanoImg* composed, void** raw_block)
+PanoResult _compose(PanoramaInternal* pe, int32_t count, PanoImgOwner* composed)
 {
     if (pe->cancel_requested != 0)
         return kPanoCancelled;
-    PANO_FORWARD(core::compose(pe->core, count, composed, raw_block));
+    PANO_FORWARD(core::compose(pe->core, count, composed));
     return pe->cancel_requested != 0 ? kPanoCancelled : kPanoSuccess;
 }
 
@@ -91,7 +91,7 @@ PanoResult _compose(PanoramaInternal* pe, int32_t count, PanoImg* composed, void
 PanoResult _compose_turned(PanoramaInternal* pe, int32_t count)
 {
     PanoImgOwner composed;
-    PANO_FORWARD(_compose(pe, count, composed.get(), nullptr));
+    PANO_FORWARD(_compose(pe, count, &composed));
     const PanoResult created = as_result(PanoImg_CreateAligned(
         &pe->out_img, composed->height, composed->width, composed->format, &pe->out_raw));
     _log_block(pe);
@@ -103,17 +103,11 @@ PanoResult _compose_turned(PanoramaInternal* pe, int32_t count)
 // The core writes straight into the output block, which becomes the engine's when nothing can fail any more.
 PanoResult _compose_straight(PanoramaInternal* pe, int32_t count)
 {
-    PanoImg composed = {};
-    void* raw_block = nullptr;
-    const PanoResult result = _compose(pe, count, &composed, &raw_block);
-    if (result < 0) {
-        PanoImg_DestroyAligned(&composed, &raw_block);
-        return result;
-    }
-    pe->out_img = composed;
-    pe->out_raw = raw_block;
+    PanoImgOwner composed(PanoImgOwner::kAtPage);
+    PANO_FORWARD(_compose(pe, count, &composed));
+    pe->out_img = composed.release(&pe->out_raw);
     _log_block(pe);
-    return result;
+    return kPanoSuccess;
 }
 
 }  // namespace

@@ -50,6 +50,16 @@ PanoResult _lay_out_packed(PanoImg* img)
     return row_bytes < 0 ? kPanoNotSupported : _lay_out(img, row_bytes);
 }
 
+PanoResult _lay_out_padded(PanoImg* img, int32_t stride)
+{
+    img->widthCopy = img->width;
+    img->stride = stride;
+    const int64_t row_bytes = pano_row_bytes(img->format, img->width);
+    if (row_bytes < 0)
+        return kPanoNotSupported;
+    return stride < row_bytes ? kPanoBadArgument : _lay_out(img, stride);
+}
+
 // Clears what no row covers.
 void _clear_rest(PanoImg* img)
 {
@@ -174,30 +184,13 @@ int32_t PanoImg_CreateAligned(PanoImg* img, int32_t width, int32_t height, int32
     return _check_block(img, *rawBlock);
 }
 
-PanoResult ozr::pano_create_aligned_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format,
-                                             void** raw_block)
-{
-    PANO_FORWARD(_describe_aligned(img, width, height, format));
-    img->data = static_cast<uint8_t*>(pano_aligned_malloc(static_cast<uint32_t>(img->size), raw_block));
-    PANO_FORWARD(_check_block(img, *raw_block));
-    _clear_rest(img);
-    return kPanoSuccess;
-}
-
 int32_t PanoImg_CreateRef(PanoImg* img, uint8_t* data, int32_t width, int32_t height, int32_t stride,
                           int32_t format)
 {
     if (width <= 0 || height <= 0 || img == nullptr)
         return kPanoBadArgument;
     _describe(img, width, height, format);
-    img->widthCopy = width;
-    img->stride = stride;
-    const int64_t row_bytes = pano_row_bytes(format, width);
-    if (row_bytes < 0)
-        return kPanoNotSupported;
-    if (stride < row_bytes)
-        return kPanoBadArgument;
-    PANO_FORWARD(_lay_out(img, stride));
+    PANO_FORWARD(_lay_out_padded(img, stride));
     if (data == nullptr)
         return _allocate(img);
     img->data = data;
@@ -253,4 +246,46 @@ int32_t PanoImg_CopyEx(PanoImg* dst, const PanoImg* src, int32_t x, int32_t y)
     if (_is_semi_planar(src->format))
         _copy_chroma(dst, src, at);
     return kPanoSuccess;
+}
+
+PanoResult PanoImgOwner::create(int32_t width, int32_t height, int32_t format)
+{
+    if (start_ == kAtBlock)
+        return pano_create_unfilled(&img_, width, height, format);
+    PANO_FORWARD(_describe_aligned(&img_, width, height, format));
+    img_.data = static_cast<uint8_t*>(pano_aligned_malloc(static_cast<uint32_t>(img_.size), &block_));
+    PANO_FORWARD(_check_block(&img_, block_));
+    _clear_rest(&img_);
+    return kPanoSuccess;
+}
+
+PanoResult PanoImgOwner::copy(const PanoImg* src)
+{
+    if (start_ == kAtBlock)
+        return as_result(PanoImg_Clone(src, &img_));
+    if (src == nullptr || src->data == nullptr || src->size < 0 || src->width <= 0 || src->height <= 0)
+        return kPanoBadArgument;
+    _describe(&img_, src->width, src->height, src->format);
+    PANO_FORWARD(_lay_out_padded(&img_, src->stride));
+    img_.data = static_cast<uint8_t*>(AlignedCalloc(static_cast<uint32_t>(img_.size), 1, &block_));
+    PANO_FORWARD(_check_block(&img_, block_));
+    PanoMemcpy(img_.data, src->data, static_cast<uint32_t>(std::min(src->size, img_.size)));
+    return kPanoSuccess;
+}
+
+void PanoImgOwner::reset()
+{
+    ozr_free(block_ != nullptr ? block_ : img_.data);
+    block_ = nullptr;
+    img_.data = nullptr;
+}
+
+PanoImg PanoImgOwner::release(void** raw_block)
+{
+    const PanoImg released = img_;
+    if (raw_block != nullptr)
+        *raw_block = block_;
+    block_ = nullptr;
+    img_.data = nullptr;
+    return released;
 }

@@ -123,24 +123,37 @@ namespace ozr
 // half row at the end of the chroma of an odd height.
 PanoResult pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format);
 
-// PanoImg_CreateAligned likewise.
-PanoResult pano_create_aligned_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format,
-                                        void** raw_block);
-
-// Releases pixels made by PanoImg_Create or PanoImg_Clone at the end of a scope, unless they were handed over.
+// A working image with the block that its pixels are in, which is freed with it unless it was handed over.
 class PanoImgOwner
 {
 public:
-    PanoImgOwner() = default;
-    ~PanoImgOwner() { PanoImg_Destroy(&img_); }
+    // Where the pixels of `create` and `copy` begin: with their block, or with a page inside it.
+    enum Start { kAtBlock, kAtPage };
+
+    explicit PanoImgOwner(Start start = kAtBlock) : start_(start) {}
+    ~PanoImgOwner() { reset(); }
     PanoImgOwner(const PanoImgOwner&) = delete;
     PanoImgOwner& operator=(const PanoImgOwner&) = delete;
 
     PanoImg* get() { return &img_; }
     PanoImg* operator->() { return &img_; }
 
+    // As pano_create_unfilled.
+    PanoResult create(int32_t width, int32_t height, int32_t format);
+
+    // As PanoImg_Clone.
+    PanoResult copy(const PanoImg* src);
+
+    // Frees the pixels; the other fields keep their values.
+    void reset();
+
+    // Hands the pixels over: to PanoImg_Destroy or, with the start of their block, to PanoImg_DestroyAligned.
+    PanoImg release(void** raw_block = nullptr);
+
 private:
     PanoImg img_ = {};
+    void* block_ = nullptr;  // null: the pixels begin with their block
+    Start start_;
 };
 
 }  // namespace ozr

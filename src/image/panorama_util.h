@@ -27,7 +27,7 @@ OZR_API void* PanoMemcpy(void* dst, const void* src, uint32_t size);
 
 // Zero-filled memory at an address that is a multiple of 4096. The start of the block, to be freed, goes to *raw unless
 // `raw` is null. Kept: when memory is out, or more than 32 bits count is asked for, the result is not null but 8192;
-// only *raw tells.
+// only *raw shows it.
 OZR_API void* AlignedCalloc(uint32_t count, uint32_t size, void** raw);
 
 OZR_END_DECLS

@@ -177,9 +177,9 @@ ozr_err _build(panorama_t* session, const ozr_config* source)
     return read == ozr_success ? read : raise(read, "from get_parameters(&p)", kConstructor, __LINE__);
 }
 
-// While another thread's call is at work in the session, for at most `ms`: asks the engine to stop. The request is repeated,
-// because a call that has just begun a sweep does not see the first one. Whether the call has left.
-bool _see_call_leave(const panorama_t* session, uint32_t ms)
+// Asks the engine to stop until the call of another thread has left the session, for at most `ms`; returns whether it has.
+// The request is repeated, because a call that has just begun a sweep does not see the first one.
+bool _wait_for_call(const panorama_t* session, uint32_t ms)
 {
     for (uint32_t waited = 0; waited < ms && is_at_work(session); waited += kLeavePollMs) {
         ozr::engine::request_cancel(session->engine);
@@ -338,9 +338,9 @@ ozr_err panorama_t::cancel_processes()
         ready = as_result(panorama_engine_check_ready_to_destroy(engine));
         // The engine's words tell when its work has ended, not when the call that asked for it has left.
         if (ready == kPanoSuccess)
-            return _see_call_leave(this, kCancelPolls * kCancelPollMs) ? ozr_success : ozr_err_invalid_status;
+            return _wait_for_call(this, kCancelPolls * kCancelPollMs) ? ozr_success : ozr_err_invalid_status;
         if (is_at_work(this))
-            _see_call_leave(this, kCancelPollMs);
+            _wait_for_call(this, kCancelPollMs);
         else
             ozr_platform_sleep(kCancelPollMs);
     }

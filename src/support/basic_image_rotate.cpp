@@ -5,10 +5,11 @@
 #include <stddef.h>
 
 #include "base/fixed.h"
+#include "base/plane.h"
 #include "kernels/kernels.h"
 #include "ozr_geometry.h"
 #include "ozr_gray.h"
-#include "support/plane.h"
+#include "support/raw_pictures.h"
 
 using namespace ozr;
 
@@ -22,20 +23,6 @@ static_assert(kPositionFracBits + kTrigFracBits == kernels::kLineFracBits, "posi
 constexpr int32_t kEighths = 8;
 constexpr int32_t kEighthDegrees = 45;
 
-struct GrayTarget {
-    uint8_t* data;
-    int32_t width;
-    int32_t height;
-    int32_t stride;
-};
-
-struct GraySource {
-    const uint8_t* data;
-    int32_t width;
-    int32_t height;
-    int32_t stride;
-};
-
 // How the destination's grid lies in the source, Q10: the distance of its columns and rows, and where its centre goes.
 struct Grid {
     int64_t step_x;
@@ -44,12 +31,6 @@ struct Grid {
     int64_t centre_y;
 };
 
-template <class Plane>
-bool _is_sound(const Plane& plane)
-{
-    return plane.data != nullptr && plane.width > 0 && plane.height > 0;
-}
-
 // Half the extent of `count` positions; what an odd extent loses, it loses in every use.
 int64_t _half_extent(int32_t count, int64_t step)
 {
@@ -57,7 +38,7 @@ int64_t _half_extent(int32_t count, int64_t step)
 }
 
 // Shows the picture turned clockwise about the grid's centre.
-void _turn(const GrayTarget& dst, const GraySource& src, const Grid& grid, int32_t degrees)
+void _turn(const Plane& dst, const ConstPlane& src, const Grid& grid, int32_t degrees)
 {
     kernels::LineGrayRow* const line_row = kernels::active()->warp.line_gray_row;
     const int64_t cosine = ozr_math_cosi16_d(degrees);
@@ -67,8 +48,7 @@ void _turn(const GrayTarget& dst, const GraySource& src, const Grid& grid, int32
     const int64_t u = -_half_extent(dst.width, grid.step_x);
     for (int32_t y = 0; y < dst.height; ++y) {
         const int64_t v = y * grid.step_y - _half_extent(dst.height, grid.step_y);
-        line_row(dst.data + static_cast<ptrdiff_t>(y) * dst.stride, dst.width, line,
-                 (grid.centre_x << kTrigFracBits) + cosine * u + sine * v,
+        line_row(dst.row(y), dst.width, line, (grid.centre_x << kTrigFracBits) + cosine * u + sine * v,
                  (grid.centre_y << kTrigFracBits) - sine * u + cosine * v);
     }
 }
@@ -79,9 +59,9 @@ ozr_err rotate_grayimage_eighth(uint8_t* dst, int32_t dst_width, int32_t dst_hei
                                 const uint8_t* src, int32_t src_width, int32_t src_height, int32_t src_stride,
                                 int32_t direction)
 {
-    const GrayTarget to = {dst, dst_width, dst_height, stride_or_width(dst_stride, dst_width)};
-    const GraySource from = {src, src_width, src_height, stride_or_width(src_stride, src_width)};
-    if (!_is_sound(to) || !_is_sound(from) || direction < 0 || direction >= kEighths)
+    const Plane to = {dst, dst_width, dst_height, stride_or_width(dst_stride, dst_width)};
+    const ConstPlane from = {src, src_width, src_height, stride_or_width(src_stride, src_width)};
+    if (!to.has_pixels() || !from.has_pixels() || direction < 0 || direction >= kEighths)
         return ozr_err_invalid_argument;
     // The middle of the source, half a pixel on: positions round to the nearest pixel.
     const Grid grid = {kPositionOne, kPositionOne, src_width * kPositionOne / 2,
@@ -95,9 +75,9 @@ ozr_err rotate_crop_resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_t
                                         int32_t src_height, int32_t src_stride, const ozr_rect* crop,
                                         int32_t deg)
 {
-    const GrayTarget to = {dst, dst_width, dst_height, stride_or_width(dst_stride, dst_width)};
-    const GraySource from = {src, src_width, src_height, stride_or_width(src_stride, src_width)};
-    if (!_is_sound(to) || !_is_sound(from) || !crop_is_inside(crop, src_width, src_height))
+    const Plane to = {dst, dst_width, dst_height, stride_or_width(dst_stride, dst_width)};
+    const ConstPlane from = {src, src_width, src_height, stride_or_width(src_stride, src_width)};
+    if (!to.has_pixels() || !from.has_pixels() || !crop_is_inside(crop, src_width, src_height))
         return ozr_err_invalid_argument;
     const int64_t step_x = (crop->right - crop->left) * kPositionOne / dst_width;
     const int64_t step_y = (crop->bottom - crop->top) * kPositionOne / dst_height;

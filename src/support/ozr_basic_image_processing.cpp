@@ -6,10 +6,11 @@
 
 #include <algorithm>
 
+#include "base/plane.h"
 #include "kernels/kernels.h"
 #include "ozr_gray.h"
 #include "ozr_memory.h"
-#include "support/plane.h"
+#include "support/raw_pictures.h"
 
 using namespace ozr;
 
@@ -20,57 +21,39 @@ constexpr int32_t kRgbBytes = 3;
 // Rows, and bytes in the last of them, by which a 3 x 3 window exceeds its first byte.
 constexpr uint32_t kCensusMargin = 2;
 
-// Source and destination of a resizing; sizes in pixels, strides in bytes.
+// Source and destination of a resizing.
 struct Resizing {
-    uint8_t* dst;
-    int32_t dst_width;
-    int32_t dst_height;
-    int32_t dst_stride;
-    const uint8_t* src;
-    int32_t src_width;
-    int32_t src_height;
-    int32_t src_stride;
+    Plane dst;
+    ConstPlane src;
 
-    // Both sizes 1 or more. Sizes of 2^21 and more wrap around in Q22.10; as long as the outcome is not negative, all
-    // positions stay inside the source.
-    int32_t step_x() const { return _fixed(src_width) / dst_width; }
-    int32_t step_y() const { return _fixed(src_height) / dst_height; }
+    // Both sizes are 1 or more. Sizes of 2^21 and more wrap around in Q22.10; as long as the outcome is not negative,
+    // all positions stay inside the source.
+    int32_t step_x() const { return _fixed(src.width) / dst.width; }
+    int32_t step_y() const { return _fixed(src.height) / dst.height; }
 
-    bool is_sound() const
-    {
-        return dst != nullptr && src != nullptr && dst_width > 0 && dst_height > 0 && src_width > 0 &&
-               src_height > 0 && step_x() >= 0 && step_y() >= 0;
-    }
+    bool is_sound() const { return dst.has_pixels() && src.has_pixels() && step_x() >= 0 && step_y() >= 0; }
     // Whether the rows of the result overlap neither each other nor the source.
     bool is_apart(int32_t pixel_bytes) const
     {
-        const int64_t row_bytes = int64_t{dst_width} * pixel_bytes;
-        const int64_t dst_bytes = int64_t{dst_height} * dst_stride;
-        const int64_t src_row_bytes =
-            (int64_t{src_width} + 1) * pixel_bytes;  // with a neighbour of the last pixel
+        const int64_t row_bytes = int64_t{dst.width} * pixel_bytes;
+        const int64_t dst_bytes = int64_t{dst.height} * dst.stride;
+        // With a neighbour of the last pixel.
+        const int64_t src_row_bytes = (int64_t{src.width} + 1) * pixel_bytes;
         const int64_t src_bytes =
-            int64_t{src_height} * src_stride + std::max<int64_t>(src_stride, src_row_bytes);
-        const intptr_t dst_begin = reinterpret_cast<intptr_t>(dst);
-        const intptr_t src_begin = reinterpret_cast<intptr_t>(src);
-        return dst_stride >= row_bytes && src_stride >= 0 &&
+            int64_t{src.height} * src.stride + std::max<int64_t>(src.stride, src_row_bytes);
+        const intptr_t dst_begin = reinterpret_cast<intptr_t>(dst.data);
+        const intptr_t src_begin = reinterpret_cast<intptr_t>(src.data);
+        return dst.stride >= row_bytes && src.stride >= 0 &&
                (dst_begin + dst_bytes <= src_begin || src_begin + src_bytes <= dst_begin);
     }
-    uint8_t* dst_row(int32_t y) const { return dst + static_cast<ptrdiff_t>(y) * dst_stride; }
-    const uint8_t* src_row(uint32_t y) const { return src + static_cast<ptrdiff_t>(y) * src_stride; }
 
-    // The part of the source inside `crop`; a source of null when the crop is empty or not all inside.
+    // The part of the source inside `crop`; without pixels when the crop is empty or not all inside.
     Resizing cropped(const ozr_rect* crop, int32_t pixel_bytes) const
     {
-        Resizing part = *this;
-        if (src == nullptr || !crop_is_inside(crop, src_width, src_height)) {
-            part.src = nullptr;
-            return part;
-        }
-        part.src +=
-            static_cast<ptrdiff_t>(crop->top) * src_stride + static_cast<ptrdiff_t>(crop->left) * pixel_bytes;
-        part.src_width = crop->right - crop->left;
-        part.src_height = crop->bottom - crop->top;
-        return part;
+        if (src.data == nullptr || !crop_is_inside(crop, src.width, src.height))
+            return {dst, {}};
+        const uint8_t* first = src.row(crop->top) + static_cast<ptrdiff_t>(crop->left) * pixel_bytes;
+        return {dst, src.part(first, crop->right - crop->left, crop->bottom - crop->top)};
     }
 
 private:
@@ -88,8 +71,8 @@ ozr_err _resize_nearest(const Resizing& task)
     const uint32_t step_x = static_cast<uint32_t>(task.step_x());
     const uint32_t step_y = static_cast<uint32_t>(task.step_y());
     uint32_t position = 0;
-    for (int32_t y = 0; y < task.dst_height; ++y) {
-        nearest_row(task.dst_row(y), task.dst_width, task.src_row(position >> kResampleFracBits), step_x);
+    for (int32_t y = 0; y < task.dst.height; ++y) {
+        nearest_row(task.dst.row(y), task.dst.width, task.src.row(position >> kResampleFracBits), step_x);
         position += step_y;
     }
     return ozr_success;
@@ -103,24 +86,25 @@ void _resize_rows(const Resizing& task, kernels::Resample* resample, int32_t pix
     const uint32_t step_x = static_cast<uint32_t>(task.step_x());
     const uint32_t step_y = static_cast<uint32_t>(task.step_y());
     const uint32_t first_y = static_cast<uint32_t>(first) * step_y;
-    const int32_t last = task.dst_width - 1;
+    const int32_t last = task.dst.width - 1;
     const ptrdiff_t right =
         static_cast<ptrdiff_t>((static_cast<uint32_t>(last) * step_x) >> kResampleFracBits) * pixel_bytes;
-    uint8_t* dst = task.dst_row(first);
-    resample(dst, task.dst_stride, {task.src, task.src_stride, step_x, step_y, first_y, last, end - first});
-    resample(dst + static_cast<ptrdiff_t>(last) * pixel_bytes, task.dst_stride,
-             {task.src + right, task.src_stride, 0, step_y, first_y, 1, end - first});
+    uint8_t* dst = task.dst.row(first);
+    resample(dst, task.dst.stride,
+             {task.src.data, task.src.stride, step_x, step_y, first_y, last, end - first});
+    resample(dst + static_cast<ptrdiff_t>(last) * pixel_bytes, task.dst.stride,
+             {task.src.data + right, task.src.stride, 0, step_y, first_y, 1, end - first});
 }
 
 // There is no next row for the last one either: a source whose rows all are that row.
 void _resize_last_row(const Resizing& task, kernels::Resample* resample, int32_t pixel_bytes)
 {
-    const int32_t last = task.dst_height - 1;
+    const int32_t last = task.dst.height - 1;
     const uint32_t position = static_cast<uint32_t>(last) * static_cast<uint32_t>(task.step_y());
     Resizing row = task;
-    row.src = task.src_row(position >> kResampleFracBits);
-    row.src_stride = 0;
-    _resize_rows(row, resample, pixel_bytes, last, task.dst_height);
+    row.src.data = task.src.row(position >> kResampleFracBits);
+    row.src.stride = 0;
+    _resize_rows(row, resample, pixel_bytes, last, task.dst.height);
 }
 
 // Rows that overlap each other or the source are made one after the other, pixel by pixel.
@@ -129,7 +113,7 @@ ozr_err _resize_bilinear(const Resizing& task, kernels::Resample* kernels::Resam
 {
     if (!task.is_sound())
         return ozr_err_invalid_argument;
-    const int32_t last = task.dst_height - 1;
+    const int32_t last = task.dst.height - 1;
     if (task.is_apart(pixel_bytes)) {
         _resize_rows(task, kernels::active()->resample.*resample, pixel_bytes, 0, last);
         _resize_last_row(task, kernels::active()->resample.*resample, pixel_bytes);
@@ -170,8 +154,8 @@ ozr_err resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_t dst_height,
         return ozr_err_invalid_argument;
     if (dst_height < 1)
         return ozr_success;
-    return _resize_nearest({dst, dst_width, dst_height, stride_or_width(dst_stride, dst_width), src,
-                            src_width, src_height, stride_or_width(src_stride, src_width)});
+    return _resize_nearest({{dst, dst_width, dst_height, stride_or_width(dst_stride, dst_width)},
+                            {src, src_width, src_height, stride_or_width(src_stride, src_width)}});
 }
 
 ozr_err resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_t dst_height, int32_t dst_stride,
@@ -181,8 +165,9 @@ ozr_err resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_t dst_height,
         return ozr_err_invalid_argument;
     if (dst_height < 1)
         return ozr_success;
-    return _resize_bilinear({dst, dst_width, dst_height, dst_stride, src, src_width, src_height, src_stride},
-                            &kernels::ResampleKernels::gray, 1);
+    return _resize_bilinear(
+        {{dst, dst_width, dst_height, dst_stride}, {src, src_width, src_height, src_stride}},
+        &kernels::ResampleKernels::gray, 1);
 }
 
 ozr_err sample_image_by_n(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t width, int32_t height,
@@ -221,8 +206,8 @@ ozr_err crop_resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_t dst_he
                                  const uint8_t* src, int32_t src_width, int32_t src_height,
                                  int32_t src_stride, const ozr_rect* crop)
 {
-    const Resizing whole = {dst, dst_width, dst_height, stride_or_width(dst_stride, dst_width),
-                            src, src_width, src_height, stride_or_width(src_stride, src_width)};
+    const Resizing whole = {{dst, dst_width, dst_height, stride_or_width(dst_stride, dst_width)},
+                            {src, src_width, src_height, stride_or_width(src_stride, src_width)}};
     return _resize_nearest(whole.cropped(crop, 1));
 }
 
@@ -230,7 +215,8 @@ ozr_err crop_resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_t dst_he
                                  const uint8_t* src, int32_t src_width, int32_t src_height,
                                  int32_t src_stride, const ozr_rect* crop)
 {
-    const Resizing whole = {dst, dst_width, dst_height, dst_stride, src, src_width, src_height, src_stride};
+    const Resizing whole = {{dst, dst_width, dst_height, dst_stride},
+                            {src, src_width, src_height, src_stride}};
     return _resize_bilinear(whole.cropped(crop, 1), &kernels::ResampleKernels::gray, 1);
 }
 
@@ -238,6 +224,7 @@ ozr_err crop_resize_RGB(uint8_t* dst, int32_t dst_width, int32_t dst_height, int
                         const uint8_t* src, int32_t src_width, int32_t src_height, int32_t src_stride,
                         const ozr_rect* crop)
 {
-    const Resizing whole = {dst, dst_width, dst_height, dst_stride, src, src_width, src_height, src_stride};
+    const Resizing whole = {{dst, dst_width, dst_height, dst_stride},
+                            {src, src_width, src_height, src_stride}};
     return _resize_bilinear(whole.cropped(crop, kRgbBytes), &kernels::ResampleKernels::rgb, kRgbBytes);
 }

@@ -12,7 +12,7 @@
 #include "ozr_image.h"
 #include "ozr_memory.h"
 #include "support/image_rows.h"
-#include "support/plane.h"
+#include "support/raw_pictures.h"
 
 using namespace ozr;
 

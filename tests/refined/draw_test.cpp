@@ -320,7 +320,7 @@ TEST(Draw, SurvivesEveryFailingAllocation)
 // The request comes while the n-th block is allocated: as early and as late as that goes.
 TEST(Draw, StopsWhereverItIsCancelled)
 {
-    static uint8_t asked;
+    static ozr::SharedWord<uint8_t> asked;
     static int64_t when;
     Sweep sweep = usual_sweep();
     int64_t allocations;
@@ -331,7 +331,10 @@ TEST(Draw, StopsWhereverItIsCancelled)
     }
     for (when = 1; when <= allocations; ++when) {
         asked = 0;
-        WrappedHeap heap(0, [](int64_t allocation) { asked = allocation == when ? 1 : asked; });
+        WrappedHeap heap(0, [](int64_t allocation) {
+            if (allocation == when)
+                asked = 1;
+        });
         {
             const Drawn drawn(sweep.input(&asked));
             EXPECT_EQ(drawn.result, kPanoCancelled) << when;

@@ -1,13 +1,13 @@
-// Pictures handed over as raw pointer, size and stride.
-#ifndef OZR_PLANE_H
-#define OZR_PLANE_H
+// Checks of pictures that callers hand over as pointer, size and stride.
+#ifndef OZR_RAW_PICTURES_H
+#define OZR_RAW_PICTURES_H
 
 #include "ozr_types.h"
 
 namespace ozr
 {
 
-// A stride of 0 stands for rows without padding.
+// A stride of 0 means rows without padding.
 inline int32_t stride_or_width(int32_t stride, int32_t width)
 {
     return stride != 0 ? stride : width;
