@@ -14,9 +14,9 @@ namespace
 
 constexpr uint8_t kForbidden = 255;
 // A difference as noise and rounding make it costs nothing, one as people make it costs all: differences are squared.
-// 64 levels and more reach the limit.
+// 55 levels and more reach the limit. Where no seam should be it costs more still, and more and more off the middle.
 constexpr int32_t kSquareBits = 4;
-constexpr int32_t kDearest = 254;
+constexpr int32_t kDearest = 191;
 
 struct Region {  // columns [first, end) of the lattice
     int32_t first;
@@ -60,17 +60,19 @@ void _cost_row(uint8_t* costs, uint8_t* forbidden, const Layer& a, const Layer& 
 
 // The mean of 3 x 3 costs, of rows that may be the same; and a pull to the middle between the two pictures, which decides
 // where nothing else does.
-void _spread_row(uint8_t* dst, const uint8_t* const rows[3], int32_t width)
+void _spread_row(uint8_t* dst, const uint8_t* const rows[3], const uint8_t* forbidden, int32_t width)
 {
-    constexpr int32_t kPull = 6, kPullBits = 16;  // at the ends
-    const int64_t pull_unit = (int64_t{kPull} << kPullBits) / (int64_t{width} * width);
+    constexpr int32_t kPull = 6, kForbiddenPull = 63, kPullBits = 16;  // at the ends
+    const int64_t one = (int64_t{1} << kPullBits) / (int64_t{width} * width);
     const auto sum = [&](int32_t x) { return rows[0][x] + rows[1][x] + rows[2][x]; };
     int32_t before = sum(0), here = before;
     for (int32_t x = 0; x < width; ++x) {
         const int32_t next = x + 1 < width ? sum(x + 1) : here;
-        const int64_t off = 2 * x + 1 - width;
-        const int32_t pull = static_cast<int32_t>(off * off * pull_unit >> kPullBits);
-        dst[x] = static_cast<uint8_t>(std::min(kDearest, (before + here + next) / 9 + pull));
+        const int64_t off = 2 * x + 1 - width, share = off * off * one;
+        const int32_t cost = std::min<int32_t>(
+            kDearest, (before + here + next) / 9 + static_cast<int32_t>(share * kPull >> kPullBits));
+        const int32_t worse = kDearest + 1 + static_cast<int32_t>(share * kForbiddenPull >> kPullBits);
+        dst[x] = static_cast<uint8_t>(forbidden[x] == 0 ? cost : worse);
         before = here;
         here = next;
     }
@@ -127,8 +129,9 @@ PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, 
     for (int32_t y = 0; y < rows; ++y) {
         const uint8_t* around[] = {costs + int64_t{std::max(y - 1, 0)} * width, costs + int64_t{y} * width,
                                    costs + int64_t{std::min(y + 1, last)} * width};
-        _spread_row(work.spread.get(), around, width);
-        paths.add_row(work.spread.get(), work.zeros.get(), work.forbidden.get() + int64_t{y} * width);
+        const uint8_t* forbidden = work.forbidden.get() + int64_t{y} * width;
+        _spread_row(work.spread.get(), around, forbidden, width);
+        paths.add_row(work.spread.get(), work.zeros.get(), work.zeros.get());
     }
     paths.trace(columns);
     for (int32_t y = 0; y < rows; ++y)

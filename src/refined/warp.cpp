@@ -45,7 +45,7 @@ int32_t _crossing(const Warp& warp, int32_t seam, int32_t row)
     const int32_t below = std::min(above + 1, warp.seams.rows - 1);
     const int32_t* columns = warp.seams.at(seam);
     const int32_t left = warp.crop.left;
-    return ((columns[above] - left) << bits) + (columns[below] - columns[above]) * part;
+    return (columns[above] - left) * (1 << bits) + (columns[below] - columns[above]) * part;
 }
 
 // What a picture is drawn for: its own columns and half a feather on each side; may be empty.

@@ -357,7 +357,7 @@ TEST(KernelCheck, Drawing)
                                     {chroma.data(), kStride, kWidth / 2, kHeight / 2}};
         Guarded xs = c.bytes(4 * n + 4, 4), ys = c.bytes(4 * n + 4, 4), numbers = c.bytes(6 * n + 6, 2);
         int16_t* number = numbers.as<int16_t>();
-        for (int32_t turn : {0, 40, 150, 400, 4000}) {
+        for (int32_t turn : {40, 400, 4000}) {
             int32_t x = 0, y = 0;
             for (int32_t b = 0; b <= n; ++b) {
                 if (b == 0 || x > (kWidth + 3) * kOne) {

@@ -21,7 +21,6 @@ struct DrawAvx2 : Avx2 {
     static Words multiply_round(Words a, Words b) { return Words(_mm256_mulhrs_epi16(Vector(a), Vector(b))); }
     static Words multiply_add_bytes(Vector a, Words b) { return Words(_mm256_maddubs_epi16(a, Vector(b))); }
     static Words add_limited(Words a, Words b) { return Words(_mm256_adds_epi16(Vector(a), Vector(b))); }
-    static Words shift_unsigned(Words a, int32_t bits) { return Words(_mm256_srli_epi16(Vector(a), bits)); }
     static Words greater(Words a, Words b) { return Words(_mm256_max_epi16(Vector(a), Vector(b))); }
     static Vector shuffled(Vector bytes, Words order) { return _mm256_shuffle_epi8(bytes, Vector(order)); }
     static Vector load_blocks(const uint8_t* const* src, int64_t offset)

@@ -23,8 +23,22 @@ constexpr int32_t kMostStep = 16383;  // of a node to the next: twice as much is
 constexpr int32_t kMostBlocks = 2;    // of a vector
 constexpr int32_t kLoad = 16;         // bytes of a source row that a block is made from
 
-// Kernel is luma or chroma: what tells them apart is how many source rows and columns a pixel has.
-template <class V, int32_t kTaps, class Scalar>
+// What tells luma and chroma apart. Places are Q10 luma pixels: a pair is two of them wide, and begins half a one in.
+struct LumaShape {
+    static constexpr int32_t kTaps = 4,
+                             kBefore = 1;  // rows and columns of a pixel, and those before its place
+    static constexpr int32_t kPixelBytes = 1, kUnitBits = kDrawPlaceBits, kInset = 0;
+    static constexpr int32_t kFirst = 0,
+                             kLast = 14;  // where a block's first and last pixel lie, in 16ths of it
+};
+struct ChromaShape {
+    static constexpr int32_t kTaps = 2, kBefore = 0;
+    static constexpr int32_t kPixelBytes = 2, kUnitBits = kDrawPlaceBits + 1,
+                             kInset = 1 << (kDrawPlaceBits - 1);
+    static constexpr int32_t kFirst = 1, kLast = 13;
+};
+
+template <class V, class Shape>
 class DrawRows
 {
 protected:
@@ -32,12 +46,65 @@ protected:
     using Vector = typename V::Vector;
     static constexpr int32_t kBlocks = V::kBytes / 16;
 
+    // A plane by value: what is written is bytes, which might be anything that is read through a pointer.
+    struct Limits {
+        const uint8_t* src;
+        int64_t stride, last_load;  // offset of the last 16 bytes
+        int32_t most_x, most_y;
+        explicit Limits(const DrawPlane& plane)
+            : src(plane.src), stride(plane.stride),
+              last_load((plane.height - 1) * plane.stride + plane.width * Shape::kPixelBytes - kLoad),
+              most_x(((plane.width - Shape::kTaps + 1 + Shape::kBefore) << Shape::kUnitBits) - 1),
+              most_y(((plane.height - Shape::kTaps + 1 + Shape::kBefore) << Shape::kUnitBits) - 1)
+        {
+        }
+    };
+
     // Of each block of a vector: the first place within it, and twice the way to the next node.
     struct Starts {
         int16_t x[kMostBlocks], step_x[kMostBlocks], y[kMostBlocks], step_y[kMostBlocks];
         const uint8_t* src[kMostBlocks];
         int32_t turn;  // rows that are read beyond the taps of one pixel
     };
+
+    // False where the blocks that begin with a node are not for vectors.
+    static bool start(const Limits& limits, const int32_t* xs, const int32_t* ys, Starts* starts)
+    {
+        constexpr int32_t kUnit = 1 << Shape::kUnitBits, kLeast = Shape::kBefore * kUnit;
+        constexpr int32_t kLastColumn = kLoad / Shape::kPixelBytes - Shape::kTaps;
+        int64_t offsets[kMostBlocks];
+        starts->turn = 0;
+        for (int32_t i = 0; i < kBlocks; ++i) {
+            const int32_t x = xs[i] - Shape::kInset, step_x = xs[i + 1] - xs[i];
+            const int32_t y = ys[i] - Shape::kInset, step_y = ys[i + 1] - ys[i];
+            if (step_x < 0 || step_x > kMostStep || step_y < -kMostStep || step_y > kMostStep)
+                return false;
+            const int32_t last_x = x + (Shape::kLast * step_x >> 4),
+                          last_y = y + (Shape::kLast * step_y >> 4);
+            const int32_t first_y = y + (Shape::kFirst * step_y >> 4);
+            const int32_t upper = lesser(first_y, last_y), lower = first_y + last_y - upper;
+            const int32_t column = x >> Shape::kUnitBits, row = upper >> Shape::kUnitBits;
+            if (x < kLeast || last_x > limits.most_x || upper < kLeast || lower > limits.most_y ||
+                (last_x >> Shape::kUnitBits) - column > kLastColumn)
+                return false;
+            const int32_t turn = (lower >> Shape::kUnitBits) - row;
+            starts->turn = turn > starts->turn ? turn : starts->turn;
+            starts->x[i] = static_cast<int16_t>(x & (kUnit - 1));
+            starts->y[i] = static_cast<int16_t>(y - (row << Shape::kUnitBits));
+            starts->step_x[i] = static_cast<int16_t>(2 * step_x);
+            starts->step_y[i] = static_cast<int16_t>(2 * step_y);
+            offsets[i] =
+                (row - Shape::kBefore) * limits.stride + (column - Shape::kBefore) * Shape::kPixelBytes;
+            starts->src[i] = limits.src + offsets[i];
+        }
+        // A row below the plane would end beyond it too.
+        const int64_t down = (Shape::kTaps - 1 + starts->turn) * limits.stride;
+        for (int32_t i = 0; i < kBlocks; ++i) {
+            if (offsets[i] + down > limits.last_load)
+                return false;
+        }
+        return starts->turn <= kMostTurn;
+    }
 
     static int32_t lesser(int32_t a, int32_t b) { return a < b ? a : b; }
 
@@ -65,6 +132,8 @@ protected:
     {
         return earlier ^ (mask & (later ^ earlier));
     }
+
+    static constexpr int32_t kTaps = Shape::kTaps;
 
     // Rows per pixel from those per block: a pixel whose place is n rows further down has its taps n rows further down.
     template <int32_t kTurn>
@@ -94,67 +163,29 @@ protected:
 };
 
 template <class V, class Scalar>
-class DrawLuma : DrawRows<V, 4, Scalar>
+class DrawLuma : DrawRows<V, LumaShape>
 {
-    using Base = DrawRows<V, 4, Scalar>;
+    using Base = DrawRows<V, LumaShape>;
     using Base::kBlocks;
     using typename Base::Starts;
     using typename Base::Vector;
     using typename Base::Words;
 
-    // False where the blocks at node b are not for vectors.
-    static bool start(const DrawPlane& plane, const DrawNodes& nodes, int32_t b, Starts* starts)
-    {
-        constexpr int32_t kLastColumn = kLoad - 4;  // of the second tap, from that of the first pixel
-        const int32_t most_x = ((plane.width - 2) << kDrawPlaceBits) - 1;
-        const int32_t most_y = ((plane.height - 2) << kDrawPlaceBits) - 1;
-        starts->turn = 0;
-        int32_t top[kMostBlocks];
-        for (int32_t i = 0; i < kBlocks; ++i) {
-            const int32_t x = nodes.x[b + i], step_x = nodes.x[b + i + 1] - x;
-            const int32_t y = nodes.y[b + i], step_y = nodes.y[b + i + 1] - y;
-            if (step_x < 0 || step_x > kMostStep || step_y < -kMostStep || step_y > kMostStep)
-                return false;
-            const int32_t last_x = x + (7 * step_x >> 3), last_y = y + (7 * step_y >> 3);
-            const int32_t column = x >> kDrawPlaceBits;
-            const int32_t upper = Base::lesser(y, last_y), lower = y + last_y - upper;
-            if (x < kDrawPlaceOne || last_x > most_x || upper < kDrawPlaceOne || lower > most_y ||
-                (last_x >> kDrawPlaceBits) - column > kLastColumn)
-                return false;
-            top[i] = (upper >> kDrawPlaceBits) - 1;
-            const int32_t turn = (lower >> kDrawPlaceBits) - 1 - top[i];
-            starts->turn = turn > starts->turn ? turn : starts->turn;
-            starts->x[i] = static_cast<int16_t>(x & (kDrawPlaceOne - 1));
-            starts->y[i] = static_cast<int16_t>(y - ((top[i] + 1) << kDrawPlaceBits));
-            starts->step_x[i] = static_cast<int16_t>(2 * step_x);
-            starts->step_y[i] = static_cast<int16_t>(2 * step_y);
-            starts->src[i] = plane.src + top[i] * plane.stride + column - 1;
-        }
-        if (starts->turn > kMostTurn)
-            return false;
-        const uint8_t* end = plane.src + (plane.height - 1) * plane.stride + plane.width;
-        for (int32_t i = 0; i < kBlocks; ++i) {
-            if (top[i] + 3 + starts->turn >= plane.height ||
-                end - (starts->src[i] + (3 + starts->turn) * plane.stride) < kLoad)
-                return false;
-        }
-        return Base::is_gentle(nodes.gain + b);
-    }
-
     struct Weights {
         Words at[4];
     };
 
-    // Q14, for places in 128ths.
+    // Q14, for places in 128ths. Sums on the way leave signed words, but not unsigned ones.
     static Weights column_weights(Words place)
     {
+        using Sums = typename V::WordSums;
         const Words t = place << 8;
         const Words t2 = V::multiply_round(t, t);
         const Words t3 = V::multiply_round(t2, t);
+        const Sums one = Sums(t), two = Sums(t2), three = Sums(t3);
         Weights w;
-        w.at[0] = (t2 + t2 - t3 - t) >> 2;
-        // Twice a weight of nearly 1 in Q15: a word without a sign.
-        w.at[2] = V::shift_unsigned(t2 * 4 - t3 * 3 + t, 2);
+        w.at[0] = Words(two + two - three - one) >> 2;
+        w.at[2] = Words((two * 4 - three * 3 + one) >> 2);  // up to 2 in Q15, without a sign
         w.at[3] = (t3 - t2) >> 2;
         w.at[1] = V::all_words(1 << 14) - w.at[0] - w.at[2] - w.at[3];
         return w;
@@ -203,11 +234,12 @@ public:
                      Scalar scalar)
     {
         const Words steps = Base::ramp(0, 4096, 1);
+        const typename Base::Limits limits(plane);
         int32_t b = 0;
         for (; b + kBlocks <= blocks; b += kBlocks) {
             const DrawNodes here = {nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nullptr}};
             Starts starts;
-            if (!start(plane, nodes, b, &starts)) {
+            if (!Base::start(limits, here.x, here.y, &starts) || !Base::is_gentle(here.gain)) {
                 scalar(dst + kDrawBlock * b, plane, here, kBlocks);
                 continue;
             }
@@ -216,13 +248,13 @@ public:
             Words sample;
             switch (starts.turn) {
             case 0:
-                sample = samples<0>(starts, plane.stride, x, y);
+                sample = samples<0>(starts, limits.stride, x, y);
                 break;
             case 1:
-                sample = samples<1>(starts, plane.stride, x, y);
+                sample = samples<1>(starts, limits.stride, x, y);
                 break;
             default:
-                sample = samples<kMostTurn>(starts, plane.stride, x, y);
+                sample = samples<kMostTurn>(starts, limits.stride, x, y);
             }
             V::store_blocks(dst + kDrawBlock * b, Base::finished(sample, Base::between(here.gain, steps),
                                                                  Base::between(here.shift[0], steps)));
@@ -233,55 +265,13 @@ public:
 };
 
 template <class V, class Scalar>
-class DrawChroma : DrawRows<V, 2, Scalar>
+class DrawChroma : DrawRows<V, ChromaShape>
 {
-    using Base = DrawRows<V, 2, Scalar>;
+    using Base = DrawRows<V, ChromaShape>;
     using Base::kBlocks;
     using typename Base::Starts;
     using typename Base::Vector;
     using typename Base::Words;
-
-    static bool start(const DrawPlane& plane, const DrawNodes& nodes, int32_t b, Starts* starts)
-    {
-        constexpr int32_t kLastColumn = kLoad / 2 - 2, kPairBits = kDrawPlaceBits + 1, kPair = 1 << kPairBits;
-        const int32_t most_x =
-            ((plane.width - 1) << kPairBits) - 2;  // luma pixels, rounded down to whole steps of pairs
-        const int32_t most_y = ((plane.height - 1) << kPairBits) - 2;
-        starts->turn = 0;
-        int32_t top[kMostBlocks];
-        for (int32_t i = 0; i < kBlocks; ++i) {
-            const int32_t x = nodes.x[b + i] - kDrawPlaceOne / 2,
-                          step_x = nodes.x[b + i + 1] - nodes.x[b + i];
-            const int32_t y = nodes.y[b + i] - kDrawPlaceOne / 2,
-                          step_y = nodes.y[b + i + 1] - nodes.y[b + i];
-            if (step_x < 0 || step_x > kMostStep || step_y < -kMostStep || step_y > kMostStep)
-                return false;
-            const int32_t last_x = x + (13 * step_x >> 4), last_y = y + (13 * step_y >> 4);
-            const int32_t first_y = y + (step_y >> 4), first_x = x + (step_x >> 4);
-            const int32_t column = x >> kPairBits;
-            const int32_t upper = Base::lesser(first_y, last_y), lower = first_y + last_y - upper;
-            if (first_x < 0 || x < 0 || last_x > most_x || upper < 0 || lower > most_y ||
-                (last_x >> kPairBits) - column > kLastColumn)
-                return false;
-            top[i] = upper >> kPairBits;
-            const int32_t turn = (lower >> kPairBits) - top[i];
-            starts->turn = turn > starts->turn ? turn : starts->turn;
-            starts->x[i] = static_cast<int16_t>(x & (kPair - 1));
-            starts->y[i] = static_cast<int16_t>(y - (top[i] << kPairBits));
-            starts->step_x[i] = static_cast<int16_t>(2 * step_x);
-            starts->step_y[i] = static_cast<int16_t>(2 * step_y);
-            starts->src[i] = plane.src + top[i] * plane.stride + 2 * column;
-        }
-        if (starts->turn > kMostTurn)
-            return false;
-        const uint8_t* end = plane.src + (plane.height - 1) * plane.stride + 2 * plane.width;
-        for (int32_t i = 0; i < kBlocks; ++i) {
-            if (top[i] + 1 + starts->turn >= plane.height ||
-                end - (starts->src[i] + (1 + starts->turn) * plane.stride) < kLoad)
-                return false;
-        }
-        return Base::is_gentle(nodes.gain + b);
-    }
 
     static DrawNodes from(const DrawNodes& nodes, int32_t b)
     {
@@ -311,11 +301,12 @@ public:
     {
         const Words steps = Base::ramp(2048, 4 * 2048, 2);
         const Words odd = V::all_pairs(0, -1);
+        const typename Base::Limits limits(plane);
         int32_t b = 0;
         for (; b + kBlocks <= blocks; b += kBlocks) {
             const DrawNodes here = from(nodes, b);
             Starts starts;
-            if (!start(plane, nodes, b, &starts)) {
+            if (!Base::start(limits, here.x, here.y, &starts) || !Base::is_gentle(here.gain)) {
                 scalar(dst + kDrawBlock * b, plane, here, kBlocks);
                 continue;
             }
@@ -324,13 +315,13 @@ public:
             Words sample;
             switch (starts.turn) {
             case 0:
-                sample = samples<0>(starts, plane.stride, x, y);
+                sample = samples<0>(starts, limits.stride, x, y);
                 break;
             case 1:
-                sample = samples<1>(starts, plane.stride, x, y);
+                sample = samples<1>(starts, limits.stride, x, y);
                 break;
             default:
-                sample = samples<kMostTurn>(starts, plane.stride, x, y);
+                sample = samples<kMostTurn>(starts, limits.stride, x, y);
             }
             const Words shift =
                 Base::chosen(odd, Base::between(here.shift[1], steps), Base::between(here.shift[0], steps));

@@ -17,7 +17,6 @@ struct DrawSsse3 : Sse2 {
     static Words multiply_round(Words a, Words b) { return Words(_mm_mulhrs_epi16(Vector(a), Vector(b))); }
     static Words multiply_add_bytes(Vector a, Words b) { return Words(_mm_maddubs_epi16(a, Vector(b))); }
     static Words add_limited(Words a, Words b) { return Words(_mm_adds_epi16(Vector(a), Vector(b))); }
-    static Words shift_unsigned(Words a, int32_t bits) { return Words(_mm_srli_epi16(Vector(a), bits)); }
     static Words greater(Words a, Words b) { return Words(_mm_max_epi16(Vector(a), Vector(b))); }
     static Vector shuffled(Vector bytes, Words order) { return _mm_shuffle_epi8(bytes, Vector(order)); }
     static Vector load_blocks(const uint8_t* const* src, int64_t offset) { return load(src[0] + offset); }
