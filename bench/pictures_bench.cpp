@@ -3,7 +3,7 @@
 #include "image/panorama_img.h"
 #include "levels.h"
 #include "ozr_image.h"
-#include "ozr_support.h"
+#include "ozr_types.h"
 #include "support/random.h"
 #include "sweep_pictures.h"
 

@@ -15,6 +15,8 @@
 #include <memory>
 #include <stdio.h>
 
+using namespace ozr_pano;
+
 namespace
 {
 

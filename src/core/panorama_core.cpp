@@ -6,7 +6,7 @@
 #include "base/wrap32.h"
 #include "image/pano_result.h"
 #include "image/panorama_util.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
 
 using namespace ozr;
 using namespace ozr::core;

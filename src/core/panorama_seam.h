@@ -5,7 +5,7 @@
 #include <stdint.h>
 
 #include "image/panorama_img.h"
-#include "ozr_support.h"
+#include "ozr_types.h"
 
 // One of two overlapping regions; pixel (column, row) is byte (y + row) * stride + x + column of the picture.
 struct SeamRegion {

@@ -11,7 +11,7 @@
 #include <memory>
 
 #include "kernels/kernels.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
 
 namespace ozr::core
 {

@@ -8,7 +8,7 @@
 #include "engine/panorama_me.h"
 #include "image/pano_result.h"
 #include "image/panorama_util.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
 
 using namespace ozr;
 using namespace ozr::engine;

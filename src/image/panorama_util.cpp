@@ -4,7 +4,8 @@
 #include <unistd.h>
 
 #include "ozr_log.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
+#include "ozr_platform.h"
 
 namespace
 {

@@ -6,7 +6,7 @@
 
 #include "engine/panorama_engine.h"
 #include "ozr_log.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
 #include "session/calls.h"
 #include "session/panorama.h"
 #include "session/quality.h"

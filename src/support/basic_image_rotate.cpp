@@ -6,7 +6,8 @@
 
 #include "base/fixed.h"
 #include "kernels/kernels.h"
-#include "ozr_support.h"
+#include "ozr_geometry.h"
+#include "ozr_gray.h"
 #include "support/plane.h"
 
 using namespace ozr;

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "ozr_support.h"
+#include "ozr_memory.h"
 
 namespace ozr
 {

@@ -1,7 +1,7 @@
 // Operations on whole images that keep to the sample grid: the mirror and the grey subsampling.
 #include "kernels/kernels.h"
 #include "ozr_image.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
 #include "support/image_rows.h"
 
 using namespace ozr;

@@ -7,7 +7,8 @@
 #include <algorithm>
 
 #include "kernels/kernels.h"
-#include "ozr_support.h"
+#include "ozr_gray.h"
+#include "ozr_memory.h"
 #include "support/plane.h"
 
 using namespace ozr;

@@ -3,7 +3,7 @@
 
 #include <stddef.h>
 
-#include "ozr_support.h"
+#include "ozr_memory.h"
 #include "support/image_rows.h"
 #include "support/ozr_chain.h"
 

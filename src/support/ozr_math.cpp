@@ -1,6 +1,6 @@
 // Integer trigonometry in degrees, the integer square root, rectangles and points. Everything is 32-bit arithmetic
 // that wraps around: wild coordinates give wild results, never a trap.
-#include "ozr_support.h"
+#include "ozr_geometry.h"
 #include "support/trig_tables.h"
 
 #include <math.h>

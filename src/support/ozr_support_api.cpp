@@ -2,8 +2,9 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "ozr_support.h"
+#include "ozr_memory.h"
 #include "ozr_types.h"
+#include "ozr_version.h"
 #include "support/large_pages.h"
 
 using namespace ozr;

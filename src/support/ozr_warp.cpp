@@ -7,8 +7,10 @@
 #include "base/fixed.h"
 #include "base/wrap32.h"
 #include "kernels/kernels.h"
+#include "ozr_geometry.h"
+#include "ozr_gray.h"
 #include "ozr_image.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
 #include "support/image_rows.h"
 #include "support/plane.h"
 

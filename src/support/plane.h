@@ -2,7 +2,7 @@
 #ifndef OZR_PLANE_H
 #define OZR_PLANE_H
 
-#include "ozr_support.h"
+#include "ozr_types.h"
 
 namespace ozr
 {

@@ -13,6 +13,9 @@
 #include <algorithm>
 #include <stdlib.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -251,3 +254,5 @@ Layout Retrace::layout(const ozr_image& panorama, int used) const
         return _single(panorama);
     return Canvas(*engine, panorama, used).layout();
 }
+
+}  // namespace ozr_pano
