@@ -52,6 +52,7 @@ constexpr Kernels _level(const Kernels& below, const char* name, uint32_t featur
     fill(&table.warp);
     fill(&table.census);
     fill(&table.draw);
+    fill(&table.match);
     return table;
 }
 

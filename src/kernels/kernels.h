@@ -16,6 +16,7 @@
 #include "kernels/census.h"
 #include "kernels/colour.h"
 #include "kernels/draw.h"
+#include "kernels/match.h"
 #include "kernels/mirror.h"
 #include "kernels/motion.h"
 #include "kernels/project.h"
@@ -42,6 +43,7 @@ struct Kernels {
     WarpKernels warp;
     CensusKernels census;
     DrawKernels draw;
+    MatchKernels match;
 };
 
 extern const Kernels kScalarKernels;

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "refined/correlation.h"
+#include "kernels/kernels.h"
 
 namespace ozr::refined
 {
@@ -36,6 +36,12 @@ constexpr double kLeastContrast = 0.25;  // of the second patch against the firs
 bool _holds(const GrayView& plane, int32_t x, int32_t y, int32_t half)
 {
     return x >= half && y >= half && x + half < plane.width && y + half < plane.height;
+}
+
+// Values of 3 fractional bits are at most 2040, so that the 289 products of a fit stay below 2^31.
+int32_t _dot(const int16_t* a, const int16_t* b)
+{
+    return kernels::active()->match.dot_product(a, b, kFitPixels);
 }
 
 // Samples (2 half + 1)^2 places around (x, y), bilinear. False where one lies outside.
@@ -181,7 +187,7 @@ bool _make_basis(const GrayView& plane, int32_t x, int32_t y, FitBasis* basis)
     double normal[kUnknowns][kUnknowns];
     for (int32_t i = 0; i < kUnknowns; ++i) {
         for (int32_t j = 0; j <= i; ++j) {
-            normal[i][j] = dot_product(basis->values[i], basis->values[j], kFitPixels);
+            normal[i][j] = _dot(basis->values[i], basis->values[j]);
             normal[j][i] = normal[i][j];
         }
     }
@@ -203,7 +209,7 @@ FitState _measure(const FitBasis& basis, const int16_t* sampled)
 {
     double products[kUnknowns];
     for (int32_t i = 0; i < kUnknowns; ++i)
-        products[i] = dot_product(basis.values[i], sampled, kFitPixels);
+        products[i] = _dot(basis.values[i], sampled);
     double solution[kUnknowns];
     for (int32_t i = 0; i < kUnknowns; ++i) {
         solution[i] = 0.0;
@@ -211,8 +217,8 @@ FitState _measure(const FitBasis& basis, const int16_t* sampled)
             solution[i] += basis.inverse[i][j] * products[j];
     }
     const double sum = products[kBrightness];
-    const double square = dot_product(sampled, sampled, kFitPixels) - sum * sum / kFitPixels;
-    const double own_sum = dot_product(basis.values[kContrast], basis.values[kBrightness], kFitPixels);
+    const double square = _dot(sampled, sampled) - sum * sum / kFitPixels;
+    const double own_sum = _dot(basis.values[kContrast], basis.values[kBrightness]);
     const double product = products[kContrast] - sum * own_sum / kFitPixels;
     FitState state = {0.0, 0.0, solution[kContrast], 0.0};
     if (product > 0.0 && square > 0.0 && basis.square > 0.0)

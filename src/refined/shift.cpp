@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "image/pano_result.h"
-#include "refined/correlation.h"
+#include "kernels/kernels.h"
 #include "refined/elementary.h"
 
 namespace ozr::refined
@@ -48,9 +48,9 @@ double _value(const Unrolled& a, const Unrolled& b, int32_t shift_x, int32_t shi
         return 0.0;
     const int64_t at_a = int64_t{area.y0} * a.width + area.x0;
     const int64_t at_b = int64_t{area.y0 - shift_y} * b.width + area.x0 - shift_x;
-    const MaskedArea first = {a.contrast.get() + at_a, a.mask.get() + at_a, a.width};
-    const MaskedArea second = {b.contrast.get() + at_b, b.mask.get() + at_b, b.width};
-    const MaskedSums sums = correlate_masked(first, second, columns, rows);
+    const kernels::MaskedArea first = {a.contrast.get() + at_a, a.mask.get() + at_a, a.width};
+    const kernels::MaskedArea second = {b.contrast.get() + at_b, b.mask.get() + at_b, b.width};
+    const kernels::MaskedSums sums = kernels::active()->match.correlate_masked(first, second, columns, rows);
     if (sums.aa == 0 || sums.bb == 0)
         return 0.0;
     const double r = sums.ab / std::sqrt(static_cast<double>(sums.aa) * sums.bb);

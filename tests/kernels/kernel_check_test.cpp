@@ -399,6 +399,30 @@ TEST(KernelCheck, MotionAndAlignment)
     });
 }
 
+TEST(KernelCheck, MatchingOfPatches)
+{
+    for_each_case([](Case c) {
+        const int32_t n = c.count;
+        constexpr int32_t kRows = 3;
+        // As large as the kernels' callers have them, so that the sums fit.
+        const auto limit = [](Guarded& block, int32_t count, int32_t most) {
+            for (int32_t i = 0; i < count; ++i)
+                block.as<int16_t>()[i] = static_cast<int16_t>(block.as<int16_t>()[i] % most);
+        };
+        Guarded a = c.bytes(2 * kRows * n, 2), b = c.bytes(2 * kRows * (n + 5), 2);
+        Guarded a_mask = c.bytes(2 * kRows * n, 2), b_mask = c.bytes(2 * kRows * (n + 5), 2);
+        limit(a, kRows * n, 1021);
+        limit(b, kRows * (n + 5), 1021);
+        c.check_result(KERNEL(match, dot_product), a.as<int16_t>(), b.as<int16_t>(), n);
+        const MaskedArea first = {a.as<int16_t>(), a_mask.as<int16_t>(), n};
+        const MaskedArea second = {b.as<int16_t>(), b_mask.as<int16_t>(), n + 5};
+        limit(a, kRows * n, 61);
+        limit(b, kRows * (n + 5), 61);
+        c.check_result(KERNEL(match, correlate_masked), first, second, n, kRows);
+        c.check_result(KERNEL(match, correlate_masked), second, first, n, kRows);
+    });
+}
+
 // What this machine checked shows in the log: the panorama too is the same at every level.
 TEST(KernelCheck, LevelsMakeTheSamePanorama)
 {

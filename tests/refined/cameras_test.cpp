@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <functional>
 #include <vector>
 
+#include "kernels/cpu.h"
+#include "kernels/kernels.h"
 #include "ozr_panorama.h"
 #include "refined/adjust.h"
 #include "refined/angles.h"
@@ -103,6 +106,7 @@ struct Found {
     ozr_image panorama = {};
     std::vector<ozr_panorama_joint> joints;
     std::vector<ozr_panorama_camera> cameras;
+    std::vector<uint8_t> pixels;
 };
 
 ozr_err take_all(ozr_panorama* pano, const Simulated& sweep, ozr_panorama_direction direction)
@@ -133,6 +137,8 @@ Found find(const Simulated& sweep, ozr_panorama_direction direction = ozr_panora
     found.error = take_all(pano, sweep, direction);
     if (found.error == ozr_success)
         found.error = ozr_panorama_run(pano, &found.panorama);
+    if (found.error == ozr_success)
+        found.pixels.assign(found.panorama.data, found.panorama.data + found.panorama.size);
     ozr_panorama_joint joint;
     ozr_panorama_camera camera;
     for (int32_t i = 0; ozr_panorama_get_joint(pano, i, &joint) == ozr_success; ++i)
@@ -308,6 +314,29 @@ TEST(RefinedCameras, SurviveEveryFailingAllocation)
         EXPECT_EQ(heap.live_blocks(), 0);
     }
     EXPECT_GT(failing, 100);
+}
+
+TEST(RefinedCameras, AreTheSameAtEveryKernelLevel)
+{
+    namespace kernels = ozr::kernels;
+    Simulated sweep = Simulated::pan(3, 14);
+    sweep.views[1].roll = 6;
+    kernels::set_for_test(&kernels::kScalarKernels);
+    const Found want = find(sweep);
+    EXPECT_EQ(want.cameras.size(), 3U);
+    for (const kernels::Kernels* const* level = kernels::kLevels; *level != nullptr; ++level) {
+        if (((*level)->features & ~kernels::cpu_features()) != 0)
+            continue;
+        SCOPED_TRACE((*level)->level);
+        kernels::set_for_test(*level);
+        const Found got = find(sweep);
+        EXPECT_EQ(got.pixels, want.pixels);
+        ASSERT_EQ(got.cameras.size(), want.cameras.size());
+        EXPECT_EQ(
+            memcmp(got.cameras.data(), want.cameras.data(), want.cameras.size() * sizeof(want.cameras[0])),
+            0);
+    }
+    kernels::set_for_test(nullptr);
 }
 
 TEST(RefinedQuality, IsChosenBetweenSweepsOnly)

@@ -1,6 +1,6 @@
-#include "refined/correlation.h"
+#include "kernels/match.h"
 
-namespace ozr::refined
+namespace ozr::kernels::scalar
 {
 
 MaskedSums correlate_masked(const MaskedArea& a, const MaskedArea& b, int32_t columns, int32_t rows)
@@ -28,4 +28,4 @@ int32_t dot_product(const int16_t* a, const int16_t* b, int32_t count)
     return sum;
 }
 
-}  // namespace ozr::refined
+}  // namespace ozr::kernels::scalar
