@@ -177,8 +177,8 @@ ozr_err _build(panorama_t* session, const ozr_config* source)
     return read == ozr_success ? read : raise(read, "from get_parameters(&p)", kConstructor, __LINE__);
 }
 
-// While another thread's call is at work in the session, for at most `ms`: asks the engine to stop. The request is repeated,
-// because a call that has just begun a sweep does not see the first one. Whether the call has left.
+// Waits until no call is at work in the session, for at most `ms`, and repeats the request to stop
+// meanwhile. Returns whether it has left. Cancellation as a whole: docs/architecture.md.
 bool _see_call_leave(const panorama_t* session, uint32_t ms)
 {
     for (uint32_t waited = 0; waited < ms && is_at_work(session); waited += kLeavePollMs) {
@@ -330,7 +330,6 @@ ozr_err panorama_t::cancel_processes()
     int32_t ready = kPanoSuccess;
     for (int32_t i = 0; i < kCancelPolls; ++i) {
         ready = panorama_engine_check_ready_to_destroy(engine);
-        // The engine's words tell when its work has ended, not when the call that asked for it has left.
         if (ready == kPanoSuccess)
             return _see_call_leave(this, kCancelPolls * kCancelPollMs) ? ozr_success : ozr_err_invalid_status;
         if (is_at_work(this))
