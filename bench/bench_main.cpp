@@ -1,5 +1,6 @@
-// usage: ozr_bench [--library=NAME:PATH]... [--memory] [options of Google Benchmark]
-// Times everything, the stages also in the shared libraries given; with --memory measures their memory instead.
+// usage: ozr_bench [--library=NAME:PATH]... [--memory] [options of Google Benchmark] Times
+// everything, the stages also in the shared libraries given; with --memory measures their memory
+// instead.
 #include <cstdio>
 #include <cstring>
 

@@ -1,4 +1,5 @@
-// The stages of a sweep inside the second call: the projection tables, and the projection of one picture.
+// The stages of a sweep inside the second call: the projection tables, and the projection of one
+// picture.
 #include "benchmarks.h"
 #include "levels.h"
 #include "prepared_core.h"

@@ -1,5 +1,5 @@
-// Every kernel at every level over one picture, and beside it memcpy of as many bytes. The counter "moved" tells which
-// memcpy a kernel compares with.
+// Every kernel at every level over one picture, and beside it memcpy of as many bytes. The counter
+// "moved" tells which memcpy a kernel compares with.
 #include "benchmarks.h"
 #include "levels.h"
 #include "prepared_core.h"
@@ -11,7 +11,8 @@ namespace
 
 using Bytes = std::vector<uint8_t>;
 
-// Resampling from one and a half times the size: every row reads 1.5 widths of two rows, one of which the cache holds.
+// Resampling from one and a half times the size: every row reads 1.5 widths of two rows, one of
+// which the cache holds.
 constexpr uint32_t kStep = 1536;
 
 // What the kernels of one picture size work on, made when the first of them runs.
@@ -55,8 +56,8 @@ uint32_t* row32(Bytes& bytes, int32_t y, int32_t width)
     return reinterpret_cast<uint32_t*>(bytes.data()) + static_cast<ptrdiff_t>(y) * width;
 }
 
-// Registers the kernel at the levels that have a function of their own. `moved` is the sum of the bytes that one pass
-// over the picture reads and writes; `pass` is handed the function.
+// Registers the kernel at the levels that have a function of their own. `moved` is the sum of the
+// bytes that one pass over the picture reads and writes; `pass` is handed the function.
 template <class Stage, class Kernel, class Pass>
 void add(KernelEntry<Stage, Kernel> kernel, Plane& plane, int64_t moved, Pass pass)
 {

@@ -1,4 +1,5 @@
-// The libraries that are timed: the one that the benchmarks are linked with, and builds of other commits.
+// The libraries that are timed: the one that the benchmarks are linked with, and builds of other
+// commits.
 #ifndef LIBRARY_H
 #define LIBRARY_H
 
@@ -7,7 +8,7 @@
 
 #include "ozr_panorama.h"
 
-/** The calls of a sweep through the public interface of one library. */
+// The calls of a sweep through the public interface of one library.
 struct Library {
     std::string name;
     decltype(&ozr_panorama_create) create;
@@ -18,10 +19,11 @@ struct Library {
     decltype(&ozr_panorama_destroy) destroy;
 };
 
-/** The library that is linked in, its log switched off. */
+// The library that is linked in, its log switched off.
 Library own_library();
 
-/** Loads a shared library for the rest of the process and switches its log off; ends the program where it cannot. */
+// Loads a shared library for the rest of the process and switches its log off; ends the program
+// where it cannot.
 Library load_library(const std::string& name, const std::string& path);
 
 struct DestroySession {
@@ -31,7 +33,7 @@ struct DestroySession {
 };
 using Session = std::unique_ptr<ozr_panorama, DestroySession>;
 
-/** A session for a sweep to the right at 70 percent overlap; null where the library refuses. */
+// A session for a sweep to the right at 70 percent overlap; null where the library refuses.
 Session create_session(const Library& library);
 
 #endif

@@ -1,5 +1,5 @@
-// OpenCV's nearest equivalents of the kernels, on one thread. Names are opencv/<kernel>/<size>, with the kernel's name, so that
-// the table sets them side by side; the results differ in rounding.
+// OpenCV's nearest equivalents of the kernels, on one thread. Names are opencv/<kernel>/<size>,
+// with the kernel's name, so that the table sets them side by side; the results differ in rounding.
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 #include <string>

@@ -1,5 +1,5 @@
-// OpenCV's nearest equivalents of stages and of operations on whole pictures, on one thread. Names are
-// opencv/<stage or operation>/<size>; the results differ.
+// OpenCV's nearest equivalents of stages and of operations on whole pictures, on one thread. Names
+// are opencv/<stage or operation>/<size>; the results differ.
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 #include <opencv2/stitching.hpp>

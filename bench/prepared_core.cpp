@@ -23,7 +23,7 @@ ozr::kernels::ProjectionRow projection_row(const PanoramaCore* core, int32_t y)
 int64_t projected_luma_bytes(Size size)
 {
     const int64_t pixels = int64_t{size.width} * size.height;
-    return pixels * 2 + pixels * 32 + pixels / 2;  // the picture, products of 2 bytes, block offsets
+    return pixels * 2 + pixels * 32 + pixels / 2;  // picture, products, block offsets
 }
 
 int64_t projected_chroma_bytes(Size size)

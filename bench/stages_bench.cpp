@@ -1,5 +1,5 @@
-// The stages of a sweep that the public interface reaches. One iteration of a sweep times all its calls; their medians
-// become counters in seconds with the stage's name.
+// The stages of a sweep that the public interface reaches. One iteration of a sweep times all its
+// calls; their medians become counters in seconds with the stage's name.
 #include <time.h>
 
 #include <algorithm>

@@ -11,10 +11,10 @@ using namespace ozr_pano;
 namespace
 {
 
-constexpr double kStep = 0.3;       // of a picture, from one picture of a sweep to the next
-constexpr double kEdge = 0.05;      // radians of street before the first view and behind the last one
-constexpr double kMargin = 42;      // units of the scene above and below the view
-constexpr double kTremble = 0.004;  // radians across the sweep
+constexpr double kStep = 0.3;                  // of a picture, from one to the next
+constexpr double kEdge = 0.05;                 // radians of street beyond the first and last view
+constexpr double kMargin = 42;                 // units of the scene above and below the view
+constexpr double kTremble = 0.004;             // radians across the sweep
 constexpr size_t kBeyondCaches = 100'000'000;  // bytes of preview frames
 
 }  // namespace

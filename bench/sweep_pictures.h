@@ -20,7 +20,7 @@ constexpr Size kPreviewSize = {640, 480};
 constexpr Size kScreenSize = {1280, 960};
 constexpr Size kPhotoSize = {4000, 3000};
 
-/** The sweeps that are timed, at 70 percent overlap. */
+// The sweeps that are timed, at 70 percent overlap.
 struct SweepPlan {
     Size size;
     int32_t pictures;
@@ -32,7 +32,7 @@ struct SweepPlan {
 constexpr SweepPlan kScreenSweep = {kScreenSize, 8};
 constexpr SweepPlan kPhotoSweep = {kPhotoSize, 10};
 
-/** An NV12 picture with its pixels. */
+// An NV12 picture with its pixels.
 class Nv12Picture
 {
 public:
@@ -44,14 +44,14 @@ private:
     std::vector<uint8_t> bytes_;
 };
 
-/** A hand-held camera before the street of one sweep. */
+// A hand-held camera before the street of one sweep.
 class SweepCamera
 {
 public:
-    /** Paints the street. @param pictures  that the sweep takes. */
+    // Paints the street. `pictures`: that the sweep takes.
     SweepCamera(Size size, int32_t pictures);
 
-    /** @param place  where the camera points, in steps from one picture of the sweep to the next. */
+    // `place`: where the camera points, in steps from one picture of the sweep to the next.
     void take(double place, ozr_image* picture) const;
 
 private:
@@ -60,13 +60,11 @@ private:
     std::unique_ptr<ozr_pano::Surroundings> street_;
 };
 
-/** All pictures of a sweep; taken when first asked for, then kept. */
+// All pictures of a sweep; taken when first asked for, then kept.
 std::vector<Nv12Picture>& sweep_pictures(const SweepPlan& plan);
 
-/**
- * Preview frames of a camera that moves to and fro by one percent of a picture; likewise. As many as no cache holds: a
- * camera writes its frames to memory, too.
- */
+// Preview frames of a camera that moves to and fro by one percent of a picture; likewise. As many
+// as no cache holds: a camera writes its frames to memory, too.
 const std::vector<Nv12Picture>& preview_frames(Size size);
 
 #endif

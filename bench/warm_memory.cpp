@@ -5,8 +5,8 @@
 namespace
 {
 
-// OpenCV's stitcher takes most, some 100 bytes. Less is not enough for the others either: what else runs on the machine
-// takes of the pages released.
+// OpenCV's stitcher takes most, some 100 bytes. Less is not enough for the others either: what else
+// runs on the machine takes of the pages released.
 constexpr size_t kBytesPerPixel = 125;
 constexpr size_t kPage = 4096;
 

@@ -98,7 +98,8 @@ OZR_API const int32_t* panorama_engine_get_version(void);
 
 OZR_API int32_t panorama_engine_get_process_status(PanoramaInternal* pe);
 
-// Cancels the work of another thread and waits for it, at most about 100 ms for each picture and for the synthesis.
+// Cancels the work of another thread (docs/architecture.md) and waits for it, at most about 100 ms
+// for each picture and for the synthesis.
 // 0: cancelled; -7: nothing to cancel, or the work ended by itself; -104: it did not stop.
 OZR_API int32_t panorama_engine_cancel_process(PanoramaInternal* pe);
 

@@ -1,5 +1,5 @@
-// Synthesis: turns the pictures of a stopped sweep into the output image. The status written last is what a cancelling
-// thread waits for; nothing of the context is touched after it.
+// Synthesis: turns the pictures of a stopped sweep into the output image. The status is written last:
+// nothing of the context is touched after it (docs/architecture.md, Cancellation).
 #include <algorithm>
 
 #include "core/panorama_core.h"

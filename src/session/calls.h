@@ -1,7 +1,7 @@
-// The calls at work. A session may be reset or destroyed while a call of another thread works in it. The engine's words
-// tell when a picture or a composition has ended, but not when the call has left; until then it may still read what the
-// reset or destruction releases. So every call is in a table while it is inside. There is no lock: a place is taken
-// by one compare-and-swap, and only a reset or a destruction looks.
+// The calls at work: the last part of a cancellation, whose story docs/architecture.md tells.
+//
+// Every call is in a table while it is inside a session. There is no lock: a place is taken by one
+// compare-and-swap, and only a reset or a destruction looks.
 #ifndef PANORAMA_CALLS_H
 #define PANORAMA_CALLS_H
 

@@ -177,8 +177,8 @@ ozr_err _build(panorama_t* session, const ozr_config* source)
     return read == ozr_success ? read : raise(read, "from get_parameters(&p)", kConstructor, __LINE__);
 }
 
-// Asks the engine to stop until the call of another thread has left the session, for at most `ms`; returns whether it has.
-// The request is repeated, because a call that has just begun a sweep does not see the first one.
+// Waits until no call is at work in the session, for at most `ms`, and repeats the request to stop
+// meanwhile. Returns whether it has left. Cancellation as a whole: docs/architecture.md.
 bool _wait_for_call(const panorama_t* session, uint32_t ms)
 {
     for (uint32_t waited = 0; waited < ms && is_at_work(session); waited += kLeavePollMs) {
@@ -336,7 +336,6 @@ ozr_err panorama_t::cancel_processes()
     PanoResult ready = kPanoSuccess;
     for (int32_t i = 0; i < kCancelPolls; ++i) {
         ready = as_result(panorama_engine_check_ready_to_destroy(engine));
-        // The engine's words tell when its work has ended, not when the call that asked for it has left.
         if (ready == kPanoSuccess)
             return _wait_for_call(this, kCancelPolls * kCancelPollMs) ? ozr_success : ozr_err_invalid_status;
         if (is_at_work(this))

@@ -18,8 +18,9 @@ struct panorama_param_t {
     ozr_panorama_direction direction;
 };
 
-// One session owns one engine. Every method logs its own failure once and returns an ozr_err. No lock: the destructor
-// and reset() may come from another thread while stitch_one_image or run works; they ask it to stop and wait.
+// One session owns one engine. Every method logs its own failure once and returns an ozr_err. The
+// destructor and reset() may come from another thread while stitch_one_image or run works, and
+// cancel it (docs/architecture.md).
 class OZR_API panorama_t
 {
 public:
@@ -47,7 +48,7 @@ public:
     virtual void set_direction(ozr_panorama_direction d);
     virtual ozr_panorama_direction get_direction();
 
-    // Asks the engine to stop and polls it, about a second in all. Does not log.
+    // Asks the working call to stop and waits for it, two seconds at most. Does not log.
     virtual ozr_err cancel_processes();
 
     // The C library's heap, so that no C++ runtime is needed.

@@ -1,4 +1,5 @@
-// Whole files in and out of memory. The codecs work on memory alone, so all that can go wrong with files is here.
+// Whole files in and out of memory. The codecs work on memory alone, so all that can go wrong with
+// files is here.
 #include "base/file_io.h"
 
 #include "base/program_error.h"
@@ -34,7 +35,7 @@ std::string _directory_of(const std::string& path)
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-/** A file that vanishes unless it is moved to its final name. */
+// A file that vanishes unless it is moved to its final name.
 class TemporaryFile
 {
 public:

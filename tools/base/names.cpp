@@ -1,4 +1,5 @@
-// The words that users and recordings have for the library's enumerations: each list in the order of its enumeration.
+// The words that users and recordings have for the library's enumerations: each list in the order
+// of its enumeration.
 #include "base/names.h"
 
 namespace ozr_pano

@@ -13,7 +13,7 @@ namespace ozr_pano
 namespace
 {
 
-/** What to do about an errno. */
+// What to do about an errno.
 const char* _remedy(int error)
 {
     switch (error) {
@@ -58,7 +58,8 @@ void say(const char* format, ...)
     va_start(args, format);
     vsnprintf(text, sizeof(text), format, args);
     va_end(args);
-    // Names of files and fields of streams may hold anything; the message stays one line and leaves the terminal alone.
+    // Names of files and fields of streams may hold anything; the message stays one line and leaves
+    // the terminal alone.
     for (char* c = text; *c != '\0'; ++c) {
         if (static_cast<unsigned char>(*c) < 0x20 || *c == 0x7F)
             *c = '?';

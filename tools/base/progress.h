@@ -5,11 +5,11 @@
 namespace ozr_pano
 {
 
-/** Overwrites one line of standard error; shows nothing unless that is a terminal. */
+// Overwrites one line of standard error; shows nothing unless that is a terminal.
 class Progress
 {
 public:
-    /** @param wanted  false keeps quiet also on a terminal, where other output would mix with the line. */
+    // `wanted`: false keeps quiet also on a terminal, where other output would mix with the line.
     explicit Progress(bool wanted);
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;

@@ -9,11 +9,12 @@ namespace ozr_pano
 namespace
 {
 
-/** Length of the well-formed UTF-8 sequence at text[i], 0 if there is none. */
+// Length of the well-formed UTF-8 sequence at text[i], 0 if there is none.
 size_t _utf8_length(const std::string& text, size_t i)
 {
     const auto byte = [&](size_t at) { return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U; };
-    // Ranges of the first and of the second byte: no overlong forms, no surrogates, nothing beyond the last plane.
+    // Ranges of the first and of the second byte: no overlong forms, no surrogates, nothing beyond
+    // the last plane.
     static constexpr struct {
         unsigned first_low, first_high, second_low, second_high;
         size_t length;
@@ -36,7 +37,7 @@ size_t _utf8_length(const std::string& text, size_t i)
     return 0;
 }
 
-/** Joins what `escape` makes of each character; an ill-formed byte becomes U+FFFD in UTF-8. */
+// Joins what `escape` makes of each character; an ill-formed byte becomes U+FFFD in UTF-8.
 template <class Escape>
 std::string _escaped(const std::string& text, const Escape& escape)
 {

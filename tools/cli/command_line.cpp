@@ -83,7 +83,8 @@ void _add_record(CLI::App* command, CommonOptions* options)
         ->option_text("DIR");
 }
 
-/** A side of a demo picture: even, and neither too small to be aligned nor larger than a scene is painted for. */
+// A side of a demo picture: even, and neither too small to be aligned nor larger than a scene is
+// painted for.
 bool _parse_side(const std::string& digits, int32_t* side)
 {
     constexpr int32_t kMinSide = 96, kMaxSide = 4096;

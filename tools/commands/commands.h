@@ -7,7 +7,7 @@
 namespace ozr_pano
 {
 
-/** A size as users write it: "1280x960". */
+// A size as users write it: "1280x960".
 struct Size {
     int32_t width = 0, height = 0;
 };
@@ -48,19 +48,19 @@ struct ConvertOptions {
     int quality = 90;
 };
 
-/** A simulated camera sweeps across a painted scene. */
+// A simulated camera sweeps across a painted scene.
 void run_demo(const DemoOptions& options);
 
-/** Pictures that were taken by panning. */
+// Pictures that were taken by panning.
 void run_stitch(const StitchOptions& options);
 
-/** A panning video: every frame is a preview, the announced ones are the pictures. */
+// A panning video: every frame is a preview, the announced ones are the pictures.
 void run_video(const VideoOptions& options);
 
-/** The calls of a recording; throws Mismatch when the library answers otherwise than recorded. */
+// The calls of a recording; throws Mismatch when the library answers otherwise than recorded.
 void run_replay(const ReplayOptions& options);
 
-/** One picture or raw file becomes another. */
+// One picture or raw file becomes another.
 void run_convert(const ConvertOptions& options);
 
 }  // namespace ozr_pano

@@ -17,7 +17,8 @@ namespace
 
 constexpr int32_t kTightStride = 1;  // asks for rows without padding, as raw files have them
 
-/** The format that raw bytes have by the name of their file, as in photo.nv12; a picture file takes RGBA. */
+// The format that raw bytes have by the name of their file, as in photo.nv12; a picture file takes
+// RGBA.
 ozr_image_format _format_by_name(const std::string& path)
 {
     ozr_image_format format = ozr_image_format_rgba32;
@@ -39,7 +40,7 @@ void _create(ozr_image* image, int32_t width, int32_t height, ozr_image_format f
            "no memory for an image; give a smaller one");
 }
 
-/** The size without the last column or row that a format with shared chroma cannot hold. */
+// The size without the last column or row that a format with shared chroma cannot hold.
 Size _even(const Size& size, ozr_image_format format)
 {
     if (format == ozr_image_format_gray || format == ozr_image_format_rgba32)
@@ -79,7 +80,7 @@ void _read_file(const ConvertOptions& options, ozr_image* image)
                static_cast<size_t>(size.width) * 4);
 }
 
-/** The library converts to and from RGBA; any other pair of formats goes through it. */
+// The library converts to and from RGBA; any other pair of formats goes through it.
 void _convert(const ozr_image& image, ozr_image_format format, ozr_image* result)
 {
     _create(result, image.width, image.height, format);  // fits already, so it keeps its tight rows

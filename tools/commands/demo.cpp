@@ -14,9 +14,9 @@ namespace ozr_pano
 namespace
 {
 
-// 20 degrees a second at 30 frames. The library measures motion in whole pixels of a copy with 320 pixels on the longer
-// side: pans of less than three of them to a frame are measured badly, so pictures that are narrow along the sweep are
-// swept faster.
+// 20 degrees a second at 30 frames. The library measures motion in whole pixels of a copy with 320
+// pixels on the longer side: pans of less than three of them to a frame are measured badly, so
+// pictures that are narrow along the sweep are swept faster.
 constexpr double kRadiansPerFrame = 20.0 / 30.0 * 3.14159265358979323846 / 180.0;
 constexpr double kCopyExtent = 320, kMinCopyPixelsPerFrame = 3;
 constexpr int32_t kPreviewExtent = 640;                     // longer side, where no size is given
@@ -25,8 +25,9 @@ constexpr double kTiltJitter = 0.004, kRollJitter = 0.002;  // radians
 constexpr double kJitterFrames = 9;                         // from one extreme to the next
 constexpr int32_t kOverlapPercent = 70;
 
-// The next picture is due after 30 % of a picture less a tolerance of 2; what the library measures differs from what
-// is true by a few percent, so the scene goes on for a while behind the place where the last picture is expected.
+// The next picture is due after 30 % of a picture less a tolerance of 2; what the library measures
+// differs from what is true by a few percent, so the scene goes on for a while behind the place
+// where the last picture is expected.
 constexpr double kStepShare = 0.285;
 constexpr double kEdge = 0.05,
                  kOverrun = 0.3;  // radians of scene before the first view and behind the last one
@@ -41,11 +42,11 @@ Lens _lens(const Size& size, double focal, bool vertical)
     return {size.width, size.height, focal, vertical};
 }
 
-/** The hand that holds the camera: its pose at each frame. */
+// The hand that holds the camera: its pose at each frame.
 class Hand
 {
 public:
-    /** @param step  radians of pan to a frame. */
+    // `step`: radians of pan to a frame.
     Hand(double start, double step, uint32_t seed) : seed_(seed), step_(step)
     {
         pose_.along = start;
@@ -74,7 +75,7 @@ private:
     int frame_ = 0;
 };
 
-/** The scene, the camera in it and the path that it takes. */
+// The scene, the camera in it and the path that it takes.
 struct Stage {
     Lens picture, preview;
     double view;     // radians that one picture covers along the sweep
@@ -90,7 +91,8 @@ Size _preview_size(const DemoOptions& options)
         const int32_t longer = std::max(size.width, size.height);
         return {(size.width * kPreviewExtent / longer) & ~1, (size.height * kPreviewExtent / longer) & ~1};
     }
-    // The library measures along one axis and scales both alike, so both pictures must have one shape.
+    // The library measures along one axis and scales both alike, so both pictures must have one
+    // shape.
     if (std::abs(preview.width * size.height - preview.height * size.width) * 50 >
         preview.height * size.width)
         throw UsageError("--preview: its sides must have the proportion of the pictures' sides; leave it out "
@@ -127,13 +129,14 @@ Surroundings _paint(const DemoOptions& options, const Stage& stage)
     const double across = (lens.vertical ? lens.width : lens.height) / scale + 2 * kAcrossMargin;
     if (!lens.vertical)
         return Surroundings(paint_city(along, across, scale, options.seed), lens.focal, false);
-    // The last view of a camera that comes down ends before the overrun, and still shows the street.
+    // The last view of a camera that comes down ends before the overrun, and still shows the
+    // street.
     const double lower_end = along - (stage.backwards ? 0 : kOverrun * kSceneUnitsPerRadian);
     return Surroundings(paint_tower(along, across, lower_end - kBelowStreet, scale, options.seed), lens.focal,
                         true);
 }
 
-/** The motion of the middle of the picture between two poses, in pixels of the preview. */
+// The motion of the middle of the picture between two poses, in pixels of the preview.
 void _set_truth(const Pose& from, const Pose& to, const Lens& preview, PictureEntry* entry)
 {
     const double along = (to.along - from.along) * preview.focal;
@@ -143,7 +146,7 @@ void _set_truth(const Pose& from, const Pose& to, const Lens& preview, PictureEn
     entry->truth_y = preview.vertical ? along : across;
 }
 
-/** Takes the first picture, then follows the hand and takes those that the library asks for. */
+// Takes the first picture, then follows the hand and takes those that the library asks for.
 void _take_pictures(const DemoOptions& options, const Stage& stage, const Surroundings& surroundings,
                     Sweep& sweep, Journal* journal)
 {

@@ -29,7 +29,7 @@ Recording _read(const std::string& folder)
     }
 }
 
-/** The bytes of an image, for as long as the library looks at them. */
+// The bytes of an image, for as long as the library looks at them.
 struct Frame {
     Frame(const std::string& folder, const RecordedImage& recorded, const Journal::Lap& /*reading*/)
         : bytes(read_file(folder + "/" + recorded.file)), image(recorded.geometry)
@@ -48,7 +48,7 @@ struct Frame {
     ozr_image image;
 };
 
-/** Makes the calls and notes where the answers differ. */
+// Makes the calls and notes where the answers differ.
 class Player
 {
 public:
@@ -76,7 +76,7 @@ public:
                 call_name(call.kind), text.c_str(), recorded.c_str());
     }
 
-    /** The panorama of the last run, if it has not been released since. */
+    // The panorama of the last run, if it has not been released since.
     const ozr_image& panorama() const { return panorama_; }
     int differences() const { return differences_; }
     Session& session() { return session_; }

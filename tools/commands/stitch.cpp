@@ -11,7 +11,7 @@ namespace ozr_pano
 namespace
 {
 
-/** Reads a picture, checks that it fits the ones before, and converts it. */
+// Reads a picture, checks that it fits the ones before, and converts it.
 void _load(const std::string& path, Journal* journal, ozr_image* nv12)
 {
     Picture picture;

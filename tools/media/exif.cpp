@@ -1,4 +1,5 @@
-// Exif orientation: a bounds-checked walk through the first directory of a TIFF block, and the eight turns.
+// Exif orientation: a bounds-checked walk through the first directory of a TIFF block, and the
+// eight turns.
 #include "media/exif.h"
 
 #include <string.h>
@@ -14,7 +15,7 @@ constexpr uint32_t kTypeShort = 3;
 constexpr size_t kTiffHeaderBytes = 8;
 constexpr size_t kEntryBytes = 12;
 
-/** Numbers of either byte order out of a block; reads beyond its end give 0. */
+// Numbers of either byte order out of a block; reads beyond its end give 0.
 class TiffReader
 {
 public:
@@ -72,7 +73,8 @@ Picture turn_upright(Picture stored, int orientation)
 {
     if (orientation <= 1 || orientation > 8)
         return stored;
-    // Where the upright pixel (x, y) is stored: from 5 on the axes are exchanged, then each axis may be mirrored.
+    // Where the upright pixel (x, y) is stored: from 5 on the axes are exchanged, then each axis
+    // may be mirrored.
     const bool exchanged = orientation >= 5;
     const bool mirror_x = orientation == 2 || orientation == 3 || orientation == 7 || orientation == 8;
     const bool mirror_y = orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;

@@ -12,7 +12,7 @@ namespace ozr_pano
 namespace
 {
 
-/** Copies as many rows and pixels, or pairs, as `even` has. */
+// Copies as many rows and pixels, or pairs, as `even` has.
 void _copy_even_part(const ozr_image& nv12, ozr_image* even)
 {
     const auto copy_rows = [&](int32_t from, int32_t to, int32_t count) {

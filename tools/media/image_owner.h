@@ -13,7 +13,7 @@ class ImageOwner
 {
 public:
     ImageOwner() = default;
-    /** Allocates an NV12 image of an even size. Throws std::bad_alloc. */
+    // Allocates an NV12 image of an even size. Throws std::bad_alloc.
     ImageOwner(int32_t width, int32_t height);
     ImageOwner(const ImageOwner&) = delete;
     ImageOwner& operator=(const ImageOwner&) = delete;
@@ -25,10 +25,11 @@ private:
     ozr_image image_ = {};
 };
 
-/** Converts a picture to NV12, without its last column or row where their number is odd. Throws ProgramError. */
+// Converts a picture to NV12, without its last column or row where their number is odd. Throws
+// ProgramError.
 void convert_to_nv12(const Picture& picture, ozr_image* nv12);
 
-/** Converts an NV12 image to a picture, likewise. Throws ProgramError. */
+// Converts an NV12 image to a picture, likewise. Throws ProgramError.
 Picture convert_to_picture(const ozr_image& nv12);
 
 }  // namespace ozr_pano

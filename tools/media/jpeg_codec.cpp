@@ -1,6 +1,6 @@
-// JPEG by libjpeg-turbo. The library reports a failure by a call that must not return; it is left by longjmp, so no
-// function between setjmp and a call of libjpeg holds an object with a destructor: all that is to be freed lives in
-// the caller's codec object.
+// JPEG by libjpeg-turbo. The library reports a failure by a call that must not return; it is left
+// by longjmp, so no function between setjmp and a call of libjpeg holds an object with a
+// destructor: all that is to be freed lives in the caller's codec object.
 #include "media/jpeg_codec.h"
 
 #include "base/program_error.h"
@@ -22,7 +22,7 @@ namespace
 
 constexpr uint8_t kStartOfImage[] = {0xFF, 0xD8, 0xFF};
 constexpr char kExifMark[] = "Exif\0";  // with the literal's own end two zero bytes
-constexpr int kMaxScans = 256;  // a few hundred bytes can ask for more and keep a decoder busy for hours
+constexpr int kMaxScans = 256;          // more would keep a decoder busy for hours
 
 struct ErrorReturn {
     jpeg_error_mgr manager;  // first member: libjpeg hands its address back
@@ -30,7 +30,8 @@ struct ErrorReturn {
     char text[JMSG_LENGTH_MAX];
 };
 
-// By way of void*, as in C: the address is that of the whole record, which is aligned for all of it.
+// By way of void*, as in C: the address is that of the whole record, which is aligned for all of
+// it.
 ErrorReturn* _error_return(j_common_ptr codec)
 {
     return static_cast<ErrorReturn*>(static_cast<void*>(codec->err));
@@ -43,7 +44,7 @@ ErrorReturn* _error_return(j_common_ptr codec)
     longjmp(error->jump, 1);
 }
 
-/** A warning means that data are missing or wrong; only those about mere form are let pass. */
+// A warning means that data are missing or wrong; only those about mere form are let pass.
 void _judge_warning(j_common_ptr codec, int level)
 {
     if (level >= 0)

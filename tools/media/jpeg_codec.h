@@ -7,17 +7,15 @@
 namespace ozr_pano
 {
 
-/** Whether bytes begin like a JPEG file. */
+// Whether bytes begin like a JPEG file.
 bool looks_like_jpeg(const std::vector<uint8_t>& file);
 
-/**
- * Decodes a JPEG file and turns it upright by its Exif orientation.
- *
- * Throws ProgramError with the reason alone: broken or cut off, too large, CMYK.
- */
+// Decodes a JPEG file and turns it upright by its Exif orientation.
+//
+// Throws ProgramError with the reason alone: broken or cut off, too large, CMYK.
 Picture decode_jpeg(const std::vector<uint8_t>& file);
 
-/** Encodes at a quality of 1 to 100. Throws ProgramError with the reason alone. */
+// Encodes at a quality of 1 to 100. Throws ProgramError with the reason alone.
 std::vector<uint8_t> encode_jpeg(const Picture& picture, int quality);
 
 }  // namespace ozr_pano

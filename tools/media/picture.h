@@ -9,18 +9,18 @@
 namespace ozr_pano
 {
 
-/** Limits that a header must keep before anything is allocated for its pixels. */
+// Limits that a header must keep before anything is allocated for its pixels.
 constexpr int64_t kMaxPictureSide = 16384;
 constexpr int64_t kMaxPicturePixels = int64_t{1} << 26;
 
-/** Whether a picture of this size is one that the program handles. */
+// Whether a picture of this size is one that the program handles.
 constexpr bool is_sane_picture_size(int64_t width, int64_t height)
 {
     return width >= 1 && height >= 1 && width <= kMaxPictureSide && height <= kMaxPictureSide &&
            width * height <= kMaxPicturePixels;
 }
 
-/** Rows of R, G, B, A without padding. */
+// Rows of R, G, B, A without padding.
 struct Picture {
     int32_t width = 0;
     int32_t height = 0;

@@ -1,4 +1,5 @@
-// PNG by libpng's simplified interface: it returns on failure and turns every kind of PNG into 8-bit RGBA.
+// PNG by libpng's simplified interface: it returns on failure and turns every kind of PNG into
+// 8-bit RGBA.
 #include "media/png_codec.h"
 
 #include "base/program_error.h"
@@ -16,7 +17,7 @@ namespace
 constexpr uint8_t kSignature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 constexpr size_t kChunkHeaderBytes = 8, kChunkCheckBytes = 4;
 
-/** png_image with its release. */
+// png_image with its release.
 struct PngImage {
     png_image image = {};
 
@@ -33,7 +34,8 @@ struct PngChunk {
     size_t left;    // from the data to the end of the file
 };
 
-/** Walks the chunks until `is_last` says so, the file ends, or a chunk is longer than what is left of it. */
+// Walks the chunks until `is_last` says so, the file ends, or a chunk is longer than what is left
+// of it.
 template <typename IsLast>
 void _walk_chunks(const std::vector<uint8_t>& file, IsLast is_last)
 {
@@ -54,7 +56,7 @@ bool _is(const PngChunk& chunk, const char* type)
     return memcmp(chunk.type, type, 4) == 0;
 }
 
-/** libpng allocates what a chunk ahead of the pixels claims before it reads the chunk. */
+// libpng allocates what a chunk ahead of the pixels claims before it reads the chunk.
 void _check_claims(const std::vector<uint8_t>& file)
 {
     _walk_chunks(file, [](const PngChunk& chunk) {
@@ -64,7 +66,7 @@ void _check_claims(const std::vector<uint8_t>& file)
     });
 }
 
-/** The simplified interface does not show the eXIf chunk. */
+// The simplified interface does not show the eXIf chunk.
 int _orientation(const std::vector<uint8_t>& file)
 {
     int orientation = 1;

@@ -9,7 +9,7 @@ namespace ozr_pano
 namespace
 {
 
-/** The first source pixel of an output pixel; that of the one behind the last is the source's end. */
+// The first source pixel of an output pixel; that of the one behind the last is the source's end.
 int32_t _begin_of(int32_t position, int32_t output, int32_t source)
 {
     return static_cast<int32_t>(int64_t{position} * source / output);

@@ -16,7 +16,8 @@ namespace
 constexpr size_t kMaxLineBytes = 4096;
 constexpr char kStreamMark[] = "YUV4MPEG2";
 constexpr char kFrameMark[] = "FRAME";
-// The kinds of 4:2:0 with 8 bits a sample; they differ in where chroma is sited, by less than a pixel.
+// The kinds of 4:2:0 with 8 bits a sample; they differ in where chroma is sited, by less than a
+// pixel.
 constexpr const char* kAcceptedChroma[] = {"420", "420jpeg", "420mpeg2", "420paldv"};
 
 bool _is_accepted_chroma(const char* chroma)
@@ -28,7 +29,7 @@ bool _is_accepted_chroma(const char* chroma)
     return false;
 }
 
-/** A plain decimal number; -1 for anything else and for more than nine digits. */
+// A plain decimal number; -1 for anything else and for more than nine digits.
 int64_t _parse_number(const std::string& digits)
 {
     if (digits.empty() || digits.size() > 9 || digits.find_first_not_of("0123456789") != std::string::npos)
@@ -39,7 +40,7 @@ int64_t _parse_number(const std::string& digits)
     return value;
 }
 
-/** The fields of a line after its mark, which must be the first word. */
+// The fields of a line after its mark, which must be the first word.
 bool _split_line(const std::string& line, const char* mark, std::vector<std::string>* fields)
 {
     size_t start = line.find(' ');

@@ -11,27 +11,23 @@
 namespace ozr_pano
 {
 
-/** Reads a stream frame by frame; every failure throws ProgramError naming the stream and the reason. */
+// Reads a stream frame by frame; every failure throws ProgramError naming the stream and the
+// reason.
 class Y4mReader
 {
 public:
-    /**
-     * Reads the stream's header.
-     *
-     * @param file  open for reading, a pipe is enough; stays the caller's.
-     * @param name  for messages.
-     */
+    // Reads the stream's header.
+    // `file`: open for reading, a pipe is enough; stays the caller's.
+    // `name`: for messages.
     Y4mReader(FILE* file, std::string name);
 
-    /** Size of the stream's frames, odd or even. */
+    // Size of the stream's frames, odd or even.
     int32_t width() const { return width_; }
     int32_t height() const { return height_; }
 
-    /**
-     * Reads the next frame into an NV12 image of the stream's size rounded down to even numbers.
-     *
-     * @return false at the end of the stream.
-     */
+    // Reads the next frame into an NV12 image of the stream's size rounded down to even numbers.
+    //
+    // Returns false at the end of the stream.
     bool read_frame(ozr_image* frame);
 
 private:

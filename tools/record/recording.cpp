@@ -1,5 +1,5 @@
-// Lines of a word and name=value fields. Everything is checked while it is read, so that a replay works with geometries
-// that fit their bytes and with names that stay inside the folder.
+// Lines of a word and name=value fields. Everything is checked while it is read, so that a replay
+// works with geometries that fit their bytes and with names that stay inside the folder.
 #include "record/recording.h"
 
 #include "base/names.h"
@@ -29,7 +29,8 @@ constexpr int64_t kMaxStride = int64_t{1} << 20;
 constexpr const char* kCallNames[] = {"set_parameters", "stitch_one_image", "detect_frame_to_stitch", "run",
                                       "reset"};
 
-/** A line taken apart. Fields are taken by name; one that is missing, broken or left over refuses the line. */
+// A line taken apart. Fields are taken by name; one that is missing, broken or left over refuses
+// the line.
 class Line
 {
 public:
@@ -64,7 +65,7 @@ public:
         refuse("there is no " + name + "=");
     }
 
-    /** The word that stands without a name at the front. */
+    // The word that stands without a name at the front.
     int32_t take_first_number()
     {
         if (fields_.empty())
@@ -100,7 +101,7 @@ public:
         return direction;
     }
 
-    /** Refuses fields that nobody took. */
+    // Refuses fields that nobody took.
     void close() const
     {
         if (!fields_.empty())
@@ -124,7 +125,7 @@ private:
     std::vector<std::string> fields_;
 };
 
-/** Bytes of a row of the first plane. */
+// Bytes of a row of the first plane.
 int64_t _row_bytes(const ozr_image& image)
 {
     switch (image.format) {
@@ -137,7 +138,7 @@ int64_t _row_bytes(const ozr_image& image)
     }
 }
 
-/** Bytes of all planes. */
+// Bytes of all planes.
 int64_t _plane_bytes(const ozr_image& image)
 {
     const int64_t luma = int64_t{image.stride} * image.height;
@@ -166,7 +167,7 @@ RecordedImage _take_image(Line& line)
     return image;
 }
 
-/** A file beside the text: plain letters, so that it cannot lead out of the folder. */
+// A file beside the text: plain letters, so that it cannot lead out of the folder.
 std::string _take_file(Line& line)
 {
     std::string name = line.take("file");
@@ -218,7 +219,7 @@ void _parse_result(Line& line, RecordedCall* call)
     line.close();
 }
 
-/** Takes the lines one by one; comments and empty lines are passed over. */
+// Takes the lines one by one; comments and empty lines are passed over.
 class LineReader
 {
 public:

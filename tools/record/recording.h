@@ -1,5 +1,5 @@
-// The text of a recording: the calls that drove one session, with what the library answered. docs/recording.md has the
-// format for those who write it elsewhere.
+// The text of a recording: the calls that drove one session, with what the library answered.
+// docs/recording.md has the format for those who write it elsewhere.
 #ifndef RECORDING_H
 #define RECORDING_H
 
@@ -11,15 +11,15 @@
 namespace ozr_pano
 {
 
-/** The file of a recording's folder that holds the text. */
+// The file of a recording's folder that holds the text.
 constexpr char kCallsFile[] = "calls.txt";
 
 enum class CallKind { set_parameters, stitch_one_image, detect_frame_to_stitch, run, reset };
 
-/** The name of the library's function without its prefix. */
+// The name of the library's function without its prefix.
 const char* call_name(CallKind kind);
 
-/** An image without its bytes, which lie in a file of the folder, or were the library's panorama. */
+// An image without its bytes, which lie in a file of the folder, or were the library's panorama.
 struct RecordedImage {
     std::string file;  // empty for a panorama
     ozr_image geometry = {};
@@ -50,20 +50,20 @@ struct Recording {
     bool complete = false;  // the text ends as it should, not with the process that wrote it
 };
 
-/** CRC-32 as in PNG and gzip. */
+// CRC-32 as in PNG and gzip.
 uint32_t checksum_of(const uint8_t* data, size_t size);
 
-/** The first two lines. */
+// The first two lines.
 std::string recording_head(const std::string& library);
 
-/** The line of a call, and of its result. */
+// The line of a call, and of its result.
 std::string call_text(const RecordedCall& call);
 std::string result_text(const RecordedCall& call);
 
-/** The last line. */
+// The last line.
 std::string recording_end();
 
-/** Reads a whole text. Throws ProgramError with the line and the reason. */
+// Reads a whole text. Throws ProgramError with the line and the reason.
 Recording parse_recording(const std::string& text);
 
 }  // namespace ozr_pano

@@ -12,14 +12,15 @@ namespace ozr_pano
 class Html
 {
 public:
-    /** Appends markup. */
+    // Appends markup.
     Html& operator<<(const std::string& markup)
     {
         markup_ += markup;
         return *this;
     }
 
-    /** Appends printf-style markup of at most 1023 bytes; text of unknown length goes through html_escaped and <<. */
+    // Appends printf-style markup of at most 1023 bytes; text of unknown length goes through
+    // html_escaped and <<.
     void format(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
     const std::string& markup() const { return markup_; }
@@ -28,7 +29,7 @@ private:
     std::string markup_;
 };
 
-/** A picture as the value of href or src, so that the page needs no other file. */
+// A picture as the value of href or src, so that the page needs no other file.
 std::string jpeg_uri(const Picture& picture, int quality);
 
 }  // namespace ozr_pano

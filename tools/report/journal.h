@@ -13,17 +13,17 @@
 namespace ozr_pano
 {
 
-/** One picture of the sweep. */
+// One picture of the sweep.
 struct PictureEntry {
     std::string source;         // a file's name, or "frame 12"
-    bool has_offset = false;    // false: the first picture, or the library derives it from the overlap
+    bool has_offset = false;    // false: the first picture, or derived from the overlap
     ozr_point offset = {0, 0};  // pixels of the preview since the picture before
     bool has_truth = false;     // the camera's true motion is known
     double truth_x = 0, truth_y = 0;
     Picture thumbnail;  // empty unless a report page is wanted
 };
 
-/** One preview of the sweep. */
+// One preview of the sweep.
 struct PreviewEntry {
     ozr_point offset;      // pixels of the preview since the picture announced last
     int32_t announced;     // the number of the picture that is due now, 0 for none
@@ -43,7 +43,8 @@ struct Journal {
     std::string report;
     std::string failure;  // why there is no panorama
 
-    /** Adds the time until the returned object dies to a stage; stages are listed in the order of their first use. */
+    // Adds the time until the returned object dies to a stage; stages are listed in the order of
+    // their first use.
     class Lap
     {
     public:

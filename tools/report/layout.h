@@ -9,11 +9,11 @@
 namespace ozr_pano
 {
 
-/** A picture, in the order of the sweep. */
+// A picture, in the order of the sweep.
 struct Placement {
     bool is_used = false;  // false: left out of the panorama
-    ozr_rect box = {0, 0, 0,
-                    0};  // pixels of the panorama, ends exclusive; may reach beyond it. Only when used.
+    // Pixels of the panorama, ends exclusive; may reach beyond it. Only when used.
+    ozr_rect box = {0, 0, 0, 0};
 
     // Against the picture before; the first one has none.
     bool has_step = false;
@@ -23,7 +23,7 @@ struct Placement {
     double score = 0;         // sign(r) * r^2 of the correlation r: 1 for equal pictures
 };
 
-/** Where two neighbours overlap. */
+// Where two neighbours overlap.
 struct OverlapView {
     size_t first = 0, second = 0;  // pictures, in the order of the sweep
     ozr_rect box = {0, 0, 0, 0};   // pixels of the panorama, ends exclusive; may reach beyond it

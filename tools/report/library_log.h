@@ -21,15 +21,12 @@ struct KeptLog {
     size_t left_out = 0;  // lines beyond those that are kept
 };
 
-/**
- * Sets the four hooks.
- *
- * @param verbose  show each line on standard error.
- * @param keep     collect the lines for kept_log.
- */
+// Sets the four hooks.
+// `verbose`: show each line on standard error.
+// `keep`: collect the lines for kept_log.
 void set_log_hooks(ozr_config* config, bool verbose, bool keep);
 
-/** The lines since the hooks were set. */
+// The lines since the hooks were set.
 const KeptLog& kept_log();
 
 }  // namespace ozr_pano

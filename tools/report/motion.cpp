@@ -1,4 +1,5 @@
-// The motion of the previews as a curve: how far the camera came along the sweep, and how far it drifted across it.
+// The motion of the previews as a curve: how far the camera came along the sweep, and how far it
+// drifted across it.
 #include "base/names.h"
 #include "report/page.h"
 
@@ -15,7 +16,7 @@ namespace
 constexpr double kWidth = 440, kHeight = 240, kLeft = 44, kRight = 12, kTop = 14, kBottom = 30;
 constexpr size_t kMaxPoints = 1000;  // more cannot be told apart
 
-/** Where the camera is at a preview, in pixels of the preview since the first picture. */
+// Where the camera is at a preview, in pixels of the preview since the first picture.
 struct Position {
     double along, across;
 };
@@ -25,7 +26,7 @@ bool _is_vertical(ozr_panorama_direction direction)
     return direction == ozr_panorama_direction_down || direction == ozr_panorama_direction_up;
 }
 
-/** The previews' offsets count from the picture announced last. */
+// The previews' offsets count from the picture announced last.
 std::vector<Position> _positions(const Journal& journal)
 {
     const bool vertical = _is_vertical(journal.direction);
@@ -45,7 +46,7 @@ std::vector<Position> _positions(const Journal& journal)
     return positions;
 }
 
-/** A round step of which about `count` make the range. */
+// A round step of which about `count` make the range.
 double _tick_step(double range, int count)
 {
     const double rough = std::max(range, 1.0) / count;
@@ -57,7 +58,7 @@ double _tick_step(double range, int count)
     return 10 * power;
 }
 
-/** From previews and pixels to the drawing. */
+// From previews and pixels to the drawing.
 class Axes
 {
 public:

@@ -20,7 +20,7 @@ constexpr int kPanoramaQuality = 85, kSmallQuality = 80;
 constexpr int32_t kStripHeight = 240;  // of an overlap, in pixels of the page
 constexpr int kHueStep = 47;           // degrees between the colours of neighbours
 
-/** The colour of a picture's border and number. */
+// The colour of a picture's border and number.
 std::string _colour(size_t picture)
 {
     return "hsl(" + std::to_string(picture * kHueStep % 360) + " 75% 42%)";
@@ -58,7 +58,7 @@ void _add_title(const ReportPage& page, Html* html)
     *html << "<p class=\"faint\">" << html_escaped(page.library) << "</p></header>\n";
 }
 
-/** A line through points, as path data. Runs along one axis become one stroke. */
+// A line through points, as path data. Runs along one axis become one stroke.
 std::string _path(const std::vector<ozr_point>& points)
 {
     const auto are_in_line = [](const ozr_point& a, const ozr_point& b, const ozr_point& c) {
@@ -91,7 +91,8 @@ void _add_borders(const ReportPage& page, Html* html)
     }
 }
 
-/** Numbers at the middles of the pictures, along the edge of the panorama; HTML, so that they keep their size. */
+// Numbers at the middles of the pictures, along the edge of the panorama; HTML, so that they keep
+// their size.
 void _add_numbers(const ReportPage& page, Html* html)
 {
     const Journal& journal = page.journal;
@@ -119,7 +120,8 @@ void _add_panorama(const ReportPage& page, Html* html)
              "<label><input type=\"checkbox\" checked data-hides=\"no-borders\"> Picture borders</label>"
              "<label><input type=\"checkbox\" data-sets=\"full\"> Full size</label></div><div "
              "class=\"scroll\">";
-    // As wide as the page; less where it would not fit a screen then, more where it would be too flat to see anything.
+    // As wide as the page; less where it would not fit a screen then, more where it would be too
+    // flat to see anything.
     const int width = panorama.width, height = panorama.height;
     html->format("<style>.panorama{width:max(min(100%%,85vh*%d/%d),12rem*%d/%d)}"
                  ".full .panorama{width:%dpx}</style>",

@@ -18,14 +18,14 @@ struct ReportPage {
     std::string library;  // banner
 };
 
-/** Writes the page whole or not at all. Throws ProgramError. */
+// Writes the page whole or not at all. Throws ProgramError.
 void write_report_page(const std::string& path, const ReportPage& page);
 
-/** The page's style sheet and script. */
+// The page's style sheet and script.
 extern const char kReportStyle[];
 extern const char kReportScript[];
 
-/** The section with the motion of the previews; none without previews. */
+// The section with the motion of the previews; none without previews.
 void add_motion_section(const Journal& journal, Html* html);
 
 }  // namespace ozr_pano

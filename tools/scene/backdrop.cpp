@@ -12,7 +12,7 @@ namespace
 constexpr Rgb kZenith = {44, 92, 164}, kMidSky = {112, 162, 208}, kHaze = {246, 214, 172};
 constexpr Rgb kCloudLight = {255, 247, 232}, kCloudShadow = {168, 172, 190};
 
-/** @param rise  0 at the horizon to 1 at the top of the sky. */
+// `rise`: 0 at the horizon to 1 at the top of the sky.
 Rgb _sky_colour(double rise)
 {
     if (rise < 0.4)
@@ -20,13 +20,13 @@ Rgb _sky_colour(double rise)
     return mix(kMidSky, kZenith, static_cast<uint32_t>((rise - 0.4) / 0.6 * 256));
 }
 
-/** How much cloud is at a place: 0 to 65535. */
+// How much cloud is at a place: 0 to 65535.
 uint32_t _cloud_noise(double x, double y, int octaves, uint32_t seed)
 {
     return fractal_noise(noise_place(x, 330), noise_place(y, 150), octaves, seed);
 }
 
-/** Height of a ridge above its foot, 0 to 1. */
+// Height of a ridge above its foot, 0 to 1.
 double _ridge(double x, double period, int octaves, uint32_t seed)
 {
     return fractal_noise(noise_place(x, period), 0, octaves, seed) / 65535.0;

@@ -23,7 +23,7 @@ const T& _pick(const T (&table)[N], Dice& dice)
     return table[dice.below(N)];
 }
 
-/** Calls paint(cell) for equal cells of about the wished size that fill a box. */
+// Calls paint(cell) for equal cells of about the wished size that fill a box.
 template <class Paint>
 void _for_cells(const Box& box, double cell_width, double cell_height, Paint paint)
 {
@@ -38,7 +38,7 @@ void _for_cells(const Box& box, double cell_width, double cell_height, Paint pai
     }
 }
 
-/** A sash window: frame, panes that mirror the sky or are lit, sometimes a blind or curtains. */
+// A sash window: frame, panes that mirror the sky or are lit, sometimes a blind or curtains.
 void _paint_window(Canvas& canvas, const Box& box, Rgb frame, Dice& dice)
 {
     canvas.fill(box, frame);
@@ -136,7 +136,7 @@ void _paint_stone_wall(Canvas& canvas, const Box& box, Dice& dice)
     });
 }
 
-/** Light and shade that drift over all walls, so that rows of equal windows differ from one another. */
+// Light and shade that drift over all walls, so that rows of equal windows differ from one another.
 void _paint_shade(Canvas& canvas, const Box& box)
 {
     constexpr int32_t kSteps = 70;

@@ -1,5 +1,6 @@
-// The simulated camera. Where a ray meets the cylinder is computed for every 16th pixel and row and interpolated in
-// between: at 50 degrees of view a line bends by less than a tenth of a pixel over that distance.
+// The simulated camera. Where a ray meets the cylinder is computed for every 16th pixel and row and
+// interpolated in between: at 50 degrees of view a line bends by less than a tenth of a pixel over
+// that distance.
 #include "scene/camera.h"
 
 #include <math.h>
@@ -12,12 +13,12 @@ namespace
 
 constexpr int32_t kCellBits = 4, kCell = 1 << kCellBits;
 
-/** A place of the texture in pixels, Q15.16. */
+// A place of the texture in pixels, Q15.16.
 struct Place {
     int32_t x, y;
 };
 
-/** Sine and cosine of angles of at most a few degrees. */
+// Sine and cosine of angles of at most a few degrees.
 struct Turn {
     double sine, cosine;
 
@@ -28,7 +29,7 @@ struct Turn {
     }
 };
 
-/** Maps pixels of one picture to places of one level of the texture. */
+// Maps pixels of one picture to places of one level of the texture.
 class Rays
 {
 public:
@@ -53,7 +54,8 @@ public:
     }
 
 private:
-    // Kept inside by enough that the interpolation of luma and of chroma has its right and lower neighbours.
+    // Kept inside by enough that the interpolation of luma and of chroma has its right and lower
+    // neighbours.
     Place place(double x, double y) const
     {
         return {static_cast<int32_t>(std::clamp(x, 0.0, max_x_) * 65536.0),
@@ -66,7 +68,7 @@ private:
     double scale_, middle_, max_x_, max_y_;
 };
 
-/** Bilinear interpolation of one channel at a place. */
+// Bilinear interpolation of one channel at a place.
 uint8_t _sample(const uint8_t* plane, int32_t pitch, int32_t pixel_bytes, Place place)
 {
     const uint32_t wx = static_cast<uint32_t>(place.x >> 8) & 255,
@@ -79,7 +81,7 @@ uint8_t _sample(const uint8_t* plane, int32_t pitch, int32_t pixel_bytes, Place 
     return static_cast<uint8_t>((above * (256 - wy) + below * wy + (1 << 15)) >> 16);
 }
 
-/** Calls paint(x, place) for every step-th pixel of a row, given the places of every 16th. */
+// Calls paint(x, place) for every step-th pixel of a row, given the places of every 16th.
 template <class Paint>
 void _walk_row(const std::vector<Place>& nodes, int32_t width, int32_t step, Paint paint)
 {

@@ -12,7 +12,7 @@ namespace ozr_pano
 namespace
 {
 
-/** How much of pixel i the span from begin to end (256ths of a pixel) covers, 0 to 256. */
+// How much of pixel i the span from begin to end (256ths of a pixel) covers, 0 to 256.
 uint32_t _cover(int32_t i, int32_t begin, int32_t end)
 {
     const int32_t from = std::max(begin, i * 256), to = std::min(end, i * 256 + 256);
@@ -56,7 +56,7 @@ void Canvas::disc(double x, double y, double radius, Rgb colour, uint32_t opacit
 
 void Canvas::grain(const Box& box, int32_t steps, uint32_t seed)
 {
-    const double cells = 2.0;  // units to a grain, so that other sizes of the scene show the same ones
+    const double cells = 2.0;  // units to a grain: the same ones in every size of the scene
     shade(box, [&](double x, double y, Rgb below) {
         const uint32_t noise = value_noise(noise_place(x, cells), noise_place(y, cells), seed);
         return lighten(below, (static_cast<int32_t>(noise) - 32768) * steps / 32768);

@@ -15,7 +15,7 @@ struct Rgb {
     uint8_t r, g, b;
 };
 
-/** Between a (weight 0) and b (weight 256). */
+// Between a (weight 0) and b (weight 256).
 constexpr Rgb mix(Rgb a, Rgb b, uint32_t weight)
 {
     return {static_cast<uint8_t>((a.r * (256 - weight) + b.r * weight) >> 8),
@@ -23,7 +23,7 @@ constexpr Rgb mix(Rgb a, Rgb b, uint32_t weight)
             static_cast<uint8_t>((a.b * (256 - weight) + b.b * weight) >> 8)};
 }
 
-/** A colour made lighter or darker by so many steps of 255. */
+// A colour made lighter or darker by so many steps of 255.
 constexpr Rgb lighten(Rgb colour, int32_t steps)
 {
     return {static_cast<uint8_t>(std::clamp(colour.r + steps, 0, 255)),
@@ -31,7 +31,7 @@ constexpr Rgb lighten(Rgb colour, int32_t steps)
             static_cast<uint8_t>(std::clamp(colour.b + steps, 0, 255))};
 }
 
-/** A rectangle in canvas units: right and bottom are excluded. */
+// A rectangle in canvas units: right and bottom are excluded.
 struct Box {
     double left, top, right, bottom;
 
@@ -41,16 +41,15 @@ struct Box {
     Box inset(double x, double y) const { return {left + x, top + y, right - x, bottom - y}; }
 };
 
-/**
- * Pixels with a coordinate system of their own: x to the right, y downwards, the origin anywhere.
- *
- * Edges fall between pixels and are painted with the share of the pixel that they cover, in 256ths. All arithmetic is
- * of a kind that every machine rounds alike, so that a scene has the same bytes everywhere.
- */
+// Pixels with a coordinate system of their own: x to the right, y downwards, the origin anywhere.
+//
+// Edges fall between pixels and are painted with the share of the pixel that they cover, in 256ths.
+// All arithmetic is of a kind that every machine rounds alike, so that a scene has the same bytes
+// everywhere.
 class Canvas
 {
 public:
-    /** @param bounds  what the canvas shows, in units.  @param scale  pixels in a unit. */
+    // `bounds`: what the canvas shows, in units. `scale`: pixels in a unit.
     Canvas(const Box& bounds, double scale);
 
     int32_t width() const { return width_; }
@@ -62,22 +61,24 @@ public:
         return pixels_.data() + static_cast<size_t>(y) * static_cast<size_t>(width_);
     }
 
-    /** Fills a box; opacity 256 covers what is below, less lets it shine through. */
+    // Fills a box; opacity 256 covers what is below, less lets it shine through.
     void fill(const Box& box, Rgb colour, uint32_t opacity = 256);
 
-    /** Fills a circle. */
+    // Fills a circle.
     void disc(double x, double y, double radius, Rgb colour, uint32_t opacity = 256);
 
-    /** Makes every pixel of a box lighter or darker at random, by at most so many steps. */
+    // Makes every pixel of a box lighter or darker at random, by at most so many steps.
     void grain(const Box& box, int32_t steps, uint32_t seed);
 
-    /** Writes capitals, digits and spaces, 7/5 of the letter width high; other characters stay blank. */
+    // Writes capitals, digits and spaces, 7/5 of the letter width high; other characters stay
+    // blank.
     void letters(double x, double y, double height, const char* text, Rgb colour);
 
-    /** Width of such a line. */
+    // Width of such a line.
     static double letters_width(double height, const char* text);
 
-    /** Calls shader(x, y, colour below) with the units of each pixel of a box and stores the colour it returns. */
+    // Calls shader(x, y, colour below) with the units of each pixel of a box and stores the colour
+    // it returns.
     template <class Shader>
     void shade(const Box& box, Shader shader)
     {
@@ -91,7 +92,7 @@ public:
         }
     }
 
-    /** Fills everything below a line: top(x) gives its y, shader as in shade(). */
+    // Fills everything below a line: top(x) gives its y, shader as in shade().
     template <class Top, class Shader>
     void shade_below(const Box& box, Top top, Shader shader)
     {
@@ -118,7 +119,7 @@ private:
     }
     double unit_x(int32_t x) const { return bounds_.left + (x + 0.5) / scale_; }
     double unit_y(int32_t y) const { return bounds_.top + (y + 0.5) / scale_; }
-    /** A distance in units as 256ths of a pixel, limited to what 32 bits hold easily. */
+    // A distance in units as 256ths of a pixel, limited to what 32 bits hold easily.
     int32_t subpixel(double units) const
     {
         return static_cast<int32_t>(std::clamp(units * scale_ * 256.0, -1.0e8, 1.0e8));
@@ -135,7 +136,7 @@ private:
     std::vector<Rgb> pixels_;
 };
 
-/** Calls paint(place) for begin and every step from there on that lies before end. */
+// Calls paint(place) for begin and every step from there on that lies before end.
 template <class Paint>
 void repeat(double begin, double end, double step, Paint paint)
 {
@@ -143,7 +144,7 @@ void repeat(double begin, double end, double step, Paint paint)
         paint(begin + i * step);
 }
 
-/** The same at random distances of low to high, the first less than high behind begin. */
+// The same at random distances of low to high, the first less than high behind begin.
 template <class Paint>
 void scatter(Dice& dice, double begin, double end, double low, double high, Paint paint)
 {
@@ -154,7 +155,8 @@ void scatter(Dice& dice, double begin, double end, double low, double high, Pain
     }
 }
 
-/** A length or a place in units as an argument of the noise functions: one cell of noise to a period of units. */
+// A length or a place in units as an argument of the noise functions: one cell of noise to a period
+// of units.
 inline uint32_t noise_place(double units, double period)
 {
     return static_cast<uint32_t>(static_cast<int64_t>((units + 100000.0) / period * 4096.0));

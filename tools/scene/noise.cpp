@@ -9,7 +9,7 @@ namespace
 
 constexpr uint32_t kCellBits = 12, kCellMask = (1U << kCellBits) - 1;
 
-/** 3t^2 - 2t^3 of t in Q12: at most 4096^3 * 3 before the shift, so 64 bits. */
+// 3t^2 - 2t^3 of t in Q12: at most 4096^3 * 3 before the shift, so 64 bits.
 uint32_t _smooth_step(uint32_t t)
 {
     return static_cast<uint32_t>((uint64_t{t} * t * (3 * 4096 - 2 * t)) >> 24);
@@ -20,7 +20,7 @@ uint32_t _lattice(uint32_t x, uint32_t y, uint32_t seed)
     return hash_at(static_cast<int32_t>(x), static_cast<int32_t>(y), seed) >> 16;
 }
 
-/** a at weight 0, b at weight 4096; both at most 65535, so the sums stay below 2^28. */
+// a at weight 0, b at weight 4096; both at most 65535, so the sums stay below 2^28.
 uint32_t _blend(uint32_t a, uint32_t b, uint32_t weight)
 {
     return (a * (4096 - weight) + b * weight) >> kCellBits;

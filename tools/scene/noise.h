@@ -7,7 +7,7 @@
 namespace ozr_pano
 {
 
-/** 32 well-mixed bits for a place. */
+// 32 well-mixed bits for a place.
 constexpr uint32_t hash_at(int32_t x, int32_t y, uint32_t seed)
 {
     uint32_t h =
@@ -17,28 +17,27 @@ constexpr uint32_t hash_at(int32_t x, int32_t y, uint32_t seed)
     return h ^ h >> 15;
 }
 
-/**
- * Smooth noise, 0 to 65535.
- *
- * @param x, y  place; the noise takes a new value once in 4096 units (Q20.12 cells).
- */
+// Smooth noise, 0 to 65535.
+//
+// `x`, `y`: place; the noise takes a new value once in 4096 units (Q20.12 cells).
 uint32_t value_noise(uint32_t x, uint32_t y, uint32_t seed);
 
-/** Sum of value noises, each of half the size and half the strength of the one before, 0 to 65535. */
+// Sum of value noises, each of half the size and half the strength of the one before, 0 to 65535.
 uint32_t fractal_noise(uint32_t x, uint32_t y, int octaves, uint32_t seed);
 
-/** Smooth noise along a line, -1 to 1, with a new value at every whole number; place is not negative. */
+// Smooth noise along a line, -1 to 1, with a new value at every whole number; place is not
+// negative.
 double wander(double place, uint32_t seed);
 
-/** A sequence of random numbers. */
+// A sequence of random numbers.
 class Dice
 {
 public:
     explicit Dice(uint32_t seed) : seed_(seed) {}
     uint32_t roll() { return hash_at(count_++, 0x5EED, seed_); }
-    /** 0 to count - 1. */
+    // 0 to count - 1.
     uint32_t below(uint32_t count) { return static_cast<uint32_t>((uint64_t{roll()} * count) >> 32); }
-    /** A number from low to high in 65536 steps. */
+    // A number from low to high in 65536 steps.
     double between(double low, double high) { return low + (high - low) * (below(65536) / 65536.0); }
     bool chance(uint32_t percent) { return below(100) < percent; }
 

@@ -30,7 +30,7 @@ void _paint_houses(Canvas& canvas, double from, double to, double top, double gr
     }
 }
 
-/** Sections of different walls, the higher the narrower, from the street up to the roof. */
+// Sections of different walls, the higher the narrower, from the street up to the roof.
 void _paint_tower_shaft(Canvas& canvas, double roof, double street, Dice& dice)
 {
     constexpr Facade kOrder[] = {Facade::stone, Facade::brick, Facade::glass, Facade::plaster};

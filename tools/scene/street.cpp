@@ -79,7 +79,7 @@ void _paint_poster(Canvas& canvas, const Box& box, Dice& dice)
                    {250, 246, 236});
 }
 
-/** The near wall: a stone cap, bricks, and posters here and there. */
+// The near wall: a stone cap, bricks, and posters here and there.
 void _paint_wall(Canvas& canvas, const Box& box, Dice& dice)
 {
     paint_bricks(canvas, box, 26, 11, {142, 96, 80}, dice);

@@ -10,7 +10,7 @@ namespace
 constexpr size_t kLevels = 5;
 constexpr int32_t kSmallestSide = 32;
 
-/** Sum of a 2 x 2 block's colours. */
+// Sum of a 2 x 2 block's colours.
 struct RgbSum {
     int32_t r, g, b;
 };
@@ -37,7 +37,8 @@ TextureLevel _from_canvas(const Canvas& canvas)
             const RgbSum sum = {top[x].r + top[x + 1].r + bottom[x].r + bottom[x + 1].r,
                                 top[x].g + top[x + 1].g + bottom[x].g + bottom[x + 1].g,
                                 top[x].b + top[x + 1].b + bottom[x].b + bottom[x + 1].b};
-            // Q8 coefficients times a sum of four: 10 bits to shift out; 128.5 in Q10 is the neutral value, rounded.
+            // Q8 coefficients times a sum of four: 10 bits to shift out; 128.5 in Q10 is the
+            // neutral value, rounded.
             constexpr int32_t kNeutral = (128 << 10) + 512;
             level.chroma.push_back(
                 static_cast<uint8_t>((-38 * sum.r - 74 * sum.g + 112 * sum.b + kNeutral) >> 10));
@@ -48,7 +49,7 @@ TextureLevel _from_canvas(const Canvas& canvas)
     return level;
 }
 
-/** Means of 2 x 2 blocks of a plane whose pixels have so many channels. */
+// Means of 2 x 2 blocks of a plane whose pixels have so many channels.
 std::vector<uint8_t> _halve(const std::vector<uint8_t>& plane, int32_t width, int32_t new_width,
                             int32_t new_height, size_t channels)
 {

@@ -22,7 +22,7 @@ using ozr::session::SeamRecord;
 constexpr int32_t kGain = 4;          // differences are shown brighter than they are
 constexpr int32_t kViewExtent = 480;  // longer side of a difference picture
 
-/** From the canvas to the panorama. */
+// From the canvas to the panorama.
 class Turn
 {
 public:
@@ -42,13 +42,13 @@ public:
         return {y, extent_ - x - width, y + height, extent_ - x};
     }
 
-    /** A picture for as many pixels of the canvas. */
+    // A picture for as many pixels of the canvas.
     Picture picture(int32_t width, int32_t height) const
     {
         return vertical_ ? Picture(height, width) : Picture(width, height);
     }
 
-    /** Its pixel that shows (x, y) of `width` columns. */
+    // Its pixel that shows (x, y) of `width` columns.
     uint8_t* pixel(Picture* picture, int32_t x, int32_t y, int32_t width) const
     {
         return vertical_ ? picture->row(width - 1 - x) + 4 * y : picture->row(y) + 4 * x;
@@ -59,7 +59,7 @@ private:
     int32_t extent_;  // of the panorama along a vertical sweep
 };
 
-/** What the picture is to the one before. */
+// What the picture is to the one before.
 Placement _step(const PictureRecord& picture, const Turn& turn)
 {
     Placement placement;
@@ -115,7 +115,7 @@ OverlapView _overlap(const SeamRecord& seam, const Turn& turn)
     return view;
 }
 
-/** A panorama of one picture is that picture, as it came. */
+// A panorama of one picture is that picture, as it came.
 Layout _single(const ozr_image& panorama)
 {
     Layout layout;

@@ -1,4 +1,5 @@
-// What the interface does not tell: where each picture was placed, how well it matched, where the seams run.
+// What the interface does not tell: where each picture was placed, how well it matched, where the
+// seams run.
 #ifndef LAYOUT_READER_H
 #define LAYOUT_READER_H
 
@@ -9,14 +10,11 @@
 namespace ozr_pano
 {
 
-/** How many pictures the panorama of the session shows. */
+// How many pictures the panorama of the session shows.
 int count_used(const ozr_panorama& session);
 
-/**
- * The layout of the session's sweep, and of its panorama.
- *
- * @param panorama  as the session returned it; with no pixels the boxes and seams are missing.
- */
+// The layout of the session's sweep, and of its panorama.
+// `panorama`: as the session returned it; with no pixels the boxes and seams are missing.
 Layout read_layout(const ozr_panorama& session, const ozr_image& panorama);
 
 }  // namespace ozr_pano

@@ -18,7 +18,7 @@ namespace
 
 constexpr int32_t kThumbnailExtent = 320;  // pixels of the longer side
 
-/** What the page shows of an image; nothing where no pair of pixels is left that shares its chroma. */
+// What the page shows of an image; nothing where no pair of pixels is left that shares its chroma.
 Picture _shown(const ozr_image& image)
 {
     return image.width > 1 && image.height > 1 ? convert_to_picture(image) : Picture();

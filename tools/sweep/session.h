@@ -12,7 +12,7 @@
 namespace ozr_pano
 {
 
-/** What every command that drives a session takes. */
+// What every command that drives a session takes.
 struct CommonOptions {
     std::string output;
     std::string report;  // file of the report page, empty for none
@@ -22,30 +22,31 @@ struct CommonOptions {
     bool json = false;
 };
 
-/** The library's calls, one method each, with the library's results. */
+// The library's calls, one method each, with the library's results.
 class Session
 {
 public:
-    /** Throws ProgramError when there is no session, or the recording or the page cannot be written. */
+    // Throws ProgramError when there is no session, or the recording or the page cannot be written.
     Session(const CommonOptions& options, Journal* journal);
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /** Limits of the library. */
+    // Limits of the library.
     const ozr_panorama& limits() const { return *handle_; }
 
     ozr_err set_parameters(const ozr_panorama_parameters& parameters);
     ozr_err detect_frame_to_stitch(const ozr_image& preview, ozr_point* offset,
                                    ozr_panorama_direction* direction);
-    /** @param entry  for the journal; its offset is passed on, where it has one. */
+    // `entry`: for the journal; its offset is passed on, where it has one.
     ozr_err stitch_one_image(ozr_image* picture, PictureEntry entry);
     ozr_err reset();
     ozr_err run(ozr_image* panorama);
 
-    /** Writes the panorama's file, if one is wanted, and the report page likewise. Throws ProgramError. */
+    // Writes the panorama's file, if one is wanted, and the report page likewise. Throws
+    // ProgramError.
     void publish(const ozr_image& panorama);
 
-    /** Writes the page of a sweep that has no panorama, if one is wanted. */
+    // Writes the page of a sweep that has no panorama, if one is wanted.
     void publish_failure(const std::string& reason);
 
 private:

@@ -13,7 +13,7 @@ namespace ozr_pano
 namespace
 {
 
-/** The offsets of the pictures, where they were measured. */
+// The offsets of the pictures, where they were measured.
 void _print_table(const std::vector<PictureEntry>& pictures)
 {
     const bool with_truth = pictures.back().has_truth;

@@ -7,7 +7,7 @@
 namespace ozr_pano
 {
 
-/** Prints a table for people, or one JSON object. */
+// Prints a table for people, or one JSON object.
 void print_summary(const Journal& journal, bool json);
 
 }  // namespace ozr_pano

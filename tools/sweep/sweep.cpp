@@ -11,7 +11,7 @@ namespace ozr_pano
 namespace
 {
 
-/** Why the library refuses a picture of a sweep, and what helps. */
+// Why the library refuses a picture of a sweep, and what helps.
 const char* _picture_reason(ozr_err error)
 {
     switch (error) {
@@ -29,7 +29,7 @@ const char* _picture_reason(ozr_err error)
     }
 }
 
-/** Why the library composes no panorama, and what helps. */
+// Why the library composes no panorama, and what helps.
 const char* _composition_reason(ozr_err error)
 {
     switch (error) {
