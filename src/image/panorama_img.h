@@ -130,7 +130,8 @@ public:
     // Where the pixels of `create` and `copy` begin: with their block, or with a page inside it.
     enum Start { kAtBlock, kAtPage };
 
-    explicit PanoImgOwner(Start start = kAtBlock) : start_(start) {}
+    PanoImgOwner() = default;
+    explicit PanoImgOwner(Start start) : start_(start) {}
     ~PanoImgOwner() { reset(); }
     PanoImgOwner(const PanoImgOwner&) = delete;
     PanoImgOwner& operator=(const PanoImgOwner&) = delete;
@@ -153,7 +154,7 @@ public:
 private:
     PanoImg img_ = {};
     void* block_ = nullptr;  // null: the pixels begin with their block
-    Start start_;
+    Start start_ = kAtBlock;
 };
 
 }  // namespace ozr

@@ -58,26 +58,24 @@ struct Sweep {
         std::vector<std::string> log;
         Image panorama;
         int32_t wanted = want.compose(count, &panorama, &log);
-        PanoImg out = {};
-        void* block = nullptr;
+        ozr::PanoImgOwner paged(ozr::PanoImgOwner::kAtPage);
+        PanoImg packed = {};
         const bool in_block = random.below(3) == 0, is_request = random.below(2) == 0;
         const LogCapture capture;
         const Disturbance disturbance(core.core, is_request,
                                       wanted == 0 && random.below(5) == 0 ? 1 + random.below(5) : 1000);
-        const int32_t code = in_block ? ozr::core::compose(core.core, count, &out, &block)
-                                      : panorama_core_panorama(core.core, count, &out);
+        const int32_t code = in_block ? static_cast<int32_t>(ozr::core::compose(core.core, count, &paged))
+                                      : panorama_core_panorama(core.core, count, &packed);
+        const PanoImg& out = in_block ? *paged.get() : packed;
         if (disturbance.happened()) {
             want.record.cancel = is_request && want.record.g_nCount == 1 ? 1 : 0;
             wanted = !is_request ? -8 : want.record.cancel == 1 ? 0 : -5;
         }
         EXPECT_EQ(code, wanted);
         EXPECT_EQ(capture.progress(), log);
-        EXPECT_TRUE(code == 0 ? holds(out, panorama) : out.data == nullptr && block == nullptr);
+        EXPECT_TRUE(code == 0 ? holds(out, panorama) : out.data == nullptr);
         expect_same(*core.core, want);
-        if (in_block)
-            PanoImg_DestroyAligned(&out, &block);
-        else
-            PanoImg_Destroy(&out);
+        PanoImg_Destroy(&packed);
     }
 };
 

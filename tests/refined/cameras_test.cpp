@@ -74,7 +74,7 @@ struct Simulated {
         const Rotation turn = rotation_of_view(views[index]);
         const uint32_t world = index < worlds.size() ? worlds[index] : 1;
         const double light = index < lights.size() ? lights[index] : 1.0;
-        std::vector<uint8_t> pixels(static_cast<size_t>(width) * height * 3 / 2, 128);
+        std::vector<uint8_t> pixels(static_cast<size_t>(width * height * 3 / 2), 128);
         for (int32_t y = 0; y < height; ++y) {
             for (int32_t x = 0; x < width; ++x) {
                 const double u = (x - (width - 1) / 2.0) / focal, v = (y - (height - 1) / 2.0) / focal;
@@ -84,7 +84,7 @@ struct Simulated {
                 const double up =
                     vertical ? ray.x / std::hypot(ray.y, ray.z) : ray.y / std::hypot(ray.x, ray.z);
                 const double level = light * (128 + 0.4 * texture(heading + 8, up + 8, world)) + 0.5;
-                pixels[static_cast<size_t>(y) * width + x] =
+                pixels[static_cast<size_t>(y * width + x)] =
                     static_cast<uint8_t>(std::min(std::max(level, 0.0), 255.0));
             }
         }
@@ -156,11 +156,11 @@ double angle_of(const Rotation& r)
 
 Rotation rotation_of_camera(const ozr_panorama_camera& camera, bool vertical)
 {
+    const double yaw = double{camera.yaw}, pitch = double{camera.pitch}, roll = double{camera.roll};
     if (!vertical)
-        return rotation_of_view({camera.yaw, camera.pitch, camera.roll});
-    return refined::rotation_about({-camera.pitch * kDegree, 0, 0}) *
-           refined::rotation_about({0, camera.yaw * kDegree, 0}) *
-           refined::rotation_about({0, 0, camera.roll * kDegree});
+        return rotation_of_view({yaw, pitch, roll});
+    return refined::rotation_about({-pitch * kDegree, 0, 0}) *
+           refined::rotation_about({0, yaw * kDegree, 0}) * refined::rotation_about({0, 0, roll * kDegree});
 }
 
 // Every picture against the first: the world may have been turned as a whole. A pixel of these small pictures is a ninth of
@@ -171,7 +171,7 @@ void expect_true_cameras(const Simulated& sweep, const Found& found, double degr
     ASSERT_EQ(found.cameras.size(), sweep.views.size());
     for (size_t i = 0; i < found.cameras.size(); ++i) {
         EXPECT_EQ(found.cameras[i].used, 1) << i;
-        EXPECT_NEAR(found.cameras[i].focal_length / sweep.focal, 1, 0.005) << i;
+        EXPECT_NEAR(double{found.cameras[i].focal_length} / sweep.focal, 1, 0.005) << i;
         const Rotation want = inverse(rotation_of_view(sweep.views[0])) * rotation_of_view(sweep.views[i]);
         const Rotation got = inverse(rotation_of_camera(found.cameras[0], sweep.vertical)) *
                              rotation_of_camera(found.cameras[i], sweep.vertical);
