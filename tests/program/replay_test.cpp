@@ -1,10 +1,6 @@
 // Recordings: what is recorded replays, what is damaged is refused with a reason, what differs is told.
-#include "commands/commands.h"
-#include "media/image_owner.h"
-#include "support/noise.h"
+#include "record/recording.h"
 #include "support/program.h"
-
-#include <string.h>
 
 using namespace ozr_pano;
 
@@ -27,159 +23,41 @@ std::string _text_of(const Recording& recording)
     return text + recording_end();
 }
 
-class Replay : public ProgramTest
-{
-protected:
-    void record()
-    {
-        DemoOptions demo;
-        demo.output = "a.png";
-        demo.record = "rec";
-        demo.pictures = 2;
-        demo.size = {160, 120};
-        run_demo(demo);
-    }
-
-    /** What the replay complains of; empty when every answer is as recorded. */
-    std::string complaint(const std::string& report = "")
-    {
-        ReplayOptions options;
-        options.folder = "rec";
-        options.report = report;
-        try {
-            run_replay(options);
-        } catch (const Mismatch& mismatch) {
-            return std::string("mismatch: ") + mismatch.what();
-        } catch (const ProgramError& error) {
-            return error.what();
-        }
-        return "";
-    }
-};
+using Replay = ProgramTest;
 
 TEST_F(Replay, RepeatsWhatWasRecordedAndTellsWhatWasChanged)
 {
-    record();
-    EXPECT_THROW(record(), ProgramError) << "a recording was overwritten";
-    EXPECT_EQ(complaint(), "");
+    run_well("demo -n 2 --size 160x120 -o out/a.png --record rec");
     const std::string calls = read_text("rec/calls.txt");
+    const auto complaint = [](const std::string& text) {
+        write_text("rec/calls.txt", text);
+        return run("replay rec --report report.html").err;
+    };
+    EXPECT_EQ(complaint(calls), "");
     const struct {
-        const char *what, *from, *to, *complaint;
+        const char *from, *to, *complaint;
     } changes[] = {
-        {"a direction", "direction=right\nreturned 0", "direction=left\nreturned 0", "mismatch: "},
-        {"an answer", "offset=0,0", "offset=0,1", "mismatch: the library answers 1 of "},
-        {"a frame's checksum", "size=28800 crc32=", "size=28800 crc32=0000", "line 5: crc32"},
-        {"a frame's name", "00001.raw", "none.raw", "none.raw: cannot be read"},
-        {"another frame", "00001.raw", "00002.raw", "00002.raw: the checksum differs"},
+        {"offset=0,0", "offset=0,1", "the library answers 1 of "},
+        {"size=28800 crc32=", "size=28800 crc32=0000", "line 5: crc32"},
+        {"00001.raw", "none.raw", "none.raw: cannot be read"},
+        {"00001.raw", "00002.raw", "00002.raw: the checksum differs"},
     };
     for (const auto& change : changes) {
-        SCOPED_TRACE(change.what);
-        write_text("rec/calls.txt", _replaced(calls, change.from, change.to));
-        const std::string said = complaint();
+        const std::string said = complaint(_replaced(calls, change.from, change.to));
         EXPECT_NE(said.find(change.complaint), std::string::npos) << said;
     }
     std::string other_panorama = calls;
     char& digit = other_panorama[calls.rfind("crc32=") + 6];
     digit = digit == '0' ? '1' : '0';
-    write_text("rec/calls.txt", other_panorama);
-    EXPECT_EQ(complaint().rfind("mismatch: the library answers 1 of ", 0), 0U);
+    EXPECT_NE(complaint(other_panorama).find("the library answers 1 of "), std::string::npos);
     // The process died within the last call: that is what a crash leaves, and no damage.
-    write_text("rec/calls.txt", calls.substr(0, calls.find("\nrun\n") + 5));
-    EXPECT_EQ(complaint(), "");
-    write_text("rec/calls.txt", calls.substr(0, calls.find("\nrun\n") + 1));
-    EXPECT_EQ(complaint("report.html"), "");
-    EXPECT_NE(read_text("report.html").find("id=\"failure\">The recording makes no panorama.<"),
-              std::string::npos);
-    write_text("rec/calls.txt", calls);
+    for (const int cut_run : {5, 1}) {
+        write_text("rec/calls.txt", calls.substr(0, calls.find("\nrun\n") + static_cast<size_t>(cut_run)));
+        EXPECT_EQ(run("replay rec --report report.html").status, 0);
+    }
+    expect_lines(read_text("report.html"), "id=\"failure\">The recording makes no panorama.<");
     fs::resize_file("rec/00001.raw", 100);
-    EXPECT_NE(complaint().find("00001.raw: 100 bytes instead of"), std::string::npos);
-}
-
-/** Paints what a camera that moved by so much to the right and down sees. */
-void _take(int32_t right, int32_t down, ozr_image* image)
-{
-    for (int32_t y = 0; y < image->height; ++y) {
-        for (int32_t x = 0; x < image->width; ++x)
-            image->data[y * image->stride + x] = static_cast<uint8_t>(noise((right + x) / 3, (down + y) / 3));
-    }
-    memset(image->data + image->height * image->stride, 100,
-           static_cast<size_t>(image->height / 2 * image->stride));
-}
-
-/** A session with a simulated camera. */
-class Driver
-{
-public:
-    explicit Driver(const CommonOptions& options) : session(options, &journal) {}
-
-    ozr_err add(int32_t right, int32_t down, const ozr_point* moved)
-    {
-        PictureEntry entry;
-        entry.source = "at " + std::to_string(right);
-        entry.has_offset = moved != nullptr;
-        entry.offset = moved != nullptr ? *moved : ozr_point{0, 0};
-        _take(right, down, picture.get());
-        return session.stitch_one_image(picture.get(), std::move(entry));
-    }
-
-    ozr_err watch(int32_t right)
-    {
-        _take(right, 0, preview.get());
-        return session.detect_frame_to_stitch(*preview.get(), &offset, &direction);
-    }
-
-    Journal journal;
-    Session session;
-    ImageOwner picture{160, 120}, preview{160, 120};
-    ozr_image panorama = {};
-    ozr_point offset = {-1, -1};
-    ozr_panorama_direction direction = ozr_panorama_direction_auto;
-};
-
-/** A sweep to the right by previews, then pictures of another size, which are refused. */
-void _sweep_by_previews(Driver& driver)
-{
-    const Journal& journal = driver.journal;
-    EXPECT_EQ(driver.session.run(&driver.panorama), ozr_err_invalid_status);
-    EXPECT_EQ(driver.session.set_parameters({49, ozr_panorama_direction_left}), ozr_err_not_supported);
-    ASSERT_EQ(driver.session.set_parameters({70, ozr_panorama_direction_auto}), ozr_success);
-    ASSERT_EQ(driver.add(0, 0, nullptr), ozr_success);
-    int previews = 0;
-    for (int32_t right = 0; driver.watch(right) == 0; right += 4)
-        ASSERT_LT(++previews, 30);
-    EXPECT_EQ(journal.direction, ozr_panorama_direction_right);
-    ASSERT_EQ(journal.previews.size(), static_cast<size_t>(previews) + 1);
-    for (int i = 0; i <= previews; ++i) {
-        const PreviewEntry& seen = journal.previews[static_cast<size_t>(i)];
-        EXPECT_NEAR(seen.offset.x, 4 * i, 12);
-        EXPECT_TRUE(seen.announced == (i == previews) && seen.pictures_then == 1);
-    }
-    const ozr_point due = driver.offset;
-    ASSERT_EQ(driver.add(due.x, 0, &due), ozr_success);
-    ASSERT_EQ(driver.session.run(&driver.panorama), ozr_success);
-    ImageOwner large(200, 120);
-    EXPECT_LT(driver.session.detect_frame_to_stitch(*large.get(), &driver.offset, &driver.direction), 0);
-    EXPECT_NE(driver.session.stitch_one_image(large.get(), {}), ozr_success);
-    EXPECT_EQ(journal.previews.size(), static_cast<size_t>(previews) + 1);
-    ASSERT_TRUE(journal.pictures_used == 2 && journal.pictures.size() == 2);
-    EXPECT_TRUE(journal.picture_width == 160 && journal.pictures[0].thumbnail.height == 120);
-    EXPECT_EQ(journal.pictures[1].source, "at " + std::to_string(due.x));
-}
-
-/** One to the left of nine pictures; where they drift away, some are left out. */
-void _sweep_left(Driver& driver, int32_t drift)
-{
-    const Journal& journal = driver.journal;
-    ASSERT_EQ(driver.session.reset(), ozr_success);
-    EXPECT_TRUE(journal.pictures.empty() && journal.previews.empty());
-    ASSERT_EQ(driver.session.set_parameters({70, ozr_panorama_direction_left}), ozr_success);
-    for (int32_t i = 9; i > 0; --i)
-        ASSERT_EQ(driver.add(48 * i, drift * i, nullptr), ozr_success);
-    ASSERT_EQ(driver.session.run(&driver.panorama), ozr_success);
-    const int used = journal.pictures_used;
-    EXPECT_TRUE(drift == 0 ? used == 9 : used > 4 && used < 9);
-    EXPECT_NEAR(journal.width, 160 + (used - 1) * 48 * 1.17, 25);
-    EXPECT_TRUE(journal.width == driver.panorama.width && journal.height == driver.panorama.height);
+    expect_message(complaint(calls), "00001.raw: 100 bytes instead of");
 }
 
 std::string _borders(const std::string& page)
@@ -189,44 +67,38 @@ std::string _borders(const std::string& page)
 
 TEST_F(Replay, FollowsSessionsOfSeveralSweepsAndRefusedCalls)
 {
-    CommonOptions options;
-    options.record = "rec";
-    options.report = "report.html";
-    {
-        Driver driver(options);
-        _sweep_by_previews(driver);
-        _sweep_left(driver, 11);
-        _sweep_left(driver, 0);
-        driver.session.publish(driver.panorama);
-    }
-    EXPECT_NE(read_text("report.html").find("from 9 of the pictures"), std::string::npos);
-    const std::string text = read_text("rec/calls.txt");
-    const Recording recording = parse_recording(text);
-    ASSERT_EQ(_text_of(recording), text);
+    run_well("demo -n 2 --size 160x120 -o out/a.png --record rec --report report.html");
+    const std::string text = read_text("rec/calls.txt"), stitch = "stitch_one_image file=00000.raw";
+    const size_t calls_begin = text.find("set_parameters"), calls_end = text.rfind("end\n");
+    const std::string sweep = text.substr(calls_begin, calls_end - calls_begin);
+    const size_t first_at = sweep.find(stitch);
+    const std::string first = sweep.substr(first_at, sweep.find("returned", first_at) - first_at);
+    const std::string sessions = text.substr(0, calls_begin) + "run\nreturned -6\n" +
+                                 "set_parameters overlap=49 direction=left\nreturned -2\n" + sweep + first +
+                                 "returned -6\nreset\nreturned 0\n" + sweep + recording_end();
+    write_text("rec/calls.txt", sessions);
+    const Recording recording = parse_recording(sessions);
+    ASSERT_EQ(_text_of(recording), sessions);
     const std::string calls = std::to_string(recording.calls.size());
-    const Outcome outcome = run("replay rec --report replayed.html -o out/a.png");
-    EXPECT_TRUE(outcome.status == 0 && outcome.err.empty()) << outcome.err;
-    EXPECT_EQ(outcome.out.find("replay: direction left, 9 pictures of 160x120\n"), 0U) << outcome.out;
-    EXPECT_NE(outcome.out.find(calls + " calls answered as recorded\n"), std::string::npos);
+    expect_lines(run_well("replay rec --report replayed.html -o out/a.png"),
+                 "replay: direction right, 2 pictures of 160x120\n" + calls + " calls answered as recorded");
     EXPECT_EQ(_borders(read_text("replayed.html")), _borders(read_text("report.html")));
     // Every answer that is changed is told, with its line; ten of them at most.
     Recording all = recording;
-    for (size_t i = 0; i < recording.calls.size(); ++i) {
-        RecordedCall& other = all.calls[i];
-        other.result = other.result < 0 ? other.result - 1 : -2;
-        if (i % 4 != 0)
-            continue;
-        Recording one = recording;
-        one.calls[i] = other;
-        write_text("rec/calls.txt", _text_of(one));
-        const Outcome mismatch = run("replay rec --json");
-        EXPECT_EQ(mismatch.status, 3);
-        const std::string is = result_text(recording.calls[i]);
-        const std::string line = "ozr-pano: rec/calls.txt: line " + std::to_string(other.line) + ": " +
-                                 call_name(other.kind) + " " + is.substr(0, is.size() - 1) +
-                                 ", recorded was " + result_text(other);
-        EXPECT_EQ(mismatch.err.substr(0, line.size()), line);
-        EXPECT_NE(mismatch.err.find("answers 1 of " + calls + " calls otherwise"), std::string::npos);
+    for (size_t begin = 0; begin < recording.calls.size(); begin += 10) {
+        Recording some = recording;
+        std::string told;
+        for (size_t i = begin; i < std::min(begin + 10, recording.calls.size()); ++i) {
+            RecordedCall& other = some.calls[i];
+            other.result = other.result < 0 ? other.result - 1 : -2;
+            const std::string is = result_text(recording.calls[i]);
+            told += "ozr-pano: rec/calls.txt: line " + std::to_string(other.line) + ": " +
+                    call_name(other.kind) + " " + is.substr(0, is.size() - 1) + ", recorded was " +
+                    result_text(other);
+            all.calls[i] = other;
+        }
+        write_text("rec/calls.txt", _text_of(some));
+        EXPECT_EQ(run("replay rec --json").err.substr(0, told.size()), told);
     }
     write_text("rec/calls.txt", _text_of(all));
     const Outcome mismatch = run("replay rec");

@@ -1,4 +1,4 @@
-// What a run tells: the report page, the summaries, and text of any origin inside them.
+// What a run tells: the report page, and text of any origin inside them.
 #include "base/names.h"
 #include "base/quoting.h"
 #include "media/jpeg_codec.h"
@@ -6,10 +6,8 @@
 #include "report/page.h"
 #include "support/files.h"
 #include "support/random.h"
-#include "sweep/summary.h"
 
-#include <map>
-#include <sstream>
+#include <numeric>
 
 using namespace ozr_pano;
 
@@ -68,14 +66,6 @@ struct Journey {
     }
 };
 
-/** Expects each line of `parts` in the text. */
-void _expect_all(const std::string& text, const std::string& parts)
-{
-    std::istringstream lines(parts);
-    for (std::string part; std::getline(lines, part);)
-        EXPECT_NE(text.find(part), std::string::npos) << part;
-}
-
 int _count(const std::string& text, const std::string& part)
 {
     int count = 0;
@@ -90,7 +80,7 @@ TEST_F(Report, ShowsTheRun)
 {
     const Journey run;
     const std::string page = run.page();
-    _expect_all(page, R"page(
+    expect_lines(page, R"page(
 <p>4 pictures of 320 × 240, swept left, overlap of 70 % asked for; 9 previews</p>
 <p>Panorama of 900 × 200 from 3 of the pictures</p><p>Written to &lt;&quot;&amp;?</p>
 <p class="faint">OZR &lt;</p>
@@ -129,13 +119,13 @@ and 3 lines more)page");
         pictures.push_back(entry.thumbnail);
     for (const OverlapView& overlap : run.layout.overlaps)
         pictures.push_back(overlap.difference);
-    const std::string head = "\"data:image/jpeg;base64,";
     size_t at = 0;
     for (const Picture& picture : pictures) {
-        at = page.find(head, at) + head.size();
-        write_text("base64", page.substr(at, page.find('"', at) - at));
-        ASSERT_EQ(system("base64 -d base64 >jpeg"), 0);
-        EXPECT_EQ(read_file("jpeg"), encode_jpeg(picture, picture.width == 900 ? 85 : 80));
+        const std::vector<uint8_t> jpeg = encode_jpeg(picture, picture.width == 900 ? 85 : 80);
+        write_file_whole("jpeg", jpeg.data(), jpeg.size());
+        ASSERT_EQ(system("base64 -w 0 jpeg >base64"), 0);
+        at = page.find("\"data:image/jpeg;base64," + read_text("base64") + '"', at + 1);
+        ASSERT_NE(at, std::string::npos);
     }
 }
 
@@ -148,7 +138,7 @@ TEST_F(Report, ShowsWhyThereIsNoPanorama)
     run.journal.pictures.resize(1);
     run.panorama = Picture();
     const std::string page = run.page();
-    _expect_all(
+    expect_lines(
         page,
         "id=\"failure\">why &lt;</p><p>1 picture of 320\nasked for</p><p>Written\nThere were no previews");
     EXPECT_EQ(_count(page, "id=\"panorama\"") + _count(page, "<article class=\"card unused\""), 0);
@@ -163,24 +153,16 @@ TEST_F(Report, DrawsTheMotionOfThePreviews)
         const bool vertical = i >= ozr_panorama_direction_down, backward = i % 2 == 0;
         // Along: 0 12 24 36, from there 36 48 60 72, then 72; across: -4 to -1, then on from there. The drawing's
         // x runs from 44 to 428 and its y from 210, the lowest value, up to 14.
-        const int came[] = {0, 12, 24, 36, 36, 48, 60, 72, 72}, drifted[] = {-4, -3, -2, -1, -1, 0, 1, 2, 6};
-        const auto curve = [](const int(&pixels)[9]) {
-            std::string points;
-            for (int preview = 0; preview < 9; ++preview) {
-                char text[32];
-                snprintf(text, sizeof(text), "%d.0,%.1f ", 44 + 48 * preview,
-                         210 - 196 * (pixels[preview] + 4) / 76.0);
-                points += text;
-            }
-            return points;
-        };
         for (PreviewEntry& preview : run.journal.previews) {
             const int along = backward ? preview.offset.x : -preview.offset.x, across = preview.offset.y;
             preview.offset = vertical ? ozr_point{across, along} : ozr_point{along, across};
         }
         const std::string page = run.page();
-        _expect_all(page, "\"along\" points=\"" + curve(came) + "\n\"across\" points=\"" + curve(drifted) +
-                              R"("
+        expect_lines(page, R"(
+"along" points="44.0,199.7 92.0,168.7 140.0,137.8 188.0,106.8 236.0,106.8
+284.0,75.9 332.0,44.9 380.0,14.0 428.0,14.0 "
+"across" points="44.0,210.0 92.0,207.4 140.0,204.8 188.0,202.3 236.0,202.3
+284.0,199.7 332.0,197.1 380.0,194.5 428.0,184.2 "
 d="M188.0 106.8V210.0"/><circle class="dot" cx="188.0" cy="106.8" r="7"/><text class="number" x="188.0" y="110.1"
 d="M380.0 14.0V210.0"/><circle class="dot" cx="380.0" cy="14.0" r="7"/><text class="number" x="380.0" y="17.3"
 text-anchor="middle">2</text></svg>
@@ -195,102 +177,41 @@ d="M44.0 19.2H428.0"/><text x="39.0" y="22.2" text-anchor="end">70<
     }
 }
 
-TEST(Summary, TellsTheJournalAsTextAndJson)
-{
-    Journey run;
-    run.journal.pictures.resize(2);
-    const auto printed = [&](bool json) {
-        testing::internal::CaptureStdout();
-        print_summary(run.journal, json);
-        return testing::internal::GetCapturedStdout();
-    };
-    EXPECT_EQ(printed(false), R"(demo: direction left, 2 pictures of 320x240, 9 previews
-picture  from        offset (x y)     truth (x y)       error (x y)
-      0  <0
-      1  <1             -91    +3     -89.2   +1.5      -1.8   +1.5
-panorama 900x200 from 3 of 2 pictures
-time paint 50 ms, < 12 ms
-written to <"&)"
-                              "\x01\nreport in <\"&\x01\n");
-    EXPECT_EQ(
-        printed(true),
-        R"({"command":"demo","direction":"left","picture_size":[320,240],"previews":9,"pictures":[{"from":"<0"},)"
-        R"({"from":"<1","offset":[-91,3],"truth":[-89.25,1.50]}],"pictures_used":3,"panorama_size":[900,200],)"
-        R"("milliseconds":{"paint":50.00,"<":12.50},"output":"<\"&\u0001","report":"<\"&\u0001"})"
-        "\n");
-    run.journal.previews.clear();
-    run.journal.report = run.journal.output = "";
-    run.journal.pictures.resize(1);
-    EXPECT_EQ(printed(false),
-              "demo: direction left, 1 pictures of 320x240\npanorama 900x200 from 3 of 1 pictures\n"
-              "time paint 50 ms, < 12 ms\n");
-    EXPECT_EQ(_count(printed(true), "report"), 0);
-}
-
-/** The length of the UTF-8 sequence at text[i] by its decoding: 0 unless it is the shortest form of a character. */
-size_t _character_length(const std::string& text, size_t i)
-{
-    const auto byte = [&](size_t at) { return at < text.size() ? static_cast<uint8_t>(text[at]) : 0U; };
-    size_t length = 1;
-    while (length < 5 && (byte(i) << length & 0x80) != 0)
-        ++length;
-    if (byte(i) < 0x80 || byte(i) < 0xC0 || length > 4)
-        return byte(i) < 0x80 ? 1 : 0;
-    uint32_t code = byte(i) & 0x7FU >> length;
-    for (size_t k = 1; k < length; ++k) {
-        if (byte(i + k) >> 6 != 2)
-            return 0;
-        code = code << 6 | (byte(i + k) & 63);
-    }
-    const uint32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
-    return code < least[length] || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000) ? 0 : length;
-}
-
 TEST(Quoting, KeepsCharactersAndReplacesBrokenOnes)
 {
-    Random random(5);
-    const std::map<char, std::string>
-        json = {{'"', "\\\""}, {'\\', "\\\\"}, {'\n', "\\u000a"}, {'\x1F', "\\u001f"}},
-        html = {{'"', "&quot;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'&', "&amp;"}, {'\x1F', "?"}};
-    const std::string telling =
-        "\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC1\xC2\xDF\xE0\xE1\xEC\xED\xEE\xEF\xF0\xF1\xF3\xF4\xF5\xFF"
-        "\x1F\n \"\\<>&";
-    for (int i = 0; i < 40000; ++i) {
-        std::string text, as_json, as_html;
-        for (int32_t left = random.below(7); left > 0; --left)
-            text += telling[static_cast<size_t>(random.below(static_cast<int32_t>(telling.size())))];
-        for (size_t at = 0; at < text.size();) {
-            const size_t length = _character_length(text, at);
-            const std::string part = length == 0 ? "\xEF\xBF\xBD" : text.substr(at, length);
-            as_json += length == 1 && json.count(part[0]) > 0 ? json.at(part[0]) : part;
-            as_html += length == 1 && html.count(part[0]) > 0 ? html.at(part[0]) : part;
-            at += std::max<size_t>(length, 1);
-        }
-        ASSERT_EQ(json_quoted(text), '"' + as_json + '"');
-        ASSERT_EQ(html_escaped(text), as_html);
+    EXPECT_EQ(json_quoted("a \"\\\n\x1F<>&"), R"("a \"\\\u000a\u001f<>&")");
+    EXPECT_EQ(html_escaped("a \"\\\n\x1F<>&"), "a &quot;\\\n?&lt;&gt;&amp;");
+    const auto expect_told = [](const std::string& text, const std::string& as) {
+        EXPECT_EQ(json_quoted(text + "a" + text), '"' + as + "a" + as + '"');
+        EXPECT_EQ(html_escaped(text), as);
+    };
+    const auto expect_replaced = [&](const std::string& text) {
+        std::string marks;
+        for (size_t i = 0; i < text.size(); ++i)
+            marks += "\xEF\xBF\xBD";
+        expect_told(text, marks);
+    };
+    // The first and the last characters of each length, and those around the surrogates.
+    for (const std::string character :
+         {"\x7F", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80", "\xEF\xBF\xBF",
+          "\xF0\x90\x80\x80", "\xF1\x80\x80\x80", "\xF4\x8F\xBF\xBF"}) {
+        expect_told(character, character);
+        for (size_t length = 1; length < character.size(); ++length)
+            expect_replaced(character.substr(0, length));
     }
+    // Beside them: longer forms than needed, surrogates, what is too large, what does not continue.
+    for (const char* broken :
+         {"\x80", "\xBF", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xED\xBF\xBF", "\xF0\x8F\xBF\xBF",
+          "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xFF", "\xC2\xC0", "\xE1\x80\xC0", "\xF1\x80\x80\xC3"})
+        expect_replaced(broken);
 }
 
 TEST(Thumbnail, IsTheMeanOfWhatEachPixelStandsFor)
 {
-    Random random(6);
-    for (int i = 0; i < 60; ++i) {
-        const Picture large = _random_picture(1 + random.below(70), 1 + random.below(70), random.next());
-        const int32_t longer = std::max(large.width, large.height), longest = 1 + random.below(longer);
-        const Picture small = shrink(large, longest);
-        const int32_t w = std::max(1, large.width * longest / longer),
-                      h = std::max(1, large.height * longest / longer);
-        ASSERT_TRUE(small.width == w && small.height == h);
-        for (int32_t at = 0; at < w * h * 4; ++at) {
-            const int32_t x = at / 4 % w, y = at / 4 / w;
-            int32_t sum = 0, count = 0;
-            for (int32_t v = y * large.height / h; v < (y + 1) * large.height / h; ++v) {
-                for (int32_t u = x * large.width / w; u < (x + 1) * large.width / w; ++u, ++count)
-                    sum += large.row(v)[4 * u + at % 4];
-            }
-            ASSERT_EQ(small.rgba[static_cast<size_t>(at)], sum / count);
-        }
-    }
+    Picture large(5, 3);
+    std::iota(large.rgba.begin(), large.rgba.end(), uint8_t{0});
+    EXPECT_EQ(shrink(large, 2).rgba, (std::vector<uint8_t>{22, 23, 24, 25, 32, 33, 34, 35}));
+    EXPECT_EQ(shrink(large, 5).rgba, large.rgba);
 }
 
 }  // namespace

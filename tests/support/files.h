@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <sstream>
 #include <stdlib.h>
 
 namespace fs = std::filesystem;
@@ -21,6 +22,14 @@ inline std::string read_text(const std::string& path)
 inline void write_text(const std::string& path, const std::string& text)
 {
     ozr_pano::write_file_whole(path, reinterpret_cast<const uint8_t*>(text.data()), text.size());
+}
+
+// Expects each line of `parts` in the text.
+inline void expect_lines(const std::string& text, const std::string& parts)
+{
+    std::istringstream lines(parts);
+    for (std::string part; std::getline(lines, part);)
+        EXPECT_NE(text.find(part), std::string::npos) << part << "\nis not in\n" << text.substr(0, 2000);
 }
 
 // Expects a ProgramError of a text that has `message` in it.

@@ -27,6 +27,14 @@ protected:
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_text("stdout"), read_text("stderr")};
     }
 
+    /** Runs what succeeds without a complaint. @return its output. */
+    static std::string run_well(const std::string& arguments)
+    {
+        const Outcome outcome = run(arguments);
+        EXPECT_TRUE(outcome.status == 0 && outcome.err.empty()) << arguments << ": " << outcome.err;
+        return outcome.out;
+    }
+
     static std::set<std::string> files_in_out()
     {
         std::set<std::string> names;
