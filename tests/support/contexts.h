@@ -12,6 +12,7 @@
 
 #include "core/panorama_core.h"
 #include "engine/panorama_engine.h"
+#include "support/pictures.h"
 
 // The words of a context that are not buffers, for comparing and for reading.
 inline std::string words(const PanoramaInternal& s)
@@ -33,11 +34,7 @@ inline std::string words(const PanoramaInternal& s)
 
 inline void expect_same_picture(const PanoImg& got, const PanoImg& want)
 {
-    const auto record = [](const PanoImg& i) {
-        return std::vector<int32_t>{i.format, i.width,     i.height,         i.stride,
-                                    i.size,   i.widthCopy, i.data != nullptr};
-    };
-    ASSERT_EQ(record(got), record(want));
+    ASSERT_EQ(fields(got), fields(want));
     EXPECT_TRUE(got.data == nullptr || memcmp(got.data, want.data, static_cast<size_t>(got.size)) == 0);
 }
 
