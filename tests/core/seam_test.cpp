@@ -102,4 +102,6 @@ TEST(Seam, RefusalsInOrder)
     EXPECT_EQ(panorama_seam_find(seam, nullptr, &null, &null), -3);
     EXPECT_EQ(panorama_seam_find(seam, mask, nullptr, &null), -3);
     EXPECT_EQ(panorama_seam_find(seam, mask, &null, nullptr), -3);
+    const WrappedHeap full(1);
+    EXPECT_EQ(panorama_seam_find(seam, mask, &good, &good), -8);
 }

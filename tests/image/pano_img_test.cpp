@@ -16,11 +16,6 @@ using namespace ozr_reference;
 
 constexpr uint32_t kCases = 3000;
 
-std::vector<int32_t> fields(const PanoImg& img)
-{
-    return {img.format, img.width, img.height, img.stride, img.size, img.widthCopy, img.data != nullptr};
-}
-
 // Mostly small; some as long as a few vectors.
 int32_t random_side(Random* random)
 {

@@ -242,9 +242,10 @@ TEST(Y4m, ReadsThePlanesOfEachFrame)
             for (int32_t i = 0; i < image.width * image.height; ++i) {
                 const int32_t x = i % image.width, y = i / image.width;
                 const uint8_t* row = image.data + y * image.stride;
-                const uint8_t* chroma = image.data + (image.height + y / 2) * image.stride;
+                const uint8_t* pair = image.data + (image.height + y / 2) * image.stride;
                 ASSERT_EQ(row[x], at(static_cast<size_t>(y * width + x)));
-                ASSERT_EQ(chroma[x], at(luma + x % 2 * plane + static_cast<size_t>(y / 2 * pairs + x / 2)));
+                const size_t index = static_cast<size_t>(y / 2 * pairs + x / 2);
+                ASSERT_EQ(pair[x], at(luma + static_cast<size_t>(x % 2) * plane + index));
             }
         }
         ASSERT_FALSE(reader.read_frame(owner.get()));

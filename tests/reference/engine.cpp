@@ -128,7 +128,8 @@ int32_t init(PanoramaInternal* pe)
     log("panorama_engine_init", "panorama_engine_init() status = %d", pe->status.load());
     release(pe);
     PanoramaInternal fresh = {};
-    panorama_core_create(&fresh.core);
+    if (panorama_core_create(&fresh.core) < 0)
+        return kOutOfMemory;
     panorama_core_set_param(fresh.core, 0, 70);
     std::copy(pe->frames, pe->frames + 10, fresh.frames);
     fresh.out_img = pe->out_img;
@@ -178,14 +179,14 @@ int32_t start_capture(PanoramaInternal* pe, const PanoImg* first)
     const float scale = 320.0F / static_cast<float>(longer);
     const int32_t width = static_cast<int32_t>(scale * static_cast<float>(first->width)),
                   height = static_cast<int32_t>(scale * static_cast<float>(first->height));
-    if (width < 1 || height < 1)
-        return kBad;
     pe->direction = static_cast<PanoDirection>(pe->motion.x = pe->motion.y = 0);
     pe->small.width = width;
     pe->small.height = height;
     pe->inv_scale = 1.0F / scale;
     pe->tolerance = pe->strict_mode != 0 ? 0.05F : 0.02F;
     refer_to(pe, first->width, first->height);
+    if (width < 1 || height < 1)
+        return kBad;
     PanoFree(pe->preview_prev);
     PanoFree(pe->preview_cur);
     pe->preview_prev = static_cast<uint8_t*>(PanoMalloc(static_cast<uint32_t>(width * height)));
@@ -317,25 +318,37 @@ int32_t process_synthesis(PanoramaInternal* pe, const void* logged_block)
     }
     if (pe->cancel_requested != 0)
         return finish(pe, kCancelled, 5);
-    PanoImg composed = {};
-    int32_t result = panorama_core_panorama(pe->core, usable, &composed);
+    const bool turns = is_vertical(pe);
+    ozr::PanoImgOwner owner(turns ? ozr::PanoImgOwner::kAtBlock : ozr::PanoImgOwner::kAtPage);
+    int32_t result = ozr::core::compose(pe->core, usable, &owner);
     if (result >= 0 && pe->cancel_requested != 0)
         result = kCancelled;
     if (result < 0) {
-        PanoImg_Destroy(&composed);
+        owner.reset();
         return finish(pe, result, result == kCancelled ? 5 : 6);
     }
-    const bool turns = is_vertical(pe);
-    const int32_t created =
-        PanoImg_CreateAligned(&pe->out_img, turns ? composed.height : composed.width,
-                              turns ? composed.width : composed.height, composed.format, &pe->out_raw);
+    void* block = nullptr;
+    PanoImg composed = owner.release(turns ? nullptr : &block);
+    if (turns) {
+        result = PanoImg_CreateAligned(&pe->out_img, composed.height, composed.width, composed.format,
+                                       &pe->out_raw);
+        if (result == 0)
+            PanoImg_RotateCW270(&pe->out_img, &composed);
+        PanoImg_Destroy(&composed);
+    } else {
+        pe->out_img = composed;
+        pe->out_raw = block;
+    }
     log(name, "Original Pointer : 0x%X", static_cast<uint32_t>(reinterpret_cast<uintptr_t>(logged_block)));
-    if (turns && created == 0)
-        PanoImg_RotateCW270(&pe->out_img, &composed);
-    else if (created == 0)
-        PanoMemcpy(pe->out_img.data, composed.data, static_cast<uint32_t>(composed.size));
-    PanoImg_Destroy(&composed);
-    return finish(pe, created, created < 0 ? 6 : 4);
+    return finish(pe, result, result < 0 ? 6 : 4);
+}
+
+void request_cancel(PanoramaInternal* pe)
+{
+    if (pe->status != 2 && pe->status != 3)
+        return;
+    pe->cancel_requested = 1;
+    panorama_core_request_cancel_async(pe->core);
 }
 
 int32_t cancel_process(PanoramaInternal* pe)
@@ -344,8 +357,7 @@ int32_t cancel_process(PanoramaInternal* pe)
     log(name, "panorama_engine_cancel_process() status = %d", pe->status.load());
     if (pe->status != 2 && pe->status != 3)
         return pe->status == 5 ? 0 : kWrongState;
-    pe->cancel_requested = 1;
-    panorama_core_request_cancel_async(pe->core);
+    request_cancel(pe);
     PanoSleep(1);
     for (int32_t i = 0; i < pe->count; ++i) {
         for (int32_t look = 0; look < 100 && pe->image_state[i] == 2; ++look)
@@ -368,10 +380,7 @@ int32_t cancel_process_async(PanoramaInternal* pe)
 {
     log("panorama_engine_cancel_process_async", "panorama_engine_cancel_process() status = %d",
         pe->status.load());
-    if (pe->status == 2 || pe->status == 3) {
-        pe->cancel_requested = 1;
-        panorama_core_request_cancel_async(pe->core);
-    }
+    request_cancel(pe);
     return 0;
 }
 

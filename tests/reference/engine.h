@@ -19,6 +19,7 @@ int32_t prepare_stitch(PanoramaInternal* pe);
 int32_t set_image(PanoramaInternal* pe, const PanoImg* picture, int32_t index, const ozr_point* offset);
 int32_t stop_capture(PanoramaInternal* pe);
 int32_t process_synthesis(PanoramaInternal* pe, const void* logged_block);
+void request_cancel(PanoramaInternal* pe);  // when there is work, and without a line
 int32_t cancel_process(PanoramaInternal* pe);
 int32_t cancel_process_async(PanoramaInternal* pe);
 int32_t check_ready_to_destroy(PanoramaInternal* pe);

@@ -2,9 +2,6 @@
 // leaks, and the same call, or the next sweep on the same handle, works.
 #include <gtest/gtest.h>
 
-#include "core/panorama_seam.h"
-#include "image/pano_result.h"
-#include "image/panorama_util.h"
 #include "support/handle.h"
 #include "support/images.h"
 #include "support/log_capture.h"
@@ -28,58 +25,6 @@ Chain chain_of(int32_t step, const std::string& code)
     const std::string method = run ? "run" : "stitch_one_image";
     const std::string call = "self->panorama->" + method + (run ? "(output_image)" : "(input_image, offset)");
     return {code + ":  @ " + method, code + ": from " + call + " @ ozr_panorama_" + method};
-}
-
-// What the calls of a table make; released in the end.
-struct Made {
-    TestImg src = TestImg(kPanoGray, 8, 8);
-    PanoImg img = {}, lent = {};
-    PanoramaCore* core = nullptr;
-    PanoramaInternal* engine = nullptr;
-    void* block = nullptr;
-
-    ~Made()
-    {
-        PanoImg_Destroy(&img);
-        panorama_core_destroy(core);
-        panorama_engine_destroy(&engine);
-        PanoFree(block);
-    }
-};
-
-int32_t make_projection(Made& m)
-{
-    const int32_t created = panorama_core_create(&m.core);
-    return created < 0 ? static_cast<int32_t>(kPanoTablesNoMemory)
-                       : panorama_core_init(m.core, 1, 64, 48, 64);
-}
-
-int32_t find_seam(Made& m)
-{
-    const SeamRegion region = {&m.src.img, 0, 0, 8, 8};
-    int32_t seam[8];
-    return panorama_seam_find(seam, m.src.img.data, &region, &region);
-}
-
-// Fails allocation after allocation of `call(made)` until it succeeds, and expects `want` and `chain` each time.
-template <class Thing, class Call>
-void expect_failures(Call call, int32_t want, const Chain& chain)
-{
-    int32_t result = want;
-    for (int64_t failing = 1; result == want; ++failing) {
-        SCOPED_TRACE(testing::Message() << "allocation " << failing);
-        const LogCapture log;
-        const WrappedHeap heap(failing);
-        {
-            Thing thing = {};
-            result = call(thing);
-            const bool failed = heap.allocations() >= failing;
-            EXPECT_EQ(result, failed ? want : 0);
-            EXPECT_EQ(log.chain(), failed ? chain : Chain{});
-            EXPECT_TRUE(failed || failing > 1);
-        }
-        EXPECT_EQ(heap.live_blocks(), 0);
-    }
 }
 
 }  // namespace
@@ -151,30 +96,19 @@ TEST(Faults, ImagesNameWhatFailed)
     };
     for (const auto& fault : faults) {
         SCOPED_TRACE(fault.chain.back());
-        expect_failures<OwnedImage>([&](OwnedImage& dst) { return fault.call(fault.src, &dst); },
-                                    ozr_err_nomem, fault.chain);
-    }
-}
-
-TEST(Faults, WhatTheSweepIsMadeOfReportsItsCode)
-{
-    const struct {
-        const char* what;
-        int32_t (*call)(Made& m);
-        int32_t want;
-    } faults[] = {
-        {"block", [](Made& m) { return AlignedCalloc(1, 1, &m.block), m.block != nullptr ? 0 : -1; }, -1},
-        {"image", [](Made& m) { return PanoImg_Create(&m.img, 9, 9, kPanoNv12); }, kPanoNoMemory},
-        {"clone", [](Made& m) { return PanoImg_Clone(&m.src.img, &m.img); }, kPanoNoMemory},
-        {"aligned image", [](Made& m) { return PanoImg_CreateAligned(&m.lent, 9, 9, kPanoNv12, &m.block); },
-         kPanoNoMemory},
-        {"core", [](Made& m) { return panorama_core_create(&m.core); }, kPanoNoMemory},
-        {"projection", make_projection, kPanoTablesNoMemory},
-        {"engine", [](Made& m) { return panorama_engine_create(&m.engine); }, kPanoNoMemory},
-        {"seam", find_seam, kPanoNoMemory},
-    };
-    for (const auto& fault : faults) {
-        SCOPED_TRACE(fault.what);
-        expect_failures<Made>(fault.call, fault.want, {});
+        ozr_err result = ozr_err_nomem;
+        for (int64_t failing = 1; result == ozr_err_nomem; ++failing) {
+            const LogCapture log;
+            const WrappedHeap heap(failing);
+            {
+                OwnedImage dst;
+                result = fault.call(fault.src, &dst);
+            }
+            const bool failed = heap.allocations() >= failing;
+            EXPECT_EQ(result, failed ? ozr_err_nomem : ozr_success) << "allocation " << failing;
+            EXPECT_EQ(log.chain(), failed ? fault.chain : Chain{});
+            EXPECT_TRUE(failed || failing > 1);
+            EXPECT_EQ(heap.live_blocks(), 0);
+        }
     }
 }

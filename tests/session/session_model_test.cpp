@@ -3,10 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <sstream>
 #include <utility>
 
+#include "reference/engine.h"
 #include "reference/session_model.h"
+#include "support/contexts.h"
+#include "support/log_capture.h"
 #include "support/sleeps.h"
 #include "support/sweeps.h"
 #include "support/wrapped_heap.h"
@@ -14,7 +18,6 @@
 namespace
 {
 
-using ozr_reference::Disturbance;
 using ozr_reference::SessionModel;
 
 constexpr uint32_t kSequences = 2500;
@@ -33,18 +36,23 @@ const std::vector<uint8_t>& scene()
     return bytes;
 }
 
-// The disturbance of the call that is running, and the handle that it disturbs.
+// What disturbs a call from outside; numbers count from 1, and 0 is never.
+struct Disturbance {
+    int64_t failing = 0;     // allocation that fails
+    int64_t asking = 0;      // allocation before which, or
+    size_t asking_line = 0;  // debug line with which somebody asks the work to stop
+    bool by_reset = false;   // with a reset, which has to give up on a call that is still inside
+};
+
+// The disturbance of the call that is running, and what somebody does who asks.
 Disturbance g_disturbance;
-ozr_panorama* g_disturbed;
+std::function<void(bool by_reset)> g_asks;
 
 void disturb()
 {
     const bool by_reset = g_disturbance.by_reset;
     g_disturbance = {};
-    if (by_reset)
-        EXPECT_EQ(ozr_panorama_reset(g_disturbed), ozr_err_invalid_status);
-    else
-        ozr::engine::request_cancel(session_of(g_disturbed)->engine);
+    g_asks(by_reset);
 }
 
 void at_allocation(int64_t allocation)
@@ -81,25 +89,6 @@ struct Subject {
     bool is_whole() const { return model.handle == SessionModel::kWhole && model.has_engine; }
     PanoramaInternal* engine() const { return is_whole() ? session_of(handle)->engine : nullptr; }
 };
-
-// An engine's words; what it measured counts while it measured nothing.
-std::string words_of(const PanoramaInternal& pe, bool started)
-{
-    std::ostringstream out;
-    out << std::hexfloat << "direction " << pe.direction << " offset " << pe.motion.x << ' ' << pe.motion.y
-        << " status " << pe.status << " count " << pe.count << " of " << pe.max_images << " overlap "
-        << pe.overlap << " strict " << int{pe.strict_mode} << " cancel " << int{pe.cancel_requested}
-        << " slots";
-    for (int32_t i = 0; i < kMaxPictures; ++i)
-        out << ' ' << pe.image_state[i] << (pe.frame_present[i] != 0 ? "held at " : " at ") << pe.offsets[i].x
-            << ',' << pe.offsets[i].y;
-    if (!started)
-        out << " measured " << pe.tolerance << pe.inv_scale << pe.target_tolerance.x + pe.target_tolerance.y
-            << pe.target.x << pe.target.y << pe.reference.width << pe.reference.height << pe.small.width
-            << pe.small.height << pe.direction_threshold << (pe.preview_prev == nullptr)
-            << (pe.preview_cur == nullptr);
-    return out.str();
-}
 
 std::string words_of(const ozr_image& img)
 {
@@ -176,43 +165,41 @@ private:
                       (now.by_reset ? " by reset)" : ")");
         SCOPED_TRACE(trace_);
         SessionModel& m = s->model;
-        g_disturbance = now;
-        g_disturbed = s->handle;
-        ozr_err got = 0;
-        Lines chain, progress;
-        int64_t slept = 0;
-        {
-            const LogCapture log(at_line);
-            const Sleeps sleeps;
-            const WrappedHeap heap(now.failing, at_allocation);
-            got = library();
-            now.allocations = heap.allocations();
-            live_ += heap.live_blocks();
-            chain = log.chain();
-            progress = without_numbers(log.progress());
-            slept = sleeps.milliseconds();
-        }
-        g_disturbance = {};
-        if (const PanoramaInternal* pe = s->handle != nullptr ? s->engine() : nullptr)
-            take_measures(&m.pe, *pe);
-        m.begin(now);
-        EXPECT_EQ(got, model());
-        EXPECT_EQ(chain, m.chain);
-        EXPECT_EQ(progress, m.progress);
-        EXPECT_EQ(slept, m.slept);
+        const Seen got = watch(library, now, [s](bool by_reset) {
+            if (by_reset)
+                EXPECT_EQ(ozr_panorama_reset(s->handle), ozr_err_invalid_status);
+            else
+                ozr::engine::request_cancel(session_of(s->handle)->engine);
+        });
+        const Seen want = watch(model, now, [&m](bool by_reset) { m.interrupt(by_reset); });
+        live_ += got.blocks;
+        EXPECT_EQ(got.code, want.code);
+        EXPECT_EQ(got.chain, want.chain);
+        EXPECT_EQ(got.progress, want.progress);
+        EXPECT_EQ(got.slept, want.slept);
         if (m.handle == SessionModel::kWhole)
-            expect_same(*s, *session_of(s->handle));
-        return got;
+            compare(m, *session_of(s->handle));
+        return got.code;
     }
 
-    static void take_measures(PanoramaInternal* want, const PanoramaInternal& got)
+    // What shows of a call.
+    struct Seen {
+        ozr_err code;
+        Lines chain, progress;
+        int64_t slept, blocks;
+    };
+    template <class Call>
+    static Seen watch(Call call, const Disturbance& now, const std::function<void(bool)>& asks)
     {
-        want->reference.width = got.reference.width;
-        want->direction_threshold = got.direction_threshold;
-        want->target.x = got.target.x;
-        want->target.y = got.target.y;
-        want->target_tolerance.x = got.target_tolerance.x;
-        want->target_tolerance.y = got.target_tolerance.y;
+        g_disturbance = now;
+        g_asks = asks;
+        const LogCapture log(at_line);
+        const Sleeps sleeps;
+        const WrappedHeap heap(now.failing, at_allocation);
+        const ozr_err code = call();
+        g_disturbance = {};
+        return {code, log.chain(), without_numbers(log.progress()), sleeps.milliseconds(),
+                heap.live_blocks()};
     }
 
     // Debug lines without addresses and source lines.
@@ -227,22 +214,14 @@ private:
         return lines;
     }
 
-    static void expect_same(const Subject& s, const panorama_t& session)
+    static void compare(const SessionModel& m, const panorama_t& session)
     {
-        const SessionModel& m = s.model;
         EXPECT_EQ(session.engine != nullptr, m.has_engine);
         EXPECT_EQ(memcmp(session.params, &m.cache, sizeof(m.cache)), 0);
         EXPECT_EQ(session.detected_count, m.detected_count);
         EXPECT_EQ(session.stitched_count, m.stitched_count);
-        if (session.engine == nullptr || !m.has_engine)
-            return;
-        const PanoramaInternal& pe = *session.engine;
-        EXPECT_EQ(words_of(pe, m.started), words_of(m.pe, m.started));
-        for (int32_t i = 0; i < kMaxPictures; ++i)
-            EXPECT_EQ(pe.frames[i].data != nullptr, m.pe.frame_present[i] != 0) << i;
-        EXPECT_EQ(pe.core->cancel != 0, m.core_cancel);
-        EXPECT_EQ(panorama_core_get_param(pe.core, 0), m.core_overlap);
-        EXPECT_EQ(pe.out_img.data != nullptr, m.pe.status == kStatusComposed);
+        if (session.engine != nullptr && m.has_engine)
+            expect_same(*session.engine, m.pe);
     }
 
     void call(Subject* s)
@@ -365,7 +344,7 @@ private:
                 return ozr_panorama_detect_frame_to_stitch(s->handle, preview, unless(1, &got),
                                                            unless(2, &got_way));
             },
-            [&] { return s->model.detect(preview, unless(1, &want), unless(2, &want_way), got); });
+            [&] { return s->model.detect(preview, unless(1, &want), unless(2, &want_way)); });
         EXPECT_TRUE(got.x == want.x && got.y == want.y && got_way == want_way) << trace_;
         s->announced = code > 0 ? got : s->announced;
     }
@@ -386,24 +365,12 @@ private:
         now.failing = kind == 0 ? 1 + random_.below(30) : 0;
         now.asking = kind == 1 ? 1 + random_.below(12) : 0;
         now.by_reset = kind == 1 && one_in(2);
-        now.tables = s->is_whole() && s->model.stitched_count == 1 ? count_tables(*s) : 0;
         both(
             s,
             "stitch " + words_of(picture) + (given ? " by " : " not by ") + std::to_string(offset.x) + "," +
                 std::to_string(offset.y),
             now, [&] { return ozr_panorama_stitch_one_image(s->handle, taken, given); },
             [&] { return s->model.stitch(taken, given); });
-    }
-
-    // Allocations that a core makes for the tables of a subject's pictures.
-    static int64_t count_tables(const Subject& s)
-    {
-        const bool turned = ozr::is_vertical(s.model.pe.direction);
-        const TestCore core;
-        const WrappedHeap heap;
-        panorama_core_init(core.core, 1, turned ? s.height : s.width, turned ? s.width : s.height,
-                           turned ? s.height : s.stride);
-        return heap.allocations();
     }
 
     void run(Subject* s)
@@ -417,25 +384,12 @@ private:
         now.asking = kind == 1 ? 1 + random_.below(12) : 0;
         now.asking_line = kind == 2 ? static_cast<size_t>(1 + random_.below(7)) : 0;
         now.by_reset = one_in(2);
-        // As the library's own core does it when it is asked once more, without disturbance.
-        const auto compose = [&](int32_t count, Lines* lines, PanoImg* made) {
-            PanoramaCore* core = s->engine()->core;
-            const int32_t cancel = std::exchange(core->cancel, 0);
-            const WrappedHeap heap;
-            const LogCapture log;
-            const int32_t result = panorama_core_panorama(core, count, made);
-            PanoImg_Destroy(made);
-            core->cancel = cancel;
-            live_ += heap.live_blocks();
-            for (const std::string& line : log.progress())
-                lines->push_back(line.substr(line.find(": ") + 2));
-            return result;
-        };
         const ozr_err code = both(
             s, "run", now, [&] { return ozr_panorama_run(s->handle, given ? &got : nullptr); },
-            [&] { return s->model.run(given ? &want : nullptr, compose); });
+            [&] { return s->model.run(given ? &want : nullptr); });
         EXPECT_EQ(got.data != nullptr, code == ozr_success) << trace_;
         EXPECT_EQ(words_of(got), words_of(want)) << trace_;
+        EXPECT_TRUE(code < 0 || memcmp(got.data, want.data, static_cast<size_t>(got.size)) == 0) << trace_;
     }
 
     // What reaches session and engine beside the handle.
@@ -449,7 +403,7 @@ private:
             both(
                 s, "parameter " + std::to_string(id) + " " + std::to_string(value), {},
                 [&] { return panorama_engine_set_param(pe, id, value); },
-                [&] { return s->model.set_engine_parameter(id, value); });
+                [&] { return ozr_reference::set_param(&s->model.pe, id, value); });
         else if (kind < 96)
             both(
                 s, "set session " + std::to_string(p.overlap_percent), {},
@@ -458,13 +412,14 @@ private:
         else if (kind < 98)
             both(
                 s, "cancel and wait", {}, [&] { return panorama_engine_cancel_process(pe); },
-                [&] { return s->model.cancel_and_wait(); });
+                [&] { return ozr_reference::cancel_process(&s->model.pe); });
         else if (kind < 99)
             both(
                 s, "cancel", {}, [&] { return panorama_engine_cancel_process_async(pe), 0; },
-                [&] { return s->model.cancel_async(), 0; });
+                [&] { return ozr_reference::cancel_process_async(&s->model.pe); });
         else if (s->model.stitched_count > 1)
-            pe->core->aligned[s->model.stitched_count - 1] = 0;  // as if its pair had not been found
+            for (PanoramaCore* core : {pe->core, s->model.pe.core})
+                core->aligned[s->model.stitched_count - 1] = 0;  // as if its pair had not been found
     }
 
     Random random_;

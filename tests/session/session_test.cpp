@@ -4,9 +4,9 @@
 #include <memory>
 #include <vector>
 
+#include "engine/panorama_engine.h"
 #include "session/calls.h"
 #include "session/panorama.h"
-#include "support/engines.h"
 #include "support/log_capture.h"
 #include "support/sleeps.h"
 
@@ -51,22 +51,6 @@ TEST(Session, SetParametersSurvivesACallWithoutObject)
     const panorama_param_t p = {};
     EXPECT_EQ(set_parameters_of(nullptr, &p), ozr_err_invalid_argument);
     EXPECT_EQ(log.chain(), Chain{"ozr_err_invalid_argument:  @ set_parameters"});
-}
-
-TEST(Session, ACachedMaximumOfNoneSetsNoLimit)
-{
-    const Session session;
-    const TestImg img(kPanoGray, 64, 48);
-    const ozr_image frame = img.as_public(ozr_image_format_gray);
-    panorama_engine_start_capture(session->engine, &img.img);
-    session->engine->direction = kDirectionRight;
-    session->params->max_num_images = 0;
-    for (int32_t i = 1; i <= 12; ++i) {
-        session->engine->motion.x = 1000;
-        ozr_point offset = {};
-        ozr_panorama_direction direction = ozr_panorama_direction_auto;
-        EXPECT_EQ(session->detect_frame_to_stitch(&frame, &offset, direction), i);
-    }
 }
 
 TEST(Session, MapsTheFormatOfThePanorama)

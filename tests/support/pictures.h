@@ -13,6 +13,12 @@
 
 constexpr int32_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};  // of the working formats
 
+// The words of a record, and whether it has pixels.
+inline std::vector<int32_t> fields(const PanoImg& img)
+{
+    return {img.format, img.width, img.height, img.stride, img.size, img.widthCopy, img.data != nullptr};
+}
+
 // A record around exactly as many bytes as its geometry says, between canaries that must live as long as it does.
 class TestImg
 {

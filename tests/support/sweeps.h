@@ -6,9 +6,12 @@
 #include <memory>
 #include <vector>
 
+#include "engine/panorama_engine.h"
 #include "ozr_panorama.h"
 #include "session/panorama.h"
-#include "support/engines.h"
+#include "support/cores.h"
+#include "support/noise.h"
+#include "support/pictures.h"
 
 // The session behind a handle: its pointer follows the public part.
 inline panorama_t* session_of(const ozr_panorama* pano)
@@ -17,6 +20,17 @@ inline panorama_t* session_of(const ozr_panorama* pano)
     memcpy(&session, pano + 1, sizeof(session));
     return session;
 }
+
+// An NV12 picture of the noise texture, moved by (dx, dy).
+class NoisePicture : public TestImg
+{
+public:
+    NoisePicture(int32_t width, int32_t height, int32_t dx, int32_t dy)
+        : TestImg(kPanoNv12, width, height, 0, 128)
+    {
+        fill_luma(img, [=](int32_t x, int32_t y) { return noise(x + dx, y + dy); });
+    }
+};
 
 // Three pictures and a preview frame of another shape.
 class NoiseSweep

@@ -60,21 +60,17 @@ TEST(Image, CreateRefusesNullFilledAndHugeRecords)
 
 TEST(Image, RecreateKeepsWhatFits)
 {
-    OwnedImage image;
-    ASSERT_EQ(ozr_image_recreate(&image, 40, 30, 50, ozr_image_format_nv12), ozr_success);
-    image.rotation = 270;
-    uint8_t* const data = image.data;
-    EXPECT_EQ(ozr_image_recreate(&image, 40, 30, 0, ozr_image_format_nv12), ozr_success);
-    EXPECT_EQ(ozr_image_recreate(&image, 40, 30, 50, ozr_image_format_nv12), ozr_success);
-    EXPECT_EQ(image.data, data);
-    EXPECT_EQ(image.rotation, 270);
-    EXPECT_EQ(ozr_image_recreate(&image, 40, 30, 60, ozr_image_format_nv12), ozr_success);
-    EXPECT_EQ(image.stride, 60);
-    EXPECT_EQ(ozr_image_recreate(&image, 40, 30, 50, ozr_image_format_nv12), ozr_success);
-    EXPECT_EQ(image.stride, 50);
-    EXPECT_EQ(image.rotation, 0);  // a new block loses the tag
-    EXPECT_EQ(ozr_image_recreate(&image, 40, 31, 0, ozr_image_format_nv12), ozr_success);
-    EXPECT_EQ(image.height, 31);
+    OwnedImage image(ozr_image_format_nv12, 40, 30, 50);
+    const int32_t rows[][4] = {{30, 0, 50, 1},  {30, 50, 50, 1}, {30, 60, 60, 0},
+                               {30, 50, 50, 0}, {31, 0, 48, 0},  {31, 48, 48, 1}};
+    for (const auto& [height, stride, want_stride, stays] : rows) {
+        image.rotation = 270;
+        const uint8_t* const data = image.data;
+        EXPECT_EQ(ozr_image_recreate(&image, 40, height, stride, ozr_image_format_nv12), ozr_success);
+        EXPECT_TRUE(image.height == height && image.stride == want_stride);
+        EXPECT_TRUE(stays == 0 || image.data == data);
+        EXPECT_EQ(image.rotation, stays != 0 ? 270 : 0);  // a new block loses the tag
+    }
     LogCapture log;
     EXPECT_EQ(ozr_image_recreate(nullptr, 1, 1, 0, ozr_image_format_gray), ozr_err_invalid_argument);
     EXPECT_EQ(log.chain(), Chain{"ozr_err_invalid_argument:  @ ozr_image_recreate"});
