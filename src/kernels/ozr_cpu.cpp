@@ -43,6 +43,14 @@ uint32_t ozr_cpu_features()
            (_has_avx2(ecx) ? kOzrCpuAvx2 : 0);
 }
 
+#elif defined(__wasm_simd128__)
+
+// The engine would have refused a module whose vectors it does not know.
+uint32_t ozr_cpu_features()
+{
+    return kOzrCpuSse2 | kOzrCpuSsse3;
+}
+
 #else
 
 uint32_t ozr_cpu_features()

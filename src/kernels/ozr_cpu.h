@@ -9,7 +9,8 @@ constexpr uint32_t kOzrCpuSse2 = 1;
 constexpr uint32_t kOzrCpuSsse3 = 2;
 constexpr uint32_t kOzrCpuAvx2 = 4;
 
-// The sets that this processor has and the operating system lets programs use; 0 where it is no x86.
+// The sets that this processor has and the operating system lets programs use. WebAssembly with vectors counts as SSSE3,
+// whose intrinsics it takes; 0 elsewhere.
 uint32_t ozr_cpu_features();
 
 #endif

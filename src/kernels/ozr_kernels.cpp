@@ -4,7 +4,8 @@
 
 #include "kernels_scalar.h"
 #include "ozr_cpu.h"
-#if defined(__i386__) || defined(__x86_64__)
+#if defined(__i386__) || defined(__x86_64__) || defined(__wasm_simd128__)
+#define OZR_HAS_SSE  // WebAssembly's vectors take the same intrinsics, by Emscripten's headers
 #include "kernels_x86.h"
 #endif
 
@@ -53,7 +54,7 @@ constexpr OzrKernels kOzrKernelsScalar = {
     census_run_scalar,
 };
 
-#if defined(__i386__) || defined(__x86_64__)
+#ifdef OZR_HAS_SSE
 
 namespace
 {
@@ -106,6 +107,16 @@ constexpr OzrKernels _with_ssse3(OzrKernels table)
     return table;
 }
 
+#ifdef __wasm_simd128__
+
+constexpr OzrKernels _as_wasm128(OzrKernels table)
+{
+    table.level = "wasm128";
+    return table;
+}
+
+#else
+
 constexpr OzrKernels _with_avx2(OzrKernels table)
 {
     table.level = "avx2";
@@ -130,7 +141,20 @@ constexpr OzrKernels _with_avx2(OzrKernels table)
     return table;
 }
 
+#endif
+
 }  // namespace
+
+#endif
+
+#if defined(__wasm_simd128__)
+
+// One level: an engine takes a module with vector instructions as a whole or not at all, so a build has them or not.
+constexpr OzrKernels kOzrKernelsWasm128 = _as_wasm128(_with_ssse3(_with_sse2(kOzrKernelsScalar)));
+
+const OzrKernels* const kOzrKernelLevels[] = {&kOzrKernelsScalar, &kOzrKernelsWasm128, nullptr};
+
+#elif defined(OZR_HAS_SSE)
 
 constexpr OzrKernels kOzrKernelsSse2 = _with_sse2(kOzrKernelsScalar);
 constexpr OzrKernels kOzrKernelsSsse3 = _with_ssse3(kOzrKernelsSse2);
