@@ -1,6 +1,6 @@
 #include "levels.h"
 
-#include "ozr_cpu.h"
+#include "kernels/cpu.h"
 
 std::vector<const OzrKernels*> bench_levels()
 {

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "ozr_kernels.h"
+#include "kernels/kernels.h"
 
 // Lowest level first.
 std::vector<const OzrKernels*> bench_levels();

@@ -1,9 +1,9 @@
 // Operations on whole pictures, as an application calls them.
 #include "benchmarks.h"
+#include "image/panorama_img.h"
 #include "levels.h"
 #include "ozr_image.h"
 #include "ozr_support.h"
-#include "panorama_img.h"
 #include "support/random.h"
 #include "sweep_pictures.h"
 

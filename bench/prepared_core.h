@@ -2,8 +2,8 @@
 #ifndef PREPARED_CORE_H
 #define PREPARED_CORE_H
 
-#include "ozr_kernels.h"
-#include "panorama_core.h"
+#include "core/panorama_core.h"
+#include "kernels/kernels.h"
 #include "sweep_pictures.h"
 
 /** A core that is ready for pictures of this size, whose rows are tightly packed and a multiple of 8 pixels wide. */

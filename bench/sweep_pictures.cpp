@@ -4,7 +4,7 @@
 #include <cstring>
 #include <map>
 
-#include "scene.h"
+#include "scene/scene.h"
 
 namespace
 {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "camera.h"
+#include "scene/camera.h"
 
 struct Size {
     int32_t width;

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "command_line.h"
-#include "commands.h"
+#include "cli/command_line.h"
+#include "commands/commands.h"
 #include "fuzz_input.h"
-#include "picture_io.h"
+#include "media/picture_io.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 // The functions of the panorama core in any order.
+#include "core/panorama_core.h"
 #include "fuzz_process.h"
 #include "fuzz_working_picture.h"
-#include "panorama_core.h"
 
 namespace
 {

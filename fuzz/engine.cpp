@@ -1,7 +1,7 @@
 // The functions of the panorama engine in any order.
+#include "engine/panorama_engine.h"
 #include "fuzz_process.h"
 #include "fuzz_working_picture.h"
-#include "panorama_engine.h"
 
 namespace
 {

@@ -3,8 +3,8 @@
 #include <stdio.h>
 #include <unistd.h>
 
-#include "ozr_cpu.h"
-#include "ozr_kernels.h"
+#include "kernels/cpu.h"
+#include "kernels/kernels.h"
 #include "ozr_log.h"
 
 // The library polls another thread between sleeps. Here there is none, so that every wait runs to its end.

@@ -3,7 +3,7 @@
 #define FUZZ_WORKING_PICTURE_H
 
 #include "fuzz_picture.h"
-#include "panorama_img.h"
+#include "image/panorama_img.h"
 
 /** A record and its memory, exactly as large as the geometry says. */
 struct WorkingPicture {

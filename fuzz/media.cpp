@@ -8,14 +8,14 @@
 #include <stdexcept>
 #include <string>
 
-#include "commands.h"
-#include "exif.h"
+#include "base/program_error.h"
+#include "commands/commands.h"
 #include "fuzz_picture.h"
-#include "image_owner.h"
-#include "jpeg_codec.h"
-#include "png_codec.h"
-#include "program_error.h"
-#include "y4m.h"
+#include "media/exif.h"
+#include "media/image_owner.h"
+#include "media/jpeg_codec.h"
+#include "media/png_codec.h"
+#include "media/y4m.h"
 
 namespace
 {

@@ -1,8 +1,8 @@
 // The working image toolkit, the seam finder and the motion estimate on records of any geometry.
+#include "core/panorama_seam.h"
+#include "engine/panorama_me.h"
 #include "fuzz_process.h"
 #include "fuzz_working_picture.h"
-#include "panorama_me.h"
-#include "panorama_seam.h"
 
 namespace
 {

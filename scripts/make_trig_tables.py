@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Prints src/support/ozr_trig_tables.cpp; a test compares the two."""
+"""Prints src/support/trig_tables.cpp; a test compares the two."""
 
 import math
 
 HEAD = """// Made by scripts/make_trig_tables.py; change that, not this.
-#include "ozr_trig_tables.h"
+#include "support/trig_tables.h"
 
 // Ten degrees a line.
 // clang-format off

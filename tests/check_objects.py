@@ -34,7 +34,7 @@ def allowed_in(path):
     name = re.search(r"_(ssse3|avx2)\.cpp", path)
     sets = {"ssse3": [SSSE3], "avx2": [SSSE3, SSE41, AVX2]}
     names = " ".join([SSE2] + sets.get(name and name[1], [])).split()
-    plain = {"vzeroupper"} if name and name[1] == "avx2" else {"xgetbv"} if path.endswith("ozr_cpu.cpp.o") else set()
+    plain = {"vzeroupper"} if name and name[1] == "avx2" else {"xgetbv"} if path.endswith("kernels/cpu.cpp.o") else set()
     return re.compile(f"({'|'.join(names)})$"), plain
 
 

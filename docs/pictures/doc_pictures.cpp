@@ -1,15 +1,15 @@
 // usage: ozr_doc_pictures FOLDER
 // Makes the pictures of docs/how-it-works.md: takes a short sweep of the painted scene and shows what the library's own
 // functions make of it, step by step. The same bytes on every machine, but for the encoder's.
-#include "camera.h"
+#include "base/program_error.h"
+#include "core/panorama_core.h"
+#include "core/panorama_seam.h"
 #include "drawing.h"
-#include "image_owner.h"
-#include "ozr_kernels.h"
-#include "panorama_core.h"
-#include "panorama_seam.h"
-#include "picture_io.h"
-#include "program_error.h"
-#include "scene.h"
+#include "kernels/kernels.h"
+#include "media/image_owner.h"
+#include "media/picture_io.h"
+#include "scene/camera.h"
+#include "scene/scene.h"
 
 #include <algorithm>
 #include <memory>

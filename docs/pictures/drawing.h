@@ -2,7 +2,7 @@
 #ifndef DRAWING_H
 #define DRAWING_H
 
-#include "picture.h"
+#include "media/picture.h"
 
 /** Pixels: left, top, and the columns and rows of a part of a picture. */
 struct Part {

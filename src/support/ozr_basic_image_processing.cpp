@@ -6,9 +6,9 @@
 
 #include <algorithm>
 
-#include "ozr_kernels.h"
-#include "ozr_plane.h"
+#include "kernels/kernels.h"
 #include "ozr_support.h"
+#include "support/plane.h"
 
 namespace
 {

@@ -1,4 +1,4 @@
-#include "ozr_chain.h"
+#include "support/ozr_chain.h"
 
 #include "ozr_log.h"
 

@@ -3,9 +3,9 @@
 
 #include <stddef.h>
 
-#include "ozr_chain.h"
-#include "ozr_image_rows.h"
 #include "ozr_support.h"
+#include "support/image_rows.h"
+#include "support/ozr_chain.h"
 
 #if UINTPTR_MAX == UINT32_MAX
 static_assert(sizeof(ozr_image) == 28 && offsetof(ozr_image, size) == 4 &&

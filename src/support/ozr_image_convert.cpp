@@ -1,9 +1,9 @@
 // Conversion between pixel formats: rgba32 is the hub. Every source format has a record with one operation per target;
 // only the pairs with rgba32 and the identities convert, the other operations refuse.
-#include "ozr_chain.h"
+#include "kernels/kernels.h"
 #include "ozr_image.h"
-#include "ozr_image_rows.h"
-#include "ozr_kernels.h"
+#include "support/image_rows.h"
+#include "support/ozr_chain.h"
 
 namespace
 {

@@ -1,14 +1,14 @@
 // Integer trigonometry in degrees, the integer square root, rectangles and points. Everything is 32-bit arithmetic
 // that wraps around: wild coordinates give wild results, never a trap.
 #include "ozr_support.h"
-#include "ozr_trig_tables.h"
+#include "support/trig_tables.h"
 
 #include <math.h>
 
 #include <algorithm>
 
-#include "ozr_fixed.h"
-#include "ozr_wrap32.h"
+#include "base/fixed.h"
+#include "base/wrap32.h"
 
 namespace
 {

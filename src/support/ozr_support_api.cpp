@@ -2,9 +2,9 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "ozr_large_pages.h"
 #include "ozr_support.h"
 #include "ozr_types.h"
+#include "support/large_pages.h"
 
 namespace
 {

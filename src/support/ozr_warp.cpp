@@ -4,13 +4,13 @@
 // and the centres Pc, Qc rounded half up, a destination position (x, y) lies in the source at
 //   (Pc.x D + A (x - Qc.x) + B (y - Qc.y)) / D,  (Pc.y D - B (x - Qc.x) + A (y - Qc.y)) / D.
 // All of it is 32-bit arithmetic whose wrap-around belongs to the results.
-#include "ozr_fixed.h"
+#include "base/fixed.h"
+#include "base/wrap32.h"
+#include "kernels/kernels.h"
 #include "ozr_image.h"
-#include "ozr_image_rows.h"
-#include "ozr_kernels.h"
-#include "ozr_plane.h"
 #include "ozr_support.h"
-#include "ozr_wrap32.h"
+#include "support/image_rows.h"
+#include "support/plane.h"
 
 namespace
 {

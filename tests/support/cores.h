@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "panorama_core.h"
+#include "core/panorama_core.h"
 #include "support/noise.h"
 #include "support/pictures.h"
 

@@ -2,8 +2,8 @@
 #ifndef ENGINES_H
 #define ENGINES_H
 
-#include "panorama_core.h"
-#include "panorama_engine.h"
+#include "core/panorama_core.h"
+#include "engine/panorama_engine.h"
 #include "support/cores.h"
 #include "support/pictures.h"
 

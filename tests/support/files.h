@@ -2,8 +2,8 @@
 #ifndef FILES_H
 #define FILES_H
 
-#include "file_io.h"
-#include "program_error.h"
+#include "base/file_io.h"
+#include "base/program_error.h"
 
 #include <gtest/gtest.h>
 

@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "image/panorama_img.h"
 #include "ozr_image.h"
-#include "panorama_img.h"
 #include "support/random.h"
 
 constexpr int32_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};  // of the working formats

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "ozr_panorama.h"
-#include "panorama.h"
+#include "session/panorama.h"
 #include "support/engines.h"
 
 // The session behind a handle: its pointer follows the public part.

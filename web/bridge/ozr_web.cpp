@@ -6,7 +6,7 @@
 #include <ozr_log.h>
 #include <ozr_panorama.h>
 
-#include "ozr_kernels.h"
+#include "kernels/kernels.h"
 
 #include <stdio.h>
 #include <string.h>

@@ -14,7 +14,7 @@ const kSweeps = [
   ['down', ['--size', '480x640', '--pictures', '6']],
   ['up', ['--size', '640x480', '--seed', '3']],
   ['right-large', ['--size', '1280x960', '--pictures', '10']],
-  ['right-odd', ['--size', '722x486', '--preview', '722x486', '--pictures', '5']],
+  ['right-720', ['--size', '1280x720', '--pictures', '5']],
 ];
 
 const probe = await Panorama.create();

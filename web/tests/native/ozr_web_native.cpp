@@ -2,7 +2,7 @@
 // Prints as JSON what the library answered, how long it took, and the checksum of the panorama in RGBA.
 //
 // usage: ozr_web_native FOLDER LEVEL QUALITY ROUNDS
-#include "ozr_kernels.h"
+#include "kernels/kernels.h"
 
 #include <chrono>
 #include <fstream>

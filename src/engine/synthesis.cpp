@@ -1,0 +1,136 @@
+// Synthesis: turns the pictures of a stopped sweep into the output image. The status written last is what a cancelling
+// thread waits for; nothing of the context is touched after it.
+#include <algorithm>
+
+#include "core/panorama_core.h"
+#include "engine/panorama_engine.h"
+#include "image/pano_result.h"
+#include "image/panorama_util.h"
+
+namespace
+{
+
+constexpr char kTag[] = "panorama_engine_process_synthesis";
+
+int32_t _count_added(const PanoramaInternal* pe)
+{
+    const int32_t slots = std::clamp(pe->count, 0, kMaxPictures);
+    return static_cast<int32_t>(std::count(pe->image_state, pe->image_state + slots, kSlotAdded));
+}
+
+void _release_output(PanoramaInternal* pe)
+{
+    if (pe->out_img.data == nullptr)
+        return;
+    if (pe->out_raw != nullptr)
+        PanoImg_DestroyAligned(&pe->out_img, &pe->out_raw);
+    else
+        PanoImg_Destroy(&pe->out_img);
+}
+
+void _log_output(const PanoramaInternal* pe, int32_t result)
+{
+    PanoLog(kTag, __LINE__, "out_img size = %dx%d", pe->out_img.width, pe->out_img.height);
+    PanoLog(kTag, __LINE__, "return = %d", result);
+}
+
+void _log_block(const PanoramaInternal* pe)
+{
+    PanoLog(kTag, __LINE__, "Original Pointer : 0x%X",
+            static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pe->out_raw)));
+}
+
+int32_t _end(PanoramaInternal* pe, int32_t result)
+{
+    int32_t status = kStatusComposed;
+    if (result < 0)
+        status = result == kPanoCancelled ? kStatusCancelled : kStatusFailed;
+    pe->status = status;
+    PanoLog(kTag, __LINE__, "process_synthesis end pe->status = %d ", status);
+    return result;
+}
+
+int32_t _end_failed(PanoramaInternal* pe, int32_t result)
+{
+    _log_output(pe, result);
+    return _end(pe, result);
+}
+
+// The panorama of a single picture is that picture.
+int32_t _copy_single(PanoramaInternal* pe)
+{
+    if (pe->frame_present[0] == 0)
+        return _end_failed(pe, kPanoPictureBusy);
+    PanoImg* held = &pe->frames[0];
+    const int32_t created =
+        PanoImg_CreateAligned(&pe->out_img, held->width, held->height, held->format, &pe->out_raw);
+    if (created < 0) {
+        PanoLog(kTag, __LINE__, "bitmap create err : %d", created);
+        pe->status = kStatusFailed;
+        return created;
+    }
+    PanoImg_CopyEx(&pe->out_img, held, 0, 0);
+    PanoImg_Destroy(held);
+    pe->frame_present[0] = 0;
+    pe->status = kStatusComposed;
+    return kPanoSuccess;
+}
+
+int32_t _compose(PanoramaInternal* pe, int32_t count, PanoImg* composed, void** raw_block)
+{
+    if (pe->cancel_requested != 0)
+        return kPanoCancelled;
+    PANO_FORWARD(panorama_core_compose(pe->core, count, composed, raw_block));
+    return pe->cancel_requested != 0 ? kPanoCancelled : kPanoSuccess;
+}
+
+// Pictures of vertical sweeps were turned clockwise when they came in: the result turns back. A single picture that is
+// left of a sweep may have odd sizes, of which a turn does not reach all chroma: the block is zero-filled.
+int32_t _compose_turned(PanoramaInternal* pe, int32_t count)
+{
+    PanoImgOwner composed;
+    PANO_FORWARD(_compose(pe, count, composed.get(), nullptr));
+    const int32_t created = PanoImg_CreateAligned(&pe->out_img, composed->height, composed->width,
+                                                  composed->format, &pe->out_raw);
+    _log_block(pe);
+    PANO_FORWARD(created);
+    PanoImg_RotateCW270(&pe->out_img, composed.get());
+    return kPanoSuccess;
+}
+
+// The core writes straight into the output block, which becomes the engine's when nothing can fail any more.
+int32_t _compose_straight(PanoramaInternal* pe, int32_t count)
+{
+    PanoImg composed = {};
+    void* raw_block = nullptr;
+    const int32_t result = _compose(pe, count, &composed, &raw_block);
+    if (result < 0) {
+        PanoImg_DestroyAligned(&composed, &raw_block);
+        return result;
+    }
+    pe->out_img = composed;
+    pe->out_raw = raw_block;
+    _log_block(pe);
+    return result;
+}
+
+}  // namespace
+
+int32_t panorama_engine_process_synthesis(PanoramaInternal* pe)
+{
+    PanoLog(kTag, __LINE__, "process_synthesis()");
+    if (pe == nullptr)
+        return kPanoNullArgument;
+    const int32_t added = pe->status == kStatusStopped ? _count_added(pe) : 0;
+    if (added == 0) {
+        pe->status = kStatusFailed;
+        return kPanoWrongState;
+    }
+    _release_output(pe);
+    if (added == 1)
+        return _copy_single(pe);
+    const int32_t result =
+        pano_is_vertical(pe->direction) ? _compose_turned(pe, added) : _compose_straight(pe, added);
+    _log_output(pe, result);
+    return _end(pe, result);
+}

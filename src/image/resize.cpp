@@ -1,0 +1,174 @@
+// Resampling of working images. One step per axis for the whole picture, positions advanced by addition.
+#include <string.h>
+
+#include <algorithm>
+
+#include "base/limits.h"
+#include "image/pano_result.h"
+#include "image/panorama_img.h"
+#include "kernels/kernels.h"
+
+namespace
+{
+
+// Source positions: Q22.10, 1024 steps to a pixel.
+constexpr int32_t kFracBits = 10;
+constexpr uint32_t kFracMask = (1U << kFracBits) - 1;
+
+struct Steps {
+    uint32_t x;
+    uint32_t y;
+};
+
+bool _has_pixels(const PanoImg* dst, const PanoImg* src)
+{
+    return dst != nullptr && src != nullptr && dst->data != nullptr && src->data != nullptr;
+}
+
+bool _is_same_size(const PanoImg* dst, const PanoImg* src)
+{
+    return dst->width == src->width && dst->height == src->height;
+}
+
+// Whether rows of these many bytes a pixel lie within their strides.
+bool _has_whole_rows(const PanoImg* img, int32_t pixel_bytes)
+{
+    return pano_has_whole_rows(img, int64_t{img->width} * pixel_bytes);
+}
+
+// (source - 1) pixels over `dst` samples: the first sample sits on the first source pixel and the last one stops
+// short of the last, so that its right-hand neighbour exists. False where the division or the position would overflow.
+bool _step(int32_t src, int32_t dst, uint32_t* step)
+{
+    constexpr int32_t kMaxPixels = INT32_MAX >> kFracBits;
+    if (src < 1 || src - 1 > kMaxPixels || dst == 0)
+        return false;
+    // A negative size takes a step too, but no sample.
+    *step = static_cast<uint32_t>(((src - 1) << kFracBits) / dst);
+    return true;
+}
+
+bool _steps(const PanoImg* dst, const PanoImg* src, Steps* steps)
+{
+    return _step(src->width, dst->width, &steps->x) && _step(src->height, dst->height, &steps->y);
+}
+
+// The rows that have pixels: none in a picture without columns, however high its record says it is.
+int32_t _row_count(const PanoImg* img)
+{
+    return img->width > 0 ? img->height : 0;
+}
+
+int32_t _pixel(uint32_t position)
+{
+    return static_cast<int32_t>(position >> kFracBits);
+}
+
+void _resample_luma(PanoImg* dst, const PanoImg* src, Steps steps, Resample* resample)
+{
+    resample(dst->data, dst->stride,
+             {src->data, src->stride, steps.x, steps.y, 0, dst->width, _row_count(dst)});
+}
+
+// A last source row has none below it: what would need one becomes black. The step stops short of it unless it is the
+// only one.
+void _resample_gray(PanoImg* dst, const PanoImg* src, Steps steps, Resample* resample)
+{
+    if (src->height > 1) {
+        _resample_luma(dst, src, steps, resample);
+        return;
+    }
+    for (int32_t y = 0; y < _row_count(dst); ++y)
+        memset(pano_row(dst, y), 0, static_cast<size_t>(dst->width));
+}
+
+// Bytes that may be touched from `row` on: to the end of the buffer as size or geometry give it.
+int64_t _bytes_from(const PanoImg* img, const uint8_t* row)
+{
+    return std::max(int64_t{img->size}, pano_geometry_size(img)) - (row - img->data);
+}
+
+// Kept: the luma steps are used unchanged on the chroma plane of half the size.
+void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
+{
+    const OzrKernels* kernels = ozr_kernels();
+    const int64_t row_bytes = (int64_t{dst->width} + 1) & ~int64_t{1};  // an odd width gets a whole last pair
+    uint32_t position = 0;
+    for (int32_t y = 0; 2 * int64_t{y} < dst->height; ++y, position += steps.y) {
+        uint8_t* row = pano_chroma_row(dst, y);
+        const uint8_t* top = pano_chroma_row(src, _pixel(position));
+        const uint8_t* bottom = (position & kFracMask) != 0 ? top + src->stride : top;
+        // Enlarging reaches beyond the last chroma row: it then stands for the one below it.
+        if (_bytes_from(src, bottom) < 1)
+            bottom = top;
+        const int64_t readable = std::min<int64_t>(_bytes_from(src, bottom), INT32_MAX);
+        const int64_t bytes = std::min(row_bytes, _bytes_from(dst, row));
+        if (readable < 1 || bytes < 1)
+            return;
+        kernels->resample_pairs_row(row, static_cast<int32_t>(bytes), top, bottom,
+                                    static_cast<int32_t>(readable), steps.x, position & kFracMask);
+    }
+}
+
+}  // namespace
+
+int32_t PanoImg_ResizeGray(PanoImg* dst, const PanoImg* src)
+{
+    if (!_has_pixels(dst, src) || !_has_whole_rows(dst, 1) || !_has_whole_rows(src, 1))
+        return kPanoBadArgument;
+    if (_is_same_size(dst, src)) {
+        const size_t row_bytes = static_cast<size_t>(std::max(dst->width, 0));
+        if (dst->stride == src->stride) {
+            // Kept: height times width bytes, not height times stride: with padded rows the last ones stay unwritten.
+            memcpy(dst->data, src->data, row_bytes * static_cast<size_t>(std::max(dst->height, 0)));
+            return kPanoSuccess;
+        }
+        for (int32_t y = 0; y < _row_count(dst); ++y)
+            memcpy(pano_row(dst, y), pano_row(src, y), row_bytes);
+        return kPanoSuccess;
+    }
+    Steps steps = {};
+    if (!_steps(dst, src, &steps))
+        return kPanoBadArgument;
+    _resample_gray(dst, src, steps, ozr_kernels()->resample_gray);
+    return kPanoSuccess;
+}
+
+int32_t PanoImg_ResizeGrayYUYV(PanoImg* dst, const PanoImg* src)
+{
+    if (!_has_pixels(dst, src) || !_has_whole_rows(dst, 1) || !_has_whole_rows(src, 2))
+        return kPanoBadArgument;
+    const OzrKernels* kernels = ozr_kernels();
+    if (_is_same_size(dst, src)) {
+        for (int32_t y = 0; y < _row_count(dst); ++y)
+            kernels->yuyv_luma_row(pano_row(dst, y), pano_row(src, y), dst->width);
+        return kPanoSuccess;
+    }
+    Steps steps = {};
+    if (!_steps(dst, src, &steps))
+        return kPanoBadArgument;
+    _resample_gray(dst, src, steps, kernels->resample_yuyv);
+    return kPanoSuccess;
+}
+
+int32_t PanoImg_ResizeHalfGray(PanoImg* dst, const PanoImg* src)
+{
+    if (!_has_pixels(dst, src) || dst->width != src->width >> 1 || dst->height != src->height >> 1 ||
+        !_has_whole_rows(dst, 1) || !_has_whole_rows(src, 1))
+        return kPanoBadArgument;
+    const OzrKernels* kernels = ozr_kernels();
+    for (int32_t y = 0; y < _row_count(dst); ++y)
+        kernels->half_gray_row(pano_row(dst, y), pano_row(src, 2 * y), pano_row(src, 2 * y + 1), dst->width);
+    return kPanoSuccess;
+}
+
+int32_t PanoImg_ResizeYUV(PanoImg* dst, const PanoImg* src)
+{
+    Steps steps = {};
+    if (!_has_pixels(dst, src) || !_has_whole_rows(dst, 1) || !_has_whole_rows(src, 1) ||
+        !_steps(dst, src, &steps))
+        return kPanoBadArgument;
+    _resample_luma(dst, src, steps, ozr_kernels()->resample_gray);
+    _resample_chroma(dst, src, steps);
+    return kPanoSuccess;
+}

@@ -1,0 +1,147 @@
+// Quarter turns of semi-planar pictures, and their conversion to RGBA.
+#include <string.h>
+
+#include <algorithm>
+
+#include "image/pano_result.h"
+#include "image/panorama_img.h"
+#include "kernels/kernels.h"
+
+namespace
+{
+
+// Where the elements of one plane go: the element (x, y) of `columns` x `rows` starts at byte
+// origin + y * per_row + x * per_column of the destination.
+struct Turn {
+    int64_t origin;
+    int64_t per_row;
+    int64_t per_column;
+};
+
+struct SourcePlane {
+    int64_t offset;
+    int32_t columns;
+    int32_t rows;
+    int32_t element_bytes;
+};
+
+int32_t _half_up(int32_t size)
+{
+    return static_cast<int32_t>((int64_t{size} + 1) / 2);
+}
+
+int32_t _check_rotation(const PanoImg* dst, const PanoImg* src)
+{
+    if (dst == nullptr || src == nullptr)
+        return kPanoBadArgument;
+    if (src->format != kPanoNv12 || dst->format != kPanoNv12)
+        return kPanoNotSupported;
+    if (src->data == nullptr || dst->data == nullptr)
+        return kPanoNullArgument;
+    const bool whole = pano_has_whole_rows(src, src->width) && pano_has_whole_rows(dst, dst->width);
+    return whole ? kPanoSuccess : kPanoBadArgument;
+}
+
+// Whether the formulas stay inside both geometries without looking at each byte: even sizes that mirror each other.
+bool _is_regular(const PanoImg* dst, const PanoImg* src)
+{
+    const bool even = (src->width & 1) == 0 && (src->height & 1) == 0;
+    return even && dst->width == src->height && dst->height == src->width;
+}
+
+SourcePlane _luma_of(const PanoImg* src)
+{
+    return {0, src->width, src->height, 1};
+}
+
+SourcePlane _chroma_of(const PanoImg* src)
+{
+    return {int64_t{src->height} * src->stride, _half_up(src->width),
+            src->height < 1 ? 0 : _half_up(src->height), 2};
+}
+
+// Odd sizes move a last chroma pair or row that covers a half-filled block: it may lie beside its row or behind the
+// last plane. Bytes outside either buffer are left out.
+void _turn_guarded(PanoImg* dst, const PanoImg* src, const SourcePlane& plane, const Turn& turn)
+{
+    for (int32_t y = 0; y < plane.rows; ++y) {
+        const int64_t row = plane.offset + int64_t{y} * src->stride;
+        const int64_t row_bytes = std::min(int64_t{plane.columns} * plane.element_bytes, src->size - row);
+        if (row_bytes < 1)
+            return;
+        for (int64_t x = 0; x < row_bytes; ++x) {
+            const int64_t to = turn.origin + y * turn.per_row + x / plane.element_bytes * turn.per_column +
+                               x % plane.element_bytes;
+            if (to >= 0 && to < dst->size)
+                dst->data[to] = src->data[row + x];
+        }
+    }
+}
+
+// Zeroes the bytes from `begin` to `end`, as far as they lie inside the picture.
+void _clear(const PanoImg* img, int64_t begin, int64_t end)
+{
+    const int64_t inside = std::min(end, int64_t{img->size});
+    if (begin < inside)
+        memset(img->data + begin, 0, static_cast<size_t>(inside - begin));
+}
+
+}  // namespace
+
+int32_t PanoImg_RotateCW90(PanoImg* dst, const PanoImg* src)
+{
+    PANO_FORWARD(_check_rotation(dst, src));
+    if (_is_regular(dst, src)) {
+        const OzrKernels* kernels = ozr_kernels();
+        kernels->rotate_bytes_cw(dst->data, dst->stride, src->data, src->stride, src->width, src->height);
+        kernels->rotate_pairs_cw(pano_chroma_row(dst, 0), dst->stride, pano_chroma_row(src, 0), src->stride,
+                                 src->width / 2, src->height / 2);
+        return kPanoSuccess;
+    }
+    const int64_t chroma = int64_t{dst->height} * dst->stride;
+    const int64_t last_pair = ((int64_t{dst->width} + 1) & ~int64_t{1}) - 2;
+    _turn_guarded(dst, src, _luma_of(src), {int64_t{dst->width} - 1, -1, dst->stride});
+    _turn_guarded(dst, src, _chroma_of(src), {chroma + last_pair, -2, dst->stride});
+    return kPanoSuccess;
+}
+
+int32_t PanoImg_RotateCW270(PanoImg* dst, const PanoImg* src)
+{
+    PANO_FORWARD(_check_rotation(dst, src));
+    if (_is_regular(dst, src)) {
+        const OzrKernels* kernels = ozr_kernels();
+        kernels->rotate_bytes_ccw(dst->data, dst->stride, src->data, src->stride, src->width, src->height);
+        kernels->rotate_pairs_ccw(pano_chroma_row(dst, 0), dst->stride, pano_chroma_row(src, 0), src->stride,
+                                  src->width / 2, src->height / 2);
+        return kPanoSuccess;
+    }
+    const int64_t stride = dst->stride;
+    const int64_t chroma = dst->height * stride;
+    _turn_guarded(dst, src, _luma_of(src), {(int64_t{dst->height} - 1) * stride, 1, -stride});
+    _turn_guarded(dst, src, _chroma_of(src), {chroma + (_half_up(dst->height) - 1) * stride, 2, -stride});
+    return kPanoSuccess;
+}
+
+int32_t PanoImg_ConvertYUV2RGBA(PanoImg* dst, const PanoImg* src)
+{
+    if (src == nullptr || dst == nullptr)
+        return kPanoBadArgument;
+    if (src->data == nullptr || dst->data == nullptr)
+        return kPanoNullArgument;
+    if (src->format != kPanoNv12 || dst->format != kPanoRgba)
+        return kPanoNotSupported;
+    if (!pano_has_whole_rows(src, src->width) ||
+        !pano_has_whole_rows(dst, pano_row_bytes(kPanoRgba, dst->width)))
+        return kPanoBadArgument;
+    const int32_t width = std::max(std::min(src->width, dst->width), 0) & ~1;
+    const int32_t height = width == 0 ? 0 : std::max(std::min(src->height, dst->height), 0) & ~1;
+    const int64_t row_bytes = pano_row_bytes(kPanoRgba, width);
+    const OzrKernels* kernels = ozr_kernels();
+    for (int32_t y = 0; y < height; ++y) {
+        kernels->yvu_to_rgba_row(pano_row(dst, y), pano_row(src, y), pano_chroma_row(src, y >> 1), width / 2);
+        const int64_t row = int64_t{y} * dst->stride;
+        _clear(dst, row + row_bytes, row + dst->stride);
+    }
+    _clear(dst, int64_t{height} * dst->stride, dst->size);
+    return kPanoSuccess;
+}

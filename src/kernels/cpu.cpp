@@ -1,0 +1,61 @@
+// AVX2 needs more than the processor: the operating system has to save the upper halves of the registers too, or
+// another process would overwrite them.
+#include "kernels/cpu.h"
+
+#if defined(__i386__) || defined(__x86_64__)
+
+#include <cpuid.h>
+#include <immintrin.h>
+
+namespace
+{
+
+constexpr uint32_t kXmmAndYmm = 0x6;  // of register XCR0: both kinds of vector registers are saved
+
+// Only on processors with OSXSAVE.
+__attribute__((target("xsave"))) bool _os_saves_ymm()
+{
+    return (static_cast<uint32_t>(_xgetbv(0)) & kXmmAndYmm) == kXmmAndYmm;
+}
+
+bool _has_avx2(uint32_t ecx_of_leaf_1)
+{
+    constexpr uint32_t kNeeded = bit_OSXSAVE | bit_AVX;
+    uint32_t eax = 0;
+    uint32_t ebx = 0;
+    uint32_t ecx = 0;
+    uint32_t edx = 0;
+    return (ecx_of_leaf_1 & kNeeded) == kNeeded && _os_saves_ymm() &&
+           __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) != 0 && (ebx & bit_AVX2) != 0;
+}
+
+}  // namespace
+
+uint32_t ozr_cpu_features()
+{
+    uint32_t eax = 0;
+    uint32_t ebx = 0;
+    uint32_t ecx = 0;
+    uint32_t edx = 0;
+    if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0)
+        return 0;
+    return ((edx & bit_SSE2) != 0 ? kOzrCpuSse2 : 0) | ((ecx & bit_SSSE3) != 0 ? kOzrCpuSsse3 : 0) |
+           (_has_avx2(ecx) ? kOzrCpuAvx2 : 0);
+}
+
+#elif defined(__wasm_simd128__)
+
+// The engine would have refused a module whose vectors it does not know.
+uint32_t ozr_cpu_features()
+{
+    return kOzrCpuSse2 | kOzrCpuSsse3;
+}
+
+#else
+
+uint32_t ozr_cpu_features()
+{
+    return 0;
+}
+
+#endif

@@ -1,0 +1,52 @@
+#include <stddef.h>
+
+#include "kernels/scalar/scalar.h"
+
+namespace
+{
+
+// Adds the shifted sums of one half row to the totals.
+void _correlate_run(OzrCorrelation* totals, const OzrAreaPair& areas, const uint8_t* row_a,
+                    const uint8_t* row_b, int32_t count, int32_t shift)
+{
+    int32_t aa = 0;
+    int32_t bb = 0;
+    int32_t ab = 0;
+    for (int32_t x = 0; x < count; ++x) {
+        const int32_t a = row_a[x] - areas.a_mean;
+        const int32_t b = row_b[x] - areas.b_mean;
+        aa += a * a;
+        bb += b * b;
+        ab += a * b;
+    }
+    const auto add = [](int32_t* total, int32_t part) {
+        *total = static_cast<int32_t>(static_cast<uint32_t>(*total) + static_cast<uint32_t>(part));
+    };
+    add(&totals->aa, aa >> shift);
+    add(&totals->bb, bb >> shift);
+    add(&totals->ab, ab >> shift);
+}
+
+}  // namespace
+
+void integral_row_scalar(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t width)
+{
+    uint32_t row_sum = 0;
+    for (int32_t x = 0; x < width; ++x) {
+        row_sum += pixels[x];
+        out[x] = row_sum + (above != nullptr ? above[x] : 0);
+    }
+}
+
+OzrCorrelation correlate_areas_scalar(const OzrAreaPair& areas, int32_t shift)
+{
+    OzrCorrelation totals = {};
+    const int32_t half = areas.columns >> 1;
+    for (int32_t y = 0; y < areas.rows; ++y) {
+        const uint8_t* row_a = areas.a + static_cast<ptrdiff_t>(y) * areas.a_stride;
+        const uint8_t* row_b = areas.b + static_cast<ptrdiff_t>(y) * areas.b_stride;
+        _correlate_run(&totals, areas, row_a, row_b, half, shift);
+        _correlate_run(&totals, areas, row_a + half, row_b + half, areas.columns - half, shift);
+    }
+    return totals;
+}

@@ -1,0 +1,48 @@
+#include <stdlib.h>
+
+#include <algorithm>
+
+#include "kernels/scalar/scalar.h"
+
+namespace
+{
+
+// `Difference` is the signed number as wide as a `Sum`.
+template <class Sum, class Difference>
+void _sum_columns(Sum* sums, int8_t* steps, const Sum* above, const OzrSeamRow& row, int32_t first,
+                  int32_t end)
+{
+    const OzrSeamRow r = row;  // a copy, which no store below can change
+    for (int32_t x = first; x < end; ++x) {
+        const Sum straight = above[x];
+        // How far the neighbours lie from it. One that is missing is as far as it: a tie is no step.
+        const auto left = static_cast<Difference>(x > 0 ? above[x - 1] - straight : 0);
+        const auto right = static_cast<Difference>(x < r.width - 1 ? above[x + 1] - straight : 0);
+        // Without a branch on the pictures: it would be guessed wrong every few pixels.
+        const Difference better = std::min<Difference>(left, 0);
+        const Difference least = std::min(better, right);
+        const int32_t takes_right = least != better;
+        const int32_t takes_left = better != 0;
+        const uint32_t cost = static_cast<uint32_t>(abs(r.a[x] - r.b[x])) | r.mask[x];
+        sums[x] = static_cast<Sum>(cost + straight + static_cast<uint32_t>(least));
+        steps[x] = static_cast<int8_t>(takes_right - (takes_left & (takes_right ^ 1)));
+    }
+}
+
+}  // namespace
+
+void seam_sum_columns_scalar(uint16_t* sums, int8_t* steps, const uint16_t* above, const OzrSeamRow& row,
+                             int32_t first, int32_t end)
+{
+    _sum_columns<uint16_t, int16_t>(sums, steps, above, row, first, end);
+}
+
+void seam_sum_row_scalar(uint16_t* sums, int8_t* steps, const uint16_t* above, const OzrSeamRow& row)
+{
+    seam_sum_columns_scalar(sums, steps, above, row, 0, row.width);
+}
+
+void seam_sum_wide_row_scalar(uint32_t* sums, int8_t* steps, const uint32_t* above, const OzrSeamRow& row)
+{
+    _sum_columns<uint32_t, int32_t>(sums, steps, above, row, 0, row.width);
+}

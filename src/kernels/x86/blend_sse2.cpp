@@ -1,0 +1,69 @@
+// Transitions, SSE2, 16 bytes at a time. In 128ths a byte is 128 e + a (l - e) + 128, at most 128 * 255 + 128 = 32 768:
+// the difference may be negative, the whole fits unsigned 16 bits, and the packing limits the 256 that it can give.
+#include <emmintrin.h>
+#include <stdint.h>
+
+#include "kernels/scalar/scalar.h"
+#include "kernels/x86/x86.h"
+
+namespace
+{
+
+constexpr int32_t kStep = 16;
+constexpr int32_t kHalf = kStep / 2;
+
+__m128i _load(const uint8_t* src)
+{
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+}
+
+__m128i _blend_words(__m128i earlier, __m128i later, __m128i weights)
+{
+    const __m128i change = _mm_mullo_epi16(_mm_sub_epi16(later, earlier), weights);
+    const __m128i sum = _mm_add_epi16(_mm_slli_epi16(earlier, 7), change);
+    return _mm_srli_epi16(_mm_add_epi16(sum, _mm_set1_epi16(128)), 7);
+}
+
+// Blends whole vectors of `count` bytes and says how many bytes that were. `weights` are those of the first eight,
+// `half_step` lies between the weights of a byte and of the one eight bytes on.
+int32_t _blend(uint8_t* dst, const uint8_t* later, int32_t count, __m128i weights, int32_t half_step)
+{
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i step = _mm_set1_epi16(static_cast<int16_t>(half_step));
+    int32_t x = 0;
+    for (; x <= count - kStep; x += kStep) {
+        const __m128i e = _load(dst + x);
+        const __m128i l = _load(later + x);
+        const __m128i low = _blend_words(_mm_unpacklo_epi8(e, zero), _mm_unpacklo_epi8(l, zero), weights);
+        weights = _mm_add_epi16(weights, step);
+        const __m128i high = _blend_words(_mm_unpackhi_epi8(e, zero), _mm_unpackhi_epi8(l, zero), weights);
+        weights = _mm_add_epi16(weights, step);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + x), _mm_packus_epi16(low, high));
+    }
+    return x;
+}
+
+__m128i _weights(int32_t first_weight, int32_t weight_step, __m128i positions)
+{
+    const __m128i rises = _mm_mullo_epi16(positions, _mm_set1_epi16(static_cast<int16_t>(weight_step)));
+    return _mm_add_epi16(_mm_set1_epi16(static_cast<int16_t>(first_weight)), rises);
+}
+
+}  // namespace
+
+void blend_row_sse2(uint8_t* dst, const uint8_t* later, int32_t count, int32_t first_weight,
+                    int32_t weight_step)
+{
+    const __m128i weights = _weights(first_weight, weight_step, _mm_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7));
+    const int32_t x = _blend(dst, later, count, weights, kHalf * weight_step);
+    blend_row_scalar(dst + x, later + x, count - x, first_weight + x * weight_step, weight_step);
+}
+
+void blend_pairs_row_sse2(uint8_t* dst, const uint8_t* later, int32_t pairs, int32_t first_weight,
+                          int32_t weight_step)
+{
+    const __m128i weights = _weights(first_weight, weight_step, _mm_setr_epi16(0, 0, 1, 1, 2, 2, 3, 3));
+    const int32_t x = _blend(dst, later, 2 * pairs, weights, kHalf / 2 * weight_step);
+    blend_pairs_row_scalar(dst + x, later + x, pairs - x / 2, first_weight + x / 2 * weight_step,
+                           weight_step);
+}

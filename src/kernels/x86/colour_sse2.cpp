@@ -1,0 +1,92 @@
+// Colour conversion, SSE2, 16 pixels at a time; colour_rows.h has what AVX2 does too.
+#include "kernels/scalar/scalar.h"
+#include "kernels/x86/colour_rows.h"
+#include "kernels/x86/vectors_sse2.h"
+#include "kernels/x86/x86.h"
+
+namespace
+{
+
+using Rows = ColourRows<Sse2>;
+
+constexpr int32_t kStep = Rows::kStep;
+constexpr int32_t kRgbaBytes = Rows::kRgbaBytes;
+
+}  // namespace
+
+void yvu_to_rgba_row_sse2(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, int32_t pairs)
+{
+    Rows::pairs_to_rgba<true>(dst, luma, chroma, pairs, yvu_to_rgba_row_scalar);
+}
+
+void yuv_to_rgba_row_sse2(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, int32_t pairs)
+{
+    Rows::pairs_to_rgba<false>(dst, luma, chroma, pairs, yuv_to_rgba_row_scalar);
+}
+
+void planar_to_rgba_row_sse2(uint8_t* dst, const uint8_t* luma, const uint8_t* u, const uint8_t* v,
+                             int32_t pairs)
+{
+    Rows::planar_to_rgba(dst, luma, u, v, pairs, planar_to_rgba_row_scalar);
+}
+
+void yuyv_to_rgba_row_sse2(uint8_t* dst, const uint8_t* src, int32_t pairs)
+{
+    Rows::yuyv_to_rgba(dst, src, pairs, yuyv_to_rgba_row_scalar);
+}
+
+void gray_to_rgba_row_sse2(uint8_t* dst, const uint8_t* src, int32_t count)
+{
+    const __m128i opaque = _mm_set1_epi32(-1);
+    int32_t x = 0;
+    for (; x <= count - kStep; x += kStep, dst += kStep * kRgbaBytes) {
+        const __m128i gray = Sse2::load(src + x);
+        const __m128i rg_low = _mm_unpacklo_epi8(gray, gray);
+        const __m128i rg_high = _mm_unpackhi_epi8(gray, gray);
+        const __m128i ba_low = _mm_unpacklo_epi8(gray, opaque);
+        const __m128i ba_high = _mm_unpackhi_epi8(gray, opaque);
+        Sse2::store_halves(dst, {_mm_unpacklo_epi16(rg_low, ba_low), _mm_unpackhi_epi16(rg_low, ba_low)},
+                           {_mm_unpacklo_epi16(rg_high, ba_high), _mm_unpackhi_epi16(rg_high, ba_high)});
+    }
+    gray_to_rgba_row_scalar(dst, src + x, count - x);
+}
+
+void rgba_to_gray_row_sse2(uint8_t* dst, const uint8_t* src, int32_t count)
+{
+    const int32_t done = Rows::weigh_row(dst, src, count, kGrayWeights);
+    rgba_to_gray_row_scalar(dst + done, src + int64_t{done} * kRgbaBytes, count - done);
+}
+
+// In place, 16 bytes are written over pixels that were read long before.
+void rgba_to_luma_row_sse2(uint8_t* dst, const uint8_t* src, int32_t count, int32_t step)
+{
+    const int32_t done = step == 1 ? Rows::weigh_row(dst, src, count, kLumaWeights) : 0;
+    rgba_to_luma_row_scalar(dst + done, src + int64_t{done} * kRgbaBytes, count - done, step);
+}
+
+void rgba_to_uv_row_sse2(uint8_t* dst, const uint8_t* src, int32_t pairs)
+{
+    Rows::rgba_to_pairs<false>(dst, src, pairs, rgba_to_uv_row_scalar);
+}
+
+void rgba_to_vu_row_sse2(uint8_t* dst, const uint8_t* src, int32_t pairs)
+{
+    Rows::rgba_to_pairs<true>(dst, src, pairs, rgba_to_vu_row_scalar);
+}
+
+void rgba_to_u_v_rows_sse2(uint8_t* u, uint8_t* v, const uint8_t* src, int32_t pairs)
+{
+    int32_t p = 0;
+    for (; p <= pairs - kStep / 2; p += kStep / 2, src += kStep * kRgbaBytes) {
+        const Rows::Chroma chroma = Rows::chroma(src);
+        const __m128i u_v = Sse2::pack(chroma.u, chroma.v);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(u + p), u_v);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(v + p), _mm_srli_si128(u_v, 8));
+    }
+    rgba_to_u_v_rows_scalar(u + p, v + p, src, pairs - p);
+}
+
+void rgba_to_yuyv_row_sse2(uint8_t* dst, const uint8_t* src, int32_t pairs)
+{
+    Rows::rgba_to_yuyv(dst, src, pairs, rgba_to_yuyv_row_scalar);
+}

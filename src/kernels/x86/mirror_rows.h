@@ -1,0 +1,64 @@
+// Mirrors in vectors of any width: two from either end change places and order; the scalar function mirrors what remains
+// in the middle. `V` is Sse2 or Avx2 and reverses a vector, with an order of bytes that does so for 16 of them.
+#ifndef OZR_MIRROR_ROWS_H
+#define OZR_MIRROR_ROWS_H
+
+#include <emmintrin.h>
+
+#include "base/prefetch.h"
+#include "kernels/scalar/scalar.h"
+
+// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+namespace
+{
+
+template <class V>
+struct MirrorRows {
+    static constexpr int64_t kStep = 2 * V::kBytes;
+    using Vector = typename V::Vector;
+
+    // Two vectors at a time from either end, as long as they do not meet; returns the bytes done at either end.
+    static int64_t swap_ends(uint8_t* row, int64_t bytes, __m128i order)
+    {
+        int64_t x = 0;
+        for (; 2 * (x + kStep) <= bytes; x += kStep) {
+            uint8_t* left = row + x;
+            uint8_t* right = row + bytes - x - kStep;
+            // The next row mostly begins where this one ends.
+            prefetch(left, static_cast<uintptr_t>(bytes));
+            prefetch(right, static_cast<uintptr_t>(bytes));
+            const Vector left0 = V::reversed(V::load(left), order);
+            const Vector left1 = V::reversed(V::load(left + V::kBytes), order);
+            V::store(left, V::reversed(V::load(right + V::kBytes), order));
+            V::store(left + V::kBytes, V::reversed(V::load(right), order));
+            V::store(right, left1);
+            V::store(right + V::kBytes, left0);
+        }
+        return x;
+    }
+
+    static void bytes_row(uint8_t* row, int32_t count)
+    {
+        const int64_t x =
+            swap_ends(row, count, _mm_setr_epi8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0));
+        mirror_bytes_row_scalar(row + x, static_cast<int32_t>(count - 2 * x));
+    }
+
+    static void pairs_row(uint8_t* row, int32_t bytes)
+    {
+        const int64_t x =
+            swap_ends(row, bytes, _mm_setr_epi8(14, 15, 12, 13, 10, 11, 8, 9, 6, 7, 4, 5, 2, 3, 0, 1));
+        mirror_pairs_row_scalar(row + x, static_cast<int32_t>(bytes - 2 * x));
+    }
+
+    static void quads_row(uint8_t* row, int32_t count)
+    {
+        const int64_t x = swap_ends(row, int64_t{count} * 4,
+                                    _mm_setr_epi8(12, 13, 14, 15, 8, 9, 10, 11, 4, 5, 6, 7, 0, 1, 2, 3));
+        mirror_quads_row_scalar(row + x, static_cast<int32_t>(count - x / 2));
+    }
+};
+
+}  // namespace
+
+#endif

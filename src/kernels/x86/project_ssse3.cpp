@@ -1,0 +1,31 @@
+#include <tmmintrin.h>
+
+#include "kernels/x86/projection_rows.h"
+#include "kernels/x86/vectors_sse2.h"
+#include "kernels/x86/x86.h"
+
+namespace
+{
+
+struct ProjectSsse3 : Sse2 {
+    static Vector shuffled(Vector bytes, __m128i order) { return _mm_shuffle_epi8(bytes, order); }
+    static Words multiply_add_bytes(Vector a, Vector b) { return Words(_mm_maddubs_epi16(a, b)); }
+    static Words absolute(Words words) { return Words(_mm_abs_epi16(Vector(words))); }
+    static Words subtract_limited(Words a, Words b) { return Words(_mm_subs_epu16(Vector(a), Vector(b))); }
+    static bool any(Words mask) { return _mm_movemask_epi8(Vector(mask)) != 0; }
+
+    static Vector load_at(const uint8_t* src, const int32_t* offsets) { return load(src + offsets[0]); }
+    static void store_blocks(uint8_t* dst, Words pixels)
+    {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), pack(pixels, pixels));
+    }
+};
+
+}  // namespace
+
+void project_luma_row_ssse3(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
+                            const OzrProjectionRow& row, int32_t blocks)
+{
+    ProjectionRows<ProjectSsse3>::project_row(dst, src, src_bytes, stride, row, blocks,
+                                              project_luma_row_scalar);
+}

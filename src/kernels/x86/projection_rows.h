@@ -1,0 +1,87 @@
+// Rows of a projection from the factors of the weights, in vectors of any width: one block of 8 pixels to 16 bytes. A
+// source row is weighed column by column with byte products, which give at most 255 * 16, and the sums then by rows:
+// 255 * 256 and the rounding fit unsigned 16 bits. `V` is Sse2 or Avx2 with what bytes need beyond SSE2.
+#ifndef OZR_PROJECTION_ROWS_H
+#define OZR_PROJECTION_ROWS_H
+
+#include <emmintrin.h>
+#include <stddef.h>
+
+#include "kernels/projection_block.h"
+#include "kernels/scalar/scalar.h"
+
+// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+namespace
+{
+
+template <class V>
+struct ProjectionRows {
+    static constexpr int32_t kBlocks = V::kBytes / 16;
+    static constexpr int32_t kLoad = 16;  // bytes read of a source row, of which the patches cover 11
+    using Vector = typename V::Vector;
+    using Words = typename V::Words;
+    using Sums = typename V::WordSums;
+    using Two = typename V::Two;  // the weights of the first two and the last two columns
+
+    // One source row under the column weights.
+    static Sums weighed(Vector bytes, const Two& columns)
+    {
+        const Vector pairs01 =
+            V::shuffled(bytes, _mm_setr_epi8(0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8));
+        const Vector pairs23 =
+            V::shuffled(bytes, _mm_setr_epi8(2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 10));
+        return Sums(V::multiply_add_bytes(pairs01, columns.first)) +
+               Sums(V::multiply_add_bytes(pairs23, columns.second));
+    }
+
+    // Source row i of every pixel, times its row weight.
+    static Sums row_part(Vector bytes, const Two& columns, Words behind, int32_t i)
+    {
+        const Words distance = V::absolute(behind - V::all_words(static_cast<int16_t>(kPixel * i)));
+        return weighed(bytes, columns) * Sums(V::subtract_limited(V::all_words(kPixel), distance));
+    }
+
+    static void project(uint8_t* dst, const uint8_t* src, ptrdiff_t stride, const OzrProjectionRow& row)
+    {
+        const Two columns = V::halves(V::load(row.columns), V::load(row.columns + V::kBytes));
+        const Words behind = V::load_words(row.rows);
+        Sums sum = Sums(V::all_words(128)) + row_part(V::load_at(src, row.offsets), columns, behind, 0);
+        sum += row_part(V::load_at(src + stride, row.offsets), columns, behind, 1);
+        sum += row_part(V::load_at(src + 2 * stride, row.offsets), columns, behind, 2);
+        // Neighbouring pixels lie at nearly one height: the last row of the patches is seldom reached.
+        if (V::any(behind > V::all_words(2 * kPixel)))
+            sum += row_part(V::load_at(src + 3 * stride, row.offsets), columns, behind, 3);
+        V::store_blocks(dst, V::high_bytes(Vector(sum)));
+    }
+
+    static OzrProjectionRow from(const OzrProjectionRow& row, int32_t block)
+    {
+        const ptrdiff_t b = block;
+        return {row.offsets + b, row.weights + kBlockWeights * b, row.columns + kColumnWeights * b,
+                row.rows + kBlock * b};
+    }
+
+    // Blocks whose loads could leave the source, and those left over, go to another variant.
+    static void project_row(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
+                            const OzrProjectionRow& row, int32_t blocks, ProjectLumaRow* narrow)
+    {
+        const int64_t last_offset = src_bytes - (kPatch - 1) * int64_t{stride} - kLoad;
+        for (int32_t b = 0; b < blocks; b += kBlocks, dst += ptrdiff_t{kBlocks} * kBlock) {
+            const int32_t count = blocks - b < kBlocks ? blocks - b : kBlocks;
+            if (count == kBlocks && is_inside(row.offsets + b, last_offset))
+                project(dst, src, stride, from(row, b));
+            else
+                narrow(dst, src, src_bytes, stride, from(row, b), count);
+        }
+    }
+
+    static bool is_inside(const int32_t* offsets, int64_t last_offset)
+    {
+        const bool first = offsets[0] >= 0 && offsets[0] <= last_offset;
+        return first && offsets[kBlocks - 1] >= 0 && offsets[kBlocks - 1] <= last_offset;
+    }
+};
+
+}  // namespace
+
+#endif

@@ -1,0 +1,45 @@
+// Sums of absolute differences in vectors of any width, `V` being Sse2 or Avx2.
+#ifndef OZR_SAD_AREAS_H
+#define OZR_SAD_AREAS_H
+
+#include <stddef.h>
+
+#include "kernels/kernels.h"
+#include "kernels/x86/last_lanes.h"
+
+// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+namespace
+{
+
+// Areas at least as wide as a vector.
+template <class V>
+uint32_t _sad_area(const uint8_t* a, int64_t a_stride, const uint8_t* b, int64_t b_stride, int32_t columns,
+                   int32_t rows)
+{
+    const int32_t last = columns - V::kBytes;
+    const auto fresh = V::load(last_lanes(V::kBytes, columns % V::kBytes));
+    typename V::Sums64 sums = {};
+    for (int32_t y = 0; y < rows; ++y) {
+        for (int32_t x = 0; x <= last; x += V::kBytes)
+            sums += V::sad(V::load(a + x), V::load(b + x));
+        sums += V::sad(V::load(a + last) & fresh, V::load(b + last) & fresh);
+        a += static_cast<ptrdiff_t>(a_stride);
+        b += static_cast<ptrdiff_t>(b_stride);
+    }
+    return V::total(sums);
+}
+
+template <class V>
+uint32_t _sad_const_row(const uint8_t* a, uint8_t value, int32_t count, SadConstRow* rest)
+{
+    const auto values = V::all_bytes(value);
+    typename V::Sums64 sums = {};
+    int32_t x = 0;
+    for (; x <= count - V::kBytes; x += V::kBytes)
+        sums += V::sad(V::load(a + x), values);
+    return V::total(sums) + rest(a + x, value, count - x);
+}
+
+}  // namespace
+
+#endif

@@ -1,0 +1,37 @@
+#include "session/calls.h"
+
+namespace
+{
+
+// Calls that may be at work at once, in all sessions together; a place for each.
+constexpr int kPlaces = 64;
+const panorama_t* g_sessions[kPlaces];  // null: free
+
+}  // namespace
+
+PanoramaCall::PanoramaCall(const panorama_t* session) : place_(nullptr)
+{
+    for (const panorama_t*& place : g_sessions) {
+        const panorama_t* nobody = nullptr;
+        if (__atomic_compare_exchange_n(&place, &nobody, session, false, __ATOMIC_ACQ_REL,
+                                        __ATOMIC_RELAXED)) {
+            place_ = &place;
+            return;
+        }
+    }
+}
+
+PanoramaCall::~PanoramaCall()
+{
+    if (place_ != nullptr)
+        __atomic_store_n(place_, nullptr, __ATOMIC_RELEASE);
+}
+
+bool panorama_call_is_at_work(const panorama_t* session)
+{
+    for (const panorama_t*& place : g_sessions) {
+        if (__atomic_load_n(&place, __ATOMIC_ACQUIRE) == session)
+            return true;
+    }
+    return false;
+}

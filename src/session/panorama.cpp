@@ -1,0 +1,353 @@
+// The session. Public images are wrapped, not copied, and every engine result is mapped to an ozr_err here.
+#include "session/panorama.h"
+
+#include <stdlib.h>
+
+#include "engine/panorama_engine.h"
+#include "image/pano_result.h"
+#include "ozr_log.h"
+#include "ozr_support.h"
+#include "session/calls.h"
+#include "support/image_rows.h"
+#include "support/ozr_chain.h"
+
+#if UINTPTR_MAX == UINT32_MAX
+static_assert(sizeof(panorama_t) == 24, "the table, then five words");
+#endif
+static_assert(sizeof(panorama_param_t) == 16, "four 32-bit words");
+
+namespace
+{
+
+constexpr int32_t kCancelPolls = 10;
+constexpr uint32_t kCancelPollMs = 100;
+constexpr uint32_t kLeavePollMs = 5;
+
+ozr_err pano_result_to_ozr_err(int32_t result)
+{
+    switch (result) {
+    case kPanoSuccess:
+        return ozr_success;
+    case kPanoNotSupported:
+        return ozr_err_not_supported;
+    case kPanoNullArgument:
+    case kPanoBadArgument:
+        return ozr_err_invalid_argument;
+    case kPanoOutOfBound:
+    case kPanoTooManyPictures:
+        return ozr_err_out_of_bound;
+    case kPanoNoMemory:
+        return ozr_err_nomem;
+    case kPanoCancelled:  // not "interrupted": to a caller a cancelled session is in the wrong state
+    case kPanoWrongState:
+    case kPanoPictureBusy:
+    case kPanoSynthesisRunning:
+    case kPanoCancelTimeout:
+    case kPanoCoreNotInitialised:
+    case kPanoPreviousMissing:
+    case kPanoPictureMissing:
+        return ozr_err_invalid_status;
+    default:
+        return ozr_err_general;
+    }
+}
+
+// Logs and returns the mapping of a failed engine step.
+#define RAISE_IF_FAILED(result)                                                                              \
+    do {                                                                                                     \
+        const int32_t engine_result_ = (result);                                                             \
+        if (engine_result_ < 0)                                                                              \
+            OZR_RAISE(pano_result_to_ozr_err(engine_result_));                                               \
+    } while (0)
+
+int32_t _working_format(ozr_image_format format)
+{
+    switch (format) {
+    case ozr_image_format_nv12:
+        return kPanoNv12;
+    case ozr_image_format_rgba32:
+        return kPanoRgba;
+    case ozr_image_format_yuy2:
+        return kPanoYuyv;
+    case ozr_image_format_nv21:
+        return kPanoNv21;
+    default:  // of yv12 only the luma plane is used, and it comes first
+        return kPanoGray;
+    }
+}
+
+ozr_image_format _public_format(int32_t format)
+{
+    switch (format) {
+    case kPanoNv12:
+        return ozr_image_format_nv12;
+    case kPanoNv21:
+        return ozr_image_format_nv21;
+    case kPanoYuyv:
+        return ozr_image_format_yuy2;
+    case kPanoRgba:
+        return ozr_image_format_rgba32;
+    default:
+        return ozr_image_format_gray;
+    }
+}
+
+PanoImg _wrap(const ozr_image* image)
+{
+    return {_working_format(image->format),
+            image->width,
+            image->height,
+            image->stride,
+            image->size,
+            0,
+            image->data};
+}
+
+// Whether 32 bits count all planes of a picture. The engine is not shown those of yv12 behind the first.
+bool _is_countable(const ozr_image* image)
+{
+    return ozr_image_counts_bytes(image, image->stride);
+}
+
+// The numbers of the directions are the same on both sides; anything else is undecided.
+ozr_panorama_direction _known_direction(int32_t direction)
+{
+    const bool known = direction >= ozr_panorama_direction_right && direction <= ozr_panorama_direction_up;
+    return known ? static_cast<ozr_panorama_direction>(direction) : ozr_panorama_direction_auto;
+}
+
+int32_t _engine_direction(const PanoramaInternal* engine)
+{
+    return engine != nullptr ? engine->direction : kDirectionUndecided;
+}
+
+// A share of a size in percent, truncated towards zero; exact for any 32-bit size.
+int32_t _percent_of(int32_t size, int32_t percent)
+{
+    return static_cast<int32_t>(int64_t{percent} * size / 100);
+}
+
+// Where the next picture is expected when the caller does not say: the part of a picture that does not overlap further.
+ozr_point _expected_offset(const PanoImg& picture, int32_t direction, int32_t overlap_percent)
+{
+    const int32_t ahead = 100 - overlap_percent;
+    switch (direction) {
+    case kDirectionRight:
+        return {_percent_of(picture.width, ahead), 0};
+    case kDirectionLeft:
+        return {_percent_of(picture.width, -ahead), 0};
+    case kDirectionDown:
+        return {0, _percent_of(picture.height, ahead)};
+    case kDirectionUp:
+        return {0, _percent_of(picture.height, -ahead)};
+    default:
+        return {0, 0};
+    }
+}
+
+template <class T>
+void _release(T** block)
+{
+    ozr_free(*block);
+    *block = nullptr;
+}
+
+// Makes what a session owns. Failures are logged under the constructor's name.
+ozr_err _build(panorama_t* session, const ozr_config* source)
+{
+    constexpr char kConstructor[] = "panorama_t";
+    if (source == nullptr)
+        return ozr_raise(ozr_err_invalid_argument, "", kConstructor, __LINE__);
+    session->config = static_cast<ozr_config*>(ozr_malloc(sizeof(ozr_config)));
+    if (session->config == nullptr)
+        return ozr_raise(ozr_err_nomem, "", kConstructor, __LINE__);
+    *session->config = *source;
+    session->params = static_cast<panorama_param_t*>(ozr_malloc(sizeof(panorama_param_t)));
+    if (session->params == nullptr)
+        return ozr_raise(ozr_err_nomem, "", kConstructor, __LINE__);
+    const int32_t created = panorama_engine_create(&session->engine);
+    if (created < 0)
+        return ozr_raise(pano_result_to_ozr_err(created), "", kConstructor, __LINE__);
+    panorama_param_t p = {};
+    const ozr_err read = session->panorama_t::get_parameters(&p);  // fills the cache
+    return read == ozr_success ? read : ozr_raise(read, "from get_parameters(&p)", kConstructor, __LINE__);
+}
+
+// While another thread's call is at work in the session, for at most `ms`: asks the engine to stop. The request is repeated,
+// because a call that has just begun a sweep does not see the first one. Whether the call has left.
+bool _see_call_leave(const panorama_t* session, uint32_t ms)
+{
+    for (uint32_t waited = 0; waited < ms && panorama_call_is_at_work(session); waited += kLeavePollMs) {
+        panorama_engine_request_cancel(session->engine);
+        ozr_platform_sleep(kLeavePollMs);
+    }
+    return !panorama_call_is_at_work(session);
+}
+
+}  // namespace
+
+panorama_t::panorama_t(const ozr_config* source)
+    : engine(nullptr), config(nullptr), params(nullptr), detected_count(0), stitched_count(0)
+{
+    const ozr_err error = _build(this, source);
+    if (error == ozr_success)
+        return;
+    ozr_log_debug("error:(%d:%s) @ %s():%d", error, "error_string", __func__, __LINE__);
+    _release(&config);
+    _release(&params);
+    panorama_engine_destroy(&engine);
+}
+
+panorama_t::~panorama_t()
+{
+    if (engine != nullptr) {
+        if (panorama_t::cancel_processes() != ozr_success)
+            ozr_log_error("Failed to cancel jobs");
+        panorama_engine_destroy(&engine);
+    }
+    _release(&config);
+    _release(&params);
+}
+
+ozr_err panorama_t::reset()
+{
+    // A reset that ran out of memory has lost the engine; the next one makes a new engine.
+    OZR_RAISE_IF(params == nullptr, ozr_err_invalid_status);
+    if (engine != nullptr)
+        OZR_FORWARD(cancel_processes());
+    const int32_t renewed =
+        engine != nullptr ? panorama_engine_init(engine) : panorama_engine_create(&engine);
+    if (renewed < 0) {
+        engine = nullptr;  // released by the failed step
+        OZR_RAISE(pano_result_to_ozr_err(renewed));
+    }
+    detected_count = 0;
+    stitched_count = 0;
+    return ozr_success;
+}
+
+int32_t panorama_t::detect_frame_to_stitch(const ozr_image* preview, ozr_point* offset,
+                                           ozr_panorama_direction& direction)
+{
+    OZR_RAISE_IF(preview == nullptr || offset == nullptr, ozr_err_invalid_argument);
+    OZR_RAISE_IF(!_is_countable(preview), ozr_err_invalid_argument);
+    const PanoImg frame = _wrap(preview);
+    const int32_t due = panorama_engine_process_frame(engine, &frame);
+    RAISE_IF_FAILED(due);
+    *offset = {engine->offset_x, engine->offset_y};
+    direction = _known_direction(engine->direction);
+    if (due == 0)
+        return 0;
+    engine->offset_x = 0;
+    engine->offset_y = 0;
+    // The first picture is not announced. Compared unsigned, so that a maximum of 0 sets no limit.
+    if (static_cast<uint32_t>(detected_count) >= static_cast<uint32_t>(params->max_num_images) - 1U)
+        return 0;
+    return ++detected_count;
+}
+
+ozr_err panorama_t::stitch_one_image(ozr_image* picture, const ozr_point* offset)
+{
+    OZR_RAISE_IF(picture == nullptr, ozr_err_invalid_argument);
+    OZR_RAISE_IF(!_is_countable(picture), ozr_err_invalid_argument);
+    const PanoImg img = _wrap(picture);
+    ozr_point at = {0, 0};
+    if (stitched_count == 0) {
+        RAISE_IF_FAILED(panorama_engine_start_capture(engine, &img));
+        set_direction(params->direction);  // the start has just cleared the engine's
+    } else {
+        OZR_RAISE_IF(_engine_direction(engine) == kDirectionUndecided, ozr_err_invalid_status);
+    }
+    RAISE_IF_FAILED(panorama_engine_prepare_stitch(engine));
+    if (stitched_count > 0)
+        at = offset != nullptr ? *offset : _expected_offset(img, engine->direction, params->overlap_percent);
+    RAISE_IF_FAILED(panorama_engine_set_image(engine, &img, stitched_count, &at));
+    ++stitched_count;
+    return ozr_success;
+}
+
+ozr_err panorama_t::run(ozr_image* output)
+{
+    OZR_RAISE_IF(output == nullptr, ozr_err_invalid_argument);
+    RAISE_IF_FAILED(panorama_engine_stop_capture(engine));
+    RAISE_IF_FAILED(panorama_engine_process_synthesis(engine));
+    const PanoImg& img = engine->out_img;
+    *output = {img.data, img.size, img.width, img.height, _public_format(img.format), img.stride, 0};
+    return ozr_success;
+}
+
+ozr_err panorama_t::set_parameters(const panorama_param_t* p)
+{
+    // Refused, not crashed on, without an object. Read back as volatile (and this file is compiled without the
+    // assumption that pointers are set): `this` would otherwise be taken for granted.
+    const panorama_t* volatile session = this;
+    OZR_RAISE_IF(session == nullptr || p == nullptr, ozr_err_invalid_argument);
+    OZR_RAISE_IF(engine == nullptr || engine->status != kStatusIdle, ozr_err_invalid_status);
+    if (p->overlap_percent != params->overlap_percent)
+        RAISE_IF_FAILED(panorama_engine_set_param(engine, kParamOverlap, p->overlap_percent));
+    if (get_direction() != p->direction)
+        set_direction(p->direction);
+    *params = *p;  // kept: strict mode and number of pictures are cached without being sent to the engine
+    return ozr_success;
+}
+
+ozr_err panorama_t::get_parameters(panorama_param_t* p)
+{
+    OZR_RAISE_IF(p == nullptr, ozr_err_invalid_argument);
+    const int32_t overlap = panorama_engine_get_param(engine, kParamOverlap);
+    RAISE_IF_FAILED(overlap);
+    params->overlap_percent = overlap;
+    const int32_t max_images = panorama_engine_get_param(engine, kParamMaxImages);
+    RAISE_IF_FAILED(max_images);
+    params->max_num_images = max_images;
+    const int32_t strict_mode = panorama_engine_get_param(engine, kParamStrictMode);
+    RAISE_IF_FAILED(strict_mode);
+    params->strict_mode = strict_mode;
+    // Through the table, as every caller's; the constructor's call finds this very class.
+    params->direction = get_direction();  // NOLINT(clang-analyzer-optin.cplusplus.VirtualCall)
+    *p = *params;
+    return ozr_success;
+}
+
+void panorama_t::set_direction(ozr_panorama_direction d)
+{
+    if (engine != nullptr)
+        engine->direction = _known_direction(d);
+}
+
+ozr_panorama_direction panorama_t::get_direction()
+{
+    return _known_direction(_engine_direction(engine));
+}
+
+ozr_err panorama_t::cancel_processes()
+{
+    panorama_engine_cancel_process_async(engine);
+    int32_t ready = kPanoSuccess;
+    for (int32_t i = 0; i < kCancelPolls; ++i) {
+        ready = panorama_engine_check_ready_to_destroy(engine);
+        // The engine's words tell when its work has ended, not when the call that asked for it has left.
+        if (ready == kPanoSuccess)
+            return _see_call_leave(this, kCancelPolls * kCancelPollMs) ? ozr_success : ozr_err_invalid_status;
+        if (panorama_call_is_at_work(this))
+            _see_call_leave(this, kCancelPollMs);
+        else
+            ozr_platform_sleep(kCancelPollMs);
+    }
+    return pano_result_to_ozr_err(ready);
+}
+
+void* panorama_t::operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return malloc(size);
+}
+
+void panorama_t::operator delete(void* session) noexcept
+{
+    free(session);
+}
+
+void panorama_t::operator delete(void* session, const std::nothrow_t& /*tag*/) noexcept
+{
+    free(session);
+}

@@ -1,0 +1,383 @@
+// The vector kernels against their scalar meaning: every level that the machine has, on random and extreme bytes. Inputs
+// end at, or start behind, a page that must not be touched; outputs do likewise, and are compared with everything around
+// what may be written.
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iostream>
+#include <numeric>
+#include <vector>
+
+#include "kernels/cpu.h"
+#include "kernels/kernels.h"
+#include "support/handle.h"
+#include "support/sweeps.h"
+
+namespace
+{
+
+// Where bytes lie between two pages that must not be touched: against the first, against the second, or a few bytes on
+// from the first.
+enum class Edge { kStart, kEnd, kOffset };
+enum class Fill { kRandom, kZeros, kOnes, kExtremes };
+
+std::vector<const OzrKernels*> levels_of_this_machine()
+{
+    std::vector<const OzrKernels*> levels;
+    for (const OzrKernels* const* level = kOzrKernelLevels; *level != nullptr; ++level) {
+        if (((*level)->features & ~ozr_cpu_features()) == 0)
+            levels.push_back(*level);
+    }
+    return levels;
+}
+
+// `size` bytes between two pages without access; what else is accessible there is filled too.
+class Guarded
+{
+public:
+    Guarded(size_t size, Edge edge, size_t offset, Fill fill, Random* random)
+    {
+        const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+        const size_t accessible = (size + offset + page - 1) / page * page;
+        mapped_ = accessible + 2 * page;
+        void* block = mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        block_ = static_cast<uint8_t*>(block);
+        begin_ = block_ + page;
+        end_ = begin_ + accessible;
+        mprotect(block_, page, PROT_NONE);
+        mprotect(end_, page, PROT_NONE);
+        data_ = edge == Edge::kEnd ? end_ - size : begin_ + (edge == Edge::kOffset ? offset : 0);
+        for (uint8_t* at = begin_; at < end_; ++at) {
+            const uint8_t byte = random->byte();
+            const uint8_t bytes[] = {byte, 0, 255, static_cast<uint8_t>(byte & 1 ? 255 : 0)};
+            *at = bytes[static_cast<size_t>(fill)];
+        }
+    }
+    ~Guarded() { munmap(block_, mapped_); }
+    Guarded(const Guarded&) = delete;
+    Guarded& operator=(const Guarded&) = delete;
+
+    uint8_t* data() { return data_; }
+    // By way of void*: a block of wider numbers starts or ends at a page, and so it is aligned.
+    template <class Number>
+    Number* as()
+    {
+        return static_cast<Number*>(static_cast<void*>(data_));
+    }
+
+    // All that can be written, around the `size` bytes too.
+    std::vector<uint8_t> contents() const { return {begin_, end_}; }
+    void restore(const std::vector<uint8_t>& bytes) { std::copy(bytes.begin(), bytes.end(), begin_); }
+    ptrdiff_t margin() const { return data_ - begin_; }
+
+private:
+    size_t mapped_;
+    uint8_t* block_;
+    uint8_t* begin_;
+    uint8_t* end_;
+    uint8_t* data_;
+};
+
+// One call: a size, an edge and a fill; makes inputs and compares outputs.
+class Case
+{
+public:
+    Case(int32_t size, Edge edge, Fill fill) : count(size), edge_(edge), fill_(fill), random_(seed()) {}
+    uint32_t seed() const { return static_cast<uint32_t>(count * 8 + static_cast<int32_t>(edge_) * 4) + 1; }
+
+    // Of elements of `unit` bytes, whose alignment they have.
+    Guarded bytes(int64_t size, int32_t unit = 1)
+    {
+        const size_t offset =
+            edge_ == Edge::kOffset ? static_cast<size_t>(random_.below(16) / unit * unit) : 0;
+        return Guarded(static_cast<size_t>(size), edge_, offset, fill_, &random_);
+    }
+    Random* random() { return &random_; }
+
+    // Runs a kernel whose first argument is where it writes so many numbers to.
+    template <class Out, class... Rest, class... Args>
+    void check(const char* name, void (*OzrKernels::*kernel)(Out*, Rest...), int64_t numbers, Args... args)
+    {
+        check_call(name, kernel, numbers * static_cast<int64_t>(sizeof(Out)), alignof(Out),
+                   [&](auto f, Guarded& out) { f(out.as<Out>(), args...); });
+    }
+
+    // Runs one that returns what it makes.
+    template <class Result, class... Rest, class... Args>
+    void check_result(const char* name, Result (*OzrKernels::*kernel)(Rest...), Args... args)
+    {
+        check_call(name, kernel, sizeof(Result), 1, [&](auto f, Guarded& out) {
+            const Result result = f(args...);
+            memcpy(out.data(), &result, sizeof(result));
+        });
+    }
+
+    // Calls the kernel at every level with the same `size` bytes to write and compares them with what the scalar one
+    // leaves.
+    template <class Kernel, class Call>
+    void check_call(const char* name, Kernel OzrKernels::*kernel, int64_t size, int32_t unit, Call call)
+    {
+        Guarded out = bytes(size, unit);
+        const std::vector<uint8_t> before = out.contents();
+        call(kOzrKernelsScalar.*kernel, out);
+        const std::vector<uint8_t> want = out.contents();
+        for (const OzrKernels* level : levels_of_this_machine()) {
+            if (level->*kernel == kOzrKernelsScalar.*kernel)
+                continue;
+            out.restore(before);
+            call(level->*kernel, out);
+            const std::vector<uint8_t> got = out.contents();
+            const auto differs = std::mismatch(want.begin(), want.end(), got.begin());
+            EXPECT_EQ(differs.first, want.end())
+                << name << " of " << size << " bytes " << level->level << " seed " << seed() << " size "
+                << count << " fill " << static_cast<int32_t>(fill_) << " byte "
+                << differs.first - want.begin() - out.margin();
+        }
+    }
+
+    const int32_t count;
+
+private:
+    Edge edge_;
+    Fill fill_;
+    Random random_;
+};
+
+template <class Check>
+void for_each_case(Check check)
+{
+    std::vector<int32_t> counts = {127, 128, 129, 1283};
+    for (int32_t count = 0; count <= 67; ++count)
+        counts.push_back(count);
+    for (int32_t count : counts) {
+        for (Edge edge : {Edge::kStart, Edge::kEnd, Edge::kOffset}) {
+            for (Fill fill : {Fill::kRandom, Fill::kZeros, Fill::kOnes, Fill::kExtremes})
+                check(Case(count, edge, fill));
+        }
+    }
+}
+
+// How Case is told of a kernel.
+#define KERNEL(name) #name, &OzrKernels::name
+
+}  // namespace
+
+TEST(KernelCheck, ColoursToRgbaAndBack)
+{
+    for_each_case([](Case c) {
+        const int32_t n = c.count;
+        Guarded luma = c.bytes(2 * n), chroma = c.bytes(2 * n), u = c.bytes(n), v = c.bytes(n);
+        Guarded packed = c.bytes(4 * n);
+        c.check(KERNEL(yvu_to_rgba_row), 8 * n, luma.data(), chroma.data(), n);
+        c.check(KERNEL(yuv_to_rgba_row), 8 * n, luma.data(), chroma.data(), n);
+        c.check(KERNEL(planar_to_rgba_row), 8 * n, luma.data(), u.data(), v.data(), n);
+        c.check(KERNEL(yuyv_to_rgba_row), 8 * n, packed.data(), n);
+        c.check(KERNEL(gray_to_rgba_row), 4 * n, u.data(), n);
+        Guarded rgba = c.bytes(8 * n);
+        c.check(KERNEL(rgba_to_gray_row), n, rgba.data(), n);
+        c.check(KERNEL(rgba_to_uv_row), 2 * n, rgba.data(), n);
+        c.check(KERNEL(rgba_to_vu_row), 2 * n, rgba.data(), n);
+        c.check(KERNEL(rgba_to_yuyv_row), 4 * n, rgba.data(), n);
+        c.check_call(KERNEL(rgba_to_u_v_rows), 2 * n, 1,
+                     [&](auto f, Guarded& out) { f(out.data(), out.data() + n, rgba.data(), n); });
+        for (int32_t step = 1; step <= 2; ++step)
+            c.check(KERNEL(rgba_to_luma_row), n, rgba.data(), n, step);
+        c.check_call(KERNEL(rgba_to_luma_row), 4 * n, 1,
+                     [&](auto f, Guarded& out) { f(out.data(), out.data(), n, 1); });
+    });
+}
+
+// Clamping and the last bit depend on all three samples at once: every luma with every pair of chroma samples.
+TEST(KernelCheck, EveryColourToRgba)
+{
+    std::vector<uint8_t> luma(256), chroma(256), want(1024), out(1024);
+    std::iota(luma.begin(), luma.end(), uint8_t{0});
+    for (int32_t pair = 0; pair < 65536; ++pair) {
+        for (size_t i = 0; i < 256; ++i)
+            chroma[i] = static_cast<uint8_t>(i % 2 == 0 ? pair : pair >> 8);
+        kOzrKernelsScalar.yuv_to_rgba_row(want.data(), luma.data(), chroma.data(), 128);
+        for (const OzrKernels* level : levels_of_this_machine()) {
+            level->yuv_to_rgba_row(out.data(), luma.data(), chroma.data(), 128);
+            ASSERT_EQ(out, want) << level->level << " pair " << pair;
+        }
+    }
+}
+
+TEST(KernelCheck, SeamsAndTransitions)
+{
+    for_each_case([](Case c) {
+        const int32_t n = c.count;
+        Guarded a = c.bytes(n), b = c.bytes(n), mask = c.bytes(n), above = c.bytes(2 * n, 2),
+                later = c.bytes(2 * n);
+        // Sums wrap around, in both senses; neighbours differ by less than 2^15 and are often equal.
+        for (int32_t x = 0; x < n; ++x) {
+            uint16_t& sum = above.as<uint16_t>()[x];
+            sum = static_cast<uint16_t>((x % 3 == 0 ? sum % 0x8000 : 0x4000 + sum % 3) +
+                                        (n % 2 == 0 ? 0xC000 : 0x4000));
+        }
+        if (n >= 2)
+            c.check_call(KERNEL(seam_sum_row), 4 * n, 2, [&](auto f, Guarded& out) {
+                f(out.as<uint16_t>() + n, reinterpret_cast<int8_t*>(out.data() + n), above.as<uint16_t>(),
+                  {a.data(), b.data(), mask.data(), n});
+            });
+        for (int32_t step : {0, 1, 2, 4}) {
+            const int32_t ramp = std::min(n, step == 0 ? n : 127 / step);
+            for (int32_t first : {1, 128 - ramp * step}) {
+                c.check(KERNEL(blend_row), n, later.data(), ramp, first, step);
+                c.check(KERNEL(blend_pairs_row), 2 * n, later.data(), ramp, first, step);
+            }
+        }
+    });
+}
+
+TEST(KernelCheck, MirrorsAndTextureCodes)
+{
+    for_each_case([](Case c) {
+        const int32_t n = c.count;
+        c.check(KERNEL(mirror_bytes_row), n, n);
+        c.check(KERNEL(mirror_pairs_row), n, n);
+        c.check(KERNEL(mirror_quads_row), 4 * n, n);
+        for (int32_t step = 1; step <= 3; ++step) {
+            Guarded row = c.bytes(std::max((n - 1) * step + 1, 0));
+            c.check(KERNEL(sample_bytes_row), n, row.data(), n, step);
+        }
+        if (n < 3)
+            return;
+        // Three rows hold n - 2 windows; their codes end where row 1 of the destination has its last but one.
+        const uint32_t width = static_cast<uint32_t>(n);
+        Guarded src = c.bytes(3 * n);
+        c.check(KERNEL(census_run), 2 * n - 1, src.data(), width, width - 2);
+        c.check_call(KERNEL(census_run), 6 * n, 2,
+                     [&](auto f, Guarded& out) { f(out.as<uint16_t>(), out.data(), width, width - 2); });
+    });
+}
+
+TEST(KernelCheck, QuarterTurns)
+{
+    constexpr int32_t kSizes[] = {0, 1, 7, 8, 9, 15, 16, 17, 31, 64, 65, 97};
+    for (int32_t width : kSizes) {
+        for (int32_t height : kSizes) {
+            for (int32_t padding : {0, 5}) {
+                Case c(width, padding == 0 ? Edge::kEnd : Edge::kStart, Fill::kRandom);
+                const auto check = [&](const char* name, Rotate* OzrKernels::*kernel, int32_t bytes) {
+                    const int32_t src_stride = width * bytes + padding;
+                    const int32_t dst_stride = height * bytes + padding;
+                    Guarded src = c.bytes(int64_t{src_stride} * height);
+                    c.check(name, kernel, int64_t{dst_stride} * width, dst_stride, src.data(), src_stride,
+                            width, height);
+                };
+                check(KERNEL(rotate_bytes_cw), 1);
+                check(KERNEL(rotate_bytes_ccw), 1);
+                check(KERNEL(rotate_pairs_cw), 2);
+                check(KERNEL(rotate_pairs_ccw), 2);
+            }
+        }
+    }
+}
+
+// Blocks anywhere in the source, their patches reaching beyond it where the weights are 0.
+TEST(KernelCheck, Projection)
+{
+    constexpr int32_t kStride = 37, kWidth = 33, kRows = 9, kBytes = kStride * (kRows - 1) + kWidth;
+    for_each_case([](Case c) {
+        const int32_t blocks = c.count;
+        Guarded src = c.bytes(kBytes);
+        Guarded positions = c.bytes(32 * blocks, 4), bases = c.bytes(4 * blocks, 4),
+                columns = c.bytes(32 * blocks);
+        int32_t *position = positions.as<int32_t>(), *base = bases.as<int32_t>();
+        std::fill_n(columns.data(), 32 * blocks, uint8_t{0});
+        for (int32_t i = 0; i < 8 * blocks; ++i) {
+            const int32_t block = i / 8, pixel = i % 8;
+            if (pixel == 0)
+                base[block] = c.random()->below(kWidth + 8) - 8;
+            const int32_t top = pixel == 0 ? c.random()->below(16 * kRows - 15) : position[8 * block];
+            position[i] = std::min(top + c.random()->below(70), 16 * (kRows - 1));
+            const int32_t behind = c.random()->below(16 * kWidth - 15) - 16 * (base[block] + pixel);
+            for (int32_t j = 0; j < 4 && behind >= 0 && behind <= 48; ++j)
+                columns.data()[32 * block + 2 * pixel + j % 2 + j / 2 * 16] =
+                    static_cast<uint8_t>(std::max(0, 16 - std::abs(behind - 16 * j)));
+        }
+        const OzrProjectionColumns shared = {base, columns.data(), kStride};
+        const auto tables = [blocks](Guarded& out) {
+            return OzrProjectionRowOut{out.as<int32_t>(), out.as<uint16_t>() + 2 * blocks,
+                                       out.data() + 260 * blocks};
+        };
+        c.check_call(KERNEL(projection_tables_row), 268 * blocks, 4,
+                     [&](auto f, Guarded& out) { f(tables(out), position, shared, blocks); });
+        Guarded made = c.bytes(268 * blocks, 4);
+        const OzrProjectionRowOut out_row = tables(made);
+        kOzrKernelsScalar.projection_tables_row(out_row, position, shared, blocks);
+        const OzrProjectionRow row = {out_row.offsets, out_row.weights, columns.data(), out_row.rows};
+        c.check(KERNEL(project_luma_row), 8 * blocks, src.data(), kBytes, kStride, row, blocks);
+    });
+}
+
+// The source has exactly the bytes that the positions reach. The steps are those of one load, of two, and of gathers.
+TEST(KernelCheck, Resampling)
+{
+    for_each_case([](Case c) {
+        const int32_t n = c.count;
+        constexpr int32_t kRows = 3;
+        for (uint32_t step : {0U, 300U, 1024U, 2047U, 4089U, 6200U, 12000U, 20000U}) {
+            const int32_t last =
+                n > 0 ? static_cast<int32_t>((static_cast<uint32_t>(n - 1) * step + 1023) >> 10) : 0;
+            for (uint32_t first_y : {0U, 511U, 1023U}) {
+                const uint32_t step_y = 700 + first_y;
+                const int32_t rows = static_cast<int32_t>((first_y + (kRows - 1) * step_y + 1023) >> 10);
+                const int32_t stride = last + 1 + static_cast<int32_t>(step % 3);
+                Guarded gray = c.bytes(rows * stride + last + 1);
+                Guarded packed = c.bytes(rows * 2 * stride + 2 * last + 1);
+                const int32_t size = std::max(kRows * (n + 3) - 3, 0);
+                const OzrResample of_gray = {gray.data(), stride, step, step_y, first_y, n, kRows};
+                const OzrResample of_yuyv = {packed.data(), 2 * stride, step, step_y, first_y, n, kRows};
+                c.check(KERNEL(resample_gray), size, n + 3, of_gray);
+                c.check(KERNEL(resample_yuyv), size, n + 3, of_yuyv);
+            }
+        }
+        Guarded top = c.bytes(2 * n), bottom = c.bytes(2 * n), luma = c.bytes(std::max(2 * n - 1, 0));
+        c.check(KERNEL(half_gray_row), n, top.data(), bottom.data(), n);
+        c.check(KERNEL(yuyv_luma_row), n, luma.data(), n);
+    });
+}
+
+TEST(KernelCheck, MotionAndAlignment)
+{
+    for_each_case([](Case c) {
+        const int32_t n = c.count;
+        constexpr int32_t kRows = 3;
+        Guarded a = c.bytes(kRows * n), b = c.bytes(kRows * (n + 5)), above = c.bytes(4 * n, 4);
+        for (int32_t b_stride : {n + 5, 0})
+            c.check_result(KERNEL(sad_area), a.data(), n, b.data(), b_stride, n, kRows);
+        c.check_result(KERNEL(sad_const_row), a.data(), uint8_t{77}, n);
+        c.check(KERNEL(integral_row), n, above.as<uint32_t>(), a.data(), n);
+        c.check(KERNEL(integral_row), n, nullptr, a.data(), n);  // of the first row
+        for (int32_t shift : {0, 3, 11}) {
+            const OzrAreaPair areas = {a.data(), n, 200, b.data(), n + 5, 3, n, kRows};
+            c.check_result(KERNEL(correlate_areas), areas, shift);
+        }
+    });
+}
+
+// What this machine checked shows in the log: the panorama too is the same at every level.
+TEST(KernelCheck, LevelsMakeTheSamePanorama)
+{
+    for (int32_t direction : {kDirectionRight, kDirectionUp}) {
+        NoiseSweep sweep(direction, 320, 240);
+        const auto make = [&](const OzrKernels* level) {
+            ozr_kernels_set_for_test(level);
+            return sweep.whole(create_panorama().get());
+        };
+        const std::vector<uint8_t> want = make(&kOzrKernelsScalar);
+        EXPECT_FALSE(want.empty());
+        for (const OzrKernels* level : levels_of_this_machine())
+            EXPECT_EQ(make(level), want) << level->level;
+    }
+    for (const OzrKernels* level : levels_of_this_machine())
+        std::cout << "run on this machine: " << level->level << "\n";
+    ozr_kernels_set_for_test(nullptr);
+    EXPECT_EQ(kOzrKernelLevels[0], &kOzrKernelsScalar);
+    EXPECT_EQ(ozr_kernels_for(0), &kOzrKernelsScalar);
+}

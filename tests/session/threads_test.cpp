@@ -1,0 +1,141 @@
+// Cancellation from a second thread, at every stage of a sweep: it ends the work in bounded time and leaves a session that
+// makes the same panorama as an undisturbed one.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "image/pano_result.h"
+#include "ozr_log.h"
+#include "session/calls.h"
+#include "support/handle.h"
+#include "support/sweeps.h"
+#include "support/wrapped_heap.h"
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+constexpr uint32_t kSeed = 2611;
+constexpr int32_t kRounds = 1000;
+
+enum Disturbance { kReset, kDestroy, kCancel, kCancelAsync, kDisturbances };
+
+// The allocation at which the working call lets the second thread come first, and the core that shows its request.
+std::atomic<int64_t> g_meeting;
+std::atomic<const PanoramaCore*> g_core;
+std::atomic<bool> g_met;
+
+void meet(int64_t allocation)
+{
+    if (allocation != g_meeting)
+        return;
+    g_met = true;
+    const Clock::time_point end = Clock::now() + std::chrono::seconds(1);
+    while (g_core.load()->cancel == 0 && Clock::now() < end)
+        std::this_thread::yield();
+}
+
+// What the second thread does, and what came of it.
+int32_t disturb(ozr_panorama* pano, int32_t disturbance)
+{
+    PanoramaInternal* engine = session_of(pano)->engine;
+    if (disturbance == kReset)
+        return ozr_panorama_reset(pano);
+    if (disturbance == kCancel) {
+        const int32_t cancelled = panorama_engine_cancel_process(engine);
+        EXPECT_TRUE(cancelled == 0 || cancelled == kPanoWrongState || cancelled == kPanoCancelTimeout);
+        EXPECT_EQ(engine->cancel_requested, cancelled == kPanoCancelTimeout ? 1 : 0);
+        return cancelled;
+    }
+    if (disturbance == kDestroy)
+        ozr_panorama_destroy(pano);
+    else
+        panorama_engine_cancel_process_async(engine);
+    return 0;
+}
+
+// One call, disturbed by a second thread: at one of its allocations, or (0) some time after it has begun. Returns what
+// came of the call and of the disturbance.
+std::pair<ozr_err, int32_t> disturbed_call(NoiseSweep* sweep, ozr_panorama* pano, int32_t step,
+                                           int32_t disturbance, int64_t meeting, Clock::duration delay)
+{
+    std::atomic<bool> ready = {false}, done = {false};
+    std::pair<ozr_err, int32_t> outcome;
+    g_meeting = meeting;
+    g_core = session_of(pano)->engine->core;
+    g_met = false;
+    std::thread second([&] {
+        ready = true;
+        while (!(meeting != 0 ? g_met.load() : panorama_call_is_at_work(session_of(pano))) && !done)
+            std::this_thread::yield();
+        const Clock::time_point begun = Clock::now();
+        while (meeting == 0 && Clock::now() < begun + delay)
+            std::this_thread::yield();
+        outcome.second = disturb(pano, disturbance);
+        EXPECT_LT(Clock::now() - begun, std::chrono::seconds(20));
+    });
+    while (!ready)
+        std::this_thread::yield();
+    {
+        const WrappedHeap heap(0, meet);
+        outcome.first = sweep->call(pano, step);
+    }
+    done = true;
+    second.join();
+    return outcome;
+}
+
+}  // namespace
+
+TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
+{
+    ozr_log_disable();
+    NoiseSweep sweep(kDirectionRight, 96, 32);
+    ozr_panorama* pano = create_panorama().release();
+    const std::vector<uint8_t> undisturbed = sweep.whole(pano);
+    ASSERT_FALSE(undisturbed.empty());
+    ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
+    Clock::duration lasts[NoiseSweep::kSteps];
+    int64_t allocations[NoiseSweep::kSteps];
+    for (int32_t step = 0; step < NoiseSweep::kSteps; ++step) {
+        const WrappedHeap heap;
+        const Clock::time_point begun = Clock::now();
+        ASSERT_GE(sweep.call(pano, step), 0);
+        lasts[step] = Clock::now() - begun;
+        allocations[step] = heap.allocations();
+    }
+    ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
+    int32_t interrupted = 0;
+    Random random(kSeed);
+    for (int32_t round = 0; round < kRounds && !testing::Test::HasFailure(); ++round) {
+        const int32_t disturbed_step = NoiseSweep::kFirst + round % (NoiseSweep::kSteps - NoiseSweep::kFirst);
+        const int32_t disturbance = random.below(kDisturbances), share = random.below(110);
+        // Half of the longer calls meet the second thread; before the second picture there is no request to wait for.
+        const bool meets = disturbed_step >= NoiseSweep::kSecond && random.below(2) == 0;
+        const int32_t meeting =
+            meets ? 1 + random.below(static_cast<int32_t>(allocations[disturbed_step])) : 0;
+        SCOPED_TRACE(testing::Message()
+                     << "seed " << kSeed << " round " << round << " step " << disturbed_step
+                     << " disturbance " << disturbance << " after " << share << " % of the step");
+        for (int32_t step = 0; step < disturbed_step; ++step)
+            ASSERT_GE(sweep.call(pano, step), 0);
+        const auto& [work, disturbed] = disturbed_call(&sweep, pano, disturbed_step, disturbance, meeting,
+                                                       lasts[disturbed_step] * share / 100);
+        EXPECT_TRUE(work >= 0 || work == ozr_err_invalid_status) << work;
+        interrupted += work < 0 ? 1 : 0;
+        if (disturbance == kReset)
+            EXPECT_EQ(disturbed, ozr_success);
+        else if (disturbance == kDestroy)
+            pano = create_panorama().release();
+        else
+            EXPECT_EQ(ozr_panorama_reset(pano), ozr_success);
+        EXPECT_EQ(sweep.whole(pano), undisturbed);
+        ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
+    }
+    EXPECT_GT(interrupted, kRounds / 10);
+    ozr_panorama_destroy(pano);
+    ozr_log_enable();
+}

@@ -1,0 +1,43 @@
+// The words that users and recordings have for the library's enumerations: each list in the order of its enumeration.
+#include "base/names.h"
+
+namespace
+{
+
+constexpr const char* kDirectionNames[] = {"auto", "right", "left", "down", "up"};
+constexpr const char* kFormatNames[] = {"nv12", "yv12", "gray", "rgba", "yuy2", "nv21"};
+
+template <class Enumeration, size_t count>
+bool _parse(const char* const (&names)[count], const std::string& name, Enumeration* value)
+{
+    for (size_t i = 0; i < count; ++i) {
+        if (name == names[i]) {
+            *value = static_cast<Enumeration>(i);
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+const char* direction_name(ozr_panorama_direction direction)
+{
+    const bool known = direction >= ozr_panorama_direction_right && direction <= ozr_panorama_direction_up;
+    return kDirectionNames[known ? direction : ozr_panorama_direction_auto];
+}
+
+const char* format_name(ozr_image_format format)
+{
+    return kFormatNames[format];
+}
+
+bool parse_direction(const std::string& name, ozr_panorama_direction* direction)
+{
+    return _parse(kDirectionNames, name, direction);
+}
+
+bool parse_format(const std::string& name, ozr_image_format* format)
+{
+    return _parse(kFormatNames, name, format);
+}

@@ -1,0 +1,62 @@
+// The commands. Each throws ProgramError when its work cannot be done.
+#ifndef COMMANDS_H
+#define COMMANDS_H
+
+#include "sweep/sweep.h"
+
+/** A size as users write it: "1280x960". */
+struct Size {
+    int32_t width = 0, height = 0;
+};
+
+struct DemoOptions : CommonOptions {
+    ozr_panorama_direction direction = ozr_panorama_direction_right;
+    int32_t pictures = 8;
+    Size size = {1280, 960};
+    Size preview = {0, 0};  // 0: like the pictures, with 640 pixels on the longer side
+    uint32_t seed = 1;
+};
+
+struct StitchOptions : CommonOptions {
+    ozr_panorama_direction direction = ozr_panorama_direction_right;
+    int32_t overlap = 70;  // percent
+    std::vector<std::string> pictures;
+};
+
+struct VideoOptions : CommonOptions {
+    ozr_panorama_direction direction = ozr_panorama_direction_auto;
+    int32_t overlap = 70;
+    std::string clip;  // a file's name, or "-"
+};
+
+struct ReplayOptions : CommonOptions {
+    std::string folder;
+};
+
+struct ConvertOptions {
+    std::string input, output;
+    ozr_image_format format = ozr_image_format_rgba32;
+    bool is_raw = false;  // the input has no header: `from` and `size` describe it
+    ozr_image_format from = ozr_image_format_rgba32;
+    Size size;
+    bool flip = false;
+    int32_t sample = 0;  // keep every n-th pixel of every n-th row, as grey; 0: all of them
+    int quality = 90;
+};
+
+/** A simulated camera sweeps across a painted scene. */
+void run_demo(const DemoOptions& options);
+
+/** Pictures that were taken by panning. */
+void run_stitch(const StitchOptions& options);
+
+/** A panning video: every frame is a preview, the announced ones are the pictures. */
+void run_video(const VideoOptions& options);
+
+/** The calls of a recording; throws Mismatch when the library answers otherwise than recorded. */
+void run_replay(const ReplayOptions& options);
+
+/** One picture or raw file becomes another. */
+void run_convert(const ConvertOptions& options);
+
+#endif

@@ -1,6 +1,0 @@
-#include "command_line.h"
-
-int main(int argc, char** argv)
-{
-    return run_command_line(argc, argv);
-}

@@ -1,0 +1,20 @@
+// JPEG in and out of memory.
+#ifndef JPEG_CODEC_H
+#define JPEG_CODEC_H
+
+#include "media/picture.h"
+
+/** Whether bytes begin like a JPEG file. */
+bool looks_like_jpeg(const std::vector<uint8_t>& file);
+
+/**
+ * Decodes a JPEG file and turns it upright by its Exif orientation.
+ *
+ * Throws ProgramError with the reason alone: broken or cut off, too large, CMYK.
+ */
+Picture decode_jpeg(const std::vector<uint8_t>& file);
+
+/** Encodes at a quality of 1 to 100. Throws ProgramError with the reason alone. */
+std::vector<uint8_t> encode_jpeg(const Picture& picture, int quality);
+
+#endif

@@ -1,0 +1,115 @@
+// Log hooks. They belong to the whole process, as the library's do, and so does what they note.
+#include "report/library_log.h"
+
+#include <ozr_log.h>
+
+#include <chrono>
+#include <new>
+#include <stdio.h>
+#include <string.h>
+
+namespace
+{
+
+constexpr char kLeftOutText[] = "Actual # of image in synthesis is ";
+
+constexpr size_t kMaxKeptLines = 5000;
+
+bool g_verbose = false;
+int g_pictures_used = -1;  // -1: nothing was said
+bool g_keep = false;
+KeptLog g_kept;
+std::chrono::steady_clock::time_point g_begin;
+
+void _note_left_out(const char* line)
+{
+    const char* text = strstr(line, kLeftOutText);
+    if (text != nullptr)
+        sscanf(text + strlen(kLeftOutText), "%d", &g_pictures_used);
+}
+
+void _keep(char level, const char* text)
+{
+    if (!g_keep)
+        return;
+    const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - g_begin;
+    try {
+        if (g_kept.lines.size() < kMaxKeptLines)
+            g_kept.lines.push_back({level, text, time.count()});
+        else
+            ++g_kept.left_out;
+    } catch (const std::bad_alloc&) {  // the library's functions above know no exceptions
+        ++g_kept.left_out;
+    }
+}
+
+__attribute__((format(printf, 2, 0))) void _log(char level, const char* format, va_list args)
+{
+    char line[1024];
+    vsnprintf(line, sizeof(line), format, args);
+    _note_left_out(line);
+    line[strcspn(line, "\n")] = '\0';
+    _keep(level, line);
+    if (g_verbose)
+        fprintf(stderr, "%c] %s\n", level, line);
+}
+
+__attribute__((format(printf, 1, 0))) void _log_debug(const char* format, va_list args)
+{
+    _log('D', format, args);
+}
+
+__attribute__((format(printf, 1, 0))) void _log_error(const char* format, va_list args)
+{
+    _log('E', format, args);
+}
+
+__attribute__((format(printf, 1, 0))) void _log_warning(const char* format, va_list args)
+{
+    _log('W', format, args);
+}
+
+__attribute__((format(printf, 1, 0))) void _log_info(const char* format, va_list args)
+{
+    _log('I', format, args);
+}
+
+}  // namespace
+
+void set_log_hooks(ozr_config* config, bool verbose, bool keep)
+{
+    g_verbose = verbose;
+    g_keep = keep;
+    g_kept = KeptLog();
+    g_begin = std::chrono::steady_clock::now();
+    forget_pictures_used();
+    config->log_debug = _log_debug;
+    config->log_error = _log_error;
+    config->log_warning = _log_warning;
+    config->log_info = _log_info;
+}
+
+const KeptLog& kept_log()
+{
+    return g_kept;
+}
+
+void forget_pictures_used()
+{
+    g_pictures_used = -1;
+}
+
+int pictures_used_by_log(int given)
+{
+    return g_pictures_used < 0 ? given : g_pictures_used;
+}
+
+QuietLibrary::QuietLibrary()
+{
+    ozr_log_disable();
+}
+
+QuietLibrary::~QuietLibrary()
+{
+    ozr_log_enable();
+}

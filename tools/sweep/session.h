@@ -1,0 +1,63 @@
+// A session of the library, with everything that is noted while it is driven.
+#ifndef SESSION_H
+#define SESSION_H
+
+#include "record/recorder.h"
+#include "report/journal.h"
+#include "sweep/retrace.h"
+
+#include <memory>
+
+/** What every command that drives a session takes. */
+struct CommonOptions {
+    std::string output;
+    std::string report;  // file of the report page, empty for none
+    std::string record;  // folder of the recording, empty for none
+    int quality = 90;    // of JPEG, 1 to 100
+    bool verbose = false;
+    bool json = false;
+};
+
+/** The library's calls, one method each, with the library's results. */
+class Session
+{
+public:
+    /** Throws ProgramError when there is no session, or the recording or the page cannot be written. */
+    Session(const CommonOptions& options, Journal* journal);
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    /** Limits of the library. */
+    const ozr_panorama& limits() const { return *handle_; }
+
+    ozr_err set_parameters(const ozr_panorama_parameters& parameters);
+    ozr_err detect_frame_to_stitch(const ozr_image& preview, ozr_point* offset,
+                                   ozr_panorama_direction* direction);
+    /** @param entry  for the journal; its offset is passed on, where it has one. */
+    ozr_err stitch_one_image(ozr_image* picture, PictureEntry entry);
+    ozr_err reset();
+    ozr_err run(ozr_image* panorama);
+
+    /** Writes the panorama's file, if one is wanted, and the report page likewise. Throws ProgramError. */
+    void publish(const ozr_image& panorama);
+
+    /** Writes the page of a sweep that has no panorama, if one is wanted. */
+    void publish_failure(const std::string& reason);
+
+private:
+    struct Destroy {
+        void operator()(ozr_panorama* handle) const { ozr_panorama_destroy(handle); }
+    };
+
+    void begin(RecordedCall call, const ozr_image* image = nullptr);
+    void end(const RecordedCall& answer, const ozr_image* panorama = nullptr);
+    void write_page(const ozr_image& panorama);
+
+    const CommonOptions& options_;
+    Journal* journal_;
+    std::unique_ptr<Recorder> recorder_;
+    std::unique_ptr<Retrace> retrace_;  // when a page is wanted
+    std::unique_ptr<ozr_panorama, Destroy> handle_;
+};
+
+#endif

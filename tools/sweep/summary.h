@@ -1,0 +1,10 @@
+// The summary of a run on standard output.
+#ifndef SUMMARY_H
+#define SUMMARY_H
+
+#include "report/journal.h"
+
+/** Prints a table for people, or one JSON object. */
+void print_summary(const Journal& journal, bool json);
+
+#endif
