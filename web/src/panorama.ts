@@ -68,16 +68,14 @@ export class Panorama {
   private constructor(private readonly record: ((file: RecordedFile) => void) | undefined) {}
 
   /**
-   * Loads what sweeps need, so that {@link create} does not have to: from then on no network is used.
+   * Loads what sweeps need, so that {@link create} does not have to: from then on no network is used. Optional.
    *
-   * Calling it is optional.
+   * Resolves to what the library can do in this engine.
    */
-  static async prepare(options: Pick<PanoramaOptions, 'kernels'> = {}): Promise<void> {
-    const [channel] = await Promise.all([
-      platform.start(() => {}, () => {}),
-      platform.module(options.kernels ?? bestKernels()),
-    ]);
-    channel.terminate();
+  static async prepare(options: Pick<PanoramaOptions, 'kernels'> = {}): Promise<Abilities> {
+    const sweep = await Panorama.create(options);
+    sweep.close();
+    return sweep.abilities;
   }
 
   /**

@@ -17,9 +17,7 @@ const kSweeps = [
   ['right-720', ['--size', '1280x720', '--pictures', '5']],
 ];
 
-const probe = await Panorama.create();
-const { qualities } = probe.abilities;
-probe.close();
+const { qualities } = await Panorama.prepare();
 
 for (const [name, options] of kSweeps) {
   for (const kernels of ['wasm128', 'scalar']) {
