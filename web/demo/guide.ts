@@ -3,8 +3,8 @@ import type { Direction, FollowResult, Offset } from '../src/types.js';
 
 // The library measures up to 21 pixels of a copy with 320 on the longer side; from there on it only knows "far".
 const kReach = 21 / 320;
-const kFast = 0.6 * kReach, kLost = 0.93 * kReach; // of the longer side, from frame to frame
-const kLostFrames = 3; // in a row: one may be a jolt
+const kFast = 0.6 * kReach, kLost = 0.95 * kReach; // of the longer side, from frame to frame
+const kLostFrames = 3; // nearly in a row: one may be a jolt
 const kDrift = 0.09, kReverse = 0.06; // shares of the picture's side
 const kTolerance = 0.02; // a picture is due that much before its place
 
@@ -77,12 +77,13 @@ export class Guide {
     };
   }
 
-  private measure({ offset, taken }: FollowResult, { width, height }: FrameSize): void {
+  private measure({ offset, taken, tracked }: FollowResult, { width, height }: FrameSize): void {
     const longer = Math.max(width, height);
     const motion = Math.max(Math.abs(offset.x - this.last.x), Math.abs(offset.y - this.last.y)) / longer;
     this.last = taken >= 0 ? { x: 0, y: 0 } : offset;
     this.speed += 0.35 * (motion - this.speed);
-    this.farFrames = motion >= kLost ? this.farFrames + 1 : 0;
+    if (!tracked) this.speed = Math.max(this.speed, kReach);
+    this.farFrames = !tracked || motion >= kLost ? this.farFrames + 1 : Math.max(0, this.farFrames - 0.25);
   }
 
   private hint(direction: Direction, along: number, drift: number, wasTaken: boolean): { hint: string; warns: boolean } {

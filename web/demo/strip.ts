@@ -48,7 +48,7 @@ export class Strip {
     this.thumbnails.forEach((thumbnail, index) => layout.drawPicture(context, thumbnail, index));
     if (guidance) drawFrame(context, layout, guidance);
     const taken = this.thumbnails.length;
-    canvas.setAttribute('aria-label', taken === 1 ? 'One picture taken' : `${taken} of up to ${this.expected} pictures taken`);
+    canvas.setAttribute('aria-label', `${taken} of up to ${this.expected} pictures taken`);
   }
 
   private drawTrack(context: CanvasRenderingContext2D, layout: Layout, guidance: Guidance | null): void {

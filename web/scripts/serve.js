@@ -18,13 +18,21 @@ const kTypes = {
 };
 const kDefaultPort = 8080;
 
+// Null for what is no address.
+function fileOf(url, folder) {
+  try {
+    const { pathname } = new URL(url, 'http://localhost');
+    return join(folder, normalize(decodeURIComponent(pathname.endsWith('/') ? `${pathname}index.html` : pathname)));
+  } catch {
+    return null;
+  }
+}
+
 /** Answers requests from a folder of plain files. */
 export function fileServer(folder = kSite) {
   return (request, response) => {
-    const { pathname } = new URL(request.url ?? '/', 'http://localhost');
-    const name = normalize(decodeURIComponent(pathname.endsWith('/') ? `${pathname}index.html` : pathname));
-    const file = join(folder, name);
-    if (!file.startsWith(folder) || !existsSync(file) || !(extname(file) in kTypes)) {
+    const file = fileOf(request.url ?? '/', folder);
+    if (!file || !file.startsWith(folder) || !existsSync(file) || !(extname(file) in kTypes)) {
       response.writeHead(404, { 'Content-Type': 'text/plain' }).end('There is no such file.\n');
       return;
     }

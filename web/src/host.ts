@@ -4,6 +4,7 @@ import { Rasteriser, encode } from './pixels.js';
 import type { Answer, FromWorker, Parcel, PictureResult, Request, Settings, ToWorker } from './protocol.js';
 import { Recorder } from './recorder.js';
 import { type Detection, type Geometry, Session, Use } from './session.js';
+import { type Grey, Tracking } from './tracking.js';
 import type { Abilities, FileOptions, FollowResult, Offset, PanoramaDescription, PreviewResult } from './types.js';
 
 type Post = (message: FromWorker, transfer: ArrayBuffer[]) => void;
@@ -13,8 +14,10 @@ class Sweep {
   readonly abilities: Abilities;
   private readonly rasteriser = new Rasteriser();
   private readonly recorder: Recorder | null;
+  private readonly tracking = new Tracking();
   private pictures = 0;
   private announced: Offset | null = null; // of the picture that is due
+  private travelled: Offset = { x: 0, y: 0 }; // since the last announcement
   private panorama: Geometry | null = null;
 
   constructor(
@@ -32,7 +35,7 @@ class Sweep {
   }
 
   preview(parcel: Parcel): PreviewResult {
-    const size = this.rasteriser.write(parcel, this.settings.previewSide, Use.preview, this.session);
+    const frame = this.rasteriser.write(parcel, this.settings.previewSide, Use.preview, this.session);
     if (this.recorder) {
       const { geometry, bytes } = this.session.nv12(Use.preview);
       this.recorder.detect(geometry, bytes);
@@ -43,14 +46,14 @@ class Sweep {
     this.recorder?.detected(detection.result, detection, detection.direction);
     const ended = Session.isEnd(detection.result, this.pictures);
     if (!ended) this.session.check(detection.result, 'the preview was refused');
-    this.keepAnnouncement(detection);
     return {
       due: Math.max(0, detection.result),
       offset: {
-        x: (detection.x * parcel.width) / size.width,
-        y: (detection.y * parcel.height) / size.height,
+        x: (detection.x * parcel.width) / frame.width,
+        y: (detection.y * parcel.height) / frame.height,
       },
       direction: detection.direction,
+      tracked: ended || this.isTracked(frame, detection),
       ended,
       milliseconds,
     };
@@ -77,7 +80,7 @@ class Sweep {
       const { pictures, milliseconds } = this.picture(parcel);
       const offset = { x: 0, y: 0 };
       const { direction } = this.settings;
-      return { due: 0, offset, direction, ended: false, milliseconds, taken: 0, pictures };
+      return { due: 0, offset, direction, tracked: true, ended: false, milliseconds, taken: 0, pictures };
     }
     const preview = this.preview(parcel);
     if (preview.due === 0) return { ...preview, taken: -1, pictures: this.pictures };
@@ -108,8 +111,12 @@ class Sweep {
     return encode(this.pixels(), this.panorama.width, this.panorama.height, type, quality);
   }
 
-  private keepAnnouncement({ result, x, y }: Detection): void {
+  // The library tells the motion since its last announcement; the one since the last frame is what it grew by.
+  private isTracked(frame: Grey, { result, x, y }: Detection): boolean {
+    const tracked = this.tracking.isTracked(frame, x - this.travelled.x, y - this.travelled.y);
+    this.travelled = result > 0 ? { x: 0, y: 0 } : { x, y };
     if (result > 0) this.announced = { x, y };
+    return tracked;
   }
 }
 

@@ -2,6 +2,7 @@
 import { PanoramaError } from './errors.js';
 import type { Parcel } from './protocol.js';
 import type { Session, Use } from './session.js';
+import type { Grey } from './tracking.js';
 import type { RawFrame } from './types.js';
 
 interface Size {
@@ -28,17 +29,20 @@ export function isRaw(image: object): image is RawFrame {
 export class Rasteriser {
   private readonly contexts: (OffscreenCanvasRenderingContext2D | null)[] = [];
 
-  /** Writes a frame where the library reads it. Returns its size there. */
-  write(parcel: Parcel, side: number, use: Use, session: Session): Size {
+  /** Writes a frame where the library reads it. Returns what was written, as grey: green stands for it. */
+  write(parcel: Parcel, side: number, use: Use, session: Session): Grey {
     const { image } = parcel;
     if (isRaw(image)) {
       this.copy(image, use, session);
-      return image;
+      const { width, height, data } = image;
+      return image.format === 'nv12'
+        ? { bytes: data, width, height, step: 1 }
+        : { bytes: data.subarray(1), width, height, step: 4 };
     }
-    const size = fittingSize(parcel, side);
-    const { data } = this.draw(image, parcel, size, use);
-    session.frame(use, 'rgba', size.width, size.height).set(data);
-    return size;
+    const { width, height } = fittingSize(parcel, side);
+    const { data } = this.draw(image, parcel, { width, height }, use);
+    session.frame(use, 'rgba', width, height).set(data);
+    return { bytes: data.subarray(1), width, height, step: 4 };
   }
 
   private copy(frame: RawFrame, use: Use, session: Session): void {

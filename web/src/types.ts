@@ -76,6 +76,8 @@ export interface PreviewResult {
   readonly offset: Offset;
   /** Of the sweep; `auto` while undecided. */
   readonly direction: Direction;
+  /** False: the camera moved further since the last frame than the library can measure. Do not trust the offset. */
+  readonly tracked: boolean;
   /** The sweep has all its pictures: nothing is announced any more. */
   readonly ended: boolean;
   /** Milliseconds that the library worked. */
