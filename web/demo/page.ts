@@ -162,7 +162,6 @@ async function beginSweep(): Promise<void> {
 function guide(guidance: Guidance, taken: boolean): void {
   direction = guidance.direction;
   if (taken) strip.add(video, video.videoWidth, video.videoHeight);
-  strip.draw(direction, guidance);
   say(guidance.hint, guidance.warns);
   const arrow = document.querySelector<SVGElement>('.arrow')!;
   if (direction === 'auto') delete arrow.dataset['direction'];
@@ -171,8 +170,10 @@ function guide(guidance: Guidance, taken: boolean): void {
   const level = document.querySelector<HTMLElement>('.level')!;
   const isVertical = direction === 'up' || direction === 'down';
   level.dataset['axis'] = isVertical ? 'vertical' : 'horizontal';
+  document.querySelector<HTMLElement>('.guide')!.dataset['axis'] = level.dataset['axis'];
   const shift = `${Math.max(-40, Math.min(40, guidance.drift * 100))}v${isVertical ? 'w' : 'h'}`;
   level.querySelector<HTMLElement>('.drift')!.style.transform = isVertical ? `translateX(${shift})` : `translateY(${shift})`;
+  strip.draw(direction, guidance);
 }
 
 /** The sweep stopped by itself; what there is may be enough. */
@@ -218,9 +219,10 @@ async function present(made: PanoramaFile, count: number, abilities: Abilities):
   const notes = made.joints ? doubts(made.joints) : [];
   const size = document.createElement('strong');
   size.textContent = `${made.width} × ${made.height}`;
-  const seconds = (made.milliseconds / 1000).toFixed(made.milliseconds < 1000 ? 2 : 1);
+  const { milliseconds } = made;
+  const time = milliseconds < 1000 ? `${Math.ceil(milliseconds)} ms` : `${(milliseconds / 1000).toFixed(1)} s`;
   const summary = find('summary');
-  summary.replaceChildren(size, ` pixels from ${count} pictures, composed in ${seconds} s.`);
+  summary.replaceChildren(size, ` pixels from ${count} pictures, composed in ${time}.`);
   if (!abilities.joints) summary.append(' This build does not judge its joints.');
   for (const note of notes) {
     const line = document.createElement('span');
