@@ -1,11 +1,11 @@
 // The worker's side: takes requests in their order and drives one session.
 import { PanoramaError, asPanoramaError } from './errors.js';
 import { Rasteriser, encode } from './pixels.js';
-import type { Answer, FromWorker, Parcel, PictureResult, Request, Settings, ToWorker } from './protocol.js';
+import type { Answer, FromWorker, Parcel, Request, Settings, ToWorker } from './protocol.js';
 import { Recorder } from './recorder.js';
 import { type Detection, type Geometry, Session, Use } from './session.js';
 import { type Grey, Tracking } from './tracking.js';
-import type { Abilities, FileOptions, FollowResult, Offset, PanoramaDescription, PreviewResult } from './types.js';
+import type { Abilities, FileOptions, FollowResult, Offset, PanoramaDescription, PictureResult, PreviewResult } from './types.js';
 
 type Post = (message: FromWorker, transfer: ArrayBuffer[]) => void;
 

@@ -3,7 +3,7 @@ import { PanoramaError, asPanoramaError } from './errors.js';
 import { bestKernels } from './module.js';
 import { pack } from './parcel.js';
 import type { Channel, Platform } from './platform.js';
-import type { Answer, FromWorker, PictureResult, Request, Settings } from './protocol.js';
+import type { Answer, FromWorker, Request, Settings } from './protocol.js';
 import type {
   Abilities,
   FileOptions,
@@ -12,6 +12,7 @@ import type {
   PanoramaFile,
   PanoramaOptions,
   PanoramaPixels,
+  PictureResult,
   PreviewResult,
   RecordedFile,
 } from './types.js';
@@ -122,10 +123,10 @@ export class Panorama {
 
   /**
    * Adds a picture: the first one, one that {@link preview} announced, or, in a sweep with a direction and without
-   * previews, the next one. All pictures of a sweep have one size. Resolves to the number of pictures.
+   * previews, the next one. All pictures of a sweep have one size.
    */
-  async picture(frame: Frame): Promise<number> {
-    return (await this.give<PictureResult>('picture', frame)).pictures;
+  picture(frame: Frame): Promise<PictureResult> {
+    return this.give('picture', frame);
   }
 
   /** Composes the panorama, as a picture file or as pixels. Once a sweep. */

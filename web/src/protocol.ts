@@ -7,6 +7,7 @@ import type {
   PanoramaOptions,
   PanoramaPixels,
   PanoramaFile,
+  PictureResult,
   PreviewResult,
   RawFrame,
   RecordedFile,
@@ -29,12 +30,6 @@ export type Request =
   | { readonly kind: 'run'; readonly output: 'rgba' }
   | { readonly kind: 'run'; readonly output: 'blob'; readonly file: FileOptions }
   | { readonly kind: 'encode'; readonly file: FileOptions };
-
-/** A picture that was added. */
-export interface PictureResult {
-  readonly pictures: number;
-  readonly milliseconds: number;
-}
 
 export type Answer =
   | Abilities

@@ -84,6 +84,14 @@ export interface PreviewResult {
   readonly milliseconds: number;
 }
 
+/** What adding a picture did. */
+export interface PictureResult {
+  /** Pictures taken so far. */
+  readonly pictures: number;
+  /** Milliseconds that the library worked. */
+  readonly milliseconds: number;
+}
+
 /** What {@link Panorama.follow} did with a frame. */
 export interface FollowResult extends PreviewResult {
   /** Number of the picture that was taken from this frame, or -1. */
