@@ -5,6 +5,7 @@ import { launch } from './browser.js';
 import { previewFiles } from './clip.js';
 import { kOutput, ozrPano, recordDemo } from './native.js';
 import { readCalls } from './recording.js';
+import { webm } from './webm.js';
 
 /** PNG files of a sweep's pictures, in their order. */
 export async function pictureFiles() {
@@ -16,13 +17,13 @@ export async function pictureFiles() {
   return files;
 }
 
-/** A WebM of a pan, made by Chromium; made once. */
+/** A WebM of a pan, encoded by Chromium; made once. */
 export async function videoFile() {
   const file = join(kOutput, 'pan.webm');
   if (existsSync(file)) return file;
   const size = ['--size', '640x480', '--preview', '640x480'];
   const folder = recordDemo('sweep-right-video', '--direction', 'right', ...size, '--pictures', '5');
-  const frames = previewFiles(folder).filter((_, index) => index % 2 === 0);
+  const frames = previewFiles(folder);
   const browser = await launch(null);
   try {
     const page = await browser.newPage();
@@ -33,40 +34,40 @@ export async function videoFile() {
       return route.fulfill({ body: readFileSync(frames[index]) });
     });
     await page.goto('http://localhost/');
-    const text = await page.evaluate(record, frames.length);
-    writeFileSync(file, Buffer.from(text, 'base64'));
+    const encoded = await page.evaluate(encode, frames.length);
+    const chunks = encoded.map(({ data, isKey }) => ({ data: Buffer.from(data, 'base64'), isKey }));
+    writeFileSync(file, webm(chunks, { width: 640, height: 480, milliseconds: 1000 / 30 }));
   } finally {
     await browser.close();
   }
   return file;
 }
 
-// Runs in the page: shows the frames on a canvas that is recorded, slowly enough for any machine's encoder.
-async function record(count) {
-  const canvas = document.createElement('canvas');
-  [canvas.width, canvas.height] = [640, 480];
-  const context = canvas.getContext('2d');
-  const init = { format: 'NV12', codedWidth: 640, codedHeight: 480, timestamp: 0 };
+// Runs in the page: encodes the frames.
+async function encode(count) {
+  const text = (bytes) => {
+    let characters = '';
+    for (let i = 0; i < bytes.length; i += 1 << 15) characters += String.fromCharCode(...bytes.subarray(i, i + (1 << 15)));
+    return btoa(characters);
+  };
   const frames = [];
-  for (let i = 0; i < count; ++i)
-    frames.push(new VideoFrame(await (await fetch(`/${i}`)).arrayBuffer(), init));
-  context.drawImage(frames[0], 0, 0);
-  const stream = canvas.captureStream(0);
-  const recorder = new MediaRecorder(stream, { mimeType: 'video/webm;codecs=vp8', videoBitsPerSecond: 2e7 });
-  const pieces = [];
-  recorder.ondataavailable = ({ data }) => pieces.push(data);
-  recorder.start();
-  for (const frame of frames) {
-    context.drawImage(frame, 0, 0);
-    stream.getVideoTracks()[0].requestFrame();
-    await new Promise((resolve) => setTimeout(resolve, 130));
-  }
-  await new Promise((resolve) => {
-    recorder.onstop = resolve;
-    recorder.stop();
+  const encoder = new VideoEncoder({
+    output: (chunk) => {
+      const bytes = new Uint8Array(chunk.byteLength);
+      chunk.copyTo(bytes);
+      frames.push({ data: text(bytes), isKey: chunk.type === 'key' });
+    },
+    error: (reason) => {
+      throw reason;
+    },
   });
-  const bytes = new Uint8Array(await new Blob(pieces).arrayBuffer());
-  let text = '';
-  for (let i = 0; i < bytes.length; i += 1 << 15) text += String.fromCharCode(...bytes.subarray(i, i + (1 << 15)));
-  return btoa(text);
+  encoder.configure({ codec: 'vp8', width: 640, height: 480, bitrate: 8e6, framerate: 30 });
+  for (let i = 0; i < count; ++i) {
+    const init = { format: 'NV12', codedWidth: 640, codedHeight: 480, timestamp: i * 33333 };
+    const frame = new VideoFrame(await (await fetch(`/${i}`)).arrayBuffer(), init);
+    encoder.encode(frame, { keyFrame: i % 30 === 0 });
+    frame.close();
+  }
+  await encoder.flush();
+  return frames;
 }
