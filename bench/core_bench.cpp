@@ -38,7 +38,7 @@ void projection(benchmark::State& state, Size size)
     Nv12Picture projected(size);
     PanoImg destination = as_working_image(projected.image);
     for (auto _ : state) {
-        panorama_core_project(core, &destination, &source);
+        ozr::core::project(core, &destination, &source);
         benchmark::ClobberMemory();
     }
     state.counters["moved"] = static_cast<double>(projected_bytes(size));
@@ -47,12 +47,12 @@ void projection(benchmark::State& state, Size size)
 template <class Stage>
 void add(const char* name, Size size, Stage stage)
 {
-    for (const OzrKernels* level : bench_stage_levels()) {
+    for (const ozr::kernels::Kernels* level : bench_stage_levels()) {
         const std::string full = "stage/" + std::string(name) + "/" + size.text() + "/" + level->level;
         benchmark::RegisterBenchmark(full.c_str(), [=](benchmark::State& state) {
-            ozr_kernels_set_for_test(level);
+            ozr::kernels::set_for_test(level);
             stage(state, size);
-            ozr_kernels_set_for_test(nullptr);
+            ozr::kernels::set_for_test(nullptr);
         })->MeasureProcessCPUTime();
     }
 }

@@ -3,6 +3,7 @@
 #include "benchmarks.h"
 #include "levels.h"
 #include "prepared_core.h"
+#include "support/kernel_entry.h"
 #include "support/random.h"
 
 namespace
@@ -56,17 +57,17 @@ uint32_t* row32(Bytes& bytes, int32_t y, int32_t width)
 
 // Registers the kernel at the levels that have a function of their own. `moved` is the sum of the bytes that one pass
 // over the picture reads and writes; `pass` is handed the function.
-template <class Kernel, class Pass>
-void add(const char* name, Plane& plane, Kernel OzrKernels::*kernel, int64_t moved, Pass pass)
+template <class Stage, class Kernel, class Pass>
+void add(KernelEntry<Stage, Kernel> kernel, Plane& plane, int64_t moved, Pass pass)
 {
     const std::string size = std::to_string(plane.width) + "x" + std::to_string(plane.height);
     std::vector<Kernel> seen;
-    for (const OzrKernels* level : bench_levels()) {
-        const Kernel function = level->*kernel;
+    for (const ozr::kernels::Kernels* level : bench_levels()) {
+        const Kernel function = kernel.of(*level);
         if (!seen.empty() && seen.back() == function)
             continue;
         seen.push_back(function);
-        const std::string full = "kernel/" + std::string(name) + "/" + size + "/" + level->level;
+        const std::string full = "kernel/" + std::string(kernel.name) + "/" + size + "/" + level->level;
         benchmark::RegisterBenchmark(full.c_str(), [=, &plane](benchmark::State& state) {
             plane.fill();
             pass(function);  // what it prepares is not timed, nor makes the first pass look slow
@@ -95,29 +96,29 @@ void add_resampling(Plane& p)
     const int64_t n = int64_t{w} * h;
     // As in a preview frame: a quarter of the size.
     const int32_t quarter = w / 4;
-    add("resample_gray", p, &OzrKernels::resample_gray, n * 9 / 16, [&p, w, h, quarter](auto f) {
+    add(KERNEL(resample, gray), p, n * 9 / 16, [&p, w, h, quarter](auto f) {
         f(p.out.data(), quarter, {p.a.data(), w, 4092, 4091, 0, quarter, h / 4});
     });
-    add("resample_yuyv", p, &OzrKernels::resample_yuyv, n * 17 / 16, [&p, w, h, quarter](auto f) {
+    add(KERNEL(resample, yuyv), p, n * 17 / 16, [&p, w, h, quarter](auto f) {
         f(p.out.data(), quarter, {p.a.data(), 2 * w, 4092, 4091, 0, quarter, h / 4});
     });
-    add("resample_pairs_row", p, &OzrKernels::resample_pairs_row, n * 5 / 2, [&p, w, h](auto f) {
+    add(KERNEL(resample, pairs_row), p, n * 5 / 2, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) {
             f(row(p.out, y, w), w, row(p.a, y, 2 * w), row(p.a, y + 1, 2 * w), w - 1, kStep, 300);
         });
     });
-    add("resample_rgb", p, &OzrKernels::resample_rgb, n * 27 / 16, [&p, w, h, quarter](auto f) {
+    add(KERNEL(resample, rgb), p, n * 27 / 16, [&p, w, h, quarter](auto f) {
         f(p.out.data(), 3 * quarter, {p.a.data(), 3 * w, 4092, 4091, 0, quarter, h / 4});
     });
-    add("nearest_gray_row", p, &OzrKernels::nearest_gray_row, n * 5 / 2, [&p, w, h](auto f) {
+    add(KERNEL(resample, nearest_gray_row), p, n * 5 / 2, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) { f(row(p.out, y, w), w, row(p.a, y, 2 * w), kStep); });
     });
-    add("sample_bytes_row", p, &OzrKernels::sample_bytes_row, n * 3, [&p, w, h](auto f) {
+    add(KERNEL(resample, sample_bytes_row), p, n * 3, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, 2 * w), w, 2); });
     });
-    add("yuyv_luma_row", p, &OzrKernels::yuyv_luma_row, n * 3,
+    add(KERNEL(resample, yuyv_luma_row), p, n * 3,
         [&p, w, h](auto f) { each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, 2 * w), w); }); });
-    add("half_gray_row", p, &OzrKernels::half_gray_row, n * 5 / 4, [&p, w, h](auto f) {
+    add(KERNEL(resample, half_gray_row), p, n * 5 / 4, [&p, w, h](auto f) {
         each_row(h / 2, [&](int32_t y) {
             f(row(p.out, y, w / 2), row(p.a, 2 * y, w), row(p.a, 2 * y + 1, w), w / 2);
         });
@@ -129,17 +130,17 @@ void add_alignment(Plane& p)
     const int32_t w = p.width;
     const int32_t h = p.height;
     const int64_t n = int64_t{w} * h;
-    add("sad_area", p, &OzrKernels::sad_area, 2 * n,
+    add(KERNEL(motion, sad_area), p, 2 * n,
         [&p, w, h](auto f) { benchmark::DoNotOptimize(f(p.a.data(), w, p.b.data(), w, w, h)); });
-    add("sad_const_row", p, &OzrKernels::sad_const_row, n, [&p, w, h](auto f) {
+    add(KERNEL(motion, sad_const_row), p, n, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) { benchmark::DoNotOptimize(f(row(p.a, y, w), 100, w)); });
     });
-    add("integral_row", p, &OzrKernels::integral_row, 9 * n, [&p, w, h](auto f) {
+    add(KERNEL(align, integral_row), p, 9 * n, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) {
             f(row32(p.out, y, w), y > 0 ? row32(p.out, y - 1, w) : nullptr, row(p.a, y, w), w);
         });
     });
-    add("correlate_areas", p, &OzrKernels::correlate_areas, 2 * n, [&p, w, h](auto f) {
+    add(KERNEL(align, correlate_areas), p, 2 * n, [&p, w, h](auto f) {
         benchmark::DoNotOptimize(f({p.a.data(), w, 128, p.b.data(), w, 127, w, h}, 8));
     });
 }
@@ -149,20 +150,19 @@ void add_projection(Plane& p)
     const int32_t w = p.width;
     const int32_t h = p.height;
     const Size size = {w, h};
-    add("project_luma_row", p, &OzrKernels::project_luma_row, projected_luma_bytes(size), [&p, size](auto f) {
+    add(KERNEL(project, luma_row), p, projected_luma_bytes(size), [&p, size](auto f) {
         const PanoramaCore* core = prepared_core(size);
         each_row(size.height, [&](int32_t y) {
             f(row(p.out, y, size.width), p.a.data(), int64_t{size.width} * size.height, size.width,
               projection_row(core, y), size.width / 8);
         });
     });
-    add("project_chroma_row", p, &OzrKernels::project_chroma_row, projected_chroma_bytes(size),
-        [&p, size, w, h](auto f) {
-            const int32_t* map = prepared_core(size)->proj.chroma_map;
-            each_row(h / 2, [&](int32_t y) {
-                f(row(p.out, y, w), p.a.data(), map + static_cast<ptrdiff_t>(y) * (w / 2), w / 2);
-            });
+    add(KERNEL(project, chroma_row), p, projected_chroma_bytes(size), [&p, size, w, h](auto f) {
+        const int32_t* map = prepared_core(size)->proj.chroma_map;
+        each_row(h / 2, [&](int32_t y) {
+            f(row(p.out, y, w), p.a.data(), map + static_cast<ptrdiff_t>(y) * (w / 2), w / 2);
         });
+    });
 }
 
 void add_composition(Plane& p)
@@ -171,16 +171,16 @@ void add_composition(Plane& p)
     const int32_t h = p.height;
     const int64_t n = int64_t{w} * h;
     // The steps are kept, of the sums the last two rows.
-    add("seam_sum_row", p, &OzrKernels::seam_sum_row, 4 * n, [&p, w, h](auto f) {
+    add(KERNEL(seam, sum_row), p, 4 * n, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) {
             f(row16(p.out, y & 1, w), reinterpret_cast<int8_t*>(row(p.out, y + 4, w)),
               row16(p.out, (y & 1) ^ 1, w), {row(p.a, y, w), row(p.b, y, w), row(p.c, y, w), w});
         });
     });
-    add("blend_row", p, &OzrKernels::blend_row, int64_t{64} * 3 * h, [&p, w, h](auto f) {
+    add(KERNEL(blend, row), p, int64_t{64} * 3 * h, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, w), 64, 1, 2); });
     });
-    add("blend_pairs_row", p, &OzrKernels::blend_pairs_row, int64_t{64} * 3 * h, [&p, w, h](auto f) {
+    add(KERNEL(blend, pairs_row), p, int64_t{64} * 3 * h, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, w), 32, 1, 4); });
     });
 }
@@ -192,10 +192,10 @@ void add_rotation(Plane& p)
     const int64_t n = int64_t{w} * h;
     const auto bytes = [&p, w, h](auto f) { f(p.out.data(), h, p.a.data(), w, w, h); };
     const auto pairs = [&p, w, h](auto f) { f(p.out.data(), h, p.a.data(), w, w / 2, h / 2); };
-    add("rotate_bytes_cw", p, &OzrKernels::rotate_bytes_cw, 2 * n, bytes);
-    add("rotate_bytes_ccw", p, &OzrKernels::rotate_bytes_ccw, 2 * n, bytes);
-    add("rotate_pairs_cw", p, &OzrKernels::rotate_pairs_cw, n, pairs);
-    add("rotate_pairs_ccw", p, &OzrKernels::rotate_pairs_ccw, n, pairs);
+    add(KERNEL(rotate, bytes_cw), p, 2 * n, bytes);
+    add(KERNEL(rotate, bytes_ccw), p, 2 * n, bytes);
+    add(KERNEL(rotate, pairs_cw), p, n, pairs);
+    add(KERNEL(rotate, pairs_ccw), p, n, pairs);
 }
 
 void add_to_rgba(Plane& p)
@@ -206,17 +206,17 @@ void add_to_rgba(Plane& p)
     const auto semi_planar = [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) { f(row(p.out, y, 4 * w), row(p.a, y, w), row(p.b, y / 2, w), w / 2); });
     };
-    add("yvu_to_rgba_row", p, &OzrKernels::yvu_to_rgba_row, n * 11 / 2, semi_planar);
-    add("yuv_to_rgba_row", p, &OzrKernels::yuv_to_rgba_row, n * 11 / 2, semi_planar);
-    add("planar_to_rgba_row", p, &OzrKernels::planar_to_rgba_row, n * 11 / 2, [&p, w, h](auto f) {
+    add(KERNEL(colour, yvu_to_rgba_row), p, n * 11 / 2, semi_planar);
+    add(KERNEL(colour, yuv_to_rgba_row), p, n * 11 / 2, semi_planar);
+    add(KERNEL(colour, planar_to_rgba_row), p, n * 11 / 2, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) {
             f(row(p.out, y, 4 * w), row(p.a, y, w), row(p.b, y / 2, w / 2), row(p.c, y / 2, w / 2), w / 2);
         });
     });
-    add("yuyv_to_rgba_row", p, &OzrKernels::yuyv_to_rgba_row, n * 6, [&p, w, h](auto f) {
+    add(KERNEL(colour, yuyv_to_rgba_row), p, n * 6, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) { f(row(p.out, y, 4 * w), row(p.a, y, 2 * w), w / 2); });
     });
-    add("gray_to_rgba_row", p, &OzrKernels::gray_to_rgba_row, n * 5,
+    add(KERNEL(colour, gray_to_rgba_row), p, n * 5,
         [&p, w, h](auto f) { each_row(h, [&](int32_t y) { f(row(p.out, y, 4 * w), row(p.a, y, w), w); }); });
 }
 
@@ -225,21 +225,21 @@ void add_from_rgba(Plane& p)
     const int32_t w = p.width;
     const int32_t h = p.height;
     const int64_t n = int64_t{w} * h;
-    add("rgba_to_gray_row", p, &OzrKernels::rgba_to_gray_row, n * 5,
+    add(KERNEL(colour, rgba_to_gray_row), p, n * 5,
         [&p, w, h](auto f) { each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, 4 * w), w); }); });
-    add("rgba_to_luma_row", p, &OzrKernels::rgba_to_luma_row, n * 5, [&p, w, h](auto f) {
+    add(KERNEL(colour, rgba_to_luma_row), p, n * 5, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, 4 * w), w, 1); });
     });
     const auto chroma_pairs = [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) { f(row(p.out, y, w), row(p.a, y, 4 * w), w / 2); });
     };
-    add("rgba_to_uv_row", p, &OzrKernels::rgba_to_uv_row, n * 5, chroma_pairs);
-    add("rgba_to_vu_row", p, &OzrKernels::rgba_to_vu_row, n * 5, chroma_pairs);
-    add("rgba_to_u_v_rows", p, &OzrKernels::rgba_to_u_v_rows, n * 5, [&p, w, h](auto f) {
+    add(KERNEL(colour, rgba_to_uv_row), p, n * 5, chroma_pairs);
+    add(KERNEL(colour, rgba_to_vu_row), p, n * 5, chroma_pairs);
+    add(KERNEL(colour, rgba_to_u_v_rows), p, n * 5, [&p, w, h](auto f) {
         each_row(
             h, [&](int32_t y) { f(row(p.out, y, w), row(p.out, y, w) + w / 2, row(p.a, y, 4 * w), w / 2); });
     });
-    add("rgba_to_yuyv_row", p, &OzrKernels::rgba_to_yuyv_row, n * 6, [&p, w, h](auto f) {
+    add(KERNEL(colour, rgba_to_yuyv_row), p, n * 6, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) { f(row(p.out, y, 2 * w), row(p.a, y, 4 * w), w / 2); });
     });
 }
@@ -250,20 +250,20 @@ void add_toolkit(Plane& p)
     const int32_t h = p.height;
     const int64_t n = int64_t{w} * h;
     const auto mirror = [&p, w, h](auto f) { each_row(h, [&](int32_t y) { f(row(p.out, y, w), w); }); };
-    add("mirror_bytes_row", p, &OzrKernels::mirror_bytes_row, 2 * n, mirror);
-    add("mirror_pairs_row", p, &OzrKernels::mirror_pairs_row, 2 * n, mirror);
-    add("mirror_quads_row", p, &OzrKernels::mirror_quads_row, 8 * n,
+    add(KERNEL(mirror, bytes_row), p, 2 * n, mirror);
+    add(KERNEL(mirror, pairs_row), p, 2 * n, mirror);
+    add(KERNEL(mirror, quads_row), p, 8 * n,
         [&p, w, h](auto f) { each_row(h, [&](int32_t y) { f(row(p.out, y, 4 * w), w); }); });
-    add("warp_row", p, &OzrKernels::warp_row, 2 * n, [&p, w, h](auto f) {
-        const OzrWarp warp = {p.a.data(), int64_t{w} * h - 1, w, 1, w, h, 1000, 62500, 990, 14};
+    add(KERNEL(warp, row), p, 2 * n, [&p, w, h](auto f) {
+        const ozr::kernels::Warp warp = {p.a.data(), int64_t{w} * h - 1, w, 1, w, h, 1000, 62500, 990, 14};
         each_row(h, [&](int32_t y) { f(row(p.out, y, w), w, warp, -14 * y, 990 * y); });
     });
-    add("line_gray_row", p, &OzrKernels::line_gray_row, 2 * n, [&p, w, h](auto f) {
-        const int64_t one = int64_t{1} << kOzrLineFracBits;
-        const OzrLine line = {p.a.data(), w, w, h, one * 99 / 100, one / 70};
+    add(KERNEL(warp, line_gray_row), p, 2 * n, [&p, w, h](auto f) {
+        const int64_t one = int64_t{1} << ozr::kernels::kLineFracBits;
+        const ozr::kernels::Line line = {p.a.data(), w, w, h, one * 99 / 100, one / 70};
         each_row(h, [&](int32_t y) { f(row(p.out, y, w), w, line, 0, y * one); });
     });
-    add("census_run", p, &OzrKernels::census_run, 3 * n, [&p, w, h](auto f) {
+    add(KERNEL(census, run), p, 3 * n, [&p, w, h](auto f) {
         f(reinterpret_cast<uint16_t*>(p.out.data()), p.a.data(), static_cast<uint32_t>(w),
           static_cast<uint32_t>(w) * static_cast<uint32_t>(h - 2) - 2);
     });

@@ -7,9 +7,9 @@
 #include "kernels/kernels.h"
 
 // Lowest level first.
-std::vector<const OzrKernels*> bench_levels();
+std::vector<const ozr::kernels::Kernels*> bench_levels();
 
 // The levels at which whole stages are timed: scalar, that of every Android x86 device, and the machine's best.
-std::vector<const OzrKernels*> bench_stage_levels();
+std::vector<const ozr::kernels::Kernels*> bench_stage_levels();
 
 #endif

@@ -3,7 +3,7 @@
 #include "image/panorama_img.h"
 #include "levels.h"
 #include "ozr_image.h"
-#include "ozr_support.h"
+#include "ozr_types.h"
 #include "support/random.h"
 #include "sweep_pictures.h"
 
@@ -33,7 +33,7 @@ void rotate_nv12(benchmark::State& state, Size size)
     const RandomImage upright(size, ozr_image_format_nv12);
     const PanoImg src = {kPanoNv12,          size.width, size.height,       upright.image.stride,
                          upright.image.size, 0,          upright.image.data};
-    PanoImgOwner turned;
+    ozr::PanoImgOwner turned;
     fail_unless(state, PanoImg_Create(turned.get(), size.height, size.width, kPanoNv12) == 0);
     for (auto _ : state)
         fail_unless(state, PanoImg_RotateCW90(turned.get(), &src) == 0);
@@ -58,12 +58,12 @@ void flip_rgba(benchmark::State& state, Size size)
 template <class Operation>
 void add(const char* name, Size size, Operation operation)
 {
-    for (const OzrKernels* level : bench_stage_levels()) {
+    for (const ozr::kernels::Kernels* level : bench_stage_levels()) {
         const std::string full = "picture/" + std::string(name) + "/" + size.text() + "/" + level->level;
         benchmark::RegisterBenchmark(full.c_str(), [=](benchmark::State& state) {
-            ozr_kernels_set_for_test(level);
+            ozr::kernels::set_for_test(level);
             operation(state);
-            ozr_kernels_set_for_test(nullptr);
+            ozr::kernels::set_for_test(nullptr);
         })->MeasureProcessCPUTime();
     }
 }

@@ -13,7 +13,7 @@ const PanoramaCore* prepared_core(Size size)
     return core;
 }
 
-OzrProjectionRow projection_row(const PanoramaCore* core, int32_t y)
+ozr::kernels::ProjectionRow projection_row(const PanoramaCore* core, int32_t y)
 {
     const ptrdiff_t first = static_cast<ptrdiff_t>(y) * (core->width / 8);
     return {core->proj.block_offsets + first, core->proj.weights + 128 * first, core->factors.columns,

@@ -10,7 +10,7 @@
 const PanoramaCore* prepared_core(Size size);
 
 /** What the luma kernel works from in a row of it. */
-OzrProjectionRow projection_row(const PanoramaCore* core, int32_t y);
+ozr::kernels::ProjectionRow projection_row(const PanoramaCore* core, int32_t y);
 
 /** Bytes that the projection of a picture reads and writes by its definition: from the tables of products. Variants that
  *  work from the factors move far less. */

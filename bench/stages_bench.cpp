@@ -16,7 +16,7 @@ namespace
 // A library at one of its levels: null leaves the choice to the library.
 struct Contender {
     Library library;
-    const OzrKernels* level;
+    const ozr::kernels::Kernels* level;
 
     std::string name() const { return level != nullptr ? level->level : library.name; }
 };
@@ -100,9 +100,9 @@ benchmark::internal::Benchmark* add(const std::string& name, const Contender& co
 {
     return benchmark::RegisterBenchmark(("stage/" + name + "/" + contender.name()).c_str(),
                                         [contender, stage](benchmark::State& state) {
-                                            ozr_kernels_set_for_test(contender.level);
+                                            ozr::kernels::set_for_test(contender.level);
                                             stage(state, contender.library);
-                                            ozr_kernels_set_for_test(nullptr);
+                                            ozr::kernels::set_for_test(nullptr);
                                         })
         ->MeasureProcessCPUTime()
         ->Unit(benchmark::kMillisecond);
@@ -126,7 +126,7 @@ void add_stages(const Contender& contender)
 
 void add_stage_benchmarks(const std::vector<Library>& others)
 {
-    for (const OzrKernels* level : bench_stage_levels())
+    for (const ozr::kernels::Kernels* level : bench_stage_levels())
         add_stages({own_library(), level});
     for (const Library& library : others)
         add_stages({library, nullptr});

@@ -6,6 +6,8 @@
 
 #include "scene/scene.h"
 
+using namespace ozr_pano;
+
 namespace
 {
 

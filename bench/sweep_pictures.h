@@ -57,7 +57,7 @@ public:
 private:
     Size size_;
     double focal_;
-    std::unique_ptr<Surroundings> street_;
+    std::unique_ptr<ozr_pano::Surroundings> street_;
 };
 
 /** All pictures of a sweep; taken when first asked for, then kept. */

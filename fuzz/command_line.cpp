@@ -9,6 +9,8 @@
 #include "fuzz_input.h"
 #include "media/picture_io.h"
 
+using namespace ozr_pano;
+
 namespace
 {
 

@@ -37,7 +37,7 @@ public:
 private:
     void initialise(int32_t width, int32_t height, int32_t stride)
     {
-        panorama_core_projection_free(
+        ozr::core::free_projection(
             &core_->proj);  // initialising once more replaces the tables without releasing them
         panorama_core_init(core_, input_->byte() % 2, width, height, stride);
         next_ = 0;

@@ -21,11 +21,12 @@ extern "C" const char* __asan_default_options()
 
 void fuzz_choose_kernels(FuzzInput* input)
 {
-    static const uint32_t features = ozr_cpu_features();
+    static const uint32_t features = ozr::kernels::cpu_features();
     int32_t levels = 0;
-    while (kOzrKernelLevels[levels] != nullptr && (kOzrKernelLevels[levels]->features & ~features) == 0)
+    while (ozr::kernels::kLevels[levels] != nullptr &&
+           (ozr::kernels::kLevels[levels]->features & ~features) == 0)
         ++levels;
-    ozr_kernels_set_for_test(kOzrKernelLevels[input->between(0, levels - 1)]);
+    ozr::kernels::set_for_test(ozr::kernels::kLevels[input->between(0, levels - 1)]);
 }
 
 void fuzz_choose_logging(FuzzInput* input)

@@ -19,7 +19,7 @@ inline WorkingPicture fuzz_working_picture(const PanoImg& record, const FuzzPain
     const auto bytes_of = [](const PanoImg& img) {
         const bool has_pixels = img.width > 0 && img.height > 0 && img.stride > 0;
         const int64_t plane = int64_t{img.height} * img.stride;
-        return has_pixels ? fuzz_honest_bytes(std::max(pano_geometry_size(&img), plane)) : 0;
+        return has_pixels ? fuzz_honest_bytes(std::max(ozr::pano_geometry_size(&img), plane)) : 0;
     };
     if (bytes_of(picture.img) > kMaxFuzzBytes)
         picture.img.height = 1;
@@ -41,7 +41,7 @@ inline PanoImg fuzz_working_record(FuzzInput* input, int32_t max_width, int32_t 
     record.width = input->between(1, max_width);
     record.height = input->between(1, max_height);
     record.format = oddities < 128 ? oddities % 2 : input->between(-1, 6);
-    const int64_t row_bytes = pano_row_bytes(record.format, record.width);
+    const int64_t row_bytes = ozr::pano_row_bytes(record.format, record.width);
     record.stride = fuzz_stride(row_bytes < 0 ? 4 : row_bytes, input->between(0, 5));
     if (oddities >= 224)
         record.width = input->number();

@@ -5,7 +5,10 @@
 
 #include "fuzz_picture.h"
 #include "fuzz_process.h"
-#include "ozr_support.h"
+#include "ozr_gray.h"
+#include "ozr_memory.h"
+#include "ozr_prof.h"
+#include "ozr_version.h"
 
 namespace
 {

@@ -17,6 +17,8 @@
 #include "media/png_codec.h"
 #include "media/y4m.h"
 
+using namespace ozr_pano;
+
 namespace
 {
 

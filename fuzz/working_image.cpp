@@ -69,7 +69,7 @@ Two _two(FuzzInput* input)
     }
     const int32_t padding = relation / 16;
     if (relation % 4 != 0) {
-        const int64_t row_bytes = pano_row_bytes(dst.format, dst.width);
+        const int64_t row_bytes = ozr::pano_row_bytes(dst.format, dst.width);
         dst.stride = relation % 8 == 1 ? src.stride : fuzz_stride(row_bytes, padding);
     }
     return {fuzz_working_picture(dst, {1, 90, 0, 0}, *input),

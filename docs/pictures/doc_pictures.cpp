@@ -15,6 +15,8 @@
 #include <memory>
 #include <stdio.h>
 
+using namespace ozr_pano;
+
 namespace
 {
 
@@ -61,7 +63,7 @@ Picture shown(const PanoImg& img)
 
 int32_t luma_at(const PanoImg& img, int32_t x, int32_t y)
 {
-    return pano_row(&img, y)[x];
+    return ozr::pano_row(&img, y)[x];
 }
 
 /** The camera in front of its scene. */
@@ -196,14 +198,14 @@ double coefficient(const PanoImg& a, const PanoImg& b, int32_t x, int32_t y, int
 {
     const Part part = overlap(a, x, y);
     const int32_t columns = part.width - 2 * margin;
-    OzrAreaPair areas = {pano_row(&b, part.y - y) + margin,
-                         b.stride,
-                         0,
-                         pano_row(&a, part.y) + x + margin,
-                         a.stride,
-                         0,
-                         columns,
-                         part.height};
+    ozr::kernels::AreaPair areas = {ozr::pano_row(&b, part.y - y) + margin,
+                                    b.stride,
+                                    0,
+                                    ozr::pano_row(&a, part.y) + x + margin,
+                                    a.stride,
+                                    0,
+                                    columns,
+                                    part.height};
     int32_t sum_a = 0, sum_b = 0;
     for (int32_t row = 0; row < part.height; ++row) {
         for (int32_t i = 0; i < columns; ++i) {
@@ -214,7 +216,7 @@ double coefficient(const PanoImg& a, const PanoImg& b, int32_t x, int32_t y, int
     const int32_t count = columns * part.height;
     areas.a_mean = (sum_a + count / 2) / count;
     areas.b_mean = (sum_b + count / 2) / count;
-    const OzrCorrelation sums = ozr_kernels()->correlate_areas(areas, 0);
+    const ozr::kernels::CorrelationSums sums = ozr::kernels::active()->align.correlate_areas(areas, 0);
     return sums.ab / (std::max(1.0, 1.0 * sums.aa) * std::max(1.0, 1.0 * sums.bb)) * sums.ab *
            (sums.ab < 0 ? -1 : 1);
 }

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <string.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -104,3 +107,5 @@ Picture side_by_side(const std::vector<Picture>& pictures)
     }
     return result;
 }
+
+}  // namespace ozr_pano

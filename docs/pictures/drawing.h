@@ -4,6 +4,9 @@
 
 #include "media/picture.h"
 
+namespace ozr_pano
+{
+
 /** Pixels: left, top, and the columns and rows of a part of a picture. */
 struct Part {
     int32_t x, y, width, height;
@@ -35,5 +38,7 @@ void outline(Picture* picture, const Part& part, Ink ink);
 
 /** Pictures in a row, with a white gap between them. */
 Picture side_by_side(const std::vector<Picture>& pictures);
+
+}  // namespace ozr_pano
 
 #endif

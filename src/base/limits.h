@@ -15,21 +15,26 @@ enum PanoDirection : int32_t {
     kDirectionUp = 4,
 };
 
-inline bool pano_is_vertical(int32_t direction)
+namespace ozr
+{
+
+inline bool is_vertical(int32_t direction)
 {
     return direction == kDirectionDown || direction == kDirectionUp;
 }
 
-inline bool pano_fits_32_bits(int64_t value)
+inline bool fits_32_bits(int64_t value)
 {
     return value >= INT32_MIN && value <= INT32_MAX;
 }
 
 // For products of several sizes, which may exceed 64 bits as well.
-inline bool pano_product_fits_32_bits(int64_t a, int64_t b)
+inline bool product_fits_32_bits(int64_t a, int64_t b)
 {
     int64_t product = 0;
-    return !__builtin_mul_overflow(a, b, &product) && pano_fits_32_bits(product);
+    return !__builtin_mul_overflow(a, b, &product) && fits_32_bits(product);
 }
+
+}  // namespace ozr
 
 #endif

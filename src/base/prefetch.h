@@ -6,6 +6,9 @@
 #include <stddef.h>
 #include <stdint.h>
 
+namespace ozr
+{
+
 // Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
 namespace
 {
@@ -39,5 +42,7 @@ OZR_PREFETCHING void prefetch_bytes(const void* place, uintptr_t way, ptrdiff_t 
 }
 
 }  // namespace
+
+}  // namespace ozr
 
 #endif

@@ -5,6 +5,9 @@
 
 #include <stdint.h>
 
+namespace ozr
+{
+
 struct Wrap32 {
     int32_t value;
 
@@ -27,5 +30,7 @@ struct Wrap32 {
     friend constexpr bool operator<(Wrap32 a, Wrap32 b) { return a.value < b.value; }
     friend constexpr bool operator>(Wrap32 a, Wrap32 b) { return b < a; }
 };
+
+}  // namespace ozr
 
 #endif

@@ -8,6 +8,9 @@
 #include "kernels/kernels.h"
 #include "support/buffer.h"
 
+using namespace ozr;
+using namespace ozr::core;
+
 namespace
 {
 
@@ -17,15 +20,15 @@ constexpr int32_t kNoSearchScore = -1;
 // An integral image: entry (x, y) is the sum of all pixels up to and including column x and row y.
 int32_t _panoMakeIntegralImg(const PanoImg* img, uint32_t** out)
 {
-    auto sums = ozr_make_unfilled_buffer<uint32_t>(int64_t{img->width} * img->height);
+    auto sums = make_unfilled_buffer<uint32_t>(int64_t{img->width} * img->height);
     *out = sums.get();
     if (!sums)
         return kPanoNoMemory;
-    const OzrKernels* kernels = ozr_kernels();
+    const kernels::Kernels* kernels = kernels::active();
     const uint32_t* above = nullptr;
     uint32_t* row = sums.release();
     for (int32_t y = 0; y < img->height; ++y) {
-        kernels->integral_row(row, above, pano_row(img, y), img->width);
+        kernels->align.integral_row(row, above, pano_row(img, y), img->width);
         above = row;
         row += img->width;
     }
@@ -65,7 +68,7 @@ int32_t _rounded_mean(uint32_t sum, uint32_t count)
 }
 
 // sign(r) * r^2 in Q3.28 from the three sums, whose lowest 10 bits are dropped once more before the divisions.
-int32_t _score(const OzrCorrelation& sums)
+int32_t _score(const kernels::CorrelationSums& sums)
 {
     const int32_t a = sums.aa >> 10;
     const int32_t b = sums.bb >> 10;
@@ -89,15 +92,15 @@ int32_t normalized_cross_correlation_fixed(const PanoImg* img0, const PanoImg* i
     const uint32_t count = static_cast<uint32_t>(o.columns()) * static_cast<uint32_t>(o.rows());
     const uint32_t sum0 = _panoGetSum(integral0, img0->width, o.x0, o.x1, o.y0, o.y1);
     const uint32_t sum1 = _panoGetSum(integral1, img1->width, o.x0 - dx, o.x1 - dx, o.y0 - dy, o.y1 - dy);
-    const OzrAreaPair areas = {pano_row(img1, o.y0 - dy) + (o.x0 - dx),
-                               img1->stride,
-                               _rounded_mean(sum1, count),
-                               pano_row(img0, o.y0) + o.x0,
-                               img0->stride,
-                               _rounded_mean(sum0, count),
-                               o.columns(),
-                               o.rows()};
-    return _score(ozr_kernels()->correlate_areas(areas, shift));
+    const kernels::AreaPair areas = {pano_row(img1, o.y0 - dy) + (o.x0 - dx),
+                                     img1->stride,
+                                     _rounded_mean(sum1, count),
+                                     pano_row(img0, o.y0) + o.x0,
+                                     img0->stride,
+                                     _rounded_mean(sum0, count),
+                                     o.columns(),
+                                     o.rows()};
+    return _score(kernels::active()->align.correlate_areas(areas, shift));
 }
 
 // Level 0 is the projected picture at the work size, every further level half the size of the one before.
@@ -118,8 +121,8 @@ int32_t _fill_level(const PanoramaCore* pi, const PanoImg* projected, AlignItem*
 int32_t _fill_item(const PanoramaCore* pi, const PanoImg* projected, AlignItem* item)
 {
     item->pyramid_levels = pi->pyramid_levels;
-    item->pyramid = ozr_make_buffer<PanoImg>(pi->pyramid_levels).release();
-    item->integrals = ozr_make_buffer<uint32_t*>(pi->pyramid_levels).release();
+    item->pyramid = make_buffer<PanoImg>(pi->pyramid_levels).release();
+    item->integrals = make_buffer<uint32_t*>(pi->pyramid_levels).release();
     if (item->pyramid == nullptr || item->integrals == nullptr)
         return kPanoNoMemory;
     for (int32_t level = 0; level < item->pyramid_levels; ++level)
@@ -251,7 +254,7 @@ void _align(const PanoramaCore* pi, const Pair& pair)
 // init refused has the tables of an earlier one.
 bool _fits_tables(const PanoramaCore* pi, const PanoImg* img)
 {
-    return panorama_core_is_usable(pi) && img->format == kPanoNv12 && img->width == pi->width &&
+    return is_usable(pi) && img->format == kPanoNv12 && img->width == pi->width &&
            img->height == pi->height && img->stride == pi->stride && img->stride >= img->width &&
            img->data != nullptr;
 }
@@ -280,8 +283,8 @@ int32_t _project_input(PanoramaCore* pi, const PanoImg* img, int32_t index)
 {
     PANO_FORWARD(_check_picture(pi, img));
     PanoImg* projected = &pi->frames[index];
-    PANO_FORWARD(pano_create_unfilled(projected, panorama_core_projected_width(pi), pi->height, kPanoNv12));
-    panorama_core_project(pi, projected, img);
+    PANO_FORWARD(pano_create_unfilled(projected, projected_width(pi), pi->height, kPanoNv12));
+    project(pi, projected, img);
     return kPanoSuccess;
 }
 
@@ -325,7 +328,7 @@ int32_t panorama_core_add_input(PanoramaCore* pi, PanoImg* img, int32_t index, i
     return _align_input(pi, index, x, y);
 }
 
-int32_t panorama_core_add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y)
+int32_t ozr::core::add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y)
 {
     if (pi == nullptr)
         return kPanoNullArgument;

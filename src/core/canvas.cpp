@@ -9,6 +9,9 @@
 #include "image/panorama_util.h"
 #include "kernels/kernels.h"
 
+using namespace ozr;
+using namespace ozr::core;
+
 namespace
 {
 
@@ -111,7 +114,7 @@ OZR_PREFETCHING void _ask_ahead(const Strokes& strokes, const Stroke& stroke, in
                    ptrdiff_t{end - stroke.copy_begin} * strokes.unit);
 }
 
-void _write(const Strokes& strokes, int32_t weight_step, BlendRow* blend)
+void _write(const Strokes& strokes, int32_t weight_step, kernels::BlendRow* blend)
 {
     int32_t written = 0;
     for (int32_t i = 0; i < strokes.count; ++i) {
@@ -195,9 +198,9 @@ void _add_picture(Strokes* luma, Strokes* chroma, const Canvas& canvas, int32_t 
 
 }  // namespace
 
-void panorama_canvas_write(const Canvas& canvas, int32_t margin, PanoImg* out)
+void ozr::core::write_canvas(const Canvas& canvas, int32_t margin, PanoImg* out)
 {
-    const OzrKernels* kernels = ozr_kernels();
+    const kernels::Kernels* kernels = kernels::active();
     const Ramps ramps = _ramps(margin);
     Strokes luma = {nullptr, out->stride, out->width, 1, 0, {}};
     Strokes chroma = {nullptr, out->stride, out->width / 2, 2, 0, {}};
@@ -212,8 +215,8 @@ void panorama_canvas_write(const Canvas& canvas, int32_t margin, PanoImg* out)
                 at = {at.x + canvas.results[i].x, at.y + canvas.results[i].y};
             _add_picture(&luma, &chroma, canvas, i, at, out, y, ramps);
         }
-        _write(luma, ramps.luma.step, kernels->blend_row);
+        _write(luma, ramps.luma.step, kernels->blend.row);
         if (y % 2 == 0)
-            _write(chroma, ramps.chroma.step, kernels->blend_pairs_row);
+            _write(chroma, ramps.chroma.step, kernels->blend.pairs_row);
     }
 }

@@ -9,11 +9,14 @@
 #include "core/panorama_seam.h"
 #include "support/buffer.h"
 
+namespace ozr::core
+{
+
 // The seam between picture i - 1 and picture i of the canvas.
 struct Seam {
     SeamRegion a;  // in the earlier picture
     SeamRegion b;  // in the later one; its left edge is the picture's
-    OzrBuffer<int32_t> columns;
+    Buffer<int32_t> columns;
 };
 
 // The pictures from left to right, and where they lie.
@@ -31,10 +34,12 @@ struct Canvas {
 
 // Finds the seam of every overlap, keeping off its edges by `margin` columns, and releases what the alignment kept of the
 // pictures. -4: two neighbours overlap outside their pictures; -8: memory is out; or as panorama_seam_find.
-int32_t panorama_canvas_find_seams(Canvas* canvas, int32_t margin);
+int32_t find_seams(Canvas* canvas, int32_t margin);
 
 // Writes all pixels of `out`: the pictures, each from its seam onward, and 0 where there is none. `margin` decides on
 // the transitions.
-void panorama_canvas_write(const Canvas& canvas, int32_t margin, PanoImg* out);
+void write_canvas(const Canvas& canvas, int32_t margin, PanoImg* out);
+
+}  // namespace ozr::core
 
 #endif

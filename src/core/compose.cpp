@@ -6,6 +6,9 @@
 #include "image/pano_result.h"
 #include "image/panorama_util.h"
 
+using namespace ozr;
+using namespace ozr::core;
+
 namespace
 {
 
@@ -106,7 +109,7 @@ int32_t _create_canvas(const PanoramaCore* pi, const Canvas& canvas, PanoImg* ou
 
 }  // namespace
 
-int32_t panorama_core_compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block)
+int32_t ozr::core::compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block)
 {
     if (pi == nullptr)
         return kPanoNullArgument;
@@ -129,7 +132,7 @@ int32_t panorama_core_compose(PanoramaCore* pi, int32_t count, PanoImg* out, voi
     pi->mean_score = static_cast<int32_t>(canvas.score_sum / pi->overlaps);
     if (_take_cancel(pi))
         return kPanoCancelled;
-    PANO_FORWARD(panorama_canvas_find_seams(&canvas, pi->margin));
+    PANO_FORWARD(find_seams(&canvas, pi->margin));
     if (_take_cancel(pi))
         return kPanoCancelled;
     PANO_FORWARD(_create_canvas(pi, canvas, out, raw_block));
@@ -140,11 +143,11 @@ int32_t panorama_core_compose(PanoramaCore* pi, int32_t count, PanoImg* out, voi
             PanoImg_Destroy(out);
         return kPanoCancelled;
     }
-    panorama_canvas_write(canvas, pi->margin, out);
+    write_canvas(canvas, pi->margin, out);
     return kPanoSuccess;
 }
 
 int32_t panorama_core_panorama(PanoramaCore* pi, int32_t count, PanoImg* out)
 {
-    return panorama_core_compose(pi, count, out, nullptr);
+    return compose(pi, count, out, nullptr);
 }

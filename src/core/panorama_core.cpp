@@ -6,7 +6,10 @@
 #include "base/wrap32.h"
 #include "image/pano_result.h"
 #include "image/panorama_util.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
+
+using namespace ozr;
+using namespace ozr::core;
 
 #if UINTPTR_MAX == UINT32_MAX
 static_assert(sizeof(AlignItem) == 20 && sizeof(ProjectionInfo) == 20, "five 32-bit words");
@@ -110,17 +113,17 @@ void _set_search_range(PanoramaCore* pi)
 
 // Widths of 8 to 31 make a circle of radius 0, and with it a division by zero. (Below 8 there is nothing to project: the
 // tables are empty and the first picture is refused.)
-bool panorama_core_is_usable(const PanoramaCore* pi)
+bool ozr::core::is_usable(const PanoramaCore* pi)
 {
     if (pi->height <= 0 || pi->width <= 0 || pi->stride < 1)
         return false;
-    const int32_t projected = panorama_core_projected_width(pi);
+    const int32_t projected = projected_width(pi);
     const int64_t half_size = int64_t{pi->half_width} * pi->half_height;
-    return (projected == 0 || projected >= 32) && pano_product_fits_32_bits(half_size, pi->overlap) &&
-           panorama_core_projection_fits(pi);
+    return (projected == 0 || projected >= 32) && product_fits_32_bits(half_size, pi->overlap) &&
+           projection_fits(pi);
 }
 
-void _panoFreeAlignmentItem(AlignItem* item)
+void ozr::core::_panoFreeAlignmentItem(AlignItem* item)
 {
     if (item == nullptr)
         return;
@@ -154,8 +157,8 @@ int32_t panorama_core_destroy(PanoramaCore* core)
     if (core == nullptr)
         return kPanoSuccess;
     _release_pictures(core);
-    panorama_core_projection_free(&core->proj);
-    panorama_core_factors_free(&core->factors);
+    free_projection(&core->proj);
+    free_factors(&core->factors);
     ozr_free(core);
     return kPanoSuccess;
 }
@@ -195,11 +198,11 @@ int32_t panorama_core_init(PanoramaCore* pi, int32_t forward, int32_t width, int
     // Kept: the first pointer is never filled here, so tables of an earlier sweep are replaced without being released;
     // the engine makes a new context for every sweep.
     if (pi->proj.block_offsets != nullptr && pi->proj.unused[0] != nullptr)
-        panorama_core_projection_free(&pi->proj);
+        free_projection(&pi->proj);
     _set_search_range(pi);
-    if (!panorama_core_is_usable(pi))
+    if (!is_usable(pi))
         return kPanoBadArgument;
-    PANO_FORWARD(panorama_core_projection_build(pi));
+    PANO_FORWARD(build_projection(pi));
     pi->initialised = 1;
     return kPanoSuccess;
 }

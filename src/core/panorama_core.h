@@ -3,7 +3,7 @@
 //
 // panorama_core.cpp holds the context's life and geometry, panorama_core_projection.cpp the projection onto the
 // cylinder, panorama_core_projection_tables.cpp its tables, panorama_core_align.cpp the intake and alignment of pictures,
-// panorama_core_compose.cpp the composition, panorama_canvas_seams.cpp and panorama_canvas_write.cpp its last steps.
+// compose.cpp the composition, panorama_canvas_seams.cpp and write_canvas.cpp its last steps.
 // Nothing but the composition logs.
 //
 // What cannot be detected: a context that panorama_core_create did not make, a picture whose memory is smaller than its
@@ -42,7 +42,7 @@ struct ProjectionInfo {
     int32_t* chroma_map;     // W8 / 2 x height / 2: source chroma pair of each output chroma pair
 };
 
-// What the weights are products of, as OzrProjectionRow has them.
+// What the weights are products of, as ozr::kernels::ProjectionRow has them.
 struct ProjectionFactors {
     uint8_t* columns;  // 32 per column of blocks; those of an odd last row differ and are not kept
     uint8_t* rows;     // W8 x height
@@ -118,33 +118,38 @@ OZR_API int32_t panorama_core_panorama(PanoramaCore* pi, int32_t count, PanoImg*
 
 OZR_END_DECLS
 
+namespace ozr::core
+{
+
 // As panorama_core_add_input, but the picture is only read and stays its owner's.
-int32_t panorama_core_add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y);
+int32_t add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y);
 
 // As panorama_core_panorama; with a `raw_block` the pixels lie in an aligned block, for PanoImg_DestroyAligned.
-int32_t panorama_core_compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block);
+int32_t compose(PanoramaCore* pi, int32_t count, PanoImg* out, void** raw_block);
 
 // Frees what a record owns and clears it; null is no fault.
 void _panoFreeAlignmentItem(AlignItem* item);
-void panorama_core_projection_free(ProjectionInfo* info);
-void panorama_core_factors_free(ProjectionFactors* factors);
+void free_projection(ProjectionInfo* info);
+void free_factors(ProjectionFactors* factors);
 
 // Whether the stored geometry is one that can be projected without a division by zero or an overflow.
-bool panorama_core_is_usable(const PanoramaCore* pi);
+bool is_usable(const PanoramaCore* pi);
 
 // Builds the tables for pictures of pi->width x pi->height at pi->stride. -7: memory is out.
-int32_t panorama_core_projection_build(PanoramaCore* pi);
+int32_t build_projection(PanoramaCore* pi);
 
 // Whether every product on the way to the tables fits 32 bits.
-bool panorama_core_projection_fits(const PanoramaCore* pi);
+bool projection_fits(const PanoramaCore* pi);
 
 // Projects a picture of that size into `dst`, W8 x height.
-void panorama_core_project(const PanoramaCore* pi, PanoImg* dst, const PanoImg* src);
+void project(const PanoramaCore* pi, PanoImg* dst, const PanoImg* src);
 
 // Width of the projected pictures: whole blocks of 8 pixels.
-inline int32_t panorama_core_projected_width(const PanoramaCore* pi)
+inline int32_t projected_width(const PanoramaCore* pi)
 {
     return pi->width - pi->width % 8;
 }
+
+}  // namespace ozr::core
 
 #endif

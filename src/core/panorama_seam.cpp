@@ -4,11 +4,13 @@
 #include "core/seam_paths.h"
 #include "image/pano_result.h"
 
+using namespace ozr::core;
+
 #if UINTPTR_MAX == UINT32_MAX
 static_assert(sizeof(SeamRegion) == 20, "five 32-bit words");
 #endif
 
-int32_t seam_check_regions(const SeamRegion* a, const SeamRegion* b)
+int32_t ozr::core::check_regions(const SeamRegion* a, const SeamRegion* b)
 {
     if (a->img == nullptr || b->img == nullptr || a->width != b->width || a->height != b->height)
         return kPanoBadArgument;
@@ -25,13 +27,13 @@ int32_t panorama_seam_find(int32_t* seam, const uint8_t* mask, const SeamRegion*
 {
     if (seam == nullptr || mask == nullptr || regionA == nullptr || regionB == nullptr)
         return kPanoNullArgument;
-    PANO_FORWARD(seam_check_regions(regionA, regionB));
-    const SeamWorkspace workspace = seam_make_workspace(seam_workspace_size(regionA->width, regionA->height));
+    PANO_FORWARD(check_regions(regionA, regionB));
+    const SeamWorkspace workspace = make_seam_workspace(seam_workspace_size(regionA->width, regionA->height));
     if (!workspace)
         return kPanoNoMemory;
     SeamPaths paths(workspace.get(), regionA->width);
     for (int32_t y = 0; y < regionA->height; ++y, mask += regionA->width)
-        paths.add_row(seam_region_row(regionA, y), seam_region_row(regionB, y), mask);
+        paths.add_row(region_row(regionA, y), region_row(regionB, y), mask);
     paths.trace(seam);
     return kPanoSuccess;
 }

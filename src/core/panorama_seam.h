@@ -5,7 +5,7 @@
 #include <stdint.h>
 
 #include "image/panorama_img.h"
-#include "ozr_support.h"
+#include "ozr_types.h"
 
 // One of two overlapping regions; pixel (column, row) is byte (y + row) * stride + x + column of the picture.
 struct SeamRegion {
@@ -32,12 +32,17 @@ OZR_API int32_t panorama_seam_find(int32_t* seam, const uint8_t* mask, const Sea
 
 OZR_END_DECLS
 
-// What panorama_seam_find returns for regions that it cannot work on, else 0. Neither pointer is null.
-int32_t seam_check_regions(const SeamRegion* a, const SeamRegion* b);
+namespace ozr::core
+{
 
-inline const uint8_t* seam_region_row(const SeamRegion* region, int32_t y)
+// What panorama_seam_find returns for regions that it cannot work on, else 0. Neither pointer is null.
+int32_t check_regions(const SeamRegion* a, const SeamRegion* b);
+
+inline const uint8_t* region_row(const SeamRegion* region, int32_t y)
 {
     return pano_row(region->img, region->y + y) + region->x;
 }
+
+}  // namespace ozr::core
 
 #endif

@@ -7,6 +7,8 @@
 #include "core/panorama_core.h"
 #include "kernels/kernels.h"
 
+using namespace ozr;
+
 namespace
 {
 
@@ -16,7 +18,7 @@ constexpr int32_t kRowsAhead = 6;       // of the source, from the first that a 
 constexpr int32_t kBlocksApart = 4;     // half a cache line, lest a curve miss one
 constexpr int32_t kPairsApart = kBlocksApart * kBlock / 2;
 
-OzrProjectionRow _tables_of_row(const PanoramaCore* pi, int32_t y, int32_t blocks)
+kernels::ProjectionRow _tables_of_row(const PanoramaCore* pi, int32_t y, int32_t blocks)
 {
     const ptrdiff_t first = static_cast<ptrdiff_t>(y) * blocks;
     return {pi->proj.block_offsets + first, pi->proj.weights + first * kBlockWeights, pi->factors.columns,
@@ -38,27 +40,27 @@ OZR_PREFETCHING void _ask_for_chroma(const uint8_t* chroma, ptrdiff_t stride, co
 
 }  // namespace
 
-void panorama_core_project(const PanoramaCore* pi, PanoImg* dst, const PanoImg* src)
+void ozr::core::project(const PanoramaCore* pi, PanoImg* dst, const PanoImg* src)
 {
-    const OzrKernels* kernels = ozr_kernels();
+    const kernels::Kernels* kernels = kernels::active();
     const int32_t blocks = dst->width / kBlock;
     // Behind the luma plane the chroma plane may be read: its bytes count for nothing.
     const int64_t readable = pano_geometry_size(src);
     const int32_t even_rows = dst->height & ~1;
     for (int32_t y = 0; y < even_rows; ++y) {
-        const OzrProjectionRow tables = _tables_of_row(pi, y, blocks);
+        const kernels::ProjectionRow tables = _tables_of_row(pi, y, blocks);
         _ask_for_luma(src, tables.offsets, blocks);
-        kernels->project_luma_row(pano_row(dst, y), src->data, readable, src->stride, tables, blocks);
+        kernels->project.luma_row(pano_row(dst, y), src->data, readable, src->stride, tables, blocks);
     }
     // An odd last row has columns of its own, which only the table of products knows.
     if (even_rows < dst->height)
-        kOzrKernelsScalar.project_luma_row(pano_row(dst, even_rows), src->data, readable, src->stride,
-                                           _tables_of_row(pi, even_rows, blocks), blocks);
+        kernels::kScalarKernels.project.luma_row(pano_row(dst, even_rows), src->data, readable, src->stride,
+                                                 _tables_of_row(pi, even_rows, blocks), blocks);
     const int32_t pairs = dst->width / 2;
     const uint8_t* chroma = pano_chroma_row(src, 0);
     for (int32_t y = 0; y < dst->height / 2; ++y) {
         const int32_t* map = pi->proj.chroma_map + static_cast<ptrdiff_t>(y) * pairs;
         _ask_for_chroma(chroma, src->stride, map, pairs);
-        kernels->project_chroma_row(pano_chroma_row(dst, y), chroma, map, pairs);
+        kernels->project.chroma_row(pano_chroma_row(dst, y), chroma, map, pairs);
     }
 }

@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <utility>
 
+using namespace ozr::core;
+
 namespace
 {
 
@@ -52,7 +54,7 @@ int32_t _cheapest_column(const Sum* sums, int32_t width)
 
 }  // namespace
 
-int64_t seam_workspace_size(int32_t width, int32_t height)
+int64_t ozr::core::seam_workspace_size(int32_t width, int32_t height)
 {
     constexpr int64_t kMaxBytes = UINT32_MAX - 2 * kAlignment;  // leaves room for the alignment
     const int64_t pitch = _pitch(width);
@@ -60,7 +62,7 @@ int64_t seam_workspace_size(int32_t width, int32_t height)
     return pitch * height > kMaxBytes / kSumBytes || bytes > kMaxBytes ? -1 : bytes;
 }
 
-SeamWorkspace seam_make_workspace(int64_t bytes)
+SeamWorkspace ozr::core::make_seam_workspace(int64_t bytes)
 {
     if (bytes < 0)
         return nullptr;
@@ -69,7 +71,7 @@ SeamWorkspace seam_make_workspace(int64_t bytes)
 
 // The sums come first, being aligned. Those above the first row are 0.
 SeamPaths::SeamPaths(uint8_t* workspace, int32_t width)
-    : kernels_(ozr_kernels()), above_(workspace), sums_(workspace + kSumBytes * _pitch(width)),
+    : kernels_(kernels::active()), above_(workspace), sums_(workspace + kSumBytes * _pitch(width)),
       first_steps_(reinterpret_cast<int8_t*>(workspace) + 2 * kSumBytes * _pitch(width)),
       pitch_(_pitch(width)), width_(width)
 {
@@ -80,12 +82,12 @@ void SeamPaths::add_row(const uint8_t* a, const uint8_t* b, const uint8_t* mask)
 {
     if (!wide_ && room_ == 0)
         make_room();
-    const OzrSeamRow row = {a, b, mask, width_};
+    const kernels::SeamRow row = {a, b, mask, width_};
     if (wide_) {
-        kernels_->seam_sum_wide_row(static_cast<uint32_t*>(sums_), steps(rows_),
+        kernels_->seam.sum_wide_row(static_cast<uint32_t*>(sums_), steps(rows_),
                                     static_cast<const uint32_t*>(above_), row);
     } else {
-        kernels_->seam_sum_row(static_cast<uint16_t*>(sums_), steps(rows_),
+        kernels_->seam.sum_row(static_cast<uint16_t*>(sums_), steps(rows_),
                                static_cast<const uint16_t*>(above_), row);
         --room_;
     }

@@ -11,7 +11,10 @@
 #include <memory>
 
 #include "kernels/kernels.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
+
+namespace ozr::core
+{
 
 // The memory that paths are found in, kept from one seam to the next.
 struct FreeAligned {
@@ -23,7 +26,7 @@ using SeamWorkspace = std::unique_ptr<uint8_t, FreeAligned>;
 int64_t seam_workspace_size(int32_t width, int32_t height);
 
 // Null when memory is out, or for a size of -1.
-SeamWorkspace seam_make_workspace(int64_t bytes);
+SeamWorkspace make_seam_workspace(int64_t bytes);
 
 class SeamPaths
 {
@@ -42,7 +45,7 @@ private:
     void make_room();
     void widen();
 
-    const OzrKernels* kernels_;
+    const kernels::Kernels* kernels_;
     void* above_;  // sums of the last row: uint16_t, or uint32_t once they are wide
     void* sums_;
     int8_t* first_steps_;
@@ -52,5 +55,7 @@ private:
     int32_t room_ = 0;  // rows that can be added before neighbouring sums may differ too much
     bool wide_ = false;
 };
+
+}  // namespace ozr::core
 
 #endif

@@ -8,6 +8,9 @@
 #include "core/seam_paths.h"
 #include "image/pano_result.h"
 
+using namespace ozr;
+using namespace ozr::core;
+
 namespace
 {
 
@@ -85,7 +88,7 @@ int32_t _end_behind(const Seam* before, const SeamRegion& region, int32_t y, int
 
 // What seams are found with, large enough for every overlap of a canvas: memory that was in use already costs nothing.
 struct SeamTools {
-    OzrBuffer<uint8_t> mask;  // of a row
+    Buffer<uint8_t> mask;  // of a row
     SeamWorkspace workspace;
 };
 
@@ -101,7 +104,7 @@ SeamTools _make_tools(const Canvas& canvas)
         columns = std::max(columns, int64_t{seam.a.width});
         bytes = needed < 0 || bytes < 0 ? -1 : std::max(bytes, needed);
     }
-    return {ozr_make_unfilled_buffer<uint8_t>(columns), seam_make_workspace(bytes)};
+    return {make_unfilled_buffer<uint8_t>(columns), make_seam_workspace(bytes)};
 }
 
 void _trace(Seam* seam, const Seam* before, int32_t margin, const SeamTools& tools)
@@ -111,8 +114,8 @@ void _trace(Seam* seam, const Seam* before, int32_t margin, const SeamTools& too
     RowMask mask(tools.mask.get(), width, band);
     SeamPaths paths(tools.workspace.get(), width);
     for (int32_t y = 0; y < seam->a.height; ++y) {
-        const uint8_t* a = seam_region_row(&seam->a, y);
-        const uint8_t* b = seam_region_row(&seam->b, y);
+        const uint8_t* a = region_row(&seam->a, y);
+        const uint8_t* b = region_row(&seam->b, y);
         prefetch_bytes(a, rows_on(kRowsAhead, seam->a.img->stride), width);
         prefetch_bytes(b, rows_on(kRowsAhead, seam->b.img->stride), width);
         paths.add_row(a, b, mask.barred_to(_end_behind(before, seam->a, y, band)));
@@ -124,10 +127,10 @@ int32_t _find_seam(Canvas* canvas, int32_t i, int32_t margin, const SeamTools& t
 {
     Seam* seam = &canvas->seams[i];
     PANO_FORWARD(_place_regions(*canvas, i, seam));
-    seam->columns = ozr_make_buffer<int32_t>(std::max(seam->a.height, 1));
+    seam->columns = make_buffer<int32_t>(std::max(seam->a.height, 1));
     if (!seam->columns || !tools.mask)
         return kPanoNoMemory;
-    const int32_t found = seam_check_regions(&seam->a, &seam->b);
+    const int32_t found = check_regions(&seam->a, &seam->b);
     if (found == kPanoSuccess && tools.workspace)
         _trace(seam, i > 1 ? &canvas->seams[i - 1] : nullptr, margin, tools);
     _panoFreeAlignmentItem(canvas->items[i - 1]);
@@ -136,7 +139,7 @@ int32_t _find_seam(Canvas* canvas, int32_t i, int32_t margin, const SeamTools& t
 
 }  // namespace
 
-int32_t panorama_canvas_find_seams(Canvas* canvas, int32_t margin)
+int32_t ozr::core::find_seams(Canvas* canvas, int32_t margin)
 {
     const SeamTools tools = _make_tools(*canvas);
     for (int32_t i = 1; i < canvas->count; ++i)

@@ -12,6 +12,9 @@
 #include "kernels/projection_block.h"
 #include "support/buffer.h"
 
+using namespace ozr;
+using namespace ozr::kernels;
+
 namespace
 {
 
@@ -36,32 +39,32 @@ struct RisingQuotient {
 
 // What a row of blocks is made from, for one kind of row.
 struct Columns {
-    OzrBuffer<int32_t> bases;
-    OzrBuffer<uint8_t> weights;
+    Buffer<int32_t> bases;
+    Buffer<uint8_t> weights;
 
     bool allocate(int32_t blocks)
     {
-        bases = ozr_make_buffer<int32_t>(blocks);
-        weights = ozr_make_buffer<uint8_t>(int64_t{blocks} * kColumnWeights);
+        bases = make_buffer<int32_t>(blocks);
+        weights = make_buffer<uint8_t>(int64_t{blocks} * kColumnWeights);
         return bases && weights;
     }
 };
 
 // The tables in the making.
 struct Tables {
-    OzrBuffer<int32_t> offsets;
-    OzrBuffer<uint16_t> weights;
-    OzrBuffer<int32_t> chroma_map;
-    OzrBuffer<uint8_t> rows;
+    Buffer<int32_t> offsets;
+    Buffer<uint16_t> weights;
+    Buffer<int32_t> chroma_map;
+    Buffer<uint8_t> rows;
     Columns columns;
 
     bool allocate(int32_t width, int32_t height)
     {
         const int64_t pixels = int64_t{width} * height;
-        offsets = ozr_make_buffer<int32_t>(pixels / kBlock);
-        weights = ozr_make_buffer<uint16_t>(pixels * kPatch * kPatch);
-        chroma_map = ozr_make_buffer<int32_t>(pixels / 4);
-        rows = ozr_make_buffer<uint8_t>(pixels);
+        offsets = make_buffer<int32_t>(pixels / kBlock);
+        weights = make_buffer<uint16_t>(pixels * kPatch * kPatch);
+        chroma_map = make_buffer<int32_t>(pixels / 4);
+        rows = make_buffer<uint8_t>(pixels);
         return columns.allocate(width / kBlock) && offsets && weights && chroma_map && rows;
     }
 };
@@ -73,18 +76,18 @@ struct Builder {
     int32_t half_width;
     int32_t half_height;
     int32_t stride;
-    int32_t scale;                            // 16 F
-    OzrBuffer<int32_t> source_x;              // of every output column, the same in every row
-    OzrBuffer<int32_t> source_y;              // of every output column, for the row at hand
-    OzrBuffer<RisingQuotient> row_quotients;  // v of the right half's columns
+    int32_t scale;                         // 16 F
+    Buffer<int32_t> source_x;              // of every output column, the same in every row
+    Buffer<int32_t> source_y;              // of every output column, for the row at hand
+    Buffer<RisingQuotient> row_quotients;  // v of the right half's columns
 
     int32_t blocks() const { return width / kBlock; }
 
     bool allocate()
     {
-        source_x = ozr_make_buffer<int32_t>(width);
-        source_y = ozr_make_buffer<int32_t>(width);
-        row_quotients = ozr_make_buffer<RisingQuotient>(half_width);
+        source_x = make_buffer<int32_t>(width);
+        source_y = make_buffer<int32_t>(width);
+        row_quotients = make_buffer<RisingQuotient>(half_width);
         return source_x && source_y && row_quotients;
     }
 };
@@ -168,7 +171,7 @@ int32_t _base_column(const int32_t* x)
 }
 
 // Tent weights of four source columns for the position `behind` sixteenths behind the first: linear between the two next
-// to it, nothing beyond the fourth. In the order of OzrProjectionRow.
+// to it, nothing beyond the fourth. In the order of kernels::ProjectionRow.
 void _fill_tent(uint8_t* weights, int32_t behind)
 {
     for (int32_t j = 0; j < kPatch; ++j) {
@@ -192,11 +195,11 @@ void _fill_columns(const Columns& columns, const Builder& b)
 void _fill_luma_row(const Tables& tables, const Builder& b, const Columns& columns, int32_t row)
 {
     const ptrdiff_t first = static_cast<ptrdiff_t>(row) * b.blocks();
-    const OzrProjectionRowOut out = {tables.offsets.get() + first,
-                                     tables.weights.get() + first * kBlockWeights,
-                                     tables.rows.get() + first * kBlock};
-    ozr_kernels()->projection_tables_row(out, b.source_y.get(),
-                                         {columns.bases.get(), columns.weights.get(), b.stride}, b.blocks());
+    const kernels::ProjectionRowOut out = {tables.offsets.get() + first,
+                                           tables.weights.get() + first * kBlockWeights,
+                                           tables.rows.get() + first * kBlock};
+    kernels::active()->project.tables_row(out, b.source_y.get(),
+                                          {columns.bases.get(), columns.weights.get(), b.stride}, b.blocks());
 }
 
 // Chroma of the output rows half_height + y and half_height - 1 - y from the luma positions of the first. With an odd half
@@ -258,7 +261,7 @@ bool _fill_tables(const Tables& tables, const Builder& b)
 
 }  // namespace
 
-void panorama_core_projection_free(ProjectionInfo* info)
+void ozr::core::free_projection(ProjectionInfo* info)
 {
     if (info == nullptr)
         return;
@@ -270,25 +273,25 @@ void panorama_core_projection_free(ProjectionInfo* info)
     *info = ProjectionInfo{};
 }
 
-void panorama_core_factors_free(ProjectionFactors* factors)
+void ozr::core::free_factors(ProjectionFactors* factors)
 {
     ozr_free(factors->columns);
     ozr_free(factors->rows);
     *factors = ProjectionFactors{};
 }
 
-bool panorama_core_projection_fits(const PanoramaCore* pi)
+bool ozr::core::projection_fits(const PanoramaCore* pi)
 {
-    const int64_t width = panorama_core_projected_width(pi);
+    const int64_t width = projected_width(pi);
     const int64_t scale = int64_t{kPixel} * (width >> 5) * 345 / 10;
     const int64_t farthest = std::max<int64_t>(width, pi->height) / 2 - 1;
     const int64_t last_offset = int64_t{pi->height} * pi->stride - pi->stride + width;
-    return pano_product_fits_32_bits(farthest, scale) && pano_fits_32_bits(last_offset);
+    return product_fits_32_bits(farthest, scale) && fits_32_bits(last_offset);
 }
 
-int32_t panorama_core_projection_build(PanoramaCore* pi)
+int32_t ozr::core::build_projection(PanoramaCore* pi)
 {
-    const int32_t width = panorama_core_projected_width(pi);
+    const int32_t width = projected_width(pi);
     Builder builder = {};
     builder.width = width;
     builder.height = pi->height;
@@ -298,10 +301,10 @@ int32_t panorama_core_projection_build(PanoramaCore* pi)
     builder.scale = _scale(width);
     Tables tables;
     if (!tables.allocate(width, pi->height) || !builder.allocate() || !_fill_tables(tables, builder)) {
-        panorama_core_projection_free(&pi->proj);
+        free_projection(&pi->proj);
         return kPanoTablesNoMemory;
     }
-    panorama_core_factors_free(&pi->factors);
+    free_factors(&pi->factors);
     pi->factors = {tables.columns.weights.release(), tables.rows.release()};
     pi->proj.block_offsets = tables.offsets.release();
     pi->proj.weights = tables.weights.release();

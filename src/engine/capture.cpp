@@ -6,7 +6,10 @@
 #include "engine/panorama_engine.h"
 #include "image/pano_result.h"
 #include "image/panorama_util.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
+
+using namespace ozr;
+using namespace ozr::engine;
 
 namespace
 {
@@ -75,7 +78,7 @@ int32_t _scale_offset(const PanoramaInternal* pe, const PanoImg* picture, ozr_po
         return kPanoSuccess;
     const int64_t x = int64_t{offset->x} * picture->width;
     const int64_t y = int64_t{offset->y} * picture->height;
-    if (pe->ref_width < 1 || pe->ref_height < 1 || !pano_fits_32_bits(x) || !pano_fits_32_bits(y))
+    if (pe->ref_width < 1 || pe->ref_height < 1 || !fits_32_bits(x) || !fits_32_bits(y))
         return kPanoBadArgument;
     *offset = {static_cast<int32_t>(x) / pe->ref_width, static_cast<int32_t>(y) / pe->ref_height};
     return kPanoSuccess;
@@ -102,7 +105,7 @@ int32_t _add_straight(PanoramaInternal* pe, const PanoImg* picture, int32_t inde
     PANO_FORWARD(PanoImg_CreateRef(&lent, picture->data, picture->width, picture->height, picture->stride,
                                    picture->format));
     if (picture->size >= lent.size)
-        return panorama_core_add_lent(pe->core, &lent, index, offset.x, offset.y);
+        return core::add_lent(pe->core, &lent, index, offset.x, offset.y);
     PanoImgOwner copy;
     PANO_FORWARD(PanoImg_Clone(picture, copy.get()));
     return panorama_core_add_input(pe->core, copy.get(), index, offset.x, offset.y);
@@ -117,7 +120,7 @@ int32_t _panorama_engine_AddImgIncr(PanoramaInternal* pe, const PanoImg* picture
         return kPanoNotSupported;
     ozr_point offset = pe->offsets[index];
     PANO_FORWARD(_scale_offset(pe, picture, &offset));
-    if (pano_is_vertical(pe->direction)) {
+    if (is_vertical(pe->direction)) {
         PanoImgOwner turned;
         PANO_FORWARD(_turn(turned.get(), picture, &offset));
         return panorama_core_add_input(pe->core, turned.get(), index, offset.x, offset.y);
@@ -155,18 +158,18 @@ int32_t panorama_engine_start_capture(PanoramaInternal* pe, const PanoImg* first
         return kPanoNullArgument;
     if (pe->status != kStatusIdle)
         return kPanoWrongState;
-    if (!panorama_engine_can_measure(first))
+    if (!can_measure(first))
         return kPanoBadArgument;
     pe->direction = kDirectionUndecided;
     pe->offset_x = 0;
     pe->offset_y = 0;
     pe->tolerance = pe->strict_mode != 0 ? kStrictTolerance : kTolerance;
-    panorama_engine_set_reference(pe, first->width, first->height);
+    set_reference(pe, first->width, first->height);
     _set_small_size(pe, first->width, first->height);
     if (pe->small_width < 1 || pe->small_height < 1)
         return kPanoBadArgument;
     PANO_FORWARD(_allocate_previews(pe));
-    PANO_FORWARD(panorama_engine_scale_preview(pe, pe->preview_prev, first));
+    PANO_FORWARD(scale_preview(pe, pe->preview_prev, first));
     pe->status = kStatusCapturing;
     return kPanoSuccess;
 }

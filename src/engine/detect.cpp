@@ -8,7 +8,10 @@
 #include "engine/panorama_me.h"
 #include "image/pano_result.h"
 #include "image/panorama_util.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
+
+using namespace ozr;
+using namespace ozr::engine;
 
 namespace
 {
@@ -24,7 +27,7 @@ int32_t _share(int32_t size, float fraction)
 // Takes another frame size as the reference; the scaled size stays.
 void _rebase(PanoramaInternal* pe, const PanoImg* frame)
 {
-    panorama_engine_set_reference(pe, frame->width, frame->height);
+    set_reference(pe, frame->width, frame->height);
     pe->inv_scale = 1.0F / (static_cast<float>(pe->small_width) / static_cast<float>(frame->width));
 }
 
@@ -76,7 +79,7 @@ struct Progress {
 
 Progress _progress(const PanoramaInternal* pe)
 {
-    const bool vertical = pano_is_vertical(pe->direction);
+    const bool vertical = is_vertical(pe->direction);
     const bool backward = pe->direction == kDirectionLeft || pe->direction == kDirectionUp;
     const int64_t along = vertical ? pe->offset_y : pe->offset_x;
     const int64_t across = vertical ? pe->offset_x : pe->offset_y;
@@ -100,13 +103,13 @@ bool _is_due(const PanoramaInternal* pe)
 
 }  // namespace
 
-bool panorama_engine_can_measure(const PanoImg* frame)
+bool ozr::engine::can_measure(const PanoImg* frame)
 {
     const int64_t sum = int64_t{frame->width} + frame->height;
-    return frame->width >= 1 && frame->height >= 1 && pano_product_fits_32_bits(sum, sum);
+    return frame->width >= 1 && frame->height >= 1 && product_fits_32_bits(sum, sum);
 }
 
-void panorama_engine_set_reference(PanoramaInternal* pe, int32_t width, int32_t height)
+void ozr::engine::set_reference(PanoramaInternal* pe, int32_t width, int32_t height)
 {
     pe->ref_width = width;
     pe->ref_height = height;
@@ -117,7 +120,7 @@ void panorama_engine_set_reference(PanoramaInternal* pe, int32_t width, int32_t 
     pe->tolerance_y = _share(height, pe->tolerance);
 }
 
-int32_t panorama_engine_scale_preview(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame)
+int32_t ozr::engine::scale_preview(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame)
 {
     PanoImg scaled = {};
     PANO_FORWARD(
@@ -143,7 +146,7 @@ int32_t panorama_engine_process_frame(PanoramaInternal* pe, const PanoImg* frame
         pe->status = kStatusStopped;  // the sweep is full
         return 0;
     }
-    if (frame->width != pe->ref_width && !panorama_engine_can_measure(frame))
+    if (frame->width != pe->ref_width && !can_measure(frame))
         return kPanoBadArgument;
     if (pe->preview_cur == nullptr) {
         const int64_t pixels = int64_t{pe->small_width} * pe->small_height;
@@ -151,7 +154,7 @@ int32_t panorama_engine_process_frame(PanoramaInternal* pe, const PanoImg* frame
         if (pe->preview_cur == nullptr)
             return kPanoNoMemory;
     }
-    PANO_FORWARD(panorama_engine_scale_preview(pe, pe->preview_cur, frame));
+    PANO_FORWARD(scale_preview(pe, pe->preview_cur, frame));
     if (frame->width == pe->ref_width)
         _accumulate_motion(pe);
     else

@@ -6,7 +6,9 @@
 #include "core/panorama_core.h"
 #include "image/pano_result.h"
 #include "image/panorama_util.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
+
+using namespace ozr::engine;
 
 #if UINTPTR_MAX == UINT32_MAX
 static_assert(offsetof(PanoramaInternal, direction) == 28 && offsetof(PanoramaInternal, status) == 40 &&
@@ -263,10 +265,10 @@ void panorama_engine_cancel_process_async(PanoramaInternal* pe)
         return;
     PanoLog("panorama_engine_cancel_process_async", __LINE__, "panorama_engine_cancel_process() status = %d",
             pe->status);
-    panorama_engine_request_cancel(pe);
+    request_cancel(pe);
 }
 
-void panorama_engine_request_cancel(PanoramaInternal* pe)
+void ozr::engine::request_cancel(PanoramaInternal* pe)
 {
     if (!_is_busy(pe))
         return;

@@ -137,18 +137,23 @@ OZR_API int32_t panorama_engine_process_synthesis(PanoramaInternal* pe);
 
 OZR_END_DECLS
 
+namespace ozr::engine
+{
+
 // panorama_engine_cancel_process_async without its log line, for repeating the request. Not null.
-void panorama_engine_request_cancel(PanoramaInternal* pe);
+void request_cancel(PanoramaInternal* pe);
 
 // What detection and the start of a capture share.
 
 // Takes w x h as the size that motion is measured in: thresholds, targets and tolerances. False when (w + h)^2 does not
 // fit 32 bits, or a size is not positive.
-bool panorama_engine_can_measure(const PanoImg* frame);
-void panorama_engine_set_reference(PanoramaInternal* pe, int32_t width, int32_t height);
+bool can_measure(const PanoImg* frame);
+void set_reference(PanoramaInternal* pe, int32_t width, int32_t height);
 
 // Scales the luma of a frame into a packed grey buffer of small_width x small_height. -2: a format without readable luma;
 // -4: a stride shorter than a row.
-int32_t panorama_engine_scale_preview(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame);
+int32_t scale_preview(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame);
+
+}  // namespace ozr::engine
 
 #endif

@@ -7,6 +7,8 @@
 
 #include "kernels/kernels.h"
 
+using namespace ozr;
+
 namespace
 {
 
@@ -48,20 +50,21 @@ Inside _inside(Region region, int32_t shift, int32_t size)
 }
 
 // Rows `first` to `end` of the region against rows of the current frame, `stride` bytes apart from `current` on.
-uint32_t _rows_cost(const OzrKernels* kernels, const Frames& frames, Region x, int32_t dx, Inside rows,
+uint32_t _rows_cost(const kernels::Kernels* kernels, const Frames& frames, Region x, int32_t dx, Inside rows,
                     const uint8_t* current, int32_t stride)
 {
     const Inside columns = _inside(x, dx, frames.width);
     const uint8_t* reference = frames.reference + static_cast<ptrdiff_t>(rows.first) * frames.width;
     const int32_t count = rows.end - rows.first;
-    uint32_t cost = kernels->sad_area(reference + columns.first, frames.width, current + columns.first + dx,
-                                      stride, columns.end - columns.first, count);
+    uint32_t cost =
+        kernels->motion.sad_area(reference + columns.first, frames.width, current + columns.first + dx,
+                                 stride, columns.end - columns.first, count);
     if (columns.first == x.first && columns.end == x.last + 1)
         return cost;
     for (int32_t row = 0; row < count; ++row, reference += frames.width, current += stride) {
-        cost += kernels->sad_const_row(reference + x.first, current[0], columns.first - x.first);
-        cost += kernels->sad_const_row(reference + columns.end, current[frames.width - 1],
-                                       x.last + 1 - columns.end);
+        cost += kernels->motion.sad_const_row(reference + x.first, current[0], columns.first - x.first);
+        cost += kernels->motion.sad_const_row(reference + columns.end, current[frames.width - 1],
+                                              x.last + 1 - columns.end);
     }
     return cost;
 }
@@ -70,7 +73,7 @@ uint32_t _rows_cost(const OzrKernels* kernels, const Frames& frames, Region x, i
 // as signed numbers.
 int32_t GetEnergyN(const Frames& frames, int32_t dx, int32_t dy)
 {
-    const OzrKernels* kernels = ozr_kernels();
+    const kernels::Kernels* kernels = kernels::active();
     const Region x = _central_region(frames.width);
     const Region y = _central_region(frames.height);
     if (x.last < x.first || y.last < y.first)

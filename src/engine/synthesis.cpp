@@ -7,6 +7,8 @@
 #include "image/pano_result.h"
 #include "image/panorama_util.h"
 
+using namespace ozr;
+
 namespace
 {
 
@@ -80,7 +82,7 @@ int32_t _compose(PanoramaInternal* pe, int32_t count, PanoImg* composed, void** 
 {
     if (pe->cancel_requested != 0)
         return kPanoCancelled;
-    PANO_FORWARD(panorama_core_compose(pe->core, count, composed, raw_block));
+    PANO_FORWARD(core::compose(pe->core, count, composed, raw_block));
     return pe->cancel_requested != 0 ? kPanoCancelled : kPanoSuccess;
 }
 
@@ -130,7 +132,7 @@ int32_t panorama_engine_process_synthesis(PanoramaInternal* pe)
     if (added == 1)
         return _copy_single(pe);
     const int32_t result =
-        pano_is_vertical(pe->direction) ? _compose_turned(pe, added) : _compose_straight(pe, added);
+        is_vertical(pe->direction) ? _compose_turned(pe, added) : _compose_straight(pe, added);
     _log_output(pe, result);
     return _end(pe, result);
 }

@@ -6,7 +6,9 @@
 #include "base/limits.h"
 #include "image/pano_result.h"
 #include "image/panorama_util.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
+
+using namespace ozr;
 
 #if UINTPTR_MAX == UINT32_MAX
 static_assert(sizeof(PanoImg) == 28, "seven 32-bit words");
@@ -34,7 +36,7 @@ void _describe(PanoImg* img, int32_t width, int32_t height, int32_t format)
 int32_t _lay_out(PanoImg* img, int64_t stride)
 {
     const bool has_chroma = _is_semi_planar(img->format);
-    if (stride > INT32_MAX || !pano_product_fits_32_bits(img->height * stride, has_chroma ? 3 : 1))
+    if (stride > INT32_MAX || !product_fits_32_bits(img->height * stride, has_chroma ? 3 : 1))
         return kPanoBadArgument;
     const int64_t plane = img->height * stride;
     img->stride = static_cast<int32_t>(stride);
@@ -119,13 +121,13 @@ void _copy_chroma(PanoImg* dst, const PanoImg* src, const Placement& at)
 
 }  // namespace
 
-int64_t pano_row_bytes(int32_t format, int32_t width)
+int64_t ozr::pano_row_bytes(int32_t format, int32_t width)
 {
     constexpr int64_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};
     return format < kPanoGray || format > kPanoRgba ? -1 : kPixelBytes[format] * width;
 }
 
-int64_t pano_geometry_size(const PanoImg* img)
+int64_t ozr::pano_geometry_size(const PanoImg* img)
 {
     if (img->format < kPanoGray || img->format > kPanoRgba)
         return -1;
@@ -133,7 +135,7 @@ int64_t pano_geometry_size(const PanoImg* img)
     return _is_semi_planar(img->format) ? plane + (plane >> 1) : plane;
 }
 
-bool pano_has_whole_rows(const PanoImg* img, int64_t row_bytes)
+bool ozr::pano_has_whole_rows(const PanoImg* img, int64_t row_bytes)
 {
     const int64_t plane = int64_t{img->height} * img->stride;
     // Even where there are no columns, the addresses of rows that go upwards may not fit.
@@ -150,7 +152,7 @@ int32_t PanoImg_Create(PanoImg* img, int32_t width, int32_t height, int32_t form
     return _allocate(img);
 }
 
-int32_t pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format)
+int32_t ozr::pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format)
 {
     if (width <= 0 || height <= 0 || img == nullptr)
         return kPanoBadArgument;
@@ -172,8 +174,8 @@ int32_t PanoImg_CreateAligned(PanoImg* img, int32_t width, int32_t height, int32
     return _check_block(img, *rawBlock);
 }
 
-int32_t pano_create_aligned_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format,
-                                     void** raw_block)
+int32_t ozr::pano_create_aligned_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format,
+                                          void** raw_block)
 {
     PANO_FORWARD(_describe_aligned(img, width, height, format));
     img->data = static_cast<uint8_t*>(pano_aligned_malloc(static_cast<uint32_t>(img->size), raw_block));

@@ -36,6 +36,9 @@ struct PanoImg {
     uint8_t* data;
 };
 
+namespace ozr
+{
+
 // Start of a row of the first plane; rows from `height` on are those of the chroma plane.
 inline uint8_t* pano_row(const PanoImg* img, int32_t y)
 {
@@ -56,6 +59,8 @@ int64_t pano_geometry_size(const PanoImg* img);
 // Whether rows of so many bytes lie within the stride, and the whole geometry within what 32 bits count: beyond that no
 // `size` can tell the truth.
 bool pano_has_whole_rows(const PanoImg* img, int64_t row_bytes);
+
+}  // namespace ozr
 
 OZR_BEGIN_DECLS
 
@@ -110,6 +115,9 @@ OZR_API int32_t PanoImg_ConvertYUV2RGBA(PanoImg* dst, const PanoImg* src);
 
 OZR_END_DECLS
 
+namespace ozr
+{
+
 // PanoImg_Create without the zeros, for a picture whose pixels are all written next. Only what no row covers is zero: the
 // half row at the end of the chroma of an odd height.
 int32_t pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format);
@@ -133,5 +141,7 @@ public:
 private:
     PanoImg img_ = {};
 };
+
+}  // namespace ozr
 
 #endif

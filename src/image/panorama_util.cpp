@@ -4,7 +4,8 @@
 #include <unistd.h>
 
 #include "ozr_log.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
+#include "ozr_platform.h"
 
 namespace
 {
@@ -79,7 +80,7 @@ void* AlignedCalloc(uint32_t count, uint32_t size, void** raw)
     return _align(request <= UINT32_MAX ? PanoCalloc(1, static_cast<uint32_t>(request)) : nullptr, raw);
 }
 
-void* pano_aligned_malloc(uint32_t size, void** raw)
+void* ozr::pano_aligned_malloc(uint32_t size, void** raw)
 {
     const uint64_t request = size + kSlack;
     return _align(request <= UINT32_MAX ? PanoMalloc(static_cast<uint32_t>(request)) : nullptr, raw);

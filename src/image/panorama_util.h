@@ -32,7 +32,12 @@ OZR_API void* AlignedCalloc(uint32_t count, uint32_t size, void** raw);
 
 OZR_END_DECLS
 
+namespace ozr
+{
+
 // The same without the zeros.
 void* pano_aligned_malloc(uint32_t size, void** raw);
+
+}  // namespace ozr
 
 #endif

@@ -8,12 +8,10 @@
 #include "image/panorama_img.h"
 #include "kernels/kernels.h"
 
+using namespace ozr;
+
 namespace
 {
-
-// Source positions: Q22.10, 1024 steps to a pixel.
-constexpr int32_t kFracBits = 10;
-constexpr uint32_t kFracMask = (1U << kFracBits) - 1;
 
 struct Steps {
     uint32_t x;
@@ -40,11 +38,11 @@ bool _has_whole_rows(const PanoImg* img, int32_t pixel_bytes)
 // short of the last, so that its right-hand neighbour exists. False where the division or the position would overflow.
 bool _step(int32_t src, int32_t dst, uint32_t* step)
 {
-    constexpr int32_t kMaxPixels = INT32_MAX >> kFracBits;
+    constexpr int32_t kMaxPixels = INT32_MAX >> kResampleFracBits;
     if (src < 1 || src - 1 > kMaxPixels || dst == 0)
         return false;
     // A negative size takes a step too, but no sample.
-    *step = static_cast<uint32_t>(((src - 1) << kFracBits) / dst);
+    *step = static_cast<uint32_t>(((src - 1) << kResampleFracBits) / dst);
     return true;
 }
 
@@ -61,10 +59,10 @@ int32_t _row_count(const PanoImg* img)
 
 int32_t _pixel(uint32_t position)
 {
-    return static_cast<int32_t>(position >> kFracBits);
+    return static_cast<int32_t>(position >> kResampleFracBits);
 }
 
-void _resample_luma(PanoImg* dst, const PanoImg* src, Steps steps, Resample* resample)
+void _resample_luma(PanoImg* dst, const PanoImg* src, Steps steps, kernels::Resample* resample)
 {
     resample(dst->data, dst->stride,
              {src->data, src->stride, steps.x, steps.y, 0, dst->width, _row_count(dst)});
@@ -72,7 +70,7 @@ void _resample_luma(PanoImg* dst, const PanoImg* src, Steps steps, Resample* res
 
 // A last source row has none below it: what would need one becomes black. The step stops short of it unless it is the
 // only one.
-void _resample_gray(PanoImg* dst, const PanoImg* src, Steps steps, Resample* resample)
+void _resample_gray(PanoImg* dst, const PanoImg* src, Steps steps, kernels::Resample* resample)
 {
     if (src->height > 1) {
         _resample_luma(dst, src, steps, resample);
@@ -91,13 +89,13 @@ int64_t _bytes_from(const PanoImg* img, const uint8_t* row)
 // Kept: the luma steps are used unchanged on the chroma plane of half the size.
 void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
 {
-    const OzrKernels* kernels = ozr_kernels();
+    const kernels::Kernels* kernels = kernels::active();
     const int64_t row_bytes = (int64_t{dst->width} + 1) & ~int64_t{1};  // an odd width gets a whole last pair
     uint32_t position = 0;
     for (int32_t y = 0; 2 * int64_t{y} < dst->height; ++y, position += steps.y) {
         uint8_t* row = pano_chroma_row(dst, y);
         const uint8_t* top = pano_chroma_row(src, _pixel(position));
-        const uint8_t* bottom = (position & kFracMask) != 0 ? top + src->stride : top;
+        const uint8_t* bottom = (position & kResampleFracMask) != 0 ? top + src->stride : top;
         // Enlarging reaches beyond the last chroma row: it then stands for the one below it.
         if (_bytes_from(src, bottom) < 1)
             bottom = top;
@@ -105,8 +103,8 @@ void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
         const int64_t bytes = std::min(row_bytes, _bytes_from(dst, row));
         if (readable < 1 || bytes < 1)
             return;
-        kernels->resample_pairs_row(row, static_cast<int32_t>(bytes), top, bottom,
-                                    static_cast<int32_t>(readable), steps.x, position & kFracMask);
+        kernels->resample.pairs_row(row, static_cast<int32_t>(bytes), top, bottom,
+                                    static_cast<int32_t>(readable), steps.x, position & kResampleFracMask);
     }
 }
 
@@ -130,7 +128,7 @@ int32_t PanoImg_ResizeGray(PanoImg* dst, const PanoImg* src)
     Steps steps = {};
     if (!_steps(dst, src, &steps))
         return kPanoBadArgument;
-    _resample_gray(dst, src, steps, ozr_kernels()->resample_gray);
+    _resample_gray(dst, src, steps, kernels::active()->resample.gray);
     return kPanoSuccess;
 }
 
@@ -138,16 +136,16 @@ int32_t PanoImg_ResizeGrayYUYV(PanoImg* dst, const PanoImg* src)
 {
     if (!_has_pixels(dst, src) || !_has_whole_rows(dst, 1) || !_has_whole_rows(src, 2))
         return kPanoBadArgument;
-    const OzrKernels* kernels = ozr_kernels();
+    const kernels::Kernels* kernels = kernels::active();
     if (_is_same_size(dst, src)) {
         for (int32_t y = 0; y < _row_count(dst); ++y)
-            kernels->yuyv_luma_row(pano_row(dst, y), pano_row(src, y), dst->width);
+            kernels->resample.yuyv_luma_row(pano_row(dst, y), pano_row(src, y), dst->width);
         return kPanoSuccess;
     }
     Steps steps = {};
     if (!_steps(dst, src, &steps))
         return kPanoBadArgument;
-    _resample_gray(dst, src, steps, kernels->resample_yuyv);
+    _resample_gray(dst, src, steps, kernels->resample.yuyv);
     return kPanoSuccess;
 }
 
@@ -156,9 +154,10 @@ int32_t PanoImg_ResizeHalfGray(PanoImg* dst, const PanoImg* src)
     if (!_has_pixels(dst, src) || dst->width != src->width >> 1 || dst->height != src->height >> 1 ||
         !_has_whole_rows(dst, 1) || !_has_whole_rows(src, 1))
         return kPanoBadArgument;
-    const OzrKernels* kernels = ozr_kernels();
+    const kernels::Kernels* kernels = kernels::active();
     for (int32_t y = 0; y < _row_count(dst); ++y)
-        kernels->half_gray_row(pano_row(dst, y), pano_row(src, 2 * y), pano_row(src, 2 * y + 1), dst->width);
+        kernels->resample.half_gray_row(pano_row(dst, y), pano_row(src, 2 * y), pano_row(src, 2 * y + 1),
+                                        dst->width);
     return kPanoSuccess;
 }
 
@@ -168,7 +167,7 @@ int32_t PanoImg_ResizeYUV(PanoImg* dst, const PanoImg* src)
     if (!_has_pixels(dst, src) || !_has_whole_rows(dst, 1) || !_has_whole_rows(src, 1) ||
         !_steps(dst, src, &steps))
         return kPanoBadArgument;
-    _resample_luma(dst, src, steps, ozr_kernels()->resample_gray);
+    _resample_luma(dst, src, steps, kernels::active()->resample.gray);
     _resample_chroma(dst, src, steps);
     return kPanoSuccess;
 }

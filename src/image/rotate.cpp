@@ -7,6 +7,8 @@
 #include "image/panorama_img.h"
 #include "kernels/kernels.h"
 
+using namespace ozr;
+
 namespace
 {
 
@@ -92,9 +94,9 @@ int32_t PanoImg_RotateCW90(PanoImg* dst, const PanoImg* src)
 {
     PANO_FORWARD(_check_rotation(dst, src));
     if (_is_regular(dst, src)) {
-        const OzrKernels* kernels = ozr_kernels();
-        kernels->rotate_bytes_cw(dst->data, dst->stride, src->data, src->stride, src->width, src->height);
-        kernels->rotate_pairs_cw(pano_chroma_row(dst, 0), dst->stride, pano_chroma_row(src, 0), src->stride,
+        const kernels::Kernels* kernels = kernels::active();
+        kernels->rotate.bytes_cw(dst->data, dst->stride, src->data, src->stride, src->width, src->height);
+        kernels->rotate.pairs_cw(pano_chroma_row(dst, 0), dst->stride, pano_chroma_row(src, 0), src->stride,
                                  src->width / 2, src->height / 2);
         return kPanoSuccess;
     }
@@ -109,9 +111,9 @@ int32_t PanoImg_RotateCW270(PanoImg* dst, const PanoImg* src)
 {
     PANO_FORWARD(_check_rotation(dst, src));
     if (_is_regular(dst, src)) {
-        const OzrKernels* kernels = ozr_kernels();
-        kernels->rotate_bytes_ccw(dst->data, dst->stride, src->data, src->stride, src->width, src->height);
-        kernels->rotate_pairs_ccw(pano_chroma_row(dst, 0), dst->stride, pano_chroma_row(src, 0), src->stride,
+        const kernels::Kernels* kernels = kernels::active();
+        kernels->rotate.bytes_ccw(dst->data, dst->stride, src->data, src->stride, src->width, src->height);
+        kernels->rotate.pairs_ccw(pano_chroma_row(dst, 0), dst->stride, pano_chroma_row(src, 0), src->stride,
                                   src->width / 2, src->height / 2);
         return kPanoSuccess;
     }
@@ -136,9 +138,10 @@ int32_t PanoImg_ConvertYUV2RGBA(PanoImg* dst, const PanoImg* src)
     const int32_t width = std::max(std::min(src->width, dst->width), 0) & ~1;
     const int32_t height = width == 0 ? 0 : std::max(std::min(src->height, dst->height), 0) & ~1;
     const int64_t row_bytes = pano_row_bytes(kPanoRgba, width);
-    const OzrKernels* kernels = ozr_kernels();
+    const kernels::Kernels* kernels = kernels::active();
     for (int32_t y = 0; y < height; ++y) {
-        kernels->yvu_to_rgba_row(pano_row(dst, y), pano_row(src, y), pano_chroma_row(src, y >> 1), width / 2);
+        kernels->colour.yvu_to_rgba_row(pano_row(dst, y), pano_row(src, y), pano_chroma_row(src, y >> 1),
+                                        width / 2);
         const int64_t row = int64_t{y} * dst->stride;
         _clear(dst, row + row_bytes, row + dst->stride);
     }

@@ -6,10 +6,12 @@
 
 #include "engine/panorama_engine.h"
 #include "ozr_log.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
 #include "session/calls.h"
 #include "session/panorama.h"
 #include "support/ozr_chain.h"
+
+using namespace ozr::session;
 
 // The handle: its public part, then the session. Nothing may follow: callers are free to make such a record themselves.
 struct ozr_panorama_internal_t : ozr_panorama {
@@ -155,7 +157,7 @@ ozr_err ozr_panorama_set_parameters(ozr_panorama* handle, const ozr_panorama_par
 {
     OZR_RAISE_IF(handle == nullptr || params == nullptr, ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
-    const PanoramaCall call(self->panorama);
+    const Call call(self->panorama);
     const ozr_panorama_parameters* ozr_params = params;
     OZR_FORWARD(check_status(self));
     OZR_FORWARD(check_parameters(self, ozr_params));
@@ -171,7 +173,7 @@ ozr_err ozr_panorama_get_parameters(ozr_panorama* handle, ozr_panorama_parameter
 {
     OZR_RAISE_IF(handle == nullptr || params == nullptr, ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
-    const PanoramaCall call(self->panorama);
+    const Call call(self->panorama);
     OZR_FORWARD(check_status(self));
     panorama_param_t param = {};
     OZR_FORWARD(self->panorama->get_parameters(&param));
@@ -186,7 +188,7 @@ ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const ozr_imag
     OZR_RAISE_IF(handle == nullptr || preview == nullptr || offset == nullptr || direction == nullptr,
                  ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
-    const PanoramaCall call(self->panorama);
+    const Call call(self->panorama);
     OZR_FORWARD(check_status(self));
     const int32_t result = self->panorama->detect_frame_to_stitch(preview, offset, *direction);
     OZR_RAISE_IF(result < 0, result);
@@ -197,7 +199,7 @@ ozr_err ozr_panorama_stitch_one_image(ozr_panorama* handle, ozr_image* picture, 
 {
     OZR_RAISE_IF(handle == nullptr || picture == nullptr, ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
-    const PanoramaCall call(self->panorama);
+    const Call call(self->panorama);
     ozr_image* input_image = picture;
     OZR_FORWARD(check_status(self));
     OZR_FORWARD(self->panorama->stitch_one_image(input_image, offset));
@@ -217,7 +219,7 @@ ozr_err ozr_panorama_run(ozr_panorama* handle, ozr_image* output)
 {
     OZR_RAISE_IF(handle == nullptr || output == nullptr, ozr_err_invalid_argument);
     ozr_panorama_internal_t* self = _self_of(handle);
-    const PanoramaCall call(self->panorama);
+    const Call call(self->panorama);
     ozr_image* output_image = output;
     OZR_FORWARD(check_status(self));
     OZR_FORWARD(self->panorama->run(output_image));

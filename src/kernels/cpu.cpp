@@ -7,6 +7,9 @@
 #include <cpuid.h>
 #include <immintrin.h>
 
+namespace ozr::kernels
+{
+
 namespace
 {
 
@@ -31,7 +34,7 @@ bool _has_avx2(uint32_t ecx_of_leaf_1)
 
 }  // namespace
 
-uint32_t ozr_cpu_features()
+uint32_t cpu_features()
 {
     uint32_t eax = 0;
     uint32_t ebx = 0;
@@ -39,21 +42,23 @@ uint32_t ozr_cpu_features()
     uint32_t edx = 0;
     if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0)
         return 0;
-    return ((edx & bit_SSE2) != 0 ? kOzrCpuSse2 : 0) | ((ecx & bit_SSSE3) != 0 ? kOzrCpuSsse3 : 0) |
-           (_has_avx2(ecx) ? kOzrCpuAvx2 : 0);
+    return ((edx & bit_SSE2) != 0 ? kCpuSse2 : 0) | ((ecx & bit_SSSE3) != 0 ? kCpuSsse3 : 0) |
+           (_has_avx2(ecx) ? kCpuAvx2 : 0);
 }
+
+}  // namespace ozr::kernels
 
 #elif defined(__wasm_simd128__)
 
 // The engine would have refused a module whose vectors it does not know.
-uint32_t ozr_cpu_features()
+uint32_t ozr::kernels::cpu_features()
 {
-    return kOzrCpuSse2 | kOzrCpuSsse3;
+    return kCpuWasm128;
 }
 
 #else
 
-uint32_t ozr_cpu_features()
+uint32_t ozr::kernels::cpu_features()
 {
     return 0;
 }

@@ -4,13 +4,19 @@
 
 #include <stdint.h>
 
-// Instruction sets, one bit each.
-constexpr uint32_t kOzrCpuSse2 = 1;
-constexpr uint32_t kOzrCpuSsse3 = 2;
-constexpr uint32_t kOzrCpuAvx2 = 4;
+namespace ozr::kernels
+{
 
-// The sets that this processor has and the operating system lets programs use. WebAssembly with vectors counts as SSSE3,
-// whose intrinsics it takes; 0 elsewhere.
-uint32_t ozr_cpu_features();
+// Instruction sets, one bit each.
+constexpr uint32_t kCpuSse2 = 1;
+constexpr uint32_t kCpuSsse3 = 2;
+constexpr uint32_t kCpuAvx2 = 4;
+constexpr uint32_t kCpuWasm128 = 16;  // WebAssembly's 128-bit vectors
+
+// The sets that this processor has and the operating system lets programs use; 0 where it is neither x86 nor
+// WebAssembly.
+uint32_t cpu_features();
+
+}  // namespace ozr::kernels
 
 #endif

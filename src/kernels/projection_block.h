@@ -4,6 +4,9 @@
 
 #include <stdint.h>
 
+namespace ozr::kernels
+{
+
 constexpr int32_t kFracBits = 4;  // of a source position
 constexpr int32_t kPixel = 1 << kFracBits;
 constexpr int32_t kBlock = 8;                           // pixels of a block
@@ -12,5 +15,7 @@ constexpr int32_t kPatchBytes = kBlock + kPatch - 1;    // of a source row that 
 constexpr int32_t kPatchReach = (kPatch - 1) * kPixel;  // from the first row or column of a patch to its last
 constexpr int32_t kBlockWeights = kBlock * kPatch * kPatch;  // weights of a block
 constexpr int32_t kColumnWeights = kBlock * kPatch;          // of a block
+
+}  // namespace ozr::kernels
 
 #endif

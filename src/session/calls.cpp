@@ -1,5 +1,8 @@
 #include "session/calls.h"
 
+namespace ozr::session
+{
+
 namespace
 {
 
@@ -9,7 +12,7 @@ const panorama_t* g_sessions[kPlaces];  // null: free
 
 }  // namespace
 
-PanoramaCall::PanoramaCall(const panorama_t* session) : place_(nullptr)
+Call::Call(const panorama_t* session) : place_(nullptr)
 {
     for (const panorama_t*& place : g_sessions) {
         const panorama_t* nobody = nullptr;
@@ -21,13 +24,13 @@ PanoramaCall::PanoramaCall(const panorama_t* session) : place_(nullptr)
     }
 }
 
-PanoramaCall::~PanoramaCall()
+Call::~Call()
 {
     if (place_ != nullptr)
         __atomic_store_n(place_, nullptr, __ATOMIC_RELEASE);
 }
 
-bool panorama_call_is_at_work(const panorama_t* session)
+bool is_at_work(const panorama_t* session)
 {
     for (const panorama_t*& place : g_sessions) {
         if (__atomic_load_n(&place, __ATOMIC_ACQUIRE) == session)
@@ -35,3 +38,5 @@ bool panorama_call_is_at_work(const panorama_t* session)
     }
     return false;
 }
+
+}  // namespace ozr::session

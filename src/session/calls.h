@@ -7,19 +7,24 @@
 
 class panorama_t;
 
+namespace ozr::session
+{
+
 // Made first and so gone last in a function that works in a session.
-class PanoramaCall
+class Call
 {
 public:
-    explicit PanoramaCall(const panorama_t* session);
-    ~PanoramaCall();
-    PanoramaCall(const PanoramaCall&) = delete;
-    PanoramaCall& operator=(const PanoramaCall&) = delete;
+    explicit Call(const panorama_t* session);
+    ~Call();
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
 
 private:
     const panorama_t** place_;  // null when the table is full: such a call is not waited for
 };
 
-bool panorama_call_is_at_work(const panorama_t* session);
+bool is_at_work(const panorama_t* session);
+
+}  // namespace ozr::session
 
 #endif

@@ -6,10 +6,14 @@
 #include "engine/panorama_engine.h"
 #include "image/pano_result.h"
 #include "ozr_log.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
+#include "ozr_platform.h"
 #include "session/calls.h"
 #include "support/image_rows.h"
 #include "support/ozr_chain.h"
+
+using namespace ozr;
+using namespace ozr::session;
 
 #if UINTPTR_MAX == UINT32_MAX
 static_assert(sizeof(panorama_t) == 24, "the table, then five words");
@@ -106,7 +110,7 @@ PanoImg _wrap(const ozr_image* image)
 // Whether 32 bits count all planes of a picture. The engine is not shown those of yv12 behind the first.
 bool _is_countable(const ozr_image* image)
 {
-    return ozr_image_counts_bytes(image, image->stride);
+    return image_counts_bytes(image, image->stride);
 }
 
 // The numbers of the directions are the same on both sides; anything else is undecided.
@@ -157,31 +161,31 @@ ozr_err _build(panorama_t* session, const ozr_config* source)
 {
     constexpr char kConstructor[] = "panorama_t";
     if (source == nullptr)
-        return ozr_raise(ozr_err_invalid_argument, "", kConstructor, __LINE__);
+        return raise(ozr_err_invalid_argument, "", kConstructor, __LINE__);
     session->config = static_cast<ozr_config*>(ozr_malloc(sizeof(ozr_config)));
     if (session->config == nullptr)
-        return ozr_raise(ozr_err_nomem, "", kConstructor, __LINE__);
+        return raise(ozr_err_nomem, "", kConstructor, __LINE__);
     *session->config = *source;
     session->params = static_cast<panorama_param_t*>(ozr_malloc(sizeof(panorama_param_t)));
     if (session->params == nullptr)
-        return ozr_raise(ozr_err_nomem, "", kConstructor, __LINE__);
+        return raise(ozr_err_nomem, "", kConstructor, __LINE__);
     const int32_t created = panorama_engine_create(&session->engine);
     if (created < 0)
-        return ozr_raise(pano_result_to_ozr_err(created), "", kConstructor, __LINE__);
+        return raise(pano_result_to_ozr_err(created), "", kConstructor, __LINE__);
     panorama_param_t p = {};
     const ozr_err read = session->panorama_t::get_parameters(&p);  // fills the cache
-    return read == ozr_success ? read : ozr_raise(read, "from get_parameters(&p)", kConstructor, __LINE__);
+    return read == ozr_success ? read : raise(read, "from get_parameters(&p)", kConstructor, __LINE__);
 }
 
 // While another thread's call is at work in the session, for at most `ms`: asks the engine to stop. The request is repeated,
 // because a call that has just begun a sweep does not see the first one. Whether the call has left.
 bool _see_call_leave(const panorama_t* session, uint32_t ms)
 {
-    for (uint32_t waited = 0; waited < ms && panorama_call_is_at_work(session); waited += kLeavePollMs) {
-        panorama_engine_request_cancel(session->engine);
+    for (uint32_t waited = 0; waited < ms && is_at_work(session); waited += kLeavePollMs) {
+        ozr::engine::request_cancel(session->engine);
         ozr_platform_sleep(kLeavePollMs);
     }
-    return !panorama_call_is_at_work(session);
+    return !is_at_work(session);
 }
 
 }  // namespace
@@ -329,7 +333,7 @@ ozr_err panorama_t::cancel_processes()
         // The engine's words tell when its work has ended, not when the call that asked for it has left.
         if (ready == kPanoSuccess)
             return _see_call_leave(this, kCancelPolls * kCancelPollMs) ? ozr_success : ozr_err_invalid_status;
-        if (panorama_call_is_at_work(this))
+        if (is_at_work(this))
             _see_call_leave(this, kCancelPollMs);
         else
             ozr_platform_sleep(kCancelPollMs);

@@ -6,15 +6,18 @@
 
 #include "base/fixed.h"
 #include "kernels/kernels.h"
-#include "ozr_support.h"
+#include "ozr_geometry.h"
+#include "ozr_gray.h"
 #include "support/plane.h"
+
+using namespace ozr;
 
 namespace
 {
 
 constexpr int32_t kPositionFracBits = 10;
 constexpr int64_t kPositionOne = int64_t{1} << kPositionFracBits;
-static_assert(kPositionFracBits + kTrigFracBits == kOzrLineFracBits, "positions times cosines");
+static_assert(kPositionFracBits + kTrigFracBits == kernels::kLineFracBits, "positions times cosines");
 
 constexpr int32_t kEighths = 8;
 constexpr int32_t kEighthDegrees = 45;
@@ -56,11 +59,11 @@ int64_t _half_extent(int32_t count, int64_t step)
 // Shows the picture turned clockwise about the grid's centre.
 void _turn(const GrayTarget& dst, const GraySource& src, const Grid& grid, int32_t degrees)
 {
-    LineGrayRow* const line_row = ozr_kernels()->line_gray_row;
+    kernels::LineGrayRow* const line_row = kernels::active()->warp.line_gray_row;
     const int64_t cosine = ozr_math_cosi16_d(degrees);
     const int64_t sine = ozr_math_sini16_d(degrees);
-    const OzrLine line = {src.data,   src.stride,           src.width,
-                          src.height, cosine * grid.step_x, -sine * grid.step_x};
+    const kernels::Line line = {src.data,   src.stride,           src.width,
+                                src.height, cosine * grid.step_x, -sine * grid.step_x};
     const int64_t u = -_half_extent(dst.width, grid.step_x);
     for (int32_t y = 0; y < dst.height; ++y) {
         const int64_t v = y * grid.step_y - _half_extent(dst.height, grid.step_y);
@@ -76,8 +79,8 @@ ozr_err rotate_grayimage_eighth(uint8_t* dst, int32_t dst_width, int32_t dst_hei
                                 const uint8_t* src, int32_t src_width, int32_t src_height, int32_t src_stride,
                                 int32_t direction)
 {
-    const GrayTarget to = {dst, dst_width, dst_height, ozr_stride_or_width(dst_stride, dst_width)};
-    const GraySource from = {src, src_width, src_height, ozr_stride_or_width(src_stride, src_width)};
+    const GrayTarget to = {dst, dst_width, dst_height, stride_or_width(dst_stride, dst_width)};
+    const GraySource from = {src, src_width, src_height, stride_or_width(src_stride, src_width)};
     if (!_is_sound(to) || !_is_sound(from) || direction < 0 || direction >= kEighths)
         return ozr_err_invalid_argument;
     // The middle of the source, half a pixel on: positions round to the nearest pixel.
@@ -92,9 +95,9 @@ ozr_err rotate_crop_resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_t
                                         int32_t src_height, int32_t src_stride, const ozr_rect* crop,
                                         int32_t deg)
 {
-    const GrayTarget to = {dst, dst_width, dst_height, ozr_stride_or_width(dst_stride, dst_width)};
-    const GraySource from = {src, src_width, src_height, ozr_stride_or_width(src_stride, src_width)};
-    if (!_is_sound(to) || !_is_sound(from) || !ozr_crop_is_inside(crop, src_width, src_height))
+    const GrayTarget to = {dst, dst_width, dst_height, stride_or_width(dst_stride, dst_width)};
+    const GraySource from = {src, src_width, src_height, stride_or_width(src_stride, src_width)};
+    if (!_is_sound(to) || !_is_sound(from) || !crop_is_inside(crop, src_width, src_height))
         return ozr_err_invalid_argument;
     const int64_t step_x = (crop->right - crop->left) * kPositionOne / dst_width;
     const int64_t step_y = (crop->bottom - crop->top) * kPositionOne / dst_height;

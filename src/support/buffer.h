@@ -4,32 +4,37 @@
 
 #include <memory>
 
-#include "ozr_support.h"
+#include "ozr_memory.h"
 
-struct OzrFree {
+namespace ozr
+{
+
+struct Free {
     void operator()(void* block) const { ozr_free(block); }
 };
 
 template <class T>
-using OzrBuffer = std::unique_ptr<T[], OzrFree>;
+using Buffer = std::unique_ptr<T[], Free>;
 
 // Zero-filled; null when memory is out or count elements do not fit 32-bit sizes.
 template <class T>
-OzrBuffer<T> ozr_make_buffer(int64_t count)
+Buffer<T> make_buffer(int64_t count)
 {
     if (count < 0 || count > UINT32_MAX / static_cast<int64_t>(sizeof(T)))
         return nullptr;
-    return OzrBuffer<T>(static_cast<T*>(ozr_calloc(static_cast<uint32_t>(count), sizeof(T))));
+    return Buffer<T>(static_cast<T*>(ozr_calloc(static_cast<uint32_t>(count), sizeof(T))));
 }
 
 // The same without the zeros, for what is written whole before it is read.
 template <class T>
-OzrBuffer<T> ozr_make_unfilled_buffer(int64_t count)
+Buffer<T> make_unfilled_buffer(int64_t count)
 {
     constexpr int64_t kSize = sizeof(T);
     if (count < 0 || count > UINT32_MAX / kSize)
         return nullptr;
-    return OzrBuffer<T>(static_cast<T*>(ozr_malloc(static_cast<uint32_t>(count * kSize))));
+    return Buffer<T>(static_cast<T*>(ozr_malloc(static_cast<uint32_t>(count * kSize))));
 }
+
+}  // namespace ozr
 
 #endif

@@ -1,8 +1,10 @@
 // Operations on whole images that keep to the sample grid: the mirror and the grey subsampling.
 #include "kernels/kernels.h"
 #include "ozr_image.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
 #include "support/image_rows.h"
+
+using namespace ozr;
 
 namespace
 {
@@ -11,7 +13,7 @@ void _mirror_rows(const ozr_image* image, int32_t first, int32_t end, int32_t wi
                   void (*mirror_row)(uint8_t* row, int32_t width))
 {
     for (int32_t y = first; y < end; ++y)
-        mirror_row(ozr_image_row(image, y), width);
+        mirror_row(image_row(image, y), width);
 }
 
 // Makes dst a grey image of the wanted size. Kept: one that has this size and pixels is used whatever its format.
@@ -38,16 +40,16 @@ void _copy_plane(const ozr_image* dst, const ozr_image* src)
 // Every n-th luma sample of every n-th row, the samples `pixel_bytes` apart.
 void _sample_luma(const ozr_image* dst, const ozr_image* src, int32_t n, int32_t pixel_bytes)
 {
-    SampleBytesRow* const sample_row = ozr_kernels()->sample_bytes_row;
+    kernels::SampleBytesRow* const sample_row = kernels::active()->resample.sample_bytes_row;
     for (int32_t y = 0; y < dst->height; ++y)
-        sample_row(ozr_image_row(dst, y), ozr_image_row(src, y * n), dst->width, int64_t{n} * pixel_bytes);
+        sample_row(image_row(dst, y), image_row(src, y * n), dst->width, int64_t{n} * pixel_bytes);
 }
 
 void _sample_rgba(const ozr_image* dst, const ozr_image* src, int32_t n)
 {
-    RgbaToLumaRow* const sample_row = ozr_kernels()->rgba_to_luma_row;
+    kernels::RgbaToLumaRow* const sample_row = kernels::active()->colour.rgba_to_luma_row;
     for (int32_t y = 0; y < dst->height; ++y)
-        sample_row(ozr_image_row(dst, y), ozr_image_row(src, y * n), dst->width, n);
+        sample_row(image_row(dst, y), image_row(src, y * n), dst->width, n);
 }
 
 // Whether everything that a subsampling by n reads and writes lies inside the images.
@@ -55,8 +57,8 @@ bool _holds_samples(const ozr_image* dst, const ozr_image* src, int32_t n, int32
 {
     const int64_t sample_bytes = src->format == ozr_image_format_rgba32 ? 3 : 1;
     const int64_t row_bytes = int64_t{dst->width - 1} * n * pixel_bytes + sample_bytes;
-    return ozr_image_holds_rows(src, row_bytes, int64_t{dst->height - 1} * n + 1) &&
-           ozr_image_holds_rows(dst, dst->width, dst->height);
+    return image_holds_rows(src, row_bytes, int64_t{dst->height - 1} * n + 1) &&
+           image_holds_rows(dst, dst->width, dst->height);
 }
 
 }  // namespace
@@ -69,14 +71,14 @@ ozr_err ozr_image_hflip(ozr_image* image)
     const bool has_pairs = image->format == ozr_image_format_nv12 || image->format == ozr_image_format_nv21;
     if (!is_rgba && !has_pairs && image->format != ozr_image_format_gray)
         return ozr_err_not_supported;
-    if (!ozr_image_holds_planes(image))
+    if (!image_holds_planes(image))
         return ozr_err_invalid_argument;
-    const OzrKernels* kernels = ozr_kernels();
-    const int32_t rows = ozr_image_row_count(image);
+    const kernels::Kernels* kernels = kernels::active();
+    const int32_t rows = image_row_count(image);
     _mirror_rows(image, 0, rows, image->width,
-                 is_rgba ? kernels->mirror_quads_row : kernels->mirror_bytes_row);
+                 is_rgba ? kernels->mirror.quads_row : kernels->mirror.bytes_row);
     if (has_pairs)
-        _mirror_rows(image, rows, rows + rows / 2, image->width, kernels->mirror_pairs_row);
+        _mirror_rows(image, rows, rows + rows / 2, image->width, kernels->mirror.pairs_row);
     return ozr_success;
 }
 

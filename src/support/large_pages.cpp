@@ -12,7 +12,7 @@ constexpr uint64_t kWorthwhile = 2 * kLargePage;      // holds at least one, whe
 
 }  // namespace
 
-void* ozr_prefer_large_pages(void* block, uint64_t bytes)
+void* ozr::prefer_large_pages(void* block, uint64_t bytes)
 {
 #ifdef MADV_HUGEPAGE
     if (block == nullptr || bytes < kWorthwhile)

@@ -5,8 +5,13 @@
 
 #include <stdint.h>
 
+namespace ozr
+{
+
 // Asks the system to back the inside of a fresh block with large pages, where it has them. A hint: the bytes do not
 // change, and a refusal is no fault. Small blocks and null are left alone. Returns the block.
-void* ozr_prefer_large_pages(void* block, uint64_t bytes);
+void* prefer_large_pages(void* block, uint64_t bytes);
+
+}  // namespace ozr
 
 #endif

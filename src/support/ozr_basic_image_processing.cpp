@@ -7,13 +7,15 @@
 #include <algorithm>
 
 #include "kernels/kernels.h"
-#include "ozr_support.h"
+#include "ozr_gray.h"
+#include "ozr_memory.h"
 #include "support/plane.h"
+
+using namespace ozr;
 
 namespace
 {
 
-constexpr uint32_t kFracBits = 10;
 constexpr int32_t kRgbBytes = 3;
 // Rows, and bytes in the last of them, by which a 3 x 3 window exceeds its first byte.
 constexpr uint32_t kCensusMargin = 2;
@@ -60,7 +62,7 @@ struct Resizing {
     Resizing cropped(const ozr_rect* crop, int32_t pixel_bytes) const
     {
         Resizing part = *this;
-        if (src == nullptr || !ozr_crop_is_inside(crop, src_width, src_height)) {
+        if (src == nullptr || !crop_is_inside(crop, src_width, src_height)) {
             part.src = nullptr;
             return part;
         }
@@ -74,7 +76,7 @@ struct Resizing {
 private:
     static int32_t _fixed(int32_t size)
     {
-        return static_cast<int32_t>(static_cast<uint32_t>(size) << kFracBits);
+        return static_cast<int32_t>(static_cast<uint32_t>(size) << kResampleFracBits);
     }
 };
 
@@ -82,12 +84,12 @@ ozr_err _resize_nearest(const Resizing& task)
 {
     if (!task.is_sound())
         return ozr_err_invalid_argument;
-    NearestGrayRow* const nearest_row = ozr_kernels()->nearest_gray_row;
+    kernels::NearestGrayRow* const nearest_row = kernels::active()->resample.nearest_gray_row;
     const uint32_t step_x = static_cast<uint32_t>(task.step_x());
     const uint32_t step_y = static_cast<uint32_t>(task.step_y());
     uint32_t position = 0;
     for (int32_t y = 0; y < task.dst_height; ++y) {
-        nearest_row(task.dst_row(y), task.dst_width, task.src_row(position >> kFracBits), step_x);
+        nearest_row(task.dst_row(y), task.dst_width, task.src_row(position >> kResampleFracBits), step_x);
         position += step_y;
     }
     return ozr_success;
@@ -95,14 +97,15 @@ ozr_err _resize_nearest(const Resizing& task)
 
 // Rows `first` to `end` of the result, which all have a next row. A last column has no right-hand neighbour: it counts
 // twice instead, as does a step of 0. All others use theirs even where that lies beyond the source.
-void _resize_rows(const Resizing& task, Resample* resample, int32_t pixel_bytes, int32_t first, int32_t end)
+void _resize_rows(const Resizing& task, kernels::Resample* resample, int32_t pixel_bytes, int32_t first,
+                  int32_t end)
 {
     const uint32_t step_x = static_cast<uint32_t>(task.step_x());
     const uint32_t step_y = static_cast<uint32_t>(task.step_y());
     const uint32_t first_y = static_cast<uint32_t>(first) * step_y;
     const int32_t last = task.dst_width - 1;
     const ptrdiff_t right =
-        static_cast<ptrdiff_t>((static_cast<uint32_t>(last) * step_x) >> kFracBits) * pixel_bytes;
+        static_cast<ptrdiff_t>((static_cast<uint32_t>(last) * step_x) >> kResampleFracBits) * pixel_bytes;
     uint8_t* dst = task.dst_row(first);
     resample(dst, task.dst_stride, {task.src, task.src_stride, step_x, step_y, first_y, last, end - first});
     resample(dst + static_cast<ptrdiff_t>(last) * pixel_bytes, task.dst_stride,
@@ -110,30 +113,31 @@ void _resize_rows(const Resizing& task, Resample* resample, int32_t pixel_bytes,
 }
 
 // There is no next row for the last one either: a source whose rows all are that row.
-void _resize_last_row(const Resizing& task, Resample* resample, int32_t pixel_bytes)
+void _resize_last_row(const Resizing& task, kernels::Resample* resample, int32_t pixel_bytes)
 {
     const int32_t last = task.dst_height - 1;
     const uint32_t position = static_cast<uint32_t>(last) * static_cast<uint32_t>(task.step_y());
     Resizing row = task;
-    row.src = task.src_row(position >> kFracBits);
+    row.src = task.src_row(position >> kResampleFracBits);
     row.src_stride = 0;
     _resize_rows(row, resample, pixel_bytes, last, task.dst_height);
 }
 
 // Rows that overlap each other or the source are made one after the other, pixel by pixel.
-ozr_err _resize_bilinear(const Resizing& task, Resample* OzrKernels::*resample, int32_t pixel_bytes)
+ozr_err _resize_bilinear(const Resizing& task, kernels::Resample* kernels::ResampleKernels::*resample,
+                         int32_t pixel_bytes)
 {
     if (!task.is_sound())
         return ozr_err_invalid_argument;
     const int32_t last = task.dst_height - 1;
     if (task.is_apart(pixel_bytes)) {
-        _resize_rows(task, ozr_kernels()->*resample, pixel_bytes, 0, last);
-        _resize_last_row(task, ozr_kernels()->*resample, pixel_bytes);
+        _resize_rows(task, kernels::active()->resample.*resample, pixel_bytes, 0, last);
+        _resize_last_row(task, kernels::active()->resample.*resample, pixel_bytes);
         return ozr_success;
     }
     for (int32_t y = 0; y < last; ++y)
-        _resize_rows(task, kOzrKernelsScalar.*resample, pixel_bytes, y, y + 1);
-    _resize_last_row(task, kOzrKernelsScalar.*resample, pixel_bytes);
+        _resize_rows(task, kernels::kScalarKernels.resample.*resample, pixel_bytes, y, y + 1);
+    _resize_last_row(task, kernels::kScalarKernels.resample.*resample, pixel_bytes);
     return ozr_success;
 }
 
@@ -150,11 +154,11 @@ int64_t _sampling_advance(int64_t width, int64_t stride, int64_t step_x, int64_t
 }
 
 // How to sample a row of `width` bytes: byte by byte where the result lies among what is still to be read.
-SampleBytesRow* _sample_row_of(const uint8_t* dst, const uint8_t* src, int32_t width)
+kernels::SampleBytesRow* _sample_row_of(const uint8_t* dst, const uint8_t* src, int32_t width)
 {
     const uintptr_t ahead = reinterpret_cast<uintptr_t>(dst) - reinterpret_cast<uintptr_t>(src);
     const bool overtakes = ahead > 0 && ahead < static_cast<uintptr_t>(width);
-    return (overtakes ? kOzrKernelsScalar : *ozr_kernels()).sample_bytes_row;
+    return (overtakes ? kernels::kScalarKernels : *kernels::active()).resample.sample_bytes_row;
 }
 
 }  // namespace
@@ -166,8 +170,8 @@ ozr_err resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_t dst_height,
         return ozr_err_invalid_argument;
     if (dst_height < 1)
         return ozr_success;
-    return _resize_nearest({dst, dst_width, dst_height, ozr_stride_or_width(dst_stride, dst_width), src,
-                            src_width, src_height, ozr_stride_or_width(src_stride, src_width)});
+    return _resize_nearest({dst, dst_width, dst_height, stride_or_width(dst_stride, dst_width), src,
+                            src_width, src_height, stride_or_width(src_stride, src_width)});
 }
 
 ozr_err resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_t dst_height, int32_t dst_stride,
@@ -178,7 +182,7 @@ ozr_err resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_t dst_height,
     if (dst_height < 1)
         return ozr_success;
     return _resize_bilinear({dst, dst_width, dst_height, dst_stride, src, src_width, src_height, src_stride},
-                            &OzrKernels::resample_gray, 1);
+                            &kernels::ResampleKernels::gray, 1);
 }
 
 ozr_err sample_image_by_n(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t width, int32_t height,
@@ -190,9 +194,8 @@ ozr_err sample_image_by_n(uint8_t* dst, int32_t dst_stride, const uint8_t* src, 
     if (out_width < 1)
         return ozr_success;
     const int32_t out_height = step_x == 1 ? height : height / step_y;  // kept: step 1 gives every row
-    const int64_t dst_advance = ozr_stride_or_width(dst_stride, out_width);
-    const int64_t src_advance =
-        _sampling_advance(width, ozr_stride_or_width(src_stride, width), step_x, step_y);
+    const int64_t dst_advance = stride_or_width(dst_stride, out_width);
+    const int64_t src_advance = _sampling_advance(width, stride_or_width(src_stride, width), step_x, step_y);
     for (int32_t y = 0; y < out_height; ++y) {
         uint8_t* dst_row = dst + static_cast<ptrdiff_t>(y * dst_advance);
         const uint8_t* src_row = src + static_cast<ptrdiff_t>(y * src_advance);
@@ -210,7 +213,7 @@ uint32_t image2mct(const uint8_t* src, uint32_t width, uint32_t height, uint16_t
         return 0;
     const uint32_t positions = (height - kCensusMargin) * width;
     if (positions > kCensusMargin)
-        ozr_kernels()->census_run(dst, src, width, positions - kCensusMargin);
+        kernels::active()->census.run(dst, src, width, positions - kCensusMargin);
     return 0;
 }
 
@@ -218,8 +221,8 @@ ozr_err crop_resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_t dst_he
                                  const uint8_t* src, int32_t src_width, int32_t src_height,
                                  int32_t src_stride, const ozr_rect* crop)
 {
-    const Resizing whole = {dst, dst_width, dst_height, ozr_stride_or_width(dst_stride, dst_width),
-                            src, src_width, src_height, ozr_stride_or_width(src_stride, src_width)};
+    const Resizing whole = {dst, dst_width, dst_height, stride_or_width(dst_stride, dst_width),
+                            src, src_width, src_height, stride_or_width(src_stride, src_width)};
     return _resize_nearest(whole.cropped(crop, 1));
 }
 
@@ -228,7 +231,7 @@ ozr_err crop_resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_t dst_he
                                  int32_t src_stride, const ozr_rect* crop)
 {
     const Resizing whole = {dst, dst_width, dst_height, dst_stride, src, src_width, src_height, src_stride};
-    return _resize_bilinear(whole.cropped(crop, 1), &OzrKernels::resample_gray, 1);
+    return _resize_bilinear(whole.cropped(crop, 1), &kernels::ResampleKernels::gray, 1);
 }
 
 ozr_err crop_resize_RGB(uint8_t* dst, int32_t dst_width, int32_t dst_height, int32_t dst_stride,
@@ -236,5 +239,5 @@ ozr_err crop_resize_RGB(uint8_t* dst, int32_t dst_width, int32_t dst_height, int
                         const ozr_rect* crop)
 {
     const Resizing whole = {dst, dst_width, dst_height, dst_stride, src, src_width, src_height, src_stride};
-    return _resize_bilinear(whole.cropped(crop, kRgbBytes), &OzrKernels::resample_rgb, kRgbBytes);
+    return _resize_bilinear(whole.cropped(crop, kRgbBytes), &kernels::ResampleKernels::rgb, kRgbBytes);
 }

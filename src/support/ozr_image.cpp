@@ -3,9 +3,11 @@
 
 #include <stddef.h>
 
-#include "ozr_support.h"
+#include "ozr_memory.h"
 #include "support/image_rows.h"
 #include "support/ozr_chain.h"
+
+using namespace ozr;
 
 #if UINTPTR_MAX == UINT32_MAX
 static_assert(sizeof(ozr_image) == 28 && offsetof(ozr_image, size) == 4 &&
@@ -134,9 +136,8 @@ ozr_err ozr_image_create(ozr_image* image, int32_t width, int32_t height, int32_
     image->data =
         static_cast<uint8_t*>(ozr_malloc_aligned(static_cast<uint32_t>(image->size), kDataAlignment));
     if (image->data == nullptr)
-        return ozr_raise(ozr_err_nomem,
-                         "from image->data = (uint8_t*)ozr_malloc_aligned(image->size, 0x1000)", __func__,
-                         __LINE__);
+        return raise(ozr_err_nomem, "from image->data = (uint8_t*)ozr_malloc_aligned(image->size, 0x1000)",
+                     __func__, __LINE__);
     image->rotation = rotation;
     return ozr_success;
 }
@@ -167,7 +168,7 @@ ozr_err ozr_image_copy(const ozr_image* src, ozr_image* dst)
 {
     OZR_FORWARD(validate_image_copy(src, dst));
     OZR_RAISE_IF(!_is_known(src->format), ozr_err_not_supported);
-    OZR_RAISE_IF(!ozr_image_holds_planes(src) || !ozr_image_holds_planes(dst), ozr_err_invalid_argument);
+    OZR_RAISE_IF(!image_holds_planes(src) || !image_holds_planes(dst), ozr_err_invalid_argument);
     _copy_rows(_plane(dst, 0, dst->stride), _plane(src, 0, src->stride), _row_bytes(src->format, src->width),
                src->height);
     if (_is_12_bit(src->format))

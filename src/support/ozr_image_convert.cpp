@@ -5,6 +5,8 @@
 #include "support/image_rows.h"
 #include "support/ozr_chain.h"
 
+using namespace ozr;
+
 namespace
 {
 
@@ -41,18 +43,18 @@ ChromaRows _yv12_chroma(const ozr_image* image, int32_t j)
 ozr_err _convert_rows(const ozr_image* src, ozr_image* dst, int32_t units,
                       void (*convert_row)(uint8_t* dst, const uint8_t* src, int32_t units))
 {
-    OZR_RAISE_IF(!ozr_image_holds_planes(src) || !ozr_image_holds_planes(dst), ozr_err_invalid_argument);
-    for (int32_t y = 0; y < ozr_image_row_count(dst); ++y)
-        convert_row(ozr_image_row(dst, y), ozr_image_row(src, y), units);
+    OZR_RAISE_IF(!image_holds_planes(src) || !image_holds_planes(dst), ozr_err_invalid_argument);
+    for (int32_t y = 0; y < image_row_count(dst); ++y)
+        convert_row(image_row(dst, y), image_row(src, y), units);
     return ozr_success;
 }
 
 // nv12 and nv21 differ in the order of the bytes in a pair, which is the row function's affair.
-ozr_err _chroma_pairs_to_rgba(const ozr_image* src, ozr_image* dst, YuvToRgbaRow* convert_row)
+ozr_err _chroma_pairs_to_rgba(const ozr_image* src, ozr_image* dst, kernels::YuvToRgbaRow* convert_row)
 {
-    OZR_RAISE_IF(!ozr_image_holds_planes(src) || !ozr_image_holds_planes(dst), ozr_err_invalid_argument);
-    for (int32_t y = 0; y < ozr_image_row_count(dst); ++y)
-        convert_row(ozr_image_row(dst, y), ozr_image_row(src, y), ozr_image_row(src, src->height + y / 2),
+    OZR_RAISE_IF(!image_holds_planes(src) || !image_holds_planes(dst), ozr_err_invalid_argument);
+    for (int32_t y = 0; y < image_row_count(dst); ++y)
+        convert_row(image_row(dst, y), image_row(src, y), image_row(src, src->height + y / 2),
                     dst->width / 2);
     return ozr_success;
 }
@@ -61,43 +63,44 @@ ozr_err _chroma_pairs_to_rgba(const ozr_image* src, ozr_image* dst, YuvToRgbaRow
 template <class WriteChroma>
 ozr_err _rgba_to_12_bit(const ozr_image* src, ozr_image* dst, WriteChroma write_chroma)
 {
-    OZR_RAISE_IF(!ozr_image_holds_planes(src) || !ozr_image_holds_planes(dst), ozr_err_invalid_argument);
-    RgbaToLumaRow* const to_luma = ozr_kernels()->rgba_to_luma_row;
-    for (int32_t j = 0; j < ozr_image_row_count(dst) / 2; ++j) {
+    OZR_RAISE_IF(!image_holds_planes(src) || !image_holds_planes(dst), ozr_err_invalid_argument);
+    kernels::RgbaToLumaRow* const to_luma = kernels::active()->colour.rgba_to_luma_row;
+    for (int32_t j = 0; j < image_row_count(dst) / 2; ++j) {
         for (int32_t y = 2 * j; y < 2 * j + 2; ++y)
-            to_luma(ozr_image_row(dst, y), ozr_image_row(src, y), dst->width, 1);
-        write_chroma(j, ozr_image_row(src, 2 * j));
+            to_luma(image_row(dst, y), image_row(src, y), dst->width, 1);
+        write_chroma(j, image_row(src, 2 * j));
     }
     return ozr_success;
 }
 
-ozr_err _rgba_to_chroma_pairs(const ozr_image* src, ozr_image* dst, RgbaToChromaPairsRow* convert_row)
+ozr_err _rgba_to_chroma_pairs(const ozr_image* src, ozr_image* dst,
+                              kernels::RgbaToChromaPairsRow* convert_row)
 {
     return _rgba_to_12_bit(src, dst, [dst, convert_row](int32_t j, const uint8_t* rgba) {
-        convert_row(ozr_image_row(dst, dst->height + j), rgba, dst->width / 2);
+        convert_row(image_row(dst, dst->height + j), rgba, dst->width / 2);
     });
 }
 
 ozr_err ozr_image_nv12_to_rgba(const ozr_image* src, ozr_image* dst)
 {
     OZR_REQUIRE(is_even(src->width) && is_even(src->height));
-    return _chroma_pairs_to_rgba(src, dst, ozr_kernels()->yuv_to_rgba_row);
+    return _chroma_pairs_to_rgba(src, dst, kernels::active()->colour.yuv_to_rgba_row);
 }
 
 ozr_err ozr_image_nv21_to_rgba(const ozr_image* src, ozr_image* dst)
 {
     OZR_REQUIRE(is_even(src->width) && is_even(src->height));
-    return _chroma_pairs_to_rgba(src, dst, ozr_kernels()->yvu_to_rgba_row);
+    return _chroma_pairs_to_rgba(src, dst, kernels::active()->colour.yvu_to_rgba_row);
 }
 
 ozr_err ozr_image_yv12_to_rgba(const ozr_image* src, ozr_image* dst)
 {
     OZR_REQUIRE(is_even(src->width) && is_even(src->height));
-    OZR_RAISE_IF(!ozr_image_holds_planes(src) || !ozr_image_holds_planes(dst), ozr_err_invalid_argument);
-    PlanarToRgbaRow* const convert_row = ozr_kernels()->planar_to_rgba_row;
-    for (int32_t y = 0; y < ozr_image_row_count(dst); ++y) {
+    OZR_RAISE_IF(!image_holds_planes(src) || !image_holds_planes(dst), ozr_err_invalid_argument);
+    kernels::PlanarToRgbaRow* const convert_row = kernels::active()->colour.planar_to_rgba_row;
+    for (int32_t y = 0; y < image_row_count(dst); ++y) {
         const ChromaRows chroma = _yv12_chroma(src, y / 2);
-        convert_row(ozr_image_row(dst, y), ozr_image_row(src, y), chroma.u, chroma.v, dst->width / 2);
+        convert_row(image_row(dst, y), image_row(src, y), chroma.u, chroma.v, dst->width / 2);
     }
     return ozr_success;
 }
@@ -105,35 +108,35 @@ ozr_err ozr_image_yv12_to_rgba(const ozr_image* src, ozr_image* dst)
 ozr_err ozr_image_yuy2_to_rgba(const ozr_image* src, ozr_image* dst)
 {
     OZR_REQUIRE(is_even(src->width));
-    return _convert_rows(src, dst, dst->width / 2, ozr_kernels()->yuyv_to_rgba_row);
+    return _convert_rows(src, dst, dst->width / 2, kernels::active()->colour.yuyv_to_rgba_row);
 }
 
 ozr_err ozr_image_gray_to_rgba(const ozr_image* src, ozr_image* dst)
 {
-    return _convert_rows(src, dst, dst->width, ozr_kernels()->gray_to_rgba_row);
+    return _convert_rows(src, dst, dst->width, kernels::active()->colour.gray_to_rgba_row);
 }
 
 ozr_err ozr_image_rgba_to_gray(const ozr_image* src, ozr_image* dst)
 {
-    return _convert_rows(src, dst, dst->width, ozr_kernels()->rgba_to_gray_row);
+    return _convert_rows(src, dst, dst->width, kernels::active()->colour.rgba_to_gray_row);
 }
 
 ozr_err ozr_image_rgba_to_nv12(const ozr_image* src, ozr_image* dst)
 {
     OZR_REQUIRE(is_even(src->width) && is_even(src->height));
-    return _rgba_to_chroma_pairs(src, dst, ozr_kernels()->rgba_to_uv_row);
+    return _rgba_to_chroma_pairs(src, dst, kernels::active()->colour.rgba_to_uv_row);
 }
 
 ozr_err ozr_image_rgba_to_nv21(const ozr_image* src, ozr_image* dst)
 {
     OZR_REQUIRE(is_even(src->width) && is_even(src->height));
-    return _rgba_to_chroma_pairs(src, dst, ozr_kernels()->rgba_to_vu_row);
+    return _rgba_to_chroma_pairs(src, dst, kernels::active()->colour.rgba_to_vu_row);
 }
 
 ozr_err ozr_image_rgba_to_yv12(const ozr_image* src, ozr_image* dst)
 {
     OZR_REQUIRE(is_even(src->width) && is_even(src->height));
-    RgbaToChromaRows* const convert_rows = ozr_kernels()->rgba_to_u_v_rows;
+    kernels::RgbaToChromaRows* const convert_rows = kernels::active()->colour.rgba_to_u_v_rows;
     return _rgba_to_12_bit(src, dst, [dst, convert_rows](int32_t j, const uint8_t* rgba) {
         const ChromaRows chroma = _yv12_chroma(dst, j);
         convert_rows(chroma.u, chroma.v, rgba, dst->width / 2);
@@ -143,7 +146,7 @@ ozr_err ozr_image_rgba_to_yv12(const ozr_image* src, ozr_image* dst)
 ozr_err ozr_image_rgba_to_yuy2(const ozr_image* src, ozr_image* dst)
 {
     OZR_REQUIRE(is_even(src->width));
-    return _convert_rows(src, dst, dst->width / 2, ozr_kernels()->rgba_to_yuyv_row);
+    return _convert_rows(src, dst, dst->width / 2, kernels::active()->colour.rgba_to_yuyv_row);
 }
 
 // The pairs that nothing converts. Each is a function by itself, so that it can receive a body of its own.

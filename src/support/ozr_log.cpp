@@ -4,7 +4,7 @@
 
 #include <string.h>
 
-#include "ozr_support.h"
+#include "ozr_platform.h"
 
 int32_t ozr_log_enabled = 1;
 

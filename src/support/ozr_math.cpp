@@ -1,6 +1,6 @@
 // Integer trigonometry in degrees, the integer square root, rectangles and points. Everything is 32-bit arithmetic
 // that wraps around: wild coordinates give wild results, never a trap.
-#include "ozr_support.h"
+#include "ozr_geometry.h"
 #include "support/trig_tables.h"
 
 #include <math.h>
@@ -9,6 +9,8 @@
 
 #include "base/fixed.h"
 #include "base/wrap32.h"
+
+using namespace ozr;
 
 namespace
 {
@@ -104,12 +106,12 @@ int32_t ozr_math_sini16_d(int32_t deg)
 
 int32_t ozr_math_cos_tiny(int32_t deg)
 {
-    return _cos_from(ozr_math_cos_tiny_table, deg);
+    return _cos_from(ozr_math_cosi16_d_table, deg);
 }
 
 int32_t ozr_math_sin_tiny(int32_t deg)
 {
-    return _sin_from(ozr_math_cos_tiny_table, deg);
+    return _sin_from(ozr_math_cosi16_d_table, deg);
 }
 
 double ozr_math_cos(double x)

@@ -13,7 +13,8 @@
 #endif
 
 #include "ozr_log.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
+#include "ozr_platform.h"
 
 namespace
 {

@@ -6,7 +6,8 @@
 #include <algorithm>
 
 #include "ozr_log.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
+#include "ozr_prof.h"
 
 namespace
 {

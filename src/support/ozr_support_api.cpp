@@ -2,9 +2,12 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "ozr_support.h"
+#include "ozr_memory.h"
 #include "ozr_types.h"
+#include "ozr_version.h"
 #include "support/large_pages.h"
+
+using namespace ozr;
 
 namespace
 {
@@ -61,7 +64,7 @@ const char* ozr_err_to_string(ozr_err code)
 
 void* ozr_malloc(uint32_t size)
 {
-    return ozr_prefer_large_pages(malloc(size), size);
+    return prefer_large_pages(malloc(size), size);
 }
 
 void* ozr_realloc(void* ptr, uint32_t size)
@@ -71,7 +74,7 @@ void* ozr_realloc(void* ptr, uint32_t size)
 
 void* ozr_calloc(uint32_t count, uint32_t size)
 {
-    return ozr_prefer_large_pages(calloc(count, size), uint64_t{count} * size);
+    return prefer_large_pages(calloc(count, size), uint64_t{count} * size);
 }
 
 void ozr_free(void* ptr)

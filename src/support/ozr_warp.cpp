@@ -7,10 +7,14 @@
 #include "base/fixed.h"
 #include "base/wrap32.h"
 #include "kernels/kernels.h"
+#include "ozr_geometry.h"
+#include "ozr_gray.h"
 #include "ozr_image.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
 #include "support/image_rows.h"
 #include "support/plane.h"
+
+using namespace ozr;
 
 namespace
 {
@@ -63,7 +67,7 @@ struct Similarity {
     {
         return src.centre_y() * scale - across * (x - dst.centre_x()) + along * (y - dst.centre_y());
     }
-    Wrap32 square() const { return (scale * scale) >> kOzrWarpShift; }
+    Wrap32 square() const { return (scale * scale) >> kernels::kWarpShift; }
 };
 
 // A plane of luma samples, `pixel_bytes` apart.
@@ -85,8 +89,8 @@ struct SourcePlane {
 template <class RowAt>
 void _warp(const Similarity& map, const SourcePlane& src, int32_t width, int32_t height, RowAt row_at)
 {
-    WarpRow* const warp_row = ozr_kernels()->warp_row;
-    OzrWarp warp = {};
+    kernels::WarpRow* const warp_row = kernels::active()->warp.row;
+    kernels::Warp warp = {};
     warp.src = src.data;
     warp.last = static_cast<int64_t>(src.pitch) * src.rows - 1;
     warp.pitch = src.pitch;
@@ -207,13 +211,12 @@ ozr_err ozr_image_warp_by_2points(const ozr_image* src, int32_t sx1, int32_t sy1
     if (pixel_bytes == 0)
         return ozr_err_not_supported;
     // Kept: the columns of a row are bounded by the stride, not by the width.
-    const int32_t pitch = ozr_stride_or_width(src->stride, src->width);
+    const int32_t pitch = stride_or_width(src->stride, src->width);
     const SourcePlane plane = {src->data, pitch, src->height, pitch, pixel_bytes};
-    if (map.square() == 0 || !plane.is_readable() || !ozr_image_counts_bytes(src, pitch) ||
-        !ozr_image_holds_rows(dst, dst->width, dst->height))
+    if (map.square() == 0 || !plane.is_readable() || !image_counts_bytes(src, pitch) ||
+        !image_holds_rows(dst, dst->width, dst->height))
         return ozr_err_invalid_argument;
-    _warp(map, plane, dst->width, ozr_image_row_count(dst),
-          [dst](int32_t y) { return ozr_image_row(dst, y); });
+    _warp(map, plane, dst->width, image_row_count(dst), [dst](int32_t y) { return image_row(dst, y); });
     return ozr_success;
 }
 
@@ -228,6 +231,6 @@ ozr_err warp_image_by_2points(uint8_t* dst, int32_t dst_width, int32_t dst_heigh
     const ozr_image from = {const_cast<uint8_t*>(src), 0,          src_width, src_height,
                             ozr_image_format_gray,     src_stride, 0};
     ozr_image onto = {
-        dst, 0, dst_width, dst_height, ozr_image_format_gray, ozr_stride_or_width(dst_stride, dst_width), 0};
+        dst, 0, dst_width, dst_height, ozr_image_format_gray, stride_or_width(dst_stride, dst_width), 0};
     return ozr_image_warp_by_2points(&from, sx1, sy1, sx2, sy2, &onto, dx1, dy1, dx2, dy2);
 }

@@ -1,6 +1,9 @@
 // Made by scripts/make_trig_tables.py; change that, not this.
 #include "support/trig_tables.h"
 
+namespace ozr
+{
+
 // Ten degrees a line.
 // clang-format off
 
@@ -31,5 +34,4 @@ const int32_t ozr_math_tan_d_table[91] = {
 };
 // clang-format on
 
-// A second name for the first table.
-extern "C" __attribute__((alias("ozr_math_cosi16_d_table"))) const int32_t ozr_math_cos_tiny_table[91];
+}  // namespace ozr

@@ -4,16 +4,15 @@
 
 #include <stdint.h>
 
-extern "C" {
+namespace ozr
+{
 
 // Cosines in Q16 (65536 is 1), truncated from single precision: that of 60 degrees is 32767.
 extern const int32_t ozr_math_cosi16_d_table[91];
 
-// The same values under a second name.
-extern const int32_t ozr_math_cos_tiny_table[91];
-
 // Tangents in Q10 (1024 is 1), rounded to nearest; the largest number stands at 90.
 extern const int32_t ozr_math_tan_d_table[91];
-}
+
+}  // namespace ozr
 
 #endif

@@ -17,7 +17,7 @@ double correlation(const PanoImg& a, const PanoImg& b, int32_t dx, int32_t dy, i
     double n = 0, sa = 0, sb = 0, saa = 0, sbb = 0, sab = 0;
     for (int32_t y = std::max(dy, 0); y < std::min(a.height, b.height + dy); ++y) {
         for (int32_t x = std::max(dx, 0) + margin; x < std::min(a.width, b.width + dx) - margin; ++x) {
-            const double p = pano_row(&a, y)[x], q = pano_row(&b, y - dy)[x - dx];
+            const double p = ozr::pano_row(&a, y)[x], q = ozr::pano_row(&b, y - dy)[x - dx];
             n += 1, sa += p, sb += q, saa += p * p, sbb += q * q, sab += p * q;
         }
     }

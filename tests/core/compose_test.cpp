@@ -25,10 +25,10 @@ struct Composed {
     Composed(TestCore* core, int32_t count) : result(panorama_core_panorama(core->core, count, owner.get()))
     {
     }
-    int32_t luma(int32_t x, int32_t y) const { return pano_row(&img, y)[x]; }
-    int32_t chroma(int32_t x, int32_t y) const { return pano_chroma_row(&img, y)[x]; }
+    int32_t luma(int32_t x, int32_t y) const { return ozr::pano_row(&img, y)[x]; }
+    int32_t chroma(int32_t x, int32_t y) const { return ozr::pano_chroma_row(&img, y)[x]; }
 
-    PanoImgOwner owner;
+    ozr::PanoImgOwner owner;
     const PanoImg& img = *owner.get();
     const int32_t result;
 };
@@ -48,7 +48,8 @@ TEST(Compose, BlendsAcrossTheSeamInTheThreeMargins)
         const int32_t x = c.width / 2;
         fill(&core, {50, 200}, x, 0);
         const PanoImg& later = core->frames[1];
-        std::fill_n(pano_chroma_row(&later, 0), later.stride * later.height / 2, static_cast<uint8_t>(20));
+        std::fill_n(ozr::pano_chroma_row(&later, 0), later.stride * later.height / 2,
+                    static_cast<uint8_t>(20));
         const Composed out(&core, 2);
         ASSERT_EQ(out.result, 0);
         ASSERT_EQ(core->margin, c.margin);

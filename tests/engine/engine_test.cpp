@@ -207,7 +207,7 @@ TEST(EngineIntake, ScalesAndTurnsOffsets)
     // Detection at 48 x 32, pictures of 96 x 64: the core is told twice the offset. Where the search misses, it reports
     // that nothing was found, so the first offset that misses tells what arrived: 96 + 9 pixels ahead is out of reach.
     for (int32_t direction : {kDirectionRight, kDirectionLeft, kDirectionDown, kDirectionUp}) {
-        const bool vertical = pano_is_vertical(direction);
+        const bool vertical = ozr::is_vertical(direction);
         const int32_t side = vertical ? 64 : 96;
         const int32_t sign = direction == kDirectionRight || direction == kDirectionDown ? 1 : -1;
         // The search begins a tenth of the side before the expected position.
@@ -255,8 +255,9 @@ TEST(EngineIntake, ReadsNoFurtherThanTheSize)
     for (const PanoImg& picture : {first.img, half}) {
         TestEngine engine(first.img, kDirectionRight);
         ASSERT_EQ(engine.take(picture, {30, 0}), 2);
-        EXPECT_EQ(pano_chroma_row(&engine->core->frames[1], 0)[0], 128);
-        EXPECT_EQ(pano_chroma_row(&engine->core->frames[1], 31)[0], picture.size < first.img.size ? 0 : 128);
+        EXPECT_EQ(ozr::pano_chroma_row(&engine->core->frames[1], 0)[0], 128);
+        EXPECT_EQ(ozr::pano_chroma_row(&engine->core->frames[1], 31)[0],
+                  picture.size < first.img.size ? 0 : 128);
     }
 }
 

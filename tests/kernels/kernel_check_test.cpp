@@ -14,7 +14,10 @@
 #include "kernels/cpu.h"
 #include "kernels/kernels.h"
 #include "support/handle.h"
+#include "support/kernel_entry.h"
 #include "support/sweeps.h"
+
+using namespace ozr::kernels;
 
 namespace
 {
@@ -24,11 +27,11 @@ namespace
 enum class Edge { kStart, kEnd, kOffset };
 enum class Fill { kRandom, kZeros, kOnes, kExtremes };
 
-std::vector<const OzrKernels*> levels_of_this_machine()
+std::vector<const Kernels*> levels_of_this_machine()
 {
-    std::vector<const OzrKernels*> levels;
-    for (const OzrKernels* const* level = kOzrKernelLevels; *level != nullptr; ++level) {
-        if (((*level)->features & ~ozr_cpu_features()) == 0)
+    std::vector<const Kernels*> levels;
+    for (const Kernels* const* level = kLevels; *level != nullptr; ++level) {
+        if (((*level)->features & ~cpu_features()) == 0)
             levels.push_back(*level);
     }
     return levels;
@@ -98,18 +101,18 @@ public:
     Random* random() { return &random_; }
 
     // Runs a kernel whose first argument is where it writes so many numbers to.
-    template <class Out, class... Rest, class... Args>
-    void check(const char* name, void (*OzrKernels::*kernel)(Out*, Rest...), int64_t numbers, Args... args)
+    template <class Stage, class Out, class... Rest, class... Args>
+    void check(KernelEntry<Stage, void (*)(Out*, Rest...)> kernel, int64_t numbers, Args... args)
     {
-        check_call(name, kernel, numbers * static_cast<int64_t>(sizeof(Out)), alignof(Out),
+        check_call(kernel, numbers * static_cast<int64_t>(sizeof(Out)), alignof(Out),
                    [&](auto f, Guarded& out) { f(out.as<Out>(), args...); });
     }
 
     // Runs one that returns what it makes.
-    template <class Result, class... Rest, class... Args>
-    void check_result(const char* name, Result (*OzrKernels::*kernel)(Rest...), Args... args)
+    template <class Stage, class Result, class... Rest, class... Args>
+    void check_result(KernelEntry<Stage, Result (*)(Rest...)> kernel, Args... args)
     {
-        check_call(name, kernel, sizeof(Result), 1, [&](auto f, Guarded& out) {
+        check_call(kernel, sizeof(Result), 1, [&](auto f, Guarded& out) {
             const Result result = f(args...);
             memcpy(out.data(), &result, sizeof(result));
         });
@@ -118,22 +121,23 @@ public:
     // Calls the kernel at every level with the same `size` bytes to write and compares them with what the scalar one
     // leaves.
     template <class Kernel, class Call>
-    void check_call(const char* name, Kernel OzrKernels::*kernel, int64_t size, int32_t unit, Call call)
+    void check_call(Kernel kernel, int64_t size, int32_t unit, Call call)
     {
         Guarded out = bytes(size, unit);
         const std::vector<uint8_t> before = out.contents();
-        call(kOzrKernelsScalar.*kernel, out);
+        const auto scalar = kernel.of(kScalarKernels);
+        call(scalar, out);
         const std::vector<uint8_t> want = out.contents();
-        for (const OzrKernels* level : levels_of_this_machine()) {
-            if (level->*kernel == kOzrKernelsScalar.*kernel)
+        for (const Kernels* level : levels_of_this_machine()) {
+            if (kernel.of(*level) == scalar)
                 continue;
             out.restore(before);
-            call(level->*kernel, out);
+            call(kernel.of(*level), out);
             const std::vector<uint8_t> got = out.contents();
             const auto differs = std::mismatch(want.begin(), want.end(), got.begin());
             EXPECT_EQ(differs.first, want.end())
-                << name << " of " << size << " bytes " << level->level << " seed " << seed() << " size "
-                << count << " fill " << static_cast<int32_t>(fill_) << " byte "
+                << kernel.name << " of " << size << " bytes " << level->level << " seed " << seed()
+                << " size " << count << " fill " << static_cast<int32_t>(fill_) << " byte "
                 << differs.first - want.begin() - out.margin();
         }
     }
@@ -160,9 +164,6 @@ void for_each_case(Check check)
     }
 }
 
-// How Case is told of a kernel.
-#define KERNEL(name) #name, &OzrKernels::name
-
 }  // namespace
 
 TEST(KernelCheck, ColoursToRgbaAndBack)
@@ -171,21 +172,21 @@ TEST(KernelCheck, ColoursToRgbaAndBack)
         const int32_t n = c.count;
         Guarded luma = c.bytes(2 * n), chroma = c.bytes(2 * n), u = c.bytes(n), v = c.bytes(n);
         Guarded packed = c.bytes(4 * n);
-        c.check(KERNEL(yvu_to_rgba_row), 8 * n, luma.data(), chroma.data(), n);
-        c.check(KERNEL(yuv_to_rgba_row), 8 * n, luma.data(), chroma.data(), n);
-        c.check(KERNEL(planar_to_rgba_row), 8 * n, luma.data(), u.data(), v.data(), n);
-        c.check(KERNEL(yuyv_to_rgba_row), 8 * n, packed.data(), n);
-        c.check(KERNEL(gray_to_rgba_row), 4 * n, u.data(), n);
+        c.check(KERNEL(colour, yvu_to_rgba_row), 8 * n, luma.data(), chroma.data(), n);
+        c.check(KERNEL(colour, yuv_to_rgba_row), 8 * n, luma.data(), chroma.data(), n);
+        c.check(KERNEL(colour, planar_to_rgba_row), 8 * n, luma.data(), u.data(), v.data(), n);
+        c.check(KERNEL(colour, yuyv_to_rgba_row), 8 * n, packed.data(), n);
+        c.check(KERNEL(colour, gray_to_rgba_row), 4 * n, u.data(), n);
         Guarded rgba = c.bytes(8 * n);
-        c.check(KERNEL(rgba_to_gray_row), n, rgba.data(), n);
-        c.check(KERNEL(rgba_to_uv_row), 2 * n, rgba.data(), n);
-        c.check(KERNEL(rgba_to_vu_row), 2 * n, rgba.data(), n);
-        c.check(KERNEL(rgba_to_yuyv_row), 4 * n, rgba.data(), n);
-        c.check_call(KERNEL(rgba_to_u_v_rows), 2 * n, 1,
+        c.check(KERNEL(colour, rgba_to_gray_row), n, rgba.data(), n);
+        c.check(KERNEL(colour, rgba_to_uv_row), 2 * n, rgba.data(), n);
+        c.check(KERNEL(colour, rgba_to_vu_row), 2 * n, rgba.data(), n);
+        c.check(KERNEL(colour, rgba_to_yuyv_row), 4 * n, rgba.data(), n);
+        c.check_call(KERNEL(colour, rgba_to_u_v_rows), 2 * n, 1,
                      [&](auto f, Guarded& out) { f(out.data(), out.data() + n, rgba.data(), n); });
         for (int32_t step = 1; step <= 2; ++step)
-            c.check(KERNEL(rgba_to_luma_row), n, rgba.data(), n, step);
-        c.check_call(KERNEL(rgba_to_luma_row), 4 * n, 1,
+            c.check(KERNEL(colour, rgba_to_luma_row), n, rgba.data(), n, step);
+        c.check_call(KERNEL(colour, rgba_to_luma_row), 4 * n, 1,
                      [&](auto f, Guarded& out) { f(out.data(), out.data(), n, 1); });
     });
 }
@@ -198,9 +199,9 @@ TEST(KernelCheck, EveryColourToRgba)
     for (int32_t pair = 0; pair < 65536; ++pair) {
         for (size_t i = 0; i < 256; ++i)
             chroma[i] = static_cast<uint8_t>(i % 2 == 0 ? pair : pair >> 8);
-        kOzrKernelsScalar.yuv_to_rgba_row(want.data(), luma.data(), chroma.data(), 128);
-        for (const OzrKernels* level : levels_of_this_machine()) {
-            level->yuv_to_rgba_row(out.data(), luma.data(), chroma.data(), 128);
+        kScalarKernels.colour.yuv_to_rgba_row(want.data(), luma.data(), chroma.data(), 128);
+        for (const Kernels* level : levels_of_this_machine()) {
+            level->colour.yuv_to_rgba_row(out.data(), luma.data(), chroma.data(), 128);
             ASSERT_EQ(out, want) << level->level << " pair " << pair;
         }
     }
@@ -219,15 +220,15 @@ TEST(KernelCheck, SeamsAndTransitions)
                                         (n % 2 == 0 ? 0xC000 : 0x4000));
         }
         if (n >= 2)
-            c.check_call(KERNEL(seam_sum_row), 4 * n, 2, [&](auto f, Guarded& out) {
+            c.check_call(KERNEL(seam, sum_row), 4 * n, 2, [&](auto f, Guarded& out) {
                 f(out.as<uint16_t>() + n, reinterpret_cast<int8_t*>(out.data() + n), above.as<uint16_t>(),
                   {a.data(), b.data(), mask.data(), n});
             });
         for (int32_t step : {0, 1, 2, 4}) {
             const int32_t ramp = std::min(n, step == 0 ? n : 127 / step);
             for (int32_t first : {1, 128 - ramp * step}) {
-                c.check(KERNEL(blend_row), n, later.data(), ramp, first, step);
-                c.check(KERNEL(blend_pairs_row), 2 * n, later.data(), ramp, first, step);
+                c.check(KERNEL(blend, row), n, later.data(), ramp, first, step);
+                c.check(KERNEL(blend, pairs_row), 2 * n, later.data(), ramp, first, step);
             }
         }
     });
@@ -237,20 +238,20 @@ TEST(KernelCheck, MirrorsAndTextureCodes)
 {
     for_each_case([](Case c) {
         const int32_t n = c.count;
-        c.check(KERNEL(mirror_bytes_row), n, n);
-        c.check(KERNEL(mirror_pairs_row), n, n);
-        c.check(KERNEL(mirror_quads_row), 4 * n, n);
+        c.check(KERNEL(mirror, bytes_row), n, n);
+        c.check(KERNEL(mirror, pairs_row), n, n);
+        c.check(KERNEL(mirror, quads_row), 4 * n, n);
         for (int32_t step = 1; step <= 3; ++step) {
             Guarded row = c.bytes(std::max((n - 1) * step + 1, 0));
-            c.check(KERNEL(sample_bytes_row), n, row.data(), n, step);
+            c.check(KERNEL(resample, sample_bytes_row), n, row.data(), n, step);
         }
         if (n < 3)
             return;
         // Three rows hold n - 2 windows; their codes end where row 1 of the destination has its last but one.
         const uint32_t width = static_cast<uint32_t>(n);
         Guarded src = c.bytes(3 * n);
-        c.check(KERNEL(census_run), 2 * n - 1, src.data(), width, width - 2);
-        c.check_call(KERNEL(census_run), 6 * n, 2,
+        c.check(KERNEL(census, run), 2 * n - 1, src.data(), width, width - 2);
+        c.check_call(KERNEL(census, run), 6 * n, 2,
                      [&](auto f, Guarded& out) { f(out.as<uint16_t>(), out.data(), width, width - 2); });
     });
 }
@@ -262,17 +263,17 @@ TEST(KernelCheck, QuarterTurns)
         for (int32_t height : kSizes) {
             for (int32_t padding : {0, 5}) {
                 Case c(width, padding == 0 ? Edge::kEnd : Edge::kStart, Fill::kRandom);
-                const auto check = [&](const char* name, Rotate* OzrKernels::*kernel, int32_t bytes) {
+                const auto check = [&](auto kernel, int32_t bytes) {
                     const int32_t src_stride = width * bytes + padding;
                     const int32_t dst_stride = height * bytes + padding;
                     Guarded src = c.bytes(int64_t{src_stride} * height);
-                    c.check(name, kernel, int64_t{dst_stride} * width, dst_stride, src.data(), src_stride,
-                            width, height);
+                    c.check(kernel, int64_t{dst_stride} * width, dst_stride, src.data(), src_stride, width,
+                            height);
                 };
-                check(KERNEL(rotate_bytes_cw), 1);
-                check(KERNEL(rotate_bytes_ccw), 1);
-                check(KERNEL(rotate_pairs_cw), 2);
-                check(KERNEL(rotate_pairs_ccw), 2);
+                check(KERNEL(rotate, bytes_cw), 1);
+                check(KERNEL(rotate, bytes_ccw), 1);
+                check(KERNEL(rotate, pairs_cw), 2);
+                check(KERNEL(rotate, pairs_ccw), 2);
             }
         }
     }
@@ -300,18 +301,18 @@ TEST(KernelCheck, Projection)
                 columns.data()[32 * block + 2 * pixel + j % 2 + j / 2 * 16] =
                     static_cast<uint8_t>(std::max(0, 16 - std::abs(behind - 16 * j)));
         }
-        const OzrProjectionColumns shared = {base, columns.data(), kStride};
+        const ProjectionColumns shared = {base, columns.data(), kStride};
         const auto tables = [blocks](Guarded& out) {
-            return OzrProjectionRowOut{out.as<int32_t>(), out.as<uint16_t>() + 2 * blocks,
-                                       out.data() + 260 * blocks};
+            return ProjectionRowOut{out.as<int32_t>(), out.as<uint16_t>() + 2 * blocks,
+                                    out.data() + 260 * blocks};
         };
-        c.check_call(KERNEL(projection_tables_row), 268 * blocks, 4,
+        c.check_call(KERNEL(project, tables_row), 268 * blocks, 4,
                      [&](auto f, Guarded& out) { f(tables(out), position, shared, blocks); });
         Guarded made = c.bytes(268 * blocks, 4);
-        const OzrProjectionRowOut out_row = tables(made);
-        kOzrKernelsScalar.projection_tables_row(out_row, position, shared, blocks);
-        const OzrProjectionRow row = {out_row.offsets, out_row.weights, columns.data(), out_row.rows};
-        c.check(KERNEL(project_luma_row), 8 * blocks, src.data(), kBytes, kStride, row, blocks);
+        const ProjectionRowOut out_row = tables(made);
+        kScalarKernels.project.tables_row(out_row, position, shared, blocks);
+        const ProjectionRow row = {out_row.offsets, out_row.weights, columns.data(), out_row.rows};
+        c.check(KERNEL(project, luma_row), 8 * blocks, src.data(), kBytes, kStride, row, blocks);
     });
 }
 
@@ -331,15 +332,15 @@ TEST(KernelCheck, Resampling)
                 Guarded gray = c.bytes(rows * stride + last + 1);
                 Guarded packed = c.bytes(rows * 2 * stride + 2 * last + 1);
                 const int32_t size = std::max(kRows * (n + 3) - 3, 0);
-                const OzrResample of_gray = {gray.data(), stride, step, step_y, first_y, n, kRows};
-                const OzrResample of_yuyv = {packed.data(), 2 * stride, step, step_y, first_y, n, kRows};
-                c.check(KERNEL(resample_gray), size, n + 3, of_gray);
-                c.check(KERNEL(resample_yuyv), size, n + 3, of_yuyv);
+                const ResampleTask of_gray = {gray.data(), stride, step, step_y, first_y, n, kRows};
+                const ResampleTask of_yuyv = {packed.data(), 2 * stride, step, step_y, first_y, n, kRows};
+                c.check(KERNEL(resample, gray), size, n + 3, of_gray);
+                c.check(KERNEL(resample, yuyv), size, n + 3, of_yuyv);
             }
         }
         Guarded top = c.bytes(2 * n), bottom = c.bytes(2 * n), luma = c.bytes(std::max(2 * n - 1, 0));
-        c.check(KERNEL(half_gray_row), n, top.data(), bottom.data(), n);
-        c.check(KERNEL(yuyv_luma_row), n, luma.data(), n);
+        c.check(KERNEL(resample, half_gray_row), n, top.data(), bottom.data(), n);
+        c.check(KERNEL(resample, yuyv_luma_row), n, luma.data(), n);
     });
 }
 
@@ -350,13 +351,13 @@ TEST(KernelCheck, MotionAndAlignment)
         constexpr int32_t kRows = 3;
         Guarded a = c.bytes(kRows * n), b = c.bytes(kRows * (n + 5)), above = c.bytes(4 * n, 4);
         for (int32_t b_stride : {n + 5, 0})
-            c.check_result(KERNEL(sad_area), a.data(), n, b.data(), b_stride, n, kRows);
-        c.check_result(KERNEL(sad_const_row), a.data(), uint8_t{77}, n);
-        c.check(KERNEL(integral_row), n, above.as<uint32_t>(), a.data(), n);
-        c.check(KERNEL(integral_row), n, nullptr, a.data(), n);  // of the first row
+            c.check_result(KERNEL(motion, sad_area), a.data(), n, b.data(), b_stride, n, kRows);
+        c.check_result(KERNEL(motion, sad_const_row), a.data(), uint8_t{77}, n);
+        c.check(KERNEL(align, integral_row), n, above.as<uint32_t>(), a.data(), n);
+        c.check(KERNEL(align, integral_row), n, nullptr, a.data(), n);  // of the first row
         for (int32_t shift : {0, 3, 11}) {
-            const OzrAreaPair areas = {a.data(), n, 200, b.data(), n + 5, 3, n, kRows};
-            c.check_result(KERNEL(correlate_areas), areas, shift);
+            const AreaPair areas = {a.data(), n, 200, b.data(), n + 5, 3, n, kRows};
+            c.check_result(KERNEL(align, correlate_areas), areas, shift);
         }
     });
 }
@@ -366,18 +367,18 @@ TEST(KernelCheck, LevelsMakeTheSamePanorama)
 {
     for (int32_t direction : {kDirectionRight, kDirectionUp}) {
         NoiseSweep sweep(direction, 320, 240);
-        const auto make = [&](const OzrKernels* level) {
-            ozr_kernels_set_for_test(level);
+        const auto make = [&](const Kernels* level) {
+            set_for_test(level);
             return sweep.whole(create_panorama().get());
         };
-        const std::vector<uint8_t> want = make(&kOzrKernelsScalar);
+        const std::vector<uint8_t> want = make(&kScalarKernels);
         EXPECT_FALSE(want.empty());
-        for (const OzrKernels* level : levels_of_this_machine())
+        for (const Kernels* level : levels_of_this_machine())
             EXPECT_EQ(make(level), want) << level->level;
     }
-    for (const OzrKernels* level : levels_of_this_machine())
+    for (const Kernels* level : levels_of_this_machine())
         std::cout << "run on this machine: " << level->level << "\n";
-    ozr_kernels_set_for_test(nullptr);
-    EXPECT_EQ(kOzrKernelLevels[0], &kOzrKernelsScalar);
-    EXPECT_EQ(ozr_kernels_for(0), &kOzrKernelsScalar);
+    set_for_test(nullptr);
+    EXPECT_EQ(kLevels[0], &kScalarKernels);
+    EXPECT_EQ(best_for(0), &kScalarKernels);
 }

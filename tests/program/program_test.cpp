@@ -1,25 +1,24 @@
-// ozr-pano as its users meet it: exit codes, messages, files. The readers of foreign bytes are also called directly.
-#include "media/exif.h"
+// ozr-pano as its users meet it: exit codes, messages, files.
+#include "media/image_owner.h"
 #include "media/jpeg_codec.h"
 #include "media/picture_io.h"
 #include "media/png_codec.h"
-#include "media/y4m.h"
-#include "support/files.h"
+#include "record/recording.h"
+#include "scene/camera.h"
 #include "support/noise.h"
+#include "support/program.h"
+#include "support/random.h"
 
 #include <math.h>
-#include <set>
 #include <string.h>
+#include <sys/stat.h>
+
+using namespace ozr_pano;
 
 namespace
 {
 
 constexpr int32_t kWidth = 320, kHeight = 240;
-
-struct Outcome {
-    int status;  // exit code, -1 after a signal
-    std::string out, err;
-};
 
 /** What a camera that moved to the right sees at a pixel; beyond the last column and row they repeat. */
 uint8_t _seen(int32_t moved, int32_t x, int32_t y)
@@ -45,42 +44,14 @@ std::string _stream(const std::string& header, int frames, int32_t width, int32_
     return stream;
 }
 
-class Program : public FolderTest
-{
-protected:
-    Program()
-    {
-        fs::create_directory("in");
-        fs::create_directory("out");
-    }
-
-    /** Runs the program. @param before  shell text before its name. */
-    Outcome run(const std::string& arguments, const std::string& before = "")
-    {
-        const int status = system((before + " " OZR_PANO " >stdout 2>stderr " + arguments).c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_text("stdout"), read_text("stderr")};
-    }
-
-    std::set<std::string> files_in_out() const
-    {
-        std::set<std::string> names;
-        for (const auto& entry : fs::directory_iterator("out"))
-            names.insert(entry.path().filename());
-        return names;
-    }
-};
-
-/** Whether text is exactly one line of the program's own. */
-bool _is_one_message(const std::string& text)
-{
-    return text.rfind("ozr-pano: ", 0) == 0 && text.find('\n') == text.size() - 1;
-}
+using Program = ProgramTest;
 
 TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
 {
     const Picture good(kWidth, kHeight);
     write_picture("in/good.png", good, 90);
     write_picture("in/small.png", Picture(kWidth, 200), 90);
+    write_picture("in/thin.png", Picture(1, 9), 90);
     const std::vector<uint8_t> jpeg = encode_jpeg(good, 90), png = encode_png(good);
     write_file_whole("in/cut.jpg", jpeg.data(), jpeg.size() / 2);
     write_file_whole("in/cut.png", png.data(), png.size() / 2);
@@ -127,6 +98,15 @@ TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
         {"empty pipe", "video - <in/nothing.y4m", "standard input: the stream has no frames"},
         {"no such folder", "demo -o none/a.png", "none/a.png: cannot be written: No such file"},
         {"a folder as output", "demo -o folder.png", "folder.png: cannot be written: Is a directory"},
+        {"a name that is no line", "stitch 'in/a\nb\x7F.jpg'", "in/a?b?.jpg: cannot be read"},
+        {"a file as folder", "stitch in/good.png/a.jpg", "Not a directory; a part of the path is no folder"},
+        {"too small to turn", "stitch in/thin.png", "in/thin.png: 1x9 pixels are too few"},
+        {"a report nowhere", "demo --report none/a.html -o out/a.png", "none/a.html: cannot be written"},
+        {"a recording nowhere", "demo --record none/rec -o out/a.png",
+         "--record: none/rec: no folder can be made"},
+        {"a recording over others", "demo --record in -o out/a.png", "--record: in is not empty"},
+        {"a recording in a file", "demo --record in/good.png -o out/a.png",
+         "in/good.png: no folder can be made"},
     };
     fs::create_directory("folder.png");
     for (const auto& refusal : refusals) {
@@ -137,8 +117,7 @@ TEST_F(Program, RefusesWhatCannotBeDoneInOneLineAndLeavesNothing)
             arguments.insert(arguments.find(' '), " -o out/a.png");
         const Outcome outcome = run(arguments);
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_TRUE(_is_one_message(outcome.err)) << outcome.err;
-        EXPECT_NE(outcome.err.find(refusal.message), std::string::npos) << outcome.err;
+        expect_message(outcome.err, refusal.message);
         EXPECT_EQ(outcome.out, "");
         EXPECT_TRUE(files_in_out().empty());
     }
@@ -149,7 +128,8 @@ TEST_F(Program, LeavesNoPartOfAFileThatCannotBeFinished)
     write_text("out/a.png", "old");
     const Outcome full = run("demo -n 2 --size 320x240 -o out/a.png", "ulimit -f 8; trap '' XFSZ;");
     EXPECT_EQ(full.status, 1);
-    EXPECT_TRUE(_is_one_message(full.err)) << full.err;
+    expect_message(full.err,
+                   "out/a.png: cannot be written: File too large; try again, or choose another place");
     EXPECT_EQ(files_in_out(), std::set<std::string>{"a.png"});
     EXPECT_EQ(read_text("out/a.png"), "old");
     const Outcome unheard = run("demo -n 1 --size 96x96 -o out/a.png >/dev/full");
@@ -173,6 +153,44 @@ TEST_F(Program, TellsWrongUsageFromHelp)
         {"demo --wrong", 2, "", "--wrong"},
         {"demo -d sideways", 2, "", "sideways is none of right|left|down|up"},
         {"demo -n 11", 2, "", "1 to 10"},
+        {"demo -n 0", 2, "", "1 to 10"},
+        {"demo -n 10 -o none/a.png", 1, "", "none/a.png"},
+        {"demo --size 94x96", 2, "", "94x96 is no size: write 1280x960, even numbers of 96 to 4096"},
+        {"demo --size 96x4098", 2, "", "is no size"},
+        {"demo --size 96x98a", 2, "", "is no size"},
+        {"demo --size 96x4096 -o none/a.png", 1, "", "none/a.png"},
+        {"demo --preview 4096x96 -o none/a.png", 1, "", "none/a.png"},
+        {"demo -n 1 --size 96x96 --preview 102x100", 0, "1 pictures of 96x96", ""},
+        {"demo -n 1 --size 96x96 --preview 104x100", 2, "", "--preview: its sides must have the proportion"},
+        {"demo --quality 101", 2, "", "--quality"},
+        {"demo --quality 1 -o none/a.jpg", 1, "", "none/a.jpg"},
+        {"demo --quality 100 -o none/a.JPEG", 1, "", "none/a.JPEG"},
+        {"demo -o .png", 2, "", ".png does not end in .png, .jpg or .jpeg"},
+        {"bogus", 2, "", "ozr-pano: bogus is no command"},
+        {"video -d north a.y4m", 2, "", "north is none of right|left|down|up|auto"},
+        {"video", 2, "", "clip is required"},
+        {"replay", 2, "", "folder is required"},
+        {"stitch -d auto a.png", 2, "", "auto is none of right|left|down|up "},
+        {"stitch --overlap 91 a.png", 2, "", "--overlap: 91 is not in the range 50 to 90"},
+        {"stitch --overlap 90 none.png", 1, "", "none.png: cannot be read"},
+        {"stitch --overlap 50 none.png", 1, "", "none.png: cannot be read"},
+        {"convert a.png", 2, "", "output is required"},
+        {"convert a.png b.png", 2, "", "--format is required"},
+        {"convert a.png b.gray --format gray --sample 0", 2, "", "--sample"},
+        {"convert none.png b.gray --format gray --sample 16384 --quality 100", 1, "", "none.png"},
+        {"convert none.png b.gray --format gray --sample 16385", 2, "", "--sample"},
+        {"convert none.png b.jpg --format gray --quality 0", 2, "", "--quality"},
+        {"convert a b --from gray --format rgba --size 4x4x", 2, "", "4x4x is no size: write 1280x960"},
+        {"convert a b --from gray --format rgba --size 16385x1", 2, "", "needs --size"},
+        {"demo --help", 0, "right|left|down|up [right]", ""},
+        {"demo --help", 0, "FILE [panorama.png]", ""},
+        {"demo --help", 0, "N [8]", ""},
+        {"demo --help", 0, "S [1]", ""},
+        {"demo --help", 0, "Q [90]", ""},
+        {"stitch --help", 0, "P [70]", ""},
+        {"stitch --help", 0, "FILE [panorama.jpg]", ""},
+        {"video --help", 0, "right|left|down|up|auto [auto]", ""},
+        {"replay --help", 0, "Exit status: 0 all answers are as recorded, 3 some differ", ""},
         {"demo --size 320x", 2, "", "320x is no size"},
         {"demo --size 99999999999x240", 2, "", "is no size"},
         {"demo --size 321x240", 2, "", "321x240 is no size"},
@@ -195,76 +213,155 @@ TEST_F(Program, TellsWrongUsageFromHelp)
     }
 }
 
-TEST_F(Program, ConvertGoesThroughEveryRawFormatAndBack)
+/** What `convert` makes of raw bytes, done by the library; no bytes where it refuses. */
+std::vector<uint8_t> _converted(const std::vector<uint8_t>& bytes, int from, int to, bool flip)
 {
-    ASSERT_EQ(run("demo -n 1 --size 128x96 -o in/a.png").status, 0);
-    const Picture before = read_picture("in/a.png");
-    const std::string raw = std::to_string(before.width) + "x" + std::to_string(before.height);
-    const size_t pixels = before.rgba.size() / 4;
-    const std::pair<std::string, size_t> formats[] = {{"nv12", pixels * 3 / 2},
-                                                      {"nv21", pixels * 3 / 2},
-                                                      {"yv12", pixels * 3 / 2},
-                                                      {"yuy2", pixels * 2},
-                                                      {"rgba", pixels * 4}};
-    for (const auto& [format, bytes] : formats) {
-        SCOPED_TRACE(format);
-        EXPECT_EQ(run("convert in/a.png out/a.raw --format " + format).status, 0);
-        EXPECT_EQ(read_file("out/a.raw").size(), bytes);
-        EXPECT_EQ(run("convert out/a.raw out/b.png --format rgba --from " + format + " --size " + raw).status,
-                  0);
-        const Picture after = read_picture("out/b.png");
-        ASSERT_EQ(after.rgba.size(), before.rgba.size());
-        double difference = 0;
-        for (size_t i = 0; i < before.rgba.size(); ++i)
-            difference += std::abs(before.rgba[i] - after.rgba[i]);
-        EXPECT_LT(difference / static_cast<double>(before.rgba.size()), format == "rgba" ? 1e-9 : 6.0);
+    ImageOwner image, rgba, result;
+    EXPECT_EQ(ozr_image_create(image.get(), 12, 8, 1, static_cast<ozr_image_format>(from), 0), ozr_success);
+    EXPECT_EQ(ozr_image_create(result.get(), 12, 8, 1, static_cast<ozr_image_format>(to), 0), ozr_success);
+    memcpy(image.get()->data, bytes.data(), bytes.size());
+    if (flip && ozr_image_hflip(image.get()) != ozr_success)
+        return {};
+    if (from == to)
+        return std::vector<uint8_t>(image.get()->data, image.get()->data + image.get()->size);
+    const uint8_t* data = result.get()->data;
+    const bool is_done = ozr_image_convert_to_rgba(image.get(), rgba.get()) == ozr_success &&
+                         ozr_image_convert(rgba.get(), result.get(), result.get()->format) == ozr_success;
+    return is_done ? std::vector<uint8_t>(data, data + result.get()->size) : std::vector<uint8_t>();
+}
+
+TEST_F(Program, ConvertsEveryPairOfFormats)
+{
+    const std::string names[] = {"nv12", "yv12", "gray", "rgba", "yuy2", "nv21"};
+    const int32_t bits[] = {12, 12, 8, 32, 16, 12};
+    Random random(1);
+    for (int from = 0; from < 6; ++from) {
+        std::vector<uint8_t> raw(static_cast<size_t>(12 * 8 * bits[from] / 8));
+        for (uint8_t& byte : raw)
+            byte = random.byte();
+        write_file_whole("in/a.raw", raw.data(), raw.size());
+        const std::string input = "convert in/a.raw --size 12x8 --from " + names[from];
+        for (int to = 0; to < 6; ++to) {
+            const bool flip = (from + to) % 2 != 0;
+            SCOPED_TRACE(names[from] + " " + names[to]);
+            const Outcome outcome = run(input + " out/b.raw --format " + names[to] + (flip ? " --flip" : ""));
+            const std::vector<uint8_t> want = _converted(raw, from, to, flip);
+            ASSERT_EQ(outcome.status, want.empty() ? 1 : 0) << outcome.err;
+            if (want.empty()) {
+                expect_message(outcome.err, names[from]);
+                continue;
+            }
+            EXPECT_EQ(read_file("out/b.raw"), want);
+            EXPECT_EQ(outcome.out, "12x8 in " + names[to] + " written to out/b.raw\n");
+        }
+        raw.pop_back();
+        write_file_whole("in/a.raw", raw.data(), raw.size());
+        const Outcome cut = run(input + " out/c.raw --format rgba");
+        EXPECT_EQ(cut.status, 1);
+        expect_message(cut.err, std::to_string(raw.size()) + " bytes, but 12x8 in " + names[from] + " has " +
+                                    std::to_string(raw.size() + 1));
     }
-    EXPECT_EQ(run("convert in/a.png out/b.gray --format gray").status, 0);
-    EXPECT_EQ(run("convert in/a.png out/c.gray --format gray --flip").status, 0);
-    std::vector<uint8_t> mirrored = read_file("out/b.gray");
-    ASSERT_EQ(mirrored.size(), pixels);
-    for (auto row = mirrored.begin(); row != mirrored.end(); row += before.width)
-        std::reverse(row, row + before.width);
-    EXPECT_EQ(read_file("out/c.gray"), mirrored);
-    EXPECT_EQ(run("convert in/a.png out/c.gray --format gray --sample 2").status, 0);
-    EXPECT_EQ(read_file("out/c.gray").size(), pixels / 4);
-    EXPECT_EQ(run("convert out/c.gray out/d.png --from gray --size 9x9 --format rgba").status, 1);
+}
+
+TEST_F(Program, ConvertCropsSamplesAndCompresses)
+{
+    Random random(2);
+    Picture picture(13, 9);
+    for (uint8_t& byte : picture.rgba)
+        byte = random.byte();
+    write_picture("in/odd.png", picture, 90);
+    picture = read_picture("in/odd.png");
+    const std::pair<std::string, std::string> crops[] = {{"nv12", "12x8"}, {"nv21", "12x8"}, {"yv12", "12x8"},
+                                                         {"yuy2", "12x9"}, {"gray", ""},     {"rgba", ""}};
+    for (const auto& [format, size] : crops) {
+        const Outcome outcome = run("convert in/odd.png out/" + format + " --format " + format);
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.err, size.empty() ? ""
+                                            : "ozr-pano: in/odd.png is cropped from 13x9 to " + size + ": " +
+                                                  format + " needs even sizes\n");
+    }
+    EXPECT_EQ(read_file("out/rgba"), picture.rgba);
+    EXPECT_EQ(run("convert out/rgba out/a.png --from rgba --size 13x9 --format rgba").status, 0);
+    EXPECT_EQ(read_picture("out/a.png").rgba, picture.rgba);
+    const std::vector<uint8_t> gray = read_file("out/gray");
+    ASSERT_EQ(run("convert out/gray out/sampled --from gray --size 13x9 --format gray --sample 4").out,
+              "3x2 in gray written to out/sampled\n");
+    EXPECT_EQ(read_file("out/sampled"),
+              (std::vector<uint8_t>{gray[0], gray[4], gray[8], gray[52], gray[56], gray[60]}));
+    EXPECT_EQ(run("convert out/gray out/b --from gray --size 13x9 --format gray --sample 9").out,
+              "1x1 in gray written to out/b\n");
+    expect_message(run("convert out/gray b --from gray --size 13x9 --format gray --sample 10").err,
+                   "nothing is left of 13x9 pixels; choose a smaller --sample");
+    EXPECT_EQ(run("convert in/odd.png out/small.jpg --format rgba --quality 5").status, 0);
+    EXPECT_EQ(run("convert in/odd.png out/large.jpg --format rgba").status, 0);
+    EXPECT_EQ(read_file("out/large.jpg"), encode_jpeg(picture, 90));
+    EXPECT_EQ(read_file("out/small.jpg"), encode_jpeg(picture, 5));
+}
+
+/** Compares the means of square blocks, in which the losses of compression cancel out. */
+void _expect_like(const Picture& is, const Picture& want, int32_t block, int32_t tolerance)
+{
+    ASSERT_TRUE(is.width == want.width && is.height == want.height);
+    for (int32_t y = 0; y + block <= is.height; y += block) {
+        for (int32_t x = 0; x < is.width / block * block * 4; x += 4 * block) {
+            int32_t sums[4] = {};
+            for (int32_t i = 0; i < block * block * 4; ++i) {
+                const int32_t row = y + i / 4 / block, column = x + i % (4 * block);
+                sums[i % 4] += is.row(row)[column] - want.row(row)[column];
+            }
+            for (const int32_t sum : sums)
+                ASSERT_LE(abs(sum), tolerance * block * block) << x / 4 << " " << y;
+        }
+    }
+}
+
+TEST_F(Program, DemoMakesThePicturesOfTheDocumentation)
+{
+    for (const auto& [file, options] : {std::pair<std::string, std::string>{"/panorama.jpg", ""},
+                                        {"/images/tower.jpg", "-d down -n 5 --size 480x640"}}) {
+        SCOPED_TRACE(file);
+        ASSERT_EQ(run("demo -o out/a.jpg " + options).status, 0);
+        const Picture is = read_picture("out/a.jpg"), want = read_picture(OZR_DOCS + file);
+        _expect_like(is, want, 16, 3);
+        _expect_like(is, want, 8, 6);
+    }
 }
 
 TEST_F(Program, DemoSweepsInEveryDirection)
 {
-    const struct {
-        const char* name;
-        int x, y;
-    } directions[] = {{"right", 1, 0}, {"left", -1, 0}, {"down", 0, 1}, {"up", 0, -1}};
-    for (const auto& direction : directions) {
-        SCOPED_TRACE(direction.name);
-        const std::string arguments =
-            std::string("demo --json -n 4 --size 320x240 -o out/a.png -d ") + direction.name;
-        const Outcome outcome = run(arguments);
+    using Direction = std::tuple<std::string, int, int>;
+    for (const auto& [name, x, y] :
+         {Direction{"left", -1, 0}, Direction{"up", 0, -1}, Direction{"right", 1, 0}}) {
+        SCOPED_TRACE(name);
+        const Outcome outcome = run("demo --json -n 3 --size 320x240 -o out/a.png -d " + name);
         ASSERT_EQ(outcome.status, 0) << outcome.err;
         EXPECT_EQ(outcome.err, "");
-        int announced = 0, dx, dy;
+        // The hand's motion, frame by frame: 20 degrees a second or, where that is more, 3 pixels of 320 a frame.
+        const double focal = 2 * assumed_focal_length(x != 0 ? kWidth : kHeight);
+        const double pace = std::max(20.0 / 30 * M_PI / 180, 6 / focal);
+        int announced = 0, frame = 0, dx, dy, next;
         double true_x, true_y, swept = 0;
-        for (const char* at = outcome.out.c_str(); (at = strstr(at, "\"offset\":")) != nullptr;
-             ++at, ++announced) {
-            ASSERT_EQ(sscanf(at, "\"offset\":[%d,%d],\"truth\":[%lf,%lf]", &dx, &dy, &true_x, &true_y), 4);
-            const double along = dx * direction.x + dy * direction.y;
-            const double truth = true_x * direction.x + true_y * direction.y;
+        const std::string entry = "\"from\":\"frame %d\",\"offset\":[%d,%d],\"truth\":[%lf,%lf]";
+        for (const char* at = outcome.out.c_str(); (at = strstr(at, "\"from\"")) != nullptr; ++at) {
+            if (sscanf(at, entry.c_str(), &next, &dx, &dy, &true_x, &true_y) == 1)
+                continue;  // the first picture
+            ++announced;
+            const double along = dx * x + dy * y, truth = true_x * x + true_y * y;
             EXPECT_NEAR(along, truth, along / 3);
+            double moved = 0, tilted = 0.004 * (wander(next / 9.0, 2) - wander(frame / 9.0, 2));
+            while (frame < next)
+                moved += pace * (1 + 0.2 * wander(++frame / 9.0, 1));
+            EXPECT_NEAR(truth, moved * focal, 0.01);
+            EXPECT_NEAR(x != 0 ? true_y : true_x, tilted * focal, 0.01);
             swept += truth;
-            EXPECT_NEAR(dx * direction.y + dy * direction.x, true_x * direction.y + true_y * direction.x, 10);
         }
-        EXPECT_EQ(announced, 3);
-        const std::vector<uint8_t> file = read_file("out/a.png");
-        const auto& [width, height, pixels] = decode_png(file);
+        EXPECT_EQ(announced, 2);
+        const Picture panorama = read_picture("out/a.png");
         // Offsets are those of previews of twice the size, which the projection stretches by up to 418 / 345.
-        EXPECT_NEAR(direction.x != 0 ? width - 320 : height - 240, swept / 2 * 1.17, 16);
-        const std::string size = std::to_string(width) + "," + std::to_string(height);
-        const size_t told = outcome.out.find("\"pictures_used\":4,\"panorama_size\":[" + size + "]");
-        EXPECT_NE(told, std::string::npos) << outcome.out;
-        EXPECT_EQ(run(arguments).status, 0);
-        EXPECT_EQ(read_file("out/a.png"), file) << "the second run painted something else";
+        EXPECT_NEAR(x != 0 ? panorama.width - 320 : panorama.height - 240, swept / 2 * 1.17, 16);
+        const std::string size = std::to_string(panorama.width) + "," + std::to_string(panorama.height);
+        EXPECT_NE(outcome.out.find("\"pictures_used\":3,\"panorama_size\":[" + size + "]"),
+                  std::string::npos);
     }
 }
 
@@ -287,46 +384,16 @@ TEST_F(Program, StitchPlacesPicturesWhereTheyShowTheSame)
     // The projection stretches the middle of a picture by 418 / 345, and its edges less.
     EXPECT_NEAR(panorama.width, 320 + 2 * kStep * 1.17, 20);
     EXPECT_GE(panorama.height, 208);
+    write_picture("in/odd.png", Picture(61, 101), 90);
+    const Outcome cropped = run("stitch -o out/b.png --json --report out/b.html in/odd.png in/odd.png");
+    EXPECT_NE(cropped.out.find("\"picture_size\":[60,100]"), std::string::npos) << cropped.out;
+    EXPECT_NE(
+        cropped.err.find("ozr-pano: the pictures are cropped from 61x101 to 60x100: sizes must be even\n"),
+        std::string::npos)
+        << cropped.err;
     const Outcome verbose = run("stitch --verbose -o out/a.jpg in/p0.png in/p1.jpg in/p2.png");
     EXPECT_EQ(verbose.status, 0);
     EXPECT_NE(verbose.err.find("start synthesis 3 image(s)"), std::string::npos) << verbose.err;
-}
-
-/** An Exif block of two entries behind an unused gap: another tag, then the orientation. */
-std::vector<uint8_t> _exif_block(bool big_endian, uint32_t directory, uint32_t type, uint32_t orientation)
-{
-    std::vector<uint8_t> block(2, big_endian ? 'M' : 'I');
-    const auto put = [&](uint32_t value, int bytes) {
-        for (int i = 0; i < bytes; ++i)
-            block.push_back(static_cast<uint8_t>(value >> 8 * (big_endian ? bytes - 1 - i : i)));
-    };
-    put(42, 2);
-    put(directory, 4);
-    put(0, 4);
-    put(2, 2);
-    for (const uint32_t tag : {0x0110U, 0x0112U}) {
-        put(tag, 2);
-        put(type, 2);
-        put(1, 4);
-        put(tag == 0x0112 ? orientation : 7, 2);
-        put(0, 2);
-    }
-    return block;
-}
-
-TEST_F(Program, StitchTurnsPicturesUprightAndCropsOddSizes)
-{
-    std::vector<uint8_t> jpeg = encode_jpeg(Picture(101, 60), 90), block = _exif_block(true, 12, 3, 6);
-    const std::string head = "\xFF\xE1" + std::string(1, '\0') + static_cast<char>(8 + block.size()) + "Exif";
-    block.insert(block.begin(), 2, 0);
-    block.insert(block.begin(), head.begin(), head.end());
-    jpeg.insert(jpeg.begin() + 2, block.begin(), block.end());
-    write_file_whole("in/turned.jpg", jpeg.data(), jpeg.size());
-    const Outcome outcome = run("stitch -o out/a.png in/turned.jpg");
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_NE(outcome.err.find("cropped from 60x101 to 60x100"), std::string::npos) << outcome.err;
-    const Picture upright = read_picture("out/a.png");
-    EXPECT_TRUE(upright.width == 60 && upright.height == 100);
 }
 
 TEST_F(Program, VideoReadsFilesAndPipesOfEvenAndOddSizes)
@@ -359,63 +426,26 @@ TEST_F(Program, VideoEndsWhenTheSweepIsFull)
     EXPECT_NE(outcome.out.find("\"pictures_used\":10"), std::string::npos) << outcome.out;
 }
 
-TEST(Exif, FindsTheOrientationAndNothingInBrokenBlocks)
+TEST_F(Program, FollowsTheUmaskAndShowsProgressOnATerminal)
 {
-    for (const bool big_endian : {true, false}) {
-        const auto orientation_of = [](const std::vector<uint8_t>& block) {
-            return exif_orientation(block.data(), block.size());
-        };
-        for (uint32_t value = 0; value <= 9; ++value) {
-            const std::vector<uint8_t> block = _exif_block(big_endian, 12, 3, value);
-            EXPECT_EQ(orientation_of(block), value >= 1 && value <= 8 ? static_cast<int>(value) : 1);
-            // Cut before the value's end: exact copies, so that a sanitizer sees every read behind them.
-            for (ptrdiff_t left = 3; left <= static_cast<ptrdiff_t>(block.size()); ++left)
-                EXPECT_EQ(orientation_of({block.begin(), block.end() - left}), 1) << left;
-        }
-        for (const uint32_t directory : {0xFFFFFFFFU, 0x80000000U, 40U, 13U})
-            EXPECT_EQ(orientation_of(_exif_block(big_endian, directory, 3, 6)), 1) << directory;
-        EXPECT_EQ(orientation_of(_exif_block(big_endian, 12, 4, 6)), 1) << "of another type";
+    const std::string demo = "demo -n 2 --size 96x96 -o out/a.png --report out/a.html";
+    EXPECT_EQ(run(demo, "umask 027;").status, 0);
+    for (const char* name : {"out/a.png", "out/a.html"}) {
+        struct stat status;
+        EXPECT_TRUE(stat(name, &status) == 0 && (status.st_mode & 0777) == 0640) << name;
     }
-}
-
-TEST(Exif, TurnsEachOrientationUpright)
-{
-    // Upright: "ab" over "cd" over "ef". What a camera stores for each orientation, row by row.
-    const struct {
-        int orientation, width;
-        const char* stored;
-    } cases[] = {{1, 2, "abcdef"}, {2, 2, "badcfe"}, {3, 2, "fedcba"}, {4, 2, "efcdab"},
-                 {5, 3, "acebdf"}, {6, 3, "bdface"}, {7, 3, "fdbeca"}, {8, 3, "ecafdb"}};
-    for (const auto& example : cases) {
-        SCOPED_TRACE(example.orientation);
-        Picture stored(example.width, 6 / example.width);
-        for (size_t i = 0; i < 6; ++i)
-            stored.rgba[4 * i] = static_cast<uint8_t>(example.stored[i]);
-        const Picture upright = turn_upright(stored, example.orientation);
-        ASSERT_EQ(upright.width, 2);
-        ASSERT_EQ(upright.height, 3);
-        for (size_t i = 0; i < 6; ++i)
-            EXPECT_EQ(upright.rgba[4 * i], "abcdef"[i]) << i;
-    }
-}
-
-TEST(Y4m, RefusesBrokenHeaders)
-{
-    const auto expect_refusal = [](const std::string& header, const char* message) {
-        SCOPED_TRACE(header);
-        const std::unique_ptr<FILE, int (*)(FILE*)> file(tmpfile(), fclose);
-        fputs(header.c_str(), file.get());
-        rewind(file.get());
-        expect_error([&] { Y4mReader(file.get(), "clip"); }, message);
-    };
-    for (const char* header : {"", "\n", "YUV4MPEG2 W320 H240", "YUV4MPEG2W320 H240\n"})
-        expect_refusal(header, "clip: not a YUV4MPEG2 stream");
-    const std::string head = "YUV4MPEG2 ";
-    for (const char* size :
-         {"", "W320", "W0 H240", "W1 H1", "W-2 H2", "W2x H2", "W99999999999999999999 H2", "W16384 H16384"})
-        expect_refusal(head + size + "\n", "clip: frames of an impossible size");
-    expect_refusal(head + "W320 H240 C422\n", "clip: chroma 422 is not supported");
-    expect_refusal(head + "W320 H240 C420p10\n", "clip: chroma 420p10 is not supported");
+    EXPECT_EQ(system(("script -qec '" OZR_PANO " " + demo + "' shown >/dev/null </dev/null").c_str()), 0);
+    const std::string shown = read_text("shown"), clear = "\r\033[K";
+    for (const std::string& line :
+         {clear + "stitching picture 0: frame 0" + clear + "following frame 0, 1 pictures" + clear +
+              "following frame 1",
+          clear + "stitching picture 1: frame ",
+          clear + "composing 2 pictures" + clear + "writing out/a.png" + clear + "demo: "})
+        EXPECT_NE(shown.find(line), std::string::npos) << line;
+    EXPECT_EQ(
+        system(("script -qec '" OZR_PANO " " + demo + " --verbose' shown >/dev/null </dev/null").c_str()), 0);
+    EXPECT_EQ(read_text("shown").find(clear), std::string::npos)
+        << "lines of the log and of the progress mix";
 }
 
 }  // namespace

@@ -1,6 +1,12 @@
 // Recordings: what is recorded replays, what is damaged is refused with a reason, what differs is told.
 #include "commands/commands.h"
-#include "support/files.h"
+#include "media/image_owner.h"
+#include "support/noise.h"
+#include "support/program.h"
+
+#include <string.h>
+
+using namespace ozr_pano;
 
 namespace
 {
@@ -13,7 +19,15 @@ std::string _replaced(std::string text, const std::string& from, const std::stri
     return text.replace(at, from.size(), to);
 }
 
-class Replay : public FolderTest
+std::string _text_of(const Recording& recording)
+{
+    std::string text = recording_head(recording.library);
+    for (const RecordedCall& call : recording.calls)
+        text += call_text(call) + result_text(call);
+    return text + recording_end();
+}
+
+class Replay : public ProgramTest
 {
 protected:
     void record()
@@ -72,23 +86,152 @@ TEST_F(Replay, RepeatsWhatWasRecordedAndTellsWhatWasChanged)
     // The process died within the last call: that is what a crash leaves, and no damage.
     write_text("rec/calls.txt", calls.substr(0, calls.find("\nrun\n") + 5));
     EXPECT_EQ(complaint(), "");
+    write_text("rec/calls.txt", calls.substr(0, calls.find("\nrun\n") + 1));
+    EXPECT_EQ(complaint("report.html"), "");
+    EXPECT_NE(read_text("report.html").find("id=\"failure\">The recording makes no panorama.<"),
+              std::string::npos);
     write_text("rec/calls.txt", calls);
     fs::resize_file("rec/00001.raw", 100);
     EXPECT_NE(complaint().find("00001.raw: 100 bytes instead of"), std::string::npos);
 }
 
-TEST_F(Replay, FollowsSessionsOfSeveralSweeps)
+/** Paints what a camera that moved by so much to the right and down sees. */
+void _take(int32_t right, int32_t down, ozr_image* image)
 {
-    record();
-    const std::string calls = read_text("rec/calls.txt");
-    const std::string sweep = calls.substr(calls.find("stitch_one_image"));
-    const std::string again = _replaced(calls, "end\n", "reset\nreturned 0\n" + sweep);
-    write_text("rec/calls.txt", again);
-    EXPECT_EQ(complaint("report.html"), "");
-    EXPECT_NE(read_text("report.html").find("2 pictures of 160"), std::string::npos);
-    // A second run of one sweep is refused, and so is a picture behind the panorama.
-    write_text("rec/calls.txt", _replaced(calls, "end\n", "run\nreturned -6\nend\n"));
-    EXPECT_EQ(complaint(), "");
+    for (int32_t y = 0; y < image->height; ++y) {
+        for (int32_t x = 0; x < image->width; ++x)
+            image->data[y * image->stride + x] = static_cast<uint8_t>(noise((right + x) / 3, (down + y) / 3));
+    }
+    memset(image->data + image->height * image->stride, 100,
+           static_cast<size_t>(image->height / 2 * image->stride));
+}
+
+/** A session with a simulated camera. */
+class Driver
+{
+public:
+    explicit Driver(const CommonOptions& options) : session(options, &journal) {}
+
+    ozr_err add(int32_t right, int32_t down, const ozr_point* moved)
+    {
+        PictureEntry entry;
+        entry.source = "at " + std::to_string(right);
+        entry.has_offset = moved != nullptr;
+        entry.offset = moved != nullptr ? *moved : ozr_point{0, 0};
+        _take(right, down, picture.get());
+        return session.stitch_one_image(picture.get(), std::move(entry));
+    }
+
+    ozr_err watch(int32_t right)
+    {
+        _take(right, 0, preview.get());
+        return session.detect_frame_to_stitch(*preview.get(), &offset, &direction);
+    }
+
+    Journal journal;
+    Session session;
+    ImageOwner picture{160, 120}, preview{160, 120};
+    ozr_image panorama = {};
+    ozr_point offset = {-1, -1};
+    ozr_panorama_direction direction = ozr_panorama_direction_auto;
+};
+
+/** A sweep to the right by previews, then pictures of another size, which are refused. */
+void _sweep_by_previews(Driver& driver)
+{
+    const Journal& journal = driver.journal;
+    EXPECT_EQ(driver.session.run(&driver.panorama), ozr_err_invalid_status);
+    EXPECT_EQ(driver.session.set_parameters({49, ozr_panorama_direction_left}), ozr_err_not_supported);
+    ASSERT_EQ(driver.session.set_parameters({70, ozr_panorama_direction_auto}), ozr_success);
+    ASSERT_EQ(driver.add(0, 0, nullptr), ozr_success);
+    int previews = 0;
+    for (int32_t right = 0; driver.watch(right) == 0; right += 4)
+        ASSERT_LT(++previews, 30);
+    EXPECT_EQ(journal.direction, ozr_panorama_direction_right);
+    ASSERT_EQ(journal.previews.size(), static_cast<size_t>(previews) + 1);
+    for (int i = 0; i <= previews; ++i) {
+        const PreviewEntry& seen = journal.previews[static_cast<size_t>(i)];
+        EXPECT_NEAR(seen.offset.x, 4 * i, 12);
+        EXPECT_TRUE(seen.announced == (i == previews) && seen.pictures_then == 1);
+    }
+    const ozr_point due = driver.offset;
+    ASSERT_EQ(driver.add(due.x, 0, &due), ozr_success);
+    ASSERT_EQ(driver.session.run(&driver.panorama), ozr_success);
+    ImageOwner large(200, 120);
+    EXPECT_LT(driver.session.detect_frame_to_stitch(*large.get(), &driver.offset, &driver.direction), 0);
+    EXPECT_NE(driver.session.stitch_one_image(large.get(), {}), ozr_success);
+    EXPECT_EQ(journal.previews.size(), static_cast<size_t>(previews) + 1);
+    ASSERT_TRUE(journal.pictures_used == 2 && journal.pictures.size() == 2);
+    EXPECT_TRUE(journal.picture_width == 160 && journal.pictures[0].thumbnail.height == 120);
+    EXPECT_EQ(journal.pictures[1].source, "at " + std::to_string(due.x));
+}
+
+/** One to the left of nine pictures; where they drift away, some are left out. */
+void _sweep_left(Driver& driver, int32_t drift)
+{
+    const Journal& journal = driver.journal;
+    ASSERT_EQ(driver.session.reset(), ozr_success);
+    EXPECT_TRUE(journal.pictures.empty() && journal.previews.empty());
+    ASSERT_EQ(driver.session.set_parameters({70, ozr_panorama_direction_left}), ozr_success);
+    for (int32_t i = 9; i > 0; --i)
+        ASSERT_EQ(driver.add(48 * i, drift * i, nullptr), ozr_success);
+    ASSERT_EQ(driver.session.run(&driver.panorama), ozr_success);
+    const int used = journal.pictures_used;
+    EXPECT_TRUE(drift == 0 ? used == 9 : used > 4 && used < 9);
+    EXPECT_NEAR(journal.width, 160 + (used - 1) * 48 * 1.17, 25);
+    EXPECT_TRUE(journal.width == driver.panorama.width && journal.height == driver.panorama.height);
+}
+
+std::string _borders(const std::string& page)
+{
+    return page.substr(page.find("<rect"), page.find("</svg>") - page.find("<rect"));
+}
+
+TEST_F(Replay, FollowsSessionsOfSeveralSweepsAndRefusedCalls)
+{
+    CommonOptions options;
+    options.record = "rec";
+    options.report = "report.html";
+    {
+        Driver driver(options);
+        _sweep_by_previews(driver);
+        _sweep_left(driver, 11);
+        _sweep_left(driver, 0);
+        driver.session.publish(driver.panorama);
+    }
+    EXPECT_NE(read_text("report.html").find("from 9 of the pictures"), std::string::npos);
+    const std::string text = read_text("rec/calls.txt");
+    const Recording recording = parse_recording(text);
+    ASSERT_EQ(_text_of(recording), text);
+    const std::string calls = std::to_string(recording.calls.size());
+    const Outcome outcome = run("replay rec --report replayed.html -o out/a.png");
+    EXPECT_TRUE(outcome.status == 0 && outcome.err.empty()) << outcome.err;
+    EXPECT_EQ(outcome.out.find("replay: direction left, 9 pictures of 160x120\n"), 0U) << outcome.out;
+    EXPECT_NE(outcome.out.find(calls + " calls answered as recorded\n"), std::string::npos);
+    EXPECT_EQ(_borders(read_text("replayed.html")), _borders(read_text("report.html")));
+    // Every answer that is changed is told, with its line; ten of them at most.
+    Recording all = recording;
+    for (size_t i = 0; i < recording.calls.size(); ++i) {
+        RecordedCall& other = all.calls[i];
+        other.result = other.result < 0 ? other.result - 1 : -2;
+        if (i % 4 != 0)
+            continue;
+        Recording one = recording;
+        one.calls[i] = other;
+        write_text("rec/calls.txt", _text_of(one));
+        const Outcome mismatch = run("replay rec --json");
+        EXPECT_EQ(mismatch.status, 3);
+        const std::string is = result_text(recording.calls[i]);
+        const std::string line = "ozr-pano: rec/calls.txt: line " + std::to_string(other.line) + ": " +
+                                 call_name(other.kind) + " " + is.substr(0, is.size() - 1) +
+                                 ", recorded was " + result_text(other);
+        EXPECT_EQ(mismatch.err.substr(0, line.size()), line);
+        EXPECT_NE(mismatch.err.find("answers 1 of " + calls + " calls otherwise"), std::string::npos);
+    }
+    write_text("rec/calls.txt", _text_of(all));
+    const Outcome mismatch = run("replay rec");
+    EXPECT_EQ(mismatch.status, 3);
+    EXPECT_EQ(std::count(mismatch.err.begin(), mismatch.err.end(), '\n'), 11);
 }
 
 TEST(Recording, ReadsTheDocumentedExample)
@@ -102,10 +245,7 @@ TEST(Recording, ReadsTheDocumentedExample)
     const Recording recording = parse_recording(text);
     EXPECT_TRUE(recording.complete);
     EXPECT_EQ(recording.calls.size(), 6U);
-    std::string again = recording_head(recording.library);
-    for (const RecordedCall& call : recording.calls)
-        again += call_text(call) + result_text(call);
-    EXPECT_EQ(again + recording_end(), text);
+    EXPECT_EQ(_text_of(recording), text);
 }
 
 TEST(Recording, RefusesEachFaultWithItsLine)
@@ -148,6 +288,9 @@ TEST(Recording, RefusesEachFaultWithItsLine)
         SCOPED_TRACE(fault.text);
         expect_error([&] { parse_recording(fault.text); }, fault.message);
     }
+    const size_t most = size_t{16} << 20;
+    expect_error([=] { parse_recording(std::string(most, '#')); }, "line 1 is cut off");
+    expect_error([=] { parse_recording(std::string(most + 1, '#')); }, "the text has more than 16 MiB");
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+using namespace ozr_pano;
+
 namespace
 {
 

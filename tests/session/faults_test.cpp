@@ -89,7 +89,7 @@ TEST(Faults, EveryAllocationOfASweepMayFail)
     const int64_t tables = count_projection_tables(96, 32);
     ASSERT_GT(tables, 2);
     for (int32_t direction = kDirectionRight; direction <= kDirectionUp; ++direction) {
-        const bool vertical = pano_is_vertical(direction);
+        const bool vertical = ozr::is_vertical(direction);
         NoiseSweep sweep(direction, vertical ? 32 : 96, vertical ? 96 : 32);
         const Handle owner = create_panorama();
         ozr_panorama* const pano = owner.get();

@@ -149,7 +149,7 @@ TEST(Session, ResetGivesUpOnWorkThatDoesNotEnd)
 {
     const Session session;
     session->engine->status = kStatusStopped;  // stopped and never composed
-    const PanoramaCall call(session.session.get());
+    const ozr::session::Call call(session.session.get());
     LogCapture log;
     EXPECT_EQ(session->reset(), ozr_err_invalid_status);
     EXPECT_EQ(log.chain(), Chain{"ozr_err_invalid_status: from cancel_processes() @ reset"});

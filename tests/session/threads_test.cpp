@@ -69,7 +69,7 @@ std::pair<ozr_err, int32_t> disturbed_call(NoiseSweep* sweep, ozr_panorama* pano
     g_met = false;
     std::thread second([&] {
         ready = true;
-        while (!(meeting != 0 ? g_met.load() : panorama_call_is_at_work(session_of(pano))) && !done)
+        while (!(meeting != 0 ? g_met.load() : ozr::session::is_at_work(session_of(pano))) && !done)
             std::this_thread::yield();
         const Clock::time_point begun = Clock::now();
         while (meeting == 0 && Clock::now() < begun + delay)

@@ -14,13 +14,13 @@ namespace fs = std::filesystem;
 
 inline std::string read_text(const std::string& path)
 {
-    const std::vector<uint8_t> bytes = read_file(path);
+    const std::vector<uint8_t> bytes = ozr_pano::read_file(path);
     return std::string(bytes.begin(), bytes.end());
 }
 
 inline void write_text(const std::string& path, const std::string& text)
 {
-    write_file_whole(path, reinterpret_cast<const uint8_t*>(text.data()), text.size());
+    ozr_pano::write_file_whole(path, reinterpret_cast<const uint8_t*>(text.data()), text.size());
 }
 
 // Expects a ProgramError of a text that has `message` in it.
@@ -30,7 +30,7 @@ void expect_error(Action action, const std::string& message)
     try {
         action();
         ADD_FAILURE() << "nothing was refused";
-    } catch (const ProgramError& error) {
+    } catch (const ozr_pano::ProgramError& error) {
         EXPECT_NE(std::string(error.what()).find(message), std::string::npos) << error.what();
     }
 }

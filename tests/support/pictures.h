@@ -82,7 +82,7 @@ void fill_luma(const PanoImg& img, Value value)
     const int32_t pixel_bytes = img.format == kPanoYuyv ? 2 : 1;
     for (int32_t y = 0; y < img.height; ++y) {
         for (int32_t byte = 0; byte < img.width * pixel_bytes; ++byte)
-            pano_row(&img, y)[byte] = static_cast<uint8_t>(value(byte / pixel_bytes, y));
+            ozr::pano_row(&img, y)[byte] = static_cast<uint8_t>(value(byte / pixel_bytes, y));
     }
 }
 

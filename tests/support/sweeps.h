@@ -29,7 +29,7 @@ public:
     {
         const int32_t sign = direction == kDirectionRight || direction == kDirectionDown ? 1 : -1;
         step_ =
-            pano_is_vertical(direction) ? ozr_point{0, sign * height / 4} : ozr_point{sign * width / 4, 0};
+            ozr::is_vertical(direction) ? ozr_point{0, sign * height / 4} : ozr_point{sign * width / 4, 0};
         for (int32_t i = 0; i < 3; ++i)
             pictures_.push_back(std::make_unique<NoisePicture>(width, height, i * step_.x, i * step_.y));
     }

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "ozr_support.h"
+#include "ozr_gray.h"
 #include "support/images.h"
 
 namespace

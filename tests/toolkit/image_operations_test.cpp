@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <string>
 
-#include "ozr_support.h"
+#include "ozr_gray.h"
 #include "support/images.h"
 
 namespace

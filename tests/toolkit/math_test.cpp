@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "base/wrap32.h"
-#include "ozr_support.h"
+#include "ozr_geometry.h"
 #include "support/trig_tables.h"
 
 static bool operator==(const ozr_point& a, const ozr_point& b)
@@ -209,7 +209,7 @@ TEST(WarpPoint, MapsDestinationToSource)
     for (int32_t m : wild)
         for (int32_t n : wild)  // sanitised builds see overflows
             EXPECT_LE(ozr_warp_point_by_2points(m, n, n, m, m, m, &a, &b, n, n, m, 7), ozr_success);
-    EXPECT_EQ((Wrap32(INT32_MIN) / -1).value, INT32_MIN);  // a trap in plain arithmetic
+    EXPECT_EQ((ozr::Wrap32(INT32_MIN) / -1).value, INT32_MIN);  // a trap in plain arithmetic
 }
 
 TEST(WarpStrength, MovesPointsAlongTheirLine)

@@ -8,7 +8,10 @@
 
 #include "image/panorama_util.h"
 #include "ozr_log.h"
-#include "ozr_support.h"
+#include "ozr_memory.h"
+#include "ozr_platform.h"
+#include "ozr_prof.h"
+#include "ozr_version.h"
 #include "support/log_capture.h"
 #include "support/wrapped_heap.h"
 

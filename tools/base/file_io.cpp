@@ -11,6 +11,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -119,3 +122,5 @@ void write_file_whole(const std::string& path, const uint8_t* data, size_t size)
     file.write_all(data, size);
     file.move_to_target();
 }
+
+}  // namespace ozr_pano

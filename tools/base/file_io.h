@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+namespace ozr_pano
+{
+
 /** Reads a file of at most 512 MiB. Throws ProgramError naming the file and the system's reason. */
 std::vector<uint8_t> read_file(const std::string& path);
 
@@ -20,5 +23,7 @@ void require_writable(const std::string& path);
  * ProgramError naming the file and the system's reason.
  */
 void write_file_whole(const std::string& path, const uint8_t* data, size_t size);
+
+}  // namespace ozr_pano
 
 #endif

@@ -1,6 +1,9 @@
 // The words that users and recordings have for the library's enumerations: each list in the order of its enumeration.
 #include "base/names.h"
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -41,3 +44,5 @@ bool parse_format(const std::string& name, ozr_image_format* format)
 {
     return _parse(kFormatNames, name, format);
 }
+
+}  // namespace ozr_pano

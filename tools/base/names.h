@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+namespace ozr_pano
+{
+
 /** The word for a direction: "auto", "right", "left", "down", "up". */
 const char* direction_name(ozr_panorama_direction direction);
 
@@ -16,5 +19,7 @@ const char* format_name(ozr_image_format format);
 /** Whether a word is the name of a direction, or of a pixel format; stores which. */
 bool parse_direction(const std::string& name, ozr_panorama_direction* direction);
 bool parse_format(const std::string& name, ozr_image_format* format);
+
+}  // namespace ozr_pano
 
 #endif

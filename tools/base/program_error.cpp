@@ -7,6 +7,9 @@
 #include <stdio.h>
 #include <string.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -62,3 +65,5 @@ void say(const char* format, ...)
     }
     fprintf(stderr, "ozr-pano: %s\n", text);
 }
+
+}  // namespace ozr_pano

@@ -5,6 +5,9 @@
 #include <stdexcept>
 #include <string>
 
+namespace ozr_pano
+{
+
 /** What went wrong, in words for the user: names the file and the reason, without a line feed. */
 struct ProgramError : std::runtime_error {
     using std::runtime_error::runtime_error;
@@ -33,5 +36,7 @@ struct Mismatch : ProgramError {
 
 /** Writes "ozr-pano: <text>" as one line to standard error. */
 void say(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+}  // namespace ozr_pano
 
 #endif

@@ -5,6 +5,9 @@
 #include <stdio.h>
 #include <unistd.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -33,3 +36,5 @@ void Progress::clear()
         fputs(kClearLine, stderr);
     shown_ = false;
 }
+
+}  // namespace ozr_pano

@@ -2,6 +2,9 @@
 #ifndef PROGRESS_H
 #define PROGRESS_H
 
+namespace ozr_pano
+{
+
 /** Overwrites one line of standard error; shows nothing unless that is a terminal. */
 class Progress
 {
@@ -19,5 +22,7 @@ private:
     bool enabled_;
     bool shown_ = false;
 };
+
+}  // namespace ozr_pano
 
 #endif

@@ -3,6 +3,9 @@
 
 #include <stdio.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -96,3 +99,5 @@ std::string html_escaped(const std::string& text)
 {
     return _escaped(text, _html_character);
 }
+
+}  // namespace ozr_pano

@@ -5,6 +5,9 @@
 #include <stdarg.h>
 #include <string>
 
+namespace ozr_pano
+{
+
 /** What vprintf would print, cut at 1023 bytes. */
 std::string formatted(const char* format, va_list args) __attribute__((format(printf, 1, 0)));
 
@@ -13,5 +16,7 @@ std::string json_quoted(const std::string& text);
 
 /** Text for HTML content and quoted attributes. */
 std::string html_escaped(const std::string& text);
+
+}  // namespace ozr_pano
 
 #endif

@@ -12,6 +12,9 @@
 #include <stdio.h>
 #include <string.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -280,3 +283,5 @@ int run_command_line(int argc, char** argv)
         return kExitFailure;
     }
 }
+
+}  // namespace ozr_pano

@@ -2,5 +2,5 @@
 
 int main(int argc, char** argv)
 {
-    return run_command_line(argc, argv);
+    return ozr_pano::run_command_line(argc, argv);
 }

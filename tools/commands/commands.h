@@ -4,6 +4,9 @@
 
 #include "sweep/sweep.h"
 
+namespace ozr_pano
+{
+
 /** A size as users write it: "1280x960". */
 struct Size {
     int32_t width = 0, height = 0;
@@ -58,5 +61,7 @@ void run_replay(const ReplayOptions& options);
 
 /** One picture or raw file becomes another. */
 void run_convert(const ConvertOptions& options);
+
+}  // namespace ozr_pano
 
 #endif

@@ -9,6 +9,9 @@
 #include <ozr_log.h>
 #include <string.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -127,3 +130,5 @@ void run_convert(const ConvertOptions& options)
     printf("%dx%d in %s written to %s\n", image->width, image->height, format_name(options.format),
            options.output.c_str());
 }
+
+}  // namespace ozr_pano

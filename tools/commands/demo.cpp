@@ -8,6 +8,9 @@
 
 #include <stdlib.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -194,3 +197,5 @@ void run_demo(const DemoOptions& options)
     _take_pictures(options, stage, surroundings, sweep, &journal);
     sweep.finish();
 }
+
+}  // namespace ozr_pano

@@ -4,6 +4,9 @@
 #include "commands/commands.h"
 #include "sweep/summary.h"
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -161,3 +164,5 @@ void run_replay(const ReplayOptions& options)
     if (!options.json)
         printf("%zu calls answered as recorded\n", recording.calls.size());
 }
+
+}  // namespace ozr_pano

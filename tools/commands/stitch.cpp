@@ -5,6 +5,9 @@
 #include "media/image_owner.h"
 #include "media/picture_io.h"
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -53,3 +56,5 @@ void run_stitch(const StitchOptions& options)
     }
     sweep.finish();
 }
+
+}  // namespace ozr_pano

@@ -7,6 +7,9 @@
 
 #include <errno.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -68,3 +71,5 @@ void run_video(const VideoOptions& options)
             name.c_str());
     sweep.finish();
 }
+
+}  // namespace ozr_pano

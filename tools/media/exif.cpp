@@ -3,6 +3,9 @@
 
 #include <string.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -86,3 +89,5 @@ Picture turn_upright(Picture stored, int orientation)
     }
     return upright;
 }
+
+}  // namespace ozr_pano

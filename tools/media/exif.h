@@ -4,6 +4,9 @@
 
 #include "media/picture.h"
 
+namespace ozr_pano
+{
+
 /**
  * Finds the orientation tag in a TIFF block, as Exif data hold it.
  *
@@ -14,5 +17,7 @@ int exif_orientation(const uint8_t* tiff, size_t size);
 
 /** Turns a picture upright that was stored with an Exif orientation of 1 to 8. */
 Picture turn_upright(Picture stored, int orientation);
+
+}  // namespace ozr_pano
 
 #endif

@@ -6,6 +6,9 @@
 #include <new>
 #include <string.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -67,3 +70,5 @@ Picture convert_to_picture(const ozr_image& nv12)
                static_cast<size_t>(picture.width) * 4);
     return picture;
 }
+
+}  // namespace ozr_pano

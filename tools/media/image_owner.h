@@ -6,6 +6,9 @@
 
 #include <ozr_image.h>
 
+namespace ozr_pano
+{
+
 class ImageOwner
 {
 public:
@@ -27,5 +30,7 @@ void convert_to_nv12(const Picture& picture, ozr_image* nv12);
 
 /** Converts an NV12 image to a picture, likewise. Throws ProgramError. */
 Picture convert_to_picture(const ozr_image& nv12);
+
+}  // namespace ozr_pano
 
 #endif

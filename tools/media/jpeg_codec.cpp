@@ -14,6 +14,9 @@
 #include <jerror.h>
 #include <jpeglib.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -200,3 +203,5 @@ std::vector<uint8_t> encode_jpeg(const Picture& picture, int quality)
         fail("cannot be stored as JPEG: %s; try a .png", encoder.error.text);
     return std::vector<uint8_t>(encoder.bytes, encoder.bytes + encoder.size);
 }
+
+}  // namespace ozr_pano

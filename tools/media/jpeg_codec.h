@@ -4,6 +4,9 @@
 
 #include "media/picture.h"
 
+namespace ozr_pano
+{
+
 /** Whether bytes begin like a JPEG file. */
 bool looks_like_jpeg(const std::vector<uint8_t>& file);
 
@@ -16,5 +19,7 @@ Picture decode_jpeg(const std::vector<uint8_t>& file);
 
 /** Encodes at a quality of 1 to 100. Throws ProgramError with the reason alone. */
 std::vector<uint8_t> encode_jpeg(const Picture& picture, int quality);
+
+}  // namespace ozr_pano
 
 #endif

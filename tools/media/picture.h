@@ -6,6 +6,9 @@
 #include <stdint.h>
 #include <vector>
 
+namespace ozr_pano
+{
+
 /** Limits that a header must keep before anything is allocated for its pixels. */
 constexpr int64_t kMaxPictureSide = 16384;
 constexpr int64_t kMaxPicturePixels = int64_t{1} << 26;
@@ -35,5 +38,7 @@ struct Picture {
         return rgba.data() + static_cast<size_t>(y) * static_cast<size_t>(width) * 4;
     }
 };
+
+}  // namespace ozr_pano
 
 #endif

@@ -8,6 +8,9 @@
 
 #include <strings.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -53,3 +56,5 @@ void write_picture(const std::string& path, const Picture& picture, int quality)
     }
     write_file_whole(path, file.data(), file.size());
 }
+
+}  // namespace ozr_pano

@@ -6,6 +6,9 @@
 
 #include <string>
 
+namespace ozr_pano
+{
+
 /** Reads a JPEG or PNG file, upright. Throws ProgramError naming the file and the reason. */
 Picture read_picture(const std::string& path);
 
@@ -14,5 +17,7 @@ bool is_picture_name(const std::string& path);
 
 /** Writes a picture whole or not at all, by the extension; quality is for JPEG. Throws as read_picture does. */
 void write_picture(const std::string& path, const Picture& picture, int quality);
+
+}  // namespace ozr_pano
 
 #endif

@@ -7,6 +7,9 @@
 #include <png.h>
 #include <string.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -115,3 +118,5 @@ std::vector<uint8_t> encode_png(const Picture& picture)
     file.resize(size);
     return file;
 }
+
+}  // namespace ozr_pano

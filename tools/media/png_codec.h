@@ -4,6 +4,9 @@
 
 #include "media/picture.h"
 
+namespace ozr_pano
+{
+
 /** Whether bytes begin like a PNG file. */
 bool looks_like_png(const std::vector<uint8_t>& file);
 
@@ -16,5 +19,7 @@ Picture decode_png(const std::vector<uint8_t>& file);
 
 /** Encodes as 8-bit RGB; A is left out. Throws ProgramError with the reason alone. */
 std::vector<uint8_t> encode_png(const Picture& picture);
+
+}  // namespace ozr_pano
 
 #endif

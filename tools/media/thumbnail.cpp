@@ -3,6 +3,9 @@
 
 #include <algorithm>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -40,3 +43,5 @@ Picture shrink(const Picture& picture, int32_t longest)
     }
     return small;
 }
+
+}  // namespace ozr_pano

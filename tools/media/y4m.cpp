@@ -7,6 +7,9 @@
 #include <errno.h>
 #include <string.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -138,3 +141,5 @@ bool Y4mReader::read_frame(ozr_image* frame)
     }
     return true;
 }
+
+}  // namespace ozr_pano

@@ -8,6 +8,9 @@
 #include <string>
 #include <vector>
 
+namespace ozr_pano
+{
+
 /** Reads a stream frame by frame; every failure throws ProgramError naming the stream and the reason. */
 class Y4mReader
 {
@@ -42,5 +45,7 @@ private:
     uint32_t frames_ = 0;  // read so far
     std::vector<uint8_t> luma_, u_, v_;
 };
+
+}  // namespace ozr_pano
 
 #endif

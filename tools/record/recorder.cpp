@@ -8,6 +8,9 @@
 #include <filesystem>
 #include <string.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -73,3 +76,5 @@ void Recorder::write(const std::string& text)
     if (fputs(text.c_str(), calls_.get()) < 0 || fflush(calls_.get()) != 0)
         fail_file(folder_ + kCallsFile, "written", errno);
 }
+
+}  // namespace ozr_pano

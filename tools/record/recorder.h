@@ -7,6 +7,9 @@
 #include <memory>
 #include <stdio.h>
 
+namespace ozr_pano
+{
+
 class Recorder
 {
 public:
@@ -45,5 +48,7 @@ private:
     RecordedCall call_;
     int images_ = 0;
 };
+
+}  // namespace ozr_pano
 
 #endif

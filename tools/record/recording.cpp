@@ -10,6 +10,9 @@
 #include <string.h>
 #include <zlib.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -351,3 +354,5 @@ Recording parse_recording(const std::string& text)
     }
     return recording;
 }
+
+}  // namespace ozr_pano

@@ -8,6 +8,9 @@
 #include <string>
 #include <vector>
 
+namespace ozr_pano
+{
+
 /** The file of a recording's folder that holds the text. */
 constexpr char kCallsFile[] = "calls.txt";
 
@@ -62,5 +65,7 @@ std::string recording_end();
 
 /** Reads a whole text. Throws ProgramError with the line and the reason. */
 Recording parse_recording(const std::string& text);
+
+}  // namespace ozr_pano
 
 #endif

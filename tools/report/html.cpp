@@ -4,6 +4,9 @@
 #include "base/quoting.h"
 #include "media/jpeg_codec.h"
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -38,3 +41,5 @@ std::string jpeg_uri(const Picture& picture, int quality)
 {
     return "data:image/jpeg;base64," + _base64(encode_jpeg(picture, quality));
 }
+
+}  // namespace ozr_pano

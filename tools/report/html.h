@@ -6,6 +6,9 @@
 
 #include <string>
 
+namespace ozr_pano
+{
+
 class Html
 {
 public:
@@ -27,5 +30,7 @@ private:
 
 /** A picture as the value of href or src, so that the page needs no other file. */
 std::string jpeg_uri(const Picture& picture, int quality);
+
+}  // namespace ozr_pano
 
 #endif

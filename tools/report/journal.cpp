@@ -1,6 +1,9 @@
 // The journal's stop-watch.
 #include "report/journal.h"
 
+namespace ozr_pano
+{
+
 Journal::Lap Journal::time(const char* stage)
 {
     size_t i = 0;
@@ -12,3 +15,5 @@ Journal::Lap Journal::time(const char* stage)
     }
     return Lap(this, i);
 }
+
+}  // namespace ozr_pano

@@ -10,6 +10,9 @@
 #include <string>
 #include <vector>
 
+namespace ozr_pano
+{
+
 /** One picture of the sweep. */
 struct PictureEntry {
     std::string source;         // a file's name, or "frame 12"
@@ -65,5 +68,7 @@ struct Journal {
     };
     std::vector<Stage> stages;
 };
+
+}  // namespace ozr_pano
 
 #endif

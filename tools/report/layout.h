@@ -6,6 +6,9 @@
 
 #include <ozr_support.h>
 
+namespace ozr_pano
+{
+
 /** A picture, in the order of the sweep. */
 struct Placement {
     bool is_used = false;  // false: left out of the panorama
@@ -33,5 +36,7 @@ struct Layout {
     std::vector<Placement> pictures;
     std::vector<OverlapView> overlaps;
 };
+
+}  // namespace ozr_pano
 
 #endif

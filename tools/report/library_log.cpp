@@ -8,6 +8,9 @@
 #include <stdio.h>
 #include <string.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -113,3 +116,5 @@ QuietLibrary::~QuietLibrary()
 {
     ozr_log_enable();
 }
+
+}  // namespace ozr_pano

@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+namespace ozr_pano
+{
+
 struct LogLine {
     char level;  // 'E', 'W', 'I', 'D'
     std::string text;
@@ -49,5 +52,7 @@ public:
     QuietLibrary& operator=(const QuietLibrary&) = delete;
     ~QuietLibrary();
 };
+
+}  // namespace ozr_pano
 
 #endif

@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <math.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -146,3 +149,5 @@ void add_motion_section(const Journal& journal, Html* html)
              "picture."
              "</p></section>";
 }
+
+}  // namespace ozr_pano

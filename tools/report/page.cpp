@@ -9,6 +9,9 @@
 #include <algorithm>
 #include <array>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -265,3 +268,5 @@ void write_report_page(const std::string& path, const ReportPage& page)
     const std::string& markup = html.markup();
     write_file_whole(path, reinterpret_cast<const uint8_t*>(markup.data()), markup.size());
 }
+
+}  // namespace ozr_pano

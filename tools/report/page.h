@@ -7,6 +7,9 @@
 #include "report/layout.h"
 #include "report/library_log.h"
 
+namespace ozr_pano
+{
+
 struct ReportPage {
     const Journal& journal;
     Layout layout;
@@ -24,5 +27,7 @@ extern const char kReportScript[];
 
 /** The section with the motion of the previews; none without previews. */
 void add_motion_section(const Journal& journal, Html* html);
+
+}  // namespace ozr_pano
 
 #endif

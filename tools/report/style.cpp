@@ -1,6 +1,9 @@
 // The looks of the report page, in light and in dark, from the width of a phone upwards.
 #include "report/page.h"
 
+namespace ozr_pano
+{
+
 const char kReportStyle[] = R"css(
 :root { color-scheme: light dark; --paper: #fbfbf9; --card: #fff; --ink: #1d2126; --faint: #626b75; --line: #d9dce0;
   --along: #0a66c2; --across: #b4540a; --bad: #b3261e; }
@@ -70,3 +73,5 @@ for (const box of document.querySelectorAll('input[data-hides], input[data-sets]
   apply();
 }
 )js";
+
+}  // namespace ozr_pano

@@ -3,6 +3,9 @@
 
 #include <math.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -126,3 +129,5 @@ void paint_far_buildings(Canvas& canvas, const Box& box, Dice& dice)
         x += width + dice.between(-6, 12);
     }
 }
+
+}  // namespace ozr_pano

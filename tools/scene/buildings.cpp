@@ -3,6 +3,9 @@
 
 #include <math.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -276,3 +279,5 @@ void paint_hanging_sign(Canvas& canvas, double x, double y, double letter_height
         top += letter_height + 4;
     }
 }
+
+}  // namespace ozr_pano

@@ -4,6 +4,9 @@
 
 #include <math.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -157,3 +160,5 @@ void Surroundings::photograph(const Lens& lens, const Pose& pose, ozr_image* pic
         });
     }
 }
+
+}  // namespace ozr_pano

@@ -6,6 +6,9 @@
 
 #include <ozr_image.h>
 
+namespace ozr_pano
+{
+
 /** Where the camera points, in radians. */
 struct Pose {
     double along;   // the pan: grows to the right, or downwards in a vertical sweep
@@ -55,5 +58,7 @@ private:
     double scale_;
     double middle_;  // pixels of the canvas from its edge to the camera's height
 };
+
+}  // namespace ozr_pano
 
 #endif

@@ -6,6 +6,9 @@
 #include <math.h>
 #include <string.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -79,3 +82,5 @@ double Canvas::letters_width(double height, const char* text)
 {
     return (static_cast<double>(strlen(text)) * (kLetterColumns + 1) - 1) * height / kLetterRows;
 }
+
+}  // namespace ozr_pano

@@ -8,6 +8,9 @@
 #include <stddef.h>
 #include <vector>
 
+namespace ozr_pano
+{
+
 struct Rgb {
     uint8_t r, g, b;
 };
@@ -156,5 +159,7 @@ inline uint32_t noise_place(double units, double period)
 {
     return static_cast<uint32_t>(static_cast<int64_t>((units + 100000.0) / period * 4096.0));
 }
+
+}  // namespace ozr_pano
 
 #endif

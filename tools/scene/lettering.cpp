@@ -1,6 +1,9 @@
 // A five by seven alphabet.
 #include "scene/lettering.h"
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -38,3 +41,5 @@ const uint8_t* letter_rows(char letter)
         return kDigits[letter - '0'];
     return nullptr;
 }
+
+}  // namespace ozr_pano

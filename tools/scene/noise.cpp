@@ -1,6 +1,9 @@
 // Value noise in fixed point.
 #include "scene/noise.h"
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -50,3 +53,5 @@ double wander(double place, uint32_t seed)
     const uint32_t position = static_cast<uint32_t>(place * 4096.0);
     return value_noise(position, 0, seed) / 32767.5 - 1.0;
 }
+
+}  // namespace ozr_pano

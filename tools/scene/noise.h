@@ -4,6 +4,9 @@
 
 #include <stdint.h>
 
+namespace ozr_pano
+{
+
 /** 32 well-mixed bits for a place. */
 constexpr uint32_t hash_at(int32_t x, int32_t y, uint32_t seed)
 {
@@ -43,5 +46,7 @@ private:
     uint32_t seed_;
     int32_t count_ = 0;
 };
+
+}  // namespace ozr_pano
 
 #endif

@@ -4,6 +4,9 @@
 
 #include "scene/canvas.h"
 
+namespace ozr_pano
+{
+
 /** Blue to the golden haze at the horizon, with clouds. @param box  to paint. @param horizon  y of the haze. */
 void paint_sky(Canvas& canvas, const Box& box, double horizon, uint32_t seed);
 
@@ -46,5 +49,7 @@ void paint_tree(Canvas& canvas, double x, double ground, double height, Dice& di
 
 /** A street lamp. */
 void paint_lamp(Canvas& canvas, double x, double ground, double height);
+
+}  // namespace ozr_pano
 
 #endif

@@ -5,6 +5,9 @@
 
 #include <string.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -111,3 +114,5 @@ Canvas paint_tower(double along, double across, double street, double scale, uin
     });
     return canvas;
 }
+
+}  // namespace ozr_pano

@@ -4,6 +4,9 @@
 
 #include "scene/canvas.h"
 
+namespace ozr_pano
+{
+
 /** Units of a scene to a radian of the camera's pan: a picture of 1280 x 960 pixels sees 1280 x 960 units. */
 constexpr double kSceneUnitsPerRadian = 1380.0;
 
@@ -24,5 +27,7 @@ Canvas paint_city(double along, double across, double scale, uint32_t seed);
  * @param street  y of the tower's foot.
  */
 Canvas paint_tower(double along, double across, double street, double scale, uint32_t seed);
+
+}  // namespace ozr_pano
 
 #endif

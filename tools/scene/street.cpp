@@ -1,6 +1,9 @@
 // The foreground: pavement, road, cars, lamps, trees and the wall that the camera looks over.
 #include "scene/parts.h"
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -131,3 +134,5 @@ void paint_lamp(Canvas& canvas, double x, double ground, double height)
         canvas.fill({x + side - 5, ground - height - 1, x + side + 5, ground - height + 3}, kIron);
     }
 }
+
+}  // namespace ozr_pano

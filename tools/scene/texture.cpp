@@ -1,6 +1,9 @@
 // From painted colours to luma and chroma planes of several sizes.
 #include "scene/texture.h"
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -80,3 +83,5 @@ Texture::Texture(const Canvas& canvas)
         levels_.push_back(std::move(next));
     }
 }
+
+}  // namespace ozr_pano

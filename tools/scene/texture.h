@@ -4,6 +4,9 @@
 
 #include "scene/canvas.h"
 
+namespace ozr_pano
+{
+
 /** One size of a texture: a luma plane, and chroma pairs U V at half its resolution. */
 struct TextureLevel {
     int32_t width, height;  // of the luma plane, both even
@@ -22,5 +25,7 @@ public:
 private:
     std::vector<TextureLevel> levels_;
 };
+
+}  // namespace ozr_pano
 
 #endif

@@ -13,6 +13,9 @@
 #include <algorithm>
 #include <stdlib.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -33,7 +36,7 @@ class Canvas
 {
 public:
     Canvas(const PanoramaInternal& engine, const ozr_image& panorama, int used)
-        : core_(*engine.core), vertical_(pano_is_vertical(engine.direction)), count_(engine.count),
+        : core_(*engine.core), vertical_(ozr::is_vertical(engine.direction)), count_(engine.count),
           used_(used), extent_(vertical_ ? panorama.height : panorama.width)
     {
         for (int k = 1; k < used_; ++k) {
@@ -156,8 +159,8 @@ private:
         Picture difference(vertical_ ? height : width, vertical_ ? width : height);
         int64_t sum = 0;
         for (int32_t y = 0; y < height; ++y) {
-            const uint8_t* left = pano_row(seam.left.img, seam.left.y + y) + seam.left.x;
-            const uint8_t* right = pano_row(seam.right.img, seam.right.y + y) + seam.right.x;
+            const uint8_t* left = ozr::pano_row(seam.left.img, seam.left.y + y) + seam.left.x;
+            const uint8_t* right = ozr::pano_row(seam.right.img, seam.right.y + y) + seam.right.x;
             for (int32_t x = 0; x < width; ++x) {
                 const int32_t grey = std::abs(left[x] - right[x]);
                 sum += grey;
@@ -251,3 +254,5 @@ Layout Retrace::layout(const ozr_image& panorama, int used) const
         return _single(panorama);
     return Canvas(*engine, panorama, used).layout();
 }
+
+}  // namespace ozr_pano

@@ -8,6 +8,9 @@
 
 #include <memory>
 
+namespace ozr_pano
+{
+
 /**
  * A second session, given the same calls as the first one.
  *
@@ -38,5 +41,7 @@ private:
     struct Session;
     std::unique_ptr<Session> session_;
 };
+
+}  // namespace ozr_pano
 
 #endif

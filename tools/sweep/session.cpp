@@ -9,6 +9,9 @@
 #include "report/library_log.h"
 #include "report/page.h"
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -173,3 +176,5 @@ void Session::write_page(const ozr_image& panorama)
     write_report_page(options_.report, page);
     journal_->report = options_.report;
 }
+
+}  // namespace ozr_pano

@@ -8,6 +8,9 @@
 
 #include <memory>
 
+namespace ozr_pano
+{
+
 /** What every command that drives a session takes. */
 struct CommonOptions {
     std::string output;
@@ -59,5 +62,7 @@ private:
     std::unique_ptr<Retrace> retrace_;  // when a page is wanted
     std::unique_ptr<ozr_panorama, Destroy> handle_;
 };
+
+}  // namespace ozr_pano
 
 #endif

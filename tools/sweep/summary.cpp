@@ -7,6 +7,9 @@
 #include <algorithm>
 #include <stdio.h>
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -94,3 +97,5 @@ void print_summary(const Journal& journal, bool json)
     else
         _print_text(journal);
 }
+
+}  // namespace ozr_pano

@@ -5,6 +5,9 @@
 #include "base/quoting.h"
 #include "sweep/summary.h"
 
+namespace ozr_pano
+{
+
 namespace
 {
 
@@ -115,3 +118,5 @@ void Sweep::give_up(const char* format, ...)
     session_.publish_failure(text);
     throw ProgramError(text);
 }
+
+}  // namespace ozr_pano

@@ -5,6 +5,9 @@
 #include "base/progress.h"
 #include "sweep/session.h"
 
+namespace ozr_pano
+{
+
 /** What the library answers to a preview. */
 struct Announcement {
     bool due = false;    // the next picture is to be taken now
@@ -39,5 +42,7 @@ private:
     Progress progress_;
     Session session_;
 };
+
+}  // namespace ozr_pano
 
 #endif

@@ -95,7 +95,7 @@ ozr_err _set_quality(int32_t quality)
 /** The kernels of this build: "wasm128" or "scalar". */
 OZR_WEB_EXPORT const char* ozr_web_level()
 {
-    return ozr_kernels()->level;
+    return ozr::kernels::active()->level;
 }
 
 /** The library's banner. */

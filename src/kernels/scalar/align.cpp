@@ -1,12 +1,15 @@
 #include <stddef.h>
 
-#include "kernels/scalar/scalar.h"
+#include "kernels/align.h"
+
+namespace ozr::kernels::scalar
+{
 
 namespace
 {
 
 // Adds the shifted sums of one half row to the totals.
-void _correlate_run(OzrCorrelation* totals, const OzrAreaPair& areas, const uint8_t* row_a,
+void _correlate_run(CorrelationSums* totals, const AreaPair& areas, const uint8_t* row_a,
                     const uint8_t* row_b, int32_t count, int32_t shift)
 {
     int32_t aa = 0;
@@ -29,7 +32,7 @@ void _correlate_run(OzrCorrelation* totals, const OzrAreaPair& areas, const uint
 
 }  // namespace
 
-void integral_row_scalar(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t width)
+void integral_row(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t width)
 {
     uint32_t row_sum = 0;
     for (int32_t x = 0; x < width; ++x) {
@@ -38,9 +41,9 @@ void integral_row_scalar(uint32_t* out, const uint32_t* above, const uint8_t* pi
     }
 }
 
-OzrCorrelation correlate_areas_scalar(const OzrAreaPair& areas, int32_t shift)
+CorrelationSums correlate_areas(const AreaPair& areas, int32_t shift)
 {
-    OzrCorrelation totals = {};
+    CorrelationSums totals = {};
     const int32_t half = areas.columns >> 1;
     for (int32_t y = 0; y < areas.rows; ++y) {
         const uint8_t* row_a = areas.a + static_cast<ptrdiff_t>(y) * areas.a_stride;
@@ -50,3 +53,5 @@ OzrCorrelation correlate_areas_scalar(const OzrAreaPair& areas, int32_t shift)
     }
     return totals;
 }
+
+}  // namespace ozr::kernels::scalar

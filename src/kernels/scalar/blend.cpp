@@ -1,6 +1,9 @@
 #include <algorithm>
 
-#include "kernels/scalar/scalar.h"
+#include "kernels/blend.h"
+
+namespace ozr::kernels::scalar
+{
 
 namespace
 {
@@ -16,16 +19,17 @@ uint8_t _blend(uint8_t earlier, uint8_t later, int32_t weight)
 
 }  // namespace
 
-void blend_row_scalar(uint8_t* dst, const uint8_t* later, int32_t count, int32_t first_weight,
-                      int32_t weight_step)
+void blend_row(uint8_t* dst, const uint8_t* later, int32_t count, int32_t first_weight, int32_t weight_step)
 {
     for (int32_t x = 0; x < count; ++x)
         dst[x] = _blend(dst[x], later[x], first_weight + x * weight_step);
 }
 
-void blend_pairs_row_scalar(uint8_t* dst, const uint8_t* later, int32_t pairs, int32_t first_weight,
-                            int32_t weight_step)
+void blend_pairs_row(uint8_t* dst, const uint8_t* later, int32_t pairs, int32_t first_weight,
+                     int32_t weight_step)
 {
     for (int32_t x = 0; x < 2 * pairs; ++x)
         dst[x] = _blend(dst[x], later[x], first_weight + (x >> 1) * weight_step);
 }
+
+}  // namespace ozr::kernels::scalar

@@ -1,8 +1,11 @@
 #include <stddef.h>
 
-#include "kernels/scalar/scalar.h"
+#include "kernels/census.h"
 
-void census_run_scalar(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t count)
+namespace ozr::kernels::scalar
+{
+
+void census_run(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t count)
 {
     const size_t pitch = width;
     for (size_t k = 0; k < count; ++k) {
@@ -18,3 +21,5 @@ void census_run_scalar(uint16_t* dst, const uint8_t* src, uint32_t width, uint32
         dst[k + pitch + 1] = static_cast<uint16_t>(code);
     }
 }
+
+}  // namespace ozr::kernels::scalar

@@ -1,6 +1,9 @@
 #include <algorithm>
 
-#include "kernels/scalar/scalar.h"
+#include "kernels/colour.h"
+
+namespace ozr::kernels::scalar
+{
 
 namespace
 {
@@ -65,28 +68,27 @@ void _to_chroma_rows(uint8_t* u, uint8_t* v, const uint8_t* src, int32_t pairs)
 
 }  // namespace
 
-void yvu_to_rgba_row_scalar(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, int32_t pairs)
+void yvu_to_rgba_row(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, int32_t pairs)
 {
     _to_rgba_row<1, 2>(dst, luma, chroma + 1, chroma, pairs);
 }
 
-void yuv_to_rgba_row_scalar(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, int32_t pairs)
+void yuv_to_rgba_row(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, int32_t pairs)
 {
     _to_rgba_row<1, 2>(dst, luma, chroma, chroma + 1, pairs);
 }
 
-void planar_to_rgba_row_scalar(uint8_t* dst, const uint8_t* luma, const uint8_t* u, const uint8_t* v,
-                               int32_t pairs)
+void planar_to_rgba_row(uint8_t* dst, const uint8_t* luma, const uint8_t* u, const uint8_t* v, int32_t pairs)
 {
     _to_rgba_row<1, 1>(dst, luma, u, v, pairs);
 }
 
-void yuyv_to_rgba_row_scalar(uint8_t* dst, const uint8_t* src, int32_t pairs)
+void yuyv_to_rgba_row(uint8_t* dst, const uint8_t* src, int32_t pairs)
 {
     _to_rgba_row<2, 4>(dst, src, src + 1, src + 3, pairs);
 }
 
-void gray_to_rgba_row_scalar(uint8_t* dst, const uint8_t* src, int32_t count)
+void gray_to_rgba_row(uint8_t* dst, const uint8_t* src, int32_t count)
 {
     for (int32_t x = 0; x < count; ++x) {
         dst[0] = dst[1] = dst[2] = src[x];
@@ -95,7 +97,7 @@ void gray_to_rgba_row_scalar(uint8_t* dst, const uint8_t* src, int32_t count)
     }
 }
 
-void rgba_to_gray_row_scalar(uint8_t* dst, const uint8_t* src, int32_t count)
+void rgba_to_gray_row(uint8_t* dst, const uint8_t* src, int32_t count)
 {
     for (int32_t x = 0; x < count; ++x) {
         dst[x] = static_cast<uint8_t>((77 * src[0] + 151 * src[1] + 28 * src[2]) >> 8);
@@ -103,28 +105,28 @@ void rgba_to_gray_row_scalar(uint8_t* dst, const uint8_t* src, int32_t count)
     }
 }
 
-void rgba_to_luma_row_scalar(uint8_t* dst, const uint8_t* src, int32_t count, int32_t step)
+void rgba_to_luma_row(uint8_t* dst, const uint8_t* src, int32_t count, int32_t step)
 {
     for (int32_t x = 0; x < count; ++x)
         dst[x] = _luma(src + static_cast<int64_t>(x) * step * kRgbaBytes);
 }
 
-void rgba_to_uv_row_scalar(uint8_t* dst, const uint8_t* src, int32_t pairs)
+void rgba_to_uv_row(uint8_t* dst, const uint8_t* src, int32_t pairs)
 {
     _to_chroma_rows<2>(dst, dst + 1, src, pairs);
 }
 
-void rgba_to_vu_row_scalar(uint8_t* dst, const uint8_t* src, int32_t pairs)
+void rgba_to_vu_row(uint8_t* dst, const uint8_t* src, int32_t pairs)
 {
     _to_chroma_rows<2>(dst + 1, dst, src, pairs);
 }
 
-void rgba_to_u_v_rows_scalar(uint8_t* u, uint8_t* v, const uint8_t* src, int32_t pairs)
+void rgba_to_u_v_rows(uint8_t* u, uint8_t* v, const uint8_t* src, int32_t pairs)
 {
     _to_chroma_rows<1>(u, v, src, pairs);
 }
 
-void rgba_to_yuyv_row_scalar(uint8_t* dst, const uint8_t* src, int32_t pairs)
+void rgba_to_yuyv_row(uint8_t* dst, const uint8_t* src, int32_t pairs)
 {
     for (int32_t p = 0; p < pairs; ++p) {
         dst[0] = _luma(src);
@@ -135,3 +137,5 @@ void rgba_to_yuyv_row_scalar(uint8_t* dst, const uint8_t* src, int32_t pairs)
         src += 2 * kRgbaBytes;
     }
 }
+
+}  // namespace ozr::kernels::scalar

@@ -2,15 +2,18 @@
 
 #include <utility>
 
-#include "kernels/scalar/scalar.h"
+#include "kernels/mirror.h"
 
-void mirror_bytes_row_scalar(uint8_t* row, int32_t count)
+namespace ozr::kernels::scalar
+{
+
+void mirror_bytes_row(uint8_t* row, int32_t count)
 {
     for (int32_t i = 0; i < count / 2; ++i)
         std::swap(row[i], row[count - 1 - i]);
 }
 
-void mirror_pairs_row_scalar(uint8_t* row, int32_t bytes)
+void mirror_pairs_row(uint8_t* row, int32_t bytes)
 {
     for (int32_t k = 0; k < bytes / 4; ++k) {
         uint8_t* mirrored = row + bytes - 2 - 2 * k;
@@ -19,7 +22,7 @@ void mirror_pairs_row_scalar(uint8_t* row, int32_t bytes)
     }
 }
 
-void mirror_quads_row_scalar(uint8_t* row, int32_t count)
+void mirror_quads_row(uint8_t* row, int32_t count)
 {
     for (int32_t i = 0; i < count / 2; ++i) {
         uint32_t left = 0;
@@ -31,3 +34,5 @@ void mirror_quads_row_scalar(uint8_t* row, int32_t count)
         memcpy(mirrored, &left, 4);
     }
 }
+
+}  // namespace ozr::kernels::scalar

@@ -1,10 +1,13 @@
 #include <stddef.h>
 #include <stdlib.h>
 
-#include "kernels/scalar/scalar.h"
+#include "kernels/motion.h"
 
-uint32_t sad_area_scalar(const uint8_t* a, int64_t a_stride, const uint8_t* b, int64_t b_stride,
-                         int32_t columns, int32_t rows)
+namespace ozr::kernels::scalar
+{
+
+uint32_t sad_area(const uint8_t* a, int64_t a_stride, const uint8_t* b, int64_t b_stride, int32_t columns,
+                  int32_t rows)
 {
     uint32_t sum = 0;
     for (int32_t y = 0; y < rows; ++y) {
@@ -16,10 +19,12 @@ uint32_t sad_area_scalar(const uint8_t* a, int64_t a_stride, const uint8_t* b, i
     return sum;
 }
 
-uint32_t sad_const_row_scalar(const uint8_t* a, uint8_t value, int32_t count)
+uint32_t sad_const_row(const uint8_t* a, uint8_t value, int32_t count)
 {
     uint32_t sum = 0;
     for (int32_t x = 0; x < count; ++x)
         sum += static_cast<uint32_t>(abs(a[x] - value));
     return sum;
 }
+
+}  // namespace ozr::kernels::scalar

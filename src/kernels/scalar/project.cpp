@@ -1,8 +1,11 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "kernels/project.h"
 #include "kernels/projection_block.h"
-#include "kernels/scalar/scalar.h"
+
+namespace ozr::kernels::scalar
+{
 
 namespace
 {
@@ -22,23 +25,25 @@ uint8_t _project_pixel(const uint8_t* src, ptrdiff_t patch, ptrdiff_t stride, co
 
 }  // namespace
 
-void project_luma_block_scalar(uint8_t* dst, const uint8_t* src, int32_t stride, const OzrProjectionRow& row,
-                               int32_t block)
+void project_luma_block(uint8_t* dst, const uint8_t* src, int32_t stride, const ProjectionRow& row,
+                        int32_t block)
 {
     const uint16_t* weights = row.weights + ptrdiff_t{kBlockWeights} * block;
     for (int32_t k = 0; k < kBlock; ++k)
         dst[k] = _project_pixel(src, ptrdiff_t{row.offsets[block]} + k, stride, weights + k);
 }
 
-void project_luma_row_scalar(uint8_t* dst, const uint8_t* src, int64_t, int32_t stride,
-                             const OzrProjectionRow& row, int32_t blocks)
+void project_luma_row(uint8_t* dst, const uint8_t* src, int64_t, int32_t stride, const ProjectionRow& row,
+                      int32_t blocks)
 {
     for (int32_t b = 0; b < blocks; ++b)
-        project_luma_block_scalar(dst + ptrdiff_t{kBlock} * b, src, stride, row, b);
+        project_luma_block(dst + ptrdiff_t{kBlock} * b, src, stride, row, b);
 }
 
-void project_chroma_row_scalar(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs)
+void project_chroma_row(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs)
 {
     for (int32_t p = 0; p < pairs; ++p)
         memcpy(dst + ptrdiff_t{2} * p, src + ptrdiff_t{2} * map[p], 2);
 }
+
+}  // namespace ozr::kernels::scalar

@@ -3,8 +3,11 @@
 
 #include <algorithm>
 
+#include "kernels/project.h"
 #include "kernels/projection_block.h"
-#include "kernels/scalar/scalar.h"
+
+namespace ozr::kernels::scalar
+{
 
 namespace
 {
@@ -30,8 +33,8 @@ void _fill_weights(uint16_t* weights, const uint8_t* rows, const uint8_t* column
 
 }  // namespace
 
-void projection_tables_row_scalar(const OzrProjectionRowOut& out, const int32_t* positions,
-                                  const OzrProjectionColumns& columns, int32_t blocks)
+void projection_tables_row(const ProjectionRowOut& out, const int32_t* positions,
+                           const ProjectionColumns& columns, int32_t blocks)
 {
     for (int32_t b = 0; b < blocks; ++b, positions += kBlock) {
         const int32_t base = *std::min_element(positions, positions + kBlock) & -kPixel;
@@ -45,3 +48,5 @@ void projection_tables_row_scalar(const OzrProjectionRowOut& out, const int32_t*
                       columns.weights + ptrdiff_t{kColumnWeights} * b);
     }
 }
+
+}  // namespace ozr::kernels::scalar

@@ -1,7 +1,10 @@
 #include <stddef.h>
 #include <string.h>
 
-#include "kernels/scalar/scalar.h"
+#include "kernels/rotate.h"
+
+namespace ozr::kernels::scalar
+{
 
 namespace
 {
@@ -46,26 +49,28 @@ void _rotate_ccw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t s
 
 }  // namespace
 
-void rotate_bytes_cw_scalar(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
-                            int32_t width, int32_t height)
+void rotate_bytes_cw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
+                     int32_t height)
 {
     _rotate_cw<1>(dst, dst_stride, src, src_stride, width, height);
 }
 
-void rotate_bytes_ccw_scalar(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
-                             int32_t width, int32_t height)
+void rotate_bytes_ccw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
+                      int32_t height)
 {
     _rotate_ccw<1>(dst, dst_stride, src, src_stride, width, height);
 }
 
-void rotate_pairs_cw_scalar(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
-                            int32_t width, int32_t height)
+void rotate_pairs_cw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
+                     int32_t height)
 {
     _rotate_cw<2>(dst, dst_stride, src, src_stride, width, height);
 }
 
-void rotate_pairs_ccw_scalar(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
-                             int32_t width, int32_t height)
+void rotate_pairs_ccw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
+                      int32_t height)
 {
     _rotate_ccw<2>(dst, dst_stride, src, src_stride, width, height);
 }
+
+}  // namespace ozr::kernels::scalar

@@ -2,17 +2,19 @@
 
 #include <algorithm>
 
-#include "kernels/scalar/scalar.h"
+#include "kernels/seam.h"
+
+namespace ozr::kernels::scalar
+{
 
 namespace
 {
 
 // `Difference` is the signed number as wide as a `Sum`.
 template <class Sum, class Difference>
-void _sum_columns(Sum* sums, int8_t* steps, const Sum* above, const OzrSeamRow& row, int32_t first,
-                  int32_t end)
+void _sum_columns(Sum* sums, int8_t* steps, const Sum* above, const SeamRow& row, int32_t first, int32_t end)
 {
-    const OzrSeamRow r = row;  // a copy, which no store below can change
+    const SeamRow r = row;  // a copy, which no store below can change
     for (int32_t x = first; x < end; ++x) {
         const Sum straight = above[x];
         // How far the neighbours lie from it. One that is missing is as far as it: a tie is no step.
@@ -31,18 +33,20 @@ void _sum_columns(Sum* sums, int8_t* steps, const Sum* above, const OzrSeamRow& 
 
 }  // namespace
 
-void seam_sum_columns_scalar(uint16_t* sums, int8_t* steps, const uint16_t* above, const OzrSeamRow& row,
-                             int32_t first, int32_t end)
+void seam_sum_columns(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& row, int32_t first,
+                      int32_t end)
 {
     _sum_columns<uint16_t, int16_t>(sums, steps, above, row, first, end);
 }
 
-void seam_sum_row_scalar(uint16_t* sums, int8_t* steps, const uint16_t* above, const OzrSeamRow& row)
+void seam_sum_row(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& row)
 {
-    seam_sum_columns_scalar(sums, steps, above, row, 0, row.width);
+    seam_sum_columns(sums, steps, above, row, 0, row.width);
 }
 
-void seam_sum_wide_row_scalar(uint32_t* sums, int8_t* steps, const uint32_t* above, const OzrSeamRow& row)
+void seam_sum_wide_row(uint32_t* sums, int8_t* steps, const uint32_t* above, const SeamRow& row)
 {
     _sum_columns<uint32_t, int32_t>(sums, steps, above, row, 0, row.width);
 }
+
+}  // namespace ozr::kernels::scalar

@@ -1,19 +1,22 @@
 #include <algorithm>
 
 #include "base/wrap32.h"
-#include "kernels/scalar/scalar.h"
+#include "kernels/warp.h"
+
+namespace ozr::kernels::scalar
+{
 
 namespace
 {
 
 // The sample at a byte offset; of one outside the source, which a single row or column and packed columns
 // beyond the row lead to, the nearest byte there is.
-int32_t _sample(const OzrWarp& warp, int64_t offset)
+int32_t _sample(const Warp& warp, int64_t offset)
 {
     return warp.src[std::clamp<int64_t>(offset, 0, warp.last)];
 }
 
-uint8_t _warped_pixel(const OzrWarp& warp, Wrap32 x, Wrap32 y)
+uint8_t _warped_pixel(const Warp& warp, Wrap32 x, Wrap32 y)
 {
     const int32_t column = x.value / warp.scale;
     const int32_t row = y.value / warp.scale;
@@ -29,13 +32,13 @@ uint8_t _warped_pixel(const OzrWarp& warp, Wrap32 x, Wrap32 y)
     const Wrap32 p10 = _sample(warp, offset + warp.pitch);
     const Wrap32 p11 = _sample(warp, offset + warp.pitch + warp.pixel_bytes);
     const Wrap32 value = p00 + ((p10 - p00) * fy + (p01 - p00) * fx) / warp.scale +
-                         (((fx * fy) >> kOzrWarpShift) * (p11 + p00 - p01 - p10)) / warp.square;
+                         (((fx * fy) >> kWarpShift) * (p11 + p00 - p01 - p10)) / warp.square;
     return static_cast<uint8_t>(value.bits());
 }
 
 }  // namespace
 
-void warp_row_scalar(uint8_t* dst, int32_t count, const OzrWarp& warp, int32_t x, int32_t y)
+void warp_row(uint8_t* dst, int32_t count, const Warp& warp, int32_t x, int32_t y)
 {
     Wrap32 source_x = x;
     Wrap32 source_y = y;
@@ -46,14 +49,16 @@ void warp_row_scalar(uint8_t* dst, int32_t count, const OzrWarp& warp, int32_t x
     }
 }
 
-void line_gray_row_scalar(uint8_t* dst, int32_t count, const OzrLine& line, int64_t x, int64_t y)
+void line_gray_row(uint8_t* dst, int32_t count, const Line& line, int64_t x, int64_t y)
 {
     for (int32_t i = 0; i < count; ++i) {
-        const int64_t column = x >> kOzrLineFracBits;
-        const int64_t row = y >> kOzrLineFracBits;
+        const int64_t column = x >> kLineFracBits;
+        const int64_t row = y >> kLineFracBits;
         const bool inside = column >= 0 && column < line.width && row >= 0 && row < line.height;
         dst[i] = inside ? line.src[row * line.stride + column] : uint8_t{0};
         x += line.step_x;
         y += line.step_y;
     }
 }
+
+}  // namespace ozr::kernels::scalar

@@ -1,7 +1,9 @@
-#include "kernels/scalar/scalar.h"
+#include "kernels/align.h"
 #include "kernels/x86/correlation.h"
 #include "kernels/x86/vectors_sse2.h"
-#include "kernels/x86/x86.h"
+
+namespace ozr::kernels::sse2
+{
 
 namespace
 {
@@ -16,14 +18,14 @@ __m128i _prefix(__m128i pixels)
 
 }  // namespace
 
-OzrCorrelation correlate_areas_sse2(const OzrAreaPair& areas, int32_t shift)
+CorrelationSums correlate_areas(const AreaPair& areas, int32_t shift)
 {
     if (areas.columns < 2 * Correlation<Sse2>::kStep)
-        return correlate_areas_scalar(areas, shift);
+        return scalar::correlate_areas(areas, shift);
     return Correlation<Sse2>::of_areas(areas, shift);
 }
 
-void integral_row_sse2(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t width)
+void integral_row(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t width)
 {
     constexpr int32_t kPixels = 8;
     const __m128i zero = _mm_setzero_si128();
@@ -47,3 +49,5 @@ void integral_row_sse2(uint32_t* out, const uint32_t* above, const uint8_t* pixe
         out[x] = row_sum + (above != nullptr ? above[x] : 0);
     }
 }
+
+}  // namespace ozr::kernels::sse2

@@ -3,19 +3,17 @@
 #include <emmintrin.h>
 #include <stdint.h>
 
-#include "kernels/scalar/scalar.h"
-#include "kernels/x86/x86.h"
+#include "kernels/blend.h"
+#include "kernels/x86/vectors_sse2.h"
+
+namespace ozr::kernels::sse2
+{
 
 namespace
 {
 
 constexpr int32_t kStep = 16;
 constexpr int32_t kHalf = kStep / 2;
-
-__m128i _load(const uint8_t* src)
-{
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
-}
 
 __m128i _blend_words(__m128i earlier, __m128i later, __m128i weights)
 {
@@ -32,13 +30,13 @@ int32_t _blend(uint8_t* dst, const uint8_t* later, int32_t count, __m128i weight
     const __m128i step = _mm_set1_epi16(static_cast<int16_t>(half_step));
     int32_t x = 0;
     for (; x <= count - kStep; x += kStep) {
-        const __m128i e = _load(dst + x);
-        const __m128i l = _load(later + x);
+        const __m128i e = Sse2::load(dst + x);
+        const __m128i l = Sse2::load(later + x);
         const __m128i low = _blend_words(_mm_unpacklo_epi8(e, zero), _mm_unpacklo_epi8(l, zero), weights);
         weights = _mm_add_epi16(weights, step);
         const __m128i high = _blend_words(_mm_unpackhi_epi8(e, zero), _mm_unpackhi_epi8(l, zero), weights);
         weights = _mm_add_epi16(weights, step);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + x), _mm_packus_epi16(low, high));
+        Sse2::store(dst + x, _mm_packus_epi16(low, high));
     }
     return x;
 }
@@ -51,19 +49,20 @@ __m128i _weights(int32_t first_weight, int32_t weight_step, __m128i positions)
 
 }  // namespace
 
-void blend_row_sse2(uint8_t* dst, const uint8_t* later, int32_t count, int32_t first_weight,
-                    int32_t weight_step)
+void blend_row(uint8_t* dst, const uint8_t* later, int32_t count, int32_t first_weight, int32_t weight_step)
 {
     const __m128i weights = _weights(first_weight, weight_step, _mm_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7));
     const int32_t x = _blend(dst, later, count, weights, kHalf * weight_step);
-    blend_row_scalar(dst + x, later + x, count - x, first_weight + x * weight_step, weight_step);
+    scalar::blend_row(dst + x, later + x, count - x, first_weight + x * weight_step, weight_step);
 }
 
-void blend_pairs_row_sse2(uint8_t* dst, const uint8_t* later, int32_t pairs, int32_t first_weight,
-                          int32_t weight_step)
+void blend_pairs_row(uint8_t* dst, const uint8_t* later, int32_t pairs, int32_t first_weight,
+                     int32_t weight_step)
 {
     const __m128i weights = _weights(first_weight, weight_step, _mm_setr_epi16(0, 0, 1, 1, 2, 2, 3, 3));
     const int32_t x = _blend(dst, later, 2 * pairs, weights, kHalf / 2 * weight_step);
-    blend_pairs_row_scalar(dst + x, later + x, pairs - x / 2, first_weight + x / 2 * weight_step,
-                           weight_step);
+    scalar::blend_pairs_row(dst + x, later + x, pairs - x / 2, first_weight + x / 2 * weight_step,
+                            weight_step);
 }
+
+}  // namespace ozr::kernels::sse2

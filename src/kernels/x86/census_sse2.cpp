@@ -3,8 +3,11 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include "kernels/scalar/scalar.h"
-#include "kernels/x86/x86.h"
+#include "kernels/census.h"
+#include "kernels/x86/vectors_sse2.h"
+
+namespace ozr::kernels::sse2
+{
 
 namespace
 {
@@ -28,7 +31,7 @@ void _encode_eight(uint16_t* codes, const uint8_t* src, size_t pitch)
         const __m128i exceeds = _mm_cmpgt_epi16(_mm_mullo_epi16(pixels[i], _mm_set1_epi16(9)), sum);
         code = _mm_or_si128(code, _mm_and_si128(exceeds, _mm_set1_epi16(static_cast<int16_t>(1U << i))));
     }
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(codes), code);
+    Sse2::store(codes, code);
 }
 
 // Whether the codes to be written share memory with the pixels to be read.
@@ -41,7 +44,7 @@ bool _overlap(const uint16_t* codes, const uint8_t* src, size_t pitch, size_t co
 
 }  // namespace
 
-void census_run_sse2(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t count)
+void census_run(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t count)
 {
     const size_t pitch = width;
     uint32_t k = 0;
@@ -49,5 +52,7 @@ void census_run_sse2(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t
         for (; count - k >= kStep; k += kStep)
             _encode_eight(dst + k + pitch + 1, src + k, pitch);
     }
-    census_run_scalar(dst + k, src + k, width, count - k);
+    scalar::census_run(dst + k, src + k, width, count - k);
 }
+
+}  // namespace ozr::kernels::sse2

@@ -10,7 +10,10 @@
 #ifndef OZR_COLOUR_ROWS_H
 #define OZR_COLOUR_ROWS_H
 
-#include "kernels/kernels.h"
+#include "kernels/colour.h"
+
+namespace ozr::kernels
+{
 
 // Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
 namespace
@@ -196,5 +199,7 @@ struct ColourRows {
 };
 
 }  // namespace
+
+}  // namespace ozr::kernels
 
 #endif

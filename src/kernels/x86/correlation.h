@@ -5,8 +5,11 @@
 #include <emmintrin.h>
 #include <stddef.h>
 
-#include "kernels/kernels.h"
+#include "kernels/align.h"
 #include "kernels/x86/last_lanes.h"
+
+namespace ozr::kernels
+{
 
 // Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
 namespace
@@ -86,7 +89,7 @@ struct Correlation {
     }
 
     // Areas of at least 2 * kStep columns.
-    static OzrCorrelation of_areas(const OzrAreaPair& areas, int32_t shift)
+    static CorrelationSums of_areas(const AreaPair& areas, int32_t shift)
     {
         const int32_t half = areas.columns >> 1;
         const Means means = {V::all_words(static_cast<int16_t>(areas.a_mean)),
@@ -108,5 +111,7 @@ struct Correlation {
 };
 
 }  // namespace
+
+}  // namespace ozr::kernels
 
 #endif

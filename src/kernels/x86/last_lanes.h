@@ -5,6 +5,9 @@
 
 #include <stdint.h>
 
+namespace ozr::kernels
+{
+
 // Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
 namespace
 {
@@ -26,5 +29,7 @@ inline const uint8_t* last_lanes(int32_t lanes, int32_t count)
 }
 
 }  // namespace
+
+}  // namespace ozr::kernels
 
 #endif

@@ -1,6 +1,9 @@
+#include "kernels/mirror.h"
 #include "kernels/x86/mirror_rows.h"
 #include "kernels/x86/vectors_avx2.h"
-#include "kernels/x86/x86.h"
+
+namespace ozr::kernels::avx2
+{
 
 namespace
 {
@@ -17,17 +20,19 @@ using Rows = MirrorRows<MirrorAvx2>;
 
 }  // namespace
 
-void mirror_bytes_row_avx2(uint8_t* row, int32_t count)
+void mirror_bytes_row(uint8_t* row, int32_t count)
 {
     Rows::bytes_row(row, count);
 }
 
-void mirror_pairs_row_avx2(uint8_t* row, int32_t bytes)
+void mirror_pairs_row(uint8_t* row, int32_t bytes)
 {
     Rows::pairs_row(row, bytes);
 }
 
-void mirror_quads_row_avx2(uint8_t* row, int32_t count)
+void mirror_quads_row(uint8_t* row, int32_t count)
 {
     Rows::quads_row(row, count);
 }
+
+}  // namespace ozr::kernels::avx2

@@ -6,7 +6,10 @@
 #include <emmintrin.h>
 
 #include "base/prefetch.h"
-#include "kernels/scalar/scalar.h"
+#include "kernels/mirror.h"
+
+namespace ozr::kernels
+{
 
 // Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
 namespace
@@ -41,24 +44,26 @@ struct MirrorRows {
     {
         const int64_t x =
             swap_ends(row, count, _mm_setr_epi8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0));
-        mirror_bytes_row_scalar(row + x, static_cast<int32_t>(count - 2 * x));
+        scalar::mirror_bytes_row(row + x, static_cast<int32_t>(count - 2 * x));
     }
 
     static void pairs_row(uint8_t* row, int32_t bytes)
     {
         const int64_t x =
             swap_ends(row, bytes, _mm_setr_epi8(14, 15, 12, 13, 10, 11, 8, 9, 6, 7, 4, 5, 2, 3, 0, 1));
-        mirror_pairs_row_scalar(row + x, static_cast<int32_t>(bytes - 2 * x));
+        scalar::mirror_pairs_row(row + x, static_cast<int32_t>(bytes - 2 * x));
     }
 
     static void quads_row(uint8_t* row, int32_t count)
     {
         const int64_t x = swap_ends(row, int64_t{count} * 4,
                                     _mm_setr_epi8(12, 13, 14, 15, 8, 9, 10, 11, 4, 5, 6, 7, 0, 1, 2, 3));
-        mirror_quads_row_scalar(row + x, static_cast<int32_t>(count - x / 2));
+        scalar::mirror_quads_row(row + x, static_cast<int32_t>(count - x / 2));
     }
 };
 
 }  // namespace
+
+}  // namespace ozr::kernels
 
 #endif

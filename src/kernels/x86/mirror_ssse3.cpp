@@ -1,8 +1,11 @@
 #include <tmmintrin.h>
 
+#include "kernels/mirror.h"
 #include "kernels/x86/mirror_rows.h"
 #include "kernels/x86/vectors_sse2.h"
-#include "kernels/x86/x86.h"
+
+namespace ozr::kernels::ssse3
+{
 
 namespace
 {
@@ -15,17 +18,19 @@ using Rows = MirrorRows<MirrorSsse3>;
 
 }  // namespace
 
-void mirror_bytes_row_ssse3(uint8_t* row, int32_t count)
+void mirror_bytes_row(uint8_t* row, int32_t count)
 {
     Rows::bytes_row(row, count);
 }
 
-void mirror_pairs_row_ssse3(uint8_t* row, int32_t bytes)
+void mirror_pairs_row(uint8_t* row, int32_t bytes)
 {
     Rows::pairs_row(row, bytes);
 }
 
-void mirror_quads_row_ssse3(uint8_t* row, int32_t count)
+void mirror_quads_row(uint8_t* row, int32_t count)
 {
     Rows::quads_row(row, count);
 }
+
+}  // namespace ozr::kernels::ssse3

@@ -1,16 +1,21 @@
+#include "kernels/motion.h"
 #include "kernels/x86/sad_areas.h"
 #include "kernels/x86/vectors_avx2.h"
-#include "kernels/x86/x86.h"
 
-uint32_t sad_area_avx2(const uint8_t* a, int64_t a_stride, const uint8_t* b, int64_t b_stride,
-                       int32_t columns, int32_t rows)
+namespace ozr::kernels::avx2
+{
+
+uint32_t sad_area(const uint8_t* a, int64_t a_stride, const uint8_t* b, int64_t b_stride, int32_t columns,
+                  int32_t rows)
 {
     if (columns < Avx2::kBytes)
-        return sad_area_sse2(a, a_stride, b, b_stride, columns, rows);
+        return sse2::sad_area(a, a_stride, b, b_stride, columns, rows);
     return _sad_area<Avx2>(a, a_stride, b, b_stride, columns, rows);
 }
 
-uint32_t sad_const_row_avx2(const uint8_t* a, uint8_t value, int32_t count)
+uint32_t sad_const_row(const uint8_t* a, uint8_t value, int32_t count)
 {
-    return _sad_const_row<Avx2>(a, value, count, sad_const_row_sse2);
+    return _sad_const_row<Avx2>(a, value, count, sse2::sad_const_row);
 }
+
+}  // namespace ozr::kernels::avx2

@@ -1,6 +1,9 @@
+#include "kernels/project.h"
 #include "kernels/x86/projection_rows.h"
 #include "kernels/x86/vectors_avx2.h"
-#include "kernels/x86/x86.h"
+
+namespace ozr::kernels::avx2
+{
 
 namespace
 {
@@ -30,9 +33,11 @@ struct ProjectAvx2 : Avx2 {
 
 }  // namespace
 
-void project_luma_row_avx2(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
-                           const OzrProjectionRow& row, int32_t blocks)
+void project_luma_row(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
+                      const ProjectionRow& row, int32_t blocks)
 {
     ProjectionRows<ProjectAvx2>::project_row(dst, src, src_bytes, stride, row, blocks,
-                                             project_luma_row_ssse3);
+                                             ssse3::project_luma_row);
 }
+
+}  // namespace ozr::kernels::avx2

@@ -6,9 +6,11 @@
 #include <stdint.h>
 
 #include "base/prefetch.h"
+#include "kernels/project.h"
 #include "kernels/projection_block.h"
-#include "kernels/scalar/scalar.h"
-#include "kernels/x86/x86.h"
+
+namespace ozr::kernels::sse2
+{
 
 namespace
 {
@@ -46,8 +48,8 @@ void _project_block(uint8_t* dst, const uint8_t* src, ptrdiff_t stride, const ui
 
 }  // namespace
 
-void project_luma_row_sse2(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
-                           const OzrProjectionRow& row, int32_t blocks)
+void project_luma_row(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
+                      const ProjectionRow& row, int32_t blocks)
 {
     const int64_t last_offset = src_bytes - (kPatch - 1) * int64_t{stride} - kPatchBytes;
     const uint16_t* weights = row.weights;
@@ -57,6 +59,8 @@ void project_luma_row_sse2(uint8_t* dst, const uint8_t* src, int64_t src_bytes, 
         if (offset >= 0 && offset <= last_offset)
             _project_block(dst, src + offset, stride, weights);
         else
-            project_luma_block_scalar(dst, src, stride, row, b);
+            scalar::project_luma_block(dst, src, stride, row, b);
     }
 }
+
+}  // namespace ozr::kernels::sse2

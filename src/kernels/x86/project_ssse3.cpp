@@ -1,8 +1,11 @@
 #include <tmmintrin.h>
 
+#include "kernels/project.h"
 #include "kernels/x86/projection_rows.h"
 #include "kernels/x86/vectors_sse2.h"
-#include "kernels/x86/x86.h"
+
+namespace ozr::kernels::ssse3
+{
 
 namespace
 {
@@ -23,9 +26,11 @@ struct ProjectSsse3 : Sse2 {
 
 }  // namespace
 
-void project_luma_row_ssse3(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
-                            const OzrProjectionRow& row, int32_t blocks)
+void project_luma_row(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
+                      const ProjectionRow& row, int32_t blocks)
 {
     ProjectionRows<ProjectSsse3>::project_row(dst, src, src_bytes, stride, row, blocks,
-                                              project_luma_row_scalar);
+                                              scalar::project_luma_row);
 }
+
+}  // namespace ozr::kernels::ssse3

@@ -7,8 +7,11 @@
 #include <emmintrin.h>
 #include <stddef.h>
 
+#include "kernels/project.h"
 #include "kernels/projection_block.h"
-#include "kernels/scalar/scalar.h"
+
+namespace ozr::kernels
+{
 
 // Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
 namespace
@@ -41,7 +44,7 @@ struct ProjectionRows {
         return weighed(bytes, columns) * Sums(V::subtract_limited(V::all_words(kPixel), distance));
     }
 
-    static void project(uint8_t* dst, const uint8_t* src, ptrdiff_t stride, const OzrProjectionRow& row)
+    static void project(uint8_t* dst, const uint8_t* src, ptrdiff_t stride, const ProjectionRow& row)
     {
         const Two columns = V::halves(V::load(row.columns), V::load(row.columns + V::kBytes));
         const Words behind = V::load_words(row.rows);
@@ -54,7 +57,7 @@ struct ProjectionRows {
         V::store_blocks(dst, V::high_bytes(Vector(sum)));
     }
 
-    static OzrProjectionRow from(const OzrProjectionRow& row, int32_t block)
+    static ProjectionRow from(const ProjectionRow& row, int32_t block)
     {
         const ptrdiff_t b = block;
         return {row.offsets + b, row.weights + kBlockWeights * b, row.columns + kColumnWeights * b,
@@ -63,7 +66,7 @@ struct ProjectionRows {
 
     // Blocks whose loads could leave the source, and those left over, go to another variant.
     static void project_row(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
-                            const OzrProjectionRow& row, int32_t blocks, ProjectLumaRow* narrow)
+                            const ProjectionRow& row, int32_t blocks, ProjectLumaRow* narrow)
     {
         const int64_t last_offset = src_bytes - (kPatch - 1) * int64_t{stride} - kLoad;
         for (int32_t b = 0; b < blocks; b += kBlocks, dst += ptrdiff_t{kBlocks} * kBlock) {
@@ -83,5 +86,7 @@ struct ProjectionRows {
 };
 
 }  // namespace
+
+}  // namespace ozr::kernels
 
 #endif

@@ -2,16 +2,15 @@
 #include <emmintrin.h>
 #include <stddef.h>
 
+#include "kernels/project.h"
 #include "kernels/projection_block.h"
-#include "kernels/x86/x86.h"
+#include "kernels/x86/vectors_sse2.h"
+
+namespace ozr::kernels::sse2
+{
 
 namespace
 {
-
-__m128i _load(const void* src)
-{
-    return _mm_loadu_si128(static_cast<const __m128i*>(src));
-}
 
 __m128i _min(__m128i a, __m128i b)
 {
@@ -46,8 +45,8 @@ __m128i _tent(__m128i behind, int32_t i)
 void _fill_weights(uint16_t* weights, __m128i behind, const uint8_t* columns)
 {
     const __m128i low_bytes = _mm_set1_epi16(0x00FF);
-    const __m128i pairs01 = _load(columns);
-    const __m128i pairs23 = _load(columns + 2 * kBlock);
+    const __m128i pairs01 = Sse2::load(columns);
+    const __m128i pairs23 = Sse2::load(columns + 2 * kBlock);
     const __m128i column[kPatch] = {_mm_and_si128(pairs01, low_bytes), _mm_srli_epi16(pairs01, 8),
                                     _mm_and_si128(pairs23, low_bytes), _mm_srli_epi16(pairs23, 8)};
     __m128i* out = reinterpret_cast<__m128i*>(weights);
@@ -60,12 +59,12 @@ void _fill_weights(uint16_t* weights, __m128i behind, const uint8_t* columns)
 
 }  // namespace
 
-void projection_tables_row_sse2(const OzrProjectionRowOut& out, const int32_t* positions,
-                                const OzrProjectionColumns& columns, int32_t blocks)
+void projection_tables_row(const ProjectionRowOut& out, const int32_t* positions,
+                           const ProjectionColumns& columns, int32_t blocks)
 {
     for (int32_t b = 0; b < blocks; ++b, positions += kBlock) {
-        const __m128i low = _load(positions);
-        const __m128i high = _load(positions + kBlock / 2);
+        const __m128i low = Sse2::load(positions);
+        const __m128i high = Sse2::load(positions + kBlock / 2);
         const int32_t base = _least(low, high) & -kPixel;
         out.offsets[b] = (base >> kFracBits) * columns.stride + columns.bases[b];
         const __m128i behind = _behind(low, high, base);
@@ -75,3 +74,5 @@ void projection_tables_row_sse2(const OzrProjectionRowOut& out, const int32_t* p
                       columns.weights + ptrdiff_t{kColumnWeights} * b);
     }
 }
+
+}  // namespace ozr::kernels::sse2

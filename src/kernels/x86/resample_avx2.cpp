@@ -3,34 +3,30 @@
 #include <immintrin.h>
 #include <stddef.h>
 
-#include "kernels/scalar/scalar.h"
+#include "kernels/resample.h"
 #include "kernels/x86/resample_plan.h"
-#include "kernels/x86/x86.h"
+#include "kernels/x86/vectors_sse2.h"
+
+namespace ozr::kernels::avx2
+{
 
 namespace
 {
 
-constexpr int32_t kFracBits = 10;
-constexpr int32_t kOne = 1 << kFracBits;
 constexpr int32_t kOutputs = 8;
-
-__m128i _load(const void* src)
-{
-    return _mm_loadu_si128(static_cast<const __m128i*>(src));
-}
 
 __m256i _pair(const void* low, const void* high)
 {
-    return _mm256_inserti128_si256(_mm256_castsi128_si256(_load(low)), _load(high), 1);
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(Sse2::load(low)), Sse2::load(high), 1);
 }
 
 // floor((upper * above + lower * below) / 2^20) as bytes; the largest sum is 255 * 2^20.
 void _store_rows(uint8_t* dst, __m256i upper, __m256i lower, int32_t fraction)
 {
     const __m256i below = _mm256_set1_epi32(fraction);
-    const __m256i above = _mm256_set1_epi32(kOne - fraction);
+    const __m256i above = _mm256_set1_epi32(static_cast<int32_t>(kResampleOne) - fraction);
     const __m256i sum = _mm256_add_epi32(_mm256_mullo_epi32(upper, above), _mm256_mullo_epi32(lower, below));
-    const __m256i values = _mm256_srli_epi32(sum, 2 * kFracBits);
+    const __m256i values = _mm256_srli_epi32(sum, 2 * kResampleFracBits);
     const __m128i words =
         _mm_packus_epi32(_mm256_castsi256_si128(values), _mm256_extracti128_si256(values, 1));
     _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), _mm_packus_epi16(words, words));
@@ -38,7 +34,7 @@ void _store_rows(uint8_t* dst, __m256i upper, __m256i lower, int32_t fraction)
 
 // Each column's two samples in `row`, weighed: at most 255 * 1024.
 template <bool kTwoLoads>
-__m256i _columns(const uint8_t* row, const OzrPlanGroup& left, const OzrPlanGroup& right)
+__m256i _columns(const uint8_t* row, const PlanGroup& left, const PlanGroup& right)
 {
     __m256i samples = _mm256_shuffle_epi8(_pair(row + left.loads[0], row + right.loads[0]),
                                           _pair(left.order[0], right.order[0]));
@@ -50,28 +46,28 @@ __m256i _columns(const uint8_t* row, const OzrPlanGroup& left, const OzrPlanGrou
 }
 
 template <bool kTwoLoads>
-void _resample_row(uint8_t* dst, const OzrResampleRows& rows, const OzrResamplePlan& plan)
+void _resample_row(uint8_t* dst, const ResampleRows& rows, const ResamplePlan& plan)
 {
     for (int32_t g = 0; g < plan.groups; g += 2) {
-        const OzrPlanGroup& left = plan.group[g];
-        const OzrPlanGroup& right = plan.group[g + 1];
+        const PlanGroup& left = plan.group[g];
+        const PlanGroup& right = plan.group[g + 1];
         _store_rows(dst + plan.dst[g], _columns<kTwoLoads>(rows.top, left, right),
                     _columns<kTwoLoads>(rows.bottom, left, right), static_cast<int32_t>(rows.fraction));
     }
 }
 
-void _resample_planned(uint8_t* dst, int32_t dst_stride, const OzrResample& task, int32_t pitch)
+void _resample_planned(uint8_t* dst, int32_t dst_stride, const ResampleTask& task, int32_t pitch)
 {
-    OzrResamplePlan plan;
+    ResamplePlan plan;
     for (int32_t first = 0; first < task.width;) {
-        first = ozr_resample_plan_make(&plan, task, pitch, first);
+        first = resample_plan_make(&plan, task, pitch, first);
         for (int32_t y = 0; y < task.rows; ++y) {
-            ozr_resample_ask_ahead(task, plan, y);
+            resample_ask_ahead(task, plan, y);
             uint8_t* out = dst + static_cast<ptrdiff_t>(y) * dst_stride;
             if (plan.two_loads)
-                _resample_row<true>(out, ozr_resample_rows(task, y), plan);
+                _resample_row<true>(out, resample_rows(task, y), plan);
             else
-                _resample_row<false>(out, ozr_resample_rows(task, y), plan);
+                _resample_row<false>(out, resample_rows(task, y), plan);
         }
     }
 }
@@ -89,10 +85,9 @@ struct GatherGray {
         return _mm256_or_si256(left, _mm256_slli_epi32(right, 8));
     }
 
-    static void rest(uint8_t* dst, int32_t width, const OzrResampleRows& rows, uint32_t position,
-                     uint32_t step)
+    static void rest(uint8_t* dst, int32_t width, const ResampleRows& rows, uint32_t position, uint32_t step)
     {
-        resample_gray_rest(dst, width, rows, position, step);
+        scalar::resample_gray_rest(dst, width, rows, position, step);
     }
 };
 
@@ -106,34 +101,34 @@ struct GatherYuyv {
         return _mm256_and_si256(bytes, _mm256_set1_epi32(0x00FF00FF));
     }
 
-    static void rest(uint8_t* dst, int32_t width, const OzrResampleRows& rows, uint32_t position,
-                     uint32_t step)
+    static void rest(uint8_t* dst, int32_t width, const ResampleRows& rows, uint32_t position, uint32_t step)
     {
-        resample_yuyv_rest(dst, width, rows, position, step);
+        scalar::resample_yuyv_rest(dst, width, rows, position, step);
     }
 };
 
 __m256i _weights(__m256i positions)
 {
-    const __m256i fractions = _mm256_and_si256(positions, _mm256_set1_epi32(kOne - 1));
-    return _mm256_or_si256(_mm256_sub_epi32(_mm256_set1_epi32(kOne), fractions),
+    const __m256i fractions =
+        _mm256_and_si256(positions, _mm256_set1_epi32(static_cast<int32_t>(kResampleOne) - 1));
+    return _mm256_or_si256(_mm256_sub_epi32(_mm256_set1_epi32(static_cast<int32_t>(kResampleOne)), fractions),
                            _mm256_slli_epi32(fractions, 16));
 }
 
 template <class Gather>
-void _gather_row(uint8_t* dst, const OzrResampleRows& rows, const OzrResample& task)
+void _gather_row(uint8_t* dst, const ResampleRows& rows, const ResampleTask& task)
 {
     const uint32_t step = task.step_x;
     const __m256i ramp = _mm256_mullo_epi32(_mm256_set1_epi32(static_cast<int32_t>(step)),
                                             _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
-    const uint32_t last = ozr_resample_last_column(task);
+    const uint32_t last = resample_last_column(task);
     uint32_t position = 0;
     int32_t x = 0;
     for (; x + kOutputs <= task.width; x += kOutputs, position += kOutputs * step) {
-        if (((position + (kOutputs - 1) * step) >> kFracBits) + Gather::kReach > last)
+        if (((position + (kOutputs - 1) * step) >> kResampleFracBits) + Gather::kReach > last)
             break;
         const __m256i positions = _mm256_add_epi32(_mm256_set1_epi32(static_cast<int32_t>(position)), ramp);
-        const __m256i columns = _mm256_srli_epi32(positions, kFracBits);
+        const __m256i columns = _mm256_srli_epi32(positions, kResampleFracBits);
         const __m256i weights = _weights(positions);
         _store_rows(dst + x, _mm256_madd_epi16(Gather::samples(rows.top, columns), weights),
                     _mm256_madd_epi16(Gather::samples(rows.bottom, columns), weights),
@@ -143,24 +138,26 @@ void _gather_row(uint8_t* dst, const OzrResampleRows& rows, const OzrResample& t
 }
 
 template <class Gather>
-void _resample(uint8_t* dst, int32_t dst_stride, const OzrResample& task)
+void _resample(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
 {
-    if (ozr_resample_plan_fits(task, Gather::kPitch)) {
+    if (resample_plan_fits(task, Gather::kPitch)) {
         _resample_planned(dst, dst_stride, task, Gather::kPitch);
         return;
     }
     for (int32_t y = 0; y < task.rows; ++y)
-        _gather_row<Gather>(dst + static_cast<ptrdiff_t>(y) * dst_stride, ozr_resample_rows(task, y), task);
+        _gather_row<Gather>(dst + static_cast<ptrdiff_t>(y) * dst_stride, resample_rows(task, y), task);
 }
 
 }  // namespace
 
-void resample_gray_avx2(uint8_t* dst, int32_t dst_stride, const OzrResample& task)
+void resample_gray(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
 {
     _resample<GatherGray>(dst, dst_stride, task);
 }
 
-void resample_yuyv_avx2(uint8_t* dst, int32_t dst_stride, const OzrResample& task)
+void resample_yuyv(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
 {
     _resample<GatherYuyv>(dst, dst_stride, task);
 }
+
+}  // namespace ozr::kernels::avx2

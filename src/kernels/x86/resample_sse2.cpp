@@ -1,17 +1,15 @@
 #include <emmintrin.h>
 
-#include "kernels/scalar/scalar.h"
-#include "kernels/x86/x86.h"
+#include "kernels/resample.h"
+#include "kernels/x86/vectors_sse2.h"
+
+namespace ozr::kernels::sse2
+{
 
 namespace
 {
 
 constexpr int32_t kStep = 16;
-
-__m128i _load(const uint8_t* bytes)
-{
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
-}
 
 __m128i _even(__m128i bytes)
 {
@@ -27,29 +25,32 @@ __m128i _pair_sums(__m128i bytes)
 // Four sums of four pixels, at most 1020, become a mean each.
 __m128i _half(const uint8_t* top, const uint8_t* bottom)
 {
-    return _mm_srli_epi16(_mm_add_epi16(_pair_sums(_load(top)), _pair_sums(_load(bottom))), 2);
+    return _mm_srli_epi16(_mm_add_epi16(_pair_sums(Sse2::load(top)), _pair_sums(Sse2::load(bottom))), 2);
 }
 
 }  // namespace
 
-void half_gray_row_sse2(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width)
+void half_gray_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width)
 {
     int32_t x = 0;
     for (; x + kStep <= dst_width; x += kStep) {
         const __m128i means = _mm_packus_epi16(_half(top + 2 * x, bottom + 2 * x),
                                                _half(top + 2 * x + kStep, bottom + 2 * x + kStep));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + x), means);
+        Sse2::store(dst + x, means);
     }
-    half_gray_row_scalar(dst + x, top + 2 * x, bottom + 2 * x, dst_width - x);
+    scalar::half_gray_row(dst + x, top + 2 * x, bottom + 2 * x, dst_width - x);
 }
 
-void yuyv_luma_row_sse2(uint8_t* dst, const uint8_t* src, int32_t dst_width)
+void yuyv_luma_row(uint8_t* dst, const uint8_t* src, int32_t dst_width)
 {
     int32_t x = 0;
     // The last luma byte of a row may be the last byte that may be read: one pixel stays for the scalar end.
     for (; x + kStep < dst_width; x += kStep) {
-        const __m128i luma = _mm_packus_epi16(_even(_load(src + 2 * x)), _even(_load(src + 2 * x + kStep)));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + x), luma);
+        const __m128i luma =
+            _mm_packus_epi16(_even(Sse2::load(src + 2 * x)), _even(Sse2::load(src + 2 * x + kStep)));
+        Sse2::store(dst + x, luma);
     }
-    yuyv_luma_row_scalar(dst + x, src + 2 * x, dst_width - x);
+    scalar::yuyv_luma_row(dst + x, src + 2 * x, dst_width - x);
 }
+
+}  // namespace ozr::kernels::sse2

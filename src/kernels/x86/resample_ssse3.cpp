@@ -2,30 +2,27 @@
 #include <stddef.h>
 #include <tmmintrin.h>
 
-#include "kernels/scalar/scalar.h"
+#include "kernels/resample.h"
 #include "kernels/x86/resample_plan.h"
-#include "kernels/x86/x86.h"
+#include "kernels/x86/vectors_sse2.h"
+
+namespace ozr::kernels::ssse3
+{
 
 namespace
 {
 
-constexpr int32_t kFracBits = 10;
-constexpr int32_t kOne = 1 << kFracBits;
 constexpr int32_t kLowBits = 9;  // splits the 18 bits of a weighed pair of samples in two halves of 9
-
-__m128i _load(const void* src)
-{
-    return _mm_loadu_si128(static_cast<const __m128i*>(src));
-}
 
 // Each column's two samples in `row`, weighed: at most 255 * 1024.
 template <bool kTwoLoads>
-__m128i _columns(const uint8_t* row, const OzrPlanGroup& group)
+__m128i _columns(const uint8_t* row, const PlanGroup& group)
 {
-    __m128i samples = _mm_shuffle_epi8(_load(row + group.loads[0]), _load(group.order[0]));
+    __m128i samples = _mm_shuffle_epi8(Sse2::load(row + group.loads[0]), Sse2::load(group.order[0]));
     if (kTwoLoads)
-        samples = _mm_or_si128(samples, _mm_shuffle_epi8(_load(row + group.loads[1]), _load(group.order[1])));
-    return _mm_madd_epi16(samples, _load(group.weights));
+        samples = _mm_or_si128(
+            samples, _mm_shuffle_epi8(Sse2::load(row + group.loads[1]), Sse2::load(group.order[1])));
+    return _mm_madd_epi16(samples, Sse2::load(group.weights));
 }
 
 // floor((upper * above + lower * below) / 2^20), the weights as 16-bit pairs. Products of 18 and 11 bits do not fit what
@@ -38,17 +35,19 @@ __m128i _rows(__m128i upper, __m128i lower, __m128i weights)
     const __m128i low =
         _mm_or_si128(_mm_and_si128(upper, low_half), _mm_slli_epi32(_mm_and_si128(lower, low_half), 16));
     const __m128i carried = _mm_srli_epi32(_mm_madd_epi16(low, weights), kLowBits);
-    return _mm_srli_epi32(_mm_add_epi32(_mm_madd_epi16(high, weights), carried), 2 * kFracBits - kLowBits);
+    return _mm_srli_epi32(_mm_add_epi32(_mm_madd_epi16(high, weights), carried),
+                          2 * kResampleFracBits - kLowBits);
 }
 
 template <bool kTwoLoads>
 void _resample_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t fraction,
-                   const OzrResamplePlan& plan)
+                   const ResamplePlan& plan)
 {
-    const __m128i weights = _mm_set1_epi32((fraction << 16) | (kOne - fraction));
+    const __m128i weights =
+        _mm_set1_epi32((fraction << 16) | (static_cast<int32_t>(kResampleOne) - fraction));
     for (int32_t g = 0; g < plan.groups; g += 2) {
-        const OzrPlanGroup& left = plan.group[g];
-        const OzrPlanGroup& right = plan.group[g + 1];
+        const PlanGroup& left = plan.group[g];
+        const PlanGroup& right = plan.group[g + 1];
         const __m128i low = _rows(_columns<kTwoLoads>(top, left), _columns<kTwoLoads>(bottom, left), weights);
         const __m128i high =
             _rows(_columns<kTwoLoads>(top, right), _columns<kTwoLoads>(bottom, right), weights);
@@ -57,14 +56,14 @@ void _resample_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int3
     }
 }
 
-void _resample(uint8_t* dst, int32_t dst_stride, const OzrResample& task, int32_t pitch)
+void _resample(uint8_t* dst, int32_t dst_stride, const ResampleTask& task, int32_t pitch)
 {
-    OzrResamplePlan plan;
+    ResamplePlan plan;
     for (int32_t first = 0; first < task.width;) {
-        first = ozr_resample_plan_make(&plan, task, pitch, first);
+        first = resample_plan_make(&plan, task, pitch, first);
         for (int32_t y = 0; y < task.rows; ++y) {
-            ozr_resample_ask_ahead(task, plan, y);
-            const OzrResampleRows rows = ozr_resample_rows(task, y);
+            resample_ask_ahead(task, plan, y);
+            const ResampleRows rows = resample_rows(task, y);
             uint8_t* out = dst + static_cast<ptrdiff_t>(y) * dst_stride;
             if (plan.two_loads)
                 _resample_row<true>(out, rows.top, rows.bottom, static_cast<int32_t>(rows.fraction), plan);
@@ -76,18 +75,20 @@ void _resample(uint8_t* dst, int32_t dst_stride, const OzrResample& task, int32_
 
 }  // namespace
 
-void resample_gray_ssse3(uint8_t* dst, int32_t dst_stride, const OzrResample& task)
+void resample_gray(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
 {
-    if (ozr_resample_plan_fits(task, 1))
+    if (resample_plan_fits(task, 1))
         _resample(dst, dst_stride, task, 1);
     else
-        resample_gray_scalar(dst, dst_stride, task);
+        scalar::resample_gray(dst, dst_stride, task);
 }
 
-void resample_yuyv_ssse3(uint8_t* dst, int32_t dst_stride, const OzrResample& task)
+void resample_yuyv(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
 {
-    if (ozr_resample_plan_fits(task, 2))
+    if (resample_plan_fits(task, 2))
         _resample(dst, dst_stride, task, 2);
     else
-        resample_yuyv_scalar(dst, dst_stride, task);
+        scalar::resample_yuyv(dst, dst_stride, task);
 }
+
+}  // namespace ozr::kernels::ssse3

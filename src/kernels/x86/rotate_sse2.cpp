@@ -8,31 +8,24 @@
 #include <stdint.h>
 
 #include "base/prefetch.h"
-#include "kernels/scalar/scalar.h"
-#include "kernels/x86/x86.h"
+#include "kernels/rotate.h"
+#include "kernels/x86/vectors_sse2.h"
+
+namespace ozr::kernels::sse2
+{
 
 namespace
 {
 
 constexpr int32_t kTile = 64;  // rows and columns
 
-__m128i _load(const uint8_t* src)
-{
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
-}
-
-void _store(uint8_t* dst, __m128i bytes)
-{
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), bytes);
-}
-
 // Weaving row i with row i + kEdge / 2, for all i, turns the index bits (row, column) of every element by one; after as
 // many rounds as a row index has bits, rows and columns have changed places.
 struct Bytes {
     static constexpr int32_t kEdge = 16;
     static constexpr int32_t kBytes = 1;
-    static constexpr Rotate* kClockwise = rotate_bytes_cw_scalar;
-    static constexpr Rotate* kCounterClockwise = rotate_bytes_ccw_scalar;
+    static constexpr Rotate* kClockwise = scalar::rotate_bytes_cw;
+    static constexpr Rotate* kCounterClockwise = scalar::rotate_bytes_ccw;
 
     static void weave(__m128i (&to)[kEdge], const __m128i (&from)[kEdge])
     {
@@ -65,8 +58,8 @@ private:
 struct Pairs {
     static constexpr int32_t kEdge = 8;
     static constexpr int32_t kBytes = 2;
-    static constexpr Rotate* kClockwise = rotate_pairs_cw_scalar;
-    static constexpr Rotate* kCounterClockwise = rotate_pairs_ccw_scalar;
+    static constexpr Rotate* kClockwise = scalar::rotate_pairs_cw;
+    static constexpr Rotate* kCounterClockwise = scalar::rotate_pairs_ccw;
 
     static void weave(__m128i (&to)[kEdge], const __m128i (&from)[kEdge])
     {
@@ -119,12 +112,12 @@ void _turn_block(const Turn& turn, int32_t x, int32_t y)
     uint8_t* to = turn.dst + first_line * turn.dst_stride + ptrdiff_t{column} * Element::kBytes;
     __m128i rows[static_cast<size_t>(kEdge)];
     for (int32_t i = 0; i < kEdge; ++i) {
-        rows[i] = _load(from + i * read_step);
+        rows[i] = Sse2::load(from + i * read_step);
         prefetch(from + i * read_step, kTile * Element::kBytes);
     }
     Element::transpose(rows);
     for (int32_t i = 0; i < kEdge; ++i) {
-        _store(to + i * write_step, rows[i]);
+        Sse2::store(to + i * write_step, rows[i]);
         prefetch(to + i * write_step, rows_on(kTile, write_step));
     }
 }
@@ -163,26 +156,28 @@ void _rotate(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_s
 
 }  // namespace
 
-void rotate_bytes_cw_sse2(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
-                          int32_t width, int32_t height)
+void rotate_bytes_cw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
+                     int32_t height)
 {
     _rotate<Bytes, true>(dst, dst_stride, src, src_stride, width, height);
 }
 
-void rotate_bytes_ccw_sse2(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
-                           int32_t width, int32_t height)
+void rotate_bytes_ccw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
+                      int32_t height)
 {
     _rotate<Bytes, false>(dst, dst_stride, src, src_stride, width, height);
 }
 
-void rotate_pairs_cw_sse2(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
-                          int32_t width, int32_t height)
+void rotate_pairs_cw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
+                     int32_t height)
 {
     _rotate<Pairs, true>(dst, dst_stride, src, src_stride, width, height);
 }
 
-void rotate_pairs_ccw_sse2(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
-                           int32_t width, int32_t height)
+void rotate_pairs_ccw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
+                      int32_t height)
 {
     _rotate<Pairs, false>(dst, dst_stride, src, src_stride, width, height);
 }
+
+}  // namespace ozr::kernels::sse2

@@ -4,8 +4,11 @@
 
 #include <stddef.h>
 
-#include "kernels/kernels.h"
+#include "kernels/motion.h"
 #include "kernels/x86/last_lanes.h"
+
+namespace ozr::kernels
+{
 
 // Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
 namespace
@@ -41,5 +44,7 @@ uint32_t _sad_const_row(const uint8_t* a, uint8_t value, int32_t count, SadConst
 }
 
 }  // namespace
+
+}  // namespace ozr::kernels
 
 #endif

@@ -1,8 +1,13 @@
+#include "kernels/seam.h"
 #include "kernels/x86/seam_rows.h"
 #include "kernels/x86/vectors_avx2.h"
-#include "kernels/x86/x86.h"
 
-void seam_sum_row_avx2(uint16_t* sums, int8_t* steps, const uint16_t* above, const OzrSeamRow& row)
+namespace ozr::kernels::avx2
 {
-    SeamRows<Avx2>::sum_row(sums, steps, above, row, seam_sum_row_sse2);
+
+void seam_sum_row(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& row)
+{
+    SeamRows<Avx2>::sum_row(sums, steps, above, row, sse2::seam_sum_row);
 }
+
+}  // namespace ozr::kernels::avx2

@@ -3,7 +3,10 @@
 #ifndef OZR_SEAM_ROWS_H
 #define OZR_SEAM_ROWS_H
 
-#include "kernels/scalar/scalar.h"
+#include "kernels/seam.h"
+
+namespace ozr::kernels
+{
 
 // Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
 namespace
@@ -42,7 +45,7 @@ struct SeamRows {
         return {takes_left, takes_right};
     }
 
-    static void sum_columns(uint16_t* sums, int8_t* steps, const uint16_t* above, const OzrSeamRow& row,
+    static void sum_columns(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& row,
                             int32_t x)
     {
         const typename V::TwoWords both = V::widened(costs(row.a + x, row.b + x, row.mask + x));
@@ -54,10 +57,10 @@ struct SeamRows {
     }
 
     // Rows that are too narrow go to another variant.
-    static void sum_row(uint16_t* sums, int8_t* steps, const uint16_t* above, const OzrSeamRow& r,
+    static void sum_row(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& r,
                         SeamSumRow* narrow)
     {
-        const OzrSeamRow row = r;           // a copy, which no store below can change
+        const SeamRow row = r;              // a copy, which no store below can change
         const int32_t end = row.width - 1;  // the outer columns lack a neighbour
         if (end - 1 < kStep) {
             narrow(sums, steps, above, row);
@@ -66,11 +69,13 @@ struct SeamRows {
         for (int32_t x = 1; x < end - kStep; x += kStep)
             sum_columns(sums, steps, above, row, x);
         sum_columns(sums, steps, above, row, end - kStep);  // in part once more
-        seam_sum_columns_scalar(sums, steps, above, row, 0, 1);
-        seam_sum_columns_scalar(sums, steps, above, row, end, row.width);
+        scalar::seam_sum_columns(sums, steps, above, row, 0, 1);
+        scalar::seam_sum_columns(sums, steps, above, row, end, row.width);
     }
 };
 
 }  // namespace
+
+}  // namespace ozr::kernels
 
 #endif

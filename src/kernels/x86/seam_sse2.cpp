@@ -1,9 +1,13 @@
-#include "kernels/scalar/scalar.h"
+#include "kernels/seam.h"
 #include "kernels/x86/seam_rows.h"
 #include "kernels/x86/vectors_sse2.h"
-#include "kernels/x86/x86.h"
 
-void seam_sum_row_sse2(uint16_t* sums, int8_t* steps, const uint16_t* above, const OzrSeamRow& row)
+namespace ozr::kernels::sse2
 {
-    SeamRows<Sse2>::sum_row(sums, steps, above, row, seam_sum_row_scalar);
+
+void seam_sum_row(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& row)
+{
+    SeamRows<Sse2>::sum_row(sums, steps, above, row, scalar::seam_sum_row);
 }
+
+}  // namespace ozr::kernels::sse2

@@ -6,6 +6,9 @@
 #include <immintrin.h>
 #include <stdint.h>
 
+namespace ozr::kernels
+{
+
 // Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
 namespace
 {
@@ -126,5 +129,7 @@ struct Avx2 {
 };
 
 }  // namespace
+
+}  // namespace ozr::kernels
 
 #endif

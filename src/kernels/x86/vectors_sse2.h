@@ -6,6 +6,9 @@
 #include <emmintrin.h>
 #include <stdint.h>
 
+namespace ozr::kernels
+{
+
 // Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
 namespace
 {
@@ -118,5 +121,7 @@ struct Sse2 {
 };
 
 }  // namespace
+
+}  // namespace ozr::kernels
 
 #endif

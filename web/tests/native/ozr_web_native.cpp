@@ -159,9 +159,9 @@ int main(int argc, char** argv)
         std::cerr << "usage: ozr_web_native FOLDER LEVEL QUALITY ROUNDS\n";
         return 2;
     }
-    for (const OzrKernels* const* level = kOzrKernelLevels; *level != nullptr; ++level) {
+    for (const ozr::kernels::Kernels* const* level = ozr::kernels::kLevels; *level != nullptr; ++level) {
         if (strcmp((*level)->level, argv[2]) == 0)
-            ozr_kernels_set_for_test(*level);
+            ozr::kernels::set_for_test(*level);
     }
     const std::vector<Call> calls = _read(argv[1]);
     std::cout.precision(9);

@@ -1,0 +1,79 @@
+// Alignment: integral images and correlation sums.
+#ifndef OZR_KERNELS_ALIGN_H
+#define OZR_KERNELS_ALIGN_H
+
+#include <stdint.h>
+
+namespace ozr::kernels
+{
+
+// One row of an integral image: out[x] = above[x] + pixels[0] + ... + pixels[x], modulo 2^32. A null `above` counts
+// as zeros.
+using IntegralRow = void(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t width);
+
+// What two overlapping areas have in common: the sums of a^2, b^2 and a*b, a and b being the pixels less their means.
+struct CorrelationSums {
+    int32_t aa;
+    int32_t bb;
+    int32_t ab;
+};
+
+// Two areas of one size.
+struct AreaPair {
+    const uint8_t* a;
+    int32_t a_stride;
+    int32_t a_mean;
+    const uint8_t* b;
+    int32_t b_stride;
+    int32_t b_mean;
+    int32_t columns;
+    int32_t rows;
+};
+
+// Each row counts in two halves, columns [0, columns / 2) and the rest; each half's three sums are shifted right
+// arithmetically by `shift` and then added up, modulo 2^32. Shifted per half row, not per row: the split decides which
+// bits are lost and so belongs to the result. A half row's sum fits 32 bits up to 33 025 columns (255^2 each).
+using CorrelateAreas = CorrelationSums(const AreaPair& areas, int32_t shift);
+
+struct AlignKernels {
+    IntegralRow* integral_row;
+    CorrelateAreas* correlate_areas;
+};
+
+namespace scalar
+{
+IntegralRow integral_row;
+CorrelateAreas correlate_areas;
+
+constexpr void fill(AlignKernels* table)
+{
+    table->integral_row = integral_row;
+    table->correlate_areas = correlate_areas;
+}
+}  // namespace scalar
+
+namespace sse2
+{
+IntegralRow integral_row;
+CorrelateAreas correlate_areas;
+
+constexpr void fill(AlignKernels* table)
+{
+    table->integral_row = integral_row;
+    table->correlate_areas = correlate_areas;
+}
+}  // namespace sse2
+
+namespace avx2
+{
+CorrelateAreas correlate_areas;
+
+constexpr void fill(AlignKernels* table)
+{
+    table->correlate_areas = correlate_areas;
+}
+}  // namespace avx2
+
+}  // namespace ozr::kernels
+
+#endif

@@ -1,0 +1,42 @@
+// Texture codes.
+#ifndef OZR_KERNELS_CENSUS_H
+#define OZR_KERNELS_CENSUS_H
+
+#include <stdint.h>
+
+namespace ozr::kernels
+{
+
+// Texture codes of `count` windows of 3 x 3 pixels in rows `width` bytes apart. Window k starts at src[k]; bit
+// 3 r + c of dst[k + width + 1] tells whether 9 times its pixel in row r, column c exceeds the sum of the nine.
+// Windows are done in order, one at a time as far as anybody can see: `dst` may overlap `src`, and a variant that
+// does several at once leaves that case to the scalar one.
+using CensusRun = void(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t count);
+
+struct CensusKernels {
+    CensusRun* run;
+};
+
+namespace scalar
+{
+CensusRun census_run;
+
+constexpr void fill(CensusKernels* table)
+{
+    table->run = census_run;
+}
+}  // namespace scalar
+
+namespace sse2
+{
+CensusRun census_run;
+
+constexpr void fill(CensusKernels* table)
+{
+    table->run = census_run;
+}
+}  // namespace sse2
+
+}  // namespace ozr::kernels
+
+#endif

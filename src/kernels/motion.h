@@ -1,0 +1,60 @@
+// Motion between preview frames: sums of absolute differences.
+#ifndef OZR_KERNELS_MOTION_H
+#define OZR_KERNELS_MOTION_H
+
+#include <stdint.h>
+
+namespace ozr::kernels
+{
+
+// Sum of |a - b| over `rows` rows of `columns` bytes, modulo 2^32; strides in bytes, 0 for a row that stands for many.
+using SadArea = uint32_t(const uint8_t* a, int64_t a_stride, const uint8_t* b, int64_t b_stride,
+                         int32_t columns, int32_t rows);
+
+// Sum of |a[x] - value| over `count` bytes; a count below 1 gives 0.
+using SadConstRow = uint32_t(const uint8_t* a, uint8_t value, int32_t count);
+
+struct MotionKernels {
+    SadArea* sad_area;
+    SadConstRow* sad_const_row;
+};
+
+namespace scalar
+{
+SadArea sad_area;
+SadConstRow sad_const_row;
+
+constexpr void fill(MotionKernels* table)
+{
+    table->sad_area = sad_area;
+    table->sad_const_row = sad_const_row;
+}
+}  // namespace scalar
+
+namespace sse2
+{
+SadArea sad_area;
+SadConstRow sad_const_row;
+
+constexpr void fill(MotionKernels* table)
+{
+    table->sad_area = sad_area;
+    table->sad_const_row = sad_const_row;
+}
+}  // namespace sse2
+
+namespace avx2
+{
+SadArea sad_area;
+SadConstRow sad_const_row;
+
+constexpr void fill(MotionKernels* table)
+{
+    table->sad_area = sad_area;
+    table->sad_const_row = sad_const_row;
+}
+}  // namespace avx2
+
+}  // namespace ozr::kernels
+
+#endif

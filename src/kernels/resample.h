@@ -1,0 +1,140 @@
+// Resampling. Positions are Q22.10: 1024 steps to a pixel; column x is at x * step.
+#ifndef OZR_KERNELS_RESAMPLE_H
+#define OZR_KERNELS_RESAMPLE_H
+
+#include <stdint.h>
+
+#include "base/fixed.h"
+
+namespace ozr::kernels
+{
+
+// A picture to be resampled, row y at y * step_y. Sizes in pixels of the result, strides in bytes.
+struct ResampleTask {
+    const uint8_t* src;
+    int64_t src_stride;
+    uint32_t step_x;
+    uint32_t step_y;
+    uint32_t first_y;  // added to every row's position
+    int32_t width;
+    int32_t rows;
+};
+
+// The two source rows of one row, and how far it lies (Q10) from the top one to the bottom one.
+struct ResampleRows {
+    const uint8_t* top;
+    const uint8_t* bottom;
+    uint32_t fraction;
+};
+
+// In unsigned 32 bits. At a fraction of 0 the row below does not count and need not exist: the same one stands in.
+ResampleRows resample_rows(const ResampleTask& task, int32_t y);
+
+// Bilinear resampling of all rows:
+//   dst[x] = ((p00 (1024 - fx) + p10 fx) (1024 - fy) + p01 fy (1024 - fx) + p11 fx fy) >> 20
+// with the column i = x * step_x >> 10 and fx = x * step_x & 1023 in unsigned 32 bits. The largest sum is 255 * 2^20; no
+// rounding. Where fx is 0 the right-hand neighbour is not read.
+using Resample = void(uint8_t* dst, int32_t dst_stride, const ResampleTask& task);
+
+// The same for one row of byte pairs, each byte of a pair with its own kind; writes exactly dst_bytes bytes, an
+// odd number of them ending in the middle of a pair. Of each source row src_bytes (at least 1) may be read: beyond
+// them the last byte stands in, or a byte for its neighbour.
+using ResamplePairsRow = void(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
+                              int32_t src_bytes, uint32_t step, uint32_t fraction);
+
+// dst[x] = src[x * step >> 10], in unsigned 32 bits.
+using NearestGrayRow = void(uint8_t* dst, int32_t dst_width, const uint8_t* src, uint32_t step);
+
+// dst[x] = src[x * step] for x < count; step 1 or more. `dst` may start where `src` starts: in order, no byte is
+// overwritten before it was read.
+using SampleBytesRow = void(uint8_t* dst, const uint8_t* src, int32_t count, int64_t step);
+
+// dst[x] = src[2x] for x < dst_width: the luma of packed Y0 U Y1 V.
+using YuyvLumaRow = void(uint8_t* dst, const uint8_t* src, int32_t dst_width);
+
+// dst[x] = floor((top[2x] + top[2x+1] + bottom[2x] + bottom[2x+1]) / 4). Truncates, so rounding averages (pavgb) are
+// not an option. Reads exactly 2 * dst_width bytes of each row.
+using HalfGrayRow = void(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width);
+
+struct ResampleKernels {
+    Resample* gray;
+    Resample* yuyv;  // reads the luma of packed rows, gives grey
+    Resample* rgb;   // three bytes a pixel; the right-hand neighbour of a byte is three bytes on
+    ResamplePairsRow* pairs_row;
+    YuyvLumaRow* yuyv_luma_row;
+    HalfGrayRow* half_gray_row;
+    NearestGrayRow* nearest_gray_row;
+    SampleBytesRow* sample_bytes_row;
+};
+
+namespace scalar
+{
+Resample resample_gray;
+Resample resample_yuyv;
+Resample resample_rgb;
+ResamplePairsRow resample_pairs_row;
+YuyvLumaRow yuyv_luma_row;
+HalfGrayRow half_gray_row;
+NearestGrayRow nearest_gray_row;
+SampleBytesRow sample_bytes_row;
+
+// The rest of a row from a position on.
+void resample_gray_rest(uint8_t* dst, int32_t width, const ResampleRows& rows, uint32_t position,
+                        uint32_t step);
+void resample_yuyv_rest(uint8_t* dst, int32_t width, const ResampleRows& rows, uint32_t position,
+                        uint32_t step);
+
+constexpr void fill(ResampleKernels* table)
+{
+    table->gray = resample_gray;
+    table->yuyv = resample_yuyv;
+    table->rgb = resample_rgb;
+    table->pairs_row = resample_pairs_row;
+    table->yuyv_luma_row = yuyv_luma_row;
+    table->half_gray_row = half_gray_row;
+    table->nearest_gray_row = nearest_gray_row;
+    table->sample_bytes_row = sample_bytes_row;
+}
+}  // namespace scalar
+
+namespace sse2
+{
+YuyvLumaRow yuyv_luma_row;
+HalfGrayRow half_gray_row;
+SampleBytesRow sample_bytes_row;
+
+constexpr void fill(ResampleKernels* table)
+{
+    table->yuyv_luma_row = yuyv_luma_row;
+    table->half_gray_row = half_gray_row;
+    table->sample_bytes_row = sample_bytes_row;
+}
+}  // namespace sse2
+
+namespace ssse3
+{
+Resample resample_gray;
+Resample resample_yuyv;
+
+constexpr void fill(ResampleKernels* table)
+{
+    table->gray = resample_gray;
+    table->yuyv = resample_yuyv;
+}
+}  // namespace ssse3
+
+namespace avx2
+{
+Resample resample_gray;
+Resample resample_yuyv;
+
+constexpr void fill(ResampleKernels* table)
+{
+    table->gray = resample_gray;
+    table->yuyv = resample_yuyv;
+}
+}  // namespace avx2
+
+}  // namespace ozr::kernels
+
+#endif

@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# usage: check_symbols.sh ARCHIVE MAP
+# Every global symbol of the static library is an exported name, as the map lists them, a part of panorama_t, or lies in
+# the namespace ozr: an application that links it meets no other names.
+set -euo pipefail
+exported=$(sed -n '/global:/,/local:/p' "$2" | grep -oE '^ +[A-Za-z_0-9]+;' | tr -d ' ;')
+strange=$(nm --defined-only -g "$1" | awk 'NF == 3 { print $3 }' | sort -u | grep -vxF "$exported" |
+    grep -vE '^_Z(TV)?(NK?)?(3ozr|10panorama_t)' || true)
+[ -z "$strange" ] || { echo "$1: global symbols that are neither exported nor in ozr:"; echo "$strange"; exit 1; }
