@@ -27,8 +27,8 @@ struct Frame {
 
 // What the last call found out. JavaScript reads it as an array of 32-bit words; `numbers` are floats.
 struct Answer {
-    int32_t x, y;       // of a preview: pixels since the last announced picture
-    int32_t direction;  // of a preview
+    int32_t x, y;                         // of a preview: pixels since the last announced picture
+    int32_t direction;                    // of a preview
     int32_t width, height, stride, size;  // of a panorama or a frame
     int32_t first, second, used;          // of a joint; `used` of a camera too
     float numbers[6];
@@ -262,7 +262,8 @@ OZR_WEB_EXPORT ozr_err ozr_web_camera(int32_t index)
 #ifdef OZR_WEB_HAS_CAMERAS
     ozr_panorama_camera camera = {};
     const ozr_err error = ozr_panorama_get_camera(g_session, index, &camera);
-    const float numbers[] = {camera.yaw, camera.pitch, camera.roll, camera.focal_length, camera.radial, camera.gain};
+    const float numbers[] = {camera.yaw,          camera.pitch,  camera.roll,
+                             camera.focal_length, camera.radial, camera.gain};
     memcpy(g_answer.numbers, numbers, sizeof numbers);
     return error;
 #else

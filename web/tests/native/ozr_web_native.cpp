@@ -102,7 +102,8 @@ void _write_frame(const Call& call, int32_t use)
 }
 
 // Milliseconds of a call, printed with its name and what it returned.
-template <class Work> void _time(const char* name, Work work)
+template <class Work>
+void _time(const char* name, Work work)
 {
     const auto start = std::chrono::steady_clock::now();
     const int32_t result = work();
@@ -143,8 +144,8 @@ void _describe_panorama()
               << ", \"checksum\": " << _checksum(rgba, size) << "}";
     for (int32_t i = 0; ozr_web_joint(i) == 0; ++i) {
         const Answer& joint = _answer();
-        std::cout << ",\n  {\"call\": \"joint\", \"first\": " << joint.first << ", \"second\": " << joint.second
-                  << ", \"used\": " << joint.used << ", \"numbers\": [";
+        std::cout << ",\n  {\"call\": \"joint\", \"first\": " << joint.first
+                  << ", \"second\": " << joint.second << ", \"used\": " << joint.used << ", \"numbers\": [";
         for (int number = 0; number < 5; ++number)
             std::cout << (number > 0 ? ", " : "") << joint.numbers[number];
         std::cout << "]}";
