@@ -298,7 +298,7 @@ function showPictures(): void {
 async function stitchPictures(): Promise<void> {
   const number = ++sweepNumber;
   find('composing-text').textContent = `Composing ${pictures.length} pictures`;
-  find<HTMLCanvasElement>('composing-strip').width = 0;
+  strip.begin(pictures.length);
   show('composing');
   try {
     const overlap = find<HTMLInputElement>('overlap').valueAsNumber;
@@ -308,6 +308,8 @@ async function stitchPictures(): Promise<void> {
     for (const file of pictures) {
       const bitmap = await createImageBitmap(file).catch(() => null);
       if (!bitmap) throw new Error(`${file.name} cannot be read`);
+      strip.add(bitmap, bitmap.width, bitmap.height);
+      strip.draw(picturesDirection(), null, find<HTMLCanvasElement>('composing-strip'));
       await sweep.picture(bitmap).finally(() => bitmap.close());
     }
     const made = await sweep.run({ output: 'blob', type: 'image/jpeg', quality: 0.92 });

@@ -59,7 +59,7 @@ test('composing can be cancelled', async (t) => {
   await page.evaluate(() => {
     const decode = globalThis.createImageBitmap;
     globalThis.createImageBitmap = async (...args) => {
-      await new Promise((resolve) => setTimeout(resolve, 700));
+      await new Promise((resolve) => setTimeout(resolve, 600));
       return decode(...args);
     };
   });
@@ -67,6 +67,7 @@ test('composing can be cancelled', async (t) => {
   await inState(page, 'pictures');
   await page.click('#stitch');
   await inState(page, 'composing');
+  await page.waitForTimeout(1500); // two pictures
   const findings = await inspect(page, 'composing');
   await page.click('#cancel');
   await inState(page, 'welcome');

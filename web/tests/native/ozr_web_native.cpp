@@ -7,6 +7,7 @@
 #include <chrono>
 #include <fstream>
 #include <iostream>
+#include <malloc.h>
 #include <map>
 #include <sstream>
 #include <stdlib.h>
@@ -164,6 +165,9 @@ int main(int argc, char** argv)
         if (strcmp((*level)->level, argv[2]) == 0)
             ozr::kernels::set_for_test(*level);
     }
+    // A module keeps the memory that it once had; so does this, or page faults would be most of its time.
+    mallopt(M_MMAP_THRESHOLD, 1 << 30);
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
     const std::vector<Call> calls = _read(argv[1]);
     std::cout.precision(9);
     std::cout << "[\n";
