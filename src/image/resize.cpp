@@ -86,6 +86,11 @@ int64_t _bytes_from(const PanoImg* img, const uint8_t* row)
     return std::max(int64_t{img->size}, pano_geometry_size(img)) - (row - img->data);
 }
 
+kernels::PairsRow _pairs_from(const PanoImg* img, const uint8_t* row)
+{
+    return {row, static_cast<int32_t>(std::min<int64_t>(_bytes_from(img, row), INT32_MAX))};
+}
+
 // Kept: the luma steps are used unchanged on the chroma plane of half the size.
 void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
 {
@@ -99,12 +104,12 @@ void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
         // Enlarging reaches beyond the last chroma row: it then stands for the one below it.
         if (_bytes_from(src, bottom) < 1)
             bottom = top;
-        const int64_t readable = std::min<int64_t>(_bytes_from(src, bottom), INT32_MAX);
+        const kernels::PairsRow above = _pairs_from(src, top);
         const int64_t bytes = std::min(row_bytes, _bytes_from(dst, row));
-        if (readable < 1 || bytes < 1)
+        if (above.bytes < 1 || bytes < 1)
             return;
-        kernels->resample.pairs_row(row, static_cast<int32_t>(bytes), top, bottom,
-                                    static_cast<int32_t>(readable), steps.x, position & kResampleFracMask);
+        kernels->resample.pairs_row(row, static_cast<int32_t>(bytes), above, _pairs_from(src, bottom),
+                                    steps.x, position & kResampleFracMask);
     }
 }
 

@@ -36,11 +36,17 @@ ResampleRows resample_rows(const ResampleTask& task, int32_t y);
 // rounding. Where fx is 0 the right-hand neighbour is not read.
 using Resample = void(uint8_t* dst, int32_t dst_stride, const ResampleTask& task);
 
+// A row of byte pairs. `bytes` of it (at least 1) may be read: beyond them the last byte stands in, or a byte for its
+// neighbour.
+struct PairsRow {
+    const uint8_t* data;
+    int32_t bytes;
+};
+
 // The same for one row of byte pairs, each byte of a pair with its own kind; writes exactly dst_bytes bytes, an
-// odd number of them ending in the middle of a pair. Of each source row src_bytes (at least 1) may be read: beyond
-// them the last byte stands in, or a byte for its neighbour.
-using ResamplePairsRow = void(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
-                              int32_t src_bytes, uint32_t step, uint32_t fraction);
+// odd number of them ending in the middle of a pair. Each source row ends by itself.
+using ResamplePairsRow = void(uint8_t* dst, int32_t dst_bytes, PairsRow top, PairsRow bottom, uint32_t step,
+                              uint32_t fraction);
 
 // dst[x] = src[x * step >> 10], in unsigned 32 bits.
 using NearestGrayRow = void(uint8_t* dst, int32_t dst_width, const uint8_t* src, uint32_t step);

@@ -1,123 +1,132 @@
-// Intake and alignment of pictures by the core.
+// Sweeps as the core sees them, call by call against the reference: intake, alignment, and in the end the panorama.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <array>
-#include <cmath>
-
-#include "image/pano_result.h"
 #include "support/cores.h"
+#include "support/log_capture.h"
 
 namespace
 {
 
-// Correlation of two projected pictures at an offset, in floating point: sign(r) r^2.
-double correlation(const PanoImg& a, const PanoImg& b, int32_t dx, int32_t dy, int32_t margin)
-{
-    double n = 0, sa = 0, sb = 0, saa = 0, sbb = 0, sab = 0;
-    for (int32_t y = std::max(dy, 0); y < std::min(a.height, b.height + dy); ++y) {
-        for (int32_t x = std::max(dx, 0) + margin; x < std::min(a.width, b.width + dx) - margin; ++x) {
-            const double p = ozr::pano_row(&a, y)[x], q = ozr::pano_row(&b, y - dy)[x - dx];
-            n += 1, sa += p, sb += q, saa += p * p, sbb += q * q, sab += p * q;
-        }
+using ozr_reference::Image;
+
+// The pictures of a sweep: their size, where they lie, and what they show.
+struct Scene {
+    int32_t width, height, stride, overlap, dx, dy, textures;
+
+    explicit Scene(Random& random)
+    {
+        const bool is_large = random.below(16) == 0;  // for many levels, whose sums are shifted
+        width = 32 + random.below(is_large ? 100 : 30);
+        height = is_large ? 60 + random.below(40) : 1 + random.below(40);
+        stride = width + random.below(3);
+        overlap = random.below(is_large ? 4 : 2) == 0 ? random.below(101) : 500 + random.below(19500);
+        dx = random.below(width / 2) - width / 8;
+        dy = random.below(height / 4 + 1) - height / 8;
+        textures = random.below(3) == 0 ? 5 : 1;
     }
-    const double covariance = sab - sa * sb / n;
-    const double r2 = covariance * covariance / ((saa - sa * sa / n) * (sbb - sb * sb / n));
-    return covariance < 0 ? -r2 : r2;
+    Image picture(Random& random, int32_t index) const
+    {
+        const int32_t texture = random.below(textures), level = random.byte(), shift = random.below(8);
+        Image picture(kPanoNv12, width, height, stride);
+        for (int32_t i = 0; i < picture.view().size; ++i) {
+            const int32_t x = i % stride, y = i / stride;
+            const int32_t value = y < height ? noise(x + index * dx, y + index * dy) : random.byte();
+            const int32_t values[] = {value, level, value & 128 ? 255 : 0, level + (random.byte() >> shift),
+                                      random.byte()};
+            picture.bytes[i] = static_cast<uint8_t>(values[texture]);
+        }
+        return picture;
+    }
+    int32_t guess(Random& random, int32_t position) const
+    {
+        const int32_t extremes[] = {INT32_MIN,
+                                    INT32_MAX,
+                                    width + width / 10,
+                                    -width - 3 * width / 10,
+                                    height + height / 10,
+                                    -height - height / 10};
+        return random.below(20) == 0 ? extremes[random.below(6)] : position + random.below(7) - 3;
+    }
+};
+
+// Hands a copy to the core, in either of the two ways that it has, and lets something happen meanwhile. It keeps or releases
+// what it takes; some refusals leave it.
+void add_both(TestCore& core, ozr_reference::Core* want, const Image& picture, int32_t index, int32_t x,
+              int32_t y, Random& random)
+{
+    const PanoImg view = picture.view();
+    PanoImg img = {};
+    PanoImg_Clone(&view, &img);
+    const bool is_lent = random.below(2) == 0;
+    const Disturbance disturbance(core.core, random.below(2) == 0,
+                                  random.below(8) == 0 ? 1 + random.below(12) : 1000);
+    const int32_t code = is_lent ? ozr::core::add_lent(core.core, &img, index, x, y)
+                                 : panorama_core_add_input(core.core, &img, index, x, y);
+    EXPECT_EQ(code, want->add(&view, index, x, y, disturbance.event(index)));
+    const bool is_left = index < 0 || index >= kMaxPictures || code == -2 || code == -201;
+    EXPECT_TRUE(is_lent || is_left ? holds(img, picture) : img.data == nullptr);
+    PanoImg_Destroy(&img);
+    expect_same(*core.core, *want);
+    core->cancel = want->record.cancel = 0;
+}
+
+// A call that is refused, or would be but for luck.
+void add_badly(TestCore& core, ozr_reference::Core* want, const Scene& s, Random& random, int32_t index)
+{
+    const int32_t indices[] = {index, index, index, 0, -1, 10, INT32_MAX, INT32_MIN}, fault = random.below(8);
+    const uint8_t initialised = want->record.initialised;
+    int32_t* const tables = core->proj.block_offsets;
+    const ozr_reference::Projection projection = want->projection;
+    core->cancel = want->record.cancel = fault == 4 || fault == 5 ? random.below(2) : 0;
+    core->initialised = want->record.initialised = fault == 5 ? 0 : initialised;
+    if (fault >= 6) {
+        core->proj.block_offsets = nullptr;
+        want->projection = {};
+    }
+    if (fault < 7)
+        add_both(core, want,
+                 Image(fault == 0 ? kPanoNv21 : kPanoNv12, s.width - (fault == 1 ? 1 : 0),
+                       s.height + (fault == 2 ? 1 : 0), s.stride + (fault == 3 ? 1 : 0)),
+                 fault < 4 ? index : indices[random.below(8)], 0, 0, random);
+    else
+        EXPECT_EQ(panorama_core_add_input(core.core, nullptr, index, 0, 0),
+                  want->add(nullptr, index, 0, 0, {}));
+    core->initialised = want->record.initialised = initialised;
+    core->proj.block_offsets = tables;
+    want->projection = projection;
 }
 
 }  // namespace
 
-TEST(CoreAddInput, FindsWhereThePictureLies)
+TEST(CoreSweep, IsAsTheReferenceHasIt)
 {
-    const struct {
-        int32_t forward, width, height, dx, dy, guess_x, guess_y;
-    } cases[] = {
-        {1, 96, 64, 0, 0, 0, 0},         {1, 96, 64, 30, 2, 28, 0},   {1, 96, 64, 29, -3, 30, -1},
-        {0, 96, 64, -31, 4, -29, 2},     {1, 320, 240, 96, 6, 90, 0}, {0, 320, 240, -100, -8, -96, 0},
-        {1, 640, 480, 192, -10, 180, 4},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.width << "x" << c.height << " moved by " << c.dx << "," << c.dy);
-        TestCore core(c.forward, c.width, c.height);
-        ASSERT_EQ(core.add(0, 0, 0, noise), 0);
-        ASSERT_EQ(core.add(1, c.guess_x, c.guess_y,
-                           [&](int32_t x, int32_t y) { return noise(x + c.dx, y + c.dy); }),
-                  0);
-        EXPECT_EQ(core->aligned[1], 1);
-        EXPECT_EQ(core->align[0].pyramid, nullptr);
-        EXPECT_NE(core->align[1].pyramid, nullptr);
-        EXPECT_EQ(core->align[1].expected_x, c.forward == 1 ? c.guess_x : 0);  // of the pair's right picture
-        EXPECT_EQ(core->align[1].expected_y, c.forward == 1 ? c.guess_y : 0);
-        // The later picture in canvas order lies to the right of the earlier one, whichever came first.
-        const AlignResult& found = core->offsets[c.forward == 1 ? 1 : 0];
-        const PanoImg& left = core->frames[c.forward == 1 ? 0 : 1];
-        const PanoImg& right = core->frames[c.forward == 1 ? 1 : 0];
-        const double here = correlation(left, right, found.x, found.y, core->margin);
-        EXPECT_GT(here, 0.1);
-        for (int32_t step : {-4, 4}) {
-            EXPECT_GT(here, correlation(left, right, found.x + step, found.y, core->margin));
-            EXPECT_GT(here, correlation(left, right, found.x, found.y + step, core->margin));
+    for_trials(1500, [](Random& random) {
+        const Scene scene(random);
+        const int32_t forward = random.below(2), side = forward != 0 ? 1 : -1,
+                      gap = 1 + random.below(50) / 49;
+        TestCore core;
+        ozr_reference::Core want;
+        init_both(core.core, &want, 1, 32, 3, 40);  // an earlier sweep
+        add_both(core, &want, Image(kPanoNv12, 32, 3, 40), 0, 0, 0, random);
+        core->overlap = want.record.overlap = scene.overlap;
+        init_both(core.core, &want, forward, scene.width, scene.height, scene.stride);
+        const int32_t count = 2 + random.below(3);
+        for (int32_t index = 0; index < count; index += gap) {
+            if (random.below(3) == 0)
+                add_badly(core, &want, scene, random, index);
+            add_both(core, &want, scene.picture(random, index), index, scene.guess(random, side * scene.dx),
+                     scene.guess(random, side * scene.dy), random);
         }
-        if (core->half == 0) {  // at full size the score is the correlation of the very pixels
-            EXPECT_NEAR(std::ldexp(found.score, -28), here, 0.02);
-        }
-    }
-}
-
-TEST(CoreAddInput, FlatAndHopelessPicturesGetTheirFixedPositions)
-{
-    const struct {
-        int32_t (*value)(int32_t x, int32_t y);
-        int32_t guess_x, guess_y;
-        AlignResult want;
-    } cases[] = {
-        {[](int32_t, int32_t) { return 77; }, 30, 0, {30 - 9, -6, 0}},  // the first candidate of the search
-        {noise, 200, 0, {96, 64, -1}},                                  // no candidate at all
-        {noise, INT32_MAX, 0, {96, 64, -1}},
-        {noise, INT32_MIN, 0, {96, 64, -1}},
-        {noise, 30, 1000, {96, 64, -1}},
-        {noise, 30, INT32_MIN, {96, 64, -1}},
-    };
-    for (const auto& c : cases) {
-        TestCore core(1, 96, 64);
-        ASSERT_EQ(core.add(0, 0, 0, c.value), 0);
-        ASSERT_EQ(core.add(1, c.guess_x, c.guess_y, c.value), 0);
-        const AlignResult& found = core->offsets[1];
-        EXPECT_EQ(memcmp(&found, &c.want, sizeof(found)), 0)
-            << found.x << "," << found.y << " " << found.score;
-    }
-}
-
-TEST(CoreAddInput, RefusalsInOrderAndWhoKeepsThePicture)
-{
-    TestCore core(1, 96, 64);
-    ASSERT_EQ(core.add(0, 0, 0, noise), 0);
-    const struct {
-        uint8_t cancel, initialised;
-        int32_t width, height, format, index, want;
-        bool kept;
-    } cases[] = {
-        {1, 0, 96, 62, kPanoGray, 10, kPanoBadArgument, true},
-        {1, 0, 96, 62, kPanoGray, -1, kPanoBadArgument, true},
-        {1, 0, 96, 62, kPanoGray, 0, kPanoNotSupported, true},
-        {1, 0, 96, 62, kPanoGray, 1, kPanoCancelled, false},
-        {0, 0, 96, 62, kPanoGray, 1, kPanoCoreNotInitialised, true},
-        {0, 1, 104, 64, kPanoNv12, 2, kPanoBadArgument, false},
-        {0, 1, 96, 62, kPanoNv12, 2, kPanoBadArgument, false},
-        {0, 1, 96, 64, kPanoNv21, 2, kPanoBadArgument, false},
-        {0, 1, 96, 64, kPanoNv12, 2, kPanoPreviousMissing, false},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(&c - cases);
-        core->cancel = c.cancel;
-        core->initialised = c.initialised;
-        PanoImg img = {};
-        PanoImg_Create(&img, c.width, c.height, c.format);
-        EXPECT_EQ(panorama_core_add_input(core.core, &img, c.index, 0, 0), c.want);
-        EXPECT_EQ(img.data != nullptr, c.kept);
-        PanoImg_Destroy(&img);
-    }
-    EXPECT_EQ(panorama_core_add_input(core.core, nullptr, 1, 0, 0), kPanoNullArgument);
-    EXPECT_NE(core->frames[2].data, nullptr);  // projected before the gap showed
+        const LogCapture quiet;
+        std::vector<std::string> log;
+        Image panorama;
+        ozr::PanoImgOwner out;
+        const int32_t shown = 1 + random.below(count);
+        EXPECT_EQ(panorama_core_panorama(core.core, shown, out.get()), want.compose(shown, &panorama, &log));
+        EXPECT_TRUE(holds(*out.get(), panorama));
+        // The pictures shown have lost their pyramids: a further one may have no partner.
+        add_both(core, &want, scene.picture(random, count), count, 0, 0, random);
+    });
+    const PanoImg view = Image(kPanoNv12, 7, 48, 7).view();
+    EXPECT_EQ(ozr::core::add_lent(nullptr, &view, 0, 0, 0), -3);
 }

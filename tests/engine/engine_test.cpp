@@ -1,420 +1,482 @@
-// The engine: parameters, detection, intake, cancellation and synthesis.
+// The engine against its meaning: random calls, valid and not, in any order, over many sweeps on one context. After each call
+// every field, picture, code and log line is compared, and in the end what stays allocated.
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
+#include <functional>
+#include <memory>
+#include <sstream>
+#include <type_traits>
 
+#include "core/panorama_core.h"
+#include "engine/panorama_engine.h"
 #include "image/pano_result.h"
 #include "image/panorama_save.h"
-#include "support/engines.h"
+#include "reference/engine.h"
 #include "support/log_capture.h"
+#include "support/noise.h"
+#include "support/pictures.h"
+#include "support/sleeps.h"
 #include "support/wrapped_heap.h"
 
-TEST(EngineParameters, AreCheckedClampedAndDerived)
+namespace
 {
-    TestEngine engine;
-    const struct {
-        int32_t id, value, want, reads, max_images;
-    } cases[] = {
-        {0, 7, 0, 1, 10},    {0, 0, 0, 0, 10},   {1, 0, 0, 1, 1},    {1, 25, 0, 10, 10}, {2, 29, -2, 70, 10},
-        {2, 96, -2, 70, 10}, {2, 30, 0, 30, 5},  {2, 50, 0, 50, 6},  {2, 60, 0, 60, 8},  {2, 65, 0, 65, 9},
-        {2, 70, 0, 70, 10},  {2, 95, 0, 95, 10}, {3, 1, -2, -2, 10},
+
+namespace reference = ozr_reference;
+
+constexpr uint32_t kSeeds = 600;
+constexpr int32_t kCalls = 60;  // of each seed
+
+// The words of a context that are not buffers, for comparing and for reading.
+std::string words(const PanoramaInternal& s)
+{
+    std::ostringstream text;
+    text << std::hexfloat;
+    text << "direction " << s.direction << " offset " << s.offset_x << "," << s.offset_y << " status "
+         << s.status << " count " << s.count << " of " << s.max_images << "\noverlap " << s.overlap
+         << " tolerance " << s.tolerance << " strict " << int32_t{s.strict_mode} << " cancel "
+         << int32_t{s.cancel_requested} << "\nreference " << s.ref_width << "x" << s.ref_height << " small "
+         << s.small_width << "x" << s.small_height << " inverse " << s.inv_scale << "\nthreshold "
+         << s.direction_threshold << " target " << s.target_x << "," << s.target_y << " tolerance "
+         << s.tolerance_x << "," << s.tolerance_y << "\n";
+    for (int32_t i = 0; i < kMaxPictures; ++i)
+        text << "slot " << i << ": " << s.image_state[i] << " present " << int32_t{s.frame_present[i]}
+             << " offset " << s.offsets[i].x << "," << s.offsets[i].y << "\n";
+    return text.str();
+}
+
+void expect_same_picture(const PanoImg& got, const PanoImg& want)
+{
+    const auto record = [](const PanoImg& i) {
+        return std::vector<int32_t>{i.format, i.width,     i.height,         i.stride,
+                                    i.size,   i.widthCopy, i.data != nullptr};
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << "parameter " << c.id << " = " << c.value);
-        EXPECT_EQ(panorama_engine_set_param(engine.pe, c.id, c.value), c.want);
-        EXPECT_EQ(panorama_engine_get_param(engine.pe, c.id), c.reads);
-        EXPECT_EQ(engine->max_images, c.max_images);
-        EXPECT_EQ(panorama_core_get_param(engine->core, 0), panorama_engine_get_param(engine.pe, 2));
+    ASSERT_EQ(record(got), record(want));
+    EXPECT_TRUE(got.data == nullptr || memcmp(got.data, want.data, static_cast<size_t>(got.size)) == 0);
+}
+
+void expect_same_core(const PanoramaCore& got, const PanoramaCore& want)
+{
+    const auto values = [](const PanoramaCore& c) {
+        std::vector<int32_t> all = {c.initialised, c.overlap,  c.forward,    c.width, c.height,
+                                    c.stride,      c.g_nCount, c.mean_score, c.cancel};
+        for (int32_t i = 0; i < kMaxPictures; ++i)
+            all.insert(all.end(), {c.offsets[i].x, c.offsets[i].y, c.offsets[i].score, c.added[i],
+                                   c.aligned[i], c.align[i].pyramid != nullptr});
+        return all;
+    };
+    EXPECT_TRUE(values(got) == values(want));
+    for (int32_t i = 0; i < kMaxPictures; ++i)
+        expect_same_picture(got.frames[i], want.frames[i]);
+}
+
+class Calls
+{
+public:
+    explicit Calls(uint32_t seed) : random_(seed)
+    {
+        const LogCapture log;
+        EXPECT_EQ(panorama_engine_create(&pe_), 0);
+        reference::init(&model_);
+        new_sweep();
     }
-    engine->status = kStatusCapturing;
-    EXPECT_EQ(panorama_engine_set_param(engine.pe, 2, 70), kPanoWrongState);
-    engine->status = kStatusIdle;
+    ~Calls()
+    {
+        const std::string last =
+            "panorama_engine_destroy: panorama_engine_Destory() status = " + std::to_string(pe_->status);
+        const LogCapture log;
+        const WrappedHeap heap;
+        panorama_engine_destroy(&pe_);
+        const int64_t released = heap.live_blocks();
+        reference::release(&model_);
+        EXPECT_EQ(released + 1, heap.live_blocks() - released);  // the context
+        EXPECT_EQ(log.progress(), Lines{last});
+        EXPECT_EQ(pe_, nullptr);
+    }
+    Calls(const Calls&) = delete;
+    Calls& operator=(const Calls&) = delete;
+
+    // One call, mostly one that the status allows.
+    void next()
+    {
+        using Step = void (Calls::*)();
+        const std::vector<Step> any = {&Calls::set_parameter, &Calls::start,     &Calls::detect,
+                                       &Calls::take,          &Calls::set_image, &Calls::stop,
+                                       &Calls::synthesise,    &Calls::cancel,    &Calls::cancel_async,
+                                       &Calls::answer,        &Calls::init,      &Calls::spoil_slots,
+                                       &Calls::cancel_core};
+        const std::vector<Step> useful[] = {
+            {&Calls::start, &Calls::start, &Calls::set_parameter},
+            {&Calls::take, &Calls::detect, &Calls::detect, &Calls::take, &Calls::act_as_session,
+             &Calls::stop},
+            {&Calls::synthesise, &Calls::synthesise, &Calls::synthesise, &Calls::spoil_slots},
+            {&Calls::init, &Calls::init_scribbled, &Calls::stop_again},
+        };
+        const size_t status = static_cast<size_t>(std::min(std::max(int32_t{pe_->status}, 1), 4) - 1);
+        const std::vector<Step>& calls = random_.below(6) == 0 ? any : useful[status];
+        (this->*calls[static_cast<size_t>(random_.below(static_cast<int32_t>(calls.size())))])();
+    }
+
+    void compare()
+    {
+        ASSERT_EQ(words(*pe_), words(model_));
+        for (int32_t i = 0; i < kMaxPictures; ++i)
+            expect_same_picture(pe_->frames[i], model_.frames[i]);
+        expect_same_picture(pe_->out_img, model_.out_img);
+        EXPECT_EQ(pe_->out_raw != nullptr, pe_->out_img.data != nullptr);
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(pe_->out_img.data) % 4096, 0U);
+        expect_same_core(*pe_->core, *model_.core);
+        EXPECT_EQ(pe_->preview_prev != nullptr, model_.preview_prev != nullptr);
+        EXPECT_EQ(pe_->preview_cur != nullptr, model_.preview_cur != nullptr);
+        const int32_t small = pe_->status == 2 ? pe_->small_width * pe_->small_height : 0;
+        EXPECT_TRUE(std::equal(pe_->preview_prev, pe_->preview_prev + small, model_.preview_prev));
+    }
+
+private:
+    using Call = std::function<int32_t(PanoramaInternal*)>;
+
+    // Makes one of the two calls, to whose context something may happen.
+    int32_t make(const Call& call, PanoramaInternal* context, int64_t failing, Lines* lines)
+    {
+        g_context = context;
+        g_sleeps = 0;
+        const LogCapture log;
+        const WrappedHeap heap(failing, allocate);
+        const Sleeps sleeps(sleep);
+        const int32_t result = call(context);
+        *lines = log.progress();
+        lines->push_back(std::to_string(sleeps.milliseconds()) + " ms slept");
+        lines->push_back(std::to_string(heap.live_blocks()) + " blocks more");
+        return result;
+    }
+
+    // Makes the same call of both, and compares code, log lines, sleep and blocks.
+    void both(const Call& library, const Call& expected, int64_t failing)
+    {
+        Lines got, want;
+        const int32_t result = make(library, pe_, failing, &got);
+        EXPECT_EQ(result, make(expected, &model_, failing, &want));
+        EXPECT_EQ(got, want);
+        g_cancels = g_added = g_ended = 0;
+    }
+
+    // The same of functions of one name; the first allocation may fail.
+    template <class... Args>
+    void call(int32_t (*library)(PanoramaInternal*, Args...), int32_t (*expected)(PanoramaInternal*, Args...),
+              std::common_type_t<Args>... args)
+    {
+        both([=](auto pe) { return library(pe, args...); }, [=](auto pe) { return expected(pe, args...); },
+             random_.below(25) == 0 ? 1 : 0);
+    }
+
+    // What happens meanwhile to the context at work: a request to stop at an allocation, an end at a sleep.
+    static void allocate(int64_t)
+    {
+        if (g_cancels != 0)
+            g_context->cancel_requested = 1;
+    }
+    static void sleep()
+    {
+        g_sleeps += 1;
+        if (g_sleeps == g_added)
+            g_context->image_state[g_slot] = 3;
+        if (g_sleeps == g_ended)
+            g_context->status = g_end;
+    }
+
+    // Changes both contexts by hand.
+    template <class Change>
+    void change(Change by_hand)
+    {
+        for (PanoramaInternal* state : {pe_, &model_})
+            by_hand(state);
+    }
+
+    bool rarely() { return random_.below(20) == 0; }
+
+    void new_sweep()
+    {
+        const bool tall = random_.below(2) == 0;
+        const int32_t longer = 33 + random_.below(70), shorter = 8 + random_.below(rarely() ? 40 : 16);
+        width_ = tall ? shorter : longer;
+        height_ = tall ? longer : shorter;
+        padding_ = random_.below(3) == 0 ? random_.below(9) : 0;
+        preview_width_ = random_.below(2) == 0 ? width_ : 20 + random_.below(40);
+        x_ = y_ = 900;
+        direction_ = 1 + random_.below(4);
+    }
+
+    // What the camera sees.
+    std::unique_ptr<TestImg> picture(int32_t format, int32_t width, int32_t height)
+    {
+        auto img = std::make_unique<TestImg>(format, width, height, padding_);
+        img->randomize(random_.next());
+        const int32_t seen_x = x_ * width / width_, seen_y = y_ * width / width_;
+        fill_luma(img->img, [=](int32_t x, int32_t y) { return noise(x + seen_x, y + seen_y); });
+        return img;
+    }
+
+    // A record for a call, mostly as it is.
+    PanoImg* spoil(PanoImg* img)
+    {
+        switch (random_.below(90)) {
+        case 0:
+            return nullptr;
+        case 1:
+            img->data = nullptr;
+            break;
+        case 2:
+            img->stride = img->width - 1;
+            break;
+        case 3:
+            img->size = random_.below(img->size);
+            break;
+        default:
+            break;
+        }
+        return img;
+    }
+
+    void set_parameter()
+    {
+        const int32_t id = random_.below(5) - 1;
+        const int32_t value =
+            rarely() ? static_cast<int32_t>(random_.next()) : random_.below(id == 2 ? 110 : 14) - 2;
+        call(panorama_engine_set_param, reference::set_param, id, value);
+        call(panorama_engine_get_param, reference::get_param, id);
+    }
+
+    void start()
+    {
+        new_sweep();
+        const int32_t formats[] = {kPanoNv12, kPanoNv12, kPanoNv12, kPanoGray, kPanoYuyv};
+        const auto img = picture(rarely() ? random_.below(6) : formats[random_.below(5)], width_, height_);
+        if (rarely())
+            img->img.height = 50000;
+        const PanoImg* const first = spoil(&img->img);
+        call(panorama_engine_start_capture, reference::start_capture, first);
+    }
+
+    void detect()
+    {
+        if (random_.below(2) == 0) {
+            x_ += random_.below(7) - 3;
+            y_ += random_.below(7) - 3;
+        } else {
+            near_the_bounds();
+        }
+        if (rarely())
+            preview_width_ = 20 + random_.below(40);
+        const int32_t formats[] = {kPanoGray, kPanoNv12, kPanoYuyv};
+        const auto img = picture(rarely() ? random_.below(6) : formats[random_.below(3)], preview_width_,
+                                 std::max(preview_width_ * height_ / width_, 4));
+        const PanoImg* const frame = spoil(&img->img);
+        call(panorama_engine_process_frame, reference::process_frame, frame);
+    }
+
+    // A motion so far of about a target or a threshold, in any direction.
+    void near_the_bounds()
+    {
+        const auto sign = [=] { return random_.below(2) * 2 - 1; };
+        int32_t direction = pe_->direction != 0 && !rarely() ? pe_->direction : 1 + random_.below(4);
+        const bool along_x = direction <= 2;
+        const int32_t target = along_x ? pe_->target_x : pe_->target_y,
+                      slack = along_x ? pe_->tolerance_x : pe_->tolerance_y,
+                      drift = along_x ? pe_->tolerance_y : pe_->tolerance_x;
+        int32_t along = (direction % 2 == 0 ? -1 : 1) * (target + sign() * slack + random_.below(3) - 1),
+                across = sign() * (random_.below(3) == 0 ? 0 : drift + random_.below(3) - 1);
+        if (pe_->direction == 0 && random_.below(2) == 0) {  // about a twentieth of the sides
+            direction = 0;
+            along = sign() * ((pe_->ref_width + pe_->ref_height) / 20 + random_.below(3) - 1);
+            across = sign() * (random_.below(3) == 0 ? std::abs(along) : random_.below(3));
+        }
+        change([=](PanoramaInternal* s) {
+            s->direction = direction;
+            s->offset_x = along_x ? along : across;
+            s->offset_y = along_x ? across : along;
+        });
+    }
+
+    // The session may set the direction, and clears the motion.
+    void act_as_session()
+    {
+        const int32_t direction = rarely() ? random_.below(5) : direction_;
+        change([=](PanoramaInternal* s) {
+            s->direction = direction;
+            s->offset_x = s->offset_y = 0;
+        });
+    }
+
+    void take()
+    {
+        const int32_t count = random_.below(3) == 0 ? 1 + random_.below(3) : 1;
+        for (int32_t i = 0; i < count; ++i) {
+            if (pe_->count == 1 && !rarely())
+                act_as_session();
+            call(panorama_engine_prepare_stitch, reference::prepare_stitch);
+            give(pe_->count - 1);
+        }
+    }
+
+    void set_image() { give(random_.below(14) - 2); }
+
+    void give(int32_t index)
+    {
+        const int32_t side = direction_ <= 2 ? width_ : height_, drift = random_.below(5) - 2;
+        const int32_t along = (direction_ % 2 == 0 ? -1 : 1) * (side / 8 + random_.below(side / 3));
+        const int32_t step_x = direction_ <= 2 ? along : drift, step_y = direction_ <= 2 ? drift : along;
+        x_ += step_x;
+        y_ += step_y;
+        ozr_point offset = {step_x + random_.below(5) - 2, step_y + random_.below(5) - 2};
+        if (pe_->ref_width > 0 && pe_->ref_height > 0)
+            offset = {offset.x * pe_->ref_width / width_, offset.y * pe_->ref_height / height_};
+        if (rarely())
+            offset = {random_.below(2) == 0 ? INT32_MAX : 1000, static_cast<int32_t>(random_.next() >> 8)};
+        const auto img =
+            picture(rarely() ? random_.below(6) : int32_t{kPanoNv12}, width_ + (rarely() ? 1 : 0), height_);
+        const PanoImg* const taken = spoil(&img->img);
+        const ozr_point* const by = rarely() && rarely() ? nullptr : &offset;
+        call(panorama_engine_set_image, reference::set_image, taken, index, by);
+    }
+
+    void stop() { call(panorama_engine_stop_capture, reference::stop_capture); }
+
+    // What was composed may be composed once more.
+    void stop_again()
+    {
+        change([](PanoramaInternal* s) { s->status = 3; });
+    }
+
+    void synthesise()
+    {
+        g_cancels = random_.below(6) == 0 ? 1 : 0;
+        both(
+            panorama_engine_process_synthesis,
+            [=](auto pe) { return reference::process_synthesis(pe, pe_->out_raw); },
+            random_.below(25) == 0 ? 1 + random_.below(pe_->direction >= 3 ? 24 : 1) : 0);
+    }
+
+    void spoil_slots()
+    {
+        const int32_t slot = random_.below(kMaxPictures), states[] = {0, 2, 3, 4, 5},
+                      state = states[random_.below(5)];
+        const bool missing = rarely(), request = rarely();
+        change([=](PanoramaInternal* s) {
+            s->image_state[slot] = state;
+            s->frame_present[0] = missing ? 0 : s->frame_present[0];
+            s->cancel_requested = request ? 1 : s->cancel_requested;
+        });
+    }
+
+    void cancel_core() { pe_->core->cancel = model_.core->cancel = 1; }
+
+    // While the canceller sleeps, a picture and the synthesis may come to an end.
+    void cancel()
+    {
+        g_slot = random_.below(std::max(std::min(pe_->count, kMaxPictures), 1));
+        g_end = 4 + random_.below(3);
+        const int32_t moments[] = {1, 2, 50, 100, 101, 102, 200, 201, 202, 500};
+        g_added = moments[random_.below(10)];
+        g_ended = moments[random_.below(10)];
+        if (random_.below(2) == 0 && pe_->count > 0)
+            change([](PanoramaInternal* s) { s->image_state[g_slot] = 2; });
+        call(panorama_engine_cancel_process, reference::cancel_process);
+    }
+
+    void cancel_async()
+    {
+        both([](auto pe) { return panorama_engine_cancel_process_async(pe), 0; },
+             reference::cancel_process_async, 0);
+    }
+
+    void answer()
+    {
+        call(panorama_engine_check_ready_to_destroy, reference::check_ready_to_destroy);
+        const LogCapture log;
+        EXPECT_EQ(panorama_engine_get_process_status(pe_), model_.status);
+        EXPECT_EQ(log.progress(),
+                  Lines{"panorama_engine_get_process_status: panorama_engine_get_process_status() status = " +
+                        std::to_string(model_.status)});
+    }
+
+    void init() { both(panorama_engine_init, reference::init, 0); }
+
+    // After whatever was in the words that are not buffers.
+    void init_scribbled()
+    {
+        const int32_t dirt = 1 + random_.below(1000);
+        change([=](PanoramaInternal* s) {
+            for (int32_t* word :
+                 {&s->direction, &s->offset_x, &s->offset_y, &s->count, &s->max_images, &s->ref_width,
+                  &s->ref_height, &s->small_width, &s->small_height, &s->direction_threshold, &s->target_x,
+                  &s->target_y, &s->tolerance_x, &s->tolerance_y})
+                *word = dirt;
+            for (int32_t i = 0; i < kMaxPictures; ++i) {
+                s->offsets[i] = {dirt, dirt};
+                s->image_state[i] = dirt;
+                s->frame_present[i] = 1;
+            }
+            s->cancel_requested = 1;
+            s->overlap = s->tolerance = s->inv_scale = 0.25F;
+        });
+        init();
+    }
+
+    static inline PanoramaInternal* g_context;
+    static inline int32_t g_sleeps, g_cancels, g_slot, g_added, g_ended, g_end;
+
+    Random random_;
+    PanoramaInternal model_ = {};
+    PanoramaInternal* pe_ = nullptr;
+    int32_t width_ = 0, height_ = 0, padding_ = 0, preview_width_ = 0, x_ = 0, y_ = 0, direction_ = 0;
+};
+
+}  // namespace
+
+TEST(Engine, DoesWhatItMeans)
+{
+    for (uint32_t seed = 0; seed < kSeeds && !HasFailure(); ++seed) {
+        Calls calls(seed);
+        for (int32_t call = 0; call < kCalls && !HasFailure(); ++call) {
+            SCOPED_TRACE(testing::Message() << "seed " << seed << " call " << call);
+            calls.next();
+            calls.compare();
+        }
+    }
+}
+
+TEST(Engine, CodesAreTheirNumbers)
+{
+    const int32_t codes[] = {
+        kPanoSuccess,       kPanoNotSupported,       kPanoNullArgument,     kPanoBadArgument,
+        kPanoCancelled,     kPanoOutOfBound,         kPanoWrongState,       kPanoTablesNoMemory,
+        kPanoNoMemory,      kPanoPictureBusy,        kPanoSynthesisRunning, kPanoTooManyPictures,
+        kPanoCancelTimeout, kPanoCoreNotInitialised, kPanoPreviousMissing,  kPanoPictureMissing};
+    const int32_t want[] = {0, -2, -3, -4, -5, -6, -7, -7, -8, -101, -102, -103, -104, -201, -202, -203};
+    EXPECT_TRUE(std::equal(std::begin(codes), std::end(codes), std::begin(want), std::end(want)));
+}
+
+TEST(Engine, RefusesWhatIsNotThere)
+{
+    PanoramaInternal* none = nullptr;
+    const ozr_point offset = {0, 0};
+    const TestImg img(kPanoNv12, 8, 8);
+    EXPECT_EQ(panorama_engine_create(nullptr), -3);
+    panorama_engine_destroy(nullptr);
+    panorama_engine_destroy(&none);
+    EXPECT_EQ(panorama_engine_process_frame(nullptr, &img.img), -3);
+    EXPECT_EQ(panorama_engine_start_capture(nullptr, &img.img), -3);
+    EXPECT_EQ(panorama_engine_prepare_stitch(nullptr), -4);
+    EXPECT_EQ(panorama_engine_set_image(nullptr, &img.img, 0, &offset), -3);
+    EXPECT_EQ(panorama_engine_stop_capture(nullptr), -3);
+    EXPECT_EQ(panorama_engine_cancel_process(nullptr), -3);
+    panorama_engine_cancel_process_async(nullptr);
+    EXPECT_EQ(panorama_engine_check_ready_to_destroy(nullptr), -3);
+    const LogCapture log;
+    EXPECT_EQ(panorama_engine_process_synthesis(nullptr), -3);
+    EXPECT_EQ(log.progress(), Lines{"panorama_engine_process_synthesis: process_synthesis()"});
     const int32_t version[] = {1, 0, 2, 0};
     EXPECT_TRUE(std::equal(version, version + 4, panorama_engine_get_version()));
-}
-
-TEST(EngineLife, InitRestoresEverythingButStrictMode)
-{
-    TestEngine engine;
-    panorama_engine_set_param(engine.pe, 0, 1);
-    panorama_engine_set_param(engine.pe, 2, 50);
-    const NoisePicture first(96, 64, 0, 0);
-    ASSERT_EQ(engine.take(first.img, {0, 0}), 1);
-    engine->cancel_requested = 1;
-    const LogCapture log;
-    EXPECT_EQ(panorama_engine_init(engine.pe), 0);
-    EXPECT_EQ(log.progress(), Lines{"panorama_engine_init: panorama_engine_init() status = 2"});
-    EXPECT_EQ(panorama_engine_get_process_status(engine.pe), kStatusIdle);
-    EXPECT_EQ(panorama_engine_get_param(engine.pe, 2), 70);
-    EXPECT_EQ(engine->strict_mode, 1);
-    EXPECT_TRUE(engine->max_images == 10 && engine->count == 0 && engine->inv_scale == 1.0F);
-    EXPECT_TRUE(engine->frames[0].data == nullptr && engine->preview_prev == nullptr);
-    EXPECT_TRUE(engine->image_state[0] == kSlotEmpty && engine->cancel_requested == 0);
-    PanoramaInternal* none = nullptr;
-    panorama_engine_destroy(&none);
-    panorama_engine_destroy(nullptr);
     PanoramaSave_SetCallBacks(nullptr, nullptr, nullptr);
-}
-
-// The frames stand still, so the motion is what the context already holds.
-TEST(EngineDetection, DecidesDirectionAndTrigger)
-{
-    using Row = std::array<int32_t, 6>;  // strict, direction, motion x and y; due, direction
-    // The direction is decided beyond 112 pixels, by the longer side; ties are horizontal.
-    const Row decided[] = {{0, 0, 68, 90, 0, 3},    {0, 0, 112, 0, 0, 0},  {0, 0, -200, 10, 0, 2},
-                           {0, 0, 50, -200, 0, 4},  {0, 0, 50, 200, 0, 3}, {0, 0, 100, 100, 0, 1},
-                           {0, 0, -100, 100, 0, 2}, {0, 0, 400, 0, 1, 1}};
-    // A picture is due from 384 - 24 or 288 - 18 pixels on, however far.
-    const Row due[] = {{0, 1, 359, 0, 0, 1},  {0, 1, 360, 0, 1, 1},  {0, 1, 900, 500, 1, 1},
-                       {0, 2, -359, 0, 0, 2}, {0, 2, -360, 0, 1, 2}, {0, 3, 0, 269, 0, 3},
-                       {0, 3, 0, 270, 1, 3},  {0, 4, 0, -269, 0, 4}, {0, 4, 0, -270, 1, 4}};
-    // Strictly: within a band, and with little drift.
-    const Row strictly[] = {{1, 1, 320, 0, 0, 1},  {1, 1, 321, 0, 1, 1},   {1, 1, 400, 47, 1, 1},
-                            {1, 1, 400, 48, 0, 1}, {1, 1, 447, -47, 1, 1}, {1, 1, 448, 0, 0, 1},
-                            {1, 2, -321, 0, 1, 2}, {1, 2, -448, 0, 0, 2},  {1, 3, 63, 241, 1, 3},
-                            {1, 3, 64, 241, 0, 3}, {1, 4, 0, -336, 0, 4},  {1, 4, 0, -335, 1, 4}};
-    std::vector<Row> rows(std::begin(decided), std::end(decided));
-    rows.insert(rows.end(), std::begin(due), std::end(due));
-    rows.insert(rows.end(), std::begin(strictly), std::end(strictly));
-    const TestImg first(kPanoGray, 1280, 960);
-    for (const auto& [strict, direction, x, y, want, want_direction] : rows) {
-        TestEngine engine;
-        panorama_engine_set_param(engine.pe, 0, strict);
-        ASSERT_EQ(panorama_engine_start_capture(engine.pe, &first.img), 0);
-        EXPECT_TRUE(engine->inv_scale == 4.0F && engine->small_width == 320 && engine->small_height == 240);
-        engine->direction = direction;
-        engine->offset_x = x;
-        engine->offset_y = y;
-        EXPECT_EQ(panorama_engine_process_frame(engine.pe, &first.img), want)
-            << direction << ": " << x << "," << y;
-        EXPECT_EQ(engine->direction, want_direction) << x << "," << y;
-        EXPECT_EQ(engine->offset_x, x);
-    }
-}
-
-TEST(EngineDetection, CountsMotionOfEveryFormatAndRebasesOnPreviews)
-{
-    const struct {
-        int32_t format;
-        ozr_point step;
-        const char* direction;
-    } cases[] = {{kPanoGray, {5, 0}, "RIGHT"},
-                 {kPanoNv12, {-5, 0}, "LEFT"},
-                 {kPanoYuyv, {0, 5}, "DOWN"},
-                 {kPanoGray, {0, -5}, "UP"}};
-    for (const auto& [format, step, direction] : cases) {
-        SCOPED_TRACE(direction);
-        const NoisePicture first(640, 480, 0, 0);
-        TestEngine engine;
-        ASSERT_EQ(panorama_engine_start_capture(engine.pe, &first.img), 0);
-        LogCapture log;
-        for (int32_t i = 0; i <= 6; ++i) {
-            const ozr_point at = {i * step.x, i * step.y};
-            const TestImg frame(format, 320, 240);
-            fill_luma(frame.img, [=](int32_t x, int32_t y) {
-                return noise((x + at.x + 100) / 4, (y + at.y + 100) / 4);
-            });
-            ASSERT_EQ(panorama_engine_process_frame(engine.pe, &frame.img), 0);
-            // The first frame has another size than the picture: no motion, new targets.
-            EXPECT_TRUE(engine->offset_x == at.x && engine->offset_y == at.y) << i;
-            EXPECT_TRUE(engine->ref_width == 320 && engine->target_x == 96 && engine->inv_scale == 1.0F);
-            EXPECT_EQ(engine->direction_threshold, 784);
-        }
-        EXPECT_EQ(log.progress(),
-                  Lines{std::string("panorama_engine_process_frame: direction = PANO_DIR_") + direction});
-    }
-}
-
-TEST(EngineDetection, RefusalsInOrderAndTheEndOfAFullSweep)
-{
-    TestEngine engine;
-    TestImg gray(kPanoGray, 64, 48), nv21(kPanoNv21, 64, 48);
-    PanoImg empty = gray.img;
-    empty.data = nullptr;
-    EXPECT_EQ(panorama_engine_process_frame(engine.pe, &empty), kPanoNullArgument);
-    EXPECT_EQ(panorama_engine_process_frame(engine.pe, &gray.img), kPanoWrongState);
-    EXPECT_EQ(panorama_engine_start_capture(engine.pe, &empty), kPanoNullArgument);
-    EXPECT_EQ(panorama_engine_start_capture(engine.pe, &nv21.img), kPanoNotSupported);
-    EXPECT_EQ(engine->status, kStatusIdle);
-    for (const auto& size : {ozr_point{0, 48}, {64, -1}, {60000, 48}, {30000, 30}}) {
-        PanoImg wild = gray.img;
-        wild.width = size.x;
-        wild.height = size.y;
-        EXPECT_EQ(panorama_engine_start_capture(engine.pe, &wild), kPanoBadArgument);
-    }
-    ASSERT_EQ(panorama_engine_start_capture(engine.pe, &gray.img), 0);
-    EXPECT_EQ(panorama_engine_start_capture(engine.pe, &gray.img), kPanoWrongState);
-    EXPECT_EQ(panorama_engine_process_frame(engine.pe, &nv21.img), kPanoNotSupported);
-    PanoImg narrow = gray.img;
-    narrow.stride = 63;
-    EXPECT_EQ(panorama_engine_process_frame(engine.pe, &narrow), kPanoBadArgument);
-    engine->count = 10;
-    EXPECT_EQ(panorama_engine_process_frame(engine.pe, &gray.img), 0);
-    EXPECT_EQ(engine->status, kStatusStopped);
-}
-
-TEST(EngineIntake, RefusalsMarkTheSlot)
-{
-    const auto nothing = [](PanoramaInternal*, PanoImg*) {};
-    const auto cancel = [](PanoramaInternal* pe, PanoImg*) { pe->cancel_requested = 1; };
-    const struct {
-        const char* what;
-        int32_t index;
-        void (*break_it)(PanoramaInternal* pe, PanoImg* picture);
-        int32_t want, want_state;
-    } cases[] = {
-        {"reserved slot", 0, nothing, 1, kSlotAdded},
-        {"cancelled", 0, cancel, kPanoCancelled, kSlotCancelled},
-        {"below the slots", -1, nothing, kPanoBadArgument, -1},
-        {"beyond the pictures", 9, [](auto pe, auto) { pe->max_images = 9; }, kPanoBadArgument, kSlotFailed},
-        {"beyond the slots", 10, nothing, kPanoBadArgument, -1},
-        {"far beyond the slots, cancelled", 4000, cancel, kPanoCancelled, -1},
-        {"stopped", 0, [](auto pe, auto) { pe->status = kStatusStopped; }, kPanoWrongState, kSlotFailed},
-        {"not reserved", 1, nothing, kPanoWrongState, kSlotFailed},
-        {"not NV12", 0, [](auto, auto picture) { picture->format = kPanoNv21; }, kPanoNotSupported,
-         kSlotFailed},
-        {"no pixels", 0, [](auto, auto picture) { picture->data = nullptr; }, kPanoNoMemory, kSlotFailed},
-    };
-    const NoisePicture first(96, 64, 0, 0);
-    const ozr_point offset = {3, 4};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        TestEngine engine;
-        ASSERT_EQ(panorama_engine_start_capture(engine.pe, &first.img), 0);
-        ASSERT_EQ(panorama_engine_prepare_stitch(engine.pe), 0);
-        PanoImg picture = first.img;
-        c.break_it(engine.pe, &picture);
-        EXPECT_EQ(panorama_engine_set_image(engine.pe, &picture, c.index, &offset), c.want);
-        EXPECT_EQ(c.want_state < 0 ? -1 : engine->image_state[c.index], c.want_state);
-    }
-    TestEngine engine;
-    EXPECT_EQ(panorama_engine_set_image(nullptr, &first.img, 0, &offset), kPanoNullArgument);
-    EXPECT_EQ(panorama_engine_set_image(engine.pe, nullptr, 0, &offset), kPanoNullArgument);
-    EXPECT_EQ(panorama_engine_set_image(engine.pe, &first.img, 0, nullptr), kPanoNullArgument);
-    EXPECT_EQ(panorama_engine_prepare_stitch(nullptr), kPanoBadArgument);
-    for (int32_t i = 0; i < 10; ++i)
-        EXPECT_EQ(panorama_engine_prepare_stitch(engine.pe), i);
-    EXPECT_EQ(panorama_engine_prepare_stitch(engine.pe), kPanoTooManyPictures);
-    EXPECT_EQ(panorama_engine_stop_capture(engine.pe), kPanoWrongState);
-    EXPECT_EQ(panorama_engine_prepare_stitch((engine->status = kStatusComposed, engine.pe)), kPanoWrongState);
-}
-
-TEST(EngineIntake, ScalesAndTurnsOffsets)
-{
-    // Detection at 48 x 32, pictures of 96 x 64: the core is told twice the offset. Where the search misses, it reports
-    // that nothing was found, so the first offset that misses tells what arrived: 96 + 9 pixels ahead is out of reach.
-    for (int32_t direction : {kDirectionRight, kDirectionLeft, kDirectionDown, kDirectionUp}) {
-        const bool vertical = ozr::is_vertical(direction);
-        const int32_t side = vertical ? 64 : 96;
-        const int32_t sign = direction == kDirectionRight || direction == kDirectionDown ? 1 : -1;
-        // The search begins a tenth of the side before the expected position.
-        const int32_t last_reached = (side - 1 + side / 10) / 2;
-        for (int32_t along : {last_reached, last_reached + 1}) {
-            SCOPED_TRACE(testing::Message() << "direction " << direction << " offset " << along);
-            const NoisePicture first(96, 64, 0, 0), second(96, 64, 20, 20);
-            TestEngine engine(first.img, direction);
-            engine->ref_width = 48;
-            engine->ref_height = 32;
-            const ozr_point offset = vertical ? ozr_point{0, sign * along} : ozr_point{sign * along, 0};
-            ASSERT_EQ(engine.take(second.img, offset), 2);
-            const bool forward = direction == kDirectionRight || direction == kDirectionUp;
-            EXPECT_EQ(engine->core->width, side);
-            EXPECT_EQ(engine->core->forward, forward ? 1 : 0);
-            EXPECT_EQ(engine->core->offsets[forward ? 1 : 0].score == -1, along > last_reached);
-        }
-    }
-}
-
-TEST(EngineIntake, RefusesOffsetsThatCannotBeScaled)
-{
-    const NoisePicture first(96, 64, 0, 0);
-    for (const ozr_point& offset : {ozr_point{INT32_MAX, 0}, {0, INT32_MIN}}) {
-        TestEngine engine(first.img, kDirectionRight);
-        engine->ref_width = 48;
-        EXPECT_EQ(engine.take(first.img, offset), kPanoBadArgument);
-        EXPECT_EQ(engine->image_state[1], kSlotFailed);
-        EXPECT_EQ(engine->frame_present[0], 0);
-    }
-    TestEngine idle;  // never started: there is no size to scale from
-    for (int32_t i = 0; i < 2; ++i)
-        panorama_engine_prepare_stitch(idle.pe);
-    const ozr_point origin = {0, 0};
-    EXPECT_EQ(panorama_engine_set_image(idle.pe, &first.img, 0, &origin), 2);
-    EXPECT_EQ(panorama_engine_set_image(idle.pe, &first.img, 1, &origin), kPanoBadArgument);
-}
-
-// What a picture's record does not own is taken for zeros, even where memory follows.
-TEST(EngineIntake, ReadsNoFurtherThanTheSize)
-{
-    const NoisePicture first(96, 64, 0, 0);
-    PanoImg half = first.img;
-    half.size = 96 * 64 + 96 * 16;
-    for (const PanoImg& picture : {first.img, half}) {
-        TestEngine engine(first.img, kDirectionRight);
-        ASSERT_EQ(engine.take(picture, {30, 0}), 2);
-        EXPECT_EQ(ozr::pano_chroma_row(&engine->core->frames[1], 0)[0], 128);
-        EXPECT_EQ(ozr::pano_chroma_row(&engine->core->frames[1], 31)[0],
-                  picture.size < first.img.size ? 0 : 128);
-    }
-}
-
-TEST(EngineIntake, PicturesStayWithoutADirectionAndWaitForTheFirst)
-{
-    const NoisePicture first(96, 64, 0, 0), second(96, 64, 30, 0);
-    TestEngine undecided(first.img, kDirectionUndecided);
-    ASSERT_EQ(undecided.take(second.img, {30, 0}), 2);
-    EXPECT_EQ(undecided->frames[0].data, nullptr);
-    EXPECT_TRUE(undecided->frame_present[0] == 0 && undecided->frame_present[1] == 1);
-    EXPECT_EQ(undecided->image_state[1], kSlotAdded);
-    EXPECT_EQ(memcmp(undecided->frames[1].data, second.img.data, static_cast<size_t>(second.img.size)), 0);
-
-    TestEngine busy(first.img, kDirectionRight);
-    busy->frame_present[0] = 0;
-    EXPECT_EQ(busy.take(second.img, {30, 0}), kPanoPictureBusy);
-    EXPECT_EQ(busy->image_state[1], kSlotAdding);
-    EXPECT_EQ(panorama_engine_check_ready_to_destroy(busy.pe), kPanoPictureBusy);
-    EXPECT_EQ(panorama_engine_cancel_process(busy.pe), kPanoCancelTimeout);
-    EXPECT_EQ(busy->cancel_requested, 1);
-    EXPECT_EQ(panorama_engine_init(busy.pe), 0);
-}
-
-TEST(EngineCancel, AnswersByStatus)
-{
-    TestEngine engine;
-    EXPECT_EQ(panorama_engine_cancel_process(nullptr), kPanoNullArgument);
-    panorama_engine_cancel_process_async(nullptr);
-    EXPECT_EQ(panorama_engine_check_ready_to_destroy(nullptr), kPanoNullArgument);
-    EXPECT_EQ(panorama_engine_cancel_process(engine.pe), kPanoWrongState);
-    panorama_engine_cancel_process_async(engine.pe);
-    EXPECT_EQ(engine->cancel_requested, 0);
-    engine->status = kStatusCancelled;
-    EXPECT_EQ(panorama_engine_cancel_process(engine.pe), 0);
-    engine->status = kStatusCapturing;
-    EXPECT_EQ(panorama_engine_check_ready_to_destroy(engine.pe), 0);
-    EXPECT_EQ(panorama_engine_cancel_process(engine.pe), kPanoWrongState);
-    EXPECT_EQ(engine->cancel_requested, 0);
-    EXPECT_EQ(engine->core->cancel, 1);  // only a new core forgets the request
-    panorama_engine_cancel_process_async(engine.pe);
-    EXPECT_EQ(engine->cancel_requested, 1);
-    engine->status = kStatusStopped;
-    EXPECT_EQ(panorama_engine_check_ready_to_destroy(engine.pe), kPanoSynthesisRunning);
-    LogCapture log;
-    EXPECT_EQ(panorama_engine_cancel_process(engine.pe), kPanoCancelTimeout);
-    EXPECT_EQ(log.progress().size(), 101U);
-    EXPECT_EQ(log.progress()[1], "panorama_engine_cancel_process: wait canceling synthesis process....");
-}
-
-TEST(EngineSynthesis, ASinglePictureIsCopied)
-{
-    const NoisePicture only(90, 60, 0, 0);
-    TestEngine engine(only.img, kDirectionUndecided);
-    ASSERT_EQ(panorama_engine_stop_capture(engine.pe), 0);
-    ASSERT_EQ(panorama_engine_stop_capture(engine.pe), 0);
-    LogCapture log;
-    ASSERT_EQ(panorama_engine_process_synthesis(engine.pe), 0);
-    EXPECT_EQ(log.progress(), Lines{"panorama_engine_process_synthesis: process_synthesis()"});
-    EXPECT_EQ(engine->status, kStatusComposed);
-    EXPECT_EQ(engine->frame_present[0], 0);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(engine->out_img.data) % 4096, 0U);
-    EXPECT_EQ(memcmp(engine->out_img.data, only.img.data, static_cast<size_t>(only.img.size)), 0);
-    EXPECT_EQ(panorama_engine_process_synthesis(engine.pe), kPanoWrongState);
-    EXPECT_EQ(engine->status, kStatusFailed);
-}
-
-TEST(EngineSynthesis, ComposesBothWaysAndTurnsVerticalSweepsBack)
-{
-    for (int32_t direction : {kDirectionRight, kDirectionUp}) {
-        const bool vertical = direction == kDirectionUp;
-        const ozr_point step = vertical ? ozr_point{0, -30} : ozr_point{30, 0};
-        const NoisePicture first(96, 96, 0, 0), second(96, 96, step.x, step.y);
-        TestEngine engine(first.img, direction);
-        ASSERT_EQ(engine.take(second.img, step), 2);
-        ASSERT_EQ(panorama_engine_stop_capture(engine.pe), 0);
-        LogCapture log;
-        ASSERT_EQ(panorama_engine_process_synthesis(engine.pe), 0);
-        const PanoImg& out = engine->out_img;
-        EXPECT_GE(vertical ? out.height : out.width, 112);
-        EXPECT_LE(vertical ? out.width : out.height, 96);
-        const std::string tag = "panorama_engine_process_synthesis: ",
-                          size = std::to_string(out.width) + "x" + std::to_string(out.height);
-        char block[64];
-        snprintf(block, sizeof(block), "Original Pointer : 0x%X",
-                 static_cast<uint32_t>(reinterpret_cast<uintptr_t>(engine->out_raw)));
-        EXPECT_EQ(log.progress(), (Lines{tag + "process_synthesis()",
-                                         "panorama_core_panorama: start synthesis 2 image(s), (size: 96x96)",
-                                         tag + block, tag + "out_img size = " + size, tag + "return = 0",
-                                         tag + "process_synthesis end pe->status = 4 "}));
-    }
-}
-
-// The second picture lies too far off: the first is the panorama. Its odd sizes leave chroma that no turn reaches.
-TEST(EngineSynthesis, WritesAllOfWhatIsLeftOfASweep)
-{
-    for (int32_t direction : {kDirectionRight, kDirectionDown}) {
-        const ozr_point off = direction == kDirectionRight ? ozr_point{0, 5000} : ozr_point{5000, 0};
-        const NoisePicture first(101, 99, 0, 0), second(101, 99, 20, 20);
-        std::vector<uint8_t> panoramas[2];
-        for (std::vector<uint8_t>& panorama : panoramas) {
-            TestEngine engine(first.img, direction);
-            ASSERT_EQ(engine.take(second.img, off), 2);
-            ASSERT_EQ(panorama_engine_stop_capture(engine.pe), 0);
-            mallopt(M_PERTURB, &panorama == panoramas ? 85 : 170);  // what new memory holds
-            EXPECT_EQ(panorama_engine_process_synthesis(engine.pe), 0);
-            mallopt(M_PERTURB, 0);
-            const PanoImg& out = engine->out_img;
-            EXPECT_EQ(out.size, out.height * out.stride * 3 / 2);
-            panorama.assign(out.data, out.data + out.size);
-        }
-        EXPECT_EQ(panoramas[0], panoramas[1]) << direction;
-    }
-}
-
-TEST(EngineSynthesis, KeepsTheStrideOfTheOnlyPictureLeft)
-{
-    const NoisePicture first(96, 96, 0, 0), second(96, 96, 20, 20);
-    TestEngine engine(first.img, kDirectionRight);
-    ASSERT_EQ(engine.take(second.img, {0, 5000}), 2);
-    PanoImg& left = engine->core->frames[0];
-    left.width = 80;
-    ASSERT_EQ(panorama_engine_stop_capture(engine.pe), 0);
-    ASSERT_EQ(panorama_engine_process_synthesis(engine.pe), 0);
-    const PanoImg& out = engine->out_img;
-    EXPECT_EQ(out.width, 80);
-    ASSERT_EQ(out.stride, left.stride);
-    ASSERT_EQ(out.size, left.size);
-    EXPECT_EQ(memcmp(out.data, left.data, static_cast<size_t>(left.size)), 0);
-}
-
-TEST(EngineSynthesis, FailuresSetTheStatus)
-{
-    const struct {
-        const char* what;
-        void (*break_it)(PanoramaInternal* pe);
-        int32_t want, status;
-    } cases[] = {
-        {"capturing", [](auto pe) { pe->status = kStatusCapturing; }, kPanoWrongState, kStatusFailed},
-        {"nothing reserved", [](auto pe) { pe->count = 0; }, kPanoWrongState, kStatusFailed},
-        {"nothing added", [](auto pe) { pe->image_state[0] = pe->image_state[1] = kSlotFailed; },
-         kPanoWrongState, kStatusFailed},
-        {"one added, gone to the core", [](auto pe) { pe->image_state[1] = kSlotFailed; }, kPanoPictureBusy,
-         kStatusFailed},
-        {"cancelled before", [](auto pe) { pe->cancel_requested = 1; }, kPanoCancelled, kStatusCancelled},
-        {"cancelled in the core", [](auto pe) { pe->core->cancel = 1; }, kPanoCancelled, kStatusCancelled},
-        {"not aligned", [](auto pe) { pe->core->aligned[1] = 0; }, kPanoPictureMissing, kStatusFailed},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        const NoisePicture first(96, 64, 0, 0), second(96, 64, 30, 0);
-        TestEngine engine(first.img, kDirectionRight);
-        ASSERT_EQ(engine.take(second.img, {30, 0}), 2);
-        ASSERT_EQ(panorama_engine_stop_capture(engine.pe), 0);
-        c.break_it(engine.pe);
-        EXPECT_EQ(panorama_engine_process_synthesis(engine.pe), c.want);
-        EXPECT_EQ(engine->status, c.status);
-        EXPECT_EQ(engine->out_img.data, nullptr);
-    }
-    EXPECT_EQ(panorama_engine_process_synthesis(nullptr), kPanoNullArgument);
 }

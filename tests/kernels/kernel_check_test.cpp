@@ -379,6 +379,20 @@ TEST(KernelCheck, LevelsMakeTheSamePanorama)
     for (const Kernels* level : levels_of_this_machine())
         std::cout << "run on this machine: " << level->level << "\n";
     set_for_test(nullptr);
+}
+
+// A level is chosen only with all of its features, whatever this machine has.
+TEST(KernelCheck, LevelsAreChosenByAllOfTheirFeatures)
+{
+    std::vector<const Kernels*> want = {&kScalarKernels};  // by sets of features
+#if defined(__i386__) || defined(__x86_64__)
+    constexpr uint32_t kSse2 = 1, kSsse3 = 2, kAvx2 = 4;
+    want.resize(8, &kScalarKernels);
+    want[kSse2] = want[kSse2 + kAvx2] = &kSse2Kernels;
+    want[kSse2 + kSsse3] = &kSsse3Kernels;
+    want[kSse2 + kSsse3 + kAvx2] = &kAvx2Kernels;
+#endif
+    for (uint32_t features = 0; features < want.size(); ++features)
+        EXPECT_EQ(best_for(features), want[features]) << features;
     EXPECT_EQ(kLevels[0], &kScalarKernels);
-    EXPECT_EQ(best_for(0), &kScalarKernels);
 }

@@ -122,46 +122,6 @@ TEST(Faults, EveryAllocationOfASweepMayFail)
     }
 }
 
-TEST(Faults, CreateAndResetNameWhatFailed)
-{
-    const std::string nomem = "ozr_err_nomem: ", session = nomem + " @ panorama_t",
-                      engine = nomem + " @ create_panorama_engine",
-                      handle = nomem + "from self = (ozr_panorama_internal_t*)ozr_calloc(1, "
-                                       "sizeof(ozr_panorama_internal_t)) @ ozr_panorama_create",
-                      create = nomem + "from create_panorama_engine(ozr_pano_config, &self->panorama) @ "
-                                       "ozr_panorama_create";
-    const Chain built = {session, engine, create};  // configuration, parameters, engine, core
-    const Chain chains[] = {{handle}, {engine, create}, built, built, built, built};
-    int64_t failing = 0;
-    for (const Chain& chain : chains) {
-        SCOPED_TRACE(++failing);
-        const LogCapture log;
-        const WrappedHeap heap(failing);
-        ozr_panorama* pano = reinterpret_cast<ozr_panorama*>(&failing);
-        EXPECT_EQ(ozr_panorama_create(nullptr, &pano), ozr_err_nomem);
-        EXPECT_EQ(pano, nullptr);
-        EXPECT_EQ(log.chain(), chain);
-        EXPECT_EQ(heap.live_blocks(), 0);
-    }
-    NoiseSweep sweep(kDirectionRight, 96, 32);
-    const WrappedHeap balance;
-    const Handle owner = create_panorama();
-    ozr_panorama* const pano = owner.get();
-    EXPECT_EQ(balance.allocations(), failing);
-    EXPECT_FALSE(sweep.whole(pano).empty());
-    {
-        const LogCapture log;
-        WrappedHeap heap(1);
-        EXPECT_EQ(ozr_panorama_reset(pano), ozr_err_nomem);
-        const Chain chain = {nomem + " @ reset", nomem + "from self->panorama->reset() @ ozr_panorama_reset"};
-        EXPECT_EQ(log.chain(), chain);
-        for (int32_t step = 0; step < NoiseSweep::kSteps; ++step)
-            EXPECT_LT(sweep.call(pano, step), 0);  // refused: there is no engine
-    }
-    EXPECT_EQ(ozr_panorama_reset(pano), ozr_success);
-    EXPECT_FALSE(sweep.whole(pano).empty());
-}
-
 TEST(Faults, ImagesNameWhatFailed)
 {
     const std::string nomem = "ozr_err_nomem: from ";

@@ -1,10 +1,14 @@
 // The session object: wrapping, counting, derived offsets and the mapping of results.
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <vector>
+
 #include "session/calls.h"
 #include "session/panorama.h"
 #include "support/engines.h"
 #include "support/log_capture.h"
+#include "support/sleeps.h"
 
 namespace
 {
@@ -49,69 +53,25 @@ TEST(Session, SetParametersSurvivesACallWithoutObject)
     EXPECT_EQ(log.chain(), Chain{"ozr_err_invalid_argument:  @ set_parameters"});
 }
 
-TEST(Session, DerivesOffsetsFromTheOverlap)
+TEST(Session, ACachedMaximumOfNoneSetsNoLimit)
 {
-    const struct {
-        int32_t overlap, direction, width, height;
-        ozr_point want;
-    } cases[] = {
-        {70, 1, 1000, 750, {300, 0}},  {70, 2, 1000, 750, {-300, 0}}, {70, 3, 1000, 750, {0, 225}},
-        {70, 4, 1000, 750, {0, -225}}, {55, 2, 101, 76, {-45, 0}},    {90, 4, 128, 99, {0, -9}},
-    };
-    for (const auto& c : cases) {
-        const Session session;
-        panorama_param_t p = {0, 10, c.overlap, static_cast<ozr_panorama_direction>(c.direction)};
-        ASSERT_EQ(session->set_parameters(&p), ozr_success);
-        const TestImg img(kPanoNv12, c.width, c.height);
-        ozr_image picture = img.as_public(ozr_image_format_nv12);
-        const ozr_point given = {7, 8};
-        ASSERT_EQ(session->stitch_one_image(&picture, &given), ozr_success);
-        EXPECT_EQ(session->engine->offsets[0].x, 0);  // the first picture's offset is not asked for
-        ASSERT_EQ(session->stitch_one_image(&picture, nullptr), ozr_success);
-        EXPECT_EQ(session->engine->offsets[1].x, c.want.x);
-        EXPECT_EQ(session->engine->offsets[1].y, c.want.y);
-        ASSERT_EQ(session->stitch_one_image(&picture, &given), ozr_success);
-        EXPECT_EQ(session->engine->offsets[2].y, 8);
-    }
-}
-
-TEST(Session, AnnouncesOneLessThanTheCachedMaximum)
-{
-    for (const auto& [cached, want_last] :
-         {std::pair(4, 3), {1, 0}, {0, 12}}) {  // a maximum of 0 sets no limit
-        const Session session;
-        const TestImg img(kPanoGray, 64, 48);
-        const ozr_image frame = img.as_public(ozr_image_format_gray);
-        panorama_engine_start_capture(session->engine, &img.img);
-        session->engine->direction = kDirectionRight;
-        session->params->max_num_images = cached;
-        for (int32_t i = 0; i < 12; ++i) {
-            session->engine->offset_x = 1000;
-            ozr_point offset = {};
-            ozr_panorama_direction direction = ozr_panorama_direction_auto;
-            EXPECT_EQ(session->detect_frame_to_stitch(&frame, &offset, direction), i < want_last ? i + 1 : 0);
-            EXPECT_TRUE(offset.x == 1000 && direction == ozr_panorama_direction_right);
-            EXPECT_EQ(session->engine->offset_x, 0);
-        }
-    }
-}
-
-TEST(Session, MapsFormatsInAndOut)
-{
-    // Frames: only grey, YV12, NV12 and YUY2 (and unknown formats, taken as grey) can be followed.
-    const ozr_err followed[] = {0, 0, 0, ozr_err_not_supported, 0, ozr_err_not_supported, 0};
-    const TestImg img(kPanoRgba, 64, 48);
-    PanoImg gray = img.img;
-    gray.format = kPanoGray;
-    for (int32_t format = 0; format <= 6; ++format) {
-        const Session session;
-        ASSERT_EQ(panorama_engine_start_capture(session->engine, &gray), 0);
-        const ozr_image frame = img.as_public(static_cast<ozr_image_format>(format));
+    const Session session;
+    const TestImg img(kPanoGray, 64, 48);
+    const ozr_image frame = img.as_public(ozr_image_format_gray);
+    panorama_engine_start_capture(session->engine, &img.img);
+    session->engine->direction = kDirectionRight;
+    session->params->max_num_images = 0;
+    for (int32_t i = 1; i <= 12; ++i) {
+        session->engine->offset_x = 1000;
         ozr_point offset = {};
         ozr_panorama_direction direction = ozr_panorama_direction_auto;
-        EXPECT_EQ(session->detect_frame_to_stitch(&frame, &offset, direction), followed[format]);
+        EXPECT_EQ(session->detect_frame_to_stitch(&frame, &offset, direction), i);
     }
-    // The panorama: a single picture comes back in its own format; 24-bit colour has no public name.
+}
+
+TEST(Session, MapsTheFormatOfThePanorama)
+{
+    // A single picture comes back in its own format; 24-bit colour has no public name.
     const int32_t formats[] = {2, 0, 5, 4, 2, 3};
     for (int32_t working : {0, 1, 2, 4, 5}) {
         const Session session;
@@ -129,32 +89,60 @@ TEST(Session, MapsFormatsInAndOut)
     }
 }
 
-TEST(Session, ResetKeepsTheCachedDirectionButNotTheOverlap)
+// Of a call that has just begun a sweep, or its composition, when the first request came, or was in its midst.
+TEST(Session, ResetRepeatsItsRequestUntilTheCallHasLeft)
 {
-    const Session session;
-    const panorama_param_t p = {1, 4, 55, ozr_panorama_direction_left};
-    ASSERT_EQ(session->set_parameters(&p), ozr_success);
-    EXPECT_EQ(session->engine->strict_mode, 0);  // cached, not sent
-    ASSERT_EQ(session->reset(), ozr_success);
-    EXPECT_EQ(panorama_engine_get_param(session->engine, 2), 70);
-    EXPECT_EQ(session->params->overlap_percent, 55);
-    EXPECT_EQ(session->get_direction(), ozr_panorama_direction_auto);
-    const TestImg img(kPanoNv12, 64, 48);
-    ozr_image picture = img.as_public(ozr_image_format_nv12);
-    ASSERT_EQ(session->stitch_one_image(&picture, nullptr), ozr_success);
-    EXPECT_EQ(session->get_direction(), ozr_panorama_direction_left);
+    static PanoramaInternal* engine;
+    static int32_t becomes;
+    static std::unique_ptr<ozr::session::Call> inside;
+    static bool leaves;
+    const struct {
+        int32_t status, becomes;
+        int64_t waited;
+    } cases[] = {
+        {kStatusIdle, kStatusCapturing, 10}, {kStatusIdle, kStatusStopped, 10}, {kStatusStopped, 0, 5}};
+    for (const auto& c : cases) {
+        for (bool stays : {true, false}) {
+            const Session session;
+            engine = session->engine;
+            engine->status = c.status;
+            becomes = c.becomes;
+            leaves = !stays;
+            inside = std::make_unique<ozr::session::Call>(session.session.get());
+            const LogCapture log;
+            const Sleeps sleeps([] {
+                if (engine->cancel_requested == 0) {
+                    engine->status = becomes;
+                } else if (leaves) {
+                    inside = nullptr;
+                    engine->status = kStatusCancelled;
+                }
+            });
+            EXPECT_EQ(session->reset(), stays ? ozr_err_invalid_status : ozr_success);
+            EXPECT_EQ(sleeps.milliseconds(), stays ? 1000 : c.waited);
+            EXPECT_EQ(log.chain(),
+                      stays ? Chain{"ozr_err_invalid_status: from cancel_processes() @ reset"} : Chain{});
+            EXPECT_EQ(log.progress().size(), stays ? 1U : 2U);  // asked once, as far as the log tells
+            inside = nullptr;
+            engine->status = kStatusIdle;
+        }
+    }
 }
 
-TEST(Session, ResetGivesUpOnWorkThatDoesNotEnd)
+TEST(Session, CallsAreAtWorkInTheirOwnSessionFromFirstToLast)
 {
-    const Session session;
-    session->engine->status = kStatusStopped;  // stopped and never composed
-    const ozr::session::Call call(session.session.get());
-    LogCapture log;
-    EXPECT_EQ(session->reset(), ozr_err_invalid_status);
-    EXPECT_EQ(log.chain(), Chain{"ozr_err_invalid_status: from cancel_processes() @ reset"});
-    EXPECT_EQ(log.progress().size(), 1U);  // asked once, as far as the log tells
-    session->engine->status = kStatusIdle;
+    const Session session, other;
+    const panorama_t* own = session.session.get();
+    std::vector<std::unique_ptr<ozr::session::Call>> calls;
+    for (int32_t i = 0; i < 65; ++i) {  // the last finds no place
+        calls.push_back(std::make_unique<ozr::session::Call>(i == 63 ? own : other.session.get()));
+        EXPECT_EQ(ozr::session::is_at_work(own), i >= 63);
+    }
+    for (int32_t i = 0; i < 65; ++i) {
+        EXPECT_EQ(ozr::session::is_at_work(own), i <= 63);
+        calls[static_cast<size_t>(i)].reset();
+    }
+    EXPECT_FALSE(ozr::session::is_at_work(other.session.get()));
 }
 
 TEST(Session, RefusesPlanesBeyondThirtyTwoBits)

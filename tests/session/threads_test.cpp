@@ -33,7 +33,7 @@ void meet(int64_t allocation)
     if (allocation != g_meeting)
         return;
     g_met = true;
-    const Clock::time_point end = Clock::now() + std::chrono::seconds(1);
+    const Clock::time_point end = Clock::now() + std::chrono::seconds(60);
     while (g_core.load()->cancel == 0 && Clock::now() < end)
         std::this_thread::yield();
 }
@@ -75,7 +75,6 @@ std::pair<ozr_err, int32_t> disturbed_call(NoiseSweep* sweep, ozr_panorama* pano
         while (meeting == 0 && Clock::now() < begun + delay)
             std::this_thread::yield();
         outcome.second = disturb(pano, disturbance);
-        EXPECT_LT(Clock::now() - begun, std::chrono::seconds(20));
     });
     while (!ready)
         std::this_thread::yield();
@@ -108,7 +107,6 @@ TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
         allocations[step] = heap.allocations();
     }
     ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
-    int32_t interrupted = 0;
     Random random(kSeed);
     for (int32_t round = 0; round < kRounds && !testing::Test::HasFailure(); ++round) {
         const int32_t disturbed_step = NoiseSweep::kFirst + round % (NoiseSweep::kSteps - NoiseSweep::kFirst);
@@ -124,8 +122,8 @@ TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
             ASSERT_GE(sweep.call(pano, step), 0);
         const auto& [work, disturbed] = disturbed_call(&sweep, pano, disturbed_step, disturbance, meeting,
                                                        lasts[disturbed_step] * share / 100);
-        EXPECT_TRUE(work >= 0 || work == ozr_err_invalid_status) << work;
-        interrupted += work < 0 ? 1 : 0;
+        // A request in the midst of the work, before its last look, ends it; others may come too late.
+        EXPECT_EQ(work, work < 0 || meets ? ozr_err_invalid_status : work);
         if (disturbance == kReset)
             EXPECT_EQ(disturbed, ozr_success);
         else if (disturbance == kDestroy)
@@ -135,7 +133,6 @@ TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
         EXPECT_EQ(sweep.whole(pano), undisturbed);
         ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
     }
-    EXPECT_GT(interrupted, kRounds / 10);
     ozr_panorama_destroy(pano);
     ozr_log_enable();
 }

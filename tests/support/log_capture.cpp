@@ -9,6 +9,7 @@ namespace
 {
 
 Lines g_errors, g_debug, g_info;
+void (*g_told)(size_t line);
 
 template <Lines& lines>
 void collect(const char* format, va_list args)
@@ -16,12 +17,15 @@ void collect(const char* format, va_list args)
     char line[2048];
     vsnprintf(line, sizeof(line), format, args);
     lines.push_back(line);
+    if (&lines == &g_debug && g_told != nullptr)
+        g_told(lines.size());
 }
 
 }  // namespace
 
-LogCapture::LogCapture()
+LogCapture::LogCapture(void (*told)(size_t line))
 {
+    g_told = told;
     for (Lines* lines : {&g_errors, &g_debug, &g_info})
         lines->clear();
     ozr_log_set_external_error(collect<g_errors>);
@@ -56,7 +60,7 @@ Lines LogCapture::chain() const
     return lines;
 }
 
-// From "[tag:line] message" and a line feed; other lines as they are.
+// From "[tag:line] message" and a line feed; other lines without what follows a function's brackets.
 Lines LogCapture::progress() const
 {
     Lines lines = g_debug;

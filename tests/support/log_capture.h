@@ -8,11 +8,11 @@
 using Lines = std::vector<std::string>;
 using Chain = Lines;  // of one failure, innermost first
 
-// Collects them while it lives.
+// Collects them while it lives. Calls `told` with the number of each debug line, from 1.
 class LogCapture
 {
 public:
-    LogCapture();
+    explicit LogCapture(void (*told)(size_t line) = nullptr);
     ~LogCapture();
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;

@@ -107,6 +107,9 @@ TEST(SampleGray, Refuses)
     EXPECT_EQ(ozr_image_sample_gray(&dst, &empty, 2), ozr_err_invalid_argument);
     EXPECT_TRUE(dst.is_empty());
     EXPECT_EQ(ozr_image_sample_gray(&src, &src, 2), ozr_err_invalid_argument);
+    ozr_image same_pixels = src;
+    EXPECT_EQ(ozr_image_sample_gray(&same_pixels, &src, 2), ozr_err_invalid_argument);
+    EXPECT_EQ(same_pixels.data, src.data);
     src.format = ozr_image_format(6);
     EXPECT_EQ(ozr_image_sample_gray(&dst, &src, 2), ozr_err_not_supported);
     EXPECT_EQ(dst.width, 4);  // shaped before the format is looked at
@@ -233,6 +236,7 @@ TEST(WarpIntoRows, HalvesDistantPointsFirst)
             used;  // the second by hand: each point to (centre + point + 1) >> 1 while D * D > 6000000
     } rows[] = {
         {{4, 4, 30, 20, 3, 5, 33, 22}, {4, 4, 30, 20, 3, 5, 33, 22}},          // D * D = 1413721
+        {{1, 10, 39, 11, 2, 9, 50, 9}, {1, 10, 39, 11, 2, 9, 50, 9}},          // 5308416
         {{1, 10, 39, 11, 0, 9, 60, 9}, {11, 11, 30, 11, 15, 9, 45, 9}},        // 60 apart: one round
         {{0, 10, 39, 11, -100, 9, 200, 9}, {0, 10, 39, 11, -100, 9, 200, 9}},  // 300: D * D wraps below 0
     };

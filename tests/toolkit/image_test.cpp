@@ -53,7 +53,8 @@ TEST(Image, CreateRefusesNullFilledAndHugeRecords)
     EXPECT_EQ(ozr_image_create(&filled, 2, 2, 0, ozr_image_format_gray, 0), ozr_err_invalid_argument);
     EXPECT_EQ(memcmp(&filled, &before, sizeof(filled)), 0);
     ozr_image huge = {};
-    EXPECT_EQ(ozr_image_create(&huge, 100000, 100000, 0, ozr_image_format_nv12, 0), ozr_err_invalid_argument);
+    for (int32_t side : {100000, 30000})  // the plane, or three times the plane
+        EXPECT_EQ(ozr_image_create(&huge, side, side, 0, ozr_image_format_nv12, 0), ozr_err_invalid_argument);
     EXPECT_EQ(huge.data, nullptr);
 }
 
@@ -69,6 +70,8 @@ TEST(Image, RecreateKeepsWhatFits)
     EXPECT_EQ(image.rotation, 270);
     EXPECT_EQ(ozr_image_recreate(&image, 40, 30, 60, ozr_image_format_nv12), ozr_success);
     EXPECT_EQ(image.stride, 60);
+    EXPECT_EQ(ozr_image_recreate(&image, 40, 30, 50, ozr_image_format_nv12), ozr_success);
+    EXPECT_EQ(image.stride, 50);
     EXPECT_EQ(image.rotation, 0);  // a new block loses the tag
     EXPECT_EQ(ozr_image_recreate(&image, 40, 31, 0, ozr_image_format_nv12), ozr_success);
     EXPECT_EQ(image.height, 31);
@@ -130,6 +133,10 @@ TEST(Image, CopyTakesRowsLongerThanTheStrideWhereTheSizeCoversThem)
     dst.size = 13;
     EXPECT_EQ(ozr_image_copy(&src, &dst), ozr_success);
     EXPECT_EQ(memcmp(from, to, sizeof(to)), 0);
+    // Three rows of luma and one of chroma, the last of five bytes.
+    const ozr_image odd = {from, 11, 5, 3, ozr_image_format_nv12, 2, 0};
+    ozr_image odd_copy = {to, 11, 5, 3, ozr_image_format_nv12, 2, 0};
+    EXPECT_EQ(ozr_image_copy(&odd, &odd_copy), ozr_success);
 }
 
 TEST(Image, BitsAndChannels)

@@ -205,11 +205,25 @@ TEST(WarpPoint, MapsDestinationToSource)
     EXPECT_EQ(ozr_warp_point_by_2points(1, 2, 0, 0, 1, 1, nullptr, &b, 0, 0, 5, 5), ozr_err_invalid_argument);
     EXPECT_EQ(ozr_warp_point_by_2points(1, 2, 0, 0, 1, 1, &a, &b, 5, 5, 5, 5), ozr_err_invalid_argument);
     EXPECT_TRUE(a == -2 && b == 0);
-    const int32_t wild[] = {INT32_MIN, INT32_MIN + 1, -1, 0, 1, INT32_MAX};
-    for (int32_t m : wild)
-        for (int32_t n : wild)  // sanitised builds see overflows
-            EXPECT_LE(ozr_warp_point_by_2points(m, n, n, m, m, m, &a, &b, n, n, m, 7), ozr_success);
-    EXPECT_EQ((ozr::Wrap32(INT32_MIN) / -1).value, INT32_MIN);  // a trap in plain arithmetic
+    // Wherever the points are: all products wrap around, and sanitised builds see those that do not.
+    using ozr::Wrap32;
+    const int32_t wild[] = {INT32_MIN, INT32_MIN + 1, -1, 0, 1, 7, INT32_MAX};
+    for (int32_t m : wild) {
+        for (int32_t n : wild) {
+            const Wrap32 w = Wrap32(m) - n, h = Wrap32(7) - n, scale = w * w + h * h;
+            const Wrap32 middle = (Wrap32(n) + m + 1) >> 1, low = (Wrap32(m) + m + 1) >> 1;
+            const Wrap32 dx = Wrap32(m) - middle, dy = Wrap32(n) - ((Wrap32(n) + 7 + 1) >> 1);
+            const ozr_err want = scale == 0 ? ozr_err_invalid_argument : ozr_success;
+            ASSERT_EQ(ozr_warp_point_by_2points(m, n, n, m, m, m, &a, &b, n, n, m, 7), want) << m << ',' << n;
+            if (want != ozr_success)
+                continue;
+            EXPECT_EQ(a, ((middle * scale + w * w * dx + w * h * dy + scale / 2) / scale).value)
+                << m << ',' << n;
+            EXPECT_EQ(b, ((low * scale - w * h * dx + w * w * dy + scale / 2) / scale).value)
+                << m << ',' << n;
+        }
+    }
+    EXPECT_EQ((Wrap32(INT32_MIN) / -1).value, INT32_MIN);  // a trap in plain arithmetic
 }
 
 TEST(WarpStrength, MovesPointsAlongTheirLine)

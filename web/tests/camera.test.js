@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { mkdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { inState, inspect, launch, openPage, serve } from './support/browser.js';
+import { inState, inspect, launch, openPage, photograph, serve } from './support/browser.js';
 import { makeClip, previewFiles } from './support/clip.js';
 import { matcher, meanDifference } from './support/frames.js';
 import { kOutput, nativeAnswers, ozrPano } from './support/native.js';
@@ -32,7 +32,8 @@ async function sweepOnce(page, pictures) {
 
 async function finish(page) {
   if ((await page.getAttribute('body', 'data-state')) === 'sweeping') await page.click('#shutter');
-  await inState(page, 'result');
+  await page.waitForSelector('body:is([data-state="result"], [data-state="trouble"])');
+  assert.equal(await page.evaluate(() => document.body.dataset.state), 'result', await page.textContent('#trouble-title'));
 }
 
 async function download(page, button) {
@@ -54,7 +55,7 @@ test('a sweep to the right, without the network, is the native panorama of the s
     new PerformanceObserver((list) => globalThis.blocks.push(...list.getEntries().map(({ duration }) => duration))).observe({ type: 'longtask' });
   });
   await sweepOnce(page, 3);
-  findings.push(...(await inspect(page, 'sweeping')));
+  await photograph(page, 'sweeping');
   await page.waitForFunction(() => parseInt(document.querySelector('#strip').ariaLabel) >= 6);
   const blocks = await page.evaluate(() => globalThis.blocks);
   const start = performance.now();
@@ -138,9 +139,9 @@ for (const direction of ['left', 'down', 'up']) {
     const { page, complaints } = await openPage(context, server.url);
     await sweepOnce(page, 3);
     assert.equal(await page.getAttribute('.arrow', 'data-direction'), direction);
-    const findings = await inspect(page, `sweeping-${direction}`);
+    await photograph(page, `sweeping-${direction}`);
     await finish(page);
-    findings.push(...(await inspect(page, `result-${direction}`)));
+    const findings = await inspect(page, `result-${direction}`);
     const { width, height } = await page.evaluate(() => {
       const { naturalWidth: width, naturalHeight: height } = document.querySelector('#panorama');
       return { width, height };
@@ -177,6 +178,7 @@ test('one picture is no panorama', async (t) => {
   t.after(() => browser.close());
   const { page } = await openPage(await browser.newContext(kPhone), server.url);
   await sweepOnce(page, 1);
+  assert.deepEqual(await inspect(page, 'sweeping-begun'), []);
   await page.click('#shutter');
   await inState(page, 'trouble');
   assert.equal(await page.textContent('#trouble-title'), 'The camera hardly moved');

@@ -56,6 +56,15 @@ void _resample_rgb_row(uint8_t* dst, int32_t width, const ResampleRows& rows, ui
     }
 }
 
+// A byte of a pair and that of the next pair, weighted with 1024ths.
+uint32_t _between_pairs(PairsRow row, uint32_t wanted, uint32_t fx)
+{
+    const uint32_t last = static_cast<uint32_t>(row.bytes) - 1;
+    const uint32_t byte = wanted < last ? wanted : last;
+    const uint32_t right = fx != 0 && byte + 2 <= last ? 2 : 0;
+    return row.data[byte] * (kResampleOne - fx) + row.data[byte + right] * fx;
+}
+
 template <class Row>
 void _each_row(uint8_t* dst, int32_t dst_stride, const ResampleTask& task, Row resample_row)
 {
@@ -98,17 +107,16 @@ void resample_rgb(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
     });
 }
 
-void resample_pairs_row(uint8_t* dst, int32_t dst_bytes, const uint8_t* top, const uint8_t* bottom,
-                        int32_t src_bytes, uint32_t step, uint32_t fraction)
+void resample_pairs_row(uint8_t* dst, int32_t dst_bytes, PairsRow top, PairsRow bottom, uint32_t step,
+                        uint32_t fraction)
 {
-    const uint32_t last = static_cast<uint32_t>(src_bytes) - 1;
     for (uint32_t x = 0; x < static_cast<uint32_t>(dst_bytes); ++x) {
         const uint32_t position = (x >> 1) * step;
+        const uint32_t byte = 2 * (position >> kResampleFracBits) + (x & 1);
         const uint32_t fx = position & kResampleFracMask;
-        const uint32_t wanted = 2 * (position >> kResampleFracBits) + (x & 1);
-        const uint32_t byte = wanted < last ? wanted : last;
-        const uint32_t right = fx != 0 && byte + 2 <= last ? 2 : 0;
-        dst[x] = _interpolate(top + byte, bottom + byte, right, fx, fraction);
+        const uint32_t upper = _between_pairs(top, byte, fx), lower = _between_pairs(bottom, byte, fx);
+        dst[x] = static_cast<uint8_t>((upper * (kResampleOne - fraction) + lower * fraction) >>
+                                      (2 * kResampleFracBits));
     }
 }
 

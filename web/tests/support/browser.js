@@ -48,9 +48,15 @@ export async function openPage(context, url) {
 export const inState = (page, state, timeout = 60_000) =>
   page.waitForSelector(`body[data-state="${state}"]`, { timeout });
 
-/** Keeps a picture of the page, and looks for what shuts people out. Returns the serious findings. */
+/** Keeps a picture of the page. */
+export const photograph = (page, name) => page.screenshot({ path: join(kScreenshots, `${name}.png`) });
+
+/**
+ * Keeps a picture of the page, and looks for what shuts people out. Returns the serious findings. Holds the page up for
+ * so long that a camera that moves is lost.
+ */
 export async function inspect(page, name) {
-  await page.screenshot({ path: join(kScreenshots, `${name}.png`) });
+  await photograph(page, name);
   // The page's own policy forbids foreign scripts; the inspector is not part of the page.
   await page.evaluate(kAxe);
   const { violations } = await page.evaluate(() => globalThis.axe.run(document, { resultTypes: ['violations'] }));
