@@ -53,7 +53,7 @@ def broken_links(path, text):
 
 
 failures = compiled = 0
-pages = [page for page in ROOT.rglob("*.md") if "build" not in page.relative_to(ROOT).parts]
+pages = [page for page in ROOT.rglob("*.md") if not {"build", "node_modules"} & set(page.relative_to(ROOT).parts)]
 for page in sorted(pages) + sorted((ROOT / "include").glob("*.h")):
     content = page.read_text()
     for first_line, languages, example in examples(page, content):

@@ -48,6 +48,14 @@ uint32_t cpu_features()
 
 }  // namespace ozr::kernels
 
+#elif defined(__wasm_simd128__)
+
+// The engine would have refused a module whose vectors it does not know.
+uint32_t ozr::kernels::cpu_features()
+{
+    return kCpuWasm128;
+}
+
 #else
 
 uint32_t ozr::kernels::cpu_features()

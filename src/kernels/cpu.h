@@ -11,8 +11,10 @@ namespace ozr::kernels
 constexpr uint32_t kCpuSse2 = 1;
 constexpr uint32_t kCpuSsse3 = 2;
 constexpr uint32_t kCpuAvx2 = 4;
+constexpr uint32_t kCpuWasm128 = 16;  // WebAssembly's 128-bit vectors
 
-// The sets that this processor has and the operating system lets programs use; 0 where it is no x86.
+// The sets that this processor has and the operating system lets programs use; 0 where it is neither x86 nor
+// WebAssembly.
 uint32_t cpu_features();
 
 }  // namespace ozr::kernels

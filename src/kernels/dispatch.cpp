@@ -71,6 +71,16 @@ constexpr Kernels kAvx2Kernels =
 
 const Kernels* const kLevels[] = {&kScalarKernels, &kSse2Kernels, &kSsse3Kernels, &kAvx2Kernels, nullptr};
 
+#elif defined(__wasm_simd128__)
+
+// WebAssembly's vectors take the intrinsics of SSSE3, by Emscripten's headers. One level of its own: an engine takes a
+// module with vector instructions as a whole or not at all.
+constexpr Kernels kWasm128Kernels =
+    _level(_level(kScalarKernels, "sse2", 0, [](auto* stage) { sse2::fill(stage); }), "wasm128", kCpuWasm128,
+           [](auto* stage) { ssse3::fill(stage); });
+
+const Kernels* const kLevels[] = {&kScalarKernels, &kWasm128Kernels, nullptr};
+
 #else
 
 const Kernels* const kLevels[] = {&kScalarKernels, nullptr};
