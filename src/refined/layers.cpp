@@ -245,7 +245,9 @@ PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* h
     const int32_t margin = ((2 * kShownMargin + 1) << kernels::kDrawPlaceBits >> (frame.step_bits + 1)) -
                            (1 << (kernels::kDrawPlaceBits - 1));
     const Heading* own = headings + layer->first / kBlock;
-    const auto height = [&](int32_t y) { return (frame.first_row + y) * (1 << frame.step_bits) / frame.radius; };
+    const auto height = [&](int32_t y) {
+        return (frame.first_row + y) * (1 << frame.step_bits) / frame.radius;
+    };
     nodes.advance(layer->view, own, height(0), all);
     for (int32_t y = 0; y < frame.rows; ++y) {
         const int32_t part = 2 * (y % kNodeRows);

@@ -4,8 +4,8 @@
 #include <cmath>
 
 #include "image/pano_result.h"
-#include "refined/patches.h"
 #include "refined/angles.h"
+#include "refined/patches.h"
 
 namespace ozr::refined
 {

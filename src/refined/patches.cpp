@@ -231,7 +231,8 @@ int32_t _match_cells(const Search& search, int32_t side, PatchSearch kind, const
             return kPanoCancelled;
         for (int32_t column = 0; column < corners.columns && found < kMaxMatches; column += side) {
             Place place = {};
-            if (_best_place(search, column, row, side, &place) && _match(search, place, kind, &matches[found]))
+            if (_best_place(search, column, row, side, &place) &&
+                _match(search, place, kind, &matches[found]))
                 ++found;
         }
     }

@@ -53,8 +53,8 @@ uint8_t* _row_to_fill(const Pyramid* pyramid, int32_t level, int32_t y)
 void _halve_row(const Pyramid* pyramid, int32_t level, int32_t y)
 {
     const GrayView& finer = pyramid->levels[level - 1];
-    kernels::active()->resample.half_gray_row(_row_to_fill(pyramid, level, y), finer.row(2 * y), finer.row(2 * y + 1),
-                                 pyramid->levels[level].width);
+    kernels::active()->resample.half_gray_row(_row_to_fill(pyramid, level, y), finer.row(2 * y),
+                                              finer.row(2 * y + 1), pyramid->levels[level].width);
 }
 
 // Row `y` of level 1 is due; whatever rows of the coarser levels it completes follow while it is at hand.

@@ -4,8 +4,8 @@
 #include <cmath>
 
 #include "image/pano_result.h"
-#include "refined/draw.h"
 #include "refined/angles.h"
+#include "refined/draw.h"
 
 namespace ozr::refined
 {
@@ -150,8 +150,7 @@ int32_t Sweep::add(const PanoImg& picture, const PictureHint& hint, const Cancel
     if (cancel.asked())
         return kPanoCancelled;
     // As long as nothing is joined, the caller's word on the direction counts.
-    if (!has_good_pair() && hint.direction != kDirectionUndecided &&
-        is_vertical(hint.direction) != turned_)
+    if (!has_good_pair() && hint.direction != kDirectionUndecided && is_vertical(hint.direction) != turned_)
         PANO_FORWARD(turn_pictures());
     PANO_FORWARD(_add_sight(picture, turned_, &sights_[pictures_]));
     const GrayView& plane = sights_[pictures_].pyramid.levels[0];
@@ -184,7 +183,7 @@ int32_t Sweep::draw_cameras(const Cancel& cancel, PanoImg* drawn)
     DrawReport report = {};
     PANO_FORWARD(draw({pictures, pictures_, cancel}, drawn, &report));
     for (int32_t i = 0; i < pictures_; ++i)
-        cameras_[i].gain = report.gain[i];
+        cameras_[i].gain = double{report.gain[i]};
     radius_ = report.radius;
     return kPanoSuccess;
 }

@@ -40,8 +40,8 @@ int32_t add_refined_picture(panorama_t* session, const PanoImg* picture, const o
         quality->sweep = Sweep::create();
     if (quality->sweep == nullptr)
         return kPanoNoMemory;
-    return engine::panorama_engine_add_refined(session->engine, quality->sweep, picture, session->stitched_count,
-                                       offset);
+    return engine::panorama_engine_add_refined(session->engine, quality->sweep, picture,
+                                               session->stitched_count, offset);
 }
 
 int32_t compose_refined(panorama_t* session)
@@ -64,8 +64,9 @@ ozr_err panorama_get_joint(const panorama_t* session, int32_t index, ozr_panoram
     OZR_RAISE_IF(session->engine == nullptr || session->engine->status != kStatusComposed,
                  ozr_err_invalid_status);
     ozr_panorama_joint found = {};
-    const bool is_there = is_refined(session) ? quality_of(session)->sweep->joint(index, &found)
-                                              : engine::panorama_engine_classic_joint(session->engine, index, &found);
+    const bool is_there = is_refined(session)
+                              ? quality_of(session)->sweep->joint(index, &found)
+                              : engine::panorama_engine_classic_joint(session->engine, index, &found);
     if (!is_there)
         return ozr_err_out_of_bound;
     *joint = found;
