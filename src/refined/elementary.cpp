@@ -69,10 +69,14 @@ double logarithm(double value)
 {
     constexpr double kLn2 = 0.69314718055994530942, kRoot2 = 1.41421356237309504880;
     int32_t doublings = 0;
-    for (; value > kRoot2; value *= 0.5)
+    while (value > kRoot2) {
+        value *= 0.5;
         ++doublings;
-    for (; value < 0.5 * kRoot2; value *= 2.0)
+    }
+    while (value < 0.5 * kRoot2) {
+        value *= 2.0;
         --doublings;
+    }
     const double t = (value - 1.0) / (value + 1.0);  // at most 0.172
     double sum = 0.0;
     for (int32_t k = 21; k >= 1; k -= 2)

@@ -102,7 +102,8 @@ bool _extent(const Layer& layer, Extent* extent)
     for (int32_t i = 0; i <= 2 * kSamples + 1; ++i) {
         for (int32_t j = 0; j <= kSamples; ++j) {
             const double along = static_cast<double>(j) / kSamples, side = i % 2;
-            const double x = i < 2 ? side : i < 4 ? along : i / 2 / static_cast<double>(kSamples);
+            const int32_t half = i / 2;
+            const double x = i < 2 ? side : i < 4 ? along : half / static_cast<double>(kSamples);
             const double y = i < 2 ? along : i < 4 ? side : along;
             double heading, tall;
             if (!layer.view.ray(x * width, y * height, &heading, &tall))
@@ -227,8 +228,7 @@ void _draw_shown(uint8_t* dst, const Layer& layer, int32_t y, Draw draw)
         if (drawn)
             draw(dst + b * kBlock, b, end - b);
         else
-            memcpy(dst + b * kBlock, dst + b * kBlock - layer.columns,
-                   static_cast<size_t>((end - b) * kBlock));
+            memcpy(dst + b * kBlock, dst + b * kBlock - layer.columns, static_cast<size_t>(end - b) * kBlock);
     }
 }
 

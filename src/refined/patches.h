@@ -23,7 +23,7 @@ enum PatchSearch {
 };
 
 // Writes the matches over the whole overlap and returns how many. kPanoCancelled.
-int32_t match_patches(const Sight& first, const Sight& second, const LensPair& lenses, PatchSearch search,
+int32_t match_patches(const Sight& first, const Sight& second, const LensPair& lenses, PatchSearch kind,
                       const Cancel& cancel, Match matches[kMaxMatches]);
 
 }  // namespace ozr::refined

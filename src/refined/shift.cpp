@@ -149,8 +149,8 @@ int32_t find_shifts(const UnrolledPair& first, const UnrolledPair& second, const
     for (int32_t y = 0; y < map.rows; ++y) {
         for (int32_t x = 0; x < map.columns; ++x) {
             if (_is_maximum(map, x, y))
-                maxima =
-                    _keep(followed, maxima, kFollowed, {map.left + x, map.up + y, double{*map.at(x, y)}});
+                maxima = _keep(followed, maxima, kFollowed,
+                               {map.left + x, map.up + y, static_cast<double>(*map.at(x, y))});
         }
     }
     int32_t found = 0;

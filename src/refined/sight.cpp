@@ -23,7 +23,8 @@ int32_t _coarse_level(const Sight& sight)
 double assumed_focal(int32_t width)
 {
     const int32_t blocks = (width - width % 8) >> 5;
-    return blocks > 0 ? static_cast<double>(blocks * 345 / 10) : 1.078 * width;
+    const int32_t focal = blocks * 345 / 10;
+    return blocks > 0 ? focal : 1.078 * width;
 }
 
 int32_t unroll_pair(const Sight& sight, double roll, UnrolledPair* unrolled)

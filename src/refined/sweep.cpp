@@ -183,7 +183,7 @@ int32_t Sweep::draw_cameras(const Cancel& cancel, PanoImg* drawn)
     DrawReport report = {};
     PANO_FORWARD(draw({pictures, pictures_, cancel}, drawn, &report));
     for (int32_t i = 0; i < pictures_; ++i)
-        cameras_[i].gain = double{report.gain[i]};
+        cameras_[i].gain = static_cast<double>(report.gain[i]);
     radius_ = report.radius;
     return kPanoSuccess;
 }

@@ -22,7 +22,8 @@ constexpr int32_t kWindowHalf = 4;
 
 int32_t _fixed(double place)
 {
-    return static_cast<int32_t>(place * kPlaceOne + 0.5);
+    const double nearest = place * kPlaceOne + 0.5;  // places are not negative
+    return static_cast<int32_t>(nearest);
 }
 
 // Bilinear; x and y in 16.16 and at least one pixel inside the last column and row.

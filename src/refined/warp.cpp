@@ -97,7 +97,8 @@ void _compose(uint8_t* dst, const uint8_t* line, const Span& span, int32_t feath
         }
     }
     if (x < span.end)
-        memcpy(dst + x * bytes, line + x * bytes, static_cast<size_t>((span.end - x) * bytes));
+        memcpy(dst + x * bytes, line + x * bytes,
+               static_cast<size_t>(span.end - x) * static_cast<size_t>(bytes));
 }
 
 void _draw_luma(Warp* warp, int32_t picture, int32_t row)

@@ -156,7 +156,8 @@ double angle_of(const Rotation& r)
 
 Rotation rotation_of_camera(const ozr_panorama_camera& camera, bool vertical)
 {
-    const double yaw = double{camera.yaw}, pitch = double{camera.pitch}, roll = double{camera.roll};
+    const double yaw = static_cast<double>(camera.yaw), pitch = static_cast<double>(camera.pitch),
+                 roll = static_cast<double>(camera.roll);
     if (!vertical)
         return rotation_of_view({yaw, pitch, roll});
     return refined::rotation_about({-pitch * kDegree, 0, 0}) *
@@ -171,7 +172,7 @@ void expect_true_cameras(const Simulated& sweep, const Found& found, double degr
     ASSERT_EQ(found.cameras.size(), sweep.views.size());
     for (size_t i = 0; i < found.cameras.size(); ++i) {
         EXPECT_EQ(found.cameras[i].used, 1) << i;
-        EXPECT_NEAR(double{found.cameras[i].focal_length} / sweep.focal, 1, 0.005) << i;
+        EXPECT_NEAR(static_cast<double>(found.cameras[i].focal_length) / sweep.focal, 1, 0.005) << i;
         const Rotation want = inverse(rotation_of_view(sweep.views[0])) * rotation_of_view(sweep.views[i]);
         const Rotation got = inverse(rotation_of_camera(found.cameras[0], sweep.vertical)) *
                              rotation_of_camera(found.cameras[i], sweep.vertical);
