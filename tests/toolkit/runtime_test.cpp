@@ -210,8 +210,8 @@ TEST(Profiler, CountsIntervalsOfUsedSlots)
         "[  7] CALL_CNT(    2) ACC_TIME(    2.502), MIN(    0.002), MAX(    2.500) AVG(    1.251ms) - resize",
         "[  7] CALL_CNT(    3) ACC_TIME(   72.502), MIN(    0.002), MAX(   70.000) AVG(   24.167ms) - resize",
         "[  7] CALL_CNT(    4) ACC_TIME(   74.000), MIN(    0.002), MAX(   70.000) AVG(   18.500ms) - resize",
-        "[  7] CALL_CNT(    5) ACC_TIME( 1073.999), MIN(    0.002), MAX(  999.999) AVG(  214.800ms) - "
-        "resize"};
+        ("[  7] CALL_CNT(    5) ACC_TIME( 1073.999), MIN(    0.002), MAX(  999.999) AVG(  214.800ms) - "
+         "resize")};
     WrappedClock clock({4294, 967296 - 999999 + 70000});
     ozr_prof_set(7);
     for (uint32_t i = 0; i < 5; ++i) {
