@@ -105,7 +105,7 @@ void add_resampling(Plane& p)
     });
     add(KERNEL(resample, pairs_row), p, n * 5 / 2, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) {
-            f(row(p.out, y, w), w, row(p.a, y, 2 * w), row(p.a, y + 1, 2 * w), w - 1, kStep, 300);
+            f(row(p.out, y, w), w, {row(p.a, y, 2 * w), w - 1}, {row(p.a, y + 1, 2 * w), w - 1}, kStep, 300);
         });
     });
     add(KERNEL(resample, rgb), p, n * 27 / 16, [&p, w, h, quarter](auto f) {
