@@ -26,7 +26,9 @@ AVX2 = r"v(?!f?n?m(add|sub))\w+"  # fused multiply-adds round once, where two ro
 LATER = re.compile(r"(popcnt|lzcnt|andn|bextr|bls\w+|bzhi|pdep|pext|rorx|sarx|shlx|shrx|mulx|adcx|adox|movbe|crc32|"
                    r"xgetbv|xsave\w*|rdrand|rdseed|v\w+|k\w+)[bwlq]?$")
 VECTOR = re.compile(r"%[xyz]mm\d")
-X87_MOVE = re.compile(r"f(ld|st|stp)[stl]?$")  # how 32-bit code returns and takes a floating-point result
+# How 32-bit code returns and takes a floating-point result (0, 1 and a changed sign included), and how it converts
+# between one and a 64-bit integer: nothing among them rounds but the last store.
+X87_MOVE = re.compile(r"(f(ld|st|stp)[stl]?|fld[1z]|fchs|f(ild|istp)ll|f(nst|ld)cw)$")
 
 
 def allowed_in(path):
