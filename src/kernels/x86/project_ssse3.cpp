@@ -11,7 +11,14 @@ namespace
 {
 
 struct ProjectSsse3 : Sse2 {
-    static Vector shuffled(Vector bytes, __m128i order) { return _mm_shuffle_epi8(bytes, order); }
+    static Vector first_pairs(Vector bytes)
+    {
+        return _mm_shuffle_epi8(bytes, _mm_setr_epi8(0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8));
+    }
+    static Vector second_pairs(Vector bytes)
+    {
+        return _mm_shuffle_epi8(bytes, _mm_setr_epi8(2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 10));
+    }
     static Words multiply_add_bytes(Vector a, Vector b) { return Words(_mm_maddubs_epi16(a, b)); }
     static Words absolute(Words words) { return Words(_mm_abs_epi16(Vector(words))); }
     static Words subtract_limited(Words a, Words b) { return Words(_mm_subs_epu16(Vector(a), Vector(b))); }

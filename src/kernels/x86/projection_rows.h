@@ -1,6 +1,7 @@
 // Rows of a projection from the factors of the weights, in vectors of any width: one block of 8 pixels to 16 bytes. A
 // source row is weighed column by column with byte products, which give at most 255 * 16, and the sums then by rows:
-// 255 * 256 and the rounding fit unsigned 16 bits. `V` is Sse2 or Avx2 with what bytes need beyond SSE2.
+// 255 * 256 and the rounding fit unsigned 16 bits. `V` is Sse2 or Avx2 with what else bytes need: first_pairs() are bytes
+// k and k + 1 for k = 0, 1, ... 7, second_pairs() those two bytes on.
 #ifndef OZR_PROJECTION_ROWS_H
 #define OZR_PROJECTION_ROWS_H
 
@@ -29,12 +30,8 @@ struct ProjectionRows {
     // One source row under the column weights.
     static Sums weighed(Vector bytes, const Two& columns)
     {
-        const Vector pairs01 =
-            V::shuffled(bytes, _mm_setr_epi8(0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8));
-        const Vector pairs23 =
-            V::shuffled(bytes, _mm_setr_epi8(2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 10));
-        return Sums(V::multiply_add_bytes(pairs01, columns.first)) +
-               Sums(V::multiply_add_bytes(pairs23, columns.second));
+        return Sums(V::multiply_add_bytes(V::first_pairs(bytes), columns.first)) +
+               Sums(V::multiply_add_bytes(V::second_pairs(bytes), columns.second));
     }
 
     // Source row i of every pixel, times its row weight.
@@ -60,8 +57,7 @@ struct ProjectionRows {
     static ProjectionRow from(const ProjectionRow& row, int32_t block)
     {
         const ptrdiff_t b = block;
-        return {row.offsets + b, row.weights + kBlockWeights * b, row.columns + kColumnWeights * b,
-                row.rows + kBlock * b};
+        return {row.offsets + b, row.columns + kColumnWeights * b, row.rows + kBlock * b};
     }
 
     // Blocks whose loads could leave the source, and those left over, go to another variant.
