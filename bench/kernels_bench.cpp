@@ -159,7 +159,8 @@ void add_projection(Plane& p)
     add(KERNEL(project, chroma_row), p, projected_chroma_bytes(size), [&p, size](auto f) {
         const PreparedRows& rows = prepared_rows(size);
         each_row(size.height / 2, [&](int32_t y) {
-            f(row(p.out, y, size.width), p.a.data(), rows.chroma_map(y), size.width / 2);
+            f(row(p.out, y, size.width), p.a.data(), int64_t{size.width} * size.height / 2, rows.chroma(y),
+              size.width / 8);
         });
     });
 }

@@ -19,9 +19,8 @@ const PanoramaCore* prepared_core(Size size)
 
 PreparedRows::PreparedRows(Size size)
     : core_(prepared_core(size)), blocks_(static_cast<size_t>(size.width) / 8),
-      pairs_(static_cast<size_t>(size.width) / 2), offsets_(blocks_ * static_cast<size_t>(size.height)),
-      chroma_maps_(pairs_ * static_cast<size_t>(size.height) / 2),
-      rows_(static_cast<size_t>(size.width) * static_cast<size_t>(size.height))
+      offsets_(blocks_ * static_cast<size_t>(size.height)), chroma_offsets_(offsets_.size() / 2),
+      chroma_maps_(offsets_.size() * 2), rows_(offsets_.size() * 8)
 {
     for (ProjectionWalk walk(core_); walk.next();) {
         keep(walk.below(), walk.y_below(), walk.has_chroma());
@@ -34,14 +33,22 @@ void PreparedRows::keep(const ProjectedRow& row, int32_t y, bool has_chroma)
     const auto at = static_cast<size_t>(y);
     std::copy_n(row.offsets.get(), blocks_, &offsets_[at * blocks_]);
     std::copy_n(row.rows.get(), 8 * blocks_, &rows_[at * 8 * blocks_]);
-    if (has_chroma)
-        std::copy_n(row.chroma_map.get(), pairs_, &chroma_maps_[at / 2 * pairs_]);
+    if (!has_chroma)
+        return;
+    std::copy_n(row.chroma_offsets.get(), blocks_, &chroma_offsets_[at / 2 * blocks_]);
+    std::copy_n(row.chroma_map.get(), 4 * blocks_, &chroma_maps_[at / 2 * 4 * blocks_]);
 }
 
 ozr::kernels::ProjectionRow PreparedRows::luma(int32_t y) const
 {
     const size_t first = static_cast<size_t>(y) * blocks_;
     return {&offsets_[first], core_->projection->columns.get(), &rows_[8 * first]};
+}
+
+ozr::kernels::ProjectionChromaRow PreparedRows::chroma(int32_t y) const
+{
+    const size_t first = static_cast<size_t>(y) * blocks_;
+    return {&chroma_offsets_[first], core_->projection->pair_order.get(), &chroma_maps_[4 * first]};
 }
 
 const PreparedRows& prepared_rows(Size size)

@@ -20,15 +20,14 @@ public:
     explicit PreparedRows(Size size);
 
     ozr::kernels::ProjectionRow luma(int32_t y) const;
-    const int32_t* chroma_map(int32_t y) const { return &chroma_maps_[static_cast<size_t>(y) * pairs_]; }
+    ozr::kernels::ProjectionChromaRow chroma(int32_t y) const;
 
 private:
     void keep(const ozr::core::ProjectedRow& row, int32_t y, bool has_chroma);
 
     const PanoramaCore* core_;
     size_t blocks_;
-    size_t pairs_;
-    std::vector<int32_t> offsets_, chroma_maps_;
+    std::vector<int32_t> offsets_, chroma_offsets_, chroma_maps_;
     std::vector<uint8_t> rows_;
 };
 

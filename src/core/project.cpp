@@ -3,6 +3,8 @@
 //
 // A row of the projection is a curve through the source, which the processor's own prefetching does not follow. And a
 // camera has written the source just now: without asking for it ahead, waiting for memory is half of the time.
+#include <algorithm>
+
 #include "base/prefetch.h"
 #include "core/panorama_core.h"
 #include "core/projection.h"
@@ -12,13 +14,13 @@
 using namespace ozr;
 using namespace ozr::core;
 using kernels::kBlock;
+using kernels::kBlockPairs;
 
 namespace
 {
 
 constexpr int32_t kRowsAhead = 6;    // of the source, from the first that a row reads
 constexpr int32_t kBlocksApart = 4;  // half a cache line, lest a curve miss one
-constexpr int32_t kPairsApart = kBlocksApart * kBlock / 2;
 
 OZR_PREFETCHING void _ask_for_luma(const PanoImg* src, const int32_t* offsets, int32_t blocks, int32_t ahead)
 {
@@ -26,10 +28,13 @@ OZR_PREFETCHING void _ask_for_luma(const PanoImg* src, const int32_t* offsets, i
         prefetch(src->data, static_cast<uintptr_t>(offsets[b]) + rows_on(ahead, src->stride));
 }
 
-OZR_PREFETCHING void _ask_for_chroma(const PanoImg* src, const int32_t* map, int32_t pairs, int32_t ahead)
+OZR_PREFETCHING void _ask_for_chroma(const PanoImg* src, const kernels::ProjectionChromaRow& row,
+                                     int32_t blocks, int32_t ahead)
 {
-    for (int32_t p = 0; p < pairs; p += kPairsApart)
-        prefetch(pano_chroma_row(src, 0), rows_on(map[p], 2) + rows_on(ahead, src->stride));
+    for (int32_t b = 0; b < blocks; b += kBlocksApart) {
+        const int32_t place = row.offsets[b] >= 0 ? row.offsets[b] : 2 * row.map[ptrdiff_t{kBlockPairs} * b];
+        prefetch(pano_chroma_row(src, 0), static_cast<uintptr_t>(place) + rows_on(ahead, src->stride));
+    }
 }
 
 // One picture's way through the projection.
@@ -55,12 +60,18 @@ struct Projector {
 
     void chroma_row(int32_t y, const ProjectedRow& row, int32_t ahead) const
     {
-        const int32_t pairs = dst->width / 2;
-        const int32_t* table = pi->proj.chroma_map;
-        const int32_t* map =
-            table != nullptr ? table + static_cast<ptrdiff_t>(y) * pairs : row.chroma_map.get();
-        _ask_for_chroma(src, map, pairs, ahead);
-        kernels->project.chroma_row(pano_chroma_row(dst, y), pano_chroma_row(src, 0), map, pairs);
+        const int32_t blocks = dst->width / kBlock;
+        const int32_t* map = row.chroma_map.get();
+        if (pi->proj.chroma_map != nullptr) {
+            map = pi->proj.chroma_map + static_cast<ptrdiff_t>(y) * blocks * kBlockPairs;
+            std::fill_n(row.chroma_offsets.get(), blocks, -1);
+        }
+        const kernels::ProjectionChromaRow from = {row.chroma_offsets.get(), pi->projection->pair_order.get(),
+                                                   map};
+        _ask_for_chroma(src, from, blocks, ahead);
+        const int64_t readable_chroma = readable - int64_t{src->height} * src->stride;
+        kernels->project.chroma_row(pano_chroma_row(dst, y), pano_chroma_row(src, 0), readable_chroma, from,
+                                    blocks);
     }
 
     // All positions of an odd last row are the source's first pixel, which the patches of the first pixels of a block do

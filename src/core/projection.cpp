@@ -93,6 +93,22 @@ void _fill_blocks(const Projection& projection, const int32_t* source_x)
     }
 }
 
+// Positions right and left of the centre add up to the last pair. The stretch is less than two: the pairs of a block are
+// within 8.
+void _fill_pairs(const Projection& projection, const int32_t* source_x)
+{
+    const int32_t pairs = projection.blocks * kBlockPairs;
+    const auto source_pair = [&](int32_t p) { return (source_x[ptrdiff_t{2} * p] >> kFracBits) / 2; };
+    for (int32_t p = 0; p < pairs; ++p) {
+        const int32_t pair = p >= pairs / 2 ? source_pair(p) : pairs - 1 - source_pair(pairs - 1 - p);
+        int32_t* base = &projection.pair_bases[static_cast<size_t>(p / kBlockPairs)];
+        if (p % kBlockPairs == 0)
+            *base = pair;
+        projection.pair_order[static_cast<size_t>(2 * p)] = static_cast<uint8_t>(2 * (pair - *base));
+        projection.pair_order[static_cast<size_t>(2 * p + 1)] = static_cast<uint8_t>(2 * (pair - *base) + 1);
+    }
+}
+
 // A block on the centre begins with four columns that mirror the next four.
 void _fill_curves(const Projection& projection, const int32_t* circle)
 {
@@ -135,8 +151,9 @@ bool ozr::core::ProjectedRow::allocate(int32_t width)
 {
     offsets = make_unfilled_buffer<int32_t>(width / kBlock);
     rows = make_unfilled_buffer<uint8_t>(width);
+    chroma_offsets = make_unfilled_buffer<int32_t>(width / kBlock);
     chroma_map = make_unfilled_buffer<int32_t>(width / 2);
-    return offsets && rows && chroma_map;
+    return offsets && rows && chroma_offsets && chroma_map;
 }
 
 Projection::Projection(int32_t width) : blocks(width / kBlock), half_blocks((blocks + 1) / 2) {}
@@ -152,9 +169,11 @@ bool Projection::allocate()
     const int32_t width = blocks * kBlock;
     columns = make_unfilled_buffer<uint8_t>(int64_t{blocks} * kColumnWeights);
     bases = make_unfilled_buffer<int32_t>(blocks);
-    chroma_pairs = make_unfilled_buffer<int32_t>(width / 4);
+    pair_bases = make_unfilled_buffer<int32_t>(blocks);
+    pair_order = make_unfilled_buffer<uint8_t>(width);
     curves = make_unfilled_buffer<ProjectionCurves>(half_blocks);
-    return columns && bases && chroma_pairs && curves && below.allocate(width) && above.allocate(width);
+    return columns && bases && pair_bases && pair_order && curves && below.allocate(width) &&
+           above.allocate(width);
 }
 
 bool Projection::fill()
@@ -168,9 +187,7 @@ bool Projection::fill()
     _fill_source_columns(source_x.get(), circle.get(), width);
     _fill_blocks(*this, source_x.get());
     _fill_curves(*this, circle.get());
-    for (int32_t x = width / 2; x < width; x += 2)
-        chroma_pairs[static_cast<size_t>((x - width / 2) / 2)] =
-            (source_x[static_cast<size_t>(x)] >> kFracBits) / 2;
+    _fill_pairs(*this, source_x.get());
     return true;
 }
 
@@ -201,7 +218,7 @@ bool ProjectionWalk::next()
     if (++y_ >= half_height_)
         return false;
     if (has_chroma())
-        map_chroma();
+        place_chroma();
     const int32_t left_blocks = projection_->blocks - projection_->half_blocks;
     const ProjectionRowPair pair = {_out(projection_->below, left_blocks),
                                     _out(projection_->above, left_blocks),
@@ -227,25 +244,39 @@ void ProjectionWalk::mirror(const ProjectedRow& row) const
     }
 }
 
-// Positions below and above the centre add up to the last row, those right and left of it to the last pair.
-void ProjectionWalk::map_chroma()
+// Source rows below and above the centre add up to the last one. A block on the centre mirrors itself.
+void ProjectionWalk::place_chroma() const
 {
-    const int32_t half_pairs = projection_->blocks * kBlock / 4;
     const ProjectionCurves* curves = projection_->curves.get();
-    const int32_t first = projection_->blocks % 2 * (kBlock / 2);
-    int32_t* below = projection_->below.chroma_map.get() + half_pairs;
-    int32_t* above = projection_->above.chroma_map.get() + half_pairs;
-    for (int32_t p = 0; p < half_pairs; ++p) {
-        const int32_t column = first + 2 * p;
-        const int32_t v = curves[column / kBlock].values[column % kBlock] >> kFracBits;
-        const int32_t line = (half_height_ + v) / 2;
-        const int32_t to_below = line * stride_ / 2;
-        const int32_t to_above = (half_height_ - 1 - line) * stride_ / 2;
-        const int32_t right = projection_->chroma_pairs[static_cast<size_t>(p)];
-        const int32_t left = 2 * half_pairs - 1 - right;
-        below[p] = right + to_below;
-        below[-1 - p] = left + to_below;
-        above[p] = right + to_above;
-        above[-1 - p] = left + to_above;
+    for (int32_t right = projection_->blocks / 2; right < projection_->blocks; ++right, ++curves) {
+        const int32_t left = projection_->blocks - 1 - right;
+        int32_t lines[kBlockPairs];
+        for (int32_t k = 0; k < kBlockPairs; ++k) {
+            const int32_t column = 2 * (left == right && k < 2 ? kBlockPairs - 1 - k : k);
+            lines[k] = (half_height_ + (curves->values[column] >> kFracBits)) / 2;
+        }
+        place_pairs(right, lines);
+        std::reverse(lines, lines + kBlockPairs);
+        place_pairs(left, lines);
+    }
+}
+
+// Of one block, below and above the centre. The lines in its midst are between those at its ends.
+void ProjectionWalk::place_pairs(int32_t block, const int32_t* lines) const
+{
+    const int32_t last_line = half_height_ - 1;
+    const int32_t base = projection_->pair_bases[static_cast<size_t>(block)];
+    const auto below = [&](int32_t line) { return line * stride_ / 2 + base; };
+    const auto above = [&](int32_t line) { return (last_line - line) * stride_ / 2 + base; };
+    const bool is_one_line = lines[0] == lines[1] && lines[0] == lines[kBlockPairs - 1];
+    projection_->below.chroma_offsets[static_cast<size_t>(block)] = is_one_line ? 2 * below(lines[0]) : -1;
+    projection_->above.chroma_offsets[static_cast<size_t>(block)] = is_one_line ? 2 * above(lines[0]) : -1;
+    if (is_one_line)
+        return;
+    const ptrdiff_t first = ptrdiff_t{kBlockPairs} * block;
+    for (ptrdiff_t p = first; p < first + kBlockPairs; ++p) {
+        const int32_t behind = projection_->pair_order[static_cast<size_t>(2 * p)] / 2;
+        projection_->below.chroma_map[static_cast<size_t>(p)] = below(lines[p - first]) + behind;
+        projection_->above.chroma_map[static_cast<size_t>(p)] = above(lines[p - first]) + behind;
     }
 }

@@ -22,7 +22,8 @@ namespace ozr::core
 struct ProjectedRow {
     Buffer<int32_t> offsets;  // these two as kernels::ProjectionRow has them
     Buffer<uint8_t> rows;
-    Buffer<int32_t> chroma_map;  // source pair of each output pair
+    Buffer<int32_t> chroma_offsets;  // and these two as kernels::ProjectionChromaRow
+    Buffer<int32_t> chroma_map;
 
     bool allocate(int32_t width);
 };
@@ -43,7 +44,8 @@ public:
     const int32_t half_blocks;                 // right of the centre; a block on the centre counts
     Buffer<uint8_t> columns;                   // 32 weights a block, as kernels::ProjectionRow has them
     Buffer<int32_t> bases;                     // a block: its first source column
-    Buffer<int32_t> chroma_pairs;              // source pair of each output pair right of the centre
+    Buffer<int32_t> pair_bases;                // a block: its first source pair
+    Buffer<uint8_t> pair_order;                // 8 bytes a block, as kernels::ProjectionChromaRow has them
     Buffer<kernels::ProjectionCurves> curves;  // of half_blocks
     ProjectedRow below;                        // the rows at hand
     ProjectedRow above;
@@ -76,7 +78,8 @@ public:
     bool has_chroma() const { return y_ % 2 == 0; }
 
 private:
-    void map_chroma();
+    void place_chroma() const;
+    void place_pairs(int32_t block, const int32_t* lines) const;
     void mirror(const ProjectedRow& row) const;
 
     const kernels::Kernels* kernels_;

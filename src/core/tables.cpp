@@ -44,9 +44,13 @@ struct Tables {
 
     void fill_chroma(const Projection& projection, const ProjectedRow& row, int32_t y) const
     {
-        const ptrdiff_t pairs = ptrdiff_t{projection.blocks} * (kBlock / 2);
-        memcpy(chroma_map.get() + y * pairs, row.chroma_map.get(),
-               static_cast<size_t>(pairs) * sizeof(int32_t));
+        const ptrdiff_t pairs = ptrdiff_t{projection.blocks} * kBlockPairs;
+        for (ptrdiff_t p = 0; p < pairs; ++p) {
+            const int32_t offset = row.chroma_offsets[static_cast<size_t>(p / kBlockPairs)];
+            const int32_t behind = projection.pair_order[static_cast<size_t>(2 * p)];
+            chroma_map[static_cast<size_t>(y * pairs + p)] =
+                offset >= 0 ? (offset + behind) / 2 : row.chroma_map[static_cast<size_t>(p)];
+        }
     }
 
     // All positions of an odd last row are the source's first pixel: that is in the patches of the last four pixels of a

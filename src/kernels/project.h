@@ -26,8 +26,17 @@ struct ProjectionRow {
 using ProjectLumaRow = void(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
                             const ProjectionRow& row, int32_t blocks);
 
-// dst pair p = src pair map[p], both bytes together.
-using ProjectChromaRow = void(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs);
+// What a row of chroma is made from, in blocks of 4 pairs below the 8 pixels of luma. Most blocks come from one source row.
+struct ProjectionChromaRow {
+    const int32_t*
+        offsets;  // a block: source byte from which on its pairs are; -1 where they come from several rows
+    const uint8_t* order;  // a block: for each of its 8 bytes, how far behind; less than 16
+    const int32_t* map;    // a pair: which one of the source it is, in blocks without an offset
+};
+
+// One row: both bytes of a pair together. `src` is the first pair of the chroma plane, of which `src_bytes` are readable.
+using ProjectChromaRow = void(uint8_t* dst, const uint8_t* src, int64_t src_bytes,
+                              const ProjectionChromaRow& row, int32_t blocks);
 
 // How far above or below the centre the source of each of a block's columns is, in sixteenths of a pixel:
 //   v = min(farthest, floor(y * scale / divisor))  for y = 0, 1, 2 and so on.
@@ -77,6 +86,9 @@ ProjectChromaRow project_chroma_row;
 ProjectionRowsOfCurves projection_rows_of_curves;
 ProjectionWeightsRow projection_weights_row;
 
+// A single block, for variants that cannot read 16 bytes of the source.
+void project_chroma_block(uint8_t* dst, const uint8_t* src, const ProjectionChromaRow& row, int32_t block);
+
 constexpr void fill(ProjectKernels* table)
 {
     table->luma_row = project_luma_row;
@@ -103,10 +115,12 @@ constexpr void fill(ProjectKernels* table)
 namespace ssse3
 {
 ProjectLumaRow project_luma_row;
+ProjectChromaRow project_chroma_row;
 
 constexpr void fill(ProjectKernels* table)
 {
     table->luma_row = project_luma_row;
+    table->chroma_row = project_chroma_row;
 }
 }  // namespace ssse3
 

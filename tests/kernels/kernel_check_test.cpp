@@ -306,6 +306,28 @@ TEST(KernelCheck, Projection)
     });
 }
 
+// Blocks of one source row, some of whose loads would leave the source, and blocks of several.
+TEST(KernelCheck, ProjectionOfChroma)
+{
+    for_each_case([](Case c) {
+        const int32_t blocks = c.count, bytes = 2 * (8 + c.random()->below(40));
+        Guarded src = c.bytes(bytes), offsets = c.bytes(4 * blocks, 4), map = c.bytes(16 * blocks, 4),
+                order = c.bytes(8 * blocks);
+        for (int32_t block = 0; block < blocks; ++block) {
+            const int32_t base = 2 * c.random()->below(bytes / 2);
+            offsets.as<int32_t>()[block] = c.random()->below(3) == 0 ? -1 : base;
+            for (int32_t k = 8 * block; k < 8 * block + 8; k += 2) {
+                map.as<int32_t>()[k / 2] = c.random()->below(bytes / 2);
+                order.data()[k] =
+                    static_cast<uint8_t>(2 * c.random()->below(std::min(8, (bytes - base) / 2)));
+                order.data()[k + 1] = static_cast<uint8_t>(order.data()[k] + 1);
+            }
+        }
+        const ProjectionChromaRow row = {offsets.as<int32_t>(), order.data(), map.as<int32_t>()};
+        c.check(KERNEL(project, chroma_row), 8 * blocks, src.data(), bytes, row, blocks);
+    });
+}
+
 // Curves that rise in every block, or that the first block mirrors: gentle ones, such that leave the patches at once, and
 // such that reach the farthest row.
 TEST(KernelCheck, CurvesOfAProjection)

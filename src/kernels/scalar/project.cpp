@@ -52,10 +52,20 @@ void project_luma_row(uint8_t* dst, const uint8_t* src, int64_t, int32_t stride,
     }
 }
 
-void project_chroma_row(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs)
+void project_chroma_block(uint8_t* dst, const uint8_t* src, const ProjectionChromaRow& row, int32_t block)
 {
-    for (int32_t p = 0; p < pairs; ++p)
-        memcpy(dst + ptrdiff_t{2} * p, src + ptrdiff_t{2} * map[p], 2);
+    const uint8_t* order = row.order + ptrdiff_t{kBlock} * block;
+    const int32_t* map = row.map + ptrdiff_t{kBlockPairs} * block;
+    const ptrdiff_t offset = row.offsets[block];
+    for (int32_t k = 0; k < kBlockPairs; ++k)
+        memcpy(dst + 2 * k, src + (offset >= 0 ? offset + order[2 * k] : ptrdiff_t{2} * map[k]), 2);
+}
+
+void project_chroma_row(uint8_t* dst, const uint8_t* src, int64_t, const ProjectionChromaRow& row,
+                        int32_t blocks)
+{
+    for (int32_t b = 0; b < blocks; ++b, dst += kBlock)
+        project_chroma_block(dst, src, row, b);
 }
 
 }  // namespace ozr::kernels::scalar
