@@ -132,17 +132,9 @@ void _restart(const Projection& projection)
     }
 }
 
-ProjectionRowOut _out(const ProjectedRow& row, int32_t first_block)
+ProjectionRowOut _out(const ProjectedRow& row)
 {
-    return {row.offsets.get() + first_block, row.rows.get() + ptrdiff_t{kBlock} * first_block};
-}
-
-void _reverse_block(uint8_t* dst, const uint8_t* src)
-{
-    uint64_t bytes = 0;
-    memcpy(&bytes, src, kBlock);
-    bytes = __builtin_bswap64(bytes);
-    memcpy(dst, &bytes, kBlock);
+    return {row.offsets.get(), row.rows.get()};
 }
 
 }  // namespace
@@ -219,29 +211,11 @@ bool ProjectionWalk::next()
         return false;
     if (has_chroma())
         place_chroma();
-    const int32_t left_blocks = projection_->blocks - projection_->half_blocks;
-    const ProjectionRowPair pair = {_out(projection_->below, left_blocks),
-                                    _out(projection_->above, left_blocks),
-                                    projection_->bases.get() + left_blocks,
-                                    stride_,
-                                    half_height_,
-                                    kPixel * (half_height_ - 1)};
-    kernels_->project.rows_of_curves(pair, projection_->curves.get(), projection_->half_blocks);
-    mirror(projection_->below);
-    mirror(projection_->above);
+    const ProjectionRowPair pair = {
+        _out(projection_->below),   _out(projection_->above), projection_->bases.get(), stride_, half_height_,
+        kPixel * (half_height_ - 1)};
+    kernels_->project.rows_of_curves(pair, projection_->curves.get(), projection_->blocks);
     return true;
-}
-
-// The left half from the right one.
-void ProjectionWalk::mirror(const ProjectedRow& row) const
-{
-    const int32_t* bases = projection_->bases.get();
-    int32_t* offsets = row.offsets.get();
-    uint8_t* rows = row.rows.get();
-    for (int32_t left = 0, right = projection_->blocks - 1; left < right; ++left, --right) {
-        offsets[left] = offsets[right] - bases[right] + bases[left];
-        _reverse_block(rows + ptrdiff_t{kBlock} * left, rows + ptrdiff_t{kBlock} * right);
-    }
 }
 
 // Source rows below and above the centre add up to the last one. A block on the centre mirrors itself.
@@ -250,33 +224,30 @@ void ProjectionWalk::place_chroma() const
     const ProjectionCurves* curves = projection_->curves.get();
     for (int32_t right = projection_->blocks / 2; right < projection_->blocks; ++right, ++curves) {
         const int32_t left = projection_->blocks - 1 - right;
-        int32_t lines[kBlockPairs];
-        for (int32_t k = 0; k < kBlockPairs; ++k) {
+        const int32_t line = line_of(curves->values[left == right ? kBlock / 2 : 0]);
+        const bool is_one_line = line == line_of(curves->values[kBlock - 2]);
+        place_block(right, line, is_one_line);
+        place_block(left, line, is_one_line);
+        for (int32_t k = 0; k < kBlockPairs && !is_one_line; ++k) {
             const int32_t column = 2 * (left == right && k < 2 ? kBlockPairs - 1 - k : k);
-            lines[k] = (half_height_ + (curves->values[column] >> kFracBits)) / 2;
+            place_pair(kBlockPairs * right + k, line_of(curves->values[column]));
+            place_pair(kBlockPairs * left + kBlockPairs - 1 - k, line_of(curves->values[column]));
         }
-        place_pairs(right, lines);
-        std::reverse(lines, lines + kBlockPairs);
-        place_pairs(left, lines);
     }
 }
 
-// Of one block, below and above the centre. The lines in its midst are between those at its ends.
-void ProjectionWalk::place_pairs(int32_t block, const int32_t* lines) const
+void ProjectionWalk::place_block(int32_t block, int32_t line, bool is_one_line) const
 {
-    const int32_t last_line = half_height_ - 1;
-    const int32_t base = projection_->pair_bases[static_cast<size_t>(block)];
-    const auto below = [&](int32_t line) { return line * stride_ / 2 + base; };
-    const auto above = [&](int32_t line) { return (last_line - line) * stride_ / 2 + base; };
-    const bool is_one_line = lines[0] == lines[1] && lines[0] == lines[kBlockPairs - 1];
-    projection_->below.chroma_offsets[static_cast<size_t>(block)] = is_one_line ? 2 * below(lines[0]) : -1;
-    projection_->above.chroma_offsets[static_cast<size_t>(block)] = is_one_line ? 2 * above(lines[0]) : -1;
-    if (is_one_line)
-        return;
-    const ptrdiff_t first = ptrdiff_t{kBlockPairs} * block;
-    for (ptrdiff_t p = first; p < first + kBlockPairs; ++p) {
-        const int32_t behind = projection_->pair_order[static_cast<size_t>(2 * p)] / 2;
-        projection_->below.chroma_map[static_cast<size_t>(p)] = below(lines[p - first]) + behind;
-        projection_->above.chroma_map[static_cast<size_t>(p)] = above(lines[p - first]) + behind;
-    }
+    const auto b = static_cast<size_t>(block);
+    const int32_t base = projection_->pair_bases[b];
+    projection_->below.chroma_offsets[b] = is_one_line ? 2 * (pair_of(line) + base) : -1;
+    projection_->above.chroma_offsets[b] = is_one_line ? 2 * (pair_of(half_height_ - 1 - line) + base) : -1;
+}
+
+void ProjectionWalk::place_pair(int32_t pair, int32_t line) const
+{
+    const auto p = static_cast<size_t>(pair);
+    const int32_t column = projection_->pair_bases[p / kBlockPairs] + projection_->pair_order[2 * p] / 2;
+    projection_->below.chroma_map[p] = pair_of(line) + column;
+    projection_->above.chroma_map[p] = pair_of(half_height_ - 1 - line) + column;
 }

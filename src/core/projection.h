@@ -78,9 +78,12 @@ public:
     bool has_chroma() const { return y_ % 2 == 0; }
 
 private:
+    // The source row of chroma for a v, and its first pair.
+    int32_t line_of(int32_t v) const { return (half_height_ + (v >> kernels::kFracBits)) / 2; }
+    int32_t pair_of(int32_t line) const { return line * stride_ / 2; }
     void place_chroma() const;
-    void place_pairs(int32_t block, const int32_t* lines) const;
-    void mirror(const ProjectedRow& row) const;
+    void place_block(int32_t block, int32_t line, bool is_one_line) const;
+    void place_pair(int32_t pair, int32_t line) const;
 
     const kernels::Kernels* kernels_;
     const Projection* projection_;

@@ -64,9 +64,9 @@ struct ProjectionRowPair {
     int32_t farthest;
 };
 
-// Makes `blocks` blocks of both rows, and takes the curves to the next y. The patches of a block begin in the row of its
-// topmost pixel. The values of a block must rise, or its first half mirror the second: the least is the first or the fifth,
-// the greatest the last.
+// Makes both rows of `blocks` blocks, and takes the curves to the next y. The curves are those of block `blocks` / 2 and
+// following; the others mirror them. The patches of a block begin in the row of its topmost pixel. The values of a block
+// must rise, or its first half mirror the second: the least is the first or the fifth, the greatest the last.
 using ProjectionRowsOfCurves = void(const ProjectionRowPair& out, ProjectionCurves* curves, int32_t blocks);
 
 // The products of the weights of a row: source row i, column j of pixel k of a block at 128 b + (4 i + j) 8 + k.

@@ -328,16 +328,16 @@ TEST(KernelCheck, ProjectionOfChroma)
     });
 }
 
-// Curves that rise in every block, or that the first block mirrors: gentle ones, such that leave the patches at once, and
+// Curves that rise from the centre, where a block mirrors itself when their number is odd: gentle ones, such that leave the patches at once, and
 // such that reach the farthest row.
 TEST(KernelCheck, CurvesOfAProjection)
 {
     for_each_case([](Case c) {
-        const int32_t blocks = c.count, room = 8 * blocks;
+        const int32_t blocks = c.count, half_blocks = (blocks + 1) / 2, room = 8 * half_blocks;
         const int32_t divisor = 1 + c.random()->below(6000), scale = 16 * c.random()->below(7000);
         const int32_t most = INT32_MAX / std::max(scale, 1), y = c.random()->below(std::min(most, 3000)) + 1;
-        std::vector<ProjectionCurves> curves(static_cast<size_t>(blocks));
-        const bool mirrored = c.random()->below(2) == 0;
+        std::vector<ProjectionCurves> curves(static_cast<size_t>(half_blocks));
+        const bool mirrored = blocks % 2 != 0;
         int32_t circle = divisor + room;
         for (int32_t i = 0; i < room; ++i) {
             circle -= c.random()->below(2);
@@ -352,17 +352,19 @@ TEST(KernelCheck, CurvesOfAProjection)
             }
         }
         Guarded bases = c.bytes(4 * blocks, 4);
-        std::fill_n(bases.as<int32_t>(), blocks, c.random()->below(4000));
+        std::generate_n(bases.as<int32_t>(), blocks, [&c] { return c.random()->below(4000); });
         const size_t state = curves.size() * sizeof(ProjectionCurves);
-        c.check_call(KERNEL(project, rows_of_curves), 184 * blocks, 4, [&](auto f, Guarded& out) {
-            memcpy(out.data(), curves.data(), state);
-            int32_t* const offsets = out.as<int32_t>() + 40 * blocks;
-            uint8_t* const rows = out.data() + 168 * blocks;
-            const ProjectionRowPair pair = {
-                {offsets, rows}, {offsets + blocks, rows + room}, bases.as<int32_t>(), 4000, 3000, 16 * 2999};
-            for (int32_t step = 0; step < 3; ++step)
-                f(pair, out.as<ProjectionCurves>(), blocks);
-        });
+        c.check_call(
+            KERNEL(project, rows_of_curves), 160 * half_blocks + 24 * blocks, 4, [&](auto f, Guarded& out) {
+                memcpy(out.data(), curves.data(), state);
+                int32_t* const offsets = out.as<int32_t>() + 40 * half_blocks;
+                uint8_t* const rows = out.data() + 160 * half_blocks + 8 * blocks;
+                const ProjectionRowPair pair = {
+                    {offsets, rows}, {offsets + blocks, rows + 8 * blocks}, bases.as<int32_t>(), 4000, 3000,
+                    16 * 2999};
+                for (int32_t step = 0; step < 3; ++step)
+                    f(pair, out.as<ProjectionCurves>(), blocks);
+            });
     });
 }
 

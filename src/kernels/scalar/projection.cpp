@@ -20,16 +20,30 @@ uint8_t _limited(int32_t behind)
     return behind > kPatchReach ? kBeyond : static_cast<uint8_t>(behind);
 }
 
-void _place_block(const ProjectionRowPair& out, const int32_t* values, int32_t block)
+// Where the patches of a block begin, and of its mirror image.
+struct Places {
+    int32_t below;
+    int32_t above;
+};
+
+void _store_offsets(const ProjectionRowPair& out, const Places& line, int32_t block)
+{
+    out.below.offsets[block] = line.below * out.stride + out.bases[block];
+    out.above.offsets[block] = line.above * out.stride + out.bases[block];
+}
+
+void _place_block(const ProjectionRowPair& out, const int32_t* values, int32_t right, int32_t left)
 {
     const int32_t least = std::min(values[0], values[kBlock / 2]) >> kFracBits;
     const int32_t most = (values[kBlock - 1] + kPixel - 1) >> kFracBits;
-    out.below.offsets[block] = (out.centre + least) * out.stride + out.bases[block];
-    out.above.offsets[block] = (out.centre - 1 - most) * out.stride + out.bases[block];
-    const ptrdiff_t first = ptrdiff_t{kBlock} * block;
+    const Places lines = {out.centre + least, out.centre - 1 - most};
+    _store_offsets(out, lines, right);
+    _store_offsets(out, lines, left);
+    const ptrdiff_t first = ptrdiff_t{kBlock} * right;
+    const ptrdiff_t last = ptrdiff_t{kBlock} * left + kBlock - 1;
     for (int32_t k = 0; k < kBlock; ++k) {
-        out.below.rows[first + k] = _limited(values[k] - kPixel * least);
-        out.above.rows[first + k] = _limited(kPixel * most - values[k]);
+        out.below.rows[first + k] = out.below.rows[last - k] = _limited(values[k] - kPixel * least);
+        out.above.rows[first + k] = out.above.rows[last - k] = _limited(kPixel * most - values[k]);
     }
 }
 
@@ -54,8 +68,8 @@ int32_t _tent(int32_t behind, int32_t i)
 
 void projection_rows_of_curves(const ProjectionRowPair& out, ProjectionCurves* curves, int32_t blocks)
 {
-    for (int32_t b = 0; b < blocks; ++b, ++curves) {
-        _place_block(out, curves->values, b);
+    for (int32_t right = blocks / 2; right < blocks; ++right, ++curves) {
+        _place_block(out, curves->values, right, blocks - 1 - right);
         for (int32_t k = 0; k < kBlock; ++k)
             _advance(curves, k, out.farthest);
     }

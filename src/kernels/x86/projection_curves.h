@@ -1,4 +1,4 @@
-// The curves of a projection, in vectors of any width. `V` is Sse2 or Avx2 with what they need beyond that.
+// The curves of a projection, in vectors of any width. `V` is Sse2 or Avx2 with what else they need.
 #ifndef OZR_PROJECTION_CURVES_H
 #define OZR_PROJECTION_CURVES_H
 
@@ -33,20 +33,27 @@ struct ProjectionCurveRows {
         V::store(curves->values + i, V::lesser_ints(values + load(curves->steps + i) - carried, farthest));
     }
 
+    static void store_offsets(const ProjectionRowOut& out, int32_t line_offset, const int32_t* bases,
+                              ptrdiff_t right, ptrdiff_t left)
+    {
+        out.offsets[right] = line_offset + bases[right];
+        out.offsets[left] = line_offset + bases[left];
+    }
+
     static void make_rows(const ProjectionRowPair& out, ProjectionCurves* curves, int32_t blocks)
     {
         const Ints farthest = V::all_ints(out.farthest);
-        for (ptrdiff_t b = 0; b < blocks; ++b, ++curves) {
+        for (ptrdiff_t right = blocks / 2, left = (blocks - 1) / 2; right < blocks;
+             ++right, --left, ++curves) {
             const int32_t* v = curves->values;
             const int32_t least = (v[0] < v[kBlock / 2] ? v[0] : v[kBlock / 2]) >> kFracBits;
             const int32_t most = (v[kBlock - 1] + kPixel - 1) >> kFracBits;
-            out.below.offsets[b] = (out.centre + least) * out.stride + out.bases[b];
-            out.above.offsets[b] = (out.centre - 1 - most) * out.stride + out.bases[b];
+            store_offsets(out.below, (out.centre + least) * out.stride, out.bases, right, left);
+            store_offsets(out.above, (out.centre - 1 - most) * out.stride, out.bases, right, left);
             Ints values[kVectors];
             for (size_t i = 0; i < kVectors; ++i)
                 values[i] = load(v + kLanes * i);
-            V::store_rows(out.below.rows + kBlock * b, out.above.rows + kBlock * b, values, kPixel * least,
-                          kPixel * most);
+            V::store_rows(out, right, left, V::limited_rows(values, kPixel * least, kPixel * most));
             for (size_t i = 0; i < kVectors; ++i)
                 advance(curves, kLanes * i, values[i], farthest);
         }

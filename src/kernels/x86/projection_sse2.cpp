@@ -27,13 +27,31 @@ struct CurvesSse2 : Sse2 {
         return behind | ((behind > all_words(kPatchReach)) & all_words(255));
     }
 
-    static void store_rows(uint8_t* below, uint8_t* above, const Ints* values, int32_t least, int32_t most)
+    // The row below the centre, then that above.
+    static __m128i limited_rows(const Ints* values, int32_t least, int32_t most)
     {
         const Words from_least = pack(values[0] - all_ints(least), values[1] - all_ints(least));
         const Words to_most = pack(all_ints(most) - values[0], all_ints(most) - values[1]);
-        const __m128i rows = pack(limited(from_least), limited(to_most));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(below), rows);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(above), _mm_srli_si128(rows, 8));
+        return pack(limited(from_least), limited(to_most));
+    }
+
+    static __m128i reversed(__m128i halves)
+    {
+        const __m128i words = _mm_or_si128(_mm_slli_epi16(halves, 8), _mm_srli_epi16(halves, 8));
+        constexpr int32_t kReverse = _MM_SHUFFLE(0, 1, 2, 3);
+        return _mm_shufflehi_epi16(_mm_shufflelo_epi16(words, kReverse), kReverse);
+    }
+
+    static void store_rows(const ProjectionRowPair& out, ptrdiff_t right, ptrdiff_t left, __m128i rows)
+    {
+        store_both(out, kBlock * left, reversed(rows));
+        store_both(out, kBlock * right, rows);
+    }
+
+    static void store_both(const ProjectionRowPair& out, ptrdiff_t first, __m128i rows)
+    {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out.below.rows + first), rows);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out.above.rows + first), _mm_unpackhi_epi64(rows, rows));
     }
 };
 
