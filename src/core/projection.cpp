@@ -221,27 +221,38 @@ bool ProjectionWalk::next()
 // Source rows below and above the centre add up to the last one. A block on the centre mirrors itself.
 void ProjectionWalk::place_chroma() const
 {
+    const int32_t blocks = projection_->blocks;
     const ProjectionCurves* curves = projection_->curves.get();
-    for (int32_t right = projection_->blocks / 2; right < projection_->blocks; ++right, ++curves) {
-        const int32_t left = projection_->blocks - 1 - right;
+    for (int32_t right = blocks / 2, left = (blocks - 1) / 2; right < blocks; ++right, --left, ++curves) {
         const int32_t line = line_of(curves->values[left == right ? kBlock / 2 : 0]);
-        const bool is_one_line = line == line_of(curves->values[kBlock - 2]);
-        place_block(right, line, is_one_line);
-        place_block(left, line, is_one_line);
-        for (int32_t k = 0; k < kBlockPairs && !is_one_line; ++k) {
-            const int32_t column = 2 * (left == right && k < 2 ? kBlockPairs - 1 - k : k);
-            place_pair(kBlockPairs * right + k, line_of(curves->values[column]));
-            place_pair(kBlockPairs * left + kBlockPairs - 1 - k, line_of(curves->values[column]));
+        if (line == line_of(curves->values[kBlock - 2])) {
+            place_blocks(projection_->below, left, right, line);
+            place_blocks(projection_->above, left, right, half_height_ - 1 - line);
+        } else {
+            place_pairs(left, right, *curves);
         }
     }
 }
 
-void ProjectionWalk::place_block(int32_t block, int32_t line, bool is_one_line) const
+// Blocks whose pairs come from one source row.
+void ProjectionWalk::place_blocks(const ProjectedRow& row, int32_t left, int32_t right, int32_t line) const
 {
-    const auto b = static_cast<size_t>(block);
-    const int32_t base = projection_->pair_bases[b];
-    projection_->below.chroma_offsets[b] = is_one_line ? 2 * (pair_of(line) + base) : -1;
-    projection_->above.chroma_offsets[b] = is_one_line ? 2 * (pair_of(half_height_ - 1 - line) + base) : -1;
+    const int32_t* bases = projection_->pair_bases.get();
+    const int32_t first = pair_of(line);
+    row.chroma_offsets.get()[right] = 2 * (first + bases[right]);
+    row.chroma_offsets.get()[left] = 2 * (first + bases[left]);
+}
+
+// Blocks whose pairs come from several.
+void ProjectionWalk::place_pairs(int32_t left, int32_t right, const ProjectionCurves& curves) const
+{
+    for (const ProjectedRow* row : {&projection_->below, &projection_->above})
+        row->chroma_offsets.get()[left] = row->chroma_offsets.get()[right] = -1;
+    for (int32_t k = 0; k < kBlockPairs; ++k) {
+        const int32_t line = line_of(curves.values[2 * (left == right && k < 2 ? kBlockPairs - 1 - k : k)]);
+        place_pair(kBlockPairs * right + k, line);
+        place_pair(kBlockPairs * left + kBlockPairs - 1 - k, line);
+    }
 }
 
 void ProjectionWalk::place_pair(int32_t pair, int32_t line) const

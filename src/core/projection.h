@@ -78,11 +78,12 @@ public:
     bool has_chroma() const { return y_ % 2 == 0; }
 
 private:
-    // The source row of chroma for a v, and its first pair.
-    int32_t line_of(int32_t v) const { return (half_height_ + (v >> kernels::kFracBits)) / 2; }
-    int32_t pair_of(int32_t line) const { return line * stride_ / 2; }
+    // The source row of chroma for a v, and its first pair. Nothing is negative.
+    int32_t line_of(int32_t v) const { return (half_height_ + (v >> kernels::kFracBits)) >> 1; }
+    int32_t pair_of(int32_t line) const { return (line * stride_) >> 1; }
     void place_chroma() const;
-    void place_block(int32_t block, int32_t line, bool is_one_line) const;
+    void place_blocks(const ProjectedRow& row, int32_t left, int32_t right, int32_t line) const;
+    void place_pairs(int32_t left, int32_t right, const kernels::ProjectionCurves& curves) const;
     void place_pair(int32_t pair, int32_t line) const;
 
     const kernels::Kernels* kernels_;
