@@ -133,9 +133,8 @@ PanoResult _set_up_core(PanoramaInternal* pe, const PanoImg* picture)
 {
     const int32_t forward = pe->direction == kDirectionRight || pe->direction == kDirectionUp ? 1 : 0;
     const bool turns = pe->direction != kDirectionRight && pe->direction != kDirectionLeft;
-    return as_result(
-        turns ? panorama_core_init(pe->core, forward, picture->height, picture->width, picture->height)
-              : panorama_core_init(pe->core, forward, picture->width, picture->height, picture->stride));
+    return turns ? core::prepare(pe->core, forward, picture->height, picture->width, picture->height)
+                 : core::prepare(pe->core, forward, picture->width, picture->height, picture->stride);
 }
 
 // The second picture of a sweep brings the first one into the core.
