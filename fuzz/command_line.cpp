@@ -22,7 +22,7 @@ void _require(bool holds)
 
 void _require_common(const CommonOptions& options)
 {
-    _require(is_picture_name(options.output) && options.quality >= 1 && options.quality <= 100);
+    _require(is_picture_name(options.output) && options.jpeg_quality >= 1 && options.jpeg_quality <= 100);
 }
 
 void _require_side(int32_t side)
@@ -55,8 +55,8 @@ void run_replay(const ReplayOptions&) {}
 
 void run_convert(const ConvertOptions& options)
 {
-    _require(options.sample >= 0 && options.sample <= 16384 && options.quality >= 1 &&
-             options.quality <= 100);
+    _require(options.sample >= 0 && options.sample <= 16384 && options.jpeg_quality >= 1 &&
+             options.jpeg_quality <= 100);
 }
 
 /** One argument a line. */

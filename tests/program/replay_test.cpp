@@ -131,7 +131,7 @@ TEST(Recording, RefusesEachFaultWithItsLine)
     } faults[] = {
         {"", "no recording"},
         {"GIF89a", "line 1 is cut off"},
-        {"ozr-pano recording 2\n", "has format 2, this program reads format 1"},
+        {"ozr-pano recording 3\n", "has format 3, this program reads formats 1 and 2"},
         {"ozr-pano recording 1\nrun\n", "line 2 does not name the library"},
         {head + "run", "line 3 is cut off"},
         {head + "jump\n", "line 3: \"jump\" is no call"},

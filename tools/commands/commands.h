@@ -4,6 +4,8 @@
 
 #include "sweep/sweep.h"
 
+#include <optional>
+
 namespace ozr_pano
 {
 
@@ -12,7 +14,7 @@ struct Size {
     int32_t width = 0, height = 0;
 };
 
-struct DemoOptions : CommonOptions {
+struct DemoOptions : SweepOptions {
     ozr_panorama_direction direction = ozr_panorama_direction_right;
     int32_t pictures = 8;
     Size size = {1280, 960};
@@ -20,13 +22,14 @@ struct DemoOptions : CommonOptions {
     uint32_t seed = 1;
 };
 
-struct StitchOptions : CommonOptions {
-    ozr_panorama_direction direction = ozr_panorama_direction_right;
+struct StitchOptions : SweepOptions {
+    // Without one the refined quality finds it, the classic one takes right.
+    std::optional<ozr_panorama_direction> direction;
     int32_t overlap = 70;  // percent
     std::vector<std::string> pictures;
 };
 
-struct VideoOptions : CommonOptions {
+struct VideoOptions : SweepOptions {
     ozr_panorama_direction direction = ozr_panorama_direction_auto;
     int32_t overlap = 70;
     std::string clip;  // a file's name, or "-"
@@ -45,7 +48,7 @@ struct ConvertOptions {
     Size size;
     bool flip = false;
     int32_t sample = 0;  // keep every n-th pixel of every n-th row, as grey; 0: all of them
-    int quality = 90;
+    int jpeg_quality = 90;  // 1 to 100
 };
 
 // A simulated camera sweeps across a painted scene.

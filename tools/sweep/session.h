@@ -17,7 +17,7 @@ struct CommonOptions {
     std::string output;
     std::string report;  // file of the report page, empty for none
     std::string record;  // folder of the recording, empty for none
-    int quality = 90;    // of JPEG, 1 to 100
+    int jpeg_quality = 90;  // 1 to 100
     bool verbose = false;
     bool json = false;
 };
@@ -35,6 +35,7 @@ public:
     const ozr_panorama& limits() const { return *handle_; }
 
     ozr_err set_parameters(const ozr_panorama_parameters& parameters);
+    ozr_err set_quality(ozr_panorama_quality quality);
     ozr_err detect_frame_to_stitch(const ozr_image& preview, ozr_point* offset,
                                    ozr_panorama_direction* direction);
     // `entry`: for the journal; its offset is passed on, where it has one.
@@ -57,6 +58,7 @@ private:
     bool wants_page() const { return !options_.report.empty(); }
     void begin(RecordedCall call, const ozr_image* image = nullptr);
     void end(const RecordedCall& answer, const ozr_image* panorama = nullptr);
+    void note_result(const ozr_image& panorama);
     void write_page(const ozr_image& panorama);
 
     const CommonOptions& options_;
