@@ -57,8 +57,7 @@ const char* _left_out_reason(ozr_panorama_quality quality)
 
 }  // namespace
 
-Sweep::Sweep(const SweepOptions& options, Journal* journal, ozr_panorama_direction direction,
-             int32_t overlap)
+Sweep::Sweep(const SweepOptions& options, Journal* journal, ozr_panorama_direction direction, int32_t overlap)
     : options_(options), journal_(journal), progress_(!options.verbose), session_(options, journal)
 {
     const ozr_err error = session_.set_parameters({overlap, direction});
@@ -121,13 +120,13 @@ void Sweep::finish()
 
 int Sweep::say_doubts()
 {
-    progress_.clear();
     int doubts = 0;
     const std::vector<PictureEntry>& pictures = journal_->pictures;
     const std::vector<bool> used = used_pictures(*journal_);
     for (size_t i = 0; i < pictures.size(); ++i) {
         if (used[i])
             continue;
+        progress_.clear();
         say("%s: picture %zu is left out: it %s", pictures[i].source.c_str(), i,
             _left_out_reason(options_.quality));
         ++doubts;
@@ -135,6 +134,7 @@ int Sweep::say_doubts()
     for (const ozr_panorama_joint& joint : journal_->joints) {
         if (joint.used == 0 || joint.confidence >= kTrustedJoint)
             continue;
+        progress_.clear();
         say("%s: picture %d does not fit picture %d for sure: confidence %.2f; look at the panorama there",
             pictures[static_cast<size_t>(joint.second)].source.c_str(), joint.second, joint.first,
             static_cast<double>(joint.confidence));
