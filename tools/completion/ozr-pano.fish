@@ -14,8 +14,10 @@ complete -c ozr-pano -n $output -s o -l output -r -F -d "The panorama's file"
 complete -c ozr-pano -n $output -l report -r -F -d 'Also write a page that shows what was done'
 complete -c ozr-pano -n $output -l json -d 'Print the summary as JSON'
 complete -c ozr-pano -n $output -l verbose -d "Show the library's log"
-complete -c ozr-pano -n "$output convert" -l quality -x -d 'Quality of a JPEG, 1 to 100'
+complete -c ozr-pano -n "$output convert" -l jpeg-quality -x -d 'Quality of a JPEG, 1 to 100'
 set -l sweep "__fish_seen_subcommand_from $sweeps"
+complete -c ozr-pano -n $sweep -l quality -x -a 'refined classic' -d 'How the pictures are joined'
+complete -c ozr-pano -n $sweep -l strict -d 'Exit with 1 when a place is in doubt'
 complete -c ozr-pano -n $sweep -l record -r -F -d 'Also record the calls into a new folder'
 complete -c ozr-pano -n $sweep -s d -l direction -x -a 'right left down up auto' -d 'Where the camera pans'
 complete -c ozr-pano -n '__fish_seen_subcommand_from stitch video' -l overlap -x -d 'Overlap in percent, 50 to 90'

@@ -128,13 +128,13 @@ void Sweep::finish()
 
 int Sweep::say_doubts()
 {
-    progress_.clear();
     int doubts = 0;
     const std::vector<PictureEntry>& pictures = journal_->pictures;
     const std::vector<bool> used = used_pictures(*journal_);
     for (size_t i = 0; i < pictures.size(); ++i) {
         if (used[i])
             continue;
+        progress_.clear();
         say("%s: picture %zu is left out: it %s", pictures[i].source.c_str(), i,
             _left_out_reason(options_.quality));
         ++doubts;
@@ -142,6 +142,7 @@ int Sweep::say_doubts()
     for (const ozr_panorama_joint& joint : journal_->joints) {
         if (joint.used == 0 || joint.confidence >= kTrustedJoint)
             continue;
+        progress_.clear();
         say("%s: picture %d does not fit picture %d for sure: confidence %.2f; look at the panorama there",
             pictures[static_cast<size_t>(joint.second)].source.c_str(), joint.second, joint.first,
             static_cast<double>(joint.confidence));
