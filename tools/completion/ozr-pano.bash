@@ -35,7 +35,7 @@ _ozr_pano()
         return
     fi
     if [[ $current == -* ]]; then
-        local options="--help -h" sweep="--quality --strict"
+        local options="--help -h" sweep="--compare --quality --strict"
         case $command in
             demo) options+=" $output $sweep --record --direction -d --pictures -n --size --preview --seed" ;;
             stitch | video) options+=" $output $sweep --record --direction -d --overlap" ;;
