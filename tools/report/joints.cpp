@@ -151,13 +151,14 @@ bool _is_doubtful(const ozr_panorama_joint& joint)
     return joint.confidence < kTrustedJoint;
 }
 
+// A confidence is rounded down, so that none that is below the limit looks as if it were not.
 void _add_facts(const ozr_panorama_joint& joint, const JointView* view, Html* html)
 {
     const double confidence = static_cast<double>(joint.confidence);
     html->format(
         "<dl><dt>confidence</dt><dd><meter min=\"0\" max=\"1\" low=\"0.5\" high=\"0.8\" optimum=\"1\" "
         "value=\"%.3f\"></meter> <b>%.2f</b> %s</dd>",
-        confidence, confidence,
+        confidence, floor(confidence * 100) / 100,
         _is_doubtful(joint)        ? "not to be trusted"
         : confidence < kSoundJoint ? "fair"
                                    : "sound");

@@ -11,6 +11,9 @@
 namespace ozr_pano
 {
 
+// Differences of two pictures are shown brighter than they are, and with so many pixels on the longer side.
+constexpr int32_t kDifferenceGain = 4, kDifferenceExtent = 480;
+
 // A place between pixels.
 struct Spot {
     double x = 0, y = 0;
@@ -21,7 +24,6 @@ struct Placement {
     bool is_used = false;  // false: left out of the panorama
     // Pixels of the panorama, ends exclusive; may reach beyond it. Only when used.
     ozr_rect box = {0, 0, 0, 0};
-    std::vector<Spot> outline;  // the picture's border on the panorama; empty: that of the box
 
     // Against the picture before; the first one has none.
     bool has_step = false;
@@ -29,6 +31,8 @@ struct Placement {
     double overlap = 0;       // share of a picture, along the sweep
     bool has_score = false;   // false: no search could be made
     double score = 0;         // sign(r) * r^2 of the correlation r: 1 for equal pictures
+
+    std::vector<Spot> outline = {};  // the picture's border on the panorama; empty: that of the box
 };
 
 // Where two neighbours overlap.

@@ -5,6 +5,7 @@
 #include "report/page.h"
 
 #include <algorithm>
+#include <math.h>
 
 namespace ozr_pano
 {
@@ -37,7 +38,7 @@ void _add_facts(const Journal& journal, Html* html)
         journal.width, journal.height, journal.pictures_used, journal.pictures.size(), _time_of(journal));
     if (!journal.joints.empty())
         html->format("<dt>joints to be trusted</dt><dd>%zu of %zu</dd><dt>least confidence</dt><dd>%.2f</dd>",
-                     trusted, journal.joints.size(), static_cast<double>(least));
+                     trusted, journal.joints.size(), floor(static_cast<double>(least) * 100) / 100);
     *html << "</dl>";
 }
 

@@ -20,9 +20,6 @@ using ozr::session::PanoramaRecord;
 using ozr::session::PictureRecord;
 using ozr::session::SeamRecord;
 
-constexpr int32_t kGain = 4;          // differences are shown brighter than they are
-constexpr int32_t kViewExtent = 480;  // longer side of a difference picture
-
 // What the picture is to the one before.
 Placement _step(const PictureRecord& picture, const Turn& turn)
 {
@@ -55,12 +52,12 @@ void _set_difference(const SeamRecord& seam, const Turn& turn, OverlapView* view
             const int32_t grey = std::abs(left[x] - right[x]);
             sum += grey;
             uint8_t* pixel = turn.pixel(&difference, x, y, width);
-            std::fill_n(pixel, 3, static_cast<uint8_t>(std::min(grey * kGain, 255)));
+            std::fill_n(pixel, 3, static_cast<uint8_t>(std::min(grey * kDifferenceGain, 255)));
             pixel[3] = 255;
         }
     }
     view->mean_difference = static_cast<double>(sum) / (static_cast<double>(width) * height);
-    view->difference = shrink(difference, kViewExtent);
+    view->difference = shrink(difference, kDifferenceExtent);
 }
 
 OverlapView _overlap(const SeamRecord& seam, const Turn& turn)

@@ -23,9 +23,7 @@ using ozr::session::MatchesRecord;
 using ozr::session::MatchRecord;
 using ozr::session::RefinedRecord;
 
-constexpr int kBorderSteps = 16;      // of each side of a picture's border
-constexpr int32_t kGain = 4;          // differences are shown brighter than they are
-constexpr int32_t kViewExtent = 480;  // longer side of a joint's picture
+constexpr int kBorderSteps = 16;  // of each side of a picture's border
 constexpr double kTwoPi = 6.283185307179586;
 
 Pinhole _pinhole(const CameraRecord& camera)
@@ -180,7 +178,7 @@ Part _differences(const JointPictures& pictures, std::vector<uint8_t>* grey)
             part.add(x, y);
             const double difference = fabs(pictures.second.row(y)[x] * pictures.gain - first);
             (*grey)[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)] =
-                static_cast<uint8_t>(std::min(difference * kGain, 255.0));
+                static_cast<uint8_t>(std::min(difference * kDifferenceGain, 255.0));
         }
     }
     return part;
@@ -205,7 +203,7 @@ Picture _upright(const std::vector<uint8_t>& grey, int32_t stride, const Part& p
             pixel[3] = 255;
         }
     }
-    return shrink(picture, kViewExtent);
+    return shrink(picture, kDifferenceExtent);
 }
 
 void _add_part(const RefinedRecord& record, const Turn& turn, const ozr_panorama_joint& joint,
