@@ -100,8 +100,7 @@ void _add_sweep(CLI::App* command, SweepOptions* options)
     _add_jpeg_quality(command, "--jpeg-quality", &options->jpeg_quality);
     command->add_flag("--strict", options->strict,
                       "Exit with 1 when a picture is left out or a joint not trusted");
-    command
-        ->add_flag("--compare", options->compare, "Show both qualities side by side in the report")
+    command->add_flag("--compare", options->compare, "Show both qualities side by side in the report")
         ->needs("--report");
     command
         ->add_option("--record", options->record,
