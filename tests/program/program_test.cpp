@@ -151,6 +151,7 @@ TEST_F(Program, TellsWrongUsageFromHelp)
          "--jpeg-quality",
          {"convert none.png b.jpg --format gray --quality 0", "replay --jpeg-quality 101 in",
           "stitch --jpeg-quality 0 a.png"}},
+        {2, "--compare requires --report", {"demo --compare", "stitch --compare a.png"}},
         {2, " does not end in .png, .jpg or .jpeg", {"demo -o .png", "demo -o a.gif"}},
         {2, "clip is required", {"video"}},
         {2, "folder is required", {"replay"}},

@@ -101,6 +101,9 @@ void _add_sweep(CLI::App* command, SweepOptions* options)
     command->add_flag("--strict", options->strict,
                       "Exit with 1 when a picture is left out or a joint not trusted");
     command
+        ->add_flag("--compare", options->compare, "Show both qualities side by side in the report")
+        ->needs("--report");
+    command
         ->add_option("--record", options->record,
                      "Also record the library's calls into a new folder, for replay")
         ->option_text("DIR");

@@ -36,7 +36,7 @@ _ozr_pano()
         return
     fi
     if [[ $current == -* ]]; then
-        local options="--help -h" sweep="--quality --strict"
+        local options="--help -h" sweep="--compare --quality --strict"
         local camera="--focal --lens --tilt --exposure --vignetting --shutter --walkers"
         case $command in
             demo) options+=" $output $sweep --record --direction -d --pictures -n --size --preview --seed $camera" ;;

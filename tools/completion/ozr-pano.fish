@@ -17,6 +17,7 @@ complete -c ozr-pano -n $output -l verbose -d "Show the library's log"
 complete -c ozr-pano -n "$output convert" -l jpeg-quality -x -d 'Quality of a JPEG, 1 to 100'
 set -l sweep "__fish_seen_subcommand_from $sweeps"
 complete -c ozr-pano -n $sweep -l quality -x -a 'refined classic' -d 'How the pictures are joined'
+complete -c ozr-pano -n $sweep -l compare -d 'Show both qualities side by side in the report'
 complete -c ozr-pano -n $sweep -l strict -d 'Exit with 1 when a place is in doubt'
 complete -c ozr-pano -n $sweep -l record -r -F -d 'Also record the calls into a new folder'
 complete -c ozr-pano -n $sweep -s d -l direction -x -a 'right left down up auto' -d 'Where the camera pans'

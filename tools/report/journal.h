@@ -44,8 +44,8 @@ struct Journal {
     int pictures_used = 0;
     std::vector<ozr_panorama_joint> joints;    // of the panorama, as the library tells them
     std::vector<ozr_panorama_camera> cameras;  // one for each picture; none of a classic sweep
-    int32_t width = 0, height = 0;  // of the panorama, 0 while there is none
-    std::string output;             // files written, empty for none
+    int32_t width = 0, height = 0;             // of the panorama, 0 while there is none
+    std::string output;                        // files written, empty for none
     std::string report;
     std::string failure;  // why there is no panorama
 
@@ -74,6 +74,12 @@ struct Journal {
         std::chrono::duration<double, std::milli> time{0};
     };
     std::vector<Stage> stages;
+};
+
+// What became of the same pictures in the other quality.
+struct Counterpart {
+    Journal journal;
+    Picture panorama;  // reduced; without pixels when there is none
 };
 
 // Whether each picture is in the panorama.

@@ -188,35 +188,38 @@ void Session::note_result(const ozr_image& panorama)
     ozr_panorama_camera camera;
     for (int32_t i = 0; ozr_panorama_get_camera(handle_.get(), i, &camera) == ozr_success; ++i)
         journal_->cameras.push_back(camera);
-    journal_->pictures_used = static_cast<int>(
-        std::count_if(journal_->cameras.begin(), journal_->cameras.end(),
-                      [](const ozr_panorama_camera& each) { return each.used != 0; }));
+    journal_->pictures_used =
+        static_cast<int>(std::count_if(journal_->cameras.begin(), journal_->cameras.end(),
+                                       [](const ozr_panorama_camera& each) { return each.used != 0; }));
     journal_->direction = _direction_of(journal_->joints, journal_->direction);
 }
 
-void Session::publish(const ozr_image& panorama)
+void Session::publish(const ozr_image& panorama, const Counterpart* counterpart)
 {
     if (!options_.output.empty()) {
         const Journal::Lap lap = journal_->time("write");
         write_picture(options_.output, convert_to_picture(panorama), options_.jpeg_quality);
     }
     journal_->output = options_.output;
-    write_page(panorama);
+    write_page(panorama, counterpart);
 }
 
 void Session::publish_failure(const std::string& reason)
 {
     journal_->failure = reason;
-    write_page(ozr_image());
+    write_page(ozr_image(), nullptr);
 }
 
-void Session::write_page(const ozr_image& panorama)
+void Session::write_page(const ozr_image& panorama, const Counterpart* counterpart)
 {
     if (!wants_page())
         return;
-    const bool is_classic = journal_->quality == ozr_panorama_quality_classic;
-    const ReportPage page = {*journal_, is_classic ? read_layout(*handle_, panorama) : Layout(),
-                             _shown(panorama), kept_log(), limits().description};
+    const ReportPage page = {*journal_,
+                             read_layout(*handle_, panorama, journal_->joints),
+                             _shown(panorama),
+                             kept_log(),
+                             limits().description,
+                             counterpart};
     write_report_page(options_.report, page);
     journal_->report = options_.report;
 }

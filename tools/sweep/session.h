@@ -15,8 +15,8 @@ namespace ozr_pano
 // What every command that drives a session takes.
 struct CommonOptions {
     std::string output;
-    std::string report;  // file of the report page, empty for none
-    std::string record;  // folder of the recording, empty for none
+    std::string report;     // file of the report page, empty for none
+    std::string record;     // folder of the recording, empty for none
     int jpeg_quality = 90;  // 1 to 100
     bool verbose = false;
     bool json = false;
@@ -43,9 +43,9 @@ public:
     ozr_err reset();
     ozr_err run(ozr_image* panorama);
 
-    // Writes the panorama's file, if one is wanted, and the report page likewise. Throws
-    // ProgramError.
-    void publish(const ozr_image& panorama);
+    // Writes the panorama's file, if one is wanted, and the report page likewise.
+    // `counterpart`: for the page; may be null. Throws ProgramError.
+    void publish(const ozr_image& panorama, const Counterpart* counterpart = nullptr);
 
     // Writes the page of a sweep that has no panorama, if one is wanted.
     void publish_failure(const std::string& reason);
@@ -59,7 +59,7 @@ private:
     void begin(RecordedCall call, const ozr_image* image = nullptr);
     void end(const RecordedCall& answer, const ozr_image* panorama = nullptr);
     void note_result(const ozr_image& panorama);
-    void write_page(const ozr_image& panorama);
+    void write_page(const ozr_image& panorama, const Counterpart* counterpart);
 
     const CommonOptions& options_;
     Journal* journal_;

@@ -84,6 +84,7 @@ Announcement Sweep::watch(const ozr_image& preview, const std::string& name)
         give_up("%s: the preview is refused (%s); --verbose shows the library's log", name.c_str(),
                 ozr_err_to_string(result));
     announcement.due = result > 0;
+    comparison_.note_preview(preview);
     progress_.show("following %s, %zu pictures", name.c_str(), journal_->pictures.size());
     return announcement;
 }
@@ -92,6 +93,8 @@ void Sweep::add(ozr_image* picture, PictureEntry entry)
 {
     const std::string source = entry.source;
     progress_.show("stitching picture %zu: %s", journal_->pictures.size(), source.c_str());
+    if (options_.compare)
+        comparison_.keep(*picture, entry);
     const ozr_err error = session_.stitch_one_image(picture, std::move(entry));
     if (error != ozr_success)
         give_up("%s: %s (%s)", source.c_str(), _picture_reason(error), ozr_err_to_string(error));
@@ -109,8 +112,13 @@ void Sweep::finish()
     if (given > 1 && used == 1)
         give_up("the pictures cannot be placed: each %s", _left_out_reason(options_.quality));
     const int doubts = say_doubts();
+    Counterpart counterpart;
+    if (options_.compare) {
+        progress_.show("joining %d pictures in the other quality", given);
+        counterpart = comparison_.join(options_, *journal_);
+    }
     progress_.show("writing %s", options_.output.c_str());
-    session_.publish(panorama);
+    session_.publish(panorama, options_.compare ? &counterpart : nullptr);
     progress_.clear();
     print_summary(*journal_, options_.json);
     if (options_.strict && doubts > 0)

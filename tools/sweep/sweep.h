@@ -3,6 +3,7 @@
 #define SWEEP_H
 
 #include "base/progress.h"
+#include "sweep/comparison.h"
 #include "sweep/session.h"
 
 namespace ozr_pano
@@ -11,7 +12,8 @@ namespace ozr_pano
 // What every command that makes a sweep of its own takes.
 struct SweepOptions : CommonOptions {
     ozr_panorama_quality quality = ozr_panorama_quality_refined;
-    bool strict = false;  // a panorama with a doubtful place is a failure
+    bool strict = false;   // a panorama with a doubtful place is a failure
+    bool compare = false;  // the report page shows the other quality too
 };
 
 // What the library answers to a preview.
@@ -51,6 +53,7 @@ private:
     Journal* journal_;
     Progress progress_;
     Session session_;
+    Comparison comparison_;
 };
 
 }  // namespace ozr_pano
