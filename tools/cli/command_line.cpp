@@ -77,6 +77,9 @@ void _add_common(CLI::App* command, CommonOptions* options, const char* output)
         ->option_text(options->output.empty() ? "FILE" : "FILE [" + options->output + "]");
     command->add_option("--report", options->report, "Also write a page that shows what was done")
         ->option_text("FILE.html");
+    command->add_flag_callback(
+        "--no-metadata", [options] { options->metadata = false; },
+        "Leave camera, time, place and geometry out of a JPEG");
     command->add_flag("--json", options->json, "Print the summary as JSON");
     command->add_flag("--verbose", options->verbose, "Show the library's log on standard error");
 }
@@ -100,8 +103,7 @@ void _add_sweep(CLI::App* command, SweepOptions* options)
     _add_jpeg_quality(command, "--jpeg-quality", &options->jpeg_quality);
     command->add_flag("--strict", options->strict,
                       "Exit with 1 when a picture is left out or a joint not trusted");
-    command
-        ->add_flag("--compare", options->compare, "Show both qualities side by side in the report")
+    command->add_flag("--compare", options->compare, "Show both qualities side by side in the report")
         ->needs("--report");
     command
         ->add_option("--record", options->record,

@@ -2,7 +2,7 @@
 _ozr_pano()
 {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
-    local formats="nv12 nv21 yv12 yuy2 gray rgba" output="--output -o --jpeg-quality --report --json --verbose"
+    local formats="nv12 nv21 yv12 yuy2 gray rgba" output="--output -o --jpeg-quality --report --no-metadata --json --verbose"
     COMPREPLY=()
 
     case $previous in

@@ -12,6 +12,7 @@ complete -c ozr-pano -n __fish_use_subcommand -a convert -d 'Convert a picture o
 set -l output "__fish_seen_subcommand_from $sweeps replay"
 complete -c ozr-pano -n $output -s o -l output -r -F -d "The panorama's file"
 complete -c ozr-pano -n $output -l report -r -F -d 'Also write a page that shows what was done'
+complete -c ozr-pano -n $output -l no-metadata -d 'Leave camera, time, place and geometry out of a JPEG'
 complete -c ozr-pano -n $output -l json -d 'Print the summary as JSON'
 complete -c ozr-pano -n $output -l verbose -d "Show the library's log"
 complete -c ozr-pano -n "$output convert" -l jpeg-quality -x -d 'Quality of a JPEG, 1 to 100'

@@ -4,6 +4,7 @@
 #include "media/exif.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <iterator>
 #include <string.h>
 
@@ -17,7 +18,7 @@ constexpr uint32_t kOrientationTag = 0x0112;
 constexpr uint32_t kExifDirectoryTag = 0x8769, kGpsDirectoryTag = 0x8825;
 constexpr uint32_t kWidthTag = 0xA002, kHeightTag = 0xA003;
 constexpr uint32_t kGpsDirectionTag = 0x0011;
-constexpr uint32_t kTypeShort = 3, kTypeLong = 4, kTypeRational = 5;
+constexpr uint32_t kTypeShort = 3, kTypeLong = 4, kTypeRational = 5, kTypeBytesOnly = 7;
 constexpr size_t kTiffHeaderBytes = 8;
 constexpr size_t kEntryBytes = 12, kInlineBytes = 4;
 constexpr size_t kTypeBytes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8};  // of one value, by type
@@ -26,10 +27,9 @@ constexpr size_t kMaxCarriedBytes = 32768;
 
 // What says which camera took the picture, when and how, and whose it is.
 constexpr uint32_t kMainTags[] = {0x010F, 0x0110, 0x0132, 0x013B, 0x8298};
-constexpr uint32_t kExifTags[] = {0x829A, 0x829D, 0x8822, 0x8827, 0x9000, 0x9003, 0x9004,
-                                  0x9010, 0x9011, 0x9012, 0x9201, 0x9202, 0x9203, 0x9204,
-                                  0x9205, 0x9207, 0x9208, 0x9209, 0x920A, 0x9290, 0x9291,
-                                  0x9292, 0xA402, 0xA403, 0xA405, 0xA432, 0xA433, 0xA434};
+constexpr uint32_t kExifTags[] = {0x829A, 0x829D, 0x8822, 0x8827, 0x9003, 0x9004, 0x9010, 0x9011, 0x9012,
+                                  0x9201, 0x9202, 0x9203, 0x9204, 0x9205, 0x9207, 0x9208, 0x9209, 0x920A,
+                                  0x9290, 0x9291, 0x9292, 0xA402, 0xA403, 0xA405, 0xA432, 0xA433, 0xA434};
 constexpr uint32_t kLastGpsTag = 0x1F;
 
 // Numbers of either byte order out of a block; reads beyond its end give 0.
@@ -164,9 +164,16 @@ public:
         put(kTiffHeaderBytes, 4);
     }
 
-    Entry number_entry(uint32_t tag, uint32_t type, uint32_t value) const
+    // Of numbers of the type; a rational is two of them.
+    Entry entry(uint32_t tag, uint32_t type, std::initializer_list<uint32_t> numbers) const
     {
-        return {tag, type, 1, bytes_of(value, kTypeBytes[type])};
+        const size_t each = type == kTypeRational ? 2 : 1, bytes = kTypeBytes[type] / each;
+        Entry entry = {tag, type, static_cast<uint32_t>(numbers.size() / each), {}};
+        for (const uint32_t number : numbers) {
+            const std::vector<uint8_t> value = bytes_of(number, bytes);
+            entry.value.insert(entry.value.end(), value.begin(), value.end());
+        }
+        return entry;
     }
 
     // Behind what was written before. Returns where it is.
@@ -241,6 +248,24 @@ void _limit(Directory* directory, size_t* left)
     *left -= std::min(*left, TiffWriter::size_of(*directory));
 }
 
+// An upright picture of 72 pixels to an inch whose chroma is centred, in sRGB.
+void _add_what_every_jpeg_has(const TiffWriter& writer, Directories* directories)
+{
+    constexpr uint32_t kXResolutionTag = 0x011A, kYResolutionTag = 0x011B, kResolutionUnitTag = 0x0128;
+    constexpr uint32_t kChromaPlaceTag = 0x0213, kVersionTag = 0x9000, kComponentsTag = 0x9101;
+    constexpr uint32_t kFlashpixTag = 0xA000, kColourSpaceTag = 0xA001;
+    Directory &main = directories->main, &exif = directories->exif;
+    main.push_back(writer.entry(kOrientationTag, kTypeShort, {1}));
+    main.push_back(writer.entry(kXResolutionTag, kTypeRational, {72, 1}));
+    main.push_back(writer.entry(kYResolutionTag, kTypeRational, {72, 1}));
+    main.push_back(writer.entry(kResolutionUnitTag, kTypeShort, {2}));
+    main.push_back(writer.entry(kChromaPlaceTag, kTypeShort, {1}));
+    exif.push_back(writer.entry(kVersionTag, kTypeBytesOnly, {'0', '2', '3', '2'}));
+    exif.push_back(writer.entry(kComponentsTag, kTypeBytesOnly, {1, 2, 3, 0}));
+    exif.push_back(writer.entry(kFlashpixTag, kTypeBytesOnly, {'0', '1', '0', '0'}));
+    exif.push_back(writer.entry(kColourSpaceTag, kTypeShort, {1}));
+}
+
 }  // namespace
 
 std::vector<uint8_t> carried_exif(const std::vector<uint8_t>& tiff, int32_t width, int32_t height)
@@ -253,11 +278,11 @@ std::vector<uint8_t> carried_exif(const std::vector<uint8_t>& tiff, int32_t widt
     for (Directory* each : {&directories.main, &directories.exif, &directories.gps})
         _limit(each, &left);
     TiffWriter writer(reader.is_big_endian());
-    directories.main.push_back(writer.number_entry(kOrientationTag, kTypeShort, 1));
-    directories.exif.push_back(writer.number_entry(kWidthTag, kTypeLong, static_cast<uint32_t>(width)));
-    directories.exif.push_back(writer.number_entry(kHeightTag, kTypeLong, static_cast<uint32_t>(height)));
+    _add_what_every_jpeg_has(writer, &directories);
+    directories.exif.push_back(writer.entry(kWidthTag, kTypeLong, {static_cast<uint32_t>(width)}));
+    directories.exif.push_back(writer.entry(kHeightTag, kTypeLong, {static_cast<uint32_t>(height)}));
     const auto point_to = [&](uint32_t tag, size_t position) {
-        directories.main.push_back(writer.number_entry(tag, kTypeLong, static_cast<uint32_t>(position)));
+        directories.main.push_back(writer.entry(tag, kTypeLong, {static_cast<uint32_t>(position)}));
     };
     // The first directory comes first, and its size tells where the others follow.
     const bool has_gps = !directories.gps.empty();
