@@ -77,6 +77,9 @@ void _add_common(CLI::App* command, CommonOptions* options, const char* output)
         ->option_text(options->output.empty() ? "FILE" : "FILE [" + options->output + "]");
     command->add_option("--report", options->report, "Also write a page that shows what was done")
         ->option_text("FILE.html");
+    command->add_flag_callback(
+        "--no-metadata", [options] { options->metadata = false; },
+        "Leave camera, time, place and geometry out of a JPEG");
     command->add_flag("--json", options->json, "Print the summary as JSON");
     command->add_flag("--verbose", options->verbose, "Show the library's log on standard error");
 }
@@ -132,6 +135,38 @@ void _add_size(CLI::App* command, const char* name, Size* size, const char* desc
     command->add_option_function<std::string>(name, parse, description)->option_text("WxH [" + preset + "]");
 }
 
+// Not by CLI::Range, which takes what is no number.
+template <class Number>
+void _add_range(CLI::App* command, const char* name, Number* value, Number low, Number high, const char* text,
+                const char* description)
+{
+    const auto parse = [=](const Number& given) {
+        if (!(given >= low && given <= high))
+            throw CLI::ValidationError(name, CLI::detail::to_string(given) + " is not in range");
+        *value = given;
+    };
+    command->add_option_function<Number>(name, parse, description)->option_text(text);
+}
+
+// What the demonstration's camera and street have beyond the plainest.
+void _add_camera(CLI::App* command, DemoOptions* options)
+{
+    _add_range(command, "--focal", &options->focal, 0.6, 2.2, "F [1]",
+               "Focal length, 0.6 (wide) to 2.2 times the usual one");
+    _add_range(command, "--lens", &options->lens, -0.1, 0.1, "K [0]",
+               "Radial distortion of the lens, -0.1 to 0.1");
+    _add_range(command, "--tilt", &options->tilt, -15.0, 15.0, "DEG [0]",
+               "Hold the camera tilted across the sweep, -15 to 15 degrees");
+    _add_range(command, "--exposure", &options->exposure, 0.0, 50.0, "P [0]",
+               "Let the brightness of the pictures differ by 0 to 50 percent");
+    _add_range(command, "--vignetting", &options->vignetting, 0.0, 80.0, "P [0]",
+               "Light that the corners lose, 0 to 80 percent");
+    _add_range(command, "--shutter", &options->shutter, 0.0, 50.0, "MS [0]",
+               "Rolling shutter: 0 to 50 ms from the first row to the last");
+    _add_range(command, "--walkers", &options->walkers, 0, 20, "N [0]",
+               "People who walk through the scene, 0 to 20");
+}
+
 CLI::App* _add_demo(CLI::App* app, DemoOptions* options)
 {
     CLI::App* command = app->add_subcommand("demo", "Sweep a simulated camera across a painted scene");
@@ -146,6 +181,7 @@ CLI::App* _add_demo(CLI::App* app, DemoOptions* options)
               "640x480, or so");
     command->add_option("--seed", options->seed, "Another number gives another scene and another hand")
         ->option_text("S [" + std::to_string(options->seed) + "]");
+    _add_camera(command, options);
     return command;
 }
 

@@ -20,6 +20,13 @@ struct DemoOptions : SweepOptions {
     Size size = {1280, 960};
     Size preview = {0, 0};  // 0: like the pictures, with 640 pixels on the longer side
     uint32_t seed = 1;
+    double focal = 1;       // focal length, of what is usual
+    double lens = 0;        // radial term of the lens
+    double tilt = 0;        // degrees down, or right in a vertical sweep
+    double exposure = 0;    // percent by which the brightness of the pictures differs
+    double vignetting = 0;  // percent of the light that the corners lose
+    double shutter = 0;     // milliseconds from the first row to the last
+    int32_t walkers = 0;
 };
 
 struct StitchOptions : SweepOptions {
@@ -47,7 +54,7 @@ struct ConvertOptions {
     ozr_image_format from = ozr_image_format_rgba32;
     Size size;
     bool flip = false;
-    int32_t sample = 0;  // keep every n-th pixel of every n-th row, as grey; 0: all of them
+    int32_t sample = 0;     // keep every n-th pixel of every n-th row, as grey; 0: all of them
     int jpeg_quality = 90;  // 1 to 100
 };
 

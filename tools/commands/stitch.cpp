@@ -13,7 +13,7 @@ namespace
 {
 
 // Reads a picture, checks that it fits the ones before, and converts it.
-void _load(const std::string& path, Journal* journal, ozr_image* nv12)
+PictureEntry _load(const std::string& path, Journal* journal, ozr_image* nv12)
 {
     Picture picture;
     {
@@ -34,6 +34,10 @@ void _load(const std::string& path, Journal* journal, ozr_image* nv12)
     }
     const Journal::Lap lap = journal->time("convert");
     convert_to_nv12(picture, nv12);
+    PictureEntry entry;
+    entry.source = path;
+    entry.exif = std::move(picture.exif);
+    return entry;
 }
 
 }  // namespace
@@ -53,9 +57,7 @@ void run_stitch(const StitchOptions& options)
              sweep.max_pictures());
     ImageOwner nv12;
     for (const std::string& path : options.pictures) {
-        _load(path, &journal, nv12.get());
-        PictureEntry entry;
-        entry.source = path;
+        PictureEntry entry = _load(path, &journal, nv12.get());
         sweep.add(nv12.get(), std::move(entry));
     }
     sweep.finish();

@@ -23,7 +23,8 @@ struct PictureEntry {
     ozr_point offset = {0, 0};  // pixels of the preview since the picture before
     bool has_truth = false;     // the camera's true motion is known
     double truth_x = 0, truth_y = 0;
-    Picture thumbnail;  // empty unless a report page is wanted
+    Picture thumbnail;               // empty unless a report page is wanted
+    std::vector<uint8_t> exif = {};  // of its file, if it has one
 };
 
 // One preview of the sweep.

@@ -253,6 +253,12 @@ JointView _joint(const ozr_panorama& session, const RefinedRecord& record, const
 
 }  // namespace
 
+Cylinder read_cylinder(const ozr_panorama& session)
+{
+    const RefinedRecord record = ozr::session::look_at_refined(&session);
+    return {record.cylinder.radius, record.cylinder.first_heading, record.cylinder.first_height};
+}
+
 bool has_refined(const ozr_panorama& session)
 {
     return ozr::session::look_at_refined(&session).count > 0;

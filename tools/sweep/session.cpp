@@ -9,6 +9,7 @@
 #include "report/library_log.h"
 #include "report/page.h"
 #include "sweep/layout_reader.h"
+#include "sweep/metadata.h"
 
 #include <algorithm>
 #include <cmath>
@@ -198,7 +199,8 @@ void Session::publish(const ozr_image& panorama, const Counterpart* counterpart)
 {
     if (!options_.output.empty()) {
         const Journal::Lap lap = journal_->time("write");
-        write_picture(options_.output, convert_to_picture(panorama), options_.jpeg_quality);
+        const Metadata metadata = options_.metadata ? panorama_metadata(*journal_, *handle_) : Metadata();
+        write_picture(options_.output, convert_to_picture(panorama), options_.jpeg_quality, metadata);
     }
     journal_->output = options_.output;
     write_page(panorama, counterpart);

@@ -18,6 +18,7 @@ struct CommonOptions {
     std::string report;     // file of the report page, empty for none
     std::string record;     // folder of the recording, empty for none
     int jpeg_quality = 90;  // 1 to 100
+    bool metadata = true;   // in a JPEG
     bool verbose = false;
     bool json = false;
 };
