@@ -44,9 +44,9 @@
 #endif
 
 /**
- * @name Version of the interface
- * What this header belongs to, and what a configuration has to name. Written here once: the build takes the version of
- * the shared object, of its symbols and of the packages from these lines, the library its banner.
+ * @name Version of the configuration
+ * What a configuration has to name, and the library's banner. It stays while sessions are set up as they are; what was
+ * added since then shows in the release.
  */
 /**@{*/
 /** Counts incompatible changes. */
@@ -57,6 +57,20 @@
 #define OZR_VERSION_PATCH 1
 /** Counts builds of one version. */
 #define OZR_VERSION_REVISION 0
+/**@}*/
+
+/**
+ * @name Version of the release
+ * What this header belongs to. Written here once: the build takes the version of the shared object, of its symbols and of
+ * the packages from these lines.
+ */
+/**@{*/
+/** Counts incompatible changes. */
+#define OZR_RELEASE_MAJOR 1
+/** Counts additions; from 1 on there is ozr_panorama_set_quality. */
+#define OZR_RELEASE_MINOR 1
+/** Counts corrections. */
+#define OZR_RELEASE_PATCH 0
 /**@}*/
 
 OZR_BEGIN_DECLS
