@@ -7,7 +7,8 @@
 #include "kernels/kernels.h"
 #include "ozr_log.h"
 
-// The library polls another thread between sleeps. Here there is none, so that every wait runs to its end.
+// The library polls another thread between sleeps. Here there is none, so that every wait runs to
+// its end.
 extern "C" int usleep(useconds_t)
 {
     return 0;

@@ -1,4 +1,5 @@
-// The routines on grey pictures in the caller's memory, and integer geometry on numbers from anywhere.
+// The routines on grey pictures in the caller's memory, and integer geometry on numbers from
+// anywhere.
 #include <stdlib.h>
 
 #include <vector>

@@ -1,4 +1,5 @@
-// Public images: created, copied, converted, mirrored, sampled and warped, in any order and of any geometry.
+// Public images: created, copied, converted, mirrored, sampled and warped, in any order and of any
+// geometry.
 #include "fuzz_picture.h"
 #include "fuzz_process.h"
 #include "ozr_image.h"

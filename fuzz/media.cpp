@@ -1,4 +1,5 @@
-// The program's readers of foreign bytes: video streams, JPEG and PNG files, Exif blocks, raw pictures.
+// The program's readers of foreign bytes: video streams, JPEG and PNG files, Exif blocks, raw
+// pictures.
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>

@@ -1,4 +1,5 @@
-// Runs a fuzzer's entry once for every file named, or found in a folder named: a corpus as an ordinary test.
+// Runs a fuzzer's entry once for every file named, or found in a folder named: a corpus as an
+// ordinary test.
 #include <stdio.h>
 
 #include <filesystem>

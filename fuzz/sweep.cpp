@@ -1,4 +1,5 @@
-// Whole sweeps through the public interface: the input chooses configuration, geometry, and the order of calls.
+// Whole sweeps through the public interface: the input chooses configuration, geometry, and the
+// order of calls.
 #include <iterator>
 
 #include "fuzz_picture.h"
@@ -30,7 +31,8 @@ PublicPicture _make_picture(const ozr_image& record, const FuzzPaint& paint, Fuz
 {
     PublicPicture picture;
     picture.image = record;
-    // A turn of an odd picture moves half-filled blocks as far as `size` says, so that is promised too.
+    // A turn of an odd picture moves half-filled blocks as far as `size` says, so that is promised
+    // too.
     const auto promised = [](const ozr_image& image) {
         const int64_t bytes = fuzz_honest_bytes(_bytes_of(image));
         return bytes > 0 ? std::max<int64_t>(bytes, image.size) : bytes;

@@ -1,5 +1,5 @@
-// Prefetching: requests memory before it is used. The processor's own prefetching needs long runs of
-// addresses; a loop that uses only a part of each row of a picture has none.
+// Prefetching: requests memory before it is used. The processor's own prefetching needs long runs
+// of addresses; a loop that uses only a part of each row of a picture has none.
 #ifndef OZR_PREFETCH_H
 #define OZR_PREFETCH_H
 
@@ -9,7 +9,8 @@
 namespace ozr
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction
+// set.
 namespace
 {
 
@@ -19,16 +20,16 @@ constexpr ptrdiff_t kCacheLine = 64;
 // and so must functions that only call them.
 #define OZR_PREFETCHING __attribute__((always_inline)) inline
 
-// The distance in bytes from a row of a picture to the row `rows` further down. Distances are unsigned
-// and wrap around: a row above has a negative one, and one that leads out of the picture may exceed
-// the signed range.
+// The distance in bytes from a row of a picture to the row `rows` further down. Distances are
+// unsigned and wrap around: a row above has a negative one, and one that leads out of the picture
+// may exceed the signed range.
 OZR_PREFETCHING uintptr_t rows_on(ptrdiff_t rows, ptrdiff_t stride)
 {
     return static_cast<uintptr_t>(rows) * static_cast<uintptr_t>(stride);
 }
 
-// Requests the cache line `distance` bytes from `origin`. The address may be outside the picture, and
-// need not be mapped: a prefetch is a hint, which reads nothing and cannot fault.
+// Requests the cache line `distance` bytes from `origin`. The address may be outside the picture,
+// and need not be mapped: a prefetch is a hint, which reads nothing and cannot fault.
 OZR_PREFETCHING void prefetch(const void* origin, uintptr_t distance)
 {
     const uintptr_t address = reinterpret_cast<uintptr_t>(origin) + distance;

@@ -5,9 +5,9 @@
 namespace ozr
 {
 
-// A T that is read and written atomically, with the size and the alignment of a plain T, so that records keep
-// their layout. Reads and writes are relaxed: each is whole, and orders no other access. Copying a
-// record that holds several such words copies them one by one.
+// A T that is read and written atomically, with the size and the alignment of a plain T, so that
+// records keep their layout. Reads and writes are relaxed: each is whole, and orders no other
+// access. Copying a record that holds several such words copies them one by one.
 template <class T>
 struct SharedWord {
     T word;

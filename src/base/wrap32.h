@@ -1,5 +1,5 @@
-// A signed 32-bit number that wraps around where plain signed arithmetic would overflow, for results whose wrap-around
-// is part of their meaning.
+// A signed 32-bit number that wraps around where plain signed arithmetic would overflow, for
+// results whose wrap-around is part of their meaning.
 #ifndef OZR_WRAP32_H
 #define OZR_WRAP32_H
 
@@ -21,7 +21,8 @@ struct Wrap32 {
     friend constexpr Wrap32 operator*(Wrap32 a, Wrap32 b) { return Wrap32(a.bits() * b.bits()); }
     friend constexpr Wrap32 operator<<(Wrap32 a, uint32_t count) { return Wrap32(a.bits() << count); }
     friend constexpr Wrap32 operator>>(Wrap32 a, uint32_t count) { return Wrap32(a.value >> count); }
-    // Truncates; b is not 0. The smallest number divided by -1 wraps to itself, where the processor would trap.
+    // Truncates; b is not 0. The smallest number divided by -1 wraps to itself, where the processor
+    // would trap.
     friend constexpr Wrap32 operator/(Wrap32 a, Wrap32 b)
     {
         return b.value == -1 ? Wrap32(0U - a.bits()) : Wrap32(a.value / b.value);

@@ -1,5 +1,6 @@
-// Capture: opens a sweep, accepts its pictures, and closes it. The engine holds the first picture until the second one
-// arrives, because the core cannot be set up before the direction is known; every later picture goes to the core at once.
+// Capture: opens a sweep, accepts its pictures, and closes it. The engine holds the first picture
+// until the second one arrives, because the core cannot be set up before the direction is known;
+// every later picture goes to the core at once.
 #include <algorithm>
 
 #include "core/panorama_core.h"
@@ -82,7 +83,8 @@ PanoResult _scale_offset(const PanoramaInternal* pe, const PanoImg* picture, ozr
     return kPanoSuccess;
 }
 
-// Vertical sweeps are stitched as horizontal ones: the picture and its offset make a quarter turn clockwise.
+// Vertical sweeps are stitched as horizontal ones: the picture and its offset make a quarter turn
+// clockwise.
 PanoResult _turn(PanoImg* turned, const PanoImg* picture, ozr_point* offset)
 {
     if (offset->y == INT32_MIN)
@@ -93,8 +95,8 @@ PanoResult _turn(PanoImg* turned, const PanoImg* picture, ozr_point* offset)
     return kPanoSuccess;
 }
 
-// The core only reads a picture, so it gets the caller's own; a record that owns less than its geometry says is filled
-// up with zeros in a copy.
+// The core only reads a picture, so it gets the caller's own; a record that owns less than its
+// geometry says is filled up with zeros in a copy.
 PanoResult _add_straight(PanoramaInternal* pe, const PanoImg* picture, int32_t index, ozr_point offset)
 {
     if (picture->data == nullptr || picture->size < 0)

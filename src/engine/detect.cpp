@@ -1,5 +1,5 @@
-// Frame detection: follows the camera from preview frame to preview frame on small grey copies, decides the direction of
-// the sweep, and says when the next picture is due.
+// Frame detection: follows the camera from preview frame to preview frame on small grey copies,
+// decides the direction of the sweep, and says when the next picture is due.
 #include <algorithm>
 #include <cstdlib>
 #include <utility>
@@ -31,7 +31,8 @@ void _rebase(PanoramaInternal* pe, const PanoImg* frame)
     pe->inv_scale = 1.0F / (static_cast<float>(pe->small.width) / static_cast<float>(frame->width));
 }
 
-// Adds a motion in scaled pixels, truncated to pixels of the reference size. The sum wraps around if a sweep never ends.
+// Adds a motion in scaled pixels, truncated to pixels of the reference size. The sum wraps around
+// if a sweep never ends.
 void _advance(int32_t* offset, int32_t motion, float inv_scale)
 {
     const int32_t pixels = static_cast<int32_t>(static_cast<float>(motion) * inv_scale);
@@ -67,7 +68,8 @@ void _log_direction(PanoDirection direction)
     PanoLog("panorama_engine_process_frame", __LINE__, "direction = %s", kNames[direction]);
 }
 
-// The motion along the direction of the sweep, positive forward, with its target; and the drift across it.
+// The motion along the direction of the sweep, positive forward, with its target; and the drift
+// across it.
 struct Progress {
     int64_t along;
     int64_t target;
@@ -87,8 +89,8 @@ Progress _progress(const PanoramaInternal* pe)
             vertical ? pe->target_tolerance.x : pe->target_tolerance.y};
 }
 
-// In normal mode a picture is due as soon as the motion exceeds the target minus the tolerance; in strict mode only while
-// it is within the tolerance of the target and the drift is small.
+// In normal mode a picture is due as soon as the motion exceeds the target minus the tolerance; in
+// strict mode only while it is within the tolerance of the target and the drift is small.
 bool _is_due(const PanoramaInternal* pe)
 {
     if (pe->direction < kDirectionRight || pe->direction > kDirectionUp)

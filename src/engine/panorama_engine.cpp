@@ -41,7 +41,8 @@ constexpr int32_t kEngineVersion[4] = {1, 0, 2, 0};
 constexpr int32_t kMinOverlap = 30;
 constexpr int32_t kMaxOverlap = 95;
 
-// The number of pictures of a full sweep: it is 2.734 picture widths longer than its first picture; rounded.
+// The number of pictures of a full sweep: it is 2.734 picture widths longer than its first picture;
+// rounded.
 constexpr float kSweepWidths = 2.734F;
 constexpr float kRounding = 1.5F;
 

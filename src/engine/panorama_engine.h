@@ -3,12 +3,13 @@
 // panorama_engine.cpp holds the context's life, parameters and cancellation; detect.cpp follows the
 // preview frames; capture.cpp takes the pictures in; synthesis.cpp makes the panorama.
 //
-// Results are PanoResult codes. The engine logs no failures; its progress lines have the debug level. It takes no lock:
-// status, image_state, count and cancel_requested are shared words. The cancelling thread polls the first three; the
-// working thread reads the last one between its steps.
+// Results are PanoResult codes. The engine logs no failures; its progress lines have the debug
+// level. It takes no lock: status, image_state, count and cancel_requested are shared words. The
+// cancelling thread polls the first three; the working thread reads the last one between its steps.
 //
-// The engine cannot detect a context that panorama_engine_create did not make, a context that is destroyed or initialised
-// while a thread works in it, or a picture whose memory is smaller than its geometry.
+// The engine cannot detect a context that panorama_engine_create did not make, a context that is
+// destroyed or initialised while a thread works in it, or a picture whose memory is smaller than
+// its geometry.
 #ifndef PANORAMA_ENGINE_H
 #define PANORAMA_ENGINE_H
 
@@ -80,8 +81,8 @@ OZR_BEGIN_DECLS
 // Allocates a context and makes it idle. -3: out is null; -8: memory is out.
 OZR_API int32_t panorama_engine_create(PanoramaInternal** out);
 
-// Prepares a new sweep: releases everything of the last one and restores the parameters but strict mode. When memory is
-// out (-8) the context itself is released.
+// Prepares a new sweep: releases everything of the last one and restores the parameters but strict
+// mode. When memory is out (-8) the context itself is released.
 OZR_API int32_t panorama_engine_init(PanoramaInternal* pe);
 
 // Releases everything and clears *pe, in any status, so cancel first. Does nothing for null.
@@ -99,38 +100,42 @@ OZR_API const int32_t* panorama_engine_get_version(void);
 OZR_API int32_t panorama_engine_get_process_status(PanoramaInternal* pe);
 
 // Cancels the work of another thread (docs/architecture.md) and waits for it, at most about 100 ms
-// for each picture and for the synthesis.
-// 0: cancelled; -7: nothing to cancel, or the work ended before it saw the request; -104: it did not stop.
+// for each picture and for the synthesis. 0: cancelled; -7: nothing to cancel, or the work ended
+// before it saw the request; -104: it did not stop.
 OZR_API int32_t panorama_engine_cancel_process(PanoramaInternal* pe);
 
 // Asks the work of another thread to stop, without waiting.
 OZR_API void panorama_engine_cancel_process_async(PanoramaInternal* pe);
 
-// 0: the context may be destroyed; -101: a picture is being added; -102: the capture was stopped and the synthesis has not
-// ended.
+// 0: the context may be destroyed; -101: a picture is being added; -102: the capture was stopped
+// and the synthesis has not ended.
 OZR_API int32_t panorama_engine_check_ready_to_destroy(PanoramaInternal* pe);
 
-// Follows the camera with one preview frame. 1: take the next picture; 0: not now. -3: null or no pixels; -4: an impossible
-// geometry; -7: not capturing; -8: memory is out; -2: a format other than grey, NV12 or YUYV.
+// Follows the camera with one preview frame. 1: take the next picture; 0: not now. -3: null or no
+// pixels; -4: an impossible geometry; -7: not capturing; -8: memory is out; -2: a format other than
+// grey, NV12 or YUYV.
 OZR_API int32_t panorama_engine_process_frame(PanoramaInternal* pe, const PanoImg* frame);
 
-// Opens a sweep with its first picture, whose pixels are scaled down and not kept. Codes as above, -7: not idle.
+// Opens a sweep with its first picture, whose pixels are scaled down and not kept. Codes as above,
+// -7: not idle.
 OZR_API int32_t panorama_engine_start_capture(PanoramaInternal* pe, const PanoImg* first);
 
-// Reserves the next slot and returns its index. -4: null; -7: wrong status; -103: the sweep is full.
+// Reserves the next slot and returns its index. -4: null; -7: wrong status; -103: the sweep is
+// full.
 OZR_API int32_t panorama_engine_prepare_stitch(PanoramaInternal* pe);
 
-// Takes a picture into its reserved slot and returns the number of slots reserved. -3: null; -5: cancelled; -4: no such
-// slot, or an offset or geometry that cannot be handled; -7: wrong status, or slot not reserved; -101: no first picture;
-// -2: not NV12; -8: memory is out; or a code of the core.
+// Takes a picture into its reserved slot and returns the number of slots reserved. -3: null; -5:
+// cancelled; -4: no such slot, or an offset or geometry that cannot be handled; -7: wrong status,
+// or slot not reserved; -101: no first picture; -2: not NV12; -8: memory is out; or a code of the
+// core.
 OZR_API int32_t panorama_engine_set_image(PanoramaInternal* pe, const PanoImg* picture, int32_t index,
                                           const ozr_point* offset);
 
 // Closes the sweep. -7: neither capturing nor stopped.
 OZR_API int32_t panorama_engine_stop_capture(PanoramaInternal* pe);
 
-// Makes the panorama of a stopped sweep in out_img. -7: not stopped, or no picture; -101: one usable picture that is not
-// held; -5: cancelled; -8: memory is out; or a code of the core.
+// Makes the panorama of a stopped sweep in out_img. -7: not stopped, or no picture; -101: one
+// usable picture that is not held; -5: cancelled; -8: memory is out; or a code of the core.
 OZR_API int32_t panorama_engine_process_synthesis(PanoramaInternal* pe);
 
 OZR_END_DECLS
@@ -142,17 +147,20 @@ namespace ozr::engine
 constexpr float kTolerance = 0.02F;
 constexpr float kStrictTolerance = 0.05F;
 
-// panorama_engine_cancel_process_async without its log line, to repeat the request. `pe` is not null.
+// panorama_engine_cancel_process_async without its log line, to repeat the request. `pe` is not
+// null.
 void request_cancel(PanoramaInternal* pe);
 
-// Whether motion can be measured at the size of this frame: both sides are positive and (width + height)^2 fits 32 bits.
+// Whether motion can be measured at the size of this frame: both sides are positive and (width +
+// height)^2 fits 32 bits.
 bool can_measure(const PanoImg* frame);
 
-// Sets the size that motion is measured in, and the thresholds, targets and tolerances that follow from it.
+// Sets the size that motion is measured in, and the thresholds, targets and tolerances that follow
+// from it.
 void set_reference(PanoramaInternal* pe, int32_t width, int32_t height);
 
-// Scales the luma of a frame into a packed grey buffer of the scaled size, pe->small. -2: a format without readable luma;
-// -4: a stride shorter than a row.
+// Scales the luma of a frame into a packed grey buffer of the scaled size, pe->small. -2: a format
+// without readable luma; -4: a stride shorter than a row.
 PanoResult scale_preview(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame);
 
 }  // namespace ozr::engine

@@ -22,8 +22,8 @@ struct Frames {
     ConstPlane current;
 };
 
-// One axis of the region, both ends inclusive: about 0.449 of the size to either side of the middle. It is the same for
-// every shift, so that costs can be compared.
+// One axis of the region, both ends inclusive: about 0.449 of the size to either side of the
+// middle. It is the same for every shift, so that costs can be compared.
 struct Region {
     int32_t first;
     int32_t last;
@@ -36,8 +36,8 @@ Region _central_region(int32_t size)
     return {std::max(middle - reach, 0), std::min(middle + reach, size - 1)};
 }
 
-// The positions [first, end) of the region that are inside the shifted frame. Those before and after them are compared
-// with its edge pixels.
+// The positions [first, end) of the region that are inside the shifted frame. Those before and
+// after them are compared with its edge pixels.
 struct Inside {
     int32_t first;
     int32_t end;
@@ -80,8 +80,8 @@ ConstPlane _repeated(const ConstPlane& frame, int32_t row)
     return {frame.row(row), frame.width, 1, 0};
 }
 
-// Cost of the shift (dx, dy). Sums stay below 2^31 for frames of up to 8 million pixels, so the search compares them
-// as signed numbers.
+// Cost of the shift (dx, dy). Sums stay below 2^31 for frames of up to 8 million pixels, so the
+// search compares them as signed numbers.
 int32_t GetEnergyN(const Frames& frames, int32_t dx, int32_t dy)
 {
     const ConstPlane& reference = frames.reference;
@@ -104,7 +104,8 @@ struct Candidate {
     int32_t cost;
 };
 
-// The best of no shift and its two neighbours. No shift wins a tie with a neighbour, the positive one a tie of both.
+// The best of no shift and its two neighbours. No shift wins a tie with a neighbour, the positive
+// one a tie of both.
 Candidate _direction(int32_t at_zero, int32_t at_minus, int32_t at_plus)
 {
     if (at_minus < at_zero && at_minus < at_plus)

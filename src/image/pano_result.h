@@ -1,5 +1,5 @@
-// Result codes of the engine, the core and the image toolkit. They log no errors; the session maps their codes to
-// ozr_err and logs.
+// Result codes of the engine, the core and the image toolkit. They log no errors; the session maps
+// their codes to ozr_err and logs.
 #ifndef PANO_RESULT_H
 #define PANO_RESULT_H
 
@@ -13,7 +13,8 @@ enum [[nodiscard]] PanoResult : int32_t{
     kPanoCancelled = -5,
     kPanoOutOfBound = -6,
     kPanoWrongState = -7,
-    // Kept: when memory for the projection tables is out, callers of the core see the number of a wrong state.
+    // Kept: when memory for the projection tables is out, callers of the core see the number of a
+    // wrong state.
     kPanoTablesNoMemory = -7,
     kPanoNoMemory = -8,
     // engine

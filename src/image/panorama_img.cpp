@@ -148,7 +148,8 @@ int64_t ozr::pano_geometry_size(const PanoImg* img)
 bool ozr::pano_has_whole_rows(const PanoImg* img, int64_t row_bytes)
 {
     const int64_t plane = int64_t{img->height} * img->stride;
-    // The addresses of rows with a negative stride may not fit, even where the rows have no columns.
+    // The addresses of rows with a negative stride may not fit, even where the rows have no
+    // columns.
     const bool goes_up = img->height > 0 && img->stride < 0;
     return !goes_up && img->stride >= row_bytes && std::max(plane, pano_geometry_size(img)) <= INT32_MAX;
 }

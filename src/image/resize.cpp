@@ -34,8 +34,9 @@ bool _has_whole_rows(const PanoImg* img, int32_t pixel_bytes)
     return pano_has_whole_rows(img, int64_t{img->width} * pixel_bytes);
 }
 
-// (source - 1) / destination pixels: the first sample is at the first source pixel and the last one before the last, so
-// that its right-hand neighbour exists. False where the division or a position would overflow.
+// (source - 1) / destination pixels: the first sample is at the first source pixel and the last one
+// before the last, so that its right-hand neighbour exists. False where the division or a position
+// would overflow.
 bool _step(int32_t src, int32_t dst, uint32_t* step)
 {
     constexpr int32_t kMaxPixels = INT32_MAX >> kResampleFracBits;
@@ -68,8 +69,8 @@ void _resample_luma(PanoImg* dst, const PanoImg* src, Steps steps, kernels::Resa
              {src->data, src->stride, steps.x, steps.y, 0, dst->width, _row_count(dst)});
 }
 
-// The rows of the result need a source row below theirs, or become black. Positions end before the last source row, unless
-// it is the only one.
+// The rows of the result need a source row below theirs, or become black. Positions end before the
+// last source row, unless it is the only one.
 void _resample_gray(PanoImg* dst, const PanoImg* src, Steps steps, kernels::Resample* resample)
 {
     if (src->height > 1) {
@@ -91,8 +92,8 @@ kernels::PairsRow _pairs_from(const PanoImg* img, const uint8_t* row)
     return {row, static_cast<int32_t>(std::min<int64_t>(_bytes_from(img, row), INT32_MAX))};
 }
 
-// Kept: the luma steps are used unchanged on the chroma plane of half the size, so the chroma is up to half a sample too far
-// right and down at the ends of rows and columns.
+// Kept: the luma steps are used unchanged on the chroma plane of half the size, so the chroma is up
+// to half a sample too far right and down at the ends of rows and columns.
 void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
 {
     const kernels::Kernels* kernels = kernels::active();
@@ -123,8 +124,8 @@ int32_t PanoImg_ResizeGray(PanoImg* dst, const PanoImg* src)
     if (_is_same_size(dst, src)) {
         const size_t row_bytes = static_cast<size_t>(std::max(dst->width, 0));
         if (dst->stride == src->stride) {
-            // Kept: height times width bytes, not height times stride, so the last rows of a padded destination keep
-            // their old pixels.
+            // Kept: height times width bytes, not height times stride, so the last rows of a padded
+            // destination keep their old pixels.
             memcpy(dst->data, src->data, row_bytes * static_cast<size_t>(std::max(dst->height, 0)));
             return kPanoSuccess;
         }

@@ -44,8 +44,8 @@ PanoResult _check_rotation(const PanoImg* dst, const PanoImg* src)
     return whole ? kPanoSuccess : kPanoBadArgument;
 }
 
-// Whether no byte needs a check, because the formulas stay inside both geometries: even sizes, those of the destination
-// being the swapped ones of the source.
+// Whether no byte needs a check, because the formulas stay inside both geometries: even sizes,
+// those of the destination being the swapped ones of the source.
 bool _is_regular(const PanoImg* dst, const PanoImg* src)
 {
     const bool even = (src->width & 1) == 0 && (src->height & 1) == 0;
@@ -63,8 +63,9 @@ SourcePlane _chroma_of(const PanoImg* src)
             src->height < 1 ? 0 : _half_up(src->height), 2};
 }
 
-// With odd sizes the last chroma pair of a row, or the last row, covers a block that is half outside the picture: it may
-// be beside its row or behind the last plane. Bytes outside either buffer are left out.
+// With odd sizes the last chroma pair of a row, or the last row, covers a block that is half
+// outside the picture: it may be beside its row or behind the last plane. Bytes outside either
+// buffer are left out.
 void _turn_guarded(PanoImg* dst, const PanoImg* src, const SourcePlane& plane, const Turn& turn)
 {
     for (int32_t y = 0; y < plane.rows; ++y) {

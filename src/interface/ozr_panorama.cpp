@@ -1,4 +1,5 @@
-// The exported interface: checks arguments and the handle, forwards to the session and logs what fails. No image work.
+// The exported interface: checks arguments and the handle, forwards to the session and logs what
+// fails. No image work.
 #include "ozr_panorama.h"
 
 #include <memory>
@@ -78,7 +79,8 @@ ozr_err create_panorama_engine(const ozr_config* config, panorama_t** panorama)
     return ozr_success;
 }
 
-// Fills the public part of the handle, once: a later change of the parameters does not move the allowed range.
+// Fills the public part of the handle, once: a later change of the parameters does not move the
+// allowed range.
 ozr_err update_public_info(ozr_panorama_internal_t* self, const ozr_config* config)
 {
     self->version = config->version;
@@ -115,8 +117,8 @@ ozr_panorama_internal_t* _self_of(ozr_panorama* handle)
 
 }  // namespace
 
-// In the bodies below, the names inside forwarded calls are those of the log lines, also where they differ from the
-// parameter's name.
+// In the bodies below, the names inside forwarded calls are those of the log lines, also where they
+// differ from the parameter's name.
 
 ozr_err ozr_panorama_get_default_config(ozr_config* config)
 {

@@ -10,8 +10,8 @@ class panorama_t;
 namespace ozr::session
 {
 
-// Notes a call for as long as it exists. The first local of a function that works in a session, and so the last one to be
-// destroyed.
+// Notes a call for as long as it exists. The first local of a function that works in a session, and
+// so the last one to be destroyed.
 class Call
 {
 public:

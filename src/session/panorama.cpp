@@ -1,4 +1,5 @@
-// The session: wraps public images without a copy, calls the engine, and maps its results to ozr_err.
+// The session: wraps public images without a copy, calls the engine, and maps its results to
+// ozr_err.
 #include "session/panorama.h"
 
 #include <stdlib.h>
@@ -108,7 +109,8 @@ PanoImg _wrap(const ozr_image* image)
             image->data};
 }
 
-// Whether all planes of a picture fit 32 bits. Checked here, because of yv12 the engine sees only the first plane.
+// Whether all planes of a picture fit 32 bits. Checked here, because of yv12 the engine sees only
+// the first plane.
 bool _is_countable(const ozr_image* image)
 {
     return image_counts_bytes(image, image->stride);
@@ -132,7 +134,8 @@ int32_t _percent_of(int32_t size, int32_t percent)
     return static_cast<int32_t>(int64_t{percent} * size / 100);
 }
 
-// The offset of the next picture when the caller passes none: the part of a picture that does not overlap.
+// The offset of the next picture when the caller passes none: the part of a picture that does not
+// overlap.
 ozr_point _expected_offset(const PanoImg& picture, PanoDirection direction, int32_t overlap_percent)
 {
     const int32_t ahead = 100 - overlap_percent;
@@ -177,8 +180,9 @@ ozr_err _build(panorama_t* session, const ozr_config* source)
     return read == ozr_success ? read : raise(read, "from get_parameters(&p)", kConstructor, __LINE__);
 }
 
-// Waits until no call is at work in the session, for `ms` milliseconds at most, and repeats the request to stop meanwhile.
-// Returns whether the call has left. docs/architecture.md describes cancellation as a whole.
+// Waits until no call is at work in the session, for `ms` milliseconds at most, and repeats the
+// request to stop meanwhile. Returns whether the call has left. docs/architecture.md describes
+// cancellation as a whole.
 bool _wait_for_call(const panorama_t* session, uint32_t ms)
 {
     for (uint32_t waited = 0; waited < ms && is_at_work(session); waited += kLeavePollMs) {
@@ -288,8 +292,9 @@ ozr_err panorama_t::run(ozr_image* output)
 
 ozr_err panorama_t::set_parameters(const panorama_param_t* p)
 {
-    // A call on a null object is refused, not crashed on. `this` is read through a volatile, and this file is compiled
-    // with -fno-delete-null-pointer-checks: the compiler would otherwise drop the test.
+    // A call on a null object is refused, not crashed on. `this` is read through a volatile, and
+    // this file is compiled with -fno-delete-null-pointer-checks: the compiler would otherwise drop
+    // the test.
     const panorama_t* volatile session = this;
     OZR_RAISE_IF(session == nullptr || p == nullptr, ozr_err_invalid_argument);
     OZR_RAISE_IF(engine == nullptr || engine->status != kStatusIdle, ozr_err_invalid_status);
@@ -297,8 +302,8 @@ ozr_err panorama_t::set_parameters(const panorama_param_t* p)
         RAISE_IF_FAILED(panorama_engine_set_param(engine, kParamOverlap, p->overlap_percent));
     if (get_direction() != p->direction)
         set_direction(p->direction);
-    // Kept: strict mode and number of pictures are cached but not sent to the engine. Its mode and its limit do not change;
-    // only the announcements stop at the cached number.
+    // Kept: strict mode and number of pictures are cached but not sent to the engine. Its mode and
+    // its limit do not change; only the announcements stop at the cached number.
     *params = *p;
     return ozr_success;
 }

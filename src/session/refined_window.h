@@ -1,5 +1,5 @@
-// The part of the window that shows a refined sweep: its matched points, where its pictures lie on the panorama, and its
-// seams. To be included by way of session/window.h; inline like all of it.
+// The part of the window that shows a refined sweep: its matched points, where its pictures lie on
+// the panorama, and its seams. To be included by way of session/window.h; inline like all of it.
 //
 // Positions are those of the sweep along x: pictures of vertical sweeps were turned clockwise.
 #ifndef SESSION_REFINED_WINDOW_H
@@ -44,8 +44,8 @@ struct MatchesRecord {
     MatchRecord matches[refined::kMaxMatches];
 };
 
-// What the refined panorama lies on: pixel (x, y) looks along the heading first_heading + x / radius, and
-// first_height + y / radius down for every 1 ahead.
+// What the refined panorama lies on: pixel (x, y) looks along the heading first_heading + x /
+// radius, and first_height + y / radius down for every 1 ahead.
 struct CylinderRecord {
     double radius;  // pixels
     double first_heading;

@@ -1,7 +1,8 @@
-// Turns grey pictures in the caller's own memory: the pixels of a destination row are those on a straight line through
-// the source.
+// Turns grey pictures in the caller's own memory: the pixels of a destination row are those on a
+// straight line through the source.
 //
-// Positions are Q10 in the destination's grid; multiplied by a sine or cosine in Q16 they are the Q26 of the kernel.
+// Positions are Q10 in the destination's grid; multiplied by a sine or cosine in Q16 they are the
+// Q26 of the kernel.
 #include <stddef.h>
 
 #include "base/fixed.h"
@@ -23,8 +24,8 @@ static_assert(kPositionFracBits + kTrigFracBits == kernels::kLineFracBits, "posi
 constexpr int32_t kEighths = 8;
 constexpr int32_t kEighthDegrees = 45;
 
-// The grid of destination pixels in the source before it is turned, Q10: the distance of its columns and of its rows, and
-// its centre.
+// The grid of destination pixels in the source before it is turned, Q10: the distance of its
+// columns and of its rows, and its centre.
 struct Grid {
     int64_t step_x;
     int64_t step_y;
@@ -32,7 +33,8 @@ struct Grid {
     int64_t centre_y;
 };
 
-// Half the extent of `count` positions, truncated; an odd extent is half a unit off, wherever it is used.
+// Half the extent of `count` positions, truncated; an odd extent is half a unit off, wherever it is
+// used.
 int64_t _half_extent(int32_t count, int64_t step)
 {
     return ((count - 1) * step) >> 1;

@@ -1,4 +1,5 @@
-// Owners of heap blocks: a buffer frees itself until release() hands it over to a record of the interface.
+// Owners of heap blocks: a buffer frees itself until release() hands it over to a record of the
+// interface.
 #ifndef OZR_BUFFER_H
 #define OZR_BUFFER_H
 

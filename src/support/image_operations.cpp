@@ -16,7 +16,8 @@ void _mirror_rows(const ozr_image* image, int32_t first, int32_t end, int32_t wi
         mirror_row(image_row(image, y), width);
 }
 
-// Makes dst a grey image of this size. Kept: an image that has pixels and this size keeps its format, whichever it is.
+// Makes dst a grey image of this size. Kept: an image that has pixels and this size keeps its
+// format, whichever it is.
 ozr_err _shape_gray(ozr_image* dst, const ozr_image* src, int32_t width, int32_t height)
 {
     if (dst->width != width || dst->height != height || dst->data == nullptr) {

@@ -1,7 +1,7 @@
 // Resizing, cropping, subsampling and texture codes of pictures in the caller's own memory.
 //
-// The resizers share one scheme: positions in the source are Q22.10 numbers, (source size << 10) / destination size
-// apart, starting at 0. A crop is the same on a part of the picture.
+// The resizers share one scheme: positions in the source are Q22.10 numbers, (source size << 10) /
+// destination size apart, starting at 0. A crop is the same on a part of the picture.
 #include <stddef.h>
 
 #include <algorithm>
@@ -26,8 +26,8 @@ struct Resizing {
     Plane dst;
     ConstPlane src;
 
-    // Both sizes are 1 or more. Sizes of 2^21 and more wrap around in Q22.10; as long as the step is not negative, all
-    // positions are inside the source.
+    // Both sizes are 1 or more. Sizes of 2^21 and more wrap around in Q22.10; as long as the step
+    // is not negative, all positions are inside the source.
     int32_t step_x() const { return fixed_point(src.width) / dst.width; }
     int32_t step_y() const { return fixed_point(src.height) / dst.height; }
 
@@ -47,7 +47,8 @@ struct Resizing {
                (dst_begin + dst_bytes <= src_begin || src_begin + src_bytes <= dst_begin);
     }
 
-    // The same for the part of the source inside `crop`; a source without pixels when the crop is empty or partly outside.
+    // The same for the part of the source inside `crop`; a source without pixels when the crop is
+    // empty or partly outside.
     Resizing cropped(const ozr_rect* crop, int32_t pixel_bytes) const
     {
         if (src.data == nullptr || !crop_is_inside(crop, src.width, src.height))
@@ -78,8 +79,9 @@ ozr_err _resize_nearest(const Resizing& task)
     return ozr_success;
 }
 
-// Resizes the rows [first, end) of the result, for which a next source row exists. The last column has no right-hand
-// neighbour: it is its own, by a step of 0. All other columns use their neighbour, even one beyond the source.
+// Resizes the rows [first, end) of the result, for which a next source row exists. The last column
+// has no right-hand neighbour: it is its own, by a step of 0. All other columns use their
+// neighbour, even one beyond the source.
 void _resize_rows(const Resizing& task, kernels::Resample* resample, int32_t pixel_bytes, int32_t first,
                   int32_t end)
 {
@@ -125,9 +127,9 @@ ozr_err _resize_bilinear(const Resizing& task, kernels::Resample* kernels::Resam
     return ozr_success;
 }
 
-// Bytes from the source of one output row of sample_image_by_n to that of the next.
-// Kept: only steps other than 1 and 2 advance by step_y rows, and they fall short by width % step_x bytes; so the rows of
-// a sampled picture begin at other columns than a caller expects.
+// Bytes from the source of one output row of sample_image_by_n to that of the next. Kept: only
+// steps other than 1 and 2 advance by step_y rows, and they fall short by width % step_x bytes; so
+// the rows of a sampled picture begin at other columns than a caller expects.
 int64_t _sampling_advance(int64_t width, int64_t stride, int64_t step_x, int64_t step_y)
 {
     const int64_t consumed = width / step_x * step_x;
@@ -138,8 +140,8 @@ int64_t _sampling_advance(int64_t width, int64_t stride, int64_t step_x, int64_t
     return consumed + (stride - width) + (step_y - 1) * stride;
 }
 
-// The kernel for a row of `width` bytes. The scalar one, byte by byte, where the result overlaps source bytes that are not
-// read yet.
+// The kernel for a row of `width` bytes. The scalar one, byte by byte, where the result overlaps
+// source bytes that are not read yet.
 kernels::SampleBytesRow* _sample_row_of(const uint8_t* dst, const uint8_t* src, int32_t width)
 {
     const uintptr_t ahead = reinterpret_cast<uintptr_t>(dst) - reinterpret_cast<uintptr_t>(src);

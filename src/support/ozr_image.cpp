@@ -48,7 +48,8 @@ int64_t _choose_stride(ozr_image_format format, int32_t width, int32_t stride)
 {
     if (stride < 1)
         return (_row_bytes(format, width) + kStrideAlignment - 1) & -kStrideAlignment;
-    // Kept: compared with the width, not with the bytes of a row, so a caller may get a stride shorter than a row.
+    // Kept: compared with the width, not with the bytes of a row, so a caller may get a stride
+    // shorter than a row.
     return stride > width ? stride : _row_bytes(format, width);
 }
 
@@ -94,7 +95,8 @@ void _copy_plane(const Plane& dst, const ConstPlane& src)
         ozr_memcpy_s(dst.row(y), bytes, src.row(y), bytes);
 }
 
-// The chroma rows and columns of the 12-bit formats are halved with truncation: an odd last one is left out.
+// The chroma rows and columns of the 12-bit formats are halved with truncation: an odd last one is
+// left out.
 void _copy_chroma(const ozr_image* src, const ozr_image* dst)
 {
     const int32_t rows = src->height / 2;
@@ -151,7 +153,8 @@ ozr_err ozr_image_recreate(ozr_image* image, int32_t width, int32_t height, int3
         image->format == format && (stride < 1 || stride == image->stride))
         return ozr_success;
     ozr_image_destroy(image);
-    // Kept: the rotation is read after it was cleared, so an image that is allocated anew has rotation 0.
+    // Kept: the rotation is read after it was cleared, so an image that is allocated anew has
+    // rotation 0.
     OZR_FORWARD(ozr_image_create(image, width, height, stride, format, image->rotation));
     return ozr_success;
 }

@@ -1,5 +1,5 @@
-// The logger. One line buffer on the stack per call, no heap, no lock: the flag and the hooks are plain words that
-// the application sets before other threads log.
+// The logger. One line buffer on the stack per call, no heap, no lock: the flag and the hooks are
+// plain words that the application sets before other threads log.
 #include "ozr_log.h"
 
 #include <string.h>

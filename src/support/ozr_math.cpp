@@ -1,5 +1,6 @@
-// Integer trigonometry in degrees, the integer square root, rectangles and points. Everything is 32-bit arithmetic
-// that wraps around: coordinates out of range give meaningless results, but never a trap.
+// Integer trigonometry in degrees, the integer square root, rectangles and points. Everything is
+// 32-bit arithmetic that wraps around: coordinates out of range give meaningless results, but never
+// a trap.
 #include "ozr_geometry.h"
 #include "support/trig_tables.h"
 
@@ -46,8 +47,8 @@ int32_t _sin_from(const int32_t* table, int32_t degrees)
     return a <= 270 ? -table[270 - a] : -table[a - 270];
 }
 
-// The arc tangent of a number in Q10 in whole degrees, by bisection. Kept: the result is the last degree that the search
-// compared, so ozr_math_arctan may return a neighbour of the nearest degree.
+// The arc tangent of a number in Q10 in whole degrees, by bisection. Kept: the result is the last
+// degree that the search compared, so ozr_math_arctan may return a neighbour of the nearest degree.
 int32_t _degrees_of_tangent(int32_t tangent)
 {
     int32_t low = 0;

@@ -1,5 +1,5 @@
-// Everything that differs between platforms: the log sinks and system properties of Android with their replacements
-// elsewhere, and thin wrappers of the system library.
+// Everything that differs between platforms: the log sinks and system properties of Android with
+// their replacements elsewhere, and thin wrappers of the system library.
 #include <dlfcn.h>
 #include <stdio.h>
 #include <string.h>

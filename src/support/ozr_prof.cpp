@@ -1,5 +1,6 @@
-// The profiler: wall-clock statistics in static slots. Stamps are 32-bit microseconds that wrap about every 71
-// minutes; intervals are unsigned differences, so a wrap inside an interval does no harm.
+// The profiler: wall-clock statistics in static slots. Stamps are 32-bit microseconds that wrap
+// about every 71 minutes; intervals are unsigned differences, so a wrap inside an interval does no
+// harm.
 #include <string.h>
 #include <sys/time.h>
 

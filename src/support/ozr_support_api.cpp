@@ -12,11 +12,12 @@ using namespace ozr;
 namespace
 {
 
-// The bytes just before an aligned block: its distance from the underlying block, less these two bytes.
+// The bytes just before an aligned block: its distance from the underlying block, less these two
+// bytes.
 constexpr uint32_t kHeaderSize = 2;
 
-// Places the aligned block inside `raw`, a block of `request` bytes, and writes its header. Returns null and frees `raw`
-// when the request wrapped around and is therefore too small.
+// Places the aligned block inside `raw`, a block of `request` bytes, and writes its header. Returns
+// null and frees `raw` when the request wrapped around and is therefore too small.
 void* _align(void* raw, uint64_t request, uint32_t alignment)
 {
     if (raw == nullptr)
@@ -90,7 +91,8 @@ void* ozr_malloc_aligned(uint32_t size, uint32_t alignment)
 
 void* ozr_calloc_aligned(uint32_t count, uint32_t size, uint32_t alignment)
 {
-    // Kept: the overhead is added to every element, not once to the block, so a caller's block is larger than needed.
+    // Kept: the overhead is added to every element, not once to the block, so a caller's block is
+    // larger than needed.
     const uint32_t element = size + alignment + kHeaderSize;
     return _align(ozr_calloc(count, element), uint64_t{count} * element, alignment);
 }

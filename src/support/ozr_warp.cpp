@@ -1,5 +1,6 @@
-// Similarity mappings given by two pairs of points: turn, scale and shift that bring two points of a source onto two
-// points of a destination. With source points P1, P2 and destination points Q1, Q2,
+// Similarity mappings given by two pairs of points: turn, scale and shift that bring two points of
+// a source onto two points of a destination. With source points P1, P2 and destination points Q1,
+// Q2,
 //   D = |Q1 - Q2|^2,  A = (P2 - P1) . (Q2 - Q1),  B = (P2 - P1) x (Q2 - Q1)
 // and the centres Pc, Qc rounded half up, a destination position (x, y) is at the source position
 //   (Pc.x D + A (x - Qc.x) + B (y - Qc.y)) / D,  (Pc.y D - B (x - Qc.x) + A (y - Qc.y)) / D.
@@ -84,7 +85,8 @@ struct LumaSamples {
     }
 };
 
-// Warps `height` rows of `width` pixels; row_at(y) is where row y begins. Neither the scale nor its square is 0.
+// Warps `height` rows of `width` pixels; row_at(y) is where row y begins. Neither the scale nor its
+// square is 0.
 template <class RowAt>
 void _warp(const Similarity& map, const LumaSamples& src, int32_t width, int32_t height, RowAt row_at)
 {
@@ -209,7 +211,8 @@ ozr_err ozr_image_warp_by_2points(const ozr_image* src, int32_t sx1, int32_t sy1
     const int32_t pixel_bytes = _luma_pixel_bytes(src->format);
     if (pixel_bytes == 0)
         return ozr_err_not_supported;
-    // Kept: a row has `stride` columns, not `width`, so the padding shows where the warp reaches it.
+    // Kept: a row has `stride` columns, not `width`, so the padding shows where the warp reaches
+    // it.
     const int32_t stride = stride_or_width(src->stride, src->width);
     const LumaSamples luma = {{src->data, stride, src->height, stride}, pixel_bytes};
     if (map.square() == 0 || !luma.are_readable() || !image_counts_bytes(src, stride) ||
