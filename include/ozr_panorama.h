@@ -187,7 +187,7 @@ OZR_API ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const 
  * Adds the next picture of the sweep: copies, projects and aligns it.
  *
  * The first call of a sweep opens it and only copies. From the second picture on the work grows with the pixels; the
- * second itself takes several times as long as those after it, for it builds the projection tables. Can be cancelled.
+ * second itself takes about twice as long as those after it, for it takes the first one in as well. Can be cancelled.
  * @param handle   session.
  * @param picture  NV12, of the size and stride of the sweep's other pictures; only read, not kept.
  * @param offset   the camera's motion since the last picture, as announced by ozr_panorama_detect_frame_to_stitch;
@@ -197,9 +197,9 @@ OZR_API ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const 
  *                                   or differs from the sweep's
  *         ozr_err_not_supported     the picture is not NV12
  *         ozr_err_invalid_status    the direction is still unknown for the second picture, the sweep has ended, an
- *                                   earlier picture failed, the work was cancelled, or the projection tables could not
- *                                   be made at the second picture: it is narrower than 32 pixels along the sweep, too
- *                                   large for 32-bit tables, or memory is out
+ *                                   earlier picture failed, the work was cancelled, or the projection could not be
+ *                                   prepared at the second picture: it is narrower than 32 pixels along the sweep, too
+ *                                   large for 32-bit sizes, or memory is out
  *         ozr_err_out_of_bound      the sweep is full
  *         ozr_err_nomem             memory is out
  *         A failed picture is lost: the sweep goes no further than to ozr_panorama_run or ozr_panorama_reset.
