@@ -162,7 +162,9 @@ void _add_facts(const ozr_panorama_joint& joint, const JointView* view, Html* ht
         _is_doubtful(joint)        ? "not to be trusted"
         : confidence < kSoundJoint ? "fair"
                                    : "sound");
-    if (view != nullptr)
+    if (view != nullptr && view->matches.empty())
+        *html << "<dt>matched points</dt><dd>none</dd>";
+    else if (view != nullptr)
         html->format("<dt>matched points</dt><dd>%zu of %zu agree</dd>", _count_near(*view),
                      view->matches.size());
     if (joint.residual >= 0)
@@ -198,23 +200,20 @@ void add_joints_section(const Journal& journal, const Layout& layout, Html* html
     for (size_t i = 0; i < journal.joints.size(); ++i)
         _add_joint(journal.joints[i], i < layout.joints.size() ? &layout.joints[i] : nullptr, layout,
                    enlargement, html);
-    *html << "</div><p class=\"faint\">Where two pictures lie on each other, the brighter the more they "
-             "differ (four times "
-             "as bright as they do, of 255 levels). ";
+    *html
+        << "</div><p class=\"faint\">Where two pictures lie on each other, the brighter the more they differ "
+           "(four times as bright as they do, of 255 levels). ";
     if (!layout.joints.empty())
         html->format("Each dot is a point that was found in both pictures, where the cameras show it in the "
-                     "second one; "
-                     "its arrow points to where it was found, and is %g times as long as the way there. "
-                     "Rings are matches "
-                     "that the cameras contradict; they do not count. ",
+                     "second one; its arrow points to where it was found, and is %g times as long as the way "
+                     "there. Rings are matches that the cameras do not explain; they do not count. Residual: "
+                     "the root mean square length of these ways. ",
                      enlargement);
     else
         *html << "The yellow seam avoids what is bright. ";
-    *html << "Residual: the root mean square length of those ways. Offset: from the middle of the first "
-             "picture to that of "
-             "the second, in pixels of the panorama. Gain: the brightness of the second over the first as it "
-             "was evened "
-             "out. A confidence below 0.5 says that the joint is not to be trusted.</p></section>\n";
+    *html << "Offset: from the middle of the first picture to that of the second, in pixels of the panorama. "
+             "Gain: the brightness of the second over the first as it was evened out. A confidence below 0.5 "
+             "says that the joint is not to be trusted.</p></section>\n";
 }
 
 }  // namespace ozr_pano

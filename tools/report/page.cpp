@@ -38,15 +38,17 @@ void _add_title(const ReportPage& page, Html* html)
     *html << "<header><h1>ozr-pano " << html_escaped(journal.command) << "</h1>";
     if (!journal.failure.empty())
         *html << "<p class=\"failure\" id=\"failure\">" << html_escaped(journal.failure) << "</p>";
-    html->format("<p>%zu %s of %d × %d, swept %s", journal.pictures.size(),
+    html->format("<p>%zu %s of %d × %d", journal.pictures.size(),
                  journal.pictures.size() == 1 ? "picture" : "pictures", journal.picture_width,
-                 journal.picture_height, direction_name(journal.direction));
+                 journal.picture_height);
+    if (journal.direction != ozr_panorama_direction_auto)
+        html->format(", swept %s", direction_name(journal.direction));
     if (journal.quality == ozr_panorama_quality_classic)
         html->format(", overlap of %d %% asked for", journal.overlap);
     if (!journal.previews.empty())
         html->format("; %zu previews", journal.previews.size());
     *html << "</p>";
-    if (journal.width > 0)
+    if (journal.width > 0 && journal.failure.empty())
         html->format("<p>Panorama of %d × %d from %d of the pictures, %s quality</p>", journal.width,
                      journal.height, journal.pictures_used, quality_name(journal.quality));
     if (!journal.output.empty())
@@ -196,11 +198,13 @@ void _add_pictures(const ReportPage& page, Html* html)
     *html << "<section><h2>Pictures</h2><div class=\"cards\">";
     for (size_t i = 0; i < page.journal.pictures.size(); ++i)
         _add_card(page, i, html);
-    *html << "</div><p class=\"faint\">Announced: the motion measured by the previews, in pixels of the "
-             "preview; "
-             "truth: that of the simulated camera.";
+    *html << "</div><p class=\"faint\">";
+    if (!page.journal.previews.empty())
+        *html
+            << "Announced: the motion measured by the previews, in pixels of the preview; truth: that of the "
+               "simulated camera. ";
     if (page.journal.quality == ozr_panorama_quality_classic)
-        *html << " Offset: where the alignment placed the picture against the one before, in pixels of the "
+        *html << "Offset: where the alignment placed the picture against the one before, in pixels of the "
                  "panorama. Overlap: share of the picture before, along the sweep. Score: the square of the "
                  "correlation in the overlap; 1 means equal.";
     *html << "</p></section>\n";

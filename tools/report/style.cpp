@@ -49,6 +49,7 @@ meter { width: 3rem; vertical-align: middle; }
 .joint svg, .joint .none { display: block; width: 100%; height: 16rem; background: #000; }
 .joint .none { padding: 6rem 1rem; color: #ddd; text-align: center; }
 .joint figcaption { padding: .5rem .8rem .7rem; }
+.joint dd { white-space: normal; }
 .joint h3 { font-size: 1rem; margin: 0 0 .3rem; }
 .arrow, .scale { fill: none; stroke: #ffe600; stroke-width: 1.3; vector-effect: non-scaling-stroke; }
 .match { fill: #6cf; }

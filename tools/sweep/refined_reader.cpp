@@ -118,8 +118,10 @@ OverlapView _seam(const ozr::refined::SeamLines& lines, int32_t index, const Tur
     for (int32_t i = 0; i < lines.rows; ++i) {
         const int32_t y = lines.first_row + i * lines.step;
         if (y > -lines.step && y <= rows)
-            view.seam.push_back(turn.point(lines.columns[static_cast<size_t>(index * lines.rows + i)],
-                                           std::clamp(y, 0, rows)));
+            view.seam.push_back(
+                turn.point(lines.columns[static_cast<size_t>(index) * static_cast<size_t>(lines.rows) +
+                                         static_cast<size_t>(i)],
+                           std::clamp(y, 0, rows)));
     }
     return view;
 }
@@ -197,9 +199,10 @@ Picture _upright(const std::vector<uint8_t>& grey, int32_t stride, const Part& p
 {
     Picture picture = turn.picture(part.width(), part.height());
     for (int32_t y = 0; y < part.height(); ++y) {
+        const uint8_t* row = grey.data() + ptrdiff_t{part.top + y} * stride + part.left;
         for (int32_t x = 0; x < part.width(); ++x) {
             uint8_t* pixel = turn.pixel(&picture, x, y, part.width());
-            std::fill_n(pixel, 3, grey[static_cast<size_t>((part.top + y) * stride + part.left + x)]);
+            std::fill_n(pixel, 3, row[x]);
             pixel[3] = 255;
         }
     }
@@ -265,6 +268,8 @@ Layout read_refined(const ozr_panorama& session, const ozr_image& panorama,
                     const std::vector<ozr_panorama_joint>& joints)
 {
     const RefinedRecord record = ozr::session::look_at_refined(&session);
+    if (record.count == 0)
+        return Layout();
     const Turn turn(record.is_vertical, panorama.height);
     const int32_t columns = record.is_vertical ? panorama.height : panorama.width;
     const int32_t rows = record.is_vertical ? panorama.width : panorama.height;
