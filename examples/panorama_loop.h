@@ -41,8 +41,7 @@ public:
     // milliseconds, at worst a second, to notice.
 
     /** Begins a sweep, instead of the present one if there is one. Classic takes the least memory. */
-    void start(ozr_panorama_direction direction,
-               ozr_panorama_quality quality = ozr_panorama_quality_refined);
+    void start(ozr_panorama_direction direction, ozr_panorama_quality quality = ozr_panorama_quality_refined);
     /** @return false when the frame was left out: there is no sweep, or the loop is behind. */
     bool add_preview(const ozr_image& frame);
     /** A picture of a sweep that is over is left out. */
