@@ -78,7 +78,7 @@ OZR_BEGIN_DECLS
 /** Result of a call: ozr_success, or a negative code. Detection also returns positive picture numbers. */
 typedef int32_t ozr_err;
 
-/** The values of ozr_err. ozr_err_to_string gives their names. */
+/** The values of ozr_err. ozr_err_to_string returns their names. */
 enum {
     ozr_success = 0,               /**< done */
     ozr_err_general = -1,          /**< an internal condition did not hold, or nothing more precise fits */
