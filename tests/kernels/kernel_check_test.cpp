@@ -452,6 +452,9 @@ TEST(KernelCheck, LevelsAreChosenByAllOfTheirFeatures)
     want[kSse2] = want[kSse2 + kAvx2] = &kSse2Kernels;
     want[kSse2 + kSsse3] = &kSsse3Kernels;
     want[kSse2 + kSsse3 + kAvx2] = &kAvx2Kernels;
+#elif defined(OZR_IS_ARM)
+    want.resize(9, &kScalarKernels);
+    want[8] = &kNeonKernels;
 #endif
     for (uint32_t features = 0; features < want.size(); ++features)
         EXPECT_EQ(best_for(features), want[features]) << features;

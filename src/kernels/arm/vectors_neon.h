@@ -1,0 +1,120 @@
+// What 64-bit ARM does in one instruction and 32-bit ARM in two; for all else both have the same intrinsics. They put the
+// halves of a vector together and take them apart without an instruction.
+#ifndef OZR_VECTORS_NEON_H
+#define OZR_VECTORS_NEON_H
+
+#include <arm_neon.h>
+#include <stdint.h>
+
+namespace ozr::kernels
+{
+
+// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+namespace
+{
+
+// Does a step for 0, 1 ... kCount - 1, unrolled: an array of vectors whose numbers the compiler knows is one of registers.
+template <int32_t kCount, class Step>
+__attribute__((always_inline)) inline void unrolled(Step step)
+{
+    if constexpr (kCount > 0) {
+        unrolled<kCount - 1>(step);
+        step(kCount - 1);
+    }
+}
+
+#ifdef __aarch64__
+
+// The bytes of a table by their numbers; numbers beyond it give 0.
+inline uint8x8_t looked_up(uint8x16_t table, uint8x8_t numbers)
+{
+    return vqtbl1_u8(table, numbers);
+}
+inline uint8x16_t looked_up(uint8x16_t table, uint8x16_t numbers)
+{
+    return vqtbl1q_u8(table, numbers);
+}
+inline uint8x8_t looked_up(uint8x16x2_t table, uint8x8_t numbers)
+{
+    return vqtbl2_u8(table, numbers);
+}
+inline uint8x16_t looked_up(uint8x16x2_t table, uint8x16_t numbers)
+{
+    return vqtbl2q_u8(table, numbers);
+}
+
+// Bytes of both by turns.
+inline uint8x16_t woven(uint8x8_t a, uint8x8_t b)
+{
+    constexpr uint8_t kTurns[] = {0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15};
+    return vqtbl1q_u8(vcombine_u8(a, b), vld1q_u8(kTurns));
+}
+
+// Sums of neighbours: those of `a`, then those of `b`.
+inline int32x4_t neighbours_added(int32x4_t a, int32x4_t b)
+{
+    return vpaddq_s32(a, b);
+}
+
+inline uint32_t total(uint32x4_t sums)
+{
+    return vaddvq_u32(sums);
+}
+
+inline bool any(uint16x8_t mask)
+{
+    return vmaxvq_u16(mask) != 0;
+}
+
+#else
+
+inline uint8x8_t looked_up(uint8x16_t table, uint8x8_t numbers)
+{
+    return vtbl2_u8({{vget_low_u8(table), vget_high_u8(table)}}, numbers);
+}
+inline uint8x16_t looked_up(uint8x16_t table, uint8x16_t numbers)
+{
+    return vcombine_u8(looked_up(table, vget_low_u8(numbers)), looked_up(table, vget_high_u8(numbers)));
+}
+inline uint8x8_t looked_up(uint8x16x2_t table, uint8x8_t numbers)
+{
+    return vtbl4_u8({{vget_low_u8(table.val[0]), vget_high_u8(table.val[0]), vget_low_u8(table.val[1]),
+                      vget_high_u8(table.val[1])}},
+                    numbers);
+}
+inline uint8x16_t looked_up(uint8x16x2_t table, uint8x16_t numbers)
+{
+    return vcombine_u8(looked_up(table, vget_low_u8(numbers)), looked_up(table, vget_high_u8(numbers)));
+}
+
+inline uint8x16_t woven(uint8x8_t a, uint8x8_t b)
+{
+    const uint8x8x2_t both = vzip_u8(a, b);
+    return vcombine_u8(both.val[0], both.val[1]);
+}
+
+inline int32x4_t neighbours_added(int32x4_t a, int32x4_t b)
+{
+    return vcombine_s32(vpadd_s32(vget_low_s32(a), vget_high_s32(a)),
+                        vpadd_s32(vget_low_s32(b), vget_high_s32(b)));
+}
+
+inline uint32_t total(uint32x4_t sums)
+{
+    const uint32x2_t halves = vadd_u32(vget_low_u32(sums), vget_high_u32(sums));
+    return vget_lane_u32(vpadd_u32(halves, halves), 0);
+}
+
+inline bool any(uint16x8_t mask)
+{
+    const uint8x8_t bytes = vmovn_u16(mask);  // the lanes are all bits, or none
+    return vget_lane_u64(vreinterpret_u64_u8(bytes), 0) != 0;
+}
+
+#endif
+
+}  // namespace
+
+}  // namespace ozr::kernels
+
+#endif
