@@ -113,9 +113,10 @@ void _integral_row(uint32_t* out, const uint32_t* above, const uint8_t* pixels, 
             vaddw_u16(row_sum, vget_low_u16(sums.low)), vaddw_u16(row_sum, vget_high_u16(sums.low)),
             vaddw_u16(row_sum, vget_low_u16(sums.high)), vaddw_u16(row_sum, vget_high_u16(sums.high))};
         row_sum = vdupq_lane_u32(vget_high_u32(parts[3]), 1);
-        for (int32_t i = 0; i < 4; ++i)
-            vst1q_u32(out + x + 4 * i,
-                      kHasAbove ? vaddq_u32(parts[i], vld1q_u32(above + x + 4 * i)) : parts[i]);
+        unrolled<4>([&](int32_t i) {
+            const ptrdiff_t at = x + 4 * i;
+            vst1q_u32(out + at, kHasAbove ? vaddq_u32(parts[i], vld1q_u32(above + at)) : parts[i]);
+        });
     }
     uint32_t sum = vgetq_lane_u32(row_sum, 0);
     for (; x < width; ++x) {

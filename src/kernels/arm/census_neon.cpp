@@ -4,6 +4,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "kernels/arm/vectors_neon.h"
 #include "kernels/census.h"
 
 namespace ozr::kernels::neon
@@ -13,8 +14,8 @@ namespace
 {
 
 constexpr uint32_t kStep = 16;  // windows
-constexpr size_t kEdge = 3;     // rows and columns of a window
-constexpr size_t kPixels = kEdge * kEdge;
+constexpr int32_t kEdge = 3;    // rows and columns of a window
+constexpr int32_t kPixels = kEdge * kEdge;
 
 // A ninth of sums of at most 2295, rounded down, as sum * 7282 >> 16: 7282 / 65536 is too much by a 32 768th part, which
 // makes less than a hundredth here, and a ninth is what lies between a quotient and the next whole number at least.
@@ -33,14 +34,14 @@ uint8x16_t _with_bit(uint8x16_t below, uint8x16_t pixels, uint8x16_t mean)
 
 void _encode_sixteen(uint16_t* codes, const uint8_t* src, size_t pitch)
 {
-    uint8x16_t p[kPixels];
+    uint8x16_t p[static_cast<size_t>(kPixels)];
     uint16x8_t low = vdupq_n_u16(0);
     uint16x8_t high = vdupq_n_u16(0);
-    for (size_t i = 0; i < kPixels; ++i) {
-        p[i] = vld1q_u8(src + i / kEdge * pitch + i % kEdge);
+    unrolled<kPixels>([&](int32_t i) {
+        p[i] = vld1q_u8(src + static_cast<size_t>(i / kEdge) * pitch + i % kEdge);
         low = vaddw_u8(low, vget_low_u8(p[i]));
         high = vaddw_u8(high, vget_high_u8(p[i]));
-    }
+    });
     const uint8x16_t mean = vcombine_u8(_ninths(low), _ninths(high));
     uint8x16_t code = vcgtq_u8(p[0], mean);
     code = _with_bit<1>(code, p[1], mean);

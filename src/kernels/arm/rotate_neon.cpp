@@ -42,10 +42,10 @@ struct ByOnes {
 };
 
 // Changes elements between the rows whose numbers differ in the bit kApart.
-template <class Elements, int32_t kApart, int32_t kEdge>
+template <class Elements, int32_t kApart, size_t kEdge>
 __attribute__((always_inline)) inline void _change(uint8x16_t (&rows)[kEdge])
 {
-    unrolled<kEdge / 2>([&rows](int32_t k) {
+    unrolled<static_cast<int32_t>(kEdge / 2)>([&rows](int32_t k) {
         const int32_t i = k % kApart + k / kApart * 2 * kApart;
         const uint8x16x2_t both = Elements::changed(rows[i], rows[i + kApart]);
         rows[i] = both.val[0];
