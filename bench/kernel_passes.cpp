@@ -50,14 +50,21 @@ uint8_t* row(Bytes& bytes, int32_t y, int32_t pitch)
     return bytes.data() + static_cast<ptrdiff_t>(y) * pitch;
 }
 
+// What the heap gives is aligned.
+template <class Number>
+Number* numbers(Bytes& bytes)
+{
+    return static_cast<Number*>(static_cast<void*>(bytes.data()));
+}
+
 uint16_t* row16(Bytes& bytes, int32_t y, int32_t width)
 {
-    return reinterpret_cast<uint16_t*>(bytes.data()) + static_cast<ptrdiff_t>(y) * width;
+    return numbers<uint16_t>(bytes) + static_cast<ptrdiff_t>(y) * width;
 }
 
 uint32_t* row32(Bytes& bytes, int32_t y, int32_t width)
 {
-    return reinterpret_cast<uint32_t*>(bytes.data()) + static_cast<ptrdiff_t>(y) * width;
+    return numbers<uint32_t>(bytes) + static_cast<ptrdiff_t>(y) * width;
 }
 
 // The passes of all kernels over pictures of one size.
@@ -292,7 +299,7 @@ void add_toolkit(Passes* passes)
         each_row(h, [&](int32_t y) { f(row(p.out, y, w), w, line, 0, y * one); });
     });
     passes->add(KERNEL(census, run), 3 * n, [&p, w, h](auto f) {
-        f(reinterpret_cast<uint16_t*>(p.out.data()), p.a.data(), static_cast<uint32_t>(w),
+        f(numbers<uint16_t>(p.out), p.a.data(), static_cast<uint32_t>(w),
           static_cast<uint32_t>(w) * static_cast<uint32_t>(h - 2) - 2);
     });
 }
@@ -325,7 +332,7 @@ void add_refined(Passes* passes)
     passes->add(KERNEL(draw, chroma_row), n, [&p, w, h, draw](auto f) {
         draw(f, h / 2, {p.a.data(), w, w / 2, h / 2});
     });
-    const auto words = [](Bytes& bytes) { return reinterpret_cast<const int16_t*>(bytes.data()); };
+    const auto words = [](Bytes& bytes) { return numbers<int16_t>(bytes); };
     passes->add(KERNEL(match, dot_product), 4 * n, [&p, w, h, words](auto f) {
         each_row(h, [&](int32_t y) { keep(f(words(p.zeros) + y, words(p.b) + y, w)); });
     });

@@ -51,7 +51,8 @@ void _encode_sixteen(uint16_t* codes, const uint8_t* src, size_t pitch)
     code = _with_bit<5>(code, p[5], mean);
     code = _with_bit<6>(code, p[6], mean);
     code = _with_bit<7>(code, p[7], mean);
-    vst2q_u8(reinterpret_cast<uint8_t*>(codes), {{code, vshrq_n_u8(vcgtq_u8(p[8], mean), 7)}});
+    const uint8x16x2_t words = {{code, vshrq_n_u8(vcgtq_u8(p[8], mean), 7)}};
+    vst2q_u8(reinterpret_cast<uint8_t*>(codes), words);
 }
 
 }  // namespace

@@ -96,17 +96,18 @@ uint16x8_t _weighed_high(const uint8x16x4_t& rgba)
                                          vget_high_u8(rgba.val[2]));
 }
 
-uint8x16_t _gray(const uint8x16x4_t& rgba)
+OZR_INLINED uint8x16_t _gray(const uint8x16x4_t& rgba)
 {
-    return vcombine_u8(vshrn_n_u16(_weighed_low<77, 151, 28>(rgba), 8),
-                       vshrn_n_u16(_weighed_high<77, 151, 28>(rgba), 8));
+    const uint16x8_t low = _weighed_low<77, 151, 28>(rgba);
+    const uint16x8_t high = _weighed_high<77, 151, 28>(rgba);
+    return vcombine_u8(vshrn_n_u16(low, 8), vshrn_n_u16(high, 8));
 }
 
-uint8x16_t _luma(const uint8x16x4_t& rgba)
+OZR_INLINED uint8x16_t _luma(const uint8x16x4_t& rgba)
 {
-    const uint8x16_t levels = vcombine_u8(vrshrn_n_u16(_weighed_low<66, 128, 25>(rgba), 8),
-                                          vrshrn_n_u16(_weighed_high<66, 128, 25>(rgba), 8));
-    return vaddq_u8(levels, vdupq_n_u8(16));
+    const uint16x8_t low = _weighed_low<66, 128, 25>(rgba);
+    const uint16x8_t high = _weighed_high<66, 128, 25>(rgba);
+    return vaddq_u8(vcombine_u8(vrshrn_n_u16(low, 8), vrshrn_n_u16(high, 8)), vdupq_n_u8(16));
 }
 
 // Of the pixels with even numbers.
@@ -129,7 +130,7 @@ uint8x8_t _chroma(uint8x8_t more, uint8x8_t less1, uint8x8_t less2)
     return vshrn_n_u16(vmlsl_u8(sum, less2, vdup_n_u8(kLess2)), 8);
 }
 
-Chroma _chroma(const uint8x16x4_t& rgba)
+OZR_INLINED Chroma _chroma(const uint8x16x4_t& rgba)
 {
     const uint8x8_t r = _even(rgba.val[0]);
     const uint8x8_t g = _even(rgba.val[1]);
@@ -143,7 +144,8 @@ void _rgba_to_pairs(uint8_t* dst, const uint8_t* src, int32_t pairs, RgbaToChrom
     int32_t p = 0;
     for (; p <= pairs - kPairs; p += kPairs, src += kStep * kRgbaBytes) {
         const Chroma c = _chroma(vld4q_u8(src));
-        vst2_u8(dst + 2 * p, {{kVFirst ? c.v : c.u, kVFirst ? c.u : c.v}});
+        const uint8x8x2_t both = {{kVFirst ? c.v : c.u, kVFirst ? c.u : c.v}};
+        vst2_u8(dst + 2 * p, both);
     }
     rest(dst + 2 * p, src, pairs - p);
 }
@@ -185,7 +187,8 @@ void gray_to_rgba_row(uint8_t* dst, const uint8_t* src, int32_t count)
     int32_t x = 0;
     for (; x <= count - kStep; x += kStep, dst += kStep * kRgbaBytes) {
         const uint8x16_t gray = vld1q_u8(src + x);
-        vst4q_u8(dst, {{gray, gray, gray, vdupq_n_u8(255)}});
+        const uint8x16x4_t rgba = {{gray, gray, gray, vdupq_n_u8(255)}};
+        vst4q_u8(dst, rgba);
     }
     scalar::gray_to_rgba_row(dst, src + x, count - x);
 }
@@ -236,7 +239,8 @@ void rgba_to_yuyv_row(uint8_t* dst, const uint8_t* src, int32_t pairs)
         const uint8x16x4_t rgba = vld4q_u8(src);
         const uint8x16_t luma = _luma(rgba);
         const Chroma c = _chroma(rgba);
-        vst4_u8(dst, {{_even(luma), c.u, vshrn_n_u16(vreinterpretq_u16_u8(luma), 8), c.v}});
+        const uint8x8x4_t yuyv = {{_even(luma), c.u, vshrn_n_u16(vreinterpretq_u16_u8(luma), 8), c.v}};
+        vst4_u8(dst, yuyv);
     }
     scalar::rgba_to_yuyv_row(dst, src, pairs - p);
 }

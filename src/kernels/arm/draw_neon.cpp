@@ -42,11 +42,11 @@ int16x8_t _ramp(int32_t first, int32_t factor, int32_t pixels_of_lane)
 
 // Rows per pixel from those per block: a pixel whose place is n rows further down has its taps n rows further down.
 template <int32_t kTaps, int32_t kTurn, size_t kRows>
-__attribute__((always_inline)) inline void _pick_rows(int16x8_t (&rows)[kRows], int16x8_t down)
+OZR_INLINED void _pick_rows(int16x8_t (&rows)[kRows], int16x8_t down)
 {
-    unrolled<kTurn>([&](int32_t n) {
+    unrolled<kTurn>([&](int32_t n) OZR_INLINED_STEP {
         const uint16x8_t further = vcgtq_s16(down, vdupq_n_s16(static_cast<int16_t>(n)));
-        unrolled<kTaps + kTurn - 1>([&](int32_t i) {
+        unrolled<kTaps + kTurn - 1>([&](int32_t i) OZR_INLINED_STEP {
             if (i < kTaps + kTurn - 1 - n)
                 rows[i] = vbslq_s16(further, rows[i + 1], rows[i]);
         });
@@ -92,7 +92,7 @@ struct RowWeights {
     uint8x16_t inner;
 };
 
-RowWeights _row_weights(int16x8_t t)
+OZR_INLINED RowWeights _row_weights(int16x8_t t)
 {
     const Weights w = _column_weights(t);
     const int16x8_t most = vdupq_n_s16(127);
@@ -107,31 +107,41 @@ RowWeights _row_weights(int16x8_t t)
     return {bytes(vnegq_s16(w0), vnegq_s16(w3)), bytes(vaddq_s16(w1, more), vsubq_s16(w2, more))};
 }
 
+// What all rows of a block have in common: where their taps are, and their weights.
+struct Taps {
+    uint8x16_t outer;
+    uint8x16_t inner;
+    RowWeights across;
+};
+
+OZR_INLINED Taps _taps(int16x8_t x)
+{
+    const uint8x8_t column = vshrn_n_u16(vreinterpretq_u16_s16(vshrq_n_s16(x, 2)), kDrawPlaceBits - 2);
+    const uint8x16_t columns = vcombine_u8(column, column);
+    return {vaddq_u8(columns, vcombine_u8(vdup_n_u8(0), vdup_n_u8(3))),
+            vaddq_u8(columns, vcombine_u8(vdup_n_u8(1), vdup_n_u8(2))), _row_weights(_part(x))};
+}
+
 // A source row under the row weights. Neither half of the sum leaves 16 bits; the sum is limited.
-int16x8_t _weighed_row(const uint8_t* src, const RowWeights& weights, uint8x16_t outer, uint8x16_t inner)
+OZR_INLINED int16x8_t _weighed_row(const uint8_t* src, const Taps& taps)
 {
     const uint8x16_t bytes = vld1q_u8(src);
-    const uint8x16_t taps03 = looked_up(bytes, outer);
-    const uint8x16_t taps12 = looked_up(bytes, inner);
-    const uint16x8_t left = vmlsl_u8(vmull_u8(vget_low_u8(taps12), vget_low_u8(weights.inner)),
-                                     vget_low_u8(taps03), vget_low_u8(weights.outer));
-    const uint16x8_t right = vmlsl_u8(vmull_u8(vget_high_u8(taps12), vget_high_u8(weights.inner)),
-                                      vget_high_u8(taps03), vget_high_u8(weights.outer));
+    const uint8x16_t outer = looked_up(bytes, taps.outer);
+    const uint8x16_t inner = looked_up(bytes, taps.inner);
+    const uint16x8_t left = vmlsl_u8(vmull_u8(vget_low_u8(inner), vget_low_u8(taps.across.inner)),
+                                     vget_low_u8(outer), vget_low_u8(taps.across.outer));
+    const uint16x8_t right =
+        less_high_multiplied(high_multiplied(inner, taps.across.inner), outer, taps.across.outer);
     return vqaddq_s16(vreinterpretq_s16_u16(left), vreinterpretq_s16_u16(right));
 }
 
 template <int32_t kTurn>
-int16x8_t _luma_samples(const uint8_t* src, int64_t stride, int16x8_t x, int16x8_t y)
+OZR_INLINED int16x8_t _luma_samples(const uint8_t* src, int64_t stride, const Taps& taps, int16x8_t y)
 {
     constexpr int32_t kTaps = LumaShape::kTaps;
-    const RowWeights across = _row_weights(_part(x));
-    const uint8x8_t column = vshrn_n_u16(vreinterpretq_u16_s16(vshrq_n_s16(x, 2)), kDrawPlaceBits - 2);
-    const uint8x16_t columns = vcombine_u8(column, column);
-    const uint8x16_t outer = vaddq_u8(columns, vcombine_u8(vdup_n_u8(0), vdup_n_u8(3)));
-    const uint8x16_t inner = vaddq_u8(columns, vcombine_u8(vdup_n_u8(1), vdup_n_u8(2)));
     int16x8_t rows[size_t{kTaps} + kTurn];
-    unrolled<kTaps + kTurn>([&](int32_t i) {
-        rows[i] = _weighed_row(src, across, outer, inner);
+    unrolled<kTaps + kTurn>([&](int32_t i) OZR_INLINED_STEP {
+        rows[i] = _weighed_row(src, taps);
         src += static_cast<ptrdiff_t>(stride);
     });
     _pick_rows<kTaps, kTurn>(rows, vshrq_n_s16(y, kDrawPlaceBits));
@@ -141,22 +151,24 @@ int16x8_t _luma_samples(const uint8_t* src, int64_t stride, int16x8_t x, int16x8
     return vaddq_s16(upper, lower);
 }
 
-int16x8_t _luma_samples(const LumaBlocks::Starts& starts, int64_t stride, int16x8_t x, int16x8_t y)
+OZR_INLINED int16x8_t _luma_samples(const LumaBlocks::Starts& starts, int64_t stride, int16x8_t x,
+                                    int16x8_t y)
 {
+    const Taps taps = _taps(x);
     switch (starts.turn) {
     case 0:
-        return _luma_samples<0>(starts.src[0], stride, x, y);
+        return _luma_samples<0>(starts.src[0], stride, taps, y);
     case 1:
-        return _luma_samples<1>(starts.src[0], stride, x, y);
+        return _luma_samples<1>(starts.src[0], stride, taps, y);
     default:
-        return _luma_samples<kMostTurn>(starts.src[0], stride, x, y);
+        return _luma_samples<kMostTurn>(starts.src[0], stride, taps, y);
     }
 }
 
 // --- Chroma ---
 
 template <int32_t kTurn>
-int16x8_t _chroma_samples(const uint8_t* src, int64_t stride, int16x8_t x, int16x8_t y)
+OZR_INLINED int16x8_t _chroma_samples(const uint8_t* src, int64_t stride, int16x8_t x, int16x8_t y)
 {
     constexpr int32_t kTaps = ChromaShape::kTaps;
     const uint8x8_t part = vand_u8(vshrn_n_u16(vreinterpretq_u16_s16(x), 4), vdup_n_u8(63));
@@ -165,7 +177,7 @@ int16x8_t _chroma_samples(const uint8_t* src, int64_t stride, int16x8_t x, int16
     const uint8x8_t first = vadd_u8(vshl_n_u8(column, 1), vreinterpret_u8_u16(vdup_n_u16(0x0100)));
     const uint8x16_t order = vcombine_u8(first, vadd_u8(first, vdup_n_u8(2)));
     int16x8_t rows[size_t{kTaps} + kTurn];
-    unrolled<kTaps + kTurn>([&](int32_t i) {
+    unrolled<kTaps + kTurn>([&](int32_t i) OZR_INLINED_STEP {
         const uint8x16_t taps = looked_up(vld1q_u8(src), order);
         const uint16x8_t sum = vmlal_u8(vmull_u8(vget_low_u8(taps), left), vget_high_u8(taps), part);
         rows[i] = vreinterpretq_s16_u16(sum);

@@ -43,7 +43,7 @@ struct ByOnes {
 
 // Changes elements between the rows whose numbers differ in the bit kApart.
 template <class Elements, int32_t kApart, size_t kEdge>
-__attribute__((always_inline)) inline void _change(uint8x16_t (&rows)[kEdge])
+OZR_INLINED void _change(uint8x16_t (&rows)[kEdge])
 {
     unrolled<static_cast<int32_t>(kEdge / 2)>([&rows](int32_t k) {
         const int32_t i = k % kApart + k / kApart * 2 * kApart;

@@ -13,9 +13,13 @@ namespace ozr::kernels
 namespace
 {
 
+// Inlined wherever they are called: functions, and steps of the one below.
+#define OZR_INLINED __attribute__((always_inline)) inline
+#define OZR_INLINED_STEP __attribute__((always_inline))
+
 // Does a step for 0, 1 ... kCount - 1, unrolled: an array of vectors whose numbers the compiler knows is one of registers.
 template <int32_t kCount, class Step>
-__attribute__((always_inline)) inline void unrolled(Step step)
+OZR_INLINED void unrolled(Step step)
 {
     if constexpr (kCount > 0) {
         unrolled<kCount - 1>(step);
@@ -48,6 +52,17 @@ inline uint8x16_t woven(uint8x8_t a, uint8x8_t b)
 {
     constexpr uint8_t kTurns[] = {0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15};
     return vqtbl1q_u8(vcombine_u8(a, b), vld1q_u8(kTurns));
+}
+
+// The upper halves multiplied; and subtracted from a sum. The compiler knows these from halves taken apart, but not where
+// they are used more than once.
+inline uint16x8_t high_multiplied(uint8x16_t a, uint8x16_t b)
+{
+    return vmull_high_u8(a, b);
+}
+inline uint16x8_t less_high_multiplied(uint16x8_t sum, uint8x16_t a, uint8x16_t b)
+{
+    return vmlsl_high_u8(sum, a, b);
 }
 
 // Sums of neighbours: those of `a`, then those of `b`.
@@ -91,6 +106,15 @@ inline uint8x16_t woven(uint8x8_t a, uint8x8_t b)
 {
     const uint8x8x2_t both = vzip_u8(a, b);
     return vcombine_u8(both.val[0], both.val[1]);
+}
+
+inline uint16x8_t high_multiplied(uint8x16_t a, uint8x16_t b)
+{
+    return vmull_u8(vget_high_u8(a), vget_high_u8(b));
+}
+inline uint16x8_t less_high_multiplied(uint16x8_t sum, uint8x16_t a, uint8x16_t b)
+{
+    return vmlsl_u8(sum, vget_high_u8(a), vget_high_u8(b));
 }
 
 inline int32x4_t neighbours_added(int32x4_t a, int32x4_t b)
