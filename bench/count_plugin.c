@@ -1,6 +1,7 @@
 /* A plugin for qemu-user that counts the instructions which a program executes from one mark to the next. A mark is a call
- * of getppid(), which nothing else needs. Arguments: out=FILE, which gets a number a mark; functions=on, which follow it,
- * each with its own number, indented. Debian's package has no qemu-plugin.h: what is used of it is declared here. */
+ * of getppid(), which nothing else needs. Arguments: out=FILE, which gets a number a mark; blocks=on, which follow it: how
+ * often each was executed, its function, and its machine code. A block runs from a target of jumps to the next jump.
+ * Debian's package has no qemu-plugin.h: what is used of it is declared here. */
 #include <inttypes.h>
 #include <stdbool.h>
 #include <stdio.h>
@@ -31,45 +32,57 @@ void qemu_plugin_register_vcpu_syscall_cb(qemu_plugin_id_t id,
                                                            uint64_t, uint64_t));
 size_t qemu_plugin_tb_n_insns(const struct qemu_plugin_tb* tb);
 struct qemu_plugin_insn* qemu_plugin_tb_get_insn(const struct qemu_plugin_tb* tb, size_t index);
+const void* qemu_plugin_insn_data(const struct qemu_plugin_insn* insn);
+size_t qemu_plugin_insn_size(const struct qemu_plugin_insn* insn);
 const char* qemu_plugin_insn_symbol(const struct qemu_plugin_insn* insn);
 
 __attribute__((visibility("default"))) int qemu_plugin_version = 1;
 
-/* One for each function that was met; those without a name share one. */
-struct function {
-    struct function* next;
-    uint64_t count;
-    char name[];
+struct block {
+    struct block* next;
+    const char* function;
+    uint64_t executed;
+    size_t instructions;
+    size_t bytes;
+    uint8_t code[];
 };
 
-static struct function* functions;
-static bool wants_functions;
+static struct block* blocks;
+static bool wants_blocks;
 static int64_t mark;
 static FILE* out;
 
-static struct function* function_of(const char* name)
+static struct block* new_block(const struct qemu_plugin_tb* tb)
 {
-    struct function* f = functions;
-    while (f != NULL && strcmp(f->name, name) != 0)
-        f = f->next;
-    if (f == NULL) {
-        f = calloc(1, sizeof(*f) + strlen(name) + 1);
-        if (f == NULL)
-            abort();
-        strcpy(f->name, name);
-        f->next = functions;
-        functions = f;
+    const size_t count = qemu_plugin_tb_n_insns(tb);
+    struct block* block = calloc(1, sizeof(*block) + count * sizeof(uint32_t));
+    if (block == NULL)
+        abort();
+    block->instructions = count;
+    for (size_t i = 0; i < count; ++i) {
+        const struct qemu_plugin_insn* insn = qemu_plugin_tb_get_insn(tb, i);
+        const size_t size = qemu_plugin_insn_size(insn);
+        memcpy(block->code + block->bytes, qemu_plugin_insn_data(insn), size);
+        block->bytes += size;
     }
-    return f;
+    block->function = wants_blocks ? qemu_plugin_insn_symbol(qemu_plugin_tb_get_insn(tb, 0)) : NULL;
+    block->next = blocks;
+    blocks = block;
+    return block;
 }
 
 static void translated(qemu_plugin_id_t id, struct qemu_plugin_tb* tb)
 {
     (void)id;
-    const char* name = wants_functions ? qemu_plugin_insn_symbol(qemu_plugin_tb_get_insn(tb, 0)) : NULL;
-    qemu_plugin_register_vcpu_tb_exec_inline(tb, QEMU_PLUGIN_INLINE_ADD_U64,
-                                             &function_of(name != NULL ? name : "?")->count,
-                                             qemu_plugin_tb_n_insns(tb));
+    qemu_plugin_register_vcpu_tb_exec_inline(tb, QEMU_PLUGIN_INLINE_ADD_U64, &new_block(tb)->executed, 1);
+}
+
+static void print(const struct block* block)
+{
+    fprintf(out, "  %" PRIu64 " %s ", block->executed, block->function != NULL ? block->function : "?");
+    for (size_t i = 0; i < block->bytes; ++i)
+        fprintf(out, "%02x", block->code[i]);
+    fputc('\n', out);
 }
 
 static void called(qemu_plugin_id_t id, unsigned cpu, int64_t number, uint64_t a1, uint64_t a2, uint64_t a3,
@@ -79,13 +92,13 @@ static void called(qemu_plugin_id_t id, unsigned cpu, int64_t number, uint64_t a
     if (number != mark)
         return;
     uint64_t total = 0;
-    for (const struct function* f = functions; f != NULL; f = f->next)
-        total += f->count;
+    for (const struct block* block = blocks; block != NULL; block = block->next)
+        total += block->executed * block->instructions;
     fprintf(out, "%" PRIu64 "\n", total);
-    for (struct function* f = functions; f != NULL; f = f->next) {
-        if (wants_functions && f->count > 0)
-            fprintf(out, "  %" PRIu64 " %s\n", f->count, f->name);
-        f->count = 0;
+    for (struct block* block = blocks; block != NULL; block = block->next) {
+        if (wants_blocks && block->executed > 0)
+            print(block);
+        block->executed = 0;
     }
     fflush(out);
 }
@@ -97,7 +110,7 @@ __attribute__((visibility("default"))) int qemu_plugin_install(qemu_plugin_id_t 
         if (strncmp(argv[i], "out=", 4) == 0)
             out = fopen(argv[i] + 4, "w");
         else
-            wants_functions = wants_functions || strcmp(argv[i], "functions=on") == 0;
+            wants_blocks = wants_blocks || strcmp(argv[i], "blocks=on") == 0;
     }
     mark = strcmp(info->target_name, "aarch64") == 0 ? 173 : 64; /* getppid of Linux on AArch64, and on ARM */
     if (out == NULL)
