@@ -104,6 +104,18 @@ constexpr void fill(ProjectKernels* table)
 }
 }  // namespace avx2
 
+namespace neon
+{
+ProjectLumaRow project_luma_row;
+ProjectionTablesRow projection_tables_row;
+
+constexpr void fill(ProjectKernels* table)
+{
+    table->luma_row = project_luma_row;
+    table->tables_row = projection_tables_row;
+}
+}  // namespace neon
+
 }  // namespace ozr::kernels
 
 #endif
