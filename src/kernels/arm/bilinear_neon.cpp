@@ -65,7 +65,7 @@ bool _is_in_reach(const ResampleTask& task, int32_t pitch)
     const int32_t loaded = _reach(task, pitch) == Reach::kOneLoad ? kLoad : 2 * kLoad;
     return task.width >= kGroup && row_bytes >= loaded && row_bytes <= INT32_MAX &&
            _span(task.step_x, pitch, kHalf) <= 2 * kLoad &&
-           (int64_t{task.width} - 1) * task.step_x <= UINT32_MAX;
+           static_cast<uint64_t>(task.width) * task.step_x <= UINT32_MAX;
 }
 
 void _fill_group(Group* group, const ResampleTask& task, int32_t pitch, int32_t first, Reach reach)

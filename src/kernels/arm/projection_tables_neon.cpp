@@ -40,7 +40,7 @@ void _fill_weights(uint16_t* weights, uint8x8_t behind, const uint8_t* columns)
     const uint8x8x2_t second = vld2_u8(columns + 2 * kBlock);
     unrolled<kPatch>([&](int32_t i) OZR_INLINED_STEP {
         const uint8x8_t tent = _tent(behind, i);
-        uint16_t* out = weights + ptrdiff_t{kPatch} * kBlock * i;
+        uint16_t* out = &weights[ptrdiff_t{kPatch} * kBlock * i];
         vst1q_u16(out, vmull_u8(tent, first.val[0]));
         vst1q_u16(out + kBlock, vmull_u8(tent, first.val[1]));
         vst1q_u16(out + ptrdiff_t{2} * kBlock, vmull_u8(tent, second.val[0]));
