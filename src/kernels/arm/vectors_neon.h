@@ -76,16 +76,21 @@ inline uint32_t total(uint32x4_t sums)
     return vaddvq_u32(sums);
 }
 
-inline bool any(uint16x8_t mask)
-{
-    return vmaxvq_u16(mask) != 0;
-}
-
 #else
+
+// The same registers by another name; put together from halves, the compiler would send them through memory.
+template <class To, class From>
+inline To same_registers(const From& from)
+{
+    static_assert(sizeof(To) == sizeof(From), "as many registers");
+    To to;
+    __builtin_memcpy(&to, &from, sizeof(to));
+    return to;
+}
 
 inline uint8x8_t looked_up(uint8x16_t table, uint8x8_t numbers)
 {
-    return vtbl2_u8({{vget_low_u8(table), vget_high_u8(table)}}, numbers);
+    return vtbl2_u8(same_registers<uint8x8x2_t>(table), numbers);
 }
 inline uint8x16_t looked_up(uint8x16_t table, uint8x16_t numbers)
 {
@@ -93,9 +98,7 @@ inline uint8x16_t looked_up(uint8x16_t table, uint8x16_t numbers)
 }
 inline uint8x8_t looked_up(uint8x16x2_t table, uint8x8_t numbers)
 {
-    return vtbl4_u8({{vget_low_u8(table.val[0]), vget_high_u8(table.val[0]), vget_low_u8(table.val[1]),
-                      vget_high_u8(table.val[1])}},
-                    numbers);
+    return vtbl4_u8(same_registers<uint8x8x4_t>(table), numbers);
 }
 inline uint8x16_t looked_up(uint8x16x2_t table, uint8x16_t numbers)
 {
@@ -127,12 +130,6 @@ inline uint32_t total(uint32x4_t sums)
 {
     const uint32x2_t halves = vadd_u32(vget_low_u32(sums), vget_high_u32(sums));
     return vget_lane_u32(vpadd_u32(halves, halves), 0);
-}
-
-inline bool any(uint16x8_t mask)
-{
-    const uint8x8_t bytes = vmovn_u16(mask);  // the lanes are all bits, or none
-    return vget_lane_u64(vreinterpret_u64_u8(bytes), 0) != 0;
 }
 
 #endif
