@@ -17,7 +17,7 @@ namespace
 
 constexpr int32_t kRotateTile = 64;  // rows and columns
 
-// Both pictures, and the source's size in elements.
+// Both pictures, and the size of the source in elements.
 struct Turn {
     uint8_t* dst;
     ptrdiff_t dst_stride;

@@ -40,41 +40,41 @@ int32_t _lesser(int32_t a, int32_t b)
     return a < b ? a : b;
 }
 
-int64_t _row_bytes(const ResampleTask& task, int32_t pitch)
+int64_t _row_bytes(const ResampleTask& task, int32_t pixel_bytes)
 {
-    return int64_t{resample_last_column(task)} * pitch + 1;
+    return int64_t{resample_last_column(task)} * pixel_bytes + 1;
 }
 
 // Bytes from the first sample of some columns to the right-hand neighbour of the last, at most.
-int64_t _span(uint32_t step, int32_t pitch, int32_t columns)
+int64_t _span(uint32_t step, int32_t pixel_bytes, int32_t columns)
 {
     const int64_t whole_steps = ((columns - 1) * int64_t{step} + kResampleFracMask) >> kResampleFracBits;
-    return whole_steps * pitch + pitch + 1;
+    return whole_steps * pixel_bytes + pixel_bytes + 1;
 }
 
-Reach _reach(const ResampleTask& task, int32_t pitch)
+Reach _reach(const ResampleTask& task, int32_t pixel_bytes)
 {
-    const int64_t span = _span(task.step_x, pitch, kGroup);
+    const int64_t span = _span(task.step_x, pixel_bytes, kGroup);
     return span <= kLoad ? Reach::kOneLoad : span <= 2 * kLoad ? Reach::kTwoLoads : Reach::kTwoLoadsEach;
 }
 
-// Whether lookups reach the samples of a row, `pitch` bytes apart, and the row has all that is loaded for them.
-bool _is_in_reach(const ResampleTask& task, int32_t pitch)
+// Whether lookups reach the samples of a row, `pixel_bytes` bytes apart, and the row has all that is loaded for them.
+bool _is_in_reach(const ResampleTask& task, int32_t pixel_bytes)
 {
-    const int64_t row_bytes = _row_bytes(task, pitch);
-    const int32_t loaded = _reach(task, pitch) == Reach::kOneLoad ? kLoad : 2 * kLoad;
+    const int64_t row_bytes = _row_bytes(task, pixel_bytes);
+    const int32_t loaded = _reach(task, pixel_bytes) == Reach::kOneLoad ? kLoad : 2 * kLoad;
     return task.width >= kGroup && row_bytes >= loaded && row_bytes <= INT32_MAX &&
-           _span(task.step_x, pitch, kHalf) <= 2 * kLoad &&
+           _span(task.step_x, pixel_bytes, kHalf) <= 2 * kLoad &&
            static_cast<uint64_t>(task.width) * task.step_x <= UINT32_MAX;
 }
 
-void _fill_group(Group* group, const ResampleTask& task, int32_t pitch, int32_t first, Reach reach)
+void _fill_group(Group* group, const ResampleTask& task, int32_t pixel_bytes, int32_t first, Reach reach)
 {
     const int32_t loaded = reach == Reach::kOneLoad ? kLoad : 2 * kLoad;
-    const int32_t last_load = static_cast<int32_t>(_row_bytes(task, pitch)) - loaded;
+    const int32_t last_load = static_cast<int32_t>(_row_bytes(task, pixel_bytes)) - loaded;
     for (int32_t k = 0; k < kGroup; ++k) {
         const uint32_t position = static_cast<uint32_t>(first + k) * task.step_x;
-        const int32_t sample = static_cast<int32_t>(position >> kResampleFracBits) * pitch;
+        const int32_t sample = static_cast<int32_t>(position >> kResampleFracBits) * pixel_bytes;
         const uint32_t fraction = position & kResampleFracMask;
         const int32_t half = k / kHalf;
         if (k % kHalf == 0)
@@ -84,7 +84,7 @@ void _fill_group(Group* group, const ResampleTask& task, int32_t pitch, int32_t 
         const int32_t lane = k % kHalf + half * kGroup;
         group->order[lane] = static_cast<uint8_t>(at);
         // The last sample of a row has no neighbour, and needs none.
-        group->order[lane + kHalf] = static_cast<uint8_t>(fraction != 0 ? at + pitch : at);
+        group->order[lane + kHalf] = static_cast<uint8_t>(fraction != 0 ? at + pixel_bytes : at);
         group->weights[lane] = static_cast<uint16_t>(kResampleOne - fraction);
         group->weights[lane + kHalf] = static_cast<uint16_t>(fraction);
     }
@@ -92,15 +92,15 @@ void _fill_group(Group* group, const ResampleTask& task, int32_t pitch, int32_t 
 
 // The plan for columns `first` and on. The last columns of a row fill a whole group too, so this overlaps the one before
 // it. Returns the column after the strip's last.
-int32_t _make_plan(Plan* plan, const ResampleTask& task, int32_t pitch, int32_t first)
+int32_t _make_plan(Plan* plan, const ResampleTask& task, int32_t pixel_bytes, int32_t first)
 {
-    plan->reach = _reach(task, pitch);
+    plan->reach = _reach(task, pixel_bytes);
     plan->groups = 0;
     int32_t column = first;
     for (; column < task.width && plan->groups < kGroups; column += kGroup) {
         const int32_t begin = _lesser(column, task.width - kGroup);
         plan->dst[plan->groups] = begin;
-        _fill_group(&plan->group[plan->groups++], task, pitch, begin, plan->reach);
+        _fill_group(&plan->group[plan->groups++], task, pixel_bytes, begin, plan->reach);
     }
     return _lesser(column, task.width);
 }
@@ -153,11 +153,11 @@ void _resample_row(uint8_t* dst, const ResampleRows& rows, const Plan& plan)
     }
 }
 
-void _resample(uint8_t* dst, int32_t dst_stride, const ResampleTask& task, int32_t pitch)
+void _resample(uint8_t* dst, int32_t dst_stride, const ResampleTask& task, int32_t pixel_bytes)
 {
     Plan plan;
     for (int32_t first = 0; first < task.width;) {
-        first = _make_plan(&plan, task, pitch, first);
+        first = _make_plan(&plan, task, pixel_bytes, first);
         for (int32_t y = 0; y < task.rows; ++y) {
             const ResampleRows rows = resample_rows(task, y);
             uint8_t* out = dst + static_cast<ptrdiff_t>(y) * dst_stride;

@@ -4,6 +4,7 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "kernels/arm/vectors_neon.h"
 #include "kernels/project.h"
 #include "kernels/projection_block.h"
 
@@ -79,8 +80,21 @@ void project_luma_row(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32
         if (offset >= 0 && offset <= last_offset)
             _project_block(dst, src + offset, stride, at.columns, at.rows);
         else
-            scalar::project_luma_block(dst, src, stride, row, b);
-        at = {at.offsets + 1, at.weights, at.columns + kColumnWeights, at.rows + kBlock};
+            scalar::project_luma_row(dst, src, src_bytes, stride, at, 1);
+        at = {at.offsets + 1, at.columns + kColumnWeights, at.rows + kBlock};
+    }
+}
+
+void project_chroma_row(uint8_t* dst, const uint8_t* src, int64_t src_bytes, const ProjectionChromaRow& row,
+                        int32_t blocks)
+{
+    const int64_t last_offset = src_bytes - kLoad;
+    for (ptrdiff_t b = 0; b < blocks; ++b, dst += kBlock) {
+        const int32_t offset = row.offsets[b];
+        if (offset >= 0 && offset <= last_offset)
+            vst1_u8(dst, looked_up(vld1q_u8(src + offset), vld1_u8(row.order + kBlock * b)));
+        else
+            scalar::project_chroma_block(dst, src, row, static_cast<int32_t>(b));
     }
 }
 
