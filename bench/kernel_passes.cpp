@@ -192,6 +192,41 @@ void add_projection(Passes* passes)
     });
 }
 
+void add_projection_rows(Passes* passes)
+{
+    Plane& p = passes->plane();
+    const int32_t w = p.width;
+    const int32_t h = p.height;
+    const int64_t n = int64_t{w} * h;
+    const int32_t blocks = w / ozr::kernels::kBlock;
+    passes->add(KERNEL(project, rows_of_curves), 7 * n, [&p, w, h, blocks](auto f) {
+        const int32_t radius = 2 * w, scale = ozr::kernels::kPixel * radius;
+        std::vector<ozr::kernels::ProjectionCurves> curves(static_cast<size_t>(blocks - blocks / 2));
+        for (size_t i = 0; i < curves.size() * ozr::kernels::kBlock; ++i) {
+            ozr::kernels::ProjectionCurves& at = curves[i / ozr::kernels::kBlock];
+            const size_t k = i % ozr::kernels::kBlock;
+            at.divisors[k] = radius - static_cast<int32_t>(i) / 2;
+            at.steps[k] = scale / at.divisors[k];
+            at.step_rests[k] = scale % at.divisors[k];
+        }
+        int32_t* const numbers_out = numbers<int32_t>(p.out);
+        uint8_t* const rows_out = row(p.out, 8, w);
+        each_row(h / 2, [&](int32_t) {
+            f({{numbers_out, rows_out},
+               {numbers_out + blocks, rows_out + w},
+               numbers<int32_t>(p.zeros),
+               w,
+               h / 2,
+               ozr::kernels::kPixel * h},
+              curves.data(), blocks);
+        });
+    });
+    passes->add(KERNEL(project, weights_row), 37 * n, [&p, h, blocks](auto f) {
+        const PreparedRows& rows = prepared_rows({p.width, h});
+        each_row(h, [&](int32_t y) { f(numbers<uint16_t>(p.out), rows.luma(y), blocks); });
+    });
+}
+
 void add_composition(Passes* passes)
 {
     Plane& p = passes->plane();
@@ -352,6 +387,7 @@ std::vector<KernelPass> kernel_passes(Size size)
     add_resampling(&passes);
     add_alignment(&passes);
     add_projection(&passes);
+    add_projection_rows(&passes);
     add_composition(&passes);
     add_rotation(&passes);
     add_to_rgba(&passes);
