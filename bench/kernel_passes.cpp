@@ -17,7 +17,7 @@ using Bytes = std::vector<uint8_t>;
 // which the cache holds.
 constexpr uint32_t kStep = 1536;
 
-// What the kernels of one picture size work on, made when the first of them runs.
+// The data of the kernels of one picture size, made when the first of them runs.
 class Plane
 {
 public:
@@ -45,9 +45,9 @@ public:
     Bytes out;
 };
 
-uint8_t* row(Bytes& bytes, int32_t y, int32_t pitch)
+uint8_t* row(Bytes& bytes, int32_t y, int32_t stride)
 {
-    return bytes.data() + static_cast<ptrdiff_t>(y) * pitch;
+    return bytes.data() + static_cast<ptrdiff_t>(y) * stride;
 }
 
 // What the heap gives is aligned.

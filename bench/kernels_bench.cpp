@@ -1,5 +1,5 @@
-// Every kernel at every level over one picture, and beside it memcpy of as many bytes. The counter
-// "moved" tells which memcpy a kernel compares with.
+// Every kernel at every level over one picture, and memcpy of the same number of bytes. The counter
+// "moved" names the memcpy that a kernel is compared with.
 #include "benchmarks.h"
 #include "kernel_passes.h"
 
