@@ -74,6 +74,18 @@ constexpr void fill(AlignKernels* table)
 }
 }  // namespace avx2
 
+namespace neon
+{
+IntegralRow integral_row;
+CorrelateAreas correlate_areas;
+
+constexpr void fill(AlignKernels* table)
+{
+    table->integral_row = integral_row;
+    table->correlate_areas = correlate_areas;
+}
+}  // namespace neon
+
 }  // namespace ozr::kernels
 
 #endif

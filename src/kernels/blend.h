@@ -46,6 +46,18 @@ constexpr void fill(BlendKernels* table)
 }
 }  // namespace sse2
 
+namespace neon
+{
+BlendRow blend_row;
+BlendPairsRow blend_pairs_row;
+
+constexpr void fill(BlendKernels* table)
+{
+    table->row = blend_row;
+    table->pairs_row = blend_pairs_row;
+}
+}  // namespace neon
+
 }  // namespace ozr::kernels
 
 #endif

@@ -2,6 +2,7 @@
 #ifndef OZR_KERNELS_CENSUS_H
 #define OZR_KERNELS_CENSUS_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 namespace ozr::kernels
@@ -21,6 +22,9 @@ namespace scalar
 {
 CensusRun census_run;
 
+// Whether the codes of `count` windows to be written, from `codes` on, share memory with the pixels to be read.
+bool census_overlaps(const uint16_t* codes, const uint8_t* src, size_t pitch, size_t count);
+
 constexpr void fill(CensusKernels* table)
 {
     table->run = census_run;
@@ -36,6 +40,16 @@ constexpr void fill(CensusKernels* table)
     table->run = census_run;
 }
 }  // namespace sse2
+
+namespace neon
+{
+CensusRun census_run;
+
+constexpr void fill(CensusKernels* table)
+{
+    table->run = census_run;
+}
+}  // namespace neon
 
 }  // namespace ozr::kernels
 

@@ -139,6 +139,36 @@ constexpr void fill(ColourKernels* table)
 }
 }  // namespace avx2
 
+namespace neon
+{
+YvuToRgbaRow yvu_to_rgba_row;
+YuvToRgbaRow yuv_to_rgba_row;
+PlanarToRgbaRow planar_to_rgba_row;
+YuyvToRgbaRow yuyv_to_rgba_row;
+GrayToRgbaRow gray_to_rgba_row;
+RgbaToGrayRow rgba_to_gray_row;
+RgbaToLumaRow rgba_to_luma_row;
+RgbaToChromaPairsRow rgba_to_uv_row;
+RgbaToChromaPairsRow rgba_to_vu_row;
+RgbaToChromaRows rgba_to_u_v_rows;
+RgbaToYuyvRow rgba_to_yuyv_row;
+
+constexpr void fill(ColourKernels* table)
+{
+    table->yvu_to_rgba_row = yvu_to_rgba_row;
+    table->yuv_to_rgba_row = yuv_to_rgba_row;
+    table->planar_to_rgba_row = planar_to_rgba_row;
+    table->yuyv_to_rgba_row = yuyv_to_rgba_row;
+    table->gray_to_rgba_row = gray_to_rgba_row;
+    table->rgba_to_gray_row = rgba_to_gray_row;
+    table->rgba_to_luma_row = rgba_to_luma_row;
+    table->rgba_to_uv_row = rgba_to_uv_row;
+    table->rgba_to_vu_row = rgba_to_vu_row;
+    table->rgba_to_u_v_rows = rgba_to_u_v_rows;
+    table->rgba_to_yuyv_row = rgba_to_yuyv_row;
+}
+}  // namespace neon
+
 }  // namespace ozr::kernels
 
 #endif

@@ -48,6 +48,25 @@ uint32_t cpu_features()
 
 }  // namespace ozr::kernels
 
+#elif defined(OZR_IS_ARM) && defined(__aarch64__)
+
+// Every 64-bit ARM has it.
+uint32_t ozr::kernels::cpu_features()
+{
+    return kCpuNeon;
+}
+
+#elif defined(OZR_IS_ARM)
+
+#include <asm/hwcap.h>
+#include <sys/auxv.h>
+
+// The kernel tells: a program cannot ask a 32-bit ARM itself.
+uint32_t ozr::kernels::cpu_features()
+{
+    return (getauxval(AT_HWCAP) & HWCAP_NEON) != 0 ? kCpuNeon : 0;
+}
+
 #elif defined(__wasm_simd128__)
 
 // An engine without these instructions refuses the whole module, so that this code never runs on one.

@@ -31,6 +31,14 @@ constexpr void fill(Table* /*table*/)
 }
 }  // namespace avx2
 
+namespace neon
+{
+template <class Table>
+constexpr void fill(Table* /*table*/)
+{
+}
+}  // namespace neon
+
 namespace
 {
 
@@ -70,6 +78,13 @@ constexpr Kernels kAvx2Kernels =
     _level(kSsse3Kernels, "avx2", kCpuAvx2, [](auto* stage) { avx2::fill(stage); });
 
 const Kernels* const kLevels[] = {&kScalarKernels, &kSse2Kernels, &kSsse3Kernels, &kAvx2Kernels, nullptr};
+
+#elif defined(OZR_IS_ARM)
+
+constexpr Kernels kNeonKernels =
+    _level(kScalarKernels, "neon", kCpuNeon, [](auto* stage) { neon::fill(stage); });
+
+const Kernels* const kLevels[] = {&kScalarKernels, &kNeonKernels, nullptr};
 
 #elif defined(__wasm_simd128__)
 

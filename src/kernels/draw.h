@@ -96,6 +96,18 @@ constexpr void fill(DrawKernels* table)
 }
 }  // namespace avx2
 
+namespace neon
+{
+DrawLumaRow draw_luma_row;
+DrawChromaRow draw_chroma_row;
+
+constexpr void fill(DrawKernels* table)
+{
+    table->luma_row = draw_luma_row;
+    table->chroma_row = draw_chroma_row;
+}
+}  // namespace neon
+
 }  // namespace ozr::kernels
 
 #endif

@@ -19,6 +19,7 @@
 #include "kernels/blend.h"
 #include "kernels/census.h"
 #include "kernels/colour.h"
+#include "kernels/cpu.h"
 #include "kernels/draw.h"
 #include "kernels/match.h"
 #include "kernels/mirror.h"
@@ -55,6 +56,8 @@ extern const Kernels kScalarKernels;
 extern const Kernels kSse2Kernels;
 extern const Kernels kSsse3Kernels;
 extern const Kernels kAvx2Kernels;
+#elif defined(OZR_IS_ARM)
+extern const Kernels kNeonKernels;
 #endif
 
 // All levels of this build, including those that this machine cannot run: the lowest first, then a null pointer.

@@ -65,6 +65,20 @@ constexpr void fill(MirrorKernels* table)
 }
 }  // namespace avx2
 
+namespace neon
+{
+MirrorBytesRow mirror_bytes_row;
+MirrorPairsRow mirror_pairs_row;
+MirrorQuadsRow mirror_quads_row;
+
+constexpr void fill(MirrorKernels* table)
+{
+    table->bytes_row = mirror_bytes_row;
+    table->pairs_row = mirror_pairs_row;
+    table->quads_row = mirror_quads_row;
+}
+}  // namespace neon
+
 }  // namespace ozr::kernels
 
 #endif

@@ -56,6 +56,18 @@ constexpr void fill(MotionKernels* table)
 }
 }  // namespace avx2
 
+namespace neon
+{
+SadArea sad_area;
+SadConstRow sad_const_row;
+
+constexpr void fill(MotionKernels* table)
+{
+    table->sad_area = sad_area;
+    table->sad_const_row = sad_const_row;
+}
+}  // namespace neon
+
 }  // namespace ozr::kernels
 
 #endif

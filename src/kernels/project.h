@@ -136,6 +136,22 @@ constexpr void fill(ProjectKernels* table)
 }
 }  // namespace avx2
 
+namespace neon
+{
+ProjectLumaRow project_luma_row;
+ProjectChromaRow project_chroma_row;
+ProjectionRowsOfCurves projection_rows_of_curves;
+ProjectionWeightsRow projection_weights_row;
+
+constexpr void fill(ProjectKernels* table)
+{
+    table->luma_row = project_luma_row;
+    table->chroma_row = project_chroma_row;
+    table->rows_of_curves = projection_rows_of_curves;
+    table->weights_row = projection_weights_row;
+}
+}  // namespace neon
+
 }  // namespace ozr::kernels
 
 #endif

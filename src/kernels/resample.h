@@ -32,6 +32,9 @@ struct ResampleRows {
 // `bottom` is then the same row as `top`.
 ResampleRows resample_rows(const ResampleTask& task, int32_t y);
 
+// The last source column that a row reads.
+uint32_t resample_last_column(const ResampleTask& task);
+
 // Bilinear resampling of all rows:
 //   dst[x] = ((p00 (1024 - fx) + p10 fx) (1024 - fy) + p01 fy (1024 - fx) + p11 fx fy) >> 20
 // with the column i = x * step_x >> 10 and fx = x * step_x & 1023 in unsigned 32 bits. The largest sum is 255 * 2^20; no
@@ -143,6 +146,24 @@ constexpr void fill(ResampleKernels* table)
     table->yuyv = resample_yuyv;
 }
 }  // namespace avx2
+
+namespace neon
+{
+Resample resample_gray;
+Resample resample_yuyv;
+YuyvLumaRow yuyv_luma_row;
+HalfGrayRow half_gray_row;
+SampleBytesRow sample_bytes_row;
+
+constexpr void fill(ResampleKernels* table)
+{
+    table->gray = resample_gray;
+    table->yuyv = resample_yuyv;
+    table->yuyv_luma_row = yuyv_luma_row;
+    table->half_gray_row = half_gray_row;
+    table->sample_bytes_row = sample_bytes_row;
+}
+}  // namespace neon
 
 }  // namespace ozr::kernels
 

@@ -51,6 +51,22 @@ constexpr void fill(RotateKernels* table)
 }
 }  // namespace sse2
 
+namespace neon
+{
+Rotate rotate_bytes_cw;
+Rotate rotate_bytes_ccw;
+Rotate rotate_pairs_cw;
+Rotate rotate_pairs_ccw;
+
+constexpr void fill(RotateKernels* table)
+{
+    table->bytes_cw = rotate_bytes_cw;
+    table->bytes_ccw = rotate_bytes_ccw;
+    table->pairs_cw = rotate_pairs_cw;
+    table->pairs_ccw = rotate_pairs_ccw;
+}
+}  // namespace neon
+
 }  // namespace ozr::kernels
 
 #endif

@@ -65,6 +65,16 @@ constexpr void fill(SeamKernels* table)
 }
 }  // namespace avx2
 
+namespace neon
+{
+SeamSumRow seam_sum_row;
+
+constexpr void fill(SeamKernels* table)
+{
+    table->sum_row = seam_sum_row;
+}
+}  // namespace neon
+
 }  // namespace ozr::kernels
 
 #endif

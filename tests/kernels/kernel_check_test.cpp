@@ -451,6 +451,19 @@ TEST(KernelCheck, MotionAndAlignment)
     });
 }
 
+// As large as they get, and wide enough to fill what sums on the way have room for.
+TEST(KernelCheck, SumsOfWideRows)
+{
+    for (int32_t width : {2064, 4133}) {
+        Case ones(width, Edge::kEnd, Fill::kOnes), zeros(width, Edge::kStart, Fill::kZeros);
+        Guarded a = ones.bytes(2 * width), b = zeros.bytes(2 * width);
+        ones.check_result(KERNEL(motion, sad_area), a.data(), width, b.data(), width, width, 2);
+        ones.check_result(KERNEL(motion, sad_const_row), a.data(), uint8_t{0}, width);
+        const AreaPair areas = {a.data(), width, 0, b.data(), width, 255, width, 2};
+        ones.check_result(KERNEL(align, correlate_areas), areas, 0);
+    }
+}
+
 TEST(KernelCheck, MatchingOfPatches)
 {
     for_each_case([](Case c) {
@@ -504,6 +517,9 @@ TEST(KernelCheck, LevelsAreChosenByAllOfTheirFeatures)
     want[kSse2] = want[kSse2 + kAvx2] = &kSse2Kernels;
     want[kSse2 + kSsse3] = &kSsse3Kernels;
     want[kSse2 + kSsse3 + kAvx2] = &kAvx2Kernels;
+#elif defined(OZR_IS_ARM)
+    want.resize(9, &kScalarKernels);
+    want[8] = &kNeonKernels;
 #endif
     for (uint32_t features = 0; features < want.size(); ++features)
         EXPECT_EQ(best_for(features), want[features]) << features;

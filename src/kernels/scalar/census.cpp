@@ -22,4 +22,11 @@ void census_run(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t coun
     }
 }
 
+bool census_overlaps(const uint16_t* codes, const uint8_t* src, size_t pitch, size_t count)
+{
+    const uintptr_t written = reinterpret_cast<uintptr_t>(codes);
+    const uintptr_t read = reinterpret_cast<uintptr_t>(src);
+    return written < read + count + 2 * pitch + 2 && read < written + count * sizeof(uint16_t);
+}
+
 }  // namespace ozr::kernels::scalar

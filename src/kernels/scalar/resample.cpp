@@ -13,6 +13,12 @@ ResampleRows resample_rows(const ResampleTask& task, int32_t y)
     return {top, fraction != 0 ? top + static_cast<ptrdiff_t>(task.src_stride) : top, fraction};
 }
 
+uint32_t resample_last_column(const ResampleTask& task)
+{
+    const uint32_t last = task.width > 0 ? static_cast<uint32_t>(task.width - 1) * task.step_x : 0;
+    return (last >> kResampleFracBits) + ((last & kResampleFracMask) != 0 ? 1U : 0U);
+}
+
 }  // namespace ozr::kernels
 
 namespace ozr::kernels::scalar

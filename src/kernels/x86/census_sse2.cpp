@@ -34,21 +34,13 @@ void _encode_eight(uint16_t* codes, const uint8_t* src, size_t pitch)
     Sse2::store(codes, code);
 }
 
-// Whether the codes to be written share memory with the pixels to be read.
-bool _overlap(const uint16_t* codes, const uint8_t* src, size_t pitch, size_t count)
-{
-    const uintptr_t written = reinterpret_cast<uintptr_t>(codes);
-    const uintptr_t read = reinterpret_cast<uintptr_t>(src);
-    return written < read + count + 2 * pitch + 2 && read < written + count * sizeof(uint16_t);
-}
-
 }  // namespace
 
 void census_run(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t count)
 {
     const size_t pitch = width;
     uint32_t k = 0;
-    if (!_overlap(dst + pitch + 1, src, pitch, count)) {
+    if (!scalar::census_overlaps(dst + pitch + 1, src, pitch, count)) {
         for (; count - k >= kStep; k += kStep)
             _encode_eight(dst + k + pitch + 1, src + k, pitch);
     }

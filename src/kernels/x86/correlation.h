@@ -7,7 +7,7 @@
 #include <stddef.h>
 
 #include "kernels/align.h"
-#include "kernels/x86/last_lanes.h"
+#include "kernels/last_lanes.h"
 
 namespace ozr::kernels
 {

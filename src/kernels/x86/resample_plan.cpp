@@ -47,12 +47,6 @@ void _fill_group(PlanGroup* group, const ResampleTask& task, int32_t pixel_bytes
 
 }  // namespace
 
-uint32_t resample_last_column(const ResampleTask& task)
-{
-    const uint32_t last = task.width > 0 ? static_cast<uint32_t>(task.width - 1) * task.step_x : 0;
-    return (last >> kResampleFracBits) + ((last & kResampleFracMask) != 0 ? 1U : 0U);
-}
-
 bool resample_plan_fits(const ResampleTask& task, int32_t pixel_bytes)
 {
     const int64_t row_bytes = _row_bytes(task, pixel_bytes);

@@ -36,9 +36,6 @@ bool resample_plan_fits(const ResampleTask& task, int32_t pixel_bytes);
 // too, so they overlap those before them. Returns the column after the last one of the strip.
 int32_t resample_plan_make(ResamplePlan* plan, const ResampleTask& task, int32_t pixel_bytes, int32_t first);
 
-// The last source column that a row reads.
-uint32_t resample_last_column(const ResampleTask& task);
-
 // Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
 namespace
 {

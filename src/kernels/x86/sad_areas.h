@@ -4,8 +4,8 @@
 
 #include <stddef.h>
 
+#include "kernels/last_lanes.h"
 #include "kernels/motion.h"
-#include "kernels/x86/last_lanes.h"
 
 namespace ozr::kernels
 {

@@ -1,0 +1,245 @@
+// Drawing, NEON: a block's pixels have a lane of 16 bits each.
+#include <arm_neon.h>
+#include <stddef.h>
+
+#include "kernels/arm/vectors_neon.h"
+#include "kernels/draw.h"
+#include "kernels/draw_blocks.h"
+
+namespace ozr::kernels::neon
+{
+
+namespace
+{
+
+using LumaBlocks = DrawBlocks<LumaShape, 1>;
+using ChromaBlocks = DrawBlocks<ChromaShape, 1>;
+
+// (a * b + 2^14) >> 15 of lanes
+int16x8_t _product(int16x8_t a, int16x8_t b)
+{
+    return vqrdmulhq_s16(a, b);
+}
+
+// first + (way * steps >> 15); `way` and `steps` both count double
+int16x8_t _on_the_way(int16_t first, int32_t way, int16x8_t steps)
+{
+    return vaddq_s16(vdupq_n_s16(first), vqdmulhq_n_s16(steps, static_cast<int16_t>(way)));
+}
+
+int16x8_t _between(const int16_t* nodes, int16x8_t steps)
+{
+    return _on_the_way(nodes[0], 2 * (nodes[1] - nodes[0]), steps);
+}
+
+int16x8_t _ramp(int32_t first, int32_t factor, int32_t pixels_of_lane)
+{
+    int16_t steps[kDrawBlock];
+    for (int32_t k = 0; k < kDrawBlock; ++k)
+        steps[k] = static_cast<int16_t>(first + factor * (k / pixels_of_lane));
+    return vld1q_s16(steps);
+}
+
+// Rows per pixel from those per block: a pixel whose place is n rows further down has its taps n rows further down.
+template <int32_t kTaps, int32_t kTurn, size_t kRows>
+OZR_INLINED void _pick_rows(int16x8_t (&rows)[kRows], int16x8_t down)
+{
+    unrolled<kTurn>([&](int32_t n) OZR_INLINED_STEP {
+        const uint16x8_t further = vcgtq_s16(down, vdupq_n_s16(static_cast<int16_t>(n)));
+        unrolled<kTaps + kTurn - 1>([&](int32_t i) OZR_INLINED_STEP {
+            if (i < kTaps + kTurn - 1 - n)
+                rows[i] = vbslq_s16(further, rows[i + 1], rows[i]);
+        });
+    });
+}
+
+void _store_finished(uint8_t* dst, int16x8_t sample, int16x8_t gain, int16x8_t shift)
+{
+    vst1_u8(dst, vqrshrun_n_s16(vqaddq_s16(_product(sample, gain), shift), kDrawShiftBits));
+}
+
+// --- Luma ---
+
+struct Weights {
+    int16x8_t at[4];
+};
+
+// The 7 bits below the point of places, as Q15.
+int16x8_t _part(int16x8_t places)
+{
+    return vshlq_n_s16(vandq_s16(places, vdupq_n_s16(127 << 3)), 5);
+}
+
+// Q14. Sums on the way leave signed words, but not unsigned ones.
+Weights _column_weights(int16x8_t t)
+{
+    const int16x8_t t2 = _product(t, t);
+    const int16x8_t t3 = _product(t2, t);
+    const int16x8_t down = vsubq_s16(t2, t3);  // none negative
+    const int16x8_t up = vsubq_s16(t, t2);     // likewise
+    Weights w;
+    w.at[0] = vshrq_n_s16(vsubq_s16(down, up), 2);
+    const uint16x8_t third = vreinterpretq_u16_s16(vaddq_s16(vmlaq_n_s16(t, t2, 4), vmulq_n_s16(t3, -3)));
+    w.at[2] = vreinterpretq_s16_u16(vshrq_n_u16(third, 2));  // up to 2 in Q15, without a sign
+    w.at[3] = vshrq_n_s16(vnegq_s16(down), 2);
+    w.at[1] = vsubq_s16(vsubq_s16(vdupq_n_s16(1 << 14), w.at[0]), vaddq_s16(w.at[2], w.at[3]));
+    return w;
+}
+
+// The magnitudes of the row weights: of the outer taps, which are none positive, and of the inner ones, none negative.
+struct RowWeights {
+    uint8x16_t outer;
+    uint8x16_t inner;
+};
+
+OZR_INLINED RowWeights _row_weights(int16x8_t t)
+{
+    const Weights w = _column_weights(t);
+    const int16x8_t most = vdupq_n_s16(127);
+    const int16x8_t w0 = vrshrq_n_s16(w.at[0], 7), w3 = vrshrq_n_s16(w.at[3], 7);
+    const int16x8_t w1 = vminq_s16(vrshrq_n_s16(w.at[1], 7), most);
+    const int16x8_t w2 = vsubq_s16(vsubq_s16(vdupq_n_s16(128), w0), vaddq_s16(w1, w3));
+    const int16x8_t excess = vqsubq_s16(w2, most);
+    const int16x8_t more = vmaxq_s16(excess, vdupq_n_s16(0));
+    const auto bytes = [](int16x8_t left, int16x8_t right) {
+        return vreinterpretq_u8_s8(vcombine_s8(vmovn_s16(left), vmovn_s16(right)));
+    };
+    return {bytes(vnegq_s16(w0), vnegq_s16(w3)), bytes(vaddq_s16(w1, more), vsubq_s16(w2, more))};
+}
+
+// What all rows of a block have in common: where their taps are, and their weights.
+struct Taps {
+    uint8x16_t outer;
+    uint8x16_t inner;
+    RowWeights across;
+};
+
+OZR_INLINED Taps _taps(int16x8_t x)
+{
+    const uint8x8_t column = vshrn_n_u16(vreinterpretq_u16_s16(vshrq_n_s16(x, 2)), kDrawPlaceBits - 2);
+    const uint8x16_t columns = vcombine_u8(column, column);
+    return {vaddq_u8(columns, vcombine_u8(vdup_n_u8(0), vdup_n_u8(3))),
+            vaddq_u8(columns, vcombine_u8(vdup_n_u8(1), vdup_n_u8(2))), _row_weights(_part(x))};
+}
+
+// A source row under the row weights. Neither half of the sum leaves 16 bits; the sum is limited.
+OZR_INLINED int16x8_t _weighed_row(const uint8_t* src, const Taps& taps)
+{
+    const uint8x16_t bytes = vld1q_u8(src);
+    const uint8x16_t outer = looked_up(bytes, taps.outer);
+    const uint8x16_t inner = looked_up(bytes, taps.inner);
+    const uint16x8_t left = vmlsl_u8(vmull_u8(vget_low_u8(inner), vget_low_u8(taps.across.inner)),
+                                     vget_low_u8(outer), vget_low_u8(taps.across.outer));
+    const uint16x8_t right =
+        less_high_multiplied(high_multiplied(inner, taps.across.inner), outer, taps.across.outer);
+    return vqaddq_s16(vreinterpretq_s16_u16(left), vreinterpretq_s16_u16(right));
+}
+
+template <int32_t kTurn>
+OZR_INLINED int16x8_t _luma_samples(const uint8_t* src, int64_t stride, const Taps& taps, int16x8_t y)
+{
+    constexpr int32_t kTaps = LumaShape::kTaps;
+    int16x8_t rows[size_t{kTaps} + kTurn];
+    unrolled<kTaps + kTurn>([&](int32_t i) OZR_INLINED_STEP {
+        rows[i] = _weighed_row(src, taps);
+        src += static_cast<ptrdiff_t>(stride);
+    });
+    _pick_rows<kTaps, kTurn>(rows, vshrq_n_s16(y, kDrawPlaceBits));
+    const Weights down = _column_weights(_part(y));
+    const int16x8_t upper = vaddq_s16(_product(rows[0], down.at[0]), _product(rows[1], down.at[1]));
+    const int16x8_t lower = vaddq_s16(_product(rows[2], down.at[2]), _product(rows[3], down.at[3]));
+    return vaddq_s16(upper, lower);
+}
+
+OZR_INLINED int16x8_t _luma_samples(const LumaBlocks::Starts& starts, int64_t stride, int16x8_t x,
+                                    int16x8_t y)
+{
+    const Taps taps = _taps(x);
+    switch (starts.turn) {
+    case 0:
+        return _luma_samples<0>(starts.src[0], stride, taps, y);
+    case 1:
+        return _luma_samples<1>(starts.src[0], stride, taps, y);
+    default:
+        return _luma_samples<kMostTurn>(starts.src[0], stride, taps, y);
+    }
+}
+
+// --- Chroma ---
+
+template <int32_t kTurn>
+OZR_INLINED int16x8_t _chroma_samples(const uint8_t* src, int64_t stride, int16x8_t x, int16x8_t y)
+{
+    constexpr int32_t kTaps = ChromaShape::kTaps;
+    const uint8x8_t part = vand_u8(vshrn_n_u16(vreinterpretq_u16_s16(x), 4), vdup_n_u8(63));
+    const uint8x8_t left = vsub_u8(vdup_n_u8(64), part);
+    const uint8x8_t column = vshrn_n_u16(vreinterpretq_u16_s16(vshrq_n_s16(x, 2)), kDrawPlaceBits - 2);
+    const uint8x8_t first = vadd_u8(vshl_n_u8(column, 1), vreinterpret_u8_u16(vdup_n_u16(0x0100)));
+    const uint8x16_t order = vcombine_u8(first, vadd_u8(first, vdup_n_u8(2)));
+    int16x8_t rows[size_t{kTaps} + kTurn];
+    unrolled<kTaps + kTurn>([&](int32_t i) OZR_INLINED_STEP {
+        const uint8x16_t taps = looked_up(vld1q_u8(src), order);
+        const uint16x8_t sum = vmlal_u8(vmull_u8(vget_low_u8(taps), left), vget_high_u8(taps), part);
+        rows[i] = vreinterpretq_s16_u16(sum);
+        src += static_cast<ptrdiff_t>(stride);
+    });
+    _pick_rows<kTaps, kTurn>(rows, vshrq_n_s16(y, kDrawPlaceBits));
+    const int16x8_t change = _product(vsubq_s16(rows[1], rows[0]), _part(y));
+    return vsubq_s16(vaddq_s16(rows[0], change), vdupq_n_s16(128 * 64));
+}
+
+int16x8_t _chroma_samples(const ChromaBlocks::Starts& starts, int64_t stride, int16x8_t x, int16x8_t y)
+{
+    switch (starts.turn) {
+    case 0:
+        return _chroma_samples<0>(starts.src[0], stride, x, y);
+    case 1:
+        return _chroma_samples<1>(starts.src[0], stride, x, y);
+    default:
+        return _chroma_samples<kMostTurn>(starts.src[0], stride, x, y);
+    }
+}
+
+}  // namespace
+
+void draw_luma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
+{
+    const int16x8_t steps = _ramp(0, 2048, 1);
+    const LumaBlocks::Limits limits(plane);
+    for (int32_t b = 0; b < blocks; ++b, dst += kDrawBlock) {
+        const DrawNodes here = {nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nullptr}};
+        LumaBlocks::Starts starts;
+        if (!LumaBlocks::start(limits, here.x, here.y, &starts) || !LumaBlocks::is_gentle(here.gain)) {
+            scalar::draw_luma_row(dst, plane, here, 1);
+            continue;
+        }
+        const int16x8_t x = _on_the_way(starts.x[0], starts.step_x[0], steps);
+        const int16x8_t y = _on_the_way(starts.y[0], starts.step_y[0], steps);
+        _store_finished(dst, _luma_samples(starts, limits.stride, x, y), _between(here.gain, steps),
+                        _between(here.shift[0], steps));
+    }
+}
+
+void draw_chroma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
+{
+    const int16x8_t steps = _ramp(1024, 4 * 1024, 2);
+    const uint16x8_t odd = vreinterpretq_u16_u32(vdupq_n_u32(0xFFFF0000U));
+    const ChromaBlocks::Limits limits(plane);
+    for (int32_t b = 0; b < blocks; ++b, dst += kDrawBlock) {
+        const DrawNodes here = {
+            nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nodes.shift[1] + b}};
+        ChromaBlocks::Starts starts;
+        if (!ChromaBlocks::start(limits, here.x, here.y, &starts) || !ChromaBlocks::is_gentle(here.gain)) {
+            scalar::draw_chroma_row(dst, plane, here, 1);
+            continue;
+        }
+        const int16x8_t x = vshrq_n_s16(_on_the_way(starts.x[0], starts.step_x[0], steps), 1);
+        const int16x8_t y = vshrq_n_s16(_on_the_way(starts.y[0], starts.step_y[0], steps), 1);
+        const int16x8_t shift =
+            vbslq_s16(odd, _between(here.shift[1], steps), _between(here.shift[0], steps));
+        _store_finished(dst, _chroma_samples(starts, limits.stride, x, y), _between(here.gain, steps),
+                        vaddq_s16(shift, vdupq_n_s16(128 << kDrawShiftBits)));
+    }
+}
+
+}  // namespace ozr::kernels::neon
