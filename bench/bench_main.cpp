@@ -38,9 +38,15 @@ bool parse(int argc, char** argv, Options* options)
 
 int print_memory(const std::vector<Library>& others)
 {
-    int result = print_peak_memory(own_library(), kPhotoSweep);
+    const auto print = [](const Library& library) {
+        int result = print_peak_memory(library, ozr_panorama_quality_classic, kPhotoSweep);
+        if (library.set_quality != nullptr)
+            result |= print_peak_memory(library, ozr_panorama_quality_refined, kPhotoSweep);
+        return result;
+    };
+    int result = print(own_library());
     for (const Library& library : others)
-        result |= print_peak_memory(library, kPhotoSweep);
+        result |= print(library);
     return result;
 }
 
