@@ -124,6 +124,11 @@ void add_resampling(Plane& p)
             f(row(p.out, y, w / 2), row(p.a, 2 * y, w), row(p.a, 2 * y + 1, w), w / 2);
         });
     });
+    add(KERNEL(resample, half_pairs_row), p, n * 5 / 4, [&p, w, h](auto f) {
+        each_row(h / 2, [&](int32_t y) {
+            f(row(p.out, y, w / 2), row(p.a, 2 * y, w), row(p.a, 2 * y + 1, w), w / 4);
+        });
+    });
 }
 
 void add_alignment(Plane& p)
