@@ -13,7 +13,7 @@ namespace ozr::refined
 
 constexpr int32_t kChannels = 3;  // luma, first and second byte of chroma pairs
 
-// Shifts of one picture, in Q4 levels, within kernels::kDrawMaxShift; on a lattice from the panorama's first pixel on.
+// Shifts of one picture, in Q5 levels, within kernels::kDrawMaxShift; on a lattice from the panorama's first pixel on.
 struct Correction {
     int32_t first, columns, rows;
     Buffer<int16_t> shift[kChannels];
