@@ -242,7 +242,7 @@ PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* h
         _draw_shown(layer->luma.get() + at, *layer, y, [&](uint8_t* dst, int32_t b, int32_t count) {
             table->draw.luma_row(dst, layer->small_luma, nodes.at(b), count);
         });
-        if (y % 2 == 0) {
+        if (y % 2 == 0 && !first_time) {
             nodes.interpolate(part + 1, frame.step_bits, all);
             _draw_shown(layer->chroma.get() + at / 2, *layer, y, [&](uint8_t* dst, int32_t b, int32_t count) {
                 table->draw.chroma_row(dst, layer->small_chroma, nodes.at(b), count);

@@ -53,7 +53,7 @@ struct Layers {
 // Orders the pictures and chooses the frame.
 PanoResult arrange_layers(const DrawInput& input, Layers* layers);
 
-// Lays luma and chroma; again after gains changed. What is shown is found the first time.
+// Lays luma and finds what is shown; then, once gains are known, lays luma again, and chroma.
 PanoResult lay_layers(const Cancel& cancel, bool first_time, Layers* layers);
 
 }  // namespace ozr::refined
