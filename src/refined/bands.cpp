@@ -362,6 +362,15 @@ void _shifts_at_nodes(int32_t* dst, const Corrections& corrections, const Correc
     }
 }
 
+// Shifts of a group of nodes, `part` of 2^bits pixels below the row above.
+void _mix(int16_t* __restrict dst, const int32_t* __restrict above, const int32_t* __restrict below,
+          int32_t part, int32_t bits)
+{
+    for (int32_t i = 0; i < kNodesAtOnce; ++i)
+        dst[i] =
+            static_cast<int16_t>((above[i] * ((1 << bits) - part) + below[i] * part) >> (2 * bits));
+}
+
 // So many that the coarsest level of one picture still has a few points each way.
 int32_t _count_levels(const Layers& layers)
 {
@@ -401,8 +410,8 @@ PanoResult find_corrections(const Cancel& cancel, const Layers& layers, const Se
 PanoResult ShiftRows::init(int32_t nodes)
 {
     for (int32_t channel = 0; channel < kChannels; ++channel) {
-        above_[channel] = make_unfilled_buffer<int32_t>(nodes);
-        below_[channel] = make_unfilled_buffer<int32_t>(nodes);
+        above_[channel] = make_buffer<int32_t>(whole_groups(nodes));
+        below_[channel] = make_buffer<int32_t>(whole_groups(nodes));
         if (!above_[channel] || !below_[channel])
             return kPanoNoMemory;
     }
@@ -432,11 +441,10 @@ void ShiftRows::prepare(const Corrections& corrections, int32_t picture, int32_t
 void ShiftRows::fill(int16_t* dst, const Corrections& corrections, int32_t channel, int32_t row,
                      const NodeRange& range) const
 {
-    const int32_t bits = corrections.step_bits, step = 1 << bits;
-    const int32_t part = _down(corrections, row) & (step - 1);
+    const int32_t bits = corrections.step_bits, part = _down(corrections, row) & ((1 << bits) - 1);
     const int32_t *above = above_[channel].get(), *below = below_[channel].get();
-    for (int32_t node = range.first; node < range.end; ++node)
-        dst[node] = static_cast<int16_t>((above[node] * (step - part) + below[node] * part) >> (2 * bits));
+    for (int32_t node = first_of_group(range.first); node < range.end; node += kNodesAtOnce)
+        _mix(dst + node, above + node, below + node, part, bits);
 }
 
 }  // namespace ozr::refined
