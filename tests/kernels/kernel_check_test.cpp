@@ -459,3 +459,14 @@ TEST(KernelCheck, LevelsAreChosenByAllOfTheirFeatures)
         EXPECT_EQ(best_for(features), want[features]) << features;
     EXPECT_EQ(kLevels[0], &kScalarKernels);
 }
+
+// A table is its stages' pointers, one behind the other; those that no level fills would be called as null pointers.
+TEST(KernelCheck, LevelsHaveEveryKernel)
+{
+    constexpr size_t kKernels = (sizeof(Kernels) - offsetof(Kernels, resample)) / sizeof(void*);
+    for (const Kernels* const* level = kLevels; *level != nullptr; ++level) {
+        void* kernels[kKernels];
+        memcpy(kernels, &(*level)->resample, sizeof(kernels));
+        EXPECT_EQ(std::count(kernels, kernels + kKernels, nullptr), 0) << (*level)->level;
+    }
+}
