@@ -191,6 +191,69 @@ void add_composition(Plane& p)
     });
 }
 
+// The nodes of a row whose places go down by a third of a pixel a block, as they do off the middle of a picture.
+struct DrawnRow {
+    std::vector<int32_t> x, y;
+    std::vector<int16_t> gain, shift;
+
+    explicit DrawnRow(int32_t width)
+    {
+        for (int32_t b = 0; b <= width / 8; ++b) {
+            x.push_back(4 * 1024 + b * (8 * 1024 - 12));
+            y.push_back(3 * 1024 + b % 12 * 341);
+            gain.push_back(static_cast<int16_t>(8192 + b));
+            shift.push_back(static_cast<int16_t>(b % 40));
+        }
+    }
+    ozr::kernels::DrawNodes nodes() const
+    {
+        return {x.data(), y.data(), gain.data(), {shift.data(), shift.data()}};
+    }
+};
+
+// Each row from a plane of its own, which begins with that row.
+constexpr int32_t kDrawnRows = 16;
+
+void add_drawing(Plane& p)
+{
+    const int32_t w = p.width;
+    const int32_t h = p.height;
+    const int64_t n = int64_t{w} * h;
+    static const DrawnRow drawn(w);
+    add(KERNEL(draw, luma_row), p, 2 * n, [&p, w, h](auto f) {
+        each_row(h, [&](int32_t y) {
+            f(row(p.out, y, w), {row(p.a, y, w), w, w, kDrawnRows}, drawn.nodes(), w / 8);
+        });
+    });
+    add(KERNEL(draw, chroma_row), p, n, [&p, w, h](auto f) {
+        each_row(h / 2, [&](int32_t y) {
+            f(row(p.out, y, w), {row(p.a, y, w), w, w / 2, kDrawnRows}, drawn.nodes(), w / 8);
+        });
+    });
+}
+
+// A quarter of the picture, of the contrast that unrolled pictures have; and patches of a fit's size.
+void add_matching(Plane& p)
+{
+    constexpr int32_t kMost = 60, kPatch = 17 * 17;
+    const int32_t w = p.width / 2;
+    const int32_t h = p.height / 2;
+    const int64_t n = int64_t{w} * h;
+    static std::vector<int16_t> contrast, mask;
+    for (int64_t i = 0; i < n; ++i) {
+        contrast.push_back(static_cast<int16_t>(i * i % (2 * kMost + 1) - kMost));
+        mask.push_back(static_cast<int16_t>(i % w < 3 ? 0 : -1));
+    }
+    const ozr::kernels::MaskedArea area = {contrast.data(), mask.data(), w};
+    add(KERNEL(match, correlate_masked), p, 8 * n,
+        [area, w, h](auto f) { benchmark::DoNotOptimize(f(area, area, w - 3, h)); });
+    add(KERNEL(match, dot_product), p, int64_t{4} * kPatch * h, [area, w, h](auto f) {
+        each_row(h, [&](int32_t y) {
+            benchmark::DoNotOptimize(f(area.contrast + y * w, area.contrast + y * w + 5, kPatch));
+        });
+    });
+}
+
 void add_rotation(Plane& p)
 {
     const int32_t w = p.width;
@@ -284,6 +347,8 @@ void add_kernel_benchmarks()
     add_alignment(preview);
     add_projection(preview);
     add_composition(preview);
+    add_drawing(preview);
+    add_matching(preview);
     add_rotation(preview);
     add_to_rgba(preview);
     add_from_rgba(preview);
