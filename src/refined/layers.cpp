@@ -214,8 +214,7 @@ void _draw_shown(uint8_t* dst, const Layer& layer, int32_t y, Draw draw)
     }
 }
 
-PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* headings, bool first_time,
-                      Layer* layer)
+PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* headings, Layer* layer)
 {
     const int32_t blocks = layer->columns / kBlock;
     const NodeRange all = {0, blocks + 1};
@@ -237,12 +236,11 @@ PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* h
             nodes.advance(layer->view, own, height(y + kNodeRows), all);
         const int64_t at = int64_t{y} * layer->columns;
         nodes.interpolate(part, frame.step_bits, all);
-        if (first_time)
-            _mark_shown(layer->shown.get() + at, nodes.at(0), layer->small_luma, margin, blocks);
+        _mark_shown(layer->shown.get() + at, nodes.at(0), layer->small_luma, margin, blocks);
         _draw_shown(layer->luma.get() + at, *layer, y, [&](uint8_t* dst, int32_t b, int32_t count) {
             table->draw.luma_row(dst, layer->small_luma, nodes.at(b), count);
         });
-        if (y % 2 == 0 && !first_time) {
+        if (y % 2 == 0) {
             nodes.interpolate(part + 1, frame.step_bits, all);
             _draw_shown(layer->chroma.get() + at / 2, *layer, y, [&](uint8_t* dst, int32_t b, int32_t count) {
                 table->draw.chroma_row(dst, layer->small_chroma, nodes.at(b), count);
@@ -275,7 +273,7 @@ PanoResult arrange_layers(const DrawInput& input, Layers* layers)
     return kPanoSuccess;
 }
 
-PanoResult lay_layers(const Cancel& cancel, bool first_time, Layers* layers)
+PanoResult lay_layers(const Cancel& cancel, Layers* layers)
 {
     const Frame& frame = layers->frame;
     const double step = 1 << frame.step_bits;
@@ -284,7 +282,7 @@ PanoResult lay_layers(const Cancel& cancel, bool first_time, Layers* layers)
     if (!headings)
         return kPanoNoMemory;
     for (int32_t i = 0; i < layers->count; ++i)
-        PANO_FORWARD(_lay_layer(cancel, frame, headings.get(), first_time, &layers->at[i]));
+        PANO_FORWARD(_lay_layer(cancel, frame, headings.get(), &layers->at[i]));
     return kPanoSuccess;
 }
 

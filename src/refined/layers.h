@@ -53,8 +53,8 @@ struct Layers {
 // Orders the pictures and chooses the frame.
 PanoResult arrange_layers(const DrawInput& input, Layers* layers);
 
-// Lays luma and finds what is shown; then, once gains are known, lays luma again, and chroma.
-PanoResult lay_layers(const Cancel& cancel, bool first_time, Layers* layers);
+// Lays luma and chroma, with the views' gains, and finds what is shown.
+PanoResult lay_layers(const Cancel& cancel, Layers* layers);
 
 }  // namespace ozr::refined
 
