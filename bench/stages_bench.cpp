@@ -72,7 +72,8 @@ void preview_frame(benchmark::State& state, const Library& library, Size size)
     }
 }
 
-void sweep(benchmark::State& state, const Library& library, ozr_panorama_quality quality, const SweepPlan& plan)
+void sweep(benchmark::State& state, const Library& library, ozr_panorama_quality quality,
+           const SweepPlan& plan)
 {
     std::vector<Nv12Picture>& pictures = sweep_pictures(plan);
     const char* const stages[] = {"first_picture", "second_picture", "later_picture"};

@@ -349,7 +349,7 @@ int32_t _down(const Corrections& corrections, int32_t row)
 
 // Shifts of a row of the correction at the nodes, times the pixels of a step.
 void _shifts_at_nodes(int32_t* dst, const Corrections& corrections, const Correction& correction,
-                             const int16_t* shifts, const NodeRange& range)
+                      const int16_t* shifts, const NodeRange& range)
 {
     const int32_t bits = corrections.step_bits, step = 1 << bits;
     const auto at = [&](int32_t column) {
@@ -367,8 +367,7 @@ void _mix(int16_t* __restrict dst, const int32_t* __restrict above, const int32_
           int32_t part, int32_t bits)
 {
     for (int32_t i = 0; i < kNodesAtOnce; ++i)
-        dst[i] =
-            static_cast<int16_t>((above[i] * ((1 << bits) - part) + below[i] * part) >> (2 * bits));
+        dst[i] = static_cast<int16_t>((above[i] * ((1 << bits) - part) + below[i] * part) >> (2 * bits));
 }
 
 // So many that the coarsest level of one picture still has a few points each way.

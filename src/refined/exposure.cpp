@@ -130,8 +130,8 @@ double _mean(const GrayView& plane, int32_t level, const Corners& corners)
                                  _between(corners.right_top.y, corners.right_bottom.y, down)};
         for (int32_t i = 0; i < kSide; ++i) {
             const int32_t across = 1 + 4 * i;
-            const int32_t light = _light(plane, level,
-                                         {_between(left.x, right.x, across), _between(left.y, right.y, across)});
+            const int32_t light =
+                _light(plane, level, {_between(left.x, right.x, across), _between(left.y, right.y, across)});
             if (light == 0)
                 return 0.0;
             sum += light;
@@ -190,8 +190,8 @@ PanoResult _measure_blocks(const Cancel& cancel, const Layers& layers, Blocks* b
 {
     const Frame& frame = layers.frame;
     const double step = 1 << frame.step_bits;
-    const Buffer<Heading> headings = make_headings(frame.radius, frame.first_column * step, kBlock * step,
-                                                   frame.columns / kBlock + 1);
+    const Buffer<Heading> headings =
+        make_headings(frame.radius, frame.first_column * step, kBlock * step, frame.columns / kBlock + 1);
     if (!headings)
         return kPanoNoMemory;
     blocks->rows = frame.rows / kBlock;

@@ -12,7 +12,7 @@ namespace ozr::refined
 namespace
 {
 
-constexpr int32_t kLeastSide = 32;      // of a picture
+constexpr int32_t kLeastSide = 32;  // of a picture
 constexpr int32_t kShownMargin =
     2;  // pixels at a picture's edge that are not drawn: the cubic reaches two further
 constexpr int32_t kBlock = kernels::kDrawBlock;

@@ -30,10 +30,10 @@ struct Layer {
     View view;
     double heading;                               // radians; counted on beyond a full turn
     kernels::DrawPlane small_luma, small_chroma;  // of the picture, reduced by the frame's step
-    int32_t first, columns;        // of the lattice, in multiples of 8
-    int32_t middle;                // the column that the picture's middle is nearest to
-    Buffer<uint8_t> luma, chroma;  // rows of `columns` bytes
-    Buffer<uint8_t> shown;         // 255 where the picture shows a point, else 0
+    int32_t first, columns;                       // of the lattice, in multiples of 8
+    int32_t middle;                               // the column that the picture's middle is nearest to
+    Buffer<uint8_t> luma, chroma;                 // rows of `columns` bytes
+    Buffer<uint8_t> shown;                        // 255 where the picture shows a point, else 0
 
     const uint8_t* luma_row(int32_t y) const { return luma.get() + int64_t{y} * columns; }
     const uint8_t* chroma_row(int32_t y) const { return chroma.get() + int64_t{y} * columns; }

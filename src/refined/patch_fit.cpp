@@ -291,8 +291,7 @@ double search_patch(PatchTask* task, int32_t reach)
         if (down > 0)
             sums.advance();
         for (int32_t right = 0; right <= 2 * reach; ++right) {
-            const double value =
-                _correlation(patch, square, sums.window() + right, side, sums.spread(right));
+            const double value = _correlation(patch, square, sums.window() + right, side, sums.spread(right));
             if (value > best) {
                 best = value;
                 best_right = right - reach;

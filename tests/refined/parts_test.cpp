@@ -123,8 +123,7 @@ std::vector<uint8_t> halved(const std::vector<uint8_t>& from, int32_t stride, in
                 return from[static_cast<size_t>((2 * y + j) * stride + (x / bytes * 2 + i) * bytes +
                                                 x % bytes)];
             };
-            half.push_back(
-                static_cast<uint8_t>((at(0, 0) + at(1, 0) + at(0, 1) + at(1, 1) + rounding) / 4));
+            half.push_back(static_cast<uint8_t>((at(0, 0) + at(1, 0) + at(0, 1) + at(1, 1) + rounding) / 4));
         }
     }
     return half;
@@ -134,7 +133,8 @@ std::vector<uint8_t> halved(const std::vector<uint8_t>& from, int32_t stride, in
 TEST(Pyramid, HalvesLumaAndChroma)
 {
     Random random(4);
-    for (const auto& [width, height, small] : {std::tuple{71, 55, 2}, {66, 40, 2}, {2101, 35, 2}, {2200, 130, 3}}) {
+    for (const auto& [width, height, small] :
+         {std::tuple{71, 55, 2}, {66, 40, 2}, {2101, 35, 2}, {2200, 130, 3}}) {
         for (const bool turn : {false, true}) {
             SCOPED_TRACE(testing::Message() << width << " x " << height << (turn ? ", turned" : ""));
             const int32_t stride = width + 5;
@@ -150,7 +150,8 @@ TEST(Pyramid, HalvesLumaAndChroma)
             ASSERT_EQ(w, (turn ? height : width) & ~1);
             for (int32_t i = 0; i < w * h; ++i) {
                 const int32_t x = turn ? i / w : i % w, y = turn ? (height & ~1) - 1 - i % w : i / w;
-                ASSERT_EQ(*(pano_row(kept.get(), i / w) + i % w), pixels[static_cast<size_t>(y * stride + x)]);
+                ASSERT_EQ(*(pano_row(kept.get(), i / w) + i % w),
+                          pixels[static_cast<size_t>(y * stride + x)]);
             }
             const auto rows = [](const uint8_t* data, int64_t bytes) {
                 return std::vector<uint8_t>(data, data + bytes);

@@ -31,7 +31,8 @@ int32_t _within_16_bits(int32_t value)
 // Gains and shifts the sample, in Q7, and takes the fractional bits off.
 uint8_t _finished(int32_t sample, int32_t gain, int32_t shift)
 {
-    const int32_t level = _within_16_bits(_within_16_bits(_product(sample, gain) + shift) + (1 << (kDrawShiftBits - 1)));
+    const int32_t level =
+        _within_16_bits(_within_16_bits(_product(sample, gain) + shift) + (1 << (kDrawShiftBits - 1)));
     return static_cast<uint8_t>(_limited(level >> kDrawShiftBits, 0, 255));
 }
 

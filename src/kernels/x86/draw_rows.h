@@ -27,7 +27,8 @@ constexpr int32_t kTooMuch = 99;       // rows: the turn of a block that is not 
 // What tells luma and chroma apart. Places are Q10 luma pixels: a pair is two of them wide, and begins half a one in;
 // places of luma are rounded to a 16th.
 struct LumaShape {
-    static constexpr int32_t kTaps = 4, kBefore = 1;  // rows and columns of a pixel, and those before its place
+    static constexpr int32_t kTaps = 4,
+                             kBefore = 1;  // rows and columns of a pixel, and those before its place
     static constexpr int32_t kPixelBytes = 1, kUnitBits = kDrawPlaceBits, kInset = -32;
     // Where a block's first and last pixel lie, in 16ths of it.
     static constexpr int32_t kFirst = 0, kLast = 14;

@@ -41,11 +41,11 @@ public:
         if (columns < kLanes)
             return below(a, b, columns, rows);
         const int32_t whole = columns - columns % kLanes, last = columns - kLanes;
-        const Words left = words(
-            reinterpret_cast<const int16_t*>(last_lanes(V::kBytes, 2 * (columns - whole))));
+        const Words left =
+            words(reinterpret_cast<const int16_t*>(last_lanes(V::kBytes, 2 * (columns - whole))));
         Sums aa = {}, bb = {}, ab = {};
-        const auto add = [&](const int16_t* p, const int16_t* p_mask, const int16_t* q,
-                             const int16_t* q_mask, Words counted) {
+        const auto add = [&](const int16_t* p, const int16_t* p_mask, const int16_t* q, const int16_t* q_mask,
+                             Words counted) {
             const Words of_a = words(p) & counted, of_b = words(q) & counted;
             aa += V::multiply_add(of_a, of_a & words(q_mask));
             bb += V::multiply_add(of_b, of_b & words(p_mask));

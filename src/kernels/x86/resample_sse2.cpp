@@ -57,9 +57,8 @@ void half_pairs_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int
     constexpr int32_t kPairs = kStep / 2;
     int32_t x = 0;
     for (; x + kPairs <= pairs; x += kPairs) {
-        const __m128i means =
-            _mm_packus_epi16(_half_pairs(top + 4 * x, bottom + 4 * x),
-                             _half_pairs(top + 4 * x + kStep, bottom + 4 * x + kStep));
+        const __m128i means = _mm_packus_epi16(_half_pairs(top + 4 * x, bottom + 4 * x),
+                                               _half_pairs(top + 4 * x + kStep, bottom + 4 * x + kStep));
         Sse2::store(dst + 2 * x, means);
     }
     scalar::half_pairs_row(dst + 2 * x, top + 4 * x, bottom + 4 * x, pairs - x);
