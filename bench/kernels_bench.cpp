@@ -153,20 +153,19 @@ void add_alignment(Plane& p)
 
 void add_projection(Plane& p)
 {
-    const int32_t w = p.width;
-    const int32_t h = p.height;
-    const Size size = {w, h};
+    const Size size = {p.width, p.height};
     add(KERNEL(project, luma_row), p, projected_luma_bytes(size), [&p, size](auto f) {
-        const PanoramaCore* core = prepared_core(size);
+        const PreparedRows& rows = prepared_rows(size);
         each_row(size.height, [&](int32_t y) {
             f(row(p.out, y, size.width), p.a.data(), int64_t{size.width} * size.height, size.width,
-              projection_row(core, y), size.width / 8);
+              rows.luma(y), size.width / 8);
         });
     });
-    add(KERNEL(project, chroma_row), p, projected_chroma_bytes(size), [&p, size, w, h](auto f) {
-        const int32_t* map = prepared_core(size)->proj.chroma_map;
-        each_row(h / 2, [&](int32_t y) {
-            f(row(p.out, y, w), p.a.data(), map + static_cast<ptrdiff_t>(y) * (w / 2), w / 2);
+    add(KERNEL(project, chroma_row), p, projected_chroma_bytes(size), [&p, size](auto f) {
+        const PreparedRows& rows = prepared_rows(size);
+        each_row(size.height / 2, [&](int32_t y) {
+            f(row(p.out, y, size.width), p.a.data(), int64_t{size.width} * size.height / 2, rows.chroma(y),
+              size.width / 8);
         });
     });
 }

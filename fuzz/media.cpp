@@ -60,7 +60,7 @@ void _read_picture(FuzzInput* input)
             convert_to_nv12(picture, nv12.get());
             convert_to_picture(*nv12.get());
         }
-        encode_jpeg(picture, 50);
+        encode_jpeg(picture, 50, {carried_exif(picture.exif, picture.width, picture.height), "xmp"});
         encode_png(picture);
     } catch (const ProgramError&) {
     }
@@ -68,8 +68,14 @@ void _read_picture(FuzzInput* input)
 
 void _read_exif(FuzzInput* input)
 {
-    const int orientation = exif_orientation(input->rest(), input->left());
-    turn_upright(Picture(3, 2), orientation);
+    const std::vector<uint8_t> block = _rest(*input);
+    turn_upright(Picture(3, 2), exif_orientation(block.data(), block.size()));
+    exif_heading(block);
+    // What is carried over can be carried over again, and is upright.
+    const std::vector<uint8_t> carried = carried_exif(block, 3, 2);
+    if (carried.size() > 65527 || exif_orientation(carried.data(), carried.size()) != 1 ||
+        carried_exif(carried, 3, 2) != carried)
+        abort();
 }
 
 /** A file of these bytes that needs no folder. */

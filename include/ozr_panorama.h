@@ -9,14 +9,14 @@
  *
  * Pictures are NV12; previews may be grey, YV12, NV12 or YUY2. All pictures of a sweep have one size and stride.
  *
- * What no call can detect, and so is the caller's word:
+ * No call can detect a violation of these rules, so the caller has to keep them:
  * - that a handle came from ozr_panorama_create and was not destroyed, and that two threads are in it only as above;
  * - that the memory behind `data` is as large as the record says, and that nobody changes it during the call: of a
  *   picture stride * height bytes and half as many again, of a preview the luma alone (stride * height bytes), of a
  *   result nothing. A preview's `size` is not read; of a picture's bytes at most `size` are taken;
  * - that hooks return, and do not call the handle that is logging.
  *
- * What a record itself gives away is refused with a code: no pixels, sizes below 1 or so large that their products
+ * Faults that a record itself shows are refused with a code: no pixels, sizes below 1 or so large that their products
  * exceed 32 bits, strides shorter than a row, formats that the call does not take, a second picture of another
  * geometry, a first picture so narrow or so flat that its copy of 320 pixels on the longer side would have no rows or
  * columns, offsets that exceed 32 bits when they are scaled. Any bytes are allowed as pixels.
@@ -145,7 +145,7 @@ OZR_API void ozr_panorama_destroy(ozr_panorama* handle);
  * @param params  the parameters.
  * @return ozr_success, or
  *         ozr_err_invalid_argument  a pointer is null
- *         ozr_err_not_supported     the overlap lies outside the range that the handle shows
+ *         ozr_err_not_supported     the overlap is outside the range that the handle shows
  *         ozr_err_invalid_status    a sweep has begun
  */
 OZR_API ozr_err ozr_panorama_set_parameters(ozr_panorama* handle, const ozr_panorama_parameters* params);
@@ -176,7 +176,7 @@ OZR_API ozr_err ozr_panorama_get_parameters(ozr_panorama* handle, ozr_panorama_p
  *         ozr_err_invalid_argument  a pointer is null, the frame has no pixels, its geometry is impossible, or its
  *                                   stride is shorter than a row
  *         ozr_err_invalid_status    no picture was added yet, or the capture has ended: a full sweep ends with the next
- *                                   frame, which still gives 0
+ *                                   frame, which still returns 0
  *         ozr_err_not_supported     the frame is NV21 or RGBA
  *         ozr_err_nomem             memory is out
  */
@@ -217,7 +217,7 @@ OZR_API ozr_err ozr_panorama_stitch_one_image(ozr_panorama* handle, ozr_image* p
  * @return ozr_success, or
  *         ozr_err_invalid_argument  handle is null
  *         ozr_err_invalid_status    the running work did not stop within about a second, or a full sweep was ended by a
- *                                   preview and not run: call ozr_panorama_run, whatever it gives, and reset again
+ *                                   preview and not run: call ozr_panorama_run, whatever it returns, and reset again
  *         ozr_err_nomem             memory is out; a later reset may succeed
  * @note Ownership: the pixels of the last panorama are released.
  */

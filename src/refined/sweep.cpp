@@ -181,11 +181,9 @@ int32_t Sweep::draw_cameras(const Cancel& cancel, PanoImg* drawn)
         pictures[i].pyramid = &sights_[i].pyramid;
         pictures[i].camera = &cameras_[i];
     }
-    DrawReport report = {};
-    PANO_FORWARD(draw({pictures, pictures_, cancel}, drawn, &report));
+    PANO_FORWARD(draw({pictures, pictures_, cancel}, drawn, &drawn_));
     for (int32_t i = 0; i < pictures_; ++i)
-        cameras_[i].gain = static_cast<double>(report.gain[i]);
-    radius_ = report.radius;
+        cameras_[i].gain = static_cast<double>(drawn_.gain[i]);
     return kPanoSuccess;
 }
 
@@ -193,7 +191,9 @@ int32_t Sweep::compose(const Cancel& cancel, PanoImg* out)
 {
     if (pictures_ == 0)
         return kPanoPictureMissing;
-    PANO_FORWARD(solve_sweep({sights_, pictures_, pairs_, count_}, cancel, &solution_));
+    const SweepView view = {sights_, pictures_, pairs_, count_};
+    PANO_FORWARD(solve_sweep(view, cancel, &solution_));
+    trace_matches(view, solution_, &trace_);
     fill_cameras();
     PanoImgOwner drawn;
     PANO_FORWARD(draw_cameras(cancel, drawn.get()));
@@ -233,7 +233,7 @@ Place Sweep::offset_of(const Pair& pair) const
         along += along > kPi ? -2.0 * kPi : along < -kPi ? 2.0 * kPi : 0.0;
         const SineCosine up = sine_cosine(a.across);
         const SineCosine to = sine_cosine(b.across);
-        return {along * radius_, (to.sine / to.cosine - up.sine / up.cosine) * radius_};
+        return {along * drawn_.radius, (to.sine / to.cosine - up.sine / up.cosine) * drawn_.radius};
     }
     const double focal = first.focal;
     const Rotation turn = inverse(turn_of_guess(pair.match.guess, focal / sights_[pair.first].base_scale()));

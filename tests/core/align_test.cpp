@@ -73,7 +73,8 @@ void add_both(TestCore& core, ozr_reference::Core* want, const Image& picture, i
 // A call that is refused, or would be but for luck.
 void add_badly(TestCore& core, ozr_reference::Core* want, const Scene& s, Random& random, int32_t index)
 {
-    const int32_t indices[] = {index, index, index, 0, -1, 10, INT32_MAX, INT32_MIN}, fault = random.below(8);
+    const int32_t indices[] = {index, index, index, 0, -1, 10, INT32_MAX, INT32_MIN};
+    const int32_t fault = random.below(core->has_tables != 0 ? 8 : 6);
     const uint8_t initialised = want->record.initialised;
     int32_t* const tables = core->proj.block_offsets;
     const ozr_reference::Projection projection = want->projection;
@@ -106,10 +107,11 @@ TEST(CoreSweep, IsAsTheReferenceHasIt)
                       gap = 1 + random.below(50) / 49;
         TestCore core;
         ozr_reference::Core want;
-        init_both(core.core, &want, 1, 32, 3, 40);  // an earlier sweep
+        const auto tables = [&random] { return random.below(2) == 0 ? Tables::kNone : Tables::kMade; };
+        init_both(core.core, &want, 1, 32, 3, 40, tables());  // an earlier sweep
         add_both(core, &want, Image(kPanoNv12, 32, 3, 40), 0, 0, 0, random);
         core->overlap = want.record.overlap = scene.overlap;
-        init_both(core.core, &want, forward, scene.width, scene.height, scene.stride);
+        init_both(core.core, &want, forward, scene.width, scene.height, scene.stride, tables());
         const int32_t count = 2 + random.below(3);
         for (int32_t index = 0; index < count; index += gap) {
             if (random.below(3) == 0)
