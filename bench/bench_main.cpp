@@ -38,15 +38,17 @@ bool parse(int argc, char** argv, Options* options)
 
 int print_memory(const std::vector<Library>& others)
 {
-    const auto print = [](const Library& library) {
-        int result = print_peak_memory(library, ozr_panorama_quality_classic, kPhotoSweep);
+    int result = 0;
+    const auto print = [&](const Library& library, const SweepPlan& plan) {
+        result |= print_peak_memory(library, ozr_panorama_quality_classic, plan);
         if (library.set_quality != nullptr)
-            result |= print_peak_memory(library, ozr_panorama_quality_refined, kPhotoSweep);
-        return result;
+            result |= print_peak_memory(library, ozr_panorama_quality_refined, plan);
     };
-    int result = print(own_library());
-    for (const Library& library : others)
-        result |= print(library);
+    for (const SweepPlan& plan : {kScreenSweep, kPhotoSweep}) {
+        print(own_library(), plan);
+        for (const Library& library : others)
+            print(library, plan);
+    }
     return result;
 }
 

@@ -1,5 +1,5 @@
-// Every kernel at every level over one picture, and beside it memcpy of as many bytes. The counter
-// "moved" tells which memcpy a kernel compares with.
+// Every kernel at every level over one picture, and memcpy of the same number of bytes. The counter
+// "moved" names the memcpy that a kernel is compared with.
 #include "benchmarks.h"
 #include "levels.h"
 #include "prepared_core.h"
@@ -15,7 +15,7 @@ using Bytes = std::vector<uint8_t>;
 // which the cache holds.
 constexpr uint32_t kStep = 1536;
 
-// What the kernels of one picture size work on, made when the first of them runs.
+// The data of the kernels of one picture size, made when the first of them runs.
 class Plane
 {
 public:
@@ -41,9 +41,9 @@ public:
     Bytes out;
 };
 
-uint8_t* row(Bytes& bytes, int32_t y, int32_t pitch)
+uint8_t* row(Bytes& bytes, int32_t y, int32_t stride)
 {
-    return bytes.data() + static_cast<ptrdiff_t>(y) * pitch;
+    return bytes.data() + static_cast<ptrdiff_t>(y) * stride;
 }
 
 uint16_t* row16(Bytes& bytes, int32_t y, int32_t width)

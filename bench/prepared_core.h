@@ -13,7 +13,7 @@
 // pixels wide, as a sweep prepares it.
 const PanoramaCore* prepared_core(Size size);
 
-// What all its rows are made from, kept in tables.
+// The tables of all rows of a projection.
 class PreparedRows
 {
 public:

@@ -32,6 +32,10 @@ void _require_side(int32_t side)
 
 }  // namespace
 
+// In the place of the commands' own: the linker takes no second definition out of the program's parts.
+namespace ozr_pano
+{
+
 void run_demo(const DemoOptions& options)
 {
     _require_common(options);
@@ -62,6 +66,8 @@ void run_convert(const ConvertOptions& options)
     _require(options.sample >= 0 && options.sample <= 16384 && options.jpeg_quality >= 1 &&
              options.jpeg_quality <= 100);
 }
+
+}  // namespace ozr_pano
 
 /** One argument a line. */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)

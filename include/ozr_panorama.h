@@ -2,10 +2,11 @@
  * @file
  * The panorama interface: from preview frames and pictures of a camera sweep to one panorama.
  *
- * Order of calls: create; set_parameters if the defaults do not fit; stitch_one_image with the first picture; then
- * detect_frame_to_stitch with every preview frame and stitch_one_image with each picture that it announces; run;
- * then reset for another sweep, or destroy. A handle is used by one thread; reset and destroy may come from another
- * thread and cancel a stitch_one_image or a run that works at that time. No other call may begin until they return.
+ * Order of calls: create; set_parameters and set_quality if the defaults do not fit; stitch_one_image with the first
+ * picture; then detect_frame_to_stitch with every preview frame and stitch_one_image with each picture that it
+ * announces; run; get_joint and get_camera for those who want to know; then reset for another sweep, or destroy. A
+ * handle is used by one thread; reset and destroy may come from another thread and cancel a stitch_one_image or a run
+ * that works at that time. No other call may begin until they return.
  *
  * Pictures are NV12; previews may be grey, YV12, NV12 or YUY2. All pictures of a sweep have one size and stride.
  *
@@ -24,6 +25,7 @@
  * @code
  * ozr_panorama* pano = NULL;
  * ozr_panorama_create(NULL, &pano);
+ * ozr_panorama_set_quality(pano, ozr_panorama_quality_refined);
  * take_picture(&picture);
  * ozr_panorama_stitch_one_image(pano, &picture, NULL);
  * while (next_preview(&preview)) {
@@ -66,7 +68,10 @@ typedef struct ozr_panorama_parameters {
     ozr_panorama_direction direction; /**< of the sweep; auto lets the previews decide */
 } ozr_panorama_parameters;
 
-/** How the pictures of a sweep are joined. */
+/**
+ * How the pictures of a sweep are joined: refined for what people look at; classic for the smallest memory, and where
+ * results are compared with recorded ones, as its bytes are the same in every release.
+ */
 typedef enum ozr_panorama_quality OZR_INT32_ENUM {
     /** whole-pixel shifts on an assumed camera; the least memory and time */
     ozr_panorama_quality_classic = 0,
@@ -187,7 +192,7 @@ OZR_API ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const 
  * Adds the next picture of the sweep: copies, projects and aligns it.
  *
  * The first call of a sweep opens it and only copies. From the second picture on the work grows with the pixels; the
- * second itself takes several times as long as those after it, for it builds the projection tables. Can be cancelled.
+ * second itself takes about twice as long as those after it, for it takes the first one in as well. Can be cancelled.
  * @param handle   session.
  * @param picture  NV12, of the size and stride of the sweep's other pictures; only read, not kept.
  * @param offset   the camera's motion since the last picture, as announced by ozr_panorama_detect_frame_to_stitch;
@@ -197,9 +202,9 @@ OZR_API ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const 
  *                                   or differs from the sweep's
  *         ozr_err_not_supported     the picture is not NV12
  *         ozr_err_invalid_status    the direction is still unknown for the second picture, the sweep has ended, an
- *                                   earlier picture failed, the work was cancelled, or the projection tables could not
- *                                   be made at the second picture: it is narrower than 32 pixels along the sweep, too
- *                                   large for 32-bit tables, or memory is out
+ *                                   earlier picture failed, the work was cancelled, or the projection could not be
+ *                                   prepared at the second picture: it is narrower than 32 pixels along the sweep, too
+ *                                   large for 32-bit sizes, or memory is out
  *         ozr_err_out_of_bound      the sweep is full
  *         ozr_err_nomem             memory is out
  *         A failed picture is lost: the sweep goes no further than to ozr_panorama_run or ozr_panorama_reset.
@@ -248,8 +253,8 @@ OZR_API ozr_err ozr_panorama_run(ozr_panorama* handle, ozr_image* output);
 /**
  * Chooses the quality of the next sweep; call it again after every reset, which brings the classic one back.
  *
- * Classic is the default: its results are the same, byte for byte, in every release. In the refined quality all calls keep
- * their order and meaning, with these differences: ozr_panorama_stitch_one_image keeps the whole picture, and needs no
+ * Classic is the default: its results are the same, byte for byte, in every release. In the refined quality all calls
+ * keep their order and meaning, with these differences: ozr_panorama_stitch_one_image keeps the whole picture, and needs no
  * direction, offset or overlap (they are hints that save time where they are right); ozr_panorama_run finds the cameras,
  * leaves out pictures that do not belong, and gives an NV12 picture with even sides.
  * @param handle   session in which no picture was added since creation or reset.

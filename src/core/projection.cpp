@@ -101,11 +101,12 @@ void _fill_pairs(const Projection& projection, const int32_t* source_x)
     const auto source_pair = [&](int32_t p) { return (source_x[ptrdiff_t{2} * p] >> kFracBits) / 2; };
     for (int32_t p = 0; p < pairs; ++p) {
         const int32_t pair = p >= pairs / 2 ? source_pair(p) : pairs - 1 - source_pair(pairs - 1 - p);
-        int32_t* base = &projection.pair_bases[static_cast<size_t>(p / kBlockPairs)];
+        int32_t* base = projection.pair_bases.get() + p / kBlockPairs;
         if (p % kBlockPairs == 0)
             *base = pair;
-        projection.pair_order[static_cast<size_t>(2 * p)] = static_cast<uint8_t>(2 * (pair - *base));
-        projection.pair_order[static_cast<size_t>(2 * p + 1)] = static_cast<uint8_t>(2 * (pair - *base) + 1);
+        uint8_t* order = projection.pair_order.get() + ptrdiff_t{2} * p;
+        order[0] = static_cast<uint8_t>(2 * (pair - *base));
+        order[1] = static_cast<uint8_t>(order[0] + 1);
     }
 }
 

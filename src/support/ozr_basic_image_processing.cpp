@@ -28,8 +28,8 @@ struct Resizing {
 
     // Both sizes are 1 or more. Sizes of 2^21 and more wrap around in Q22.10; as long as the step is not negative, all
     // positions are inside the source.
-    int32_t step_x() const { return _fixed(src.width) / dst.width; }
-    int32_t step_y() const { return _fixed(src.height) / dst.height; }
+    int32_t step_x() const { return fixed_point(src.width) / dst.width; }
+    int32_t step_y() const { return fixed_point(src.height) / dst.height; }
 
     bool is_sound() const { return dst.has_pixels() && src.has_pixels() && step_x() >= 0 && step_y() >= 0; }
     // Whether the rows of the result overlap neither each other nor the source.
@@ -57,7 +57,7 @@ struct Resizing {
     }
 
 private:
-    static int32_t _fixed(int32_t size)
+    static int32_t fixed_point(int32_t size)
     {
         return static_cast<int32_t>(static_cast<uint32_t>(size) << kResampleFracBits);
     }

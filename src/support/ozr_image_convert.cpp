@@ -241,14 +241,14 @@ ozr_err validate_image_format_conversion(const ozr_image* src, ozr_image* dst, o
 class DestinationOwner
 {
 public:
-    explicit DestinationOwner(ozr_image* image) : _image(image) {}
-    ~DestinationOwner() { ozr_image_destroy(_image); }
+    explicit DestinationOwner(ozr_image* image) : image_(image) {}
+    ~DestinationOwner() { ozr_image_destroy(image_); }
     DestinationOwner(const DestinationOwner&) = delete;
     DestinationOwner& operator=(const DestinationOwner&) = delete;
-    void release() { _image = nullptr; }
+    void release() { image_ = nullptr; }
 
 private:
-    ozr_image* _image;
+    ozr_image* image_;
 };
 
 }  // namespace

@@ -18,8 +18,8 @@ TEST(CoreInit, IsAsTheReferenceHasIt)
                           height = 1 + random.below(60);
             core->overlap = want.record.overlap = random.below(random.below(2) == 0 ? 101 : 20000);
             core->g_nCount = want.record.g_nCount = 3;
-            init_both(core.core, &want, random.below(3), oddly(width), oddly(height),
-                      oddly(width + random.below(40) - 20),
+            init_both(core.core, &want,
+                      {random.below(3), oddly(width), oddly(height), oddly(width + random.below(40) - 20)},
                       random.below(3) == 0 ? Tables::kNone : Tables::kMade,
                       random.below(4) == 0 ? 1 + random.below(18) : 0);
         }
@@ -29,7 +29,7 @@ TEST(CoreInit, IsAsTheReferenceHasIt)
         TestCore core;
         ozr_reference::Core want;
         core->overlap = want.record.overlap = size[0] == 160 ? 50 : 70;  // 80 x 60 x 50 is just too large
-        init_both(core.core, &want, 0, size[0], size[1], size[0], Tables::kMade);
+        init_both(core.core, &want, {0, size[0], size[1], size[0]}, Tables::kMade);
     }
 }
 

@@ -22,8 +22,8 @@ using namespace ozr::kernels;
 namespace
 {
 
-// Where bytes lie between two pages that must not be touched: against the first, against the second, or a few bytes on
-// from the first.
+// The place of a block between two pages that must not be touched: at the first, at the second, or a few bytes behind
+// the first.
 enum class Edge { kStart, kEnd, kOffset };
 enum class Fill { kRandom, kZeros, kOnes, kExtremes };
 
@@ -37,7 +37,7 @@ std::vector<const Kernels*> levels_of_this_machine()
     return levels;
 }
 
-// `size` bytes between two pages without access; what else is accessible there is filled too.
+// `size` bytes between two pages without access. The other accessible bytes there are filled too.
 class Guarded
 {
 public:
@@ -64,14 +64,14 @@ public:
     Guarded& operator=(const Guarded&) = delete;
 
     uint8_t* data() { return data_; }
-    // By way of void*: a block of wider numbers starts or ends at a page, and so it is aligned.
+    // A cast by void*: a block of wider numbers starts or ends at a page, and so it is aligned.
     template <class Number>
     Number* as()
     {
         return static_cast<Number*>(static_cast<void*>(data_));
     }
 
-    // All that can be written, around the `size` bytes too.
+    // All accessible bytes, including those around the `size` bytes.
     std::vector<uint8_t> contents() const { return {begin_, end_}; }
     void restore(const std::vector<uint8_t>& bytes) { std::copy(bytes.begin(), bytes.end(), begin_); }
     ptrdiff_t margin() const { return data_ - begin_; }
@@ -91,7 +91,7 @@ public:
     Case(int32_t size, Edge edge, Fill fill) : count(size), edge_(edge), fill_(fill), random_(seed()) {}
     uint32_t seed() const { return static_cast<uint32_t>(count * 8 + static_cast<int32_t>(edge_) * 4) + 1; }
 
-    // Of elements of `unit` bytes, whose alignment they have.
+    // A block of elements of `unit` bytes, aligned for them.
     Guarded bytes(int64_t size, int32_t unit = 1)
     {
         const size_t offset =
@@ -100,7 +100,7 @@ public:
     }
     Random* random() { return &random_; }
 
-    // Runs a kernel whose first argument is where it writes so many numbers to.
+    // Checks a kernel whose first argument is its destination of `numbers` numbers.
     template <class Stage, class Out, class... Rest, class... Args>
     void check(KernelEntry<Stage, void (*)(Out*, Rest...)> kernel, int64_t numbers, Args... args)
     {
@@ -108,7 +108,7 @@ public:
                    [&](auto f, Guarded& out) { f(out.as<Out>(), args...); });
     }
 
-    // Runs one that returns what it makes.
+    // Checks a kernel that returns its result.
     template <class Stage, class Result, class... Rest, class... Args>
     void check_result(KernelEntry<Stage, Result (*)(Rest...)> kernel, Args... args)
     {
@@ -458,7 +458,7 @@ TEST(KernelCheck, MatchingOfPatches)
     for_each_case([](Case c) {
         const int32_t n = c.count;
         constexpr int32_t kRows = 3;
-        // As large as the kernels' callers have them, so that the sums fit.
+        // Not larger than in the callers of the kernel, so that the sums fit.
         const auto limit = [](Guarded& block, int32_t count, int32_t most) {
             for (int32_t i = 0; i < count; ++i)
                 block.as<int16_t>()[i] = static_cast<int16_t>(block.as<int16_t>()[i] % most);
@@ -477,7 +477,7 @@ TEST(KernelCheck, MatchingOfPatches)
     });
 }
 
-// What this machine checked shows in the log: the panorama too is the same at every level.
+// The log shows the levels that this machine checked. The panorama, too, is the same at every level.
 TEST(KernelCheck, LevelsMakeTheSamePanorama)
 {
     for (int32_t direction : {kDirectionRight, kDirectionUp}) {
@@ -496,7 +496,7 @@ TEST(KernelCheck, LevelsMakeTheSamePanorama)
     set_for_test(nullptr);
 }
 
-// A level is chosen only with all of its features, whatever this machine has.
+// A level is chosen only with all of its features; this machine's own do not matter.
 TEST(KernelCheck, LevelsAreChosenByAllOfTheirFeatures)
 {
     std::vector<const Kernels*> want = {&kScalarKernels};  // by sets of features

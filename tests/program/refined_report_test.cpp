@@ -381,4 +381,33 @@ TEST_F(QualityReport, ComparesTheQualities)
     expect_lines(page(&none), "<p class=\"failure\">No panorama: why &lt;</p>");
 }
 
+// A tenth of the picture's width: too far from the truth to be found from, where it is not scaled.
+TEST_F(QualityReport, ComparesWithTheOffsetsOfPreviews)
+{
+    take({false, false, ozr_panorama_quality_refined});
+    const double focal = assumed_focal_length(kWidth);
+    const Surroundings surroundings(paint_city(3400, 2000, focal / kSceneUnitsPerRadian, 4), focal, false);
+    const auto join = [&](int32_t preview_width, int32_t offset) {
+        Comparison kept;
+        if (preview_width > 0)
+            kept.note_preview({nullptr, 0, preview_width, 36, ozr_image_format_gray, preview_width, 0});
+        for (int32_t i = 0; i < kPictures; ++i) {
+            ImageOwner picture(kWidth, kHeight);
+            photograph(surroundings, {false, false, ozr_panorama_quality_refined}, i, picture.get());
+            PictureEntry entry;
+            entry.has_offset = i > 0;
+            entry.offset = {offset, 0};
+            kept.keep(*picture.get(), entry);
+        }
+        return kept.join(options, journal).journal;
+    };
+    const Journal scaled = join(kWidth / 10, 14), unscaled = join(0, 140), wrong = join(0, 14);
+    ASSERT_EQ(scaled.joints.size(), kPictures - 1U);
+    for (size_t i = 0; i < scaled.joints.size(); ++i) {
+        EXPECT_EQ(scaled.joints[i].offset_x, unscaled.joints[i].offset_x);
+        EXPECT_NEAR(scaled.joints[i].offset_x, 0.3 * kWidth * 1.2, 20);
+        EXPECT_NE(scaled.joints[i].offset_x, wrong.joints[i].offset_x);
+    }
+}
+
 }  // namespace

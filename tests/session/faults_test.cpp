@@ -54,7 +54,7 @@ TEST(Faults, EveryAllocationOfASweepMayFail)
             }
             heap.stop_failing();
             if (error != ozr_success) {
-                // A core without its projection is not set up, and says so when the first picture comes.
+                // A core without its projection is not set up; adding the first picture reports it.
                 const bool is_unready = --step == NoiseSweep::kSecond && failing - before <= blocks;
                 EXPECT_EQ(error, is_unready ? ozr_err_invalid_status : ozr_err_nomem);
                 EXPECT_EQ(log.chain(), chain_of(step, ozr_err_to_string(error)));

@@ -12,10 +12,10 @@ constexpr const char* kDirectionNames[] = {"auto", "right", "left", "down", "up"
 constexpr const char* kQualityNames[] = {"classic", "refined"};
 constexpr const char* kFormatNames[] = {"nv12", "yv12", "gray", "rgba", "yuy2", "nv21"};
 
-template <class Enumeration, size_t count>
-bool _parse(const char* const (&names)[count], const std::string& name, Enumeration* value)
+template <class Enumeration, size_t kCount>
+bool _parse(const char* const (&names)[kCount], const std::string& name, Enumeration* value)
 {
-    for (size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < kCount; ++i) {
         if (name == names[i]) {
             *value = static_cast<Enumeration>(i);
             return true;

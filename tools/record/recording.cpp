@@ -27,8 +27,8 @@ constexpr size_t kMaxTextBytes = size_t{16} << 20;
 constexpr size_t kMaxNameBytes = 64;
 constexpr int64_t kMaxStride = int64_t{1} << 20;
 
-constexpr const char* kCallNames[] = {
-    "set_parameters", "set_quality", "stitch_one_image", "detect_frame_to_stitch", "run", "reset"};
+constexpr const char* kCallNames[] = {"set_parameters",         "set_quality", "stitch_one_image",
+                                      "detect_frame_to_stitch", "run",         "reset"};
 
 // A line taken apart. Fields are taken by name; one that is missing, broken or left over refuses
 // the line.

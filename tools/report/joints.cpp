@@ -43,7 +43,7 @@ double _unit(const ozr_rect& box)
 }
 
 // How much longer than the errors the arrows are drawn, the same in all drawings so that they compare. Nearly all of them
-// are shorter than the usual length then, and the longest one stays within the drawing.
+// are shorter than the usual length then, and the longest one stays within the drawing. 0 without errors.
 double _enlargement(const Layout& layout)
 {
     double unit = 1e-3;
@@ -55,6 +55,8 @@ double _enlargement(const Layout& layout)
                 errors.push_back(_error(match));
         }
     }
+    if (errors.size() == 1)
+        return 0;
     std::sort(errors.begin(), errors.end());
     const double usual = errors[errors.size() * 9 / 10];
     return _round_down(
@@ -203,13 +205,13 @@ void add_joints_section(const Journal& journal, const Layout& layout, Html* html
     *html
         << "</div><p class=\"faint\">Where two pictures lie on each other, the brighter the more they differ "
            "(four times as bright as they do, of 255 levels). ";
-    if (!layout.joints.empty())
+    if (enlargement > 0)
         html->format("Each dot is a point that was found in both pictures, where the cameras show it in the "
                      "second one; its arrow points to where it was found, and is %g times as long as the way "
                      "there. Rings are matches that the cameras do not explain; they do not count. Residual: "
                      "the root mean square length of these ways. ",
                      enlargement);
-    else
+    else if (layout.joints.empty())
         *html << "The yellow seam avoids what is bright. ";
     *html << "Offset: from the middle of the first picture to that of the second, in pixels of the panorama. "
              "Gain: the brightness of the second over the first as it was evened out. A confidence below 0.5 "

@@ -42,14 +42,14 @@ dl { display: grid; grid-template-columns: auto 1fr; gap: .1rem .8rem; margin: 0
 dt { color: var(--faint); overflow-wrap: normal; }
 dd { margin: 0; text-align: right; white-space: nowrap; }
 meter { width: 3rem; vertical-align: middle; }
-.joints { display: grid; grid-template-columns: repeat(auto-fill, minmax(16rem, 1fr)); gap: .8rem; }
+.joints { display: grid; grid-template-columns: repeat(auto-fill, minmax(17rem, 1fr)); gap: .8rem; }
 .joint { margin: 0; background: var(--card); border: 1px solid var(--line); border-radius: .5rem; overflow: hidden; }
 .joint.doubtful { border: 2px solid var(--bad); }
 .joint.doubtful h3, .joint.doubtful b { color: var(--bad); }
 .joint svg, .joint .none { display: block; width: 100%; height: 16rem; background: #000; }
 .joint .none { padding: 6rem 1rem; color: #ddd; text-align: center; }
 .joint figcaption { padding: .5rem .8rem .7rem; }
-.joint dd { white-space: normal; }
+.doubtful dd { white-space: normal; }
 .joint h3 { font-size: 1rem; margin: 0 0 .3rem; }
 .arrow, .scale { fill: none; stroke: #ffe600; stroke-width: 1.3; vector-effect: non-scaling-stroke; }
 .match { fill: #6cf; }

@@ -48,9 +48,10 @@ void Comparison::keep(const ozr_image& picture, const PictureEntry& entry)
     if (ozr_image_clone(&picture, pictures_.back().get()) != ozr_success)
         throw std::bad_alloc();
     entries_.push_back(entry);
-    ozr_point& offset = entries_.back().offset;
+    const ozr_point offset = entry.offset;
     if (preview_width_ > 0)
-        offset = {offset.x * picture.width / preview_width_, offset.y * picture.width / preview_width_};
+        entries_.back().offset = {offset.x * picture.width / preview_width_,
+                                  offset.y * picture.width / preview_width_};
 }
 
 Counterpart Comparison::join(const CommonOptions& options, const Journal& done)

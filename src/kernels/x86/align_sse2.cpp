@@ -20,8 +20,11 @@ __m128i _prefix(__m128i pixels)
 
 CorrelationSums correlate_areas(const AreaPair& areas, int32_t shift)
 {
-    if (areas.columns < 2 * Correlation<Sse2>::kStep)
+    using Narrow = Correlation<Sse2, 8>;
+    if (areas.columns < 2 * Narrow::kStep)
         return scalar::correlate_areas(areas, shift);
+    if (areas.columns < 2 * Correlation<Sse2>::kStep)
+        return Narrow::of_areas(areas, shift);
     return Correlation<Sse2>::of_areas(areas, shift);
 }
 

@@ -1,4 +1,5 @@
-// The correlation of two areas, 16 columns at a time: two vectors of words with Sse2 as `V`, one with Avx2.
+// The correlation of two areas, 16 columns at a time: two vectors of words with Sse2 as `V`, one with Avx2. Narrow areas go
+// by 8.
 #ifndef OZR_CORRELATION_H
 #define OZR_CORRELATION_H
 
@@ -15,9 +16,9 @@ namespace ozr::kernels
 namespace
 {
 
-template <class V>
+template <class V, int32_t kColumns = 16>
 struct Correlation {
-    static constexpr int32_t kStep = 16;  // columns
+    static constexpr int32_t kStep = kColumns;
     static constexpr int32_t kLanes = V::kBytes / 2;
     static constexpr bool kHasTwoVectors = kLanes < kStep;
     using Vector = typename V::Vector;

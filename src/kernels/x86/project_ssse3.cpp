@@ -44,15 +44,16 @@ void project_chroma_row(uint8_t* dst, const uint8_t* src, int64_t src_bytes, con
                         int32_t blocks)
 {
     const int64_t last_offset = src_bytes - Sse2::kBytes;
-    for (int32_t b = 0; b < blocks; ++b, dst += kBlock) {
-        const int32_t offset = row.offsets[b];
+    const int32_t* const offsets = row.offsets;
+    const uint8_t* const order = row.order;
+    for (ptrdiff_t b = 0; b < blocks; ++b, dst += kBlock) {
+        const int32_t offset = offsets[b];
         if (offset < 0 || offset > last_offset) {
-            scalar::project_chroma_block(dst, src, row, b);
+            scalar::project_chroma_block(dst, src, row, static_cast<int32_t>(b));
             continue;
         }
-        const __m128i order =
-            _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row.order + ptrdiff_t{kBlock} * b));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), _mm_shuffle_epi8(Sse2::load(src + offset), order));
+        const __m128i which = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(order + kBlock * b));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), _mm_shuffle_epi8(Sse2::load(src + offset), which));
     }
 }
 

@@ -40,7 +40,8 @@ struct ProjectionCurveRows {
         out.offsets[left] = line_offset + bases[left];
     }
 
-    static void make_rows(const ProjectionRowPair& out, ProjectionCurves* curves, int32_t blocks)
+    // The pair is a copy, which nothing that is stored can change.
+    static void make_rows(ProjectionRowPair out, ProjectionCurves* curves, int32_t blocks)
     {
         const Ints farthest = V::all_ints(out.farthest);
         for (ptrdiff_t right = blocks / 2, left = (blocks - 1) / 2; right < blocks;

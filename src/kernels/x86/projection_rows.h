@@ -34,23 +34,32 @@ struct ProjectionRows {
                Sums(V::multiply_add_bytes(V::second_pairs(bytes), columns.second));
     }
 
-    // Source row i of every pixel, times its row weight.
-    static Sums row_part(Vector bytes, const Two& columns, Words behind, int32_t i)
+    // max(0, 16 - |behind - 16 i|).
+    static Sums tent(Words behind, int32_t i)
     {
         const Words distance = V::absolute(behind - V::all_words(static_cast<int16_t>(kPixel * i)));
-        return weighed(bytes, columns) * Sums(V::subtract_limited(V::all_words(kPixel), distance));
+        return Sums(V::subtract_limited(V::all_words(kPixel), distance));
     }
 
+    // Neighbouring pixels are at nearly one height, and the last row of the patches is seldom reached: then the weights of
+    // the third are what exceeds the second, and those of the second what is left of 16.
     static void project(uint8_t* dst, const uint8_t* src, ptrdiff_t stride, const ProjectionRow& row)
     {
         const Two columns = V::halves(V::load(row.columns), V::load(row.columns + V::kBytes));
         const Words behind = V::load_words(row.rows);
-        Sums sum = Sums(V::all_words(128)) + row_part(V::load_at(src, row.offsets), columns, behind, 0);
-        sum += row_part(V::load_at(src + stride, row.offsets), columns, behind, 1);
-        sum += row_part(V::load_at(src + 2 * stride, row.offsets), columns, behind, 2);
-        // Neighbouring pixels lie at nearly one height: the last row of the patches is seldom reached.
-        if (V::any(behind > V::all_words(2 * kPixel)))
-            sum += row_part(V::load_at(src + 3 * stride, row.offsets), columns, behind, 3);
+        const Words one = V::all_words(kPixel);
+        const Sums rows[] = {weighed(V::load_at(src, row.offsets), columns),
+                             weighed(V::load_at(src + stride, row.offsets), columns),
+                             weighed(V::load_at(src + 2 * stride, row.offsets), columns)};
+        const Sums first = Sums(V::subtract_limited(one, behind));
+        Sums sum = Sums(V::all_words(128)) + rows[0] * first;
+        if (V::any(behind > V::all_words(2 * kPixel))) {
+            sum += rows[1] * tent(behind, 1) + rows[2] * tent(behind, 2);
+            sum += weighed(V::load_at(src + 3 * stride, row.offsets), columns) * tent(behind, 3);
+        } else {
+            const Sums third = Sums(V::subtract_limited(behind, one));
+            sum += rows[1] * (Sums(one) - first - third) + rows[2] * third;
+        }
         V::store_blocks(dst, V::high_bytes(Vector(sum)));
     }
 
@@ -60,8 +69,9 @@ struct ProjectionRows {
         return {row.offsets + b, row.columns + kColumnWeights * b, row.rows + kBlock * b};
     }
 
-    // A row as a whole, as far as vectors go: without calls, constants stay in registers.
-    static void project_inside(uint8_t* dst, const uint8_t* src, int32_t stride, const ProjectionRow& row,
+    // A row as a whole, as far as vectors go: without calls, constants stay in registers. The row is a copy, which nothing
+    // that is stored can change.
+    static void project_inside(uint8_t* dst, const uint8_t* src, int32_t stride, ProjectionRow row,
                                int32_t blocks)
     {
         for (int32_t b = 0; b < blocks; b += kBlocks)
