@@ -39,10 +39,15 @@ bool parse(int argc, char** argv, Options* options)
 int print_memory(const std::vector<Library>& others)
 {
     int result = 0;
+    const auto print = [&](const Library& library, const SweepPlan& plan) {
+        result |= print_peak_memory(library, ozr_panorama_quality_classic, plan);
+        if (library.set_quality != nullptr)
+            result |= print_peak_memory(library, ozr_panorama_quality_refined, plan);
+    };
     for (const SweepPlan& plan : {kScreenSweep, kPhotoSweep}) {
-        result |= print_peak_memory(own_library(), plan);
+        print(own_library(), plan);
         for (const Library& library : others)
-            result |= print_peak_memory(library, plan);
+            print(library, plan);
     }
     return result;
 }

@@ -150,6 +150,11 @@ void add_resampling(Passes* passes)
             f(row(p.out, y, w / 2), row(p.a, 2 * y, w), row(p.a, 2 * y + 1, w), w / 2);
         });
     });
+    passes->add(KERNEL(resample, half_pairs_row), n * 5 / 4, [&p, w, h](auto f) {
+        each_row(h / 2, [&](int32_t y) {
+            f(row(p.out, y, w / 2), row(p.a, 2 * y, w), row(p.a, 2 * y + 1, w), w / 4);
+        });
+    });
 }
 
 void add_alignment(Passes* passes)

@@ -13,6 +13,7 @@ struct Library {
     std::string name;
     decltype(&ozr_panorama_create) create;
     decltype(&ozr_panorama_set_parameters) set_parameters;
+    decltype(&ozr_panorama_set_quality) set_quality;  // null: there is one quality only
     decltype(&ozr_panorama_detect_frame_to_stitch) detect_frame_to_stitch;
     decltype(&ozr_panorama_stitch_one_image) stitch_one_image;
     decltype(&ozr_panorama_run) run;
@@ -34,6 +35,6 @@ struct DestroySession {
 using Session = std::unique_ptr<ozr_panorama, DestroySession>;
 
 // A session for a sweep to the right at 70 percent overlap; null where the library refuses.
-Session create_session(const Library& library);
+Session create_session(const Library& library, ozr_panorama_quality quality);
 
 #endif

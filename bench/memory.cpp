@@ -42,14 +42,14 @@ FILE* start_camera(const SweepPlan& plan)
     return fdopen(ends[0], "r");
 }
 
-bool sweep(const Library& library, const SweepPlan& plan)
+bool sweep(const Library& library, ozr_panorama_quality quality, const SweepPlan& plan)
 {
     FILE* camera = start_camera(plan);
     if (camera == nullptr)
         return false;
     Nv12Picture picture(plan.size);
     const double before = status_mb("VmRSS");
-    const Session session = create_session(library);
+    const Session session = create_session(library, quality);
     const ozr_point offset = {plan.step(), 0};
     const auto bytes = static_cast<size_t>(picture.image.size);
     for (int32_t i = 0; i < plan.pictures; ++i) {
@@ -60,20 +60,20 @@ bool sweep(const Library& library, const SweepPlan& plan)
     ozr_image panorama = {};
     if (library.run(session.get(), &panorama) != ozr_success)
         return false;
-    printf("%s, %s: peak memory of the library %.0f MB\n", plan.text().c_str(), library.name.c_str(),
-           status_mb("VmHWM") - before);
+    printf("%s, %s, %s: peak memory of the library %.0f MB\n", plan.text().c_str(), library.name.c_str(),
+           quality == ozr_panorama_quality_classic ? "classic" : "refined", status_mb("VmHWM") - before);
     return true;
 }
 
 }  // namespace
 
-int print_peak_memory(const Library& library, const SweepPlan& plan)
+int print_peak_memory(const Library& library, ozr_panorama_quality quality, const SweepPlan& plan)
 {
-    // A peak cannot be lowered, so each library has a process of its own.
+    // A peak cannot be lowered, so each sweep has a process of its own.
     fflush(stdout);
     const pid_t child = fork();
     if (child == 0) {
-        const bool fine = sweep(library, plan);
+        const bool fine = sweep(library, quality, plan);
         fflush(stdout);
         _exit(fine ? 0 : 1);
     }

@@ -59,7 +59,7 @@ private:
 void preview_frame(benchmark::State& state, const Library& library, Size size)
 {
     const std::vector<Nv12Picture>& frames = preview_frames(size);
-    const Session session = create_session(library);
+    const Session session = create_session(library, ozr_panorama_quality_classic);
     ozr_image first = frames[0].image;
     fail_unless(state, library.stitch_one_image(session.get(), &first, nullptr) == ozr_success);
     size_t frame = 0;
@@ -72,7 +72,8 @@ void preview_frame(benchmark::State& state, const Library& library, Size size)
     }
 }
 
-void sweep(benchmark::State& state, const Library& library, const SweepPlan& plan)
+void sweep(benchmark::State& state, const Library& library, ozr_panorama_quality quality,
+           const SweepPlan& plan)
 {
     std::vector<Nv12Picture>& pictures = sweep_pictures(plan);
     const char* const stages[] = {"first_picture", "second_picture", "later_picture"};
@@ -80,7 +81,7 @@ void sweep(benchmark::State& state, const Library& library, const SweepPlan& pla
     CallTimes times;
     warm_memory(plan.size);
     for (auto _ : state) {
-        const Session session = create_session(library);
+        const Session session = create_session(library, quality);
         for (size_t i = 0; i < pictures.size(); ++i) {
             fail_unless(state, times.time(stages[std::min<size_t>(i, 2)], [&] {
                 return library.stitch_one_image(session.get(), &pictures[i].image, &offset);
@@ -115,7 +116,12 @@ void add_stages(const Contender& contender)
             [size](benchmark::State& state, const Library& library) { preview_frame(state, library, size); });
     const auto add_sweep = [&](const SweepPlan& plan, int64_t sweeps) {
         add(plan.text(), contender, [plan](benchmark::State& state, const Library& library) {
-            sweep(state, library, plan);
+            sweep(state, library, ozr_panorama_quality_classic, plan);
+        })->Iterations(sweeps);
+        if (contender.library.set_quality == nullptr)
+            return;
+        add("refined_" + plan.text(), contender, [plan](benchmark::State& state, const Library& library) {
+            sweep(state, library, ozr_panorama_quality_refined, plan);
         })->Iterations(sweeps);
     };
     add_sweep(kScreenSweep, 3);

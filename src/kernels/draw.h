@@ -17,8 +17,8 @@ namespace ozr::kernels
 constexpr int32_t kDrawBlock = 8;       // luma pixels
 constexpr int32_t kDrawPlaceBits = 10;  // places: Q10 pixels of the luma plane
 constexpr int32_t kDrawGainBits = 13;
-constexpr int32_t kDrawShiftBits = 4;
-constexpr int32_t kDrawMaxShift = 2047;  // the magnitude of a shift: some 128 levels
+constexpr int32_t kDrawShiftBits = 5;
+constexpr int32_t kDrawMaxShift = 4095;  // the magnitude of a shift: some 128 levels
 
 // A plane of a picture: at least 4 x 4 luma pixels, or 2 x 2 chroma pairs, whose width is counted in pairs.
 struct DrawPlane {
@@ -32,27 +32,33 @@ struct DrawNodes {
     const int32_t* x;
     const int32_t* y;
     const int16_t* gain;      // Q13, none negative
-    const int16_t* shift[2];  // Q4: of luma; or of the first and the second byte of chroma pairs
+    const int16_t* shift[2];  // Q5: of luma; or of the first and the second byte of chroma pairs
 };
 
-// Cubic weights (Catmull and Rom) for a place t / 128 of the way from the second to the third of four pixels. In Q15, with
-// (a b + 2^14) >> 15 for products, t2 = t t, t3 = t t t; then in Q14
-//   w0 = (2 t2 - t3 - t) >> 2,  w3 = (t3 - t2) >> 2,  w2 = (4 t2 - 3 t3 + t) >> 2,  w1 = 2^14 less these.
-// Along rows they have 7 bits: (w + 64) >> 7 for the first, second (at most 127) and last, 128 less these for the third;
-// what exceeds 127 there goes to the second.
-//
-// dst[k] for the places x, y, limited to [1, width - 2) and [1, height - 2), with t = the 7 bits below the point:
-//   h[i] = min(32767, sum over j of pixel(i, j) * row weight j),  i, j < 4, from one pixel left of and above the place
-//   v    = sum of (h[i] * column weight i + 2^14) >> 15           Q6, within 16 bits
-//   g    = (v * gain + 2^14) >> 15                                Q4
-//   dst  = (g + shift + 8) >> 4, limited to a byte; the sums before it to 16 bits
+// Cubic weights (Catmull and Rom) of four pixels, Q7, for a place t / 16 of the way from the second to the third:
+// (2 t^2 - t^3 - t) / 2, (2 - 5 t^2 + 3 t^3) / 2, (t + 4 t^2 - 3 t^3) / 2 and (t^3 - t^2) / 2. They are at most 127 and add
+// up to 128.
+constexpr int8_t kDrawCubic[4][16] = {
+    {0, -4, -6, -8, -9, -9, -9, -9, -8, -7, -6, -4, -3, -2, -1, 0},
+    {127, 127, 123, 118, 111, 103, 93, 83, 72, 61, 50, 39, 29, 20, 12, 5},
+    {1, 5, 12, 20, 29, 38, 50, 61, 72, 83, 93, 102, 111, 118, 123, 127},
+    {0, 0, -1, -2, -3, -4, -6, -7, -8, -9, -9, -9, -9, -8, -6, -4},
+};
+
+// dst[k] for the places (x + 32) >> 6 and (y + 32) >> 6, Q4, limited to [1, width - 2) and [1, height - 2), with the
+// weights of the 4 bits below the point:
+//   h[i] = min(32767, sum over j of pixel(i, j) * weight j),  i, j < 4, from one pixel left of and above the place
+//   p[i] = (h[i] * weight i + 64) >> 7                        Q7
+//   v    = p[1] + (p[0] + p[3]), then + p[2], each limited to 16 bits
+//   g    = (v * gain + 2^14) >> 15                            Q5
+//   dst  = (g + shift + 16) >> 5, limited to a byte; the sums before it to 16 bits
 using DrawLumaRow = void(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks);
 
 // Both bytes of pair k lie at x = (place - 512) >> 1, y likewise, in Q10 pairs, limited to [0, width - 1) and
 // [0, height - 1). With the 6 bits tx and the 7 bits ty below the point, from the pair there and its neighbours:
-//   h[i] = pixel(i, 0) (64 - tx) + pixel(i, 1) tx                          Q6
-//   v    = h[0] + (((h[1] - h[0]) * (ty << 8) + 2^14) >> 15) - 128 * 64
-//   dst  = (((v * gain + 2^14) >> 15) + shift + 128 * 16 + 8) >> 4, limited as above
+//   h[i] = pixel(i, 0) (64 - tx) + pixel(i, 1) tx                                Q6
+//   v    = 2 (h[0] + (((h[1] - h[0]) * (ty << 8) + 2^14) >> 15) - 128 * 64)      Q7
+//   dst  = (((v * gain + 2^14) >> 15) + shift + 128 * 32 + 16) >> 5, limited as above
 using DrawChromaRow = void(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks);
 
 struct DrawKernels {

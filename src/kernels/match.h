@@ -56,6 +56,18 @@ constexpr void fill(MatchKernels* table)
 }
 }  // namespace sse2
 
+namespace avx2
+{
+CorrelateMasked correlate_masked;
+DotProduct dot_product;
+
+constexpr void fill(MatchKernels* table)
+{
+    table->correlate_masked = correlate_masked;
+    table->dot_product = dot_product;
+}
+}  // namespace avx2
+
 namespace neon
 {
 CorrelateMasked correlate_masked;

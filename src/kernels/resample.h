@@ -68,6 +68,10 @@ using YuyvLumaRow = void(uint8_t* dst, const uint8_t* src, int32_t dst_width);
 // not an option. Reads exactly 2 * dst_width bytes of each row.
 using HalfGrayRow = void(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width);
 
+// The rounded mean of 2 x 2 pairs, each byte of a pair by itself: dst[2x + i], i < 2, is
+// (top[4x + i] + top[4x + 2 + i] + bottom[4x + i] + bottom[4x + 2 + i] + 2) / 4. Reads exactly 4 * pairs bytes of each row.
+using HalfPairsRow = void(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t pairs);
+
 struct ResampleKernels {
     Resample* gray;
     Resample* yuyv;  // from the luma of packed rows to grey
@@ -75,6 +79,7 @@ struct ResampleKernels {
     ResamplePairsRow* pairs_row;
     YuyvLumaRow* yuyv_luma_row;
     HalfGrayRow* half_gray_row;
+    HalfPairsRow* half_pairs_row;
     NearestGrayRow* nearest_gray_row;
     SampleBytesRow* sample_bytes_row;
 };
@@ -87,6 +92,7 @@ Resample resample_rgb;
 ResamplePairsRow resample_pairs_row;
 YuyvLumaRow yuyv_luma_row;
 HalfGrayRow half_gray_row;
+HalfPairsRow half_pairs_row;
 NearestGrayRow nearest_gray_row;
 SampleBytesRow sample_bytes_row;
 
@@ -104,6 +110,7 @@ constexpr void fill(ResampleKernels* table)
     table->pairs_row = resample_pairs_row;
     table->yuyv_luma_row = yuyv_luma_row;
     table->half_gray_row = half_gray_row;
+    table->half_pairs_row = half_pairs_row;
     table->nearest_gray_row = nearest_gray_row;
     table->sample_bytes_row = sample_bytes_row;
 }
@@ -113,12 +120,14 @@ namespace sse2
 {
 YuyvLumaRow yuyv_luma_row;
 HalfGrayRow half_gray_row;
+HalfPairsRow half_pairs_row;
 SampleBytesRow sample_bytes_row;
 
 constexpr void fill(ResampleKernels* table)
 {
     table->yuyv_luma_row = yuyv_luma_row;
     table->half_gray_row = half_gray_row;
+    table->half_pairs_row = half_pairs_row;
     table->sample_bytes_row = sample_bytes_row;
 }
 }  // namespace sse2
@@ -153,6 +162,7 @@ Resample resample_gray;
 Resample resample_yuyv;
 YuyvLumaRow yuyv_luma_row;
 HalfGrayRow half_gray_row;
+HalfPairsRow half_pairs_row;
 SampleBytesRow sample_bytes_row;
 
 constexpr void fill(ResampleKernels* table)
@@ -161,6 +171,7 @@ constexpr void fill(ResampleKernels* table)
     table->yuyv = resample_yuyv;
     table->yuyv_luma_row = yuyv_luma_row;
     table->half_gray_row = half_gray_row;
+    table->half_pairs_row = half_pairs_row;
     table->sample_bytes_row = sample_bytes_row;
 }
 }  // namespace neon

@@ -59,21 +59,33 @@ void _reduce(const Grid& src, const Grid& dst, int32_t* line)
     }
 }
 
-// A row of the finer lattice from the coarser one, in 64ths: between two points 4 4, on a point 1 6 1. `line` has room
-// for a row of the coarser one and two points more.
-void _expand_row(const Grid& coarse, int32_t y, int32_t* out, int32_t width, int32_t* line)
+// Points of a row, [first, end).
+struct Stretch {
+    int32_t first;
+    int32_t end;
+};
+
+// A stretch of a row of the finer lattice from the coarser one, in 64ths: between two points 4 4, on a point 1 6 1.
+// `line` has room for a row of the coarser one and two points more.
+void _expand_row(const Grid& coarse, int32_t y, const Stretch& stretch, int32_t* line, int32_t* out)
 {
-    const int32_t last = coarse.height - 1, middle = y / 2;
+    const int32_t last = coarse.height - 1, last_x = coarse.width - 1, middle = y / 2;
     const int16_t* here = coarse.row(std::min(middle, last));
     const int16_t* next = coarse.row(std::min(middle + 1, last));
     const int16_t* before = coarse.row(std::max(std::min(middle, last + 1) - 1, 0));
     ++line;
-    for (int32_t x = 0; x < coarse.width; ++x)
-        line[x] = y % 2 != 0 ? 4 * (here[x] + next[x]) : before[x] + 6 * here[x] + next[x];
+    const int32_t first = std::max(stretch.first / 2 - 1, 0), end = std::min(stretch.end / 2 + 2, last_x + 1);
+    if (y % 2 != 0) {
+        for (int32_t x = first; x < end; ++x)
+            line[x] = 4 * (here[x] + next[x]);
+    } else {
+        for (int32_t x = first; x < end; ++x)
+            line[x] = before[x] + 6 * here[x] + next[x];
+    }
     line[-1] = line[0];
-    line[coarse.width] = line[coarse.width - 1];
-    for (int32_t x = 0; x < width; ++x) {
-        const int32_t* at = line + std::min(x / 2, coarse.width - 1);
+    line[coarse.width] = line[last_x];
+    for (int32_t x = stretch.first; x < stretch.end; ++x) {
+        const int32_t* at = line + std::min(x / 2, last_x);
         out[x] = x % 2 != 0 ? 4 * (at[0] + at[1]) : at[-1] + 6 * at[0] + at[1];
     }
 }
@@ -221,6 +233,17 @@ void _make_channel(const Blend& blend, const Part& part, int32_t channel, const 
     }
 }
 
+// Where a row of weights is not all zeros.
+Stretch _weighted(const int16_t* weights, int32_t width)
+{
+    Stretch part = {0, width};
+    while (part.first < width && weights[part.first] == 0)
+        ++part.first;
+    while (part.end > part.first && weights[part.end - 1] == 0)
+        --part.end;
+    return part;
+}
+
 // Adds the details of each level, weighted, to what is there.
 void _add(const Blend& blend, const Part& part, const Pyramid& mask, const Pyramid& picture, int32_t channel)
 {
@@ -231,14 +254,20 @@ void _add(const Blend& blend, const Part& part, const Pyramid& mask, const Pyram
         const bool coarsest = l + 1 == sums.levels;
         const int32_t first = part.first >> l, width = std::min(values.width, sums.width[l] - first);
         for (int32_t y = 0; y < std::min(values.height, sums.height[l]); ++y) {
-            if (!coarsest)
-                _expand_row(picture.level[l + 1], y, slow, values.width, blend.line[0].get());
+            const int16_t *value = values.row(y), *own = weights.row(y);
+            const Stretch stretch = _weighted(own, width);
+            if (stretch.first == stretch.end)
+                continue;
+            if (coarsest)
+                std::fill_n(slow, width, 0);
+            else
+                _expand_row(picture.level[l + 1], y, stretch, blend.line[0].get(), slow);
             int32_t* sum = sums.sum[channel][l].get() + int64_t{y} * sums.width[l] + first;
             int32_t* weight = sums.weight[l].get() + int64_t{y} * sums.width[l] + first;
-            for (int32_t x = 0; x < width; ++x) {
-                sum[x] += (values.row(y)[x] - (coarsest ? 0 : _expanded(slow[x]))) * weights.row(y)[x];
-                weight[x] += channel == 0 ? weights.row(y)[x] : 0;
-            }
+            for (int32_t x = stretch.first; x < stretch.end; ++x)
+                sum[x] += (value[x] - _expanded(slow[x])) * own[x];
+            for (int32_t x = stretch.first; channel == 0 && x < stretch.end; ++x)
+                weight[x] += own[x];
         }
     }
 }
@@ -279,11 +308,12 @@ PanoResult _collapse(const Blend& blend, int32_t channel, Grid* blended)
         std::fill_n(slow, grid.width, 0);
         for (int32_t y = 0; y < grid.height; ++y) {
             if (coarse.at)
-                _expand_row(coarse, y, slow, grid.width, blend.line[0].get());
+                _expand_row(coarse, y, {0, grid.width}, blend.line[0].get(), slow);
             const int32_t* sum = sums.sum[channel][l].get() + int64_t{y} * grid.width;
             const int32_t* weight = sums.weight[l].get() + int64_t{y} * grid.width;
+            int16_t* out = grid.row(y);
             for (int32_t x = 0; x < grid.width; ++x)
-                grid.row(y)[x] = static_cast<int16_t>(_expanded(slow[x]) + sum[x] / std::max(weight[x], 1));
+                out[x] = static_cast<int16_t>(_expanded(slow[x]) + sum[x] / std::max(weight[x], 1));
         }
         coarse = std::move(grid);
     }
@@ -295,13 +325,49 @@ PanoResult _collapse(const Blend& blend, int32_t channel, Grid* blended)
 void _subtract(const Grid& blended, int32_t channel, Correction* correction)
 {
     int16_t* shift = correction->shift[channel].get();
-    for (int32_t y = 0; y < correction->rows; ++y) {
-        for (int32_t x = 0; x < correction->columns; ++x, ++shift) {
-            const int32_t difference = blended.row(y)[correction->first + x] - *shift;
-            *shift = static_cast<int16_t>(
+    for (int32_t y = 0; y < correction->rows; ++y, shift += correction->columns) {
+        const int16_t* want = blended.row(y) + correction->first;
+        for (int32_t x = 0; x < correction->columns; ++x) {
+            const int32_t difference = want[x] - shift[x];
+            shift[x] = static_cast<int16_t>(
                 std::min(std::max(difference, -kernels::kDrawMaxShift), kernels::kDrawMaxShift));
         }
     }
+}
+
+// A point is the mean of 2 x 2 points of the lattice, so it lies half a lattice step in from its own step's start.
+int32_t _inset(const Corrections& corrections)
+{
+    return (1 << corrections.step_bits) / 4;
+}
+
+// Pixels below the first point of the correction.
+int32_t _down(const Corrections& corrections, int32_t row)
+{
+    return std::max(row - _inset(corrections), 0);
+}
+
+// Shifts of a row of the correction at the nodes, times the pixels of a step.
+void _shifts_at_nodes(int32_t* dst, const Corrections& corrections, const Correction& correction,
+                      const int16_t* shifts, const NodeRange& range)
+{
+    const int32_t bits = corrections.step_bits, step = 1 << bits;
+    const auto at = [&](int32_t column) {
+        return int32_t{shifts[_limited(column - correction.first, correction.columns - 1)]};
+    };
+    int32_t place = range.first * kernels::kDrawBlock - _inset(corrections);
+    for (int32_t node = range.first; node < range.end; ++node, place += kernels::kDrawBlock) {
+        const int32_t across = place & (step - 1), column = place >> bits;
+        dst[node] = at(column) * (step - across) + at(column + 1) * across;
+    }
+}
+
+// Shifts of a group of nodes, `part` of 2^bits pixels below the row above.
+void _mix(int16_t* __restrict dst, const int32_t* __restrict above, const int32_t* __restrict below,
+          int32_t part, int32_t bits)
+{
+    for (int32_t i = 0; i < kNodesAtOnce; ++i)
+        dst[i] = static_cast<int16_t>((above[i] * ((1 << bits) - part) + below[i] * part) >> (2 * bits));
 }
 
 // So many that the coarsest level of one picture still has a few points each way.
@@ -340,34 +406,44 @@ PanoResult find_corrections(const Cancel& cancel, const Layers& layers, const Se
     return kPanoSuccess;
 }
 
-void shifts_of_row(int16_t* dst, const Corrections& corrections, int32_t picture, int32_t channel,
-                   int32_t row, int32_t first, int32_t end)
+PanoResult ShiftRows::init(int32_t nodes)
+{
+    for (int32_t channel = 0; channel < kChannels; ++channel) {
+        above_[channel] = make_buffer<int32_t>(whole_groups(nodes));
+        below_[channel] = make_buffer<int32_t>(whole_groups(nodes));
+        if (!above_[channel] || !below_[channel])
+            return kPanoNoMemory;
+    }
+    return kPanoSuccess;
+}
+
+bool ShiftRows::needs(const Corrections& corrections, int32_t row) const
+{
+    return _down(corrections, row) >> corrections.step_bits != prepared_;
+}
+
+void ShiftRows::prepare(const Corrections& corrections, int32_t picture, int32_t row, const NodeRange& range)
 {
     const Correction& correction = corrections.at[picture];
-    const int32_t bits = corrections.step_bits, step = 1 << bits;
-    // A point is the mean of 2 x 2 points of the lattice, so it lies half a lattice step in from its own step's start.
-    const int32_t inset = step / 4;
-    const int32_t down = std::max(row - inset, 0), part = down & (step - 1);
-    const int32_t above = std::min(down >> bits, correction.rows - 1);
+    prepared_ = _down(corrections, row) >> corrections.step_bits;
+    const int32_t above = std::min(prepared_, correction.rows - 1);
     const int32_t below = std::min(above + 1, correction.rows - 1);
-    const int16_t* top = correction.shift[channel].get() + int64_t{above} * correction.columns;
-    const int16_t* bottom = correction.shift[channel].get() + int64_t{below} * correction.columns;
-    const auto at = [&](int32_t column) {
-        const int32_t x = _limited(column - correction.first, correction.columns - 1);
-        return top[x] * (step - part) + bottom[x] * part;
-    };
-    int32_t place = first * kernels::kDrawBlock - inset;
-    int32_t column = place >> bits, here = at(column), next = at(column + 1);
-    for (int32_t node = first; node < end; ++node, place += kernels::kDrawBlock) {
-        if (place >> bits != column) {
-            ++column;
-            here = next;
-            next = at(column + 1);
-        }
-        const int32_t across = place & (step - 1);
-        dst[node] =
-            static_cast<int16_t>((int64_t{here} * (step - across) + int64_t{next} * across) >> (2 * bits));
+    for (int32_t channel = 0; channel < kChannels; ++channel) {
+        const int16_t* shifts = correction.shift[channel].get();
+        _shifts_at_nodes(above_[channel].get(), corrections, correction,
+                         shifts + int64_t{above} * correction.columns, range);
+        _shifts_at_nodes(below_[channel].get(), corrections, correction,
+                         shifts + int64_t{below} * correction.columns, range);
     }
+}
+
+void ShiftRows::fill(int16_t* dst, const Corrections& corrections, int32_t channel, int32_t row,
+                     const NodeRange& range) const
+{
+    const int32_t bits = corrections.step_bits, part = _down(corrections, row) & ((1 << bits) - 1);
+    const int32_t *above = above_[channel].get(), *below = below_[channel].get();
+    for (int32_t node = first_of_group(range.first); node < range.end; node += kNodesAtOnce)
+        _mix(dst + node, above + node, below + node, part, bits);
 }
 
 }  // namespace ozr::refined

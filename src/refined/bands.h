@@ -13,7 +13,7 @@ namespace ozr::refined
 
 constexpr int32_t kChannels = 3;  // luma, first and second byte of chroma pairs
 
-// Shifts of one picture, in Q4 levels, within kernels::kDrawMaxShift; on a lattice from the panorama's first pixel on.
+// Shifts of one picture, in Q5 levels, within kernels::kDrawMaxShift; on a lattice from the panorama's first pixel on.
 struct Correction {
     int32_t first, columns, rows;
     Buffer<int16_t> shift[kChannels];
@@ -27,9 +27,27 @@ struct Corrections {
 PanoResult find_corrections(const Cancel& cancel, const Layers& layers, const Seams& seams, const Crop& crop,
                             Corrections* corrections);
 
-// The shifts of a row of the panorama at every eighth pixel, for the nodes [first, end).
-void shifts_of_row(int16_t* dst, const Corrections& corrections, int32_t picture, int32_t channel,
-                   int32_t row, int32_t first, int32_t end);
+// One picture's shifts at every eighth pixel of the panorama, a row at a time.
+class ShiftRows
+{
+public:
+    PanoResult init(int32_t nodes);
+
+    // Looks at rows of the correction anew where `row` lies between others than the row before did.
+    bool needs(const Corrections& corrections, int32_t row) const;
+
+    // Makes what the rows between these need, for the nodes of `range`.
+    void prepare(const Corrections& corrections, int32_t picture, int32_t row, const NodeRange& range);
+
+    // Shifts of one channel, for nodes of the range.
+    void fill(int16_t* dst, const Corrections& corrections, int32_t channel, int32_t row,
+              const NodeRange& range) const;
+
+private:
+    // Shifts of the correction's rows above and below, times the pixels of a step.
+    Buffer<int32_t> above_[kChannels], below_[kChannels];
+    int32_t prepared_ = -1;  // the correction's row above
+};
 
 }  // namespace ozr::refined
 

@@ -12,10 +12,12 @@ namespace
 void _clear_hidden(int32_t* heights, const Layer& layer, int32_t begin, int32_t end, int32_t row)
 {
     const uint8_t* shown = layer.shown_row(row) - layer.first;
-    for (int32_t x = begin; x < end; ++x) {
-        const bool inside = x >= layer.first && x < layer.first + layer.columns;
-        heights[x] = inside && shown[x] != 0 ? heights[x] : 0;
-    }
+    const int32_t first = std::min(std::max(begin, layer.first), end);
+    const int32_t last = std::max(std::min(end, layer.first + layer.columns), first);
+    std::fill(heights + begin, heights + first, 0);
+    for (int32_t x = first; x < last; ++x)
+        heights[x] &= -(shown[x] & 1);
+    std::fill(heights + last, heights + end, 0);
 }
 
 // Counts, for every column, the covered points up to and with this row.
@@ -27,9 +29,10 @@ void _extend_heights(int32_t* heights, const Layers& layers, const Seams& seams,
         ++heights[x];
     for (int32_t i = 0; i < layers.count; ++i) {
         // Under a feather the neighbours show through.
-        const int32_t begin = i > 0 ? seams.begin(i, row) - reach : 0;
-        const int32_t end = i + 1 < layers.count ? seams.end(i, row, columns) + reach : columns;
-        _clear_hidden(heights, layers.at[i], std::max(begin, 0), std::min(end, columns), row);
+        const int32_t first = i > 0 ? seams.begin(i, row) - reach : 0;
+        const int32_t last = i + 1 < layers.count ? seams.end(i, row, columns) + reach : columns;
+        const int32_t begin = std::min(std::max(first, 0), columns);
+        _clear_hidden(heights, layers.at[i], begin, std::max(std::min(last, columns), begin), row);
     }
 }
 

@@ -27,9 +27,8 @@ PanoResult _plan(const DrawInput& input, Plan* plan, DrawReport* report)
 {
     const Cancel& cancel = input.cancel;
     PANO_FORWARD(arrange_layers(input, &plan->layers));
-    PANO_FORWARD(lay_layers(cancel, true, &plan->layers));
     PANO_FORWARD(even_exposure(cancel, &plan->layers, report));
-    PANO_FORWARD(lay_layers(cancel, false, &plan->layers));
+    PANO_FORWARD(lay_layers(cancel, &plan->layers));
     PANO_FORWARD(find_seams(cancel, plan->layers, &plan->seams));
     PANO_FORWARD(find_crop(plan->layers, plan->seams, &plan->crop));
     PANO_FORWARD(find_corrections(cancel, plan->layers, plan->seams, plan->crop, &plan->corrections));

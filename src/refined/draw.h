@@ -13,6 +13,7 @@
 #include "image/panorama_img.h"
 #include "refined/camera.h"
 #include "refined/cancel.h"
+#include "refined/picture.h"
 #include "support/buffer.h"
 
 namespace ozr::refined
@@ -20,10 +21,7 @@ namespace ozr::refined
 
 struct DrawPicture {
     const PanoImg* picture;  // NV12, even sides of 32 or more
-    // The same, its sides divided by 2^reduced_bits (rounded down to even ones), means of square blocks; null where there
-    // is none, then the picture itself is reduced.
-    const PanoImg* reduced;
-    int32_t reduced_bits;
+    const Pyramid* pyramid;  // of the picture
     const Camera* camera;
 };
 

@@ -19,6 +19,7 @@ constexpr int32_t kTerms = 2;  // of the falloff
 constexpr int32_t kUnknowns = kMaxPictures + kTerms;
 constexpr int32_t kDarkest = 8;      // levels; below, a ratio is mostly noise
 constexpr int32_t kBrightest = 248;  // levels; above, a pixel may be clipped
+constexpr int32_t kLightBits = 4;    // of a level, where light is read between pixels
 
 // What a picture has in one block.
 struct Block {
@@ -43,10 +44,11 @@ struct Term {
     double factor;
 };
 
+// Terms come in order of their unknowns.
 void _add_equation(Equations* equations, const Term* terms, int32_t count, double value, double weight)
 {
     for (int32_t i = 0; i < count; ++i) {
-        for (int32_t j = 0; j < count; ++j)
+        for (int32_t j = 0; j <= i; ++j)
             equations->matrix[terms[i].unknown][terms[j].unknown] +=
                 weight * terms[i].factor * terms[j].factor;
         equations->right[terms[i].unknown] += weight * terms[i].factor * value;
@@ -76,29 +78,123 @@ void _solve(Equations* e, int32_t count)
     }
 }
 
-Block _measure_block(const Layer& layer, const Frame& frame, int32_t column, int32_t row)
+// Where the corners of a block lie in the picture.
+struct Corners {
+    NodePlace left_top, right_top, left_bottom, right_bottom;
+};
+
+bool _is_inside(const NodePlace& place, const PanoImg& picture)
 {
-    uint32_t sum = 0;
-    for (int32_t y = row; y < row + kBlock; ++y) {
-        const uint8_t* luma = layer.luma_row(y) + column - layer.first;
-        const uint8_t* shown = layer.shown_row(y) + column - layer.first;
-        for (int32_t x = 0; x < kBlock; ++x) {
-            if (shown[x] == 0 || luma[x] < kDarkest || luma[x] > kBrightest)
-                return {};
-            sum += luma[x];
+    constexpr int32_t kMargin = 2;  // pixels at a picture's edge that are not drawn
+    return place.x >= kMargin << kNodePlaceBits && place.y >= kMargin << kNodePlaceBits &&
+           place.x <= (picture.width - 1 - kMargin) << kNodePlaceBits &&
+           place.y <= (picture.height - 1 - kMargin) << kNodePlaceBits;
+}
+
+// `part` of 16 of the way.
+int32_t _between(int32_t from, int32_t to, int32_t part)
+{
+    return from + ((to - from) * part >> 4);
+}
+
+// A level of the pyramid at a place of the picture, between four pixels; 0 where one is too dark or too bright.
+int32_t _light(const GrayView& plane, int32_t level, const NodePlace& place)
+{
+    constexpr int32_t kHalf = 1 << (kNodePlaceBits - 1), kBits = 6, kOne = 1 << kBits;
+    constexpr int32_t kDropped = kNodePlaceBits - kBits;
+    const int32_t x = std::min(std::max(((place.x + kHalf) >> level) - kHalf, 0) >> kDropped,
+                               ((plane.width - 1) << kBits) - 1);
+    const int32_t y = std::min(std::max(((place.y + kHalf) >> level) - kHalf, 0) >> kDropped,
+                               ((plane.height - 1) << kBits) - 1);
+    const uint8_t *top = plane.row(y >> kBits) + (x >> kBits), *bottom = top + plane.stride;
+    const int32_t darkest = std::min(std::min(top[0], top[1]), std::min(bottom[0], bottom[1]));
+    const int32_t brightest = std::max(std::max(top[0], top[1]), std::max(bottom[0], bottom[1]));
+    if (darkest < kDarkest || brightest > kBrightest)
+        return 0;
+    const int32_t across = x & (kOne - 1), down = y & (kOne - 1);
+    const int32_t upper = top[0] * (kOne - across) + top[1] * across;
+    const int32_t lower = bottom[0] * (kOne - across) + bottom[1] * across;
+    return (upper * (kOne - down) + lower * down) >> (2 * kBits - kLightBits);
+}
+
+// The mean of 4 x 4 places of a level whose pixels are a quarter of a block; 0 where one is too dark or too bright.
+double _mean(const GrayView& plane, int32_t level, const Corners& corners)
+{
+    constexpr int32_t kSide = 4;
+    int32_t sum = 0;
+    for (int32_t j = 0; j < kSide; ++j) {
+        const int32_t down = 1 + 4 * j;
+        const NodePlace left = {_between(corners.left_top.x, corners.left_bottom.x, down),
+                                _between(corners.left_top.y, corners.left_bottom.y, down)};
+        const NodePlace right = {_between(corners.right_top.x, corners.right_bottom.x, down),
+                                 _between(corners.right_top.y, corners.right_bottom.y, down)};
+        for (int32_t i = 0; i < kSide; ++i) {
+            const int32_t across = 1 + 4 * i;
+            const int32_t light =
+                _light(plane, level, {_between(left.x, right.x, across), _between(left.y, right.y, across)});
+            if (light == 0)
+                return 0.0;
+            sum += light;
         }
     }
-    const double step = 1 << frame.step_bits, middle = (kBlock - 1) / 2.0;
-    const double angle = (frame.first_column + column + middle) * step / frame.radius;
-    const double height = (frame.first_row + row + middle) * step / frame.radius;
-    int16_t gain;
-    const NodePlace place = layer.view.place({sine(angle), cosine(angle)}, height, &gain);
-    return {static_cast<float>(logarithm(sum / 64.0)), static_cast<float>(layer.view.spread(place))};
+    return sum / static_cast<double>(kSide * kSide << kLightBits);
+}
+
+Block _measure_block(const Layer& layer, const Corners& corners)
+{
+    const PanoImg& picture = *layer.source->picture;
+    const Pyramid& pyramid = *layer.source->pyramid;
+    if (!_is_inside(corners.left_top, picture) || !_is_inside(corners.right_top, picture) ||
+        !_is_inside(corners.left_bottom, picture) || !_is_inside(corners.right_bottom, picture))
+        return {};
+    const int32_t level = std::min(pyramid.small + 1, pyramid.count - 1);
+    const double mean = _mean(pyramid.levels[level], level, corners);
+    if (mean == 0.0)
+        return {};
+    const NodePlace middle = {_between(corners.left_top.x, corners.right_bottom.x, 8),
+                              _between(corners.left_top.y, corners.right_bottom.y, 8)};
+    constexpr double kLost = 0.375;  // levels: what each halving of a truncating pyramid loses on average
+    return {static_cast<float>(logarithm(mean + kLost * level)),
+            static_cast<float>(layer.view.spread(middle))};
+}
+
+// A row of blocks from the corners above and below them.
+void _measure_row(const Layer& layer, const NodePlace* above, const NodePlace* below, int32_t columns,
+                  Block* blocks)
+{
+    for (int32_t x = 0; x < columns; ++x)
+        blocks[x] = _measure_block(layer, {above[x], above[x + 1], below[x], below[x + 1]});
+}
+
+PanoResult _measure_layer(const Layer& layer, const Frame& frame, const Heading* headings, int32_t columns,
+                          int32_t rows, Block* blocks)
+{
+    const int32_t corners = columns + 1;
+    const Buffer<NodePlace> places = make_unfilled_buffer<NodePlace>(2 * int64_t{corners});
+    if (!places)
+        return kPanoNoMemory;
+    for (int32_t y = 0; y <= rows; ++y) {
+        NodePlace* row = places.get() + y % 2 * ptrdiff_t{corners};
+        const double height = (frame.first_row + y * kBlock) * (1 << frame.step_bits) / frame.radius;
+        int16_t gain;
+        for (int32_t x = 0; x < corners; ++x)
+            row[x] = layer.view.place(headings[x], height, &gain);
+        if (y > 0)
+            _measure_row(layer, places.get() + (y - 1) % 2 * ptrdiff_t{corners}, row, columns,
+                         blocks + int64_t{y - 1} * columns);
+    }
+    return kPanoSuccess;
 }
 
 PanoResult _measure_blocks(const Cancel& cancel, const Layers& layers, Blocks* blocks)
 {
-    blocks->rows = layers.frame.rows / kBlock;
+    const Frame& frame = layers.frame;
+    const double step = 1 << frame.step_bits;
+    const Buffer<Heading> headings =
+        make_headings(frame.radius, frame.first_column * step, kBlock * step, frame.columns / kBlock + 1);
+    if (!headings)
+        return kPanoNoMemory;
+    blocks->rows = frame.rows / kBlock;
     for (int32_t i = 0; i < layers.count; ++i) {
         const Layer& layer = layers.at[i];
         blocks->first[i] = layer.first / kBlock;
@@ -106,11 +202,8 @@ PanoResult _measure_blocks(const Cancel& cancel, const Layers& layers, Blocks* b
         blocks->at[i] = make_unfilled_buffer<Block>(int64_t{blocks->columns[i]} * blocks->rows);
         if (!blocks->at[i])
             return kPanoNoMemory;
-        Block* block = blocks->at[i].get();
-        for (int32_t y = 0; y < blocks->rows; ++y) {
-            for (int32_t x = 0; x < blocks->columns[i]; ++x)
-                *block++ = _measure_block(layer, layers.frame, layer.first + x * kBlock, y * kBlock);
-        }
+        PANO_FORWARD(_measure_layer(layer, frame, headings.get() + blocks->first[i], blocks->columns[i],
+                                    blocks->rows, blocks->at[i].get()));
         if (cancel.asked())
             return kPanoCancelled;
     }
@@ -164,20 +257,18 @@ void _fit(const Blocks& blocks, int32_t count, double* solution)
 }
 
 // The level that all but a few of a picture's pixels stay below.
-int32_t _highlight(const Layer& layer, int32_t rows)
+int32_t _highlight(const kernels::DrawPlane& small)
 {
-    constexpr int64_t kFew = 200;  // one in so many
-    int64_t counts[256] = {}, all = 0;
-    const int64_t points = int64_t{layer.columns} * rows;
-    const uint8_t *luma = layer.luma_row(0), *shown = layer.shown_row(0);
-    for (int64_t i = 0; i < points; ++i) {
-        if (shown[i] != 0) {
-            ++counts[luma[i]];
-            ++all;
-        }
+    constexpr int32_t kFew = 200;  // one in so many
+    int32_t counts[256] = {};
+    for (int32_t y = 0; y < small.height; y += 2) {
+        const uint8_t* luma = small.src + y * small.stride;
+        for (int32_t x = 0; x < small.width; ++x)
+            ++counts[luma[x]];
     }
+    const int32_t all = (small.height + 1) / 2 * small.width;
     int32_t level = 255;
-    for (int64_t above = counts[255]; level > 1 && above * kFew <= all; above += counts[level])
+    for (int32_t above = counts[255]; level > 1 && above * kFew <= all; above += counts[level])
         --level;
     return level;
 }
@@ -188,7 +279,7 @@ double _common_gain(const Layers& layers, const double* exposures)
     constexpr double kWhite = 250.0, kLeastCommon = 0.7;
     double common = 1.0;
     for (int32_t i = 0; i < layers.count; ++i) {
-        const double highlight = _highlight(layers.at[i], layers.frame.rows) * exponential(-exposures[i]);
+        const double highlight = _highlight(layers.at[i].small_luma) * exponential(-exposures[i]);
         common = std::min(common, kWhite / highlight);
     }
     return std::max(common, kLeastCommon);

@@ -7,7 +7,7 @@
 namespace ozr::refined
 {
 
-// From the layers as they were laid without gains; sets the views' gains and reports those of the middles.
+// From the pictures' pyramids, before layers are laid; sets the views' gains and reports those of the middles.
 PanoResult even_exposure(const Cancel& cancel, Layers* layers, DrawReport* report);
 
 }  // namespace ozr::refined

@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "refined/elementary.h"
-#include "refined/reduce.h"
 
 namespace ozr::refined
 {
@@ -13,9 +12,7 @@ namespace ozr::refined
 namespace
 {
 
-constexpr int32_t kLeastSide = 32;      // of a picture
-constexpr int32_t kLongestSmall = 512;  // side of a small picture: finer seams were not seen to be better ...
-constexpr int32_t kLeastStepBits = 2;   // ... and nothing finer than 4 pixels hides under a feather
+constexpr int32_t kLeastSide = 32;  // of a picture
 constexpr int32_t kShownMargin =
     2;  // pixels at a picture's edge that are not drawn: the cubic reaches two further
 constexpr int32_t kBlock = kernels::kDrawBlock;
@@ -40,6 +37,11 @@ bool _is_picture(const PanoImg* img)
            img->stride >= img->width;
 }
 
+kernels::DrawPlane _plane(const GrayView& view)
+{
+    return {view.data, view.stride, view.width, view.height};
+}
+
 // The pictures that are used, in order of capture.
 PanoResult _collect(const DrawInput& input, Layers* layers)
 {
@@ -49,7 +51,7 @@ PanoResult _collect(const DrawInput& input, Layers* layers)
     const PanoImg* first = nullptr;
     for (int32_t i = 0; i < input.count; ++i) {
         const DrawPicture& source = input.pictures[i];
-        if (source.camera == nullptr || !_is_picture(source.picture))
+        if (source.camera == nullptr || source.pyramid == nullptr || !_is_picture(source.picture))
             return kPanoBadArgument;
         if (first != nullptr &&
             (source.picture->width != first->width || source.picture->height != first->height))
@@ -63,6 +65,8 @@ PanoResult _collect(const DrawInput& input, Layers* layers)
         layer.source = &source;
         layer.index = i;
         layer.view = View(*source.camera, first->width, first->height);
+        layer.small_luma = _plane(source.pyramid->levels[source.pyramid->small]);
+        layer.small_chroma = _plane(source.pyramid->small_pairs);
     }
     return layers->count > 0 ? kPanoSuccess : kPanoBadArgument;
 }
@@ -132,13 +136,7 @@ int32_t _rounded_up(int32_t value, int32_t unit)
 PanoResult _choose_frame(Layers* layers)
 {
     Frame& frame = layers->frame;
-    const PanoImg* picture = layers->at[0].source->picture;
-    const int32_t longer = std::max(picture->width, picture->height);
-    frame.step_bits = kLeastStepBits;
-    while (longer >> frame.step_bits > kLongestSmall)
-        ++frame.step_bits;
-    if (std::min(picture->width, picture->height) >> frame.step_bits < 4)
-        return kPanoNotSupported;
+    frame.step_bits = layers->at[0].source->pyramid->small;
     frame.radius = 0.0;
     for (int32_t i = 0; i < layers->count; ++i)
         frame.radius += layers->at[i].view.focal() / layers->count;
@@ -174,22 +172,6 @@ PanoResult _choose_frame(Layers* layers)
         layer.columns = _rounded_up(end, kBlock) - layer.first;
     }
     return kPanoSuccess;
-}
-
-PanoResult _make_small(const Cancel& cancel, const Frame& frame, Layer* layer)
-{
-    const DrawPicture& source = *layer->source;
-    const bool has_reduced = source.reduced != nullptr && source.reduced_bits <= frame.step_bits;
-    const PanoImg& from = has_reduced ? *source.reduced : *source.picture;
-    const int32_t bits = frame.step_bits - (has_reduced ? source.reduced_bits : 0);
-    layer->level_bits = frame.step_bits;
-    layer->small = reduce_picture(from, bits, cancel);
-    if (!layer->small)
-        return kPanoNoMemory;
-    const int32_t width = reduced_side(from.width, bits), height = reduced_side(from.height, bits);
-    layer->small_luma = {layer->small.get(), width, width, height};
-    layer->small_chroma = {layer->small.get() + int64_t{width} * height, width, width / 2, height / 2};
-    return cancel.asked() ? kPanoCancelled : kPanoSuccess;
 }
 
 // Marks the points of a row that a picture shows.
@@ -232,8 +214,7 @@ void _draw_shown(uint8_t* dst, const Layer& layer, int32_t y, Draw draw)
     }
 }
 
-PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* headings, bool first_time,
-                      Layer* layer)
+PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* headings, Layer* layer)
 {
     const int32_t blocks = layer->columns / kBlock;
     const NodeRange all = {0, blocks + 1};
@@ -254,14 +235,13 @@ PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* h
         if (part == 0)
             nodes.advance(layer->view, own, height(y + kNodeRows), all);
         const int64_t at = int64_t{y} * layer->columns;
-        nodes.interpolate(part, layer->level_bits, all);
-        if (first_time)
-            _mark_shown(layer->shown.get() + at, nodes.at(0), layer->small_luma, margin, blocks);
+        nodes.interpolate(part, frame.step_bits, all);
+        _mark_shown(layer->shown.get() + at, nodes.at(0), layer->small_luma, margin, blocks);
         _draw_shown(layer->luma.get() + at, *layer, y, [&](uint8_t* dst, int32_t b, int32_t count) {
             table->draw.luma_row(dst, layer->small_luma, nodes.at(b), count);
         });
         if (y % 2 == 0) {
-            nodes.interpolate(part + 1, layer->level_bits, all);
+            nodes.interpolate(part + 1, frame.step_bits, all);
             _draw_shown(layer->chroma.get() + at / 2, *layer, y, [&](uint8_t* dst, int32_t b, int32_t count) {
                 table->draw.chroma_row(dst, layer->small_chroma, nodes.at(b), count);
             });
@@ -284,7 +264,6 @@ PanoResult arrange_layers(const DrawInput& input, Layers* layers)
     for (int32_t i = 0; i < layers->count; ++i) {
         Layer& layer = layers->at[i];
         const int64_t points = int64_t{layer.columns} * frame.rows;
-        PANO_FORWARD(_make_small(input.cancel, frame, &layer));
         layer.luma = make_unfilled_buffer<uint8_t>(points);
         layer.chroma = make_unfilled_buffer<uint8_t>(points / 2);
         layer.shown = make_unfilled_buffer<uint8_t>(points);
@@ -294,7 +273,7 @@ PanoResult arrange_layers(const DrawInput& input, Layers* layers)
     return kPanoSuccess;
 }
 
-PanoResult lay_layers(const Cancel& cancel, bool first_time, Layers* layers)
+PanoResult lay_layers(const Cancel& cancel, Layers* layers)
 {
     const Frame& frame = layers->frame;
     const double step = 1 << frame.step_bits;
@@ -303,7 +282,7 @@ PanoResult lay_layers(const Cancel& cancel, bool first_time, Layers* layers)
     if (!headings)
         return kPanoNoMemory;
     for (int32_t i = 0; i < layers->count; ++i)
-        PANO_FORWARD(_lay_layer(cancel, frame, headings.get(), first_time, &layers->at[i]));
+        PANO_FORWARD(_lay_layer(cancel, frame, headings.get(), &layers->at[i]));
     return kPanoSuccess;
 }
 

@@ -28,14 +28,12 @@ struct Layer {
     const DrawPicture* source;
     int32_t index;  // of the picture in the order of capture
     View view;
-    double heading;         // radians; counted on beyond a full turn
-    int32_t level_bits;     // sides of the small picture: those of the picture divided by 2^level_bits
-    Buffer<uint8_t> small;  // the small picture, NV12
-    kernels::DrawPlane small_luma, small_chroma;
-    int32_t first, columns;        // of the lattice, in multiples of 8
-    int32_t middle;                // the column that the picture's middle is nearest to
-    Buffer<uint8_t> luma, chroma;  // rows of `columns` bytes
-    Buffer<uint8_t> shown;         // 255 where the picture shows a point, else 0
+    double heading;                               // radians; counted on beyond a full turn
+    kernels::DrawPlane small_luma, small_chroma;  // of the picture, reduced by the frame's step
+    int32_t first, columns;                       // of the lattice, in multiples of 8
+    int32_t middle;                               // the column that the picture's middle is nearest to
+    Buffer<uint8_t> luma, chroma;                 // rows of `columns` bytes
+    Buffer<uint8_t> shown;                        // 255 where the picture shows a point, else 0
 
     const uint8_t* luma_row(int32_t y) const { return luma.get() + int64_t{y} * columns; }
     const uint8_t* chroma_row(int32_t y) const { return chroma.get() + int64_t{y} * columns; }
@@ -52,11 +50,11 @@ struct Layers {
     int32_t count;
 };
 
-// Orders the pictures, chooses the frame and reduces the pictures.
+// Orders the pictures and chooses the frame.
 PanoResult arrange_layers(const DrawInput& input, Layers* layers);
 
-// Lays luma and chroma; again after gains changed. What is shown is found the first time.
-PanoResult lay_layers(const Cancel& cancel, bool first_time, Layers* layers);
+// Lays luma and chroma, with the views' gains, and finds what is shown.
+PanoResult lay_layers(const Cancel& cancel, Layers* layers);
 
 }  // namespace ozr::refined
 

@@ -17,45 +17,65 @@ int32_t _step(int32_t above, int32_t below)
     return std::min(std::max(below - above, -kMost), kMost);
 }
 
-int32_t _stepped(int32_t above, int32_t step, int32_t part)
-{
-    return above + (step * part >> kPartBits);
-}
-
-// From Q14 pixels of the picture to Q10 pixels of the reduced one, whose first pixel is the mean of several.
-int32_t _reduced(int32_t place, int32_t level_bits)
+// Places `part` parts below the row above: from Q14 pixels of the picture to Q10 pixels of the reduced one, whose first
+// pixel is the mean of several.
+void _places(int32_t* __restrict dst, const int32_t* __restrict above, const int32_t* __restrict step,
+             int32_t part, int32_t level_bits)
 {
     constexpr int32_t kHalf = 1 << (kNodePlaceBits - 1);
-    return (((place + kHalf) >> level_bits) - kHalf) >> (kNodePlaceBits - kernels::kDrawPlaceBits);
+    for (int32_t i = 0; i < kNodesAtOnce; ++i) {
+        const int32_t place = above[i] + (step[i] * part >> kPartBits);
+        dst[i] = (((place + kHalf) >> level_bits) - kHalf) >> (kNodePlaceBits - kernels::kDrawPlaceBits);
+    }
+}
+
+void _gains(int16_t* __restrict dst, const int32_t* __restrict above, const int32_t* __restrict step,
+            int32_t part)
+{
+    for (int32_t i = 0; i < kNodesAtOnce; ++i)
+        dst[i] = static_cast<int16_t>(above[i] + (step[i] * part >> kPartBits));
 }
 
 }  // namespace
 
+bool NodeRows::Between::init(int32_t nodes)
+{
+    above = make_buffer<int32_t>(nodes);
+    step = make_buffer<int32_t>(nodes);
+    return above && step;
+}
+
+void NodeRows::Between::set(int32_t node, int32_t from, int32_t to)
+{
+    above.get()[node] = from;
+    step.get()[node] = _step(from, to);
+}
+
 PanoResult NodeRows::init(int32_t nodes)
 {
+    const int32_t whole = whole_groups(nodes);
     next_ = make_buffer<NodePlace>(nodes);
     next_gain_ = make_buffer<int16_t>(nodes);
-    nodes_ = make_buffer<Node>(nodes);
-    x_ = make_buffer<int32_t>(nodes);
-    y_ = make_buffer<int32_t>(nodes);
-    gain_ = make_buffer<int16_t>(nodes);
+    x_ = make_buffer<int32_t>(whole);
+    y_ = make_buffer<int32_t>(whole);
+    gain_ = make_buffer<int16_t>(whole);
     for (Buffer<int16_t>& shift : shift_)
-        shift = make_buffer<int16_t>(nodes);
-    return next_ && next_gain_ && nodes_ && x_ && y_ && gain_ && shift_[0] && shift_[1] ? kPanoSuccess
-                                                                                        : kPanoNoMemory;
+        shift = make_buffer<int16_t>(whole);
+    return x_between_.init(whole) && y_between_.init(whole) && gain_between_.init(whole) && next_ &&
+                   next_gain_ && x_ && y_ && gain_ && shift_[0] && shift_[1]
+               ? kPanoSuccess
+               : kPanoNoMemory;
 }
 
 void NodeRows::advance(const View& view, const Heading* headings, double height, const NodeRange& range)
 {
     for (int32_t node = range.first; node < range.end; ++node) {
         const NodePlace above = next_.get()[node];
-        const int16_t gain_above = next_gain_.get()[node];
         int16_t gain;
         const NodePlace below = view.place(headings[node], height, &gain);
-        nodes_.get()[node] = {above,
-                              {_step(above.x, below.x), _step(above.y, below.y)},
-                              gain_above,
-                              static_cast<int16_t>(gain - gain_above)};
+        x_between_.set(node, above.x, below.x);
+        y_between_.set(node, above.y, below.y);
+        gain_between_.set(node, next_gain_.get()[node], gain);
         next_.get()[node] = below;
         next_gain_.get()[node] = gain;
     }
@@ -63,14 +83,10 @@ void NodeRows::advance(const View& view, const Heading* headings, double height,
 
 void NodeRows::interpolate(int32_t part, int32_t level_bits, const NodeRange& range)
 {
-    const Node* nodes = nodes_.get();
-    int32_t *x = x_.get(), *y = y_.get();
-    int16_t* gain = gain_.get();
-    for (int32_t i = range.first; i < range.end; ++i) {
-        const Node& node = nodes[i];
-        x[i] = _reduced(_stepped(node.place.x, node.step.x, part), level_bits);
-        y[i] = _reduced(_stepped(node.place.y, node.step.y, part), level_bits);
-        gain[i] = static_cast<int16_t>(node.gain + (node.gain_step * part >> kPartBits));
+    for (int32_t i = first_of_group(range.first); i < range.end; i += kNodesAtOnce) {
+        _places(x_.get() + i, x_between_.above.get() + i, x_between_.step.get() + i, part, level_bits);
+        _places(y_.get() + i, y_between_.above.get() + i, y_between_.step.get() + i, part, level_bits);
+        _gains(gain_.get() + i, gain_between_.above.get() + i, gain_between_.step.get() + i, part);
     }
 }
 

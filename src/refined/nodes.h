@@ -23,6 +23,20 @@ struct NodeRange {
     int32_t end;
 };
 
+// Rows of nodes are worked on so many at once, and hold whole groups: the compiler makes vectors of loops whose length it
+// knows.
+constexpr int32_t kNodesAtOnce = 8;
+
+inline int32_t whole_groups(int32_t nodes)
+{
+    return (nodes + kNodesAtOnce - 1) / kNodesAtOnce * kNodesAtOnce;
+}
+
+inline int32_t first_of_group(int32_t node)
+{
+    return node / kNodesAtOnce * kNodesAtOnce;
+}
+
 // The nodes of one row of a drawing, numbered from its first column, and those of the exact rows around it.
 class NodeRows
 {
@@ -41,16 +55,15 @@ public:
     int16_t* shift(int32_t channel) { return shift_[channel].get(); }
 
 private:
-    // Exact nodes, and how much more there is a row of exact nodes further down.
-    struct Node {
-        NodePlace place;
-        NodePlace step;
-        int16_t gain;
-        int16_t gain_step;
+    // Numbers of the exact row above, and how much more there is in the exact row below.
+    struct Between {
+        Buffer<int32_t> above, step;
+        bool init(int32_t nodes);
+        void set(int32_t node, int32_t from, int32_t to);
     };
     Buffer<NodePlace> next_;
     Buffer<int16_t> next_gain_;
-    Buffer<Node> nodes_;
+    Between x_between_, y_between_, gain_between_;
     Buffer<int32_t> x_, y_;
     Buffer<int16_t> gain_;
     Buffer<int16_t> shift_[2];

@@ -108,20 +108,60 @@ int32_t _template_without_mean(const GrayView& plane, int32_t x, int32_t y, int1
     return square;
 }
 
-// Correlation of the template with the part of the window whose top left corner is given.
-double _correlation(const int16_t* patch, int32_t square, const int16_t* window, int32_t side)
+// Sums over as many rows of a window as a template has, for each of its columns: of values and of their squares.
+class ColumnSums
 {
-    int32_t sum = 0;
-    int32_t window_square = 0;
-    int32_t product = 0;
-    for (int32_t j = 0; j < kSearchSide; ++j, window += side, patch += kSearchSide) {
-        for (int32_t i = 0; i < kSearchSide; ++i) {
-            sum += window[i];
-            window_square += window[i] * window[i];
-            product += window[i] * patch[i];
+public:
+    ColumnSums(const int16_t* window, int32_t side) : window_(window), side_(side)
+    {
+        for (int32_t y = 0; y < kSearchSide; ++y)
+            add_row(window + y * side, 1);
+    }
+
+    // Goes one row down.
+    void advance()
+    {
+        add_row(window_, -1);
+        add_row(window_ + kSearchSide * side_, 1);
+        window_ += side_;
+    }
+
+    // How much the part of the window from a column on differs from its mean: the sum of squares.
+    double spread(int32_t column) const
+    {
+        int32_t sum = 0;
+        int32_t square = 0;
+        for (int32_t x = column; x < column + kSearchSide; ++x) {
+            sum += sums_[x];
+            square += squares_[x];
+        }
+        return square - static_cast<double>(sum) * sum / kSearchPixels;
+    }
+
+    const int16_t* window() const { return window_; }
+
+private:
+    void add_row(const int16_t* row, int32_t sign)
+    {
+        for (int32_t x = 0; x < side_; ++x) {
+            sums_[x] += sign * row[x];
+            squares_[x] += sign * row[x] * row[x];
         }
     }
-    const double spread = window_square - static_cast<double>(sum) * sum / kSearchPixels;
+
+    const int16_t* window_;
+    int32_t side_;
+    int32_t sums_[kWindowSide] = {};
+    int32_t squares_[kWindowSide] = {};
+};
+
+// Correlation of the template with the part of the window whose top left corner is given.
+double _correlation(const int16_t* patch, int32_t square, const int16_t* window, int32_t side, double spread)
+{
+    int16_t part[kSearchPixels];
+    for (int32_t y = 0; y < kSearchSide; ++y)
+        std::copy_n(window + y * side, kSearchSide, part + y * kSearchSide);
+    const int32_t product = kernels::active()->match.dot_product(patch, part, kSearchPixels);
     if (product <= 0 || spread <= 0.0)
         return 0.0;
     return product / std::sqrt(spread * square);
@@ -246,9 +286,12 @@ double search_patch(PatchTask* task, int32_t reach)
     double best = -1.0;
     int32_t best_right = 0;
     int32_t best_down = 0;
+    ColumnSums sums(window, side);
     for (int32_t down = 0; down <= 2 * reach; ++down) {
+        if (down > 0)
+            sums.advance();
         for (int32_t right = 0; right <= 2 * reach; ++right) {
-            const double value = _correlation(patch, square, window + down * side + right, side);
+            const double value = _correlation(patch, square, sums.window() + right, side, sums.spread(right));
             if (value > best) {
                 best = value;
                 best_right = right - reach;

@@ -14,6 +14,9 @@ namespace
 // No level is smaller than this to a side: there is nothing left to compare.
 constexpr int32_t kLeastSide = 8;
 
+constexpr int32_t kLongestSmall = 512;  // side of the small level: finer seams were not seen to be better ...
+constexpr int32_t kLeastSmall = 2;      // ... and nothing finer than 4 pixels hides under a feather
+
 int32_t _count_levels(int32_t width, int32_t height)
 {
     int32_t count = 1;
@@ -26,60 +29,98 @@ int32_t _count_levels(int32_t width, int32_t height)
 int32_t _lay_out(const PanoImg* kept, Pyramid* pyramid)
 {
     pyramid->count = _count_levels(kept->width, kept->height);
-    pyramid->levels[0] = {kept->data, kept->stride, kept->width, kept->height};
     int64_t bytes = 0;
-    for (int32_t i = 1; i < pyramid->count; ++i)
-        bytes += int64_t{kept->width >> i} * (kept->height >> i);
-    pyramid->block = make_unfilled_buffer<uint8_t>(bytes);
-    if (!pyramid->block)
-        return kPanoNoMemory;
-    uint8_t* data = pyramid->block.get();
-    for (int32_t i = 1; i < pyramid->count; ++i) {
+    for (int32_t i = 0; i < pyramid->count; ++i) {
         const int32_t width = kept->width >> i;
         const int32_t height = kept->height >> i;
-        pyramid->levels[i] = {data, width, width, height};
-        data += int64_t{width} * height;
+        pyramid->levels[i] = {nullptr, width, width, height};
+        bytes += i > 0 ? int64_t{width} * height : 0;
+    }
+    pyramid->small =
+        std::min(std::max(level_within(*pyramid, kLongestSmall), kLeastSmall), pyramid->count - 1);
+    GrayView* pairs = &pyramid->small_pairs;
+    *pairs = {nullptr, 0, kept->width / 2 >> pyramid->small, kept->height / 2 >> pyramid->small};
+    pairs->stride = 2 * ptrdiff_t{pairs->width};
+    pyramid->block = make_unfilled_buffer<uint8_t>(bytes + int64_t{pairs->stride} * pairs->height);
+    if (!pyramid->block)
+        return kPanoNoMemory;
+    pyramid->levels[0].data = kept->data;
+    pyramid->levels[0].stride = kept->stride;
+    pairs->data = pyramid->block.get();
+    const uint8_t* data = pairs->row(pairs->height);
+    for (int32_t i = 1; i < pyramid->count; ++i) {
+        pyramid->levels[i].data = data;
+        data = pyramid->levels[i].row(pyramid->levels[i].height);
     }
     return kPanoSuccess;
 }
 
-// The rows of the pyramid's block are the pyramid's to write.
-uint8_t* _row_to_fill(const Pyramid* pyramid, int32_t level, int32_t y)
+// Fills a pyramid while the rows of its picture are at hand.
+class PyramidFiller
 {
-    const GrayView& view = pyramid->levels[level];
-    return pyramid->block.get() + (view.data - pyramid->levels[1].data) + y * view.stride;
-}
-
-void _halve_row(const Pyramid* pyramid, int32_t level, int32_t y)
-{
-    const GrayView& finer = pyramid->levels[level - 1];
-    kernels::active()->resample.half_gray_row(_row_to_fill(pyramid, level, y), finer.row(2 * y),
-                                              finer.row(2 * y + 1), pyramid->levels[level].width);
-}
-
-// Row `y` of level 1 is due; whatever rows of the coarser levels it completes follow while it is at hand.
-void _halve_rows_at(const Pyramid* pyramid, int32_t y)
-{
-    for (int32_t level = 1; level < pyramid->count; ++level) {
-        if (y >= pyramid->levels[level].height)
-            return;
-        _halve_row(pyramid, level, y);
-        if (y % 2 == 0)
-            return;
-        y /= 2;
+public:
+    int32_t init(const PanoImg* kept, Pyramid* pyramid)
+    {
+        kept_ = kept;
+        pyramid_ = pyramid;
+        PANO_FORWARD(_lay_out(kept, pyramid));
+        waiting_ = make_unfilled_buffer<uint8_t>(2 * int64_t{kept->width});
+        return waiting_ ? kPanoSuccess : kPanoNoMemory;
     }
-}
 
-// The pyramid may be null.
-void _copy(const PanoImg* picture, PanoImg* kept, const Pyramid* pyramid)
+    // Row `y` of the picture's luma is there: so are all the rows of coarser levels that it completes.
+    void add_luma_row(int32_t y) const
+    {
+        for (int32_t level = 1; level < pyramid_->count && y % 2 != 0; ++level) {
+            const GrayView &finer = pyramid_->levels[level - 1], &view = pyramid_->levels[level];
+            y /= 2;
+            table_->half_gray_row(to_fill(view, y), finer.row(2 * y), finer.row(2 * y + 1), view.width);
+        }
+    }
+
+    // The same for chroma, of which the small level alone is kept: of each level between, two rows wait for each other.
+    void add_chroma_row(int32_t y) const
+    {
+        const uint8_t *lower = pano_chroma_row(kept_, y), *upper = lower - kept_->stride;
+        uint8_t* waiting = waiting_.get();
+        for (int32_t level = 1; level <= pyramid_->small && y % 2 != 0; ++level) {
+            const int32_t pairs = kept_->width / 2 >> level;
+            y /= 2;
+            const bool is_last = level == pyramid_->small;
+            table_->half_pairs_row(is_last ? to_fill(pyramid_->small_pairs, y) : waiting + y % 2 * 2 * pairs,
+                                   upper, lower, pairs);
+            upper = waiting;
+            lower = waiting + 2 * ptrdiff_t{pairs};
+            waiting += 4 * ptrdiff_t{pairs};
+        }
+    }
+
+private:
+    // The rows of the pyramid's block are the pyramid's to write.
+    uint8_t* to_fill(const GrayView& view, int32_t y) const
+    {
+        return pyramid_->block.get() + (view.row(y) - pyramid_->small_pairs.data);
+    }
+
+    const PanoImg* kept_ = nullptr;
+    const Pyramid* pyramid_ = nullptr;
+    const kernels::ResampleKernels* table_ = &kernels::active()->resample;
+    Buffer<uint8_t> waiting_;
+};
+
+// The filler may be null.
+void _copy(const PanoImg* picture, const PanoImg* kept, const PyramidFiller* filler)
 {
     for (int32_t y = 0; y < kept->height; ++y) {
         std::copy_n(pano_row(picture, y), kept->width, pano_row(kept, y));
-        if (y % 2 != 0 && pyramid != nullptr && pyramid->count > 1)
-            _halve_rows_at(pyramid, y / 2);
+        if (filler != nullptr)
+            filler->add_luma_row(y);
     }
-    for (int32_t y = 0; y < kept->height / 2; ++y)
+    for (int32_t y = 0; y < kept->height / 2; ++y) {
         std::copy_n(pano_chroma_row(picture, y), kept->width, pano_chroma_row(kept, y));
+        if (filler != nullptr)
+            filler->add_chroma_row(y);
+    }
 }
 
 int32_t _turn(const PanoImg* picture, PanoImg* kept)
@@ -92,9 +133,12 @@ int32_t _turn(const PanoImg* picture, PanoImg* kept)
 
 int32_t build_pyramid(const PanoImg* kept, Pyramid* pyramid)
 {
-    PANO_FORWARD(_lay_out(kept, pyramid));
-    for (int32_t y = 0; pyramid->count > 1 && y < pyramid->levels[1].height; ++y)
-        _halve_rows_at(pyramid, y);
+    PyramidFiller filler;
+    PANO_FORWARD(filler.init(kept, pyramid));
+    for (int32_t y = 0; y < kept->height; ++y)
+        filler.add_luma_row(y);
+    for (int32_t y = 0; y < kept->height / 2; ++y)
+        filler.add_chroma_row(y);
     return kPanoSuccess;
 }
 
@@ -117,8 +161,9 @@ int32_t keep_picture(const PanoImg* picture, bool turn, PanoImg* kept, Pyramid* 
         PANO_FORWARD(_turn(copy, kept));
         return build_pyramid(kept, pyramid);
     }
-    PANO_FORWARD(_lay_out(kept, pyramid));
-    _copy(picture, kept, pyramid);
+    PyramidFiller filler;
+    PANO_FORWARD(filler.init(kept, pyramid));
+    _copy(picture, kept, &filler);
     return kPanoSuccess;
 }
 

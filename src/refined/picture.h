@@ -1,4 +1,4 @@
-// A picture of the sweep as the refined quality keeps it: NV12 with the sweep along x, and its pyramid of luma.
+// A picture of the sweep as the refined quality keeps it: NV12 with the sweep along x, and its pyramid.
 #ifndef REFINED_PICTURE_H
 #define REFINED_PICTURE_H
 
@@ -28,6 +28,10 @@ constexpr int32_t kMaxLevels = 16;
 struct Pyramid {
     GrayView levels[kMaxLevels];
     int32_t count;
+    // The level that brightness, seams and slow transitions are found on: 2 or more, unless a picture is smaller than 32 to
+    // a side. And its chroma, rounded means of 2 x 2 pairs at each halving; its width is counted in pairs.
+    int32_t small;
+    GrayView small_pairs;
     Buffer<uint8_t> block;  // of all levels but the first
 };
 

@@ -44,11 +44,13 @@ void _cost_row(uint8_t* costs, uint8_t* forbidden, const Layer& a, const Layer& 
     const int32_t end = std::min(region.end, std::min(a.first + a.columns, b.first + b.columns) - reach);
     std::fill_n(costs, region.width(), uint8_t{0});
     std::fill_n(forbidden, region.width(), kForbidden);
+    int32_t off_colour = 0;
     for (int32_t x = begin; x < end; ++x) {
         const int32_t even = x & ~1;
-        const int32_t difference = abs(pair.luma_a[x] - pair.luma_b[x]) +
-                                   abs(pair.chroma_a[even] - pair.chroma_b[even]) +
-                                   abs(pair.chroma_a[even + 1] - pair.chroma_b[even + 1]);
+        if (x == even || x == begin)
+            off_colour = abs(pair.chroma_a[even] - pair.chroma_b[even]) +
+                         abs(pair.chroma_a[even + 1] - pair.chroma_b[even + 1]);
+        const int32_t difference = abs(pair.luma_a[x] - pair.luma_b[x]) + off_colour;
         const uint8_t both = pair.shown_a[x - reach] & pair.shown_a[x + reach] & pair.shown_b[x - reach] &
                              pair.shown_b[x + reach];
         const int32_t comparable = pair.shown_a[x] & pair.shown_b[x];
@@ -58,21 +60,36 @@ void _cost_row(uint8_t* costs, uint8_t* forbidden, const Layer& a, const Layer& 
     }
 }
 
-// The mean of 3 x 3 costs, of rows that may be the same; and a pull to the middle between the two pictures, which decides
-// where nothing else does.
-void _spread_row(uint8_t* dst, const uint8_t* const rows[3], const uint8_t* forbidden, int32_t width)
+// What a place costs for being off the middle between the two pictures, which decides where nothing else does: where a
+// seam may be, and where it should not.
+struct Pull {
+    uint8_t allowed;
+    uint8_t forbidden;
+};
+
+void _make_pulls(Pull* pulls, int32_t width)
 {
     constexpr int32_t kPull = 6, kForbiddenPull = 63, kPullBits = 16;  // at the ends
     const int64_t one = (int64_t{1} << kPullBits) / (int64_t{width} * width);
-    const auto sum = [&](int32_t x) { return rows[0][x] + rows[1][x] + rows[2][x]; };
-    int32_t before = sum(0), here = before;
     for (int32_t x = 0; x < width; ++x) {
-        const int32_t next = x + 1 < width ? sum(x + 1) : here;
         const int64_t off = 2 * x + 1 - width, share = off * off * one;
-        const int32_t cost = std::min<int32_t>(
-            kDearest, (before + here + next) / 9 + static_cast<int32_t>(share * kPull >> kPullBits));
-        const int32_t worse = kDearest + 1 + static_cast<int32_t>(share * kForbiddenPull >> kPullBits);
-        dst[x] = static_cast<uint8_t>(forbidden[x] == 0 ? cost : worse);
+        pulls[x] = {static_cast<uint8_t>(share * kPull >> kPullBits),
+                    static_cast<uint8_t>(kDearest + 1 + (share * kForbiddenPull >> kPullBits))};
+    }
+}
+
+// The mean of 3 x 3 costs, of rows that may be the same, and the pull.
+void _spread_row(uint8_t* dst, const uint8_t* const rows[3], const uint8_t* forbidden, const Pull* pulls,
+                 int32_t width)
+{
+    const uint8_t *above = rows[0], *row = rows[1], *below = rows[2];
+    int32_t before = above[0] + row[0] + below[0], here = before;
+    for (int32_t x = 0; x < width; ++x) {
+        const int32_t ahead = std::min(x + 1, width - 1);
+        const int32_t next = above[ahead] + row[ahead] + below[ahead];
+        const int32_t mean = static_cast<int32_t>(static_cast<uint32_t>(before + here + next) / 9);
+        const int32_t cost = std::min(kDearest, mean + pulls[x].allowed);
+        dst[x] = forbidden[x] == 0 ? static_cast<uint8_t>(cost) : pulls[x].forbidden;
         before = here;
         here = next;
     }
@@ -81,6 +98,7 @@ void _spread_row(uint8_t* dst, const uint8_t* const rows[3], const uint8_t* forb
 // Buffers of one seam.
 struct Work {
     Buffer<uint8_t> costs, forbidden, spread, zeros;
+    Buffer<Pull> pulls;
     core::SeamWorkspace paths;
 };
 
@@ -91,9 +109,11 @@ PanoResult _make_work(int32_t width, int32_t rows, Work* work)
     work->forbidden = make_unfilled_buffer<uint8_t>(points);
     work->spread = make_unfilled_buffer<uint8_t>(width);
     work->zeros = make_buffer<uint8_t>(width);
+    work->pulls = make_unfilled_buffer<Pull>(width);
     work->paths = core::make_seam_workspace(core::seam_workspace_size(width, rows));
-    return work->costs && work->forbidden && work->spread && work->zeros && work->paths ? kPanoSuccess
-                                                                                        : kPanoNoMemory;
+    return work->costs && work->forbidden && work->spread && work->zeros && work->pulls && work->paths
+               ? kPanoSuccess
+               : kPanoNoMemory;
 }
 
 // Where a seam may run: between the middles of its pictures and half as far again beyond both.
@@ -125,12 +145,13 @@ PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, 
         if (cancel.asked())
             return kPanoCancelled;
     }
+    _make_pulls(work.pulls.get(), width);
     core::SeamPaths paths(work.paths.get(), width);
     for (int32_t y = 0; y < rows; ++y) {
         const uint8_t* around[] = {costs + int64_t{std::max(y - 1, 0)} * width, costs + int64_t{y} * width,
                                    costs + int64_t{std::min(y + 1, last)} * width};
         const uint8_t* forbidden = work.forbidden.get() + int64_t{y} * width;
-        _spread_row(work.spread.get(), around, forbidden, width);
+        _spread_row(work.spread.get(), around, forbidden, work.pulls.get(), width);
         paths.add_row(work.spread.get(), work.zeros.get(), work.zeros.get());
     }
     paths.trace(columns);

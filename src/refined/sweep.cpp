@@ -178,6 +178,7 @@ int32_t Sweep::draw_cameras(const Cancel& cancel, PanoImg* drawn)
     DrawPicture pictures[kMaxPictures] = {};
     for (int32_t i = 0; i < pictures_; ++i) {
         pictures[i].picture = sights_[i].picture.get();
+        pictures[i].pyramid = &sights_[i].pyramid;
         pictures[i].camera = &cameras_[i];
     }
     PANO_FORWARD(draw({pictures, pictures_, cancel}, drawn, &drawn_));

@@ -34,6 +34,7 @@ struct Warp {
     Buffer<Heading> headings;
     Buffer<uint8_t> line;  // what one picture shows of a row, in whole blocks
     NodeRows nodes[kMaxPictures];
+    ShiftRows shifts[kMaxPictures];
     int32_t feather;
 };
 
@@ -111,7 +112,7 @@ void _draw_luma(Warp* warp, int32_t picture, int32_t row)
     const PanoImg* source = warp->layers.at[picture].source->picture;
     NodeRows& nodes = warp->nodes[picture];
     nodes.interpolate(2 * (row % kNodeRows), 0, range);
-    shifts_of_row(nodes.shift(0), warp->corrections, picture, 0, row, range.first, range.end);
+    warp->shifts[picture].fill(nodes.shift(0), warp->corrections, 0, row, range);
     const kernels::DrawPlane plane = {pano_row(source, 0), source->stride, source->width, source->height};
     uint8_t* line = warp->line.get();
     warp->table->draw.luma_row(line + range.first * kernels::kDrawBlock, plane, nodes.at(range.first),
@@ -130,8 +131,7 @@ void _draw_chroma(Warp* warp, int32_t picture, int32_t row)
     NodeRows& nodes = warp->nodes[picture];
     nodes.interpolate(2 * (row % kNodeRows) + 1, 0, range);
     for (int32_t channel = 0; channel < 2; ++channel)
-        shifts_of_row(nodes.shift(channel), warp->corrections, picture, channel + 1, row, range.first,
-                      range.end);
+        warp->shifts[picture].fill(nodes.shift(channel), warp->corrections, channel + 1, row, range);
     const kernels::DrawPlane plane = {pano_chroma_row(source, 0), source->stride, source->width / 2,
                                       source->height / 2};
     uint8_t* line = warp->line.get();
@@ -150,8 +150,10 @@ PanoResult _make_buffers(Warp* warp)
     warp->line = make_buffer<uint8_t>(int64_t{nodes} * kernels::kDrawBlock);
     if (!warp->headings || !warp->line)
         return kPanoNoMemory;
-    for (int32_t i = 0; i < warp->layers.count; ++i)
+    for (int32_t i = 0; i < warp->layers.count; ++i) {
         PANO_FORWARD(warp->nodes[i].init(nodes));
+        PANO_FORWARD(warp->shifts[i].init(nodes));
+    }
     return kPanoSuccess;
 }
 
@@ -170,6 +172,7 @@ PanoResult warp_panorama(const Cancel& cancel, const Layers& layers, const Seams
                  nullptr,
                  nullptr,
                  {},
+                 {},
                  feather_width(layers.frame)};
     PANO_FORWARD(_make_buffers(&warp));
     _advance(&warp, 0);
@@ -177,6 +180,9 @@ PanoResult warp_panorama(const Cancel& cancel, const Layers& layers, const Seams
         if (row % kNodeRows == 0)
             _advance(&warp, row + kNodeRows);
         for (int32_t i = 0; i < layers.count; ++i) {
+            if (warp.shifts[i].needs(corrections, row))
+                warp.shifts[i].prepare(corrections, i, row,
+                                       _nodes_of_rows(warp, i, row, row + (2 << corrections.step_bits)));
             _draw_luma(&warp, i, row);
             if (row % 2 == 0)
                 _draw_chroma(&warp, i, row);

@@ -392,6 +392,8 @@ TEST(KernelCheck, Resampling)
         }
         Guarded top = c.bytes(2 * n), bottom = c.bytes(2 * n), luma = c.bytes(std::max(2 * n - 1, 0));
         c.check(KERNEL(resample, half_gray_row), n, top.data(), bottom.data(), n);
+        Guarded upper = c.bytes(4 * n), lower = c.bytes(4 * n);
+        c.check(KERNEL(resample, half_pairs_row), 2 * n, upper.data(), lower.data(), n);
         c.check(KERNEL(resample, yuyv_luma_row), n, luma.data(), n);
     });
 }

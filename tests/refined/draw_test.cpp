@@ -96,28 +96,11 @@ TEST(Draw, OrderDoesNotMatterAndUnusedPicturesAreLeftOut)
     Camera unused = sweep.cameras[2];
     unused.used = false;
     unused.focal = 0;
-    sweep.pictures.insert(sweep.pictures.begin() + 2, {&other, nullptr, 0, &unused});
+    sweep.pictures.insert(sweep.pictures.begin() + 2, {&other, &sweep.pyramids[0], &unused});
     const Drawn with_another(sweep);
     ASSERT_EQ(with_another.result, kPanoSuccess);
     EXPECT_EQ(with_another.bytes(), kept);
     EXPECT_EQ(with_another.report.gain[2], 1.0F);
-}
-
-TEST(Draw, ReducedPicturesMayBeHandedOver)
-{
-    Sweep sweep = usual_sweep();
-    Sweep halves;
-    halves.width = sweep.width / 2;
-    halves.height = sweep.height / 2;
-    halves.focal = sweep.focal / 2;
-    for (int32_t i = -2; i <= 2; ++i)
-        halves.add(14 * i, 1.5 * (i % 2), 2 - i);
-    halves.take();
-    for (size_t i = 0; i < sweep.pictures.size(); ++i) {
-        sweep.pictures[i].reduced = &halves.images[i];
-        sweep.pictures[i].reduced_bits = 1;
-    }
-    expect_shows(Drawn(sweep), 1, 0.9, 5);
 }
 
 TEST(Draw, EvensOutExposureAndFalloff)

@@ -36,6 +36,7 @@ struct Sweep {
 
     std::vector<std::vector<uint8_t>> pixels;
     std::vector<PanoImg> images;
+    std::vector<ozr::refined::Pyramid> pyramids;
     std::vector<ozr::refined::Camera> cameras;
     std::vector<ozr::refined::DrawPicture> pictures;
 
@@ -96,8 +97,12 @@ struct Sweep {
         pictures.clear();
         for (std::vector<uint8_t>& p : pixels)
             images.push_back({kPanoNv12, width, height, stride, static_cast<int32_t>(p.size()), 0, p.data()});
-        for (size_t i = 0; i < images.size(); ++i)
-            pictures.push_back({&images[i], nullptr, 0, &cameras[i]});
+        pyramids.clear();
+        pyramids.resize(images.size());
+        for (size_t i = 0; i < images.size(); ++i) {
+            ozr::refined::build_pyramid(&images[i], &pyramids[i]);
+            pictures.push_back({&images[i], &pyramids[i], &cameras[i]});
+        }
     }
 
     ozr::refined::DrawInput input(const ozr::SharedWord<uint8_t>* cancel = nullptr) const

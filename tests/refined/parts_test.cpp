@@ -5,7 +5,7 @@
 
 #include "refined/crop.h"
 #include "refined/elementary.h"
-#include "refined/reduce.h"
+#include "refined/picture.h"
 #include "refined/view.h"
 #include "support/random.h"
 
@@ -112,29 +112,62 @@ TEST(Crop, IsTheLargestCoveredRectangle)
     }
 }
 
-TEST(Reduce, TakesMeansOfBlocks)
+// The mean of 2 x 2 elements of `bytes` interleaved bytes, plus `rounding` quarters.
+std::vector<uint8_t> halved(const std::vector<uint8_t>& from, int32_t stride, int32_t width, int32_t height,
+                            int32_t bytes, int32_t rounding)
+{
+    std::vector<uint8_t> half;
+    for (int32_t y = 0; y < height / 2; ++y) {
+        for (int32_t x = 0; x < width / 2 * bytes; ++x) {
+            const auto at = [&](int32_t i, int32_t j) {
+                return from[static_cast<size_t>((2 * y + j) * stride + (x / bytes * 2 + i) * bytes +
+                                                x % bytes)];
+            };
+            half.push_back(static_cast<uint8_t>((at(0, 0) + at(1, 0) + at(0, 1) + at(1, 1) + rounding) / 4));
+        }
+    }
+    return half;
+}
+
+// Turned or not, of odd sizes: the picture's own rows are kept, and everything coarser is made of them.
+TEST(Pyramid, HalvesLumaAndChroma)
 {
     Random random(4);
-    for (int32_t bits = 0; bits <= 3; ++bits) {
-        constexpr int32_t kWidth = 70, kHeight = 54, kStride = 75;
-        std::vector<uint8_t> pixels(size_t{kStride} * kHeight / 2 * 3);
-        for (uint8_t& pixel : pixels)
-            pixel = random.byte();
-        const PanoImg picture = {
-            kPanoNv12, kWidth, kHeight, kStride, static_cast<int32_t>(pixels.size()), 0, pixels.data()};
-        const Buffer<uint8_t> small = reduce_picture(picture, bits, {nullptr});
-        ASSERT_TRUE(small);
-        const int32_t side = 1 << bits, width = (kWidth >> bits) & ~1, height = (kHeight >> bits) & ~1;
-        for (int32_t y = 0; y < height / 2 * 3; ++y) {
-            const bool luma = y < height;
-            const int32_t bytes = luma ? 1 : 2, first = luma ? y * side : kHeight + (y - height) * side;
-            for (int32_t x = 0; x < width; ++x) {
-                int32_t sum = side * side / 2;
-                for (int32_t i = 0; i < side * side; ++i)
-                    sum += pixels[static_cast<size_t>((first + i / side) * kStride +
-                                                      (x / bytes * side + i % side) * bytes + x % bytes)];
-                ASSERT_EQ(small.get()[y * width + x], sum / (side * side)) << bits << " " << x << " " << y;
+    for (const auto& [width, height, small] :
+         {std::tuple{71, 55, 2}, {66, 40, 2}, {2101, 35, 2}, {2200, 130, 3}}) {
+        for (const bool turn : {false, true}) {
+            SCOPED_TRACE(testing::Message() << width << " x " << height << (turn ? ", turned" : ""));
+            const int32_t stride = width + 5;
+            std::vector<uint8_t> pixels(static_cast<size_t>(stride * (height + height / 2 + 1)));
+            for (uint8_t& pixel : pixels)
+                pixel = random.byte();
+            const PanoImg picture = {
+                kPanoNv12, width, height, stride, static_cast<int32_t>(pixels.size()), 0, pixels.data()};
+            PanoImgOwner kept;
+            Pyramid pyramid;
+            ASSERT_EQ(keep_picture(&picture, turn, kept.get(), &pyramid), kPanoSuccess);
+            const int32_t w = kept->width, h = kept->height;
+            ASSERT_EQ(w, (turn ? height : width) & ~1);
+            for (int32_t i = 0; i < w * h; ++i) {
+                const int32_t x = turn ? i / w : i % w, y = turn ? (height & ~1) - 1 - i % w : i / w;
+                ASSERT_EQ(*(pano_row(kept.get(), i / w) + i % w),
+                          pixels[static_cast<size_t>(y * stride + x)]);
             }
+            const auto rows = [](const uint8_t* data, int64_t bytes) {
+                return std::vector<uint8_t>(data, data + bytes);
+            };
+            std::vector<uint8_t> level = rows(kept->data, int64_t{kept->stride} * h);
+            for (int32_t l = 1, pitch = kept->stride; l < pyramid.count; pitch = w >> l, ++l) {
+                level = halved(level, pitch, w >> (l - 1), h >> (l - 1), 1, 0);
+                const GrayView& view = pyramid.levels[l];
+                ASSERT_EQ(level, rows(view.data, int64_t{view.width} * view.height)) << l;
+            }
+            ASSERT_EQ(pyramid.small, small);
+            std::vector<uint8_t> pairs = rows(pano_chroma_row(kept.get(), 0), int64_t{kept->stride} * h / 2);
+            for (int32_t l = 1, pitch = kept->stride; l <= small; pitch = w / 2 >> l << 1, ++l)
+                pairs = halved(pairs, pitch, w / 2 >> (l - 1), h / 2 >> (l - 1), 2, 2);
+            const GrayView& chroma = pyramid.small_pairs;
+            EXPECT_EQ(pairs, rows(chroma.data, 2 * int64_t{chroma.width} * chroma.height));
         }
     }
 }

@@ -2,9 +2,9 @@
 #include <arm_neon.h>
 #include <stddef.h>
 
+#include "kernels/arm/draw_blocks.h"
 #include "kernels/arm/vectors_neon.h"
 #include "kernels/draw.h"
-#include "kernels/draw_blocks.h"
 
 namespace ozr::kernels::neon
 {
@@ -60,30 +60,21 @@ void _store_finished(uint8_t* dst, int16x8_t sample, int16x8_t gain, int16x8_t s
 
 // --- Luma ---
 
-struct Weights {
-    int16x8_t at[4];
-};
-
 // The 7 bits below the point of places, as Q15.
 int16x8_t _part(int16x8_t places)
 {
     return vshlq_n_s16(vandq_s16(places, vdupq_n_s16(127 << 3)), 5);
 }
 
-// Q14. Sums on the way leave signed words, but not unsigned ones.
-Weights _column_weights(int16x8_t t)
+// The 16ths of places of luma, which weights are tabulated for.
+uint8x8_t _sixteenths(int16x8_t places)
 {
-    const int16x8_t t2 = _product(t, t);
-    const int16x8_t t3 = _product(t2, t);
-    const int16x8_t down = vsubq_s16(t2, t3);  // none negative
-    const int16x8_t up = vsubq_s16(t, t2);     // likewise
-    Weights w;
-    w.at[0] = vshrq_n_s16(vsubq_s16(down, up), 2);
-    const uint16x8_t third = vreinterpretq_u16_s16(vaddq_s16(vmlaq_n_s16(t, t2, 4), vmulq_n_s16(t3, -3)));
-    w.at[2] = vreinterpretq_s16_u16(vshrq_n_u16(third, 2));  // up to 2 in Q15, without a sign
-    w.at[3] = vshrq_n_s16(vnegq_s16(down), 2);
-    w.at[1] = vsubq_s16(vsubq_s16(vdupq_n_s16(1 << 14), w.at[0]), vaddq_s16(w.at[2], w.at[3]));
-    return w;
+    return vmovn_u16(vreinterpretq_u16_s16(vandq_s16(vshrq_n_s16(places, 6), vdupq_n_s16(15))));
+}
+
+uint8x16_t _cubic(int32_t tap)
+{
+    return vreinterpretq_u8_s8(vld1q_s8(kDrawCubic[tap]));
 }
 
 // The magnitudes of the row weights: of the outer taps, which are none positive, and of the inner ones, none negative.
@@ -92,19 +83,19 @@ struct RowWeights {
     uint8x16_t inner;
 };
 
-OZR_INLINED RowWeights _row_weights(int16x8_t t)
+OZR_INLINED RowWeights _row_weights(uint8x8_t sixteenths)
 {
-    const Weights w = _column_weights(t);
-    const int16x8_t most = vdupq_n_s16(127);
-    const int16x8_t w0 = vrshrq_n_s16(w.at[0], 7), w3 = vrshrq_n_s16(w.at[3], 7);
-    const int16x8_t w1 = vminq_s16(vrshrq_n_s16(w.at[1], 7), most);
-    const int16x8_t w2 = vsubq_s16(vsubq_s16(vdupq_n_s16(128), w0), vaddq_s16(w1, w3));
-    const int16x8_t excess = vqsubq_s16(w2, most);
-    const int16x8_t more = vmaxq_s16(excess, vdupq_n_s16(0));
-    const auto bytes = [](int16x8_t left, int16x8_t right) {
-        return vreinterpretq_u8_s8(vcombine_s8(vmovn_s16(left), vmovn_s16(right)));
+    const auto weights = [&](int32_t left, int32_t right) OZR_INLINED_STEP {
+        return vcombine_u8(looked_up(_cubic(left), sixteenths), looked_up(_cubic(right), sixteenths));
     };
-    return {bytes(vnegq_s16(w0), vnegq_s16(w3)), bytes(vaddq_s16(w1, more), vsubq_s16(w2, more))};
+    const int8x16_t outer = vreinterpretq_s8_u8(weights(0, 3));
+    return {vreinterpretq_u8_s8(vnegq_s8(outer)), weights(1, 2)};
+}
+
+// A column weight as Q15.
+OZR_INLINED int16x8_t _column_weight(int32_t tap, uint8x8_t sixteenths)
+{
+    return vshll_n_s8(vreinterpret_s8_u8(looked_up(_cubic(tap), sixteenths)), 8);
 }
 
 // What all rows of a block have in common: where their taps are, and their weights.
@@ -119,7 +110,7 @@ OZR_INLINED Taps _taps(int16x8_t x)
     const uint8x8_t column = vshrn_n_u16(vreinterpretq_u16_s16(vshrq_n_s16(x, 2)), kDrawPlaceBits - 2);
     const uint8x16_t columns = vcombine_u8(column, column);
     return {vaddq_u8(columns, vcombine_u8(vdup_n_u8(0), vdup_n_u8(3))),
-            vaddq_u8(columns, vcombine_u8(vdup_n_u8(1), vdup_n_u8(2))), _row_weights(_part(x))};
+            vaddq_u8(columns, vcombine_u8(vdup_n_u8(1), vdup_n_u8(2))), _row_weights(_sixteenths(x))};
 }
 
 // A source row under the row weights. Neither half of the sum leaves 16 bits; the sum is limited.
@@ -145,10 +136,10 @@ OZR_INLINED int16x8_t _luma_samples(const uint8_t* src, int64_t stride, const Ta
         src += static_cast<ptrdiff_t>(stride);
     });
     _pick_rows<kTaps, kTurn>(rows, vshrq_n_s16(y, kDrawPlaceBits));
-    const Weights down = _column_weights(_part(y));
-    const int16x8_t upper = vaddq_s16(_product(rows[0], down.at[0]), _product(rows[1], down.at[1]));
-    const int16x8_t lower = vaddq_s16(_product(rows[2], down.at[2]), _product(rows[3], down.at[3]));
-    return vaddq_s16(upper, lower);
+    const uint8x8_t sixteenths = _sixteenths(y);
+    const auto part = [&](int32_t i)
+                          OZR_INLINED_STEP { return _product(rows[i], _column_weight(i, sixteenths)); };
+    return vqaddq_s16(vqaddq_s16(part(1), vaddq_s16(part(0), part(3))), part(2));
 }
 
 OZR_INLINED int16x8_t _luma_samples(const LumaBlocks::Starts& starts, int64_t stride, int16x8_t x,
@@ -185,7 +176,7 @@ OZR_INLINED int16x8_t _chroma_samples(const uint8_t* src, int64_t stride, int16x
     });
     _pick_rows<kTaps, kTurn>(rows, vshrq_n_s16(y, kDrawPlaceBits));
     const int16x8_t change = _product(vsubq_s16(rows[1], rows[0]), _part(y));
-    return vsubq_s16(vaddq_s16(rows[0], change), vdupq_n_s16(128 * 64));
+    return vshlq_n_s16(vsubq_s16(vaddq_s16(rows[0], change), vdupq_n_s16(128 * 64)), 1);
 }
 
 int16x8_t _chroma_samples(const ChromaBlocks::Starts& starts, int64_t stride, int16x8_t x, int16x8_t y)

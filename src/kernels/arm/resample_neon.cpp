@@ -27,6 +27,20 @@ int32_t _every_other(uint8_t* dst, const uint8_t* src, int32_t count)
     return x;
 }
 
+// Four pairs from eight of two rows.
+uint8x8_t _half_pairs(const uint8_t* top, const uint8_t* bottom)
+{
+    const auto split = [](const uint8_t* row) {
+        const uint16x8_t pairs = vreinterpretq_u16_u8(vld1q_u8(row));
+        return vuzp_u16(vget_low_u16(pairs), vget_high_u16(pairs));
+    };
+    const uint16x4x2_t upper = split(top), lower = split(bottom);
+    const auto bytes = [](uint16x4_t pairs) { return vreinterpret_u8_u16(pairs); };
+    const uint16x8_t sums = vaddq_u16(vaddl_u8(bytes(upper.val[0]), bytes(upper.val[1])),
+                                      vaddl_u8(bytes(lower.val[0]), bytes(lower.val[1])));
+    return vrshrn_n_u16(sums, 2);
+}
+
 }  // namespace
 
 void half_gray_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width)
@@ -35,6 +49,15 @@ void half_gray_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int3
     for (; x <= dst_width - kStep; x += kStep, top += 2 * kStep, bottom += 2 * kStep)
         vst1q_u8(dst + x, vcombine_u8(_half(top, bottom), _half(top + kStep, bottom + kStep)));
     scalar::half_gray_row(dst + x, top, bottom, dst_width - x);
+}
+
+void half_pairs_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t pairs)
+{
+    constexpr int32_t kPairs = 4;
+    int32_t x = 0;
+    for (; x <= pairs - kPairs; x += kPairs)
+        vst1_u8(dst + 2 * x, _half_pairs(top + 4 * x, bottom + 4 * x));
+    scalar::half_pairs_row(dst + 2 * x, top + 4 * x, bottom + 4 * x, pairs - x);
 }
 
 void yuyv_luma_row(uint8_t* dst, const uint8_t* src, int32_t dst_width)

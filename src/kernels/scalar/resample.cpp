@@ -155,4 +155,13 @@ void half_gray_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int3
     }
 }
 
+void half_pairs_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t pairs)
+{
+    for (int32_t x = 0; x < 2 * pairs; ++x) {
+        const int32_t from = 2 * x - x % 2;
+        const uint32_t sum = uint32_t{top[from]} + top[from + 2] + bottom[from] + bottom[from + 2];
+        dst[x] = static_cast<uint8_t>((sum + 2) >> 2);
+    }
+}
+
 }  // namespace ozr::kernels::scalar

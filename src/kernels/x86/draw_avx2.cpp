@@ -11,18 +11,34 @@ namespace
 struct DrawAvx2 : Avx2 {
     static Words spread(const int16_t* blocks)
     {
-        return Words(_mm256_inserti128_si256(_mm256_set1_epi16(blocks[0]), _mm_set1_epi16(blocks[1]), 1));
+        const Vector both = _mm256_broadcastd_epi32(_mm_loadu_si32(blocks));
+        return shuffled(both, halves(0x0100, 0x0302));
     }
-    static Words repeated(const int16_t* words)
+    static Words spread(const int32_t* blocks)
     {
-        return Words(_mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(words))));
+        const Vector both =
+            _mm256_broadcastq_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(blocks)));
+        return shuffled(both, halves(0x0100, 0x0504));
+    }
+    // One word for all of the first half, another for all of the second.
+    static Words halves(int16_t first, int16_t second)
+    {
+        return Words(_mm256_set_m128i(_mm_set1_epi16(second), _mm_set1_epi16(first)));
+    }
+    static Words repeated(const int16_t* words) { return Words(twice(words)); }
+    static Vector repeated(const int8_t* bytes) { return twice(bytes); }
+    static Vector twice(const void* half)
+    {
+        return _mm256_broadcastsi128_si256(_mm_loadu_si128(static_cast<const __m128i*>(half)));
     }
     static Words multiply_high(Words a, Words b) { return Words(_mm256_mulhi_epi16(Vector(a), Vector(b))); }
     static Words multiply_round(Words a, Words b) { return Words(_mm256_mulhrs_epi16(Vector(a), Vector(b))); }
     static Words multiply_add_bytes(Vector a, Words b) { return Words(_mm256_maddubs_epi16(a, Vector(b))); }
     static Words add_limited(Words a, Words b) { return Words(_mm256_adds_epi16(Vector(a), Vector(b))); }
-    static Words greater(Words a, Words b) { return Words(_mm256_max_epi16(Vector(a), Vector(b))); }
-    static Vector shuffled(Vector bytes, Words order) { return _mm256_shuffle_epi8(bytes, Vector(order)); }
+    static Words shuffled(Vector bytes, Words order)
+    {
+        return Words(_mm256_shuffle_epi8(bytes, Vector(order)));
+    }
     static Vector load_blocks(const uint8_t* const* src, int64_t offset)
     {
         const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src[0] + offset));
@@ -40,12 +56,12 @@ struct DrawAvx2 : Avx2 {
 
 void draw_luma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
 {
-    DrawLuma<DrawAvx2, DrawLumaRow*>::draw(dst, plane, nodes, blocks, ssse3::draw_luma_row);
+    DrawLuma<DrawAvx2>::draw_row(dst, plane, nodes, blocks, ssse3::draw_luma_row);
 }
 
 void draw_chroma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
 {
-    DrawChroma<DrawAvx2, DrawChromaRow*>::draw(dst, plane, nodes, blocks, ssse3::draw_chroma_row);
+    DrawChroma<DrawAvx2>::draw_row(dst, plane, nodes, blocks, ssse3::draw_chroma_row);
 }
 
 }  // namespace ozr::kernels::avx2

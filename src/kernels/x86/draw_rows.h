@@ -1,5 +1,8 @@
 // Drawing, written once for vectors of one block and of two: a block has a half of 16 bytes to itself, its pixels a word
-// each.
+// each. Where blocks begin is worked out for many of them at once; those at the edge of a picture, turned by much or
+// strongly reduced are left to the level below.
+//
+// Within a block places count from the pixel that its first tap lies on, so that they fit words.
 #ifndef OZR_DRAW_ROWS_H
 #define OZR_DRAW_ROWS_H
 
@@ -7,7 +10,7 @@
 #include <stdint.h>
 
 #include "kernels/draw.h"
-#include "kernels/draw_blocks.h"
+#include "kernels/draw_shapes.h"
 
 namespace ozr::kernels
 {
@@ -16,225 +19,333 @@ namespace ozr::kernels
 namespace
 {
 
+constexpr int32_t kMostTurn = 3;       // rows that the places of a block may lie apart
+constexpr int32_t kBlocksAtOnce = 32;  // whose starts are worked out together
+constexpr int32_t kTooMuch = 99;       // rows: the turn of a block that is not for vectors
+
+// Where blocks begin: the column and row of the first tap, the place within, and twice the way to the next node.
+struct DrawStarts {
+    int32_t column[kBlocksAtOnce], row[kBlocksAtOnce];
+    int32_t x[kBlocksAtOnce], step_x[kBlocksAtOnce], y[kBlocksAtOnce], step_y[kBlocksAtOnce];
+    int32_t turn[kBlocksAtOnce];  // rows that are read beyond the taps of one pixel ...
+    int32_t room[kBlocksAtOnce];  // ... and how many there are
+};
+
 template <class V, class Shape>
-class DrawRows : protected DrawBlocks<Shape, V::kBytes / 16>
+class DrawRows
 {
 protected:
     using Words = typename V::Words;
+    using Ints = typename V::Ints;
     using Vector = typename V::Vector;
     static constexpr int32_t kBlocks = V::kBytes / 16;
+    static constexpr int32_t kInts = V::kBytes / 4;
+    static constexpr int32_t kTaps = Shape::kTaps;
 
-    // Numbers of the blocks, each in all words of its half.
-    static Words between(const int16_t* nodes, Words steps)
-    {
-        int16_t ways[kMostBlocks];
-        for (int32_t i = 0; i < kBlocks; ++i)
-            ways[i] = static_cast<int16_t>(2 * (nodes[i + 1] - nodes[i]));
-        return V::spread(nodes) + V::multiply_high(V::spread(ways), steps);
-    }
-
-    // Words in which `later` takes the place of `earlier` where the mask is set.
+    static Ints chosen(Ints mask, Ints later, Ints earlier) { return earlier ^ (mask & (later ^ earlier)); }
     static Words chosen(Words mask, Words later, Words earlier)
     {
         return earlier ^ (mask & (later ^ earlier));
     }
 
-    static constexpr int32_t kTaps = Shape::kTaps;
+    static void store(int32_t* dst, Ints ints) { V::store(dst, Vector(ints)); }
+
+    // Starts of as many blocks as a vector has numbers, from nodes of which there is one more.
+    static void start_some(const DrawPlane& plane, const int32_t* xs, const int32_t* ys, DrawStarts* starts,
+                           int32_t first)
+    {
+        constexpr int32_t kBits = Shape::kUnitBits, kUnit = 1 << kBits, kLeast = Shape::kBefore * kUnit;
+        constexpr int32_t kLastColumn = kLoad / Shape::kPixelBytes - kTaps;
+        const int32_t most_x = ((plane.width - kTaps + 1 + Shape::kBefore) << kBits) - 1;
+        const int32_t most_y = ((plane.height - kTaps + 1 + Shape::kBefore) << kBits) - 1;
+        const Ints at_x = Ints(V::load(xs)), at_y = Ints(V::load(ys));
+        Ints step_x = Ints(V::load(xs + 1)) - at_x, step_y = Ints(V::load(ys + 1)) - at_y;
+        Ints fine = Ints(step_x >= 0) & Ints(step_x <= kMostStep) & Ints(step_y >= -kMostStep) &
+                    Ints(step_y <= kMostStep);
+        step_x &= fine;
+        step_y &= fine;
+        const Ints x = at_x - Shape::kInset, y = at_y - Shape::kInset;
+        const Ints last_x = x + ((step_x * Shape::kLast) >> 4), last_y = y + ((step_y * Shape::kLast) >> 4);
+        const Ints first_y = y + ((step_y * Shape::kFirst) >> 4);
+        const Ints rises = Ints(last_y < first_y);
+        const Ints upper = chosen(rises, last_y, first_y), lower = chosen(rises, first_y, last_y);
+        const Ints column = x >> kBits, row = upper >> kBits;
+        const Ints turn = (lower >> kBits) - row;
+        fine &= Ints(x >= kLeast) & Ints(last_x <= most_x) & Ints(upper >= kLeast) & Ints(lower <= most_y) &
+                Ints(((last_x >> kBits) - column) <= kLastColumn);
+        // Loads may reach beyond the end of a row, but not of the last one.
+        const Ints overhangs =
+            Ints((column - Shape::kBefore) * Shape::kPixelBytes > plane.width * Shape::kPixelBytes - kLoad);
+        const Ints room = (plane.height - kTaps + Shape::kBefore) - row + overhangs;
+        store(starts->column + first, column - Shape::kBefore);
+        store(starts->row + first, row - Shape::kBefore);
+        store(starts->x + first, x & (kUnit - 1));
+        store(starts->y + first, y - (row << kBits));
+        store(starts->step_x + first, step_x + step_x);
+        store(starts->step_y + first, step_y + step_y);
+        store(starts->turn + first, chosen(fine, turn, Ints{} + kTooMuch));
+        store(starts->room + first, chosen(Ints(room > kMostTurn), Ints{} + kMostTurn, room));
+    }
+
+    // At most kBlocksAtOnce. The last nodes are repeated where there are not enough for a vector.
+    static void start(const DrawPlane& plane, const int32_t* xs, const int32_t* ys, int32_t blocks,
+                      DrawStarts* starts)
+    {
+        int32_t b = 0;
+        for (; b + kInts <= blocks; b += kInts)
+            start_some(plane, xs + b, ys + b, starts, b);
+        if (b == blocks)
+            return;
+        int32_t last_xs[size_t{kInts} + 1], last_ys[size_t{kInts} + 1];
+        for (int32_t i = 0; i <= kInts; ++i) {
+            const int32_t node = b + i < blocks ? b + i : blocks;
+            last_xs[i] = xs[node];
+            last_ys[i] = ys[node];
+        }
+        start_some(plane, last_xs, last_ys, starts, b);
+    }
+
+    // The turn of the blocks of a vector; too much where they are not for vectors.
+    static int32_t turn_of(const DrawStarts& starts, int32_t b)
+    {
+        int32_t turn = starts.turn[b], room = starts.room[b];
+        for (int32_t i = 1; i < kBlocks; ++i) {
+            turn = turn < starts.turn[b + i] ? starts.turn[b + i] : turn;
+            room = room > starts.room[b + i] ? starts.room[b + i] : room;
+        }
+        return turn <= room ? turn : kTooMuch;
+    }
+
+    // Where the first rows of a vector's blocks are loaded.
+    struct Sources {
+        const uint8_t* at[2];
+        Sources(const DrawPlane& plane, const DrawStarts& starts, int32_t b)
+        {
+            for (int32_t i = 0; i < kBlocks; ++i)
+                at[i] = plane.src + starts.row[b + i] * plane.stride +
+                        ptrdiff_t{starts.column[b + i]} * Shape::kPixelBytes;
+        }
+    };
+
+    // Multiples of a way from a node to the next, in 2^-16: ways of up to a whole word need a factor of up to 2, which is
+    // the signed factor and once more the way where it exceeds 1.
+    struct Ramp {
+        Words factor;
+        Words once_more;
+    };
+    // kFirst + 2 or 4 for each pixel or pair, in 16ths.
+    static Ramp ramp()
+    {
+        int16_t factors[8], more[8];
+        for (int32_t k = 0; k < 8; ++k) {
+            const int32_t pixel = k / Shape::kPixelBytes;
+            const int32_t sixteenths = Shape::kFirst + 2 * Shape::kPixelBytes * pixel;
+            factors[k] = static_cast<int16_t>(sixteenths * 4096 - (sixteenths >= 8 ? 65536 : 0));
+            more[k] = static_cast<int16_t>(sixteenths >= 8 ? -1 : 0);
+        }
+        return {V::repeated(factors), V::repeated(more)};
+    }
+    // The same for twice the way of half a word.
+    static Words half_ramp()
+    {
+        int16_t factors[8];
+        for (int32_t k = 0; k < 8; ++k)
+            factors[k] = static_cast<int16_t>(
+                (Shape::kFirst + 2 * Shape::kPixelBytes * (k / Shape::kPixelBytes)) * 2048);
+        return V::repeated(factors);
+    }
+
+    static Words places(const int32_t* starts, const int32_t* steps, Words half_ramp)
+    {
+        return V::spread(starts) + V::multiply_high(V::spread(steps), half_ramp);
+    }
+    static Words between(const int16_t* nodes, const Ramp& ramp)
+    {
+        const Words here = V::spread(nodes), way = V::spread(nodes + 1) - here;
+        return here + V::multiply_high(way, ramp.factor) + (way & ramp.once_more);
+    }
 
     // Rows per pixel from those per block: a pixel whose place is n rows further down has its taps n rows further down.
-    template <int32_t kTurn>
+    // The compiler keeps rows in registers only where no loop counts them.
+    template <int32_t kTurn, int32_t kRow = 0>
+    static void pick_row(Words* rows, Words mask)
+    {
+        if constexpr (kRow < kTaps + kTurn - 1) {
+            rows[kRow] = chosen(mask, rows[kRow + 1], rows[kRow]);
+            pick_row<kTurn, kRow + 1>(rows, mask);
+        }
+    }
+    template <int32_t kTurn, int32_t kDone = 0>
     static void pick_rows(Words* rows, Words down)
     {
-        for (int32_t n = 1; n <= kTurn; ++n) {
-            const Words mask = Words(down > V::all_words(static_cast<int16_t>(n - 1)));
-            for (int32_t i = 0; i < kTaps + kTurn - n; ++i)
-                rows[i] = chosen(mask, rows[i + 1], rows[i]);
+        if constexpr (kDone < kTurn) {
+            pick_row<kTurn - kDone>(rows, Words(down > kDone));
+            pick_rows<kTurn, kDone + 1>(rows, down);
         }
     }
 
     static Words finished(Words sample, Words gain, Words shift)
     {
         const Words level = V::add_limited(V::multiply_round(sample, gain), shift);
-        return V::add_limited(level, V::all_words(8)) >> kDrawShiftBits;
+        return V::add_limited(level, V::all_words(1 << (kDrawShiftBits - 1))) >> kDrawShiftBits;
     }
-
-    // Numbers 0, 1 ... of the words of a block, times `factor`.
-    static Words ramp(int16_t first, int16_t factor, int32_t pixels_of_word)
-    {
-        int16_t steps[8];
-        for (int32_t k = 0; k < 8; ++k)
-            steps[k] = static_cast<int16_t>(first + factor * (k / pixels_of_word));
-        return V::repeated(steps);
-    }
-};
-
-template <class V, class Scalar>
-class DrawLuma : DrawRows<V, LumaShape>
-{
-    using Base = DrawRows<V, LumaShape>;
-    using Base::kBlocks;
-    using typename Base::Starts;
-    using typename Base::Vector;
-    using typename Base::Words;
-
-    struct Weights {
-        Words at[4];
-    };
-
-    // Q14, for places in 128ths. Sums on the way leave signed words, but not unsigned ones.
-    static Weights column_weights(Words place)
-    {
-        using Sums = typename V::WordSums;
-        const Words t = place << 8;
-        const Words t2 = V::multiply_round(t, t);
-        const Words t3 = V::multiply_round(t2, t);
-        const Sums one = Sums(t), two = Sums(t2), three = Sums(t3);
-        Weights w;
-        w.at[0] = Words(two + two - three - one) >> 2;
-        w.at[2] = Words((two * 4 - three * 3 + one) >> 2);  // up to 2 in Q15, without a sign
-        w.at[3] = (t3 - t2) >> 2;
-        w.at[1] = V::all_words(1 << 14) - w.at[0] - w.at[2] - w.at[3];
-        return w;
-    }
-
-    // Bytes in pairs: of the first two taps, and of the last two.
-    struct Pairs {
-        Words first;
-        Words last;
-    };
-    static Pairs row_weights(Words place)
-    {
-        const Weights w = column_weights(place);
-        const Words most = V::all_words(127);
-        const Words w0 = (w.at[0] + 64) >> 7, w3 = (w.at[3] + 64) >> 7;
-        Words w1 = V::lesser((w.at[1] + 64) >> 7, most);
-        Words w2 = V::all_words(128) - w0 - w1 - w3;
-        const Words excess = V::greater(w2 - most, V::all_words(0));
-        w1 += excess;
-        w2 -= excess;
-        return {(w0 & 0xFF) | (w1 << 8), (w2 & 0xFF) | (w3 << 8)};
-    }
-
-    template <int32_t kTurn>
-    static Words samples(const Starts& starts, int64_t stride, Words x, Words y)
-    {
-        const Pairs across = row_weights((x >> 3) & 127);
-        const Words column = x >> kDrawPlaceBits;
-        const Words first_taps = (column | (column << 8)) + 0x0100, last_taps = first_taps + 0x0202;
-        Words rows[size_t{4} + kTurn];
-        for (int32_t i = 0; i < 4 + kTurn; ++i) {
-            const Vector bytes = V::load_blocks(starts.src, i * stride);
-            rows[i] = V::add_limited(V::multiply_add_bytes(V::shuffled(bytes, first_taps), across.first),
-                                     V::multiply_add_bytes(V::shuffled(bytes, last_taps), across.last));
-        }
-        Base::template pick_rows<kTurn>(rows, y >> kDrawPlaceBits);
-        const Weights down = column_weights((y >> 3) & 127);
-        Words sample = V::multiply_round(rows[0], down.at[0]);
-        for (int32_t i = 1; i < 4; ++i)
-            sample += V::multiply_round(rows[i], down.at[i]);
-        return sample;
-    }
-
-public:
-    static void draw(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
-                     Scalar scalar)
-    {
-        const Words steps = Base::ramp(0, 4096, 1);
-        const typename Base::Limits limits(plane);
-        int32_t b = 0;
-        for (; b + kBlocks <= blocks; b += kBlocks) {
-            const DrawNodes here = {nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nullptr}};
-            Starts starts;
-            if (!Base::start(limits, here.x, here.y, &starts) || !Base::is_gentle(here.gain)) {
-                scalar(dst + kDrawBlock * b, plane, here, kBlocks);
-                continue;
-            }
-            const Words x = V::spread(starts.x) + V::multiply_high(V::spread(starts.step_x), steps);
-            const Words y = V::spread(starts.y) + V::multiply_high(V::spread(starts.step_y), steps);
-            Words sample;
-            switch (starts.turn) {
-            case 0:
-                sample = samples<0>(starts, limits.stride, x, y);
-                break;
-            case 1:
-                sample = samples<1>(starts, limits.stride, x, y);
-                break;
-            default:
-                sample = samples<kMostTurn>(starts, limits.stride, x, y);
-            }
-            V::store_blocks(dst + kDrawBlock * b, Base::finished(sample, Base::between(here.gain, steps),
-                                                                 Base::between(here.shift[0], steps)));
-        }
-        const DrawNodes rest = {nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nullptr}};
-        scalar(dst + kDrawBlock * b, plane, rest, blocks - b);
-    }
-};
-
-template <class V, class Scalar>
-class DrawChroma : DrawRows<V, ChromaShape>
-{
-    using Base = DrawRows<V, ChromaShape>;
-    using Base::kBlocks;
-    using typename Base::Starts;
-    using typename Base::Vector;
-    using typename Base::Words;
 
     static DrawNodes from(const DrawNodes& nodes, int32_t b)
     {
         return {nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nodes.shift[1] + b}};
     }
 
-    template <int32_t kTurn>
-    static Words samples(const Starts& starts, int64_t stride, Words x, Words y)
+    // Draws all blocks: kind.template draw<turn>(dst, sources, starts, b, nodes) those of a vector, `below` all others.
+    template <class Kind, class Below>
+    static void draw_all(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
+                         const Kind& kind, Below below)
     {
-        const Words taps = V::all_pairs(0x0200, 0x0301);  // a pair and the next one, the same byte of both
-        const Words part = (x >> 4) & 63;
-        const Words across = (V::all_words(64) - part) | (part << 8);
-        const Words column = (x >> kDrawPlaceBits) << 1;
-        const Words order = (column | (column << 8)) + taps;
-        Words rows[size_t{2} + kTurn];
-        for (int32_t i = 0; i < 2 + kTurn; ++i)
-            rows[i] =
-                V::multiply_add_bytes(V::shuffled(V::load_blocks(starts.src, i * stride), order), across);
-        Base::template pick_rows<kTurn>(rows, y >> kDrawPlaceBits);
-        const Words down = ((y >> 3) & 127) << 8;
-        return rows[0] + V::multiply_round(rows[1] - rows[0], down) - 128 * 64;
+        DrawStarts starts;
+        for (int32_t done = 0; done < blocks; done += kBlocksAtOnce) {
+            const int32_t left = blocks - done, count = left < kBlocksAtOnce ? left : kBlocksAtOnce;
+            const DrawNodes here = from(nodes, done);
+            uint8_t* out = dst + ptrdiff_t{done} * kDrawBlock;
+            start(plane, here.x, here.y, count, &starts);
+            int32_t b = 0;
+            for (; b + kBlocks <= count; b += kBlocks) {
+                switch (turn_of(starts, b)) {
+                case 0:
+                    kind.template draw<0>(out + b * kDrawBlock, plane, starts, b, from(here, b));
+                    break;
+                case 1:
+                    kind.template draw<1>(out + b * kDrawBlock, plane, starts, b, from(here, b));
+                    break;
+                case 2:
+                    kind.template draw<2>(out + b * kDrawBlock, plane, starts, b, from(here, b));
+                    break;
+                case kMostTurn:
+                    kind.template draw<kMostTurn>(out + b * kDrawBlock, plane, starts, b, from(here, b));
+                    break;
+                default:
+                    below(out + b * kDrawBlock, plane, from(here, b), kBlocks);
+                }
+            }
+            if (b < count)
+                below(out + b * kDrawBlock, plane, from(here, b), count - b);
+        }
+    }
+};
+
+template <class V>
+class DrawLuma : DrawRows<V, LumaShape>
+{
+    using Base = DrawRows<V, LumaShape>;
+    using typename Base::Vector;
+    using typename Base::Words;
+
+    Words steps = Base::half_ramp();
+    typename Base::Ramp ramp = Base::ramp();
+    Vector weights[4] = {V::repeated(kDrawCubic[0]), V::repeated(kDrawCubic[1]), V::repeated(kDrawCubic[2]),
+                         V::repeated(kDrawCubic[3])};
+
+    // Horizontal weights of a pixel, in pairs of bytes: of its first two taps, and of the last two. And which bytes these
+    // are.
+    struct Across {
+        Words first, last;
+        Words first_taps, last_taps;
+    };
+
+    Across across(Words x) const
+    {
+        constexpr int16_t kNone = INT16_MIN;  // in the upper byte: a zero comes from there
+        const Words low = ((x >> 6) & 0x000F) | kNone, high = ((x << 2) & 0x0F00) | 0x0080;
+        const Words column = x >> kDrawPlaceBits, taps = (column | (column << 8)) + 0x0100;
+        return {V::shuffled(weights[0], low) | V::shuffled(weights[1], high),
+                V::shuffled(weights[2], low) | V::shuffled(weights[3], high), taps, taps + 0x0202};
+    }
+
+    template <int32_t kRows, int32_t kRow = 0>
+    static void load_rows(const typename Base::Sources& sources, int64_t stride, const Across& across,
+                          Words* rows)
+    {
+        if constexpr (kRow < kRows) {
+            const Vector bytes = V::load_blocks(sources.at, kRow * stride);
+            rows[kRow] = V::add_limited(
+                V::multiply_add_bytes(Vector(V::shuffled(bytes, across.first_taps)), across.first),
+                V::multiply_add_bytes(Vector(V::shuffled(bytes, across.last_taps)), across.last));
+            load_rows<kRows, kRow + 1>(sources, stride, across, rows);
+        }
     }
 
 public:
-    static void draw(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
-                     Scalar scalar)
+    template <int32_t kTurn>
+    void draw(uint8_t* dst, const DrawPlane& plane, const DrawStarts& starts, int32_t b,
+              const DrawNodes& nodes) const
     {
-        const Words steps = Base::ramp(2048, 4 * 2048, 2);
-        const Words odd = V::all_pairs(0, -1);
-        const typename Base::Limits limits(plane);
-        int32_t b = 0;
-        for (; b + kBlocks <= blocks; b += kBlocks) {
-            const DrawNodes here = from(nodes, b);
-            Starts starts;
-            if (!Base::start(limits, here.x, here.y, &starts) || !Base::is_gentle(here.gain)) {
-                scalar(dst + kDrawBlock * b, plane, here, kBlocks);
-                continue;
-            }
-            const Words x = (V::spread(starts.x) + V::multiply_high(V::spread(starts.step_x), steps)) >> 1;
-            const Words y = (V::spread(starts.y) + V::multiply_high(V::spread(starts.step_y), steps)) >> 1;
-            Words sample;
-            switch (starts.turn) {
-            case 0:
-                sample = samples<0>(starts, limits.stride, x, y);
-                break;
-            case 1:
-                sample = samples<1>(starts, limits.stride, x, y);
-                break;
-            default:
-                sample = samples<kMostTurn>(starts, limits.stride, x, y);
-            }
-            const Words shift =
-                Base::chosen(odd, Base::between(here.shift[1], steps), Base::between(here.shift[0], steps));
-            V::store_blocks(dst + kDrawBlock * b, Base::finished(sample, Base::between(here.gain, steps),
-                                                                 shift + (128 << kDrawShiftBits)));
+        Words rows[size_t{4} + kTurn];
+        load_rows<4 + kTurn>({plane, starts, b}, plane.stride,
+                             across(Base::places(starts.x + b, starts.step_x + b, steps)), rows);
+        const Words y = Base::places(starts.y + b, starts.step_y + b, steps);
+        Base::template pick_rows<kTurn>(rows, y >> kDrawPlaceBits);
+        const Words down = ((y << 2) & 0x0F00) | 0x0080;  // weights in the upper bytes: Q15
+        const auto part = [&](int32_t i) {
+            return V::multiply_round(rows[i], V::shuffled(weights[i], down));
+        };
+        const Words sample = V::add_limited(V::add_limited(part(1), part(0) + part(3)), part(2));
+        V::store_blocks(dst, Base::finished(sample, Base::between(nodes.gain, ramp),
+                                            Base::between(nodes.shift[0], ramp)));
+    }
+
+    static void draw_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
+                         DrawLumaRow* below)
+    {
+        Base::draw_all(dst, plane, {nodes.x, nodes.y, nodes.gain, {nodes.shift[0], nodes.shift[0]}}, blocks,
+                       DrawLuma(), below);
+    }
+};
+
+template <class V>
+class DrawChroma : DrawRows<V, ChromaShape>
+{
+    using Base = DrawRows<V, ChromaShape>;
+    using typename Base::Vector;
+    using typename Base::Words;
+
+    Words steps = Base::half_ramp();
+    typename Base::Ramp ramp = Base::ramp();
+
+    template <int32_t kRows, int32_t kRow = 0>
+    static void load_rows(const typename Base::Sources& sources, int64_t stride, Words order, Words across,
+                          Words* rows)
+    {
+        if constexpr (kRow < kRows) {
+            const Vector bytes = V::load_blocks(sources.at, kRow * stride);
+            rows[kRow] = V::multiply_add_bytes(Vector(V::shuffled(bytes, order)), across);
+            load_rows<kRows, kRow + 1>(sources, stride, order, across, rows);
         }
-        scalar(dst + kDrawBlock * b, plane, from(nodes, b), blocks - b);
+    }
+
+public:
+    template <int32_t kTurn>
+    void draw(uint8_t* dst, const DrawPlane& plane, const DrawStarts& starts, int32_t b,
+              const DrawNodes& nodes) const
+    {
+        const Words x = Base::places(starts.x + b, starts.step_x + b, steps) >> 1;
+        const Words y = Base::places(starts.y + b, starts.step_y + b, steps) >> 1;
+        const Words part = (x >> 4) & 63, across = (64 - part) | (part << 8);
+        const Words column = (x >> kDrawPlaceBits) << 1;
+        // A pair and the next one, the same byte of both.
+        const Words order = (column | (column << 8)) + V::all_pairs(0x0200, 0x0301);
+        Words rows[size_t{2} + kTurn];
+        load_rows<2 + kTurn>({plane, starts, b}, plane.stride, order, across, rows);
+        Base::template pick_rows<kTurn>(rows, y >> kDrawPlaceBits);
+        const Words down = ((y >> 3) & 127) << 8;
+        const Words half = rows[0] + V::multiply_round(rows[1] - rows[0], down) - 128 * 64;
+        const Words shift = Base::chosen(V::all_pairs(0, -1), Base::between(nodes.shift[1], ramp),
+                                         Base::between(nodes.shift[0], ramp));
+        V::store_blocks(dst, Base::finished(half + half, Base::between(nodes.gain, ramp),
+                                            shift + (128 << kDrawShiftBits)));
+    }
+
+    static void draw_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
+                         DrawChromaRow* below)
+    {
+        Base::draw_all(dst, plane, nodes, blocks, DrawChroma(), below);
     }
 };
 

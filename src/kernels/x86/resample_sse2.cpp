@@ -28,6 +28,17 @@ __m128i _half(const uint8_t* top, const uint8_t* bottom)
     return _mm_srli_epi16(_mm_add_epi16(_pair_sums(Sse2::load(top)), _pair_sums(Sse2::load(bottom))), 2);
 }
 
+// The same of eight pairs in two rows: four pairs of words.
+__m128i _half_pairs(const uint8_t* top, const uint8_t* bottom)
+{
+    const Sse2::TwoWords a = Sse2::widened(Sse2::load(top)), b = Sse2::widened(Sse2::load(bottom));
+    const __m128 low = _mm_castsi128_ps(__m128i(a.first + b.first));
+    const __m128 high = _mm_castsi128_ps(__m128i(a.second + b.second));
+    const __m128i even = _mm_castps_si128(_mm_shuffle_ps(low, high, _MM_SHUFFLE(2, 0, 2, 0)));
+    const __m128i odd = _mm_castps_si128(_mm_shuffle_ps(low, high, _MM_SHUFFLE(3, 1, 3, 1)));
+    return _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(even, odd), _mm_set1_epi16(2)), 2);
+}
+
 }  // namespace
 
 void half_gray_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width)
@@ -39,6 +50,18 @@ void half_gray_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int3
         Sse2::store(dst + x, means);
     }
     scalar::half_gray_row(dst + x, top + 2 * x, bottom + 2 * x, dst_width - x);
+}
+
+void half_pairs_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t pairs)
+{
+    constexpr int32_t kPairs = kStep / 2;
+    int32_t x = 0;
+    for (; x + kPairs <= pairs; x += kPairs) {
+        const __m128i means = _mm_packus_epi16(_half_pairs(top + 4 * x, bottom + 4 * x),
+                                               _half_pairs(top + 4 * x + kStep, bottom + 4 * x + kStep));
+        Sse2::store(dst + 2 * x, means);
+    }
+    scalar::half_pairs_row(dst + 2 * x, top + 4 * x, bottom + 4 * x, pairs - x);
 }
 
 void yuyv_luma_row(uint8_t* dst, const uint8_t* src, int32_t dst_width)

@@ -8,6 +8,7 @@
 #include <stdint.h>
 
 #include "kernels/draw.h"
+#include "kernels/draw_shapes.h"
 
 namespace ozr::kernels
 {
@@ -16,25 +17,7 @@ namespace ozr::kernels
 namespace
 {
 
-constexpr int32_t kMostTurn = 2;      // rows that the places of a block may lie apart
-constexpr int32_t kMostStep = 16383;  // of a node to the next: twice as much is a word
-constexpr int32_t kMostBlocks = 2;    // of a vector
-constexpr int32_t kLoad = 16;         // bytes of a source row that a block is made from
-
-// What tells luma and chroma apart. Places are Q10 luma pixels: a pair is two of them wide, and begins half a one in.
-struct LumaShape {
-    static constexpr int32_t kTaps = 4,
-                             kBefore = 1;  // rows and columns of a pixel, and those before its place
-    static constexpr int32_t kPixelBytes = 1, kUnitBits = kDrawPlaceBits, kInset = 0;
-    static constexpr int32_t kFirst = 0,
-                             kLast = 14;  // where a block's first and last pixel lie, in 16ths of it
-};
-struct ChromaShape {
-    static constexpr int32_t kTaps = 2, kBefore = 0;
-    static constexpr int32_t kPixelBytes = 2, kUnitBits = kDrawPlaceBits + 1,
-                             kInset = 1 << (kDrawPlaceBits - 1);
-    static constexpr int32_t kFirst = 1, kLast = 13;
-};
+constexpr int32_t kMostTurn = 2;  // rows that the places of a block may lie apart
 
 // `kBlocks` blocks at a time.
 template <class Shape, int32_t kBlocks>
