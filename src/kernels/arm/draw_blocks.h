@@ -48,7 +48,7 @@ struct DrawBlocks {
     {
         constexpr int32_t kUnit = 1 << Shape::kUnitBits, kLeast = Shape::kBefore * kUnit;
         constexpr int32_t kLastColumn = kLoad / Shape::kPixelBytes - Shape::kTaps;
-        int64_t offsets[kMostBlocks];
+        int64_t offsets[kMostBlocks] = {};
         starts->turn = 0;
         for (int32_t i = 0; i < kBlocks; ++i) {
             const int32_t x = xs[i] - Shape::kInset, step_x = xs[i + 1] - xs[i];
