@@ -315,7 +315,11 @@ Rotation turn_of_guess(const PairGuess& guess, double focal)
         const Vector down = cross(ahead, right);
         return Rotation{{right.x, down.x, ahead.x, right.y, down.y, ahead.y, right.z, down.z, ahead.z}};
     };
-    return rotation_about({0.0, 0.0, guess.roll}) * frame(guess.second) * inverse(frame(guess.first));
+    // The second camera as if it were upright, then rolled.
+    const SineCosine roll = sine_cosine(guess.roll);
+    const Place upright = {roll.cosine * guess.second.x + roll.sine * guess.second.y,
+                           roll.cosine * guess.second.y - roll.sine * guess.second.x};
+    return rotation_about({0.0, 0.0, guess.roll}) * frame(upright) * inverse(frame(guess.first));
 }
 
 LensPair lens_pair(const Lenses& lenses, int32_t first, int32_t second)
