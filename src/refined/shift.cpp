@@ -62,8 +62,8 @@ double _correlation(const Common& common)
 {
     if (common.columns < 1 || common.rows < 1)
         return 0.0;
-    const kernels::MaskedSums sums = kernels::active()->match.correlate_masked(common.first, common.second,
-                                                                               common.columns, common.rows);
+    const kernels::MaskedSums sums =
+        kernels::active()->match.correlate_masked(common.first, common.second, common.columns, common.rows);
     if (sums.aa == 0 || sums.bb == 0)
         return 0.0;
     return sums.ab / std::sqrt(static_cast<double>(sums.aa) * sums.bb);
@@ -83,8 +83,7 @@ double _weight(const Common& common, const Unrolled& a)
             row -= first[x] & second[x];
         shared += row;
     }
-    const double share =
-        static_cast<double>(shared) / static_cast<double>(int64_t{a.width} * a.height);
+    const double share = static_cast<double>(shared) / static_cast<double>(int64_t{a.width} * a.height);
     return std::min(1.0, std::sqrt(share / kFullShare));
 }
 
