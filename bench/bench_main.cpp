@@ -38,9 +38,12 @@ bool parse(int argc, char** argv, Options* options)
 
 int print_memory(const std::vector<Library>& others)
 {
-    int result = print_peak_memory(own_library(), kPhotoSweep);
-    for (const Library& library : others)
-        result |= print_peak_memory(library, kPhotoSweep);
+    int result = 0;
+    for (const SweepPlan& plan : {kScreenSweep, kPhotoSweep}) {
+        result |= print_peak_memory(own_library(), plan);
+        for (const Library& library : others)
+            result |= print_peak_memory(library, plan);
+    }
     return result;
 }
 

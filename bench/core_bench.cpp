@@ -1,5 +1,4 @@
-// The stages of a sweep inside the second call: the projection tables, and the projection of one
-// picture.
+// The projection of one picture, and the tables that only callers of the core ask for.
 #include "benchmarks.h"
 #include "levels.h"
 #include "prepared_core.h"

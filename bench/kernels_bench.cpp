@@ -1,5 +1,5 @@
-// Every kernel at every level over one picture, and beside it memcpy of as many bytes. The counter
-// "moved" tells which memcpy a kernel compares with.
+// Every kernel at every level over one picture, and memcpy of the same number of bytes. The counter
+// "moved" names the memcpy that a kernel is compared with.
 #include "benchmarks.h"
 #include "levels.h"
 #include "prepared_core.h"
@@ -15,7 +15,7 @@ using Bytes = std::vector<uint8_t>;
 // which the cache holds.
 constexpr uint32_t kStep = 1536;
 
-// What the kernels of one picture size work on, made when the first of them runs.
+// The data of the kernels of one picture size, made when the first of them runs.
 class Plane
 {
 public:
@@ -41,9 +41,9 @@ public:
     Bytes out;
 };
 
-uint8_t* row(Bytes& bytes, int32_t y, int32_t pitch)
+uint8_t* row(Bytes& bytes, int32_t y, int32_t stride)
 {
-    return bytes.data() + static_cast<ptrdiff_t>(y) * pitch;
+    return bytes.data() + static_cast<ptrdiff_t>(y) * stride;
 }
 
 uint16_t* row16(Bytes& bytes, int32_t y, int32_t width)
@@ -148,20 +148,19 @@ void add_alignment(Plane& p)
 
 void add_projection(Plane& p)
 {
-    const int32_t w = p.width;
-    const int32_t h = p.height;
-    const Size size = {w, h};
+    const Size size = {p.width, p.height};
     add(KERNEL(project, luma_row), p, projected_luma_bytes(size), [&p, size](auto f) {
-        const PanoramaCore* core = prepared_core(size);
+        const PreparedRows& rows = prepared_rows(size);
         each_row(size.height, [&](int32_t y) {
             f(row(p.out, y, size.width), p.a.data(), int64_t{size.width} * size.height, size.width,
-              projection_row(core, y), size.width / 8);
+              rows.luma(y), size.width / 8);
         });
     });
-    add(KERNEL(project, chroma_row), p, projected_chroma_bytes(size), [&p, size, w, h](auto f) {
-        const int32_t* map = prepared_core(size)->proj.chroma_map;
-        each_row(h / 2, [&](int32_t y) {
-            f(row(p.out, y, w), p.a.data(), map + static_cast<ptrdiff_t>(y) * (w / 2), w / 2);
+    add(KERNEL(project, chroma_row), p, projected_chroma_bytes(size), [&p, size](auto f) {
+        const PreparedRows& rows = prepared_rows(size);
+        each_row(size.height / 2, [&](int32_t y) {
+            f(row(p.out, y, size.width), p.a.data(), int64_t{size.width} * size.height / 2, rows.chroma(y),
+              size.width / 8);
         });
     });
 }

@@ -1,4 +1,4 @@
-// What the machine's memory allows. Names are memcpy/<bytes>.
+// The rate of the machine's memory. Names are memcpy/<bytes>.
 #include <cstring>
 #include <set>
 

@@ -101,7 +101,7 @@ void stitcher(benchmark::State& state, const SweepPlan& plan)
         cv::Mat panorama;
         fail_unless(state, cv::Stitcher::create(cv::Stitcher::PANORAMA)->stitch(pictures, panorama) ==
                                cv::Stitcher::OK);
-        // It leaves out what it finds no place for.
+        // It leaves out pictures that it cannot place.
         fail_unless(state, panorama.cols > (plan.pictures - 1) * plan.step());
     }
 }

@@ -41,12 +41,12 @@ PanoramaLoop::~PanoramaLoop()
     thread_.join();
 }
 
-void PanoramaLoop::start(ozr_panorama_direction direction)
+void PanoramaLoop::start(ozr_panorama_direction direction, ozr_panorama_quality quality)
 {
     const std::lock_guard lock(mutex_);
     abandon();
     open_ = true;
-    post([this, direction] { return begin(direction); });
+    post([this, direction, quality] { return begin(direction, quality); });
 }
 
 bool PanoramaLoop::add_preview(const ozr_image& frame)
@@ -141,7 +141,7 @@ ozr_err PanoramaLoop::interruptibly(Call call)
     return working_on_ == sweep_ ? error : ozr_err_interrupted;
 }
 
-ozr_err PanoramaLoop::begin(ozr_panorama_direction direction)
+ozr_err PanoramaLoop::begin(ozr_panorama_direction direction, ozr_panorama_quality quality)
 {
     has_pictures_ = false;
     ozr_err error = ozr_panorama_reset(pano_.get());
@@ -149,6 +149,8 @@ ozr_err PanoramaLoop::begin(ozr_panorama_direction direction)
         const ozr_panorama_parameters parameters = {pano_->default_overlapping_ratio, direction};
         error = ozr_panorama_set_parameters(pano_.get(), &parameters);
     }
+    if (error == ozr_success)
+        error = ozr_panorama_set_quality(pano_.get(), quality);  // the reset took the last one along
     if (error == ozr_success)
         listener_->take_picture(working_on_);
     return error;

@@ -40,8 +40,8 @@ public:
     // From any thread. Images are copied; nobody waits for the library, but that a cancelled call needs some
     // milliseconds, at worst a second, to notice.
 
-    /** Begins a sweep, instead of the present one if there is one. */
-    void start(ozr_panorama_direction direction);
+    /** Begins a sweep, instead of the present one if there is one. Classic takes the least memory. */
+    void start(ozr_panorama_direction direction, ozr_panorama_quality quality = ozr_panorama_quality_refined);
     /** @return false when the frame was left out: there is no sweep, or the loop is behind. */
     bool add_preview(const ozr_image& frame);
     /** A picture of a sweep that is over is left out. */
@@ -59,7 +59,7 @@ private:
 
     void run();
     bool end_sweep();
-    ozr_err begin(ozr_panorama_direction direction);
+    ozr_err begin(ozr_panorama_direction direction, ozr_panorama_quality quality);
     ozr_err watch(const ozr_image& frame);
     ozr_err stitch(ozr_image* picture);
     ozr_err compose();

@@ -9,7 +9,7 @@ mkdir -p "$folder"
 "$program" "$folder/panorama.ppm" "$folder"/frame*.ppm
 read -r format width height _ < <(head -1 "$folder/panorama.ppm")
 echo "$format $width x $height"
-[ "$format" = P6 ] && [ "$width" -ge 576 ] && [ "$height" -ge 208 ]
+[ "$format" = P6 ] && [ "$width" -ge 480 ] && [ "$height" -ge 180 ]
 
 # What is no picture is refused, and nothing is written.
 for bad in "$0" "$folder/missing.ppm"; do

@@ -68,10 +68,20 @@ static ozr_err add_frame(ozr_panorama* pano, ozr_image* frame, int is_first)
     return due > 0 ? ozr_panorama_stitch_one_image(pano, frame, &offset) : due;
 }
 
+/* Says which pictures are not where they belong for sure, or not in the panorama at all. */
+static void doubt(ozr_panorama* pano)
+{
+    ozr_panorama_joint joint;
+    for (int i = 0; ozr_panorama_get_joint(pano, i, &joint) == ozr_success; ++i) {
+        if (!joint.used || joint.confidence < 0.5F)
+            fprintf(stderr, "pictures %d and %d do not fit for sure\n", joint.first, joint.second);
+    }
+}
+
 static ozr_err stitch(ozr_panorama* pano, const char* output, char** paths)
 {
     ozr_image rgba = {0}, nv12 = {0}; /* keep their memory from frame to frame */
-    ozr_err error = ozr_success;
+    ozr_err error = report("quality", ozr_panorama_set_quality(pano, ozr_panorama_quality_refined));
     for (char** path = paths; *path != NULL && error == ozr_success; ++path) {
         error = read_ppm(*path, &rgba) ? ozr_image_convert_to_nv12(&rgba, &nv12) : ozr_err_general;
         if (error == ozr_success)
@@ -85,7 +95,8 @@ static ozr_err stitch(ozr_panorama* pano, const char* output, char** paths)
             error = ozr_image_convert_to_rgba(&panorama, &rgba);
         if (error == ozr_success && !write_ppm(output, &rgba))
             error = ozr_err_general;
-        report(output, error);
+        if (report(output, error) == ozr_success)
+            doubt(pano);
     }
     ozr_image_destroy(&rgba);
     ozr_image_destroy(&nv12);

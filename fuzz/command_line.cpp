@@ -22,7 +22,7 @@ void _require(bool holds)
 
 void _require_common(const CommonOptions& options)
 {
-    _require(is_picture_name(options.output) && options.quality >= 1 && options.quality <= 100);
+    _require(is_picture_name(options.output) && options.jpeg_quality >= 1 && options.jpeg_quality <= 100);
 }
 
 void _require_side(int32_t side)
@@ -32,12 +32,20 @@ void _require_side(int32_t side)
 
 }  // namespace
 
+// In the place of the commands' own: the linker takes no second definition out of the program's parts.
+namespace ozr_pano
+{
+
 void run_demo(const DemoOptions& options)
 {
     _require_common(options);
     _require(options.pictures >= 1 && options.pictures <= 10);
     _require_side(options.size.width);
     _require_side(options.size.height);
+    _require(options.focal >= 0.6 && options.focal <= 2.2 && options.lens >= -0.1 && options.lens <= 0.1 &&
+             options.tilt >= -15 && options.tilt <= 15 && options.exposure >= 0 && options.exposure <= 50 &&
+             options.vignetting >= 0 && options.vignetting <= 80 && options.shutter >= 0 &&
+             options.shutter <= 50 && options.walkers >= 0 && options.walkers <= 20);
 }
 
 void run_stitch(const StitchOptions& options)
@@ -55,9 +63,11 @@ void run_replay(const ReplayOptions&) {}
 
 void run_convert(const ConvertOptions& options)
 {
-    _require(options.sample >= 0 && options.sample <= 16384 && options.quality >= 1 &&
-             options.quality <= 100);
+    _require(options.sample >= 0 && options.sample <= 16384 && options.jpeg_quality >= 1 &&
+             options.jpeg_quality <= 100);
 }
+
+}  // namespace ozr_pano
 
 /** One argument a line. */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)

@@ -39,7 +39,11 @@ private:
     {
         ozr::core::free_projection(
             &core_->proj);  // initialising once more replaces the tables without releasing them
-        panorama_core_init(core_, input_->byte() % 2, width, height, stride);
+        const uint8_t choice = input_->byte();
+        if (choice % 4 < 2)
+            ozr::ignore(ozr::core::prepare(core_, choice % 2, width, height, stride));
+        else
+            panorama_core_init(core_, choice % 2, width, height, stride);
         next_ = 0;
     }
 

@@ -10,7 +10,7 @@
 /** What libFuzzer calls; replay_main.cpp calls it with the bytes of files. */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
-/** Reads from the front. Behind the end everything is 0, so that any input is a whole one. */
+/** Reads from the front. Bytes behind the end are 0, so that an input of any length is complete. */
 class FuzzInput
 {
 public:
@@ -39,7 +39,7 @@ public:
         return static_cast<int32_t>(value);
     }
 
-    /** A small number, one at or beside the ends of what some field holds, or any. */
+    /** A small number, one at or beside the limits of some field, or any. */
     int32_t number()
     {
         static constexpr int32_t kEdges[] = {

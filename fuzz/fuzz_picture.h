@@ -59,14 +59,14 @@ inline void fuzz_paint_texture(uint8_t* row, int64_t bytes, int32_t x, int32_t y
     }
 }
 
-/** Fills a block of rows, and what stands behind the last whole one. */
+/** Fills a block of rows, and the bytes behind the last whole one. */
 inline void fuzz_paint(uint8_t* data, int64_t bytes, int64_t stride, const FuzzPaint& paint,
                        const FuzzInput& input)
 {
-    const int64_t pitch = stride > 0 ? stride : bytes;
+    const int64_t distance = stride > 0 ? stride : bytes;
     int32_t y = paint.y;
-    for (int64_t start = 0; start < bytes; start += pitch, ++y) {
-        const int64_t row_bytes = std::min(pitch, bytes - start);
+    for (int64_t start = 0; start < bytes; start += distance, ++y) {
+        const int64_t row_bytes = std::min(distance, bytes - start);
         uint8_t* row = data + start;
         if (paint.kind % 4 == 0)
             fuzz_paint_texture(row, row_bytes, paint.x, y);
@@ -85,7 +85,7 @@ struct FuzzSize {
     int32_t height;
 };
 
-/** Of the pictures of a sweep: mostly small, at times what some of the work needs to be done at all. */
+/** Of the pictures of a sweep: usually small, sometimes large enough for work that small ones do not need. */
 inline FuzzSize fuzz_sweep_size(FuzzInput* input)
 {
     const uint8_t shape = input->byte();
@@ -99,13 +99,13 @@ inline FuzzSize fuzz_sweep_size(FuzzInput* input)
     return {16 + size.width % 32, 640 + size.height % 40};
 }
 
-/** A stride this much longer than a row. What does not fit 32 bits stays at their end. */
+/** A stride this much longer than a row, clamped to 32 bits. */
 inline int32_t fuzz_stride(int64_t row_bytes, int32_t padding)
 {
     return static_cast<int32_t>(std::clamp<int64_t>(row_bytes + padding, INT32_MIN, INT32_MAX));
 }
 
-/** Bytes that a record may honestly claim: what does not fit 32 bits, or is not positive, has no memory at all. */
+/** The bytes behind an honest record: none for a number that does not fit 32 bits or is negative. */
 inline int64_t fuzz_honest_bytes(int64_t bytes)
 {
     return bytes < 0 || bytes > INT32_MAX ? 0 : bytes;

@@ -23,17 +23,17 @@ struct Plane {
     ExactBlock block;
     uint8_t* data = nullptr;
 
-    /** `beyond`: bytes and rows that the routine says it reads behind the picture. Without memory when it is too much. */
+    /** Memory for `rows` rows; of the last one for `row_bytes` bytes or the whole stride. None when it is too much. */
     void allocate(int64_t row_bytes, int64_t rows, const FuzzInput& input, bool whole_rows = false)
     {
-        const int64_t pitch = stride;
-        const int64_t last_row = whole_rows ? std::max<int64_t>(pitch, 0) : row_bytes;
-        const int64_t bytes = width < 1 || height < 1 ? 0 : (rows - 1) * std::abs(pitch) + last_row;
+        const int64_t distance = std::abs(int64_t{stride});
+        const int64_t last_row = whole_rows ? std::max(stride, 0) : row_bytes;
+        const int64_t bytes = width < 1 || height < 1 ? 0 : (rows - 1) * distance + last_row;
         if (bytes > kMaxFuzzBytes)
             return;
         block = exact_block(bytes);
-        data = block.get() + (pitch < 0 && bytes > 0 ? (rows - 1) * -pitch : 0);
-        fuzz_paint(block.get(), bytes, std::abs(pitch), {0, 0, 3, 5}, input);
+        data = block.get() + (stride < 0 && bytes > 0 ? (rows - 1) * distance : 0);
+        fuzz_paint(block.get(), bytes, distance, {0, 0, 3, 5}, input);
     }
 };
 
@@ -66,59 +66,60 @@ ozr_rect _choose_crop(const Plane& src, FuzzInput* input)
 }
 
 /** Enlarging reads the byte behind a row and the row behind the last. */
-void _allocate_for_bilinear(Plane* src, const Plane& dst, int64_t used_width, int64_t used_height,
-                            int32_t pixel_bytes, const FuzzInput& input)
+void _allocate_for_bilinear(Plane* src, const Plane& dst, const ozr_rect& crop, int32_t pixel_bytes,
+                            const FuzzInput& input)
 {
-    const int64_t columns = int64_t{src->width} + (dst.width > used_width ? 1 : 0);
-    src->allocate(columns * pixel_bytes, int64_t{src->height} + (dst.height > used_height ? 1 : 0), input);
+    const bool widens = dst.width > crop.right - int64_t{crop.left};
+    const bool heightens = dst.height > crop.bottom - int64_t{crop.top};
+    const int64_t columns = int64_t{src->width} + (widens ? 1 : 0);
+    src->allocate(columns * pixel_bytes, int64_t{src->height} + (heightens ? 1 : 0), input);
 }
 
-void _resize(FuzzInput* input, int which)
+enum class Resizer { kNearest, kBilinear, kCropNearest, kCropBilinear, kCropRgb, kTurnCropped, kTurn };
+
+template <Resizer kResizer>
+void _resize(FuzzInput* input)
 {
-    const int32_t pixel_bytes = which == 4 ? 3 : 1;
-    const bool is_bilinear = which == 1 || which == 3 || which == 4;
+    const int32_t pixel_bytes = kResizer == Resizer::kCropRgb ? 3 : 1;
+    const bool is_whole = kResizer == Resizer::kNearest || kResizer == Resizer::kBilinear;
+    const bool is_bilinear =
+        kResizer == Resizer::kBilinear || kResizer == Resizer::kCropBilinear || kResizer == Resizer::kCropRgb;
     Plane dst = _choose_plane(input, pixel_bytes, !is_bilinear);
     Plane src = _choose_plane(input, pixel_bytes, !is_bilinear);
-    const ozr_rect crop = which < 2 ? ozr_rect{0, 0, src.width, src.height} : _choose_crop(src, input);
+    const ozr_rect crop = is_whole ? ozr_rect{0, 0, src.width, src.height} : _choose_crop(src, input);
     dst.allocate(int64_t{dst.width} * pixel_bytes, dst.height, *input);
     if (is_bilinear)
-        _allocate_for_bilinear(
-            &src, dst,
-            crop.right - int64_t{crop.left} > INT32_MAX
-                ? 0
-                : static_cast<int32_t>(crop.right - int64_t{crop.left}),
-            static_cast<int32_t>(std::min<int64_t>(crop.bottom - int64_t{crop.top}, INT32_MAX)), pixel_bytes,
-            *input);
+        _allocate_for_bilinear(&src, dst, crop, pixel_bytes, *input);
     else
         src.allocate(src.width, src.height, *input);
     const int32_t dst_stride = is_bilinear ? dst.stride : _or_zero(dst, input);
     const int32_t src_stride = is_bilinear ? src.stride : _or_zero(src, input);
-    const auto resize = which == 0 ? resize_grayimage_nn : resize_grayimage_bi;
-    const auto crop_resize = which == 2   ? crop_resize_grayimage_nn
-                             : which == 3 ? crop_resize_grayimage_bi
-                                          : crop_resize_RGB;
-    switch (which) {
-    case 0:
-    case 1:
+    const auto resize = kResizer == Resizer::kNearest ? resize_grayimage_nn : resize_grayimage_bi;
+    const auto crop_resize = kResizer == Resizer::kCropNearest    ? crop_resize_grayimage_nn
+                             : kResizer == Resizer::kCropBilinear ? crop_resize_grayimage_bi
+                                                                  : crop_resize_RGB;
+    switch (kResizer) {
+    case Resizer::kNearest:
+    case Resizer::kBilinear:
         resize(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height, src_stride);
         return;
-    case 2:
-    case 3:
-    case 4:
+    case Resizer::kCropNearest:
+    case Resizer::kCropBilinear:
+    case Resizer::kCropRgb:
         crop_resize(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height, src_stride,
                     &crop);
         return;
-    case 5:
+    case Resizer::kTurnCropped:
         rotate_crop_resize_grayimage_nn(dst.data, dst.width, dst.height, dst_stride, src.data, src.width,
                                         src.height, src_stride, &crop, input->number());
         return;
-    default:
+    case Resizer::kTurn:
         rotate_grayimage_eighth(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height,
                                 src_stride, input->between(-1, 8));
     }
 }
 
-/** The distance that the rows of a sampled picture advance by in the source. */
+/** The bytes in the source from one row of a sampled picture to the next. */
 int64_t _sampling_advance(int64_t width, int64_t stride, int64_t step_x, int64_t step_y)
 {
     const int64_t left_over = width % step_x;
@@ -167,7 +168,7 @@ void _warp(FuzzInput* input)
         coordinate = anywhere ? input->number() : input->between(-20, 90);
     Plane dst = _choose_plane(input, 1, true), src = _choose_plane(input, 1, true);
     dst.allocate(dst.width, dst.height, *input);
-    src.allocate(src.width, src.height, *input, true);  // padding counts as pixels
+    src.allocate(src.width, src.height, *input, true);  // padding is read as pixels
     warp_image_by_2points(dst.data, dst.width, dst.height, _or_zero(dst, input), src.data, src.width,
                           src.height, _or_zero(src, input), at[0], at[1], at[2], at[3], at[4], at[5], at[6],
                           at[7]);
@@ -240,7 +241,7 @@ void _allocate(FuzzInput* input)
     ozr_memcpy_s(text, input->byte() % 41U, src.get(), input->byte() % 65U);
 }
 
-/** Null stands for a version, or for an entry's, at times. */
+/** Some versions are null. */
 void _compare_versions(FuzzInput* input)
 {
     ozr_version versions[3];
@@ -272,6 +273,24 @@ void _profile(FuzzInput* input)
     ozr_prof_print_timestamp("stamp", static_cast<int32_t>(slot));
 }
 
+// An operation that is here twice is called twice as often.
+constexpr void (*kOperations[])(FuzzInput*) = {_resize<Resizer::kNearest>,
+                                               _resize<Resizer::kBilinear>,
+                                               _resize<Resizer::kCropNearest>,
+                                               _resize<Resizer::kCropBilinear>,
+                                               _resize<Resizer::kCropRgb>,
+                                               _resize<Resizer::kTurnCropped>,
+                                               _resize<Resizer::kTurn>,
+                                               _sample,
+                                               _sample,
+                                               _code_texture,
+                                               _warp,
+                                               _warp,
+                                               _calculate,
+                                               _calculate,
+                                               _allocate,
+                                               _profile};
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -279,22 +298,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     FuzzInput input(data, size);
     fuzz_choose_kernels(&input);
     fuzz_choose_logging(&input);
-    for (int i = 0; i < kMaxCalls && !input.empty(); ++i) {
-        const int which = input.byte() % 16;
-        if (which < 7)
-            _resize(&input, which);
-        else if (which < 9)
-            _sample(&input);
-        else if (which < 10)
-            _code_texture(&input);
-        else if (which < 12)
-            _warp(&input);
-        else if (which < 14)
-            _calculate(&input);
-        else if (which < 15)
-            _allocate(&input);
-        else
-            _profile(&input);
-    }
+    for (int i = 0; i < kMaxCalls && !input.empty(); ++i)
+        kOperations[input.byte() % std::size(kOperations)](&input);
     return 0;
 }

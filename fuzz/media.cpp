@@ -1,4 +1,4 @@
-// The program's readers of foreign bytes: video streams, JPEG and PNG files, Exif blocks, raw pictures.
+// The program's readers of foreign bytes: video streams, JPEG and PNG files, Exif blocks, raw pictures, recordings.
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -16,6 +16,7 @@
 #include "media/jpeg_codec.h"
 #include "media/png_codec.h"
 #include "media/y4m.h"
+#include "record/recording.h"
 
 using namespace ozr_pano;
 
@@ -60,7 +61,7 @@ void _read_picture(FuzzInput* input)
             convert_to_nv12(picture, nv12.get());
             convert_to_picture(*nv12.get());
         }
-        encode_jpeg(picture, 50);
+        encode_jpeg(picture, 50, {carried_exif(picture.exif, picture.width, picture.height), "xmp"});
         encode_png(picture);
     } catch (const ProgramError&) {
     }
@@ -68,8 +69,14 @@ void _read_picture(FuzzInput* input)
 
 void _read_exif(FuzzInput* input)
 {
-    const int orientation = exif_orientation(input->rest(), input->left());
-    turn_upright(Picture(3, 2), orientation);
+    const std::vector<uint8_t> block = _rest(*input);
+    turn_upright(Picture(3, 2), exif_orientation(block.data(), block.size()));
+    exif_heading(block);
+    // What is carried over can be carried over again, and is upright.
+    const std::vector<uint8_t> carried = carried_exif(block, 3, 2);
+    if (carried.size() > 65527 || exif_orientation(carried.data(), carried.size()) != 1 ||
+        carried_exif(carried, 3, 2) != carried)
+        abort();
 }
 
 /** A file of these bytes that needs no folder. */
@@ -127,12 +134,39 @@ void _convert(FuzzInput* input)
     }
 }
 
+std::string _text_of(const Recording& recording)
+{
+    std::string text = recording_head(recording.library);
+    for (const RecordedCall& call : recording.calls)
+        text += call_text(call) + (call.has_result ? result_text(call) : "");
+    return text + (recording.complete ? recording_end() : "");
+}
+
+/** What is read can be written, and reads the same. */
+void _read_recording(FuzzInput* input)
+{
+    try {
+        const std::vector<uint8_t> bytes = _rest(*input);
+        const std::string text = _text_of(parse_recording(std::string(bytes.begin(), bytes.end())));
+        if (_text_of(parse_recording(text)) != text)
+            abort();
+    } catch (const ProgramError&) {
+    }
+}
+
+constexpr int kRecordings = 49;  // the kinds 196 to 199, which the corpus of the others leaves free
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     FuzzInput input(data, size);
-    switch (input.byte() % 4) {
+    const uint8_t kind = input.byte();
+    if (kind / 4 == kRecordings) {
+        _read_recording(&input);
+        return 0;
+    }
+    switch (kind % 4) {
     case 0:
         _read_video(&input);
         break;

@@ -1,5 +1,5 @@
 // Whole sweeps through the public interface: the input chooses configuration, geometry, and the order of calls.
-#include <vector>
+#include <iterator>
 
 #include "fuzz_picture.h"
 #include "fuzz_process.h"
@@ -78,7 +78,7 @@ public:
         else if (choice < 160)
             follow_camera(choice);
         else
-            call_rarely(choice % 16);
+            call_rarely(choice);
     }
 
 private:
@@ -95,6 +95,8 @@ private:
             config.log_debug = fuzz_drop_line;
         }
         ozr_panorama_create(oddity % 2 == 0 ? nullptr : &config, &handle_);
+        if (oddity % 4 == 3)
+            ozr_panorama_set_quality(handle_, ozr_panorama_quality_refined);
     }
 
     void choose_preview()
@@ -178,58 +180,98 @@ private:
         ozr_panorama_get_parameters(handle_, &params);
     }
 
-    void call_rarely(int which)
+    void choose_quality()
     {
-        ozr_point point = {input_->number(), input_->number()};
+        const int32_t quality = input_->flag() ? input_->between(0, 1) : input_->number();
+        ozr_panorama_set_quality(handle_, static_cast<ozr_panorama_quality>(quality));
+    }
+
+    void ask_for_results()
+    {
+        const int32_t index = input_->flag() ? input_->between(-1, 10) : input_->number();
+        ozr_panorama_joint joint;
+        if (ozr_panorama_get_joint(handle_, index, &joint) == ozr_success)
+            fuzz_read_all(reinterpret_cast<const uint8_t*>(&joint), sizeof(joint));
+        ozr_panorama_camera camera;
+        if (ozr_panorama_get_camera(handle_, index, &camera) == ozr_success)
+            fuzz_read_all(reinterpret_cast<const uint8_t*>(&camera), sizeof(camera));
+    }
+
+    void reset() { ozr_panorama_reset(handle_); }
+
+    void start_anew()
+    {
+        ozr_panorama_destroy(handle_);
+        create();
+    }
+
+    void add_odd_picture()
+    {
+        PublicPicture picture = _make_picture(odd_record(), choose_paint(), input_);
+        const ozr_point offset = {input_->number(), input_->number()};
+        ozr_panorama_stitch_one_image(handle_, &picture.image, &offset);
+    }
+
+    void add_announced_picture()
+    {
+        PublicPicture picture = _make_picture(record_, choose_paint(), input_);
+        ozr_panorama_stitch_one_image(handle_, &picture.image, &announced_);
+    }
+
+    void detect_odd_preview()
+    {
+        const PublicPicture picture = _make_picture(odd_record(), choose_paint(), input_);
+        detect(&picture.image);
+    }
+
+    void choose_width()
+    {
+        record_.width = input_->between(1, 200);
+        record_.stride = record_.width + input_->between(0, 4);
+    }
+
+    void choose_step() { step_ = {input_->number() % 128, input_->number() % 128}; }
+
+    void forget_pictures()
+    {
+        ozr_point offset = {};
         ozr_panorama_direction direction = ozr_panorama_direction_auto;
-        switch (which) {
-        case 0:
-        case 1:
-            return run();
-        case 2:
-        case 3:
-            return set_parameters();
-        case 4:
-            ozr_panorama_reset(handle_);
-            return;
-        case 5:
-            ozr_panorama_destroy(handle_);
-            return create();
-        case 6:
-        case 7: {
-            PublicPicture picture = _make_picture(odd_record(), choose_paint(), input_);
-            ozr_panorama_stitch_one_image(handle_, &picture.image, &point);
-            return;
-        }
-        case 8:
-        case 9: {
-            const PublicPicture picture = _make_picture(odd_record(), choose_paint(), input_);
-            return detect(&picture.image);
-        }
-        case 10:
-            return choose_preview();
-        case 11:
-            record_.width = input_->between(1, 200);
-            record_.stride = record_.width + input_->between(0, 4);
-            return;
-        case 12: {
-            PublicPicture picture = _make_picture(record_, choose_paint(), input_);
-            ozr_panorama_stitch_one_image(handle_, &picture.image, &announced_);
-            return;
-        }
-        case 13:
-            step_ = {point.x % 128, point.y % 128};
-            return;
-        case 14:
-            ozr_panorama_detect_frame_to_stitch(handle_, nullptr, &point, &direction);
-            ozr_panorama_stitch_one_image(handle_, nullptr, &point);
-            ozr_panorama_run(handle_, nullptr);
-            return;
-        default:
-            ozr_panorama_set_parameters(handle_, nullptr);
-            ozr_panorama_get_parameters(handle_, nullptr);
-            ozr_panorama_create(nullptr, nullptr);
-        }
+        ozr_panorama_detect_frame_to_stitch(handle_, nullptr, &offset, &direction);
+        ozr_panorama_stitch_one_image(handle_, nullptr, &offset);
+        ozr_panorama_run(handle_, nullptr);
+    }
+
+    void forget_records()
+    {
+        ozr_panorama_set_parameters(handle_, nullptr);
+        ozr_panorama_get_parameters(handle_, nullptr);
+        ozr_panorama_get_joint(handle_, 0, nullptr);
+        ozr_panorama_get_camera(handle_, 0, nullptr);
+        ozr_panorama_create(nullptr, nullptr);
+    }
+
+    void call_rarely(uint8_t choice)
+    {
+        using Operation = void (SweepFuzzer::*)();
+        static constexpr Operation kOperations[] = {
+            &SweepFuzzer::run,
+            &SweepFuzzer::run,
+            &SweepFuzzer::set_parameters,
+            &SweepFuzzer::choose_quality,
+            &SweepFuzzer::reset,
+            &SweepFuzzer::start_anew,
+            &SweepFuzzer::add_odd_picture,
+            &SweepFuzzer::ask_for_results,
+            &SweepFuzzer::detect_odd_preview,
+            &SweepFuzzer::choose_quality,
+            &SweepFuzzer::choose_preview,
+            &SweepFuzzer::choose_width,
+            &SweepFuzzer::add_announced_picture,
+            &SweepFuzzer::choose_step,
+            &SweepFuzzer::forget_pictures,
+            &SweepFuzzer::forget_records,
+        };
+        (this->*kOperations[choice % std::size(kOperations)])();
     }
 
     FuzzInput* input_;

@@ -76,36 +76,19 @@ Two _two(FuzzInput* input)
             fuzz_working_picture(src, fuzz_working_paint(input), *input)};
 }
 
-void _transform(FuzzInput* input, int which)
+template <int32_t (*kTransform)(PanoImg*, const PanoImg*)>
+void _transform(FuzzInput* input)
 {
     const Two two = _two(input);
     PanoImg dst = two.dst.img;
-    const PanoImg& src = two.src.img;
-    switch (which) {
-    case 0:
-        PanoImg_ResizeGray(&dst, &src);
-        return;
-    case 1:
-        PanoImg_ResizeGrayYUYV(&dst, &src);
-        return;
-    case 2:
-        PanoImg_ResizeYUV(&dst, &src);
-        return;
-    case 3:
-        PanoImg_ResizeHalfGray(&dst, &src);
-        return;
-    case 4:
-        PanoImg_RotateCW90(&dst, &src);
-        return;
-    case 5:
-        PanoImg_RotateCW270(&dst, &src);
-        return;
-    case 6:
-        PanoImg_ConvertYUV2RGBA(&dst, &src);
-        return;
-    default:
-        PanoImg_CopyEx(&dst, &src, input->number(), input->number());
-    }
+    kTransform(&dst, &two.src.img);
+}
+
+void _copy(FuzzInput* input)
+{
+    const Two two = _two(input);
+    PanoImg dst = two.dst.img;
+    PanoImg_CopyEx(&dst, &two.src.img, input->number(), input->number());
 }
 
 void _find_seam(FuzzInput* input)
@@ -143,6 +126,24 @@ void _estimate_motion(FuzzInput* input)
     MotionEstimate(reference.get(), current.get(), width, height, &shift_x, &shift_y);
 }
 
+// An operation that is here twice is called twice as often.
+constexpr void (*kOperations[])(FuzzInput*) = {_transform<PanoImg_ResizeGray>,
+                                               _transform<PanoImg_ResizeGrayYUYV>,
+                                               _transform<PanoImg_ResizeYUV>,
+                                               _transform<PanoImg_ResizeHalfGray>,
+                                               _transform<PanoImg_RotateCW90>,
+                                               _transform<PanoImg_RotateCW270>,
+                                               _transform<PanoImg_ConvertYUV2RGBA>,
+                                               _copy,
+                                               _find_seam,
+                                               _find_seam,
+                                               _estimate_motion,
+                                               _estimate_motion,
+                                               _create,
+                                               _create,
+                                               _clone,
+                                               _clone};
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -150,18 +151,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     FuzzInput input(data, size);
     fuzz_choose_kernels(&input);
     constexpr int kMaxCalls = 16;
-    for (int i = 0; i < kMaxCalls && !input.empty(); ++i) {
-        const int which = input.byte() % 16;
-        if (which < 8)
-            _transform(&input, which);
-        else if (which < 10)
-            _find_seam(&input);
-        else if (which < 12)
-            _estimate_motion(&input);
-        else if (which < 14)
-            _create(&input);
-        else
-            _clone(&input);
-    }
+    for (int i = 0; i < kMaxCalls && !input.empty(); ++i)
+        kOperations[input.byte() % std::size(kOperations)](&input);
     return 0;
 }

@@ -46,16 +46,17 @@ OZR_API double ozr_math_sin(double x);
  * Direction of (x, y), measured from the +y axis towards the +x axis.
  *
  * Found by bisection of a table of tangents (Q10): the last degree looked at, which may be a degree beside the nearest.
- * A direction steeper than 89 degrees gives 90. Lengths above 2097151 (x) or 37025580 (y) wrap around.
+ * A direction steeper than 89 degrees is taken as 90. Lengths above 2097151 (x) or 37025580 (y) wrap around.
  * @param x, y  the direction, in any unit.
- * @return -180 to 180 degrees: (0, 1) gives 0, (1, 0) and (0, 0) 90, (-1, 0) -90, (5, -5) 135, (-5, -5) -135.
+ * @return -180 to 180 degrees: 0 for (0, 1), 90 for (1, 0) and (0, 0), -90 for (-1, 0), 135 for (5, -5), -135 for
+ *         (-5, -5).
  */
 OZR_API int32_t ozr_math_arctan(int32_t x, int32_t y);
 
 /**
- * Integer square root by Newton's iteration, rounded somewhere near: 3 gives 2, 8 gives 3, 100 gives 10.
+ * Integer square root by Newton's iteration, one of the two integers next to the root: 2 for 3, 3 for 8, 10 for 100.
  *
- * @param n  any; 0 gives **1**, as do 1 and 2. 4294967294 and 4294967295 wrap around and give 0.
+ * @param n  any; the root of 0 is **1**, like those of 1 and 2. 4294967294 and 4294967295 wrap around: their root is 0.
  * @return the root.
  */
 OZR_API uint32_t ozr_math_sqrt(uint32_t n);
@@ -99,7 +100,7 @@ OZR_API ozr_err ozr_rect_get_bounding_rect(const ozr_rect* a, const ozr_rect* b,
 OZR_API int32_t ozr_rect_get_area(const ozr_rect* r);
 
 /**
- * Area of the intersection as ozr_rect_get_intersecting_rect gives it: **negative** for rectangles apart in one
+ * Area of the intersection that ozr_rect_get_intersecting_rect returns: **negative** for rectangles apart in one
  * direction, **positive** again for rectangles apart in both. Ask ozr_rect_is_intersecting first.
  * @param a, b  rectangles.
  * @return the area, or -3 for a null pointer.
@@ -110,10 +111,10 @@ OZR_API int32_t ozr_rect_get_intersecting_area(const ozr_rect* a, const ozr_rect
 OZR_API ozr_err ozr_rect_move(ozr_rect* r, int32_t dx, int32_t dy);
 
 /**
- * Cuts a rectangle to bounds. One that lies wholly outside becomes all zero; one of no width or height is kept.
+ * Cuts a rectangle to bounds. One that is wholly outside becomes all zero; one without width or height is kept.
  *
  * @param r       in/out: rectangle.
- * @param bounds  what remains of it lies inside.
+ * @param bounds  the rest of `r` is inside them.
  * @return ozr_success or ozr_err_invalid_argument.
  */
 OZR_API ozr_err ozr_rect_clip(ozr_rect* r, const ozr_rect* bounds);
@@ -142,7 +143,7 @@ OZR_API void ozr_rect_scale(ozr_rect* out, const ozr_rect* r, uint32_t num, uint
 /**@}*/
 
 /**
- * Tests whether a point lies in a rectangle.
+ * Tests whether a point is in a rectangle.
  *
  * @param p, r  point and rectangle.
  * @return 1 when left <= x < right and top <= y < bottom, else 0 (also for null pointers).
@@ -170,7 +171,7 @@ OZR_API void ozr_point_rotate(ozr_point* out, const ozr_point* p, const ozr_poin
 OZR_API int32_t ozr_point_dist(const ozr_point* a, const ozr_point* b);
 
 /**
- * Where a point of a destination lies in the source that two pairs of points map onto it.
+ * Maps a point of a destination to the source, by the similarity that two pairs of points define.
  *
  * The mapping of ozr_image_warp_by_2points, rounded by adding half before a truncating division: to nearest for
  * positive coordinates. 32-bit products that wrap around.
@@ -190,7 +191,7 @@ OZR_API ozr_err ozr_warp_point_by_2points(int32_t x, int32_t y, int32_t sx1, int
  *
  * @param p1, p2      points.
  * @param out1, out2  out: the moved points; may be the inputs.
- * @param strength    1024 leaves them; 0 gives twice the distance, 2048 none. Nothing happens when a pointer is null.
+ * @param strength    1024 moves nothing; 0 doubles the distance, 2048 makes it 0. Nothing happens when a pointer is null.
  */
 OZR_API void ozr_warp_strength_by_2points_i(const ozr_point* p1, const ozr_point* p2, ozr_point* out1,
                                             ozr_point* out2, int32_t strength);

@@ -16,7 +16,7 @@ OZR_BEGIN_DECLS
  * more), all four points are moved half way towards the centre of their pair: turn and scale stay, up to the rounding
  * of the points, and the products fit 32 bits. The comparison is itself one of 32 bits that wraps around: some
  * distances from 216 pixels on (216 to 255 among them) are not halved.
- * @param src, src_width, src_height  plane without padding: rows stand src_width bytes apart.
+ * @param src, src_width, src_height  plane without padding: rows are src_width bytes apart.
  * @param sx1, sy1, sx2, sy2          two points in it, pixels.
  * @param dst_rows                    dst_height pointers to rows of dst_width bytes.
  * @param dst_width, dst_height       pixels; below 1 nothing is written.
@@ -35,8 +35,8 @@ OZR_API ozr_err ozr_warp_image_by_2points_uc_scale(const uint8_t* src, int32_t s
  * One byte a pixel, sizes in pixels, strides in bytes (negative ones go upwards). Source and destination do not
  * overlap. Nothing is allocated or logged.
  *
- * Sizes and strides are the caller's word, and no function can detect a lie: of each picture (height - 1) strides and one
- * row's bytes must be there, unless a function asks for more. Strides may be shorter than a row; its rows then overlap.
+ * No function can check the memory behind a pointer: of each picture (height - 1) strides and the bytes of one row must
+ * be there, unless a function asks for more. Strides may be shorter than a row; the rows then overlap.
  * Null pointers, sizes below 1 and steps that cannot be represented are refused.
  *
  * Source positions are Q22.10 numbers, (source size << 10) / destination size apart and starting at 0, so that errors
@@ -49,7 +49,7 @@ OZR_API ozr_err ozr_warp_image_by_2points_uc_scale(const uint8_t* src, int32_t s
  *
  * @param dst, dst_width, dst_height  destination and its size, pixels.
  * @param src, src_width, src_height  source and its size, pixels.
- * @param dst_stride, src_stride  0 stands for the width.
+ * @param dst_stride, src_stride  0 means the width.
  * @return ozr_success (also for a negative dst_height: nothing is written), or ozr_err_invalid_argument when a
  *         destination size is 0, a pointer is null, or another size is below 1 or so large that positions turn
  *         negative.
@@ -61,9 +61,9 @@ OZR_API ozr_err resize_grayimage_nn(uint8_t* dst, int32_t dst_width, int32_t dst
 /**
  * Resizes bilinearly, truncating.
  *
- * The last destination column and row do not look at their right-hand and lower neighbours; all others do, **even
- * where these lie beyond the source**: when enlarging, the row below the source and the byte behind each row must be
- * readable and belong to the result. Reducing stays inside.
+ * The last destination column and row do not read their right-hand and lower neighbours; all others do, **even where
+ * these are beyond the source**: when enlarging, the row below the source and the byte behind each row must be readable
+ * and have an effect on the result. Reducing stays inside.
  * @param dst, dst_width, dst_height  destination and its size, pixels.
  * @param src, src_width, src_height  source and its size, pixels.
  * @param dst_stride, src_stride  taken as they are: 0 is **not** replaced by the width.
@@ -87,11 +87,11 @@ OZR_API ozr_err resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_t dst
  *   drift to the left that adds up.
  *
  * @param dst         destination, of width / step_x bytes a row.
- * @param dst_stride  0 stands for width / step_x.
+ * @param dst_stride  0 means width / step_x.
  * @param width       bytes of a source row that take part; below 1 nothing is copied.
  * @param height      rows of the source.
  * @param src         source.
- * @param src_stride  0 stands for the width.
+ * @param src_stride  0 means the width.
  * @param step_x, step_y  1 or more.
  * @return ozr_success, or ozr_err_invalid_argument when a step is below 1 or a pointer is null.
  */
@@ -120,7 +120,7 @@ OZR_API uint32_t image2mct(const uint8_t* src, uint32_t width, uint32_t height, 
  * exact when the destination has the turned picture's size, or differs from it by an even number of pixels.
  * @param dst, dst_width, dst_height  destination and its size, pixels.
  * @param src, src_width, src_height  source and its size, pixels.
- * @param dst_stride, src_stride  0 stands for the width.
+ * @param dst_stride, src_stride  0 means the width.
  * @param direction               0 to 7, in steps of 45 degrees.
  * @return ozr_success, or ozr_err_invalid_argument when a pointer is null, a size is below 1 or the direction is none
  *         of the eight.
@@ -134,7 +134,7 @@ OZR_API ozr_err rotate_grayimage_eighth(uint8_t* dst, int32_t dst_width, int32_t
  *
  * @param dst, dst_width, dst_height  destination and its size, pixels.
  * @param src, src_width, src_height  source and its size, pixels.
- * @param dst_stride, src_stride  0 stands for the width of the picture.
+ * @param dst_stride, src_stride  0 means the width of the picture.
  * @param crop                    the part, in pixels of the source; not empty and wholly inside.
  * @return ozr_success, or ozr_err_invalid_argument when a pointer is null, a size is below 1 or the crop is not
  *         inside.
@@ -164,7 +164,7 @@ OZR_API ozr_err crop_resize_grayimage_bi(uint8_t* dst, int32_t dst_width, int32_
  * and 0 where the picture ends.
  * @param dst, dst_width, dst_height  destination and its size, pixels.
  * @param src, src_width, src_height  source and its size, pixels.
- * @param dst_stride, src_stride  0 stands for the width of the picture.
+ * @param dst_stride, src_stride  0 means the width of the picture.
  * @param crop                    as in crop_resize_grayimage_nn.
  * @param deg                     degrees, any number.
  * @return as crop_resize_grayimage_nn.
@@ -179,7 +179,7 @@ OZR_API ozr_err rotate_crop_resize_grayimage_nn(uint8_t* dst, int32_t dst_width,
  *
  * @param dst, dst_width, dst_height  destination and its size, pixels.
  * @param src, src_width, src_height  source and its size, pixels.
- * @param dst_stride, src_stride      0 stands for the width.
+ * @param dst_stride, src_stride      0 means the width.
  * @param sx1, sy1, sx2, sy2          two points in the source, pixels.
  * @param dx1, dy1, dx2, dy2          where they land in the destination.
  * @return ozr_success, or

@@ -6,13 +6,13 @@
  * ozr_image_destroy empties it again. A caller may also fill a record itself around memory that it owns: such a
  * record may be read and copied into, but must never be passed to ozr_image_destroy or ozr_image_recreate.
  *
- * What no function can detect, and so is the caller's word:
+ * No function can detect a violation of these rules, so the caller has to keep them:
  * - that the memory behind `data` is as large as width, height, stride and format say: stride * height bytes, and half
  *   as many again for the 12-bit formats; where the stride is shorter than a row, also `size` bytes;
  * - that two images do not overlap in memory, where a function asks for it;
  * - that a record to be destroyed or recreated owns its memory, and that no other thread uses an image meanwhile.
  *
- * What a record itself gives away is refused: no pixels, strides shorter than a row (unless `size` covers the last row
+ * Faults that a record itself shows are refused: no pixels, strides shorter than a row (unless `size` covers the last row
  * too), planes that reach further than 32 bits count, unknown formats. Sizes below 1 are no fault: such an image has no
  * rows to work on.
  *
@@ -58,7 +58,7 @@ typedef struct ozr_image {
     int32_t size;            /**< bytes of all planes together */
     int32_t width;           /**< pixels in a row */
     int32_t height;          /**< rows */
-    ozr_image_format format; /**< tells how the bytes are laid out */
+    ozr_image_format format; /**< the layout of the bytes */
     int32_t stride;          /**< bytes from one row of the first plane to the next */
     int32_t rotation;        /**< tag that travels with the picture; copied, never interpreted */
 } ozr_image;
@@ -72,7 +72,7 @@ typedef struct ozr_image {
  * @param stride    bytes: below 1 picks the row bytes rounded up to a multiple of 16; from 1 to `width` picks the row
  *                  bytes as they are; above `width` is taken unchanged. Only the width is compared, so a stride
  *                  shorter than a row is accepted for rgba32 and yuy2.
- * @param format    pixel format. Not checked: a value outside the enumeration gives stride and size -1.
+ * @param format    pixel format. Not checked: a value outside the enumeration makes stride and size -1.
  * @param rotation  tag to store.
  * @return ozr_success, or
  *         ozr_err_invalid_argument  image is null or already has pixels, or the size exceeds 32 bits
@@ -187,7 +187,7 @@ OZR_API ozr_err ozr_image_convert_to_yuy2(const ozr_image* src, ozr_image* dst);
  * Converts to the format given: the function above of that format does it.
  *
  * @param src, dst  as there.
- * @param format    format of the result; a value outside the enumeration gives ozr_err_not_supported and leaves `dst`
+ * @param format    format of the result; a value outside the enumeration returns ozr_err_not_supported and leaves `dst`
  *                  as it is, not empty, and nothing is logged.
  * @return as there.
  */

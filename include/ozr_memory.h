@@ -26,7 +26,7 @@ OZR_BEGIN_DECLS
 /** Allocates. @param size  bytes. @return the block, uninitialised, or null. */
 OZR_API void* ozr_malloc(uint32_t size);
 
-/** Changes a block's size. @param ptr  the block or null. @param size  bytes. @return where it lies now, or null. */
+/** Changes a block's size. @param ptr  the block or null. @param size  bytes. @return the block, maybe moved, or null. */
 OZR_API void* ozr_realloc(void* ptr, uint32_t size);
 
 /** Allocates zeros. @param count, size  number and bytes of the elements. @return the block, or null. */

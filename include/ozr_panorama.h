@@ -2,21 +2,22 @@
  * @file
  * The panorama interface: from preview frames and pictures of a camera sweep to one panorama.
  *
- * Order of calls: create; set_parameters if the defaults do not fit; stitch_one_image with the first picture; then
- * detect_frame_to_stitch with every preview frame and stitch_one_image with each picture that it announces; run;
- * then reset for another sweep, or destroy. A handle is used by one thread; reset and destroy may come from another
- * thread and cancel a stitch_one_image or a run that works at that time. No other call may begin until they return.
+ * Order of calls: create; set_parameters and set_quality if the defaults do not fit; stitch_one_image with the first
+ * picture; then detect_frame_to_stitch with every preview frame and stitch_one_image with each picture that it
+ * announces; run; get_joint and get_camera for those who want to know; then reset for another sweep, or destroy. A
+ * handle is used by one thread; reset and destroy may come from another thread and cancel a stitch_one_image or a run
+ * that works at that time. No other call may begin until they return.
  *
  * Pictures are NV12; previews may be grey, YV12, NV12 or YUY2. All pictures of a sweep have one size and stride.
  *
- * What no call can detect, and so is the caller's word:
+ * No call can detect a violation of these rules, so the caller has to keep them:
  * - that a handle came from ozr_panorama_create and was not destroyed, and that two threads are in it only as above;
  * - that the memory behind `data` is as large as the record says, and that nobody changes it during the call: of a
  *   picture stride * height bytes and half as many again, of a preview the luma alone (stride * height bytes), of a
  *   result nothing. A preview's `size` is not read; of a picture's bytes at most `size` are taken;
  * - that hooks return, and do not call the handle that is logging.
  *
- * What a record itself gives away is refused with a code: no pixels, sizes below 1 or so large that their products
+ * Faults that a record itself shows are refused with a code: no pixels, sizes below 1 or so large that their products
  * exceed 32 bits, strides shorter than a row, formats that the call does not take, a second picture of another
  * geometry, a first picture so narrow or so flat that its copy of 320 pixels on the longer side would have no rows or
  * columns, offsets that exceed 32 bits when they are scaled. Any bytes are allowed as pixels.
@@ -24,6 +25,7 @@
  * @code
  * ozr_panorama* pano = NULL;
  * ozr_panorama_create(NULL, &pano);
+ * ozr_panorama_set_quality(pano, ozr_panorama_quality_refined);
  * take_picture(&picture);
  * ozr_panorama_stitch_one_image(pano, &picture, NULL);
  * while (next_preview(&preview)) {
@@ -66,7 +68,10 @@ typedef struct ozr_panorama_parameters {
     ozr_panorama_direction direction; /**< of the sweep; auto lets the previews decide */
 } ozr_panorama_parameters;
 
-/** How the pictures of a sweep are joined. */
+/**
+ * How the pictures of a sweep are joined: refined for what people look at; classic for the smallest memory, and where
+ * results are compared with recorded ones, as its bytes are the same in every release.
+ */
 typedef enum ozr_panorama_quality OZR_INT32_ENUM {
     /** whole-pixel shifts on an assumed camera; the least memory and time */
     ozr_panorama_quality_classic = 0,
@@ -145,7 +150,7 @@ OZR_API void ozr_panorama_destroy(ozr_panorama* handle);
  * @param params  the parameters.
  * @return ozr_success, or
  *         ozr_err_invalid_argument  a pointer is null
- *         ozr_err_not_supported     the overlap lies outside the range that the handle shows
+ *         ozr_err_not_supported     the overlap is outside the range that the handle shows
  *         ozr_err_invalid_status    a sweep has begun
  */
 OZR_API ozr_err ozr_panorama_set_parameters(ozr_panorama* handle, const ozr_panorama_parameters* params);
@@ -176,7 +181,7 @@ OZR_API ozr_err ozr_panorama_get_parameters(ozr_panorama* handle, ozr_panorama_p
  *         ozr_err_invalid_argument  a pointer is null, the frame has no pixels, its geometry is impossible, or its
  *                                   stride is shorter than a row
  *         ozr_err_invalid_status    no picture was added yet, or the capture has ended: a full sweep ends with the next
- *                                   frame, which still gives 0
+ *                                   frame, which still returns 0
  *         ozr_err_not_supported     the frame is NV21 or RGBA
  *         ozr_err_nomem             memory is out
  */
@@ -187,7 +192,7 @@ OZR_API ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const 
  * Adds the next picture of the sweep: copies, projects and aligns it.
  *
  * The first call of a sweep opens it and only copies. From the second picture on the work grows with the pixels; the
- * second itself takes several times as long as those after it, for it builds the projection tables. Can be cancelled.
+ * second itself takes about twice as long as those after it, for it takes the first one in as well. Can be cancelled.
  * @param handle   session.
  * @param picture  NV12, of the size and stride of the sweep's other pictures; only read, not kept.
  * @param offset   the camera's motion since the last picture, as announced by ozr_panorama_detect_frame_to_stitch;
@@ -197,9 +202,9 @@ OZR_API ozr_err ozr_panorama_detect_frame_to_stitch(ozr_panorama* handle, const 
  *                                   or differs from the sweep's
  *         ozr_err_not_supported     the picture is not NV12
  *         ozr_err_invalid_status    the direction is still unknown for the second picture, the sweep has ended, an
- *                                   earlier picture failed, the work was cancelled, or the projection tables could not
- *                                   be made at the second picture: it is narrower than 32 pixels along the sweep, too
- *                                   large for 32-bit tables, or memory is out
+ *                                   earlier picture failed, the work was cancelled, or the projection could not be
+ *                                   prepared at the second picture: it is narrower than 32 pixels along the sweep, too
+ *                                   large for 32-bit sizes, or memory is out
  *         ozr_err_out_of_bound      the sweep is full
  *         ozr_err_nomem             memory is out
  *         A failed picture is lost: the sweep goes no further than to ozr_panorama_run or ozr_panorama_reset.
@@ -217,7 +222,7 @@ OZR_API ozr_err ozr_panorama_stitch_one_image(ozr_panorama* handle, ozr_image* p
  * @return ozr_success, or
  *         ozr_err_invalid_argument  handle is null
  *         ozr_err_invalid_status    the running work did not stop within about a second, or a full sweep was ended by a
- *                                   preview and not run: call ozr_panorama_run, whatever it gives, and reset again
+ *                                   preview and not run: call ozr_panorama_run, whatever it returns, and reset again
  *         ozr_err_nomem             memory is out; a later reset may succeed
  * @note Ownership: the pixels of the last panorama are released.
  */
@@ -248,8 +253,8 @@ OZR_API ozr_err ozr_panorama_run(ozr_panorama* handle, ozr_image* output);
 /**
  * Chooses the quality of the next sweep; call it again after every reset, which brings the classic one back.
  *
- * Classic is the default: its results are the same, byte for byte, in every release. In the refined quality all calls keep
- * their order and meaning, with these differences: ozr_panorama_stitch_one_image keeps the whole picture, and needs no
+ * Classic is the default: its results are the same, byte for byte, in every release. In the refined quality all calls
+ * keep their order and meaning, with these differences: ozr_panorama_stitch_one_image keeps the whole picture, and needs no
  * direction, offset or overlap (they are hints that save time where they are right); ozr_panorama_run finds the cameras,
  * leaves out pictures that do not belong, and gives an NV12 picture with even sides.
  * @param handle   session in which no picture was added since creation or reset.

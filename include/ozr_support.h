@@ -1,6 +1,6 @@
 /**
  * @file
- * The support toolkit, gathered: each of these headers stands alone.
+ * The whole support toolkit. Each of these headers may also be included alone.
  */
 #ifndef OZR_SUPPORT_H
 #define OZR_SUPPORT_H

@@ -44,9 +44,9 @@
 #endif
 
 /**
- * @name Version of the interface
- * What this header belongs to, and what a configuration has to name. Written here once: the build takes the version of
- * the shared object, of its symbols and of the packages from these lines, the library its banner.
+ * @name Version of the configuration
+ * What a configuration has to name, and the library's banner. It stays while sessions are set up as they are; what was
+ * added since then shows in the release.
  */
 /**@{*/
 /** Counts incompatible changes. */
@@ -59,12 +59,26 @@
 #define OZR_VERSION_REVISION 0
 /**@}*/
 
+/**
+ * @name Version of the release
+ * What this header belongs to. Written here once: the build takes the version of the shared object, of its symbols and of
+ * the packages from these lines.
+ */
+/**@{*/
+/** Counts incompatible changes. */
+#define OZR_RELEASE_MAJOR 1
+/** Counts additions; from 1 on there is ozr_panorama_set_quality. */
+#define OZR_RELEASE_MINOR 1
+/** Counts corrections. */
+#define OZR_RELEASE_PATCH 0
+/**@}*/
+
 OZR_BEGIN_DECLS
 
 /** Result of a call: ozr_success, or a negative code. Detection also returns positive picture numbers. */
 typedef int32_t ozr_err;
 
-/** The values of ozr_err. ozr_err_to_string gives their names. */
+/** The values of ozr_err. ozr_err_to_string returns their names. */
 enum {
     ozr_success = 0,               /**< done */
     ozr_err_general = -1,          /**< an internal condition did not hold, or nothing more precise fits */

@@ -13,8 +13,8 @@ FLOORS = {
     "src": ["interface", "session", "engine", "refined", "core", "image", "support", "kernels", "base"],
     "tools": ["cli", "commands", "sweep", "report", "record", "media", "scene", "base"],
 }
-# The internal header that the program may include, by the file that does.
-DOOR = {"tools/sweep/layout_reader.cpp": "session/window.h"}
+# The internal header that the program may include, by the files that do.
+DOOR = dict.fromkeys(["tools/sweep/layout_reader.cpp", "tools/sweep/refined_reader.cpp"], "session/window.h")
 
 
 def faults(root):

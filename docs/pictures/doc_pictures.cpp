@@ -8,6 +8,7 @@
 #include "kernels/kernels.h"
 #include "media/image_owner.h"
 #include "media/picture_io.h"
+#include "refined_pictures.h"
 #include "scene/camera.h"
 #include "scene/scene.h"
 
@@ -366,6 +367,7 @@ int main(int argc, char** argv)
     }
     try {
         make_pictures(argv[1]);
+        make_refined_pictures(argv[1]);
     } catch (const std::exception& error) {
         fprintf(stderr, "ozr_doc_pictures: %s\n", error.what());
         return 1;

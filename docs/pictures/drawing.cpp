@@ -1,6 +1,7 @@
 #include "drawing.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string.h>
 
 namespace ozr_pano
@@ -10,6 +11,7 @@ namespace
 {
 
 constexpr int32_t kBytes = 4;  // of a pixel
+constexpr int32_t kGap = 8;    // between pictures
 
 uint8_t* _pixel(Picture* picture, int32_t x, int32_t y)
 {
@@ -90,9 +92,30 @@ void outline(Picture* picture, const Part& part, Ink ink)
     tint(picture, {part.x + part.width - kLine, part.y, kLine, part.height}, ink, 100);
 }
 
+void draw_line(Picture* picture, const Spot& from, const Spot& to, double width, Ink ink)
+{
+    const double length = std::max(std::hypot(to.x - from.x, to.y - from.y), 1e-9);
+    const double right = (to.x - from.x) / length, down = (to.y - from.y) / length, half = width / 2;
+    const auto least = [&](double a, double b) {
+        return static_cast<int32_t>(std::floor(std::min(a, b) - half - 1));
+    };
+    const auto most = [&](double a, double b) {
+        return static_cast<int32_t>(std::ceil(std::max(a, b) + half + 1));
+    };
+    for (int32_t y = least(from.y, to.y); y < most(from.y, to.y); ++y) {
+        for (int32_t x = least(from.x, to.x); x < most(from.x, to.x); ++x) {
+            // From the middle of the pixel to the nearest place of the line; a pixel at its edge is mixed.
+            const double to_x = x + 0.5 - from.x, to_y = y + 0.5 - from.y;
+            const double along = std::clamp(to_x * right + to_y * down, 0.0, length);
+            const double off = std::hypot(to_x - along * right, to_y - along * down);
+            const double share = std::clamp(half + 0.5 - off, 0.0, 1.0);
+            tint(picture, {x, y, 1, 1}, ink, static_cast<int32_t>(std::lround(100 * share)));
+        }
+    }
+}
+
 Picture side_by_side(const std::vector<Picture>& pictures)
 {
-    constexpr int32_t kGap = 8;
     int32_t width = -kGap;
     int32_t height = 0;
     for (const Picture& picture : pictures) {
@@ -104,6 +127,23 @@ Picture side_by_side(const std::vector<Picture>& pictures)
     for (const Picture& picture : pictures) {
         paste(&result, picture, x, 0);
         x += picture.width + kGap;
+    }
+    return result;
+}
+
+Picture stacked(const std::vector<Picture>& pictures)
+{
+    int32_t width = 0;
+    int32_t height = -kGap;
+    for (const Picture& picture : pictures) {
+        width = std::max(width, picture.width);
+        height += picture.height + kGap;
+    }
+    Picture result = blank(width, height, kWhite);
+    int32_t y = 0;
+    for (const Picture& picture : pictures) {
+        paste(&result, picture, 0, y);
+        y += picture.height + kGap;
     }
     return result;
 }

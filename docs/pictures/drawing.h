@@ -3,6 +3,7 @@
 #define DRAWING_H
 
 #include "media/picture.h"
+#include "report/layout.h"
 
 namespace ozr_pano
 {
@@ -16,7 +17,7 @@ struct Ink {
     uint8_t r, g, b;
 };
 
-constexpr Ink kWhite = {255, 255, 255}, kRed = {230, 30, 30}, kBlue = {30, 90, 230};
+constexpr Ink kWhite = {255, 255, 255}, kRed = {230, 30, 30}, kBlue = {30, 90, 230}, kYellow = {255, 230, 0};
 
 /** A picture of one colour. */
 Picture blank(int32_t width, int32_t height, Ink ink);
@@ -36,8 +37,14 @@ void tint(Picture* picture, const Part& part, Ink ink, int32_t percent);
 /** Draws the outline of a rectangle, two pixels wide and inside it. */
 void outline(Picture* picture, const Part& part, Ink ink);
 
+/** Draws a line of `width` pixels, with smooth edges. Places are between pixels. */
+void draw_line(Picture* picture, const Spot& from, const Spot& to, double width, Ink ink);
+
 /** Pictures in a row, with a white gap between them. */
 Picture side_by_side(const std::vector<Picture>& pictures);
+
+/** The same, from top to bottom. */
+Picture stacked(const std::vector<Picture>& pictures);
 
 }  // namespace ozr_pano
 

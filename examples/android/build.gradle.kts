@@ -17,5 +17,5 @@ android {
 }
 
 dependencies {
-    implementation(files("libs/ozr_panorama-1.0.1.aar"))
+    implementation(files("libs/ozr_panorama-1.1.0.aar"))
 }

@@ -1,6 +1,6 @@
 // Limits, defaults and directions that the engine and the core share, and 32-bit range checks.
-#ifndef PANO_FIXED_H
-#define PANO_FIXED_H
+#ifndef OZR_BASE_LIMITS_H
+#define OZR_BASE_LIMITS_H
 
 #include <stdint.h>
 
@@ -34,7 +34,7 @@ inline bool fits_32_bits(int64_t value)
     return value >= INT32_MIN && value <= INT32_MAX;
 }
 
-// For products of several sizes, which may exceed 64 bits as well.
+// Whether a * b fits 32 bits, for factors whose product may exceed even 64 bits.
 inline bool product_fits_32_bits(int64_t a, int64_t b)
 {
     int64_t product = 0;

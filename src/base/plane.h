@@ -1,4 +1,4 @@
-// Views of pixels: rows of bytes, `stride` bytes apart. They know nothing of formats and own nothing.
+// Views of pixels: rows of bytes, `stride` bytes apart. A view owns nothing and has no format.
 #ifndef OZR_BASE_PLANE_H
 #define OZR_BASE_PLANE_H
 
@@ -17,7 +17,7 @@ struct ConstPlane {
     bool has_pixels() const { return data != nullptr && width > 0 && height > 0; }
     const uint8_t* row(int64_t y) const { return data + static_cast<ptrdiff_t>(y * stride); }
 
-    // The same memory from another first byte on, in another size.
+    // A part of the plane: `columns` x `rows` pixels from the byte `first` on.
     ConstPlane part(const uint8_t* first, int32_t columns, int32_t rows) const
     {
         return {first, columns, rows, stride};

@@ -1,5 +1,5 @@
-// Asking for memory ahead of its use, where the processor's own prefetching does not keep up: rows of a picture that are
-// used in part only are too short for it.
+// Prefetching: requests memory before it is used. The processor's own prefetching needs long runs of
+// addresses; a loop that uses only a part of each row of a picture has none.
 #ifndef OZR_PREFETCH_H
 #define OZR_PREFETCH_H
 
@@ -15,30 +15,31 @@ namespace
 
 constexpr ptrdiff_t kCacheLine = 64;
 
-// The compiler drops calls to functions whose only effect is a prefetch, so these must be inlined, and so must functions
-// that only call them.
+// The compiler drops calls to functions whose only effect is a prefetch, so these must be inlined,
+// and so must functions that only call them.
 #define OZR_PREFETCHING __attribute__((always_inline)) inline
 
-// From a row of a picture to the one so many rows on. Unsigned, as the ways below: they may lead out of the picture, and of
-// what signed numbers count, and wrap around for rows that come before.
+// The distance in bytes from a row of a picture to the row `rows` further down. Distances are unsigned
+// and wrap around: a row above has a negative one, and one that leads out of the picture may exceed
+// the signed range.
 OZR_PREFETCHING uintptr_t rows_on(ptrdiff_t rows, ptrdiff_t stride)
 {
     return static_cast<uintptr_t>(rows) * static_cast<uintptr_t>(stride);
 }
 
-// The cache line some way from a place. Beside the picture that may be anybody's memory, or nobody's: a hint reads nothing
-// and cannot fault.
-OZR_PREFETCHING void prefetch(const void* place, uintptr_t way)
+// Requests the cache line `distance` bytes from `origin`. The address may be outside the picture, and
+// need not be mapped: a prefetch is a hint, which reads nothing and cannot fault.
+OZR_PREFETCHING void prefetch(const void* origin, uintptr_t distance)
 {
-    const uintptr_t there = reinterpret_cast<uintptr_t>(place) + way;
-    __builtin_prefetch(reinterpret_cast<const void*>(there));  // NOLINT(performance-no-int-to-ptr)
+    const uintptr_t address = reinterpret_cast<uintptr_t>(origin) + distance;
+    __builtin_prefetch(reinterpret_cast<const void*>(address));  // NOLINT(performance-no-int-to-ptr)
 }
 
-// The cache lines of `bytes` bytes some way from a place.
-OZR_PREFETCHING void prefetch_bytes(const void* place, uintptr_t way, ptrdiff_t bytes)
+// Requests the cache lines of `bytes` bytes, `distance` bytes from `origin`.
+OZR_PREFETCHING void prefetch_bytes(const void* origin, uintptr_t distance, ptrdiff_t bytes)
 {
     for (ptrdiff_t line = 0; line < bytes; line += kCacheLine)
-        prefetch(place, way + static_cast<uintptr_t>(line));
+        prefetch(origin, distance + static_cast<uintptr_t>(line));
 }
 
 }  // namespace

@@ -5,8 +5,9 @@
 namespace ozr
 {
 
-// As large as a T and at the same place in a record. Reads and writes are relaxed: each is whole, and nothing else is
-// ordered by them. Usable like a T; copying a record of such words is not one step.
+// A T that is read and written atomically, with the size and the alignment of a plain T, so that records keep
+// their layout. Reads and writes are relaxed: each is whole, and orders no other access. Copying a
+// record that holds several such words copies them one by one.
 template <class T>
 struct SharedWord {
     T word;

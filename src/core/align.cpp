@@ -272,9 +272,9 @@ void _align(const PanoramaCore* pi, const Pair& pair)
     *pair.result = {best.x * (1 << pi->pyramid.half), best.y * (1 << pi->pyramid.half), best.score};
 }
 
-// The tables address the source by its stride, so another geometry would be read outside its buffer; and a geometry that
-// init refused has the tables of an earlier one.
-bool _fits_tables(const PanoramaCore* pi, const PanoImg* img)
+// The projection addresses the source by its stride, so another geometry would be read outside its buffer; and a geometry
+// that init refused has the projection of an earlier one.
+bool _fits_projection(const PanoramaCore* pi, const PanoImg* img)
 {
     return is_usable(pi) && img->format == kPanoNv12 && img->width == pi->input.width &&
            img->height == pi->input.height && img->stride == pi->input.stride && img->stride >= img->width &&
@@ -295,9 +295,10 @@ PanoResult _check_picture(const PanoramaCore* pi, const PanoImg* img)
 {
     if (pi->cancel != 0)
         return kPanoCancelled;
-    if (img == nullptr || pi->proj.block_offsets == nullptr)
+    const bool lacks_tables = pi->has_tables != 0 && pi->proj.block_offsets == nullptr;
+    if (img == nullptr || pi->projection == nullptr || lacks_tables)
         return kPanoNullArgument;
-    return _fits_tables(pi, img) ? kPanoSuccess : kPanoBadArgument;
+    return _fits_projection(pi, img) ? kPanoSuccess : kPanoBadArgument;
 }
 
 // Projects a picture into its slot.

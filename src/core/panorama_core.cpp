@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "base/wrap32.h"
+#include "core/projection.h"
 #include "image/pano_result.h"
 #include "image/panorama_util.h"
 #include "ozr_memory.h"
@@ -19,7 +20,7 @@ static_assert(OZR_IS_AT(initialised, 4, 4) && OZR_IS_AT(overlap, 8, 8) && OZR_IS
                   OZR_IS_AT(aligned, 642, 802) && OZR_IS_AT(proj, 652, 816) && OZR_IS_AT(input, 672, 856) &&
                   OZR_IS_AT(g_nCount, 692, 876) && OZR_IS_AT(overlaps, 696, 880) &&
                   OZR_IS_AT(pyramid, 700, 884) && OZR_IS_AT(margin, 724, 908) &&
-                  OZR_IS_AT(cancel, 728, 912) && OZR_IS_AT(factors, 732, 920),
+                  OZR_IS_AT(cancel, 728, 912) && OZR_IS_AT(projection, 732, 920),
               "fields are in interface order without gaps but those of alignment");
 #undef OZR_IS_AT
 static_assert(sizeof(AlignItem) == (sizeof(void*) == 4 ? 20 : 32) &&
@@ -118,6 +119,43 @@ void _set_search_range(PanoramaCore* pi)
                   static_cast<int32_t>(height * kSearchAcross)};
 }
 
+// Whether every product on the way to the source positions fits 32 bits.
+bool _projection_fits(const PanoramaCore* pi)
+{
+    const int64_t width = projected_width(pi);
+    const int64_t scale = int64_t{kernels::kPixel} * (width >> 5) * 345 / 10;
+    const int64_t farthest = std::max<int64_t>(width, pi->input.height) / 2 - 1;
+    const int64_t last_offset = int64_t{pi->input.height} * pi->input.stride - pi->input.stride + width;
+    return product_fits_32_bits(farthest, scale) && fits_32_bits(last_offset);
+}
+
+PanoResult _renew_projection(PanoramaCore* pi)
+{
+    delete pi->projection;
+    pi->projection = tables_fit(pi) ? Projection::create(projected_width(pi)) : nullptr;
+    if (pi->projection != nullptr)
+        return kPanoSuccess;
+    free_projection(&pi->proj);
+    return kPanoTablesNoMemory;
+}
+
+PanoResult _set_up(PanoramaCore* pi, int32_t forward, int32_t width, int32_t height, int32_t stride)
+{
+    if (pi == nullptr)
+        return kPanoNullArgument;
+    pi->forward = forward != 0 ? 1 : 0;
+    _release_pictures(pi);
+    _store_size(pi, width, height, stride);
+    _set_pyramid_depth(pi);
+    _set_work_size(pi);
+    // Kept: the first pointer is never filled here, so tables of an earlier sweep are replaced without being released;
+    // the engine makes a new context for every sweep.
+    if (pi->proj.block_offsets != nullptr && pi->proj.unused[0] != nullptr)
+        free_projection(&pi->proj);
+    _set_search_range(pi);
+    return is_usable(pi) ? _renew_projection(pi) : kPanoBadArgument;
+}
+
 }  // namespace
 
 // Widths of 8 to 31 make a circle of radius 0, and with it a division by zero. (Below 8 there is nothing to project: the
@@ -129,7 +167,7 @@ bool ozr::core::is_usable(const PanoramaCore* pi)
     const int32_t projected = projected_width(pi);
     const int64_t half_size = int64_t{pi->input.half_width} * pi->input.half_height;
     return (projected == 0 || projected >= 32) && product_fits_32_bits(half_size, pi->overlap) &&
-           projection_fits(pi);
+           _projection_fits(pi);
 }
 
 void ozr::core::_panoFreeAlignmentItem(AlignItem* item)
@@ -167,7 +205,7 @@ int32_t panorama_core_destroy(PanoramaCore* core)
         return kPanoSuccess;
     _release_pictures(core);
     free_projection(&core->proj);
-    free_factors(&core->factors);
+    delete core->projection;
     ozr_free(core);
     return kPanoSuccess;
 }
@@ -197,21 +235,21 @@ void panorama_core_request_cancel_async(PanoramaCore* core)
 
 int32_t panorama_core_init(PanoramaCore* pi, int32_t forward, int32_t width, int32_t height, int32_t stride)
 {
-    if (pi == nullptr)
-        return kPanoNullArgument;
-    pi->forward = forward != 0 ? 1 : 0;
-    _release_pictures(pi);
-    _store_size(pi, width, height, stride);
-    _set_pyramid_depth(pi);
-    _set_work_size(pi);
-    // Kept: the first pointer is never filled here, so tables of an earlier sweep are replaced without being released;
-    // the engine makes a new context for every sweep.
-    if (pi->proj.block_offsets != nullptr && pi->proj.unused[0] != nullptr)
-        free_projection(&pi->proj);
-    _set_search_range(pi);
-    if (!is_usable(pi))
-        return kPanoBadArgument;
-    PANO_FORWARD(build_projection(pi));
+    PANO_FORWARD(_set_up(pi, forward, width, height, stride));
+    pi->has_tables = 1;
+    PANO_FORWARD(make_tables(pi));
+    pi->initialised = 1;
+    return kPanoSuccess;
+}
+
+PanoResult ozr::core::prepare(PanoramaCore* pi, int32_t forward, int32_t width, int32_t height,
+                              int32_t stride)
+{
+    PANO_FORWARD(_set_up(pi, forward, width, height, stride));
+    pi->has_tables = 0;
+    pi->proj.block_offsets = nullptr;
+    pi->proj.weights = nullptr;
+    pi->proj.chroma_map = nullptr;
     pi->initialised = 1;
     return kPanoSuccess;
 }

@@ -1,9 +1,10 @@
 // The panorama core: aligns and composes the pictures of one sweep. Pictures reach it with the sweep running along
 // their x axis.
 //
-// panorama_core.cpp holds the context's life and geometry, project.cpp the projection onto the
-// cylinder, tables.cpp its tables, align.cpp the intake and alignment of pictures, compose.cpp the
-// composition, seams.cpp and canvas.cpp its last steps. Nothing but the composition logs.
+// panorama_core.cpp holds the context's life and geometry, projection.cpp the way of source positions
+// onto the cylinder, project.cpp that of pictures, tables.cpp the tables for callers that want them,
+// align.cpp the intake and alignment of pictures, compose.cpp the composition, seams.cpp and
+// canvas.cpp its last steps. Nothing but the composition logs.
 //
 // What cannot be detected: a context that panorama_core_create did not make, a picture whose memory is smaller than its
 // geometry says or does not belong to the heap, and two threads in one context but for the cancellation.
@@ -48,11 +49,10 @@ struct ProjectionInfo {
     int32_t* chroma_map;     // W8 / 2 x height / 2: source chroma pair of each output chroma pair
 };
 
-// What the weights are products of, as ozr::kernels::ProjectionRow has them.
-struct ProjectionFactors {
-    uint8_t* columns;  // 32 per column of blocks; those of an odd last row differ and are not kept
-    uint8_t* rows;     // W8 x height
-};
+namespace ozr::core
+{
+class Projection;
+}
 
 // The positions to search, relative to the expected one: full-size pixels, ends exclusive.
 struct SearchRange {
@@ -99,7 +99,8 @@ struct PanoramaCore {
     int32_t margin;                   // columns left out at each side of an overlap, full-size pixels
     ozr::SharedWord<int32_t> cancel;  // set from another thread, polled
     // From here on not part of the interface.
-    ProjectionFactors factors;
+    ozr::core::Projection* projection;  // null before init; owned
+    uint8_t has_tables;  // made by panorama_core_init, and missed where the caller has taken them away
 };
 
 OZR_BEGIN_DECLS
@@ -144,6 +145,11 @@ namespace ozr::core
 constexpr int32_t kScoreOne = 1 << 28;  // r = 1
 constexpr int32_t kNoSearchScore = -1;
 
+// As panorama_core_init, but without tables: rows of the projection are worked out when they are needed, and the projected
+// pictures are the same. Sizes whose tables would not fit 32-bit sizes are refused all the same, so both take the same
+// pictures.
+PanoResult prepare(PanoramaCore* pi, int32_t forward, int32_t width, int32_t height, int32_t stride);
+
 // As panorama_core_add_input, but the picture is only read and stays its owner's.
 PanoResult add_lent(PanoramaCore* pi, const PanoImg* img, int32_t index, int32_t x, int32_t y);
 
@@ -153,16 +159,15 @@ PanoResult compose(PanoramaCore* pi, int32_t count, PanoImgOwner* out);
 // Frees what a record owns and clears it; null is no fault.
 void _panoFreeAlignmentItem(AlignItem* item);
 void free_projection(ProjectionInfo* info);
-void free_factors(ProjectionFactors* factors);
 
 // Whether the stored geometry is one that can be projected without a division by zero or an overflow.
 bool is_usable(const PanoramaCore* pi);
 
-// Builds the tables for pictures of pi->input.width x pi->input.height at pi->input.stride. -7: memory is out.
-PanoResult build_projection(PanoramaCore* pi);
+// Whether the tables of the stored geometry have sizes of 32 bits.
+bool tables_fit(const PanoramaCore* pi);
 
-// Whether every product on the way to the tables fits 32 bits.
-bool projection_fits(const PanoramaCore* pi);
+// Fills the tables for pictures of the stored geometry, whose projection is prepared. -7: memory is out.
+PanoResult make_tables(PanoramaCore* pi);
 
 // Projects a picture of that size into `dst`, W8 x height.
 void project(const PanoramaCore* pi, PanoImg* dst, const PanoImg* src);

@@ -1,5 +1,5 @@
-// Capture: opens a sweep, takes its pictures in, and closes it. The first picture is held back until the second arrives,
-// because the core cannot be set up before the direction is known; from then on every picture goes to the core at once.
+// Capture: opens a sweep, accepts its pictures, and closes it. The engine holds the first picture until the second one
+// arrives, because the core cannot be set up before the direction is known; every later picture goes to the core at once.
 #include <algorithm>
 
 #include "core/panorama_core.h"
@@ -60,7 +60,7 @@ PanoResult _panorama_engine_Addframe(PanoramaInternal* pe, const PanoImg* pictur
         return kPanoBadArgument;
     if (picture->format != kPanoNv12)
         return kPanoNotSupported;
-    // While the direction is undecided the held first picture comes back here: it is kept already.
+    // While the direction is undecided, this may be the first picture that is already held.
     if (picture != &pe->frames[index] && PanoImg_Clone(picture, &pe->frames[index]) < 0) {
         PanoLog("_panorama_engine_Addframe", __LINE__, "not enough memory for %dth.", index);
         return kPanoNoMemory;
@@ -69,7 +69,7 @@ PanoResult _panorama_engine_Addframe(PanoramaInternal* pe, const PanoImg* pictur
     return kPanoSuccess;
 }
 
-// An offset measured at the reference size, in pixels of the picture.
+// Converts an offset from pixels of the reference size to pixels of the picture.
 PanoResult _scale_offset(const PanoramaInternal* pe, const PanoImg* picture, ozr_point* offset)
 {
     if (picture->width == pe->reference.width)
@@ -109,7 +109,7 @@ PanoResult _add_straight(PanoramaInternal* pe, const PanoImg* picture, int32_t i
     return as_result(panorama_core_add_input(pe->core, copy.get(), index, offset.x, offset.y));
 }
 
-// Hands a picture to the core, in the position that the core works in.
+// Hands a picture to the core, turned for vertical sweeps.
 PanoResult _panorama_engine_AddImgIncr(PanoramaInternal* pe, const PanoImg* picture, int32_t index)
 {
     if (pe == nullptr || picture == nullptr || index < 0 || index >= kMaxPictures)
@@ -133,9 +133,8 @@ PanoResult _set_up_core(PanoramaInternal* pe, const PanoImg* picture)
 {
     const int32_t forward = pe->direction == kDirectionRight || pe->direction == kDirectionUp ? 1 : 0;
     const bool turns = pe->direction != kDirectionRight && pe->direction != kDirectionLeft;
-    return as_result(
-        turns ? panorama_core_init(pe->core, forward, picture->height, picture->width, picture->height)
-              : panorama_core_init(pe->core, forward, picture->width, picture->height, picture->stride));
+    return turns ? core::prepare(pe->core, forward, picture->height, picture->width, picture->height)
+                 : core::prepare(pe->core, forward, picture->width, picture->height, picture->stride);
 }
 
 // The second picture of a sweep brings the first one into the core.
@@ -202,7 +201,7 @@ int32_t panorama_engine_set_image(PanoramaInternal* pe, const PanoImg* picture, 
     if (index == 1) {
         ignore(_set_up_core(pe, picture));  // a core that could not be set up refuses the first picture
         if (pe->frame_present[0] == 0)
-            return kPanoPictureBusy;  // kept: the slot stays as it is, so the engine is not ready until it is renewed
+            return kPanoPictureBusy;  // kept: the slot stays kSlotAdding, so cancellations time out until init
         result = _hand_over_first(pe);
     }
     if (result >= 0)

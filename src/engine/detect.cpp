@@ -24,15 +24,14 @@ int32_t _share(int32_t size, float fraction)
     return static_cast<int32_t>(static_cast<float>(size) * fraction);
 }
 
-// Takes another frame size as the reference; the scaled size stays.
+// Makes the size of this frame the reference; the scaled size does not change.
 void _rebase(PanoramaInternal* pe, const PanoImg* frame)
 {
     set_reference(pe, frame->width, frame->height);
     pe->inv_scale = 1.0F / (static_cast<float>(pe->small.width) / static_cast<float>(frame->width));
 }
 
-// A motion in scaled pixels, truncated to pixels of the reference size and added. Without an end to the sweep the sum
-// may wrap around.
+// Adds a motion in scaled pixels, truncated to pixels of the reference size. The sum wraps around if a sweep never ends.
 void _advance(int32_t* offset, int32_t motion, float inv_scale)
 {
     const int32_t pixels = static_cast<int32_t>(static_cast<float>(motion) * inv_scale);
@@ -49,7 +48,7 @@ void _accumulate_motion(PanoramaInternal* pe)
     _advance(&pe->motion.y, -shift_y, pe->inv_scale);
 }
 
-// A direction from the motion so far; undecided while it is short. Ties go to the horizontal directions.
+// The direction of the motion so far; undecided while it is short. A tie counts as horizontal.
 PanoDirection _direction_of(const PanoramaInternal* pe)
 {
     const int64_t x = pe->motion.x;
@@ -68,7 +67,7 @@ void _log_direction(PanoDirection direction)
     PanoLog("panorama_engine_process_frame", __LINE__, "direction = %s", kNames[direction]);
 }
 
-// The motion along the direction of the sweep, counted forward, with its goal; and the drift across it.
+// The motion along the direction of the sweep, positive forward, with its target; and the drift across it.
 struct Progress {
     int64_t along;
     int64_t target;
@@ -88,8 +87,8 @@ Progress _progress(const PanoramaInternal* pe)
             vertical ? pe->target_tolerance.x : pe->target_tolerance.y};
 }
 
-// Normal mode: as soon as the target less the tolerance is covered. Strict mode: only inside the band around the
-// target, and while the drift is small.
+// In normal mode a picture is due as soon as the motion exceeds the target minus the tolerance; in strict mode only while
+// it is within the tolerance of the target and the drift is small.
 bool _is_due(const PanoramaInternal* pe)
 {
     if (pe->direction < kDirectionRight || pe->direction > kDirectionUp)

@@ -1,4 +1,4 @@
-// The engine context: its life, parameters and cancellation.
+// The engine context: creation and release, parameters, cancellation.
 #include "engine/panorama_engine.h"
 
 #include <algorithm>
@@ -41,7 +41,7 @@ constexpr int32_t kEngineVersion[4] = {1, 0, 2, 0};
 constexpr int32_t kMinOverlap = 30;
 constexpr int32_t kMaxOverlap = 95;
 
-// Pictures that a full sweep needs: 2.734 picture widths beyond the first, rounded.
+// The number of pictures of a full sweep: it is 2.734 picture widths longer than its first picture; rounded.
 constexpr float kSweepWidths = 2.734F;
 constexpr float kRounding = 1.5F;
 
@@ -99,7 +99,7 @@ PanoResult _renew_core(PanoramaInternal* pe)
     return as_result(panorama_core_create(&pe->core));
 }
 
-// The result is dropped: the parameter exists, and any percentage is a value of it.
+// The result is dropped: the parameter exists and accepts every percentage.
 void _set_core_overlap(PanoramaInternal* pe, int32_t percent)
 {
     ignore(as_result(panorama_core_set_param(pe->core, kCoreParamOverlap, static_cast<uint32_t>(percent))));

@@ -3,12 +3,12 @@
 // panorama_engine.cpp holds the context's life, parameters and cancellation; detect.cpp follows the
 // preview frames; capture.cpp takes the pictures in; synthesis.cpp makes the panorama.
 //
-// Results are PanoResult codes. The engine logs no failures; its progress lines go to the debug level. It takes no lock:
-// a cancelling thread polls status, image_state and count of the working one, which in turn looks for cancel_requested
-// between its steps: these are shared words.
+// Results are PanoResult codes. The engine logs no failures; its progress lines have the debug level. It takes no lock:
+// status, image_state, count and cancel_requested are shared words. The cancelling thread polls the first three; the
+// working thread reads the last one between its steps.
 //
-// What cannot be detected: a context that panorama_engine_create did not make, one that is destroyed or initialised while
-// a thread works in it, and pictures whose memory is smaller than their geometry says.
+// The engine cannot detect a context that panorama_engine_create did not make, a context that is destroyed or initialised
+// while a thread works in it, or a picture whose memory is smaller than its geometry.
 #ifndef PANORAMA_ENGINE_H
 #define PANORAMA_ENGINE_H
 
@@ -49,7 +49,7 @@ enum PanoParam : int32_t {
 };
 
 struct PanoramaInternal {
-    PanoImg out_img;  // the panorama; its pixels lie inside the block out_raw
+    PanoImg out_img;  // the panorama; its pixels are inside the block out_raw
     PanoDirection direction;
     ozr_point motion;  // since the last picture, in pixels of the reference size
     ozr::SharedWord<PanoStatus> status;
@@ -65,9 +65,9 @@ struct PanoramaInternal {
     float overlap;    // fraction
     float tolerance;  // of detection, fraction
     uint8_t strict_mode;
-    PictureSize reference;        // that the motion is measured in: the first picture's, then the preview's
-    float inv_scale;              // from scaled preview pixels to reference pixels
-    PictureSize small;            // of the scaled preview
+    PictureSize reference;  // size that the motion is measured in: the first picture's, then the preview's
+    float inv_scale;        // from scaled preview pixels to reference pixels
+    PictureSize small;      // of the scaled preview
     int32_t direction_threshold;  // squared length of the motion that decides the direction
     ozr_point target;             // motion from one picture to the next
     ozr_point target_tolerance;
@@ -84,7 +84,7 @@ OZR_API int32_t panorama_engine_create(PanoramaInternal** out);
 // out (-8) the context itself is released.
 OZR_API int32_t panorama_engine_init(PanoramaInternal* pe);
 
-// Releases everything and clears *pe, whatever the status: cancel first. Null is no fault.
+// Releases everything and clears *pe, in any status, so cancel first. Does nothing for null.
 OZR_API void panorama_engine_destroy(PanoramaInternal** pe);
 
 // -7: not idle; -2: no such parameter, or a value outside its range.
@@ -100,14 +100,14 @@ OZR_API int32_t panorama_engine_get_process_status(PanoramaInternal* pe);
 
 // Cancels the work of another thread (docs/architecture.md) and waits for it, at most about 100 ms
 // for each picture and for the synthesis.
-// 0: cancelled; -7: nothing to cancel, or the work ended by itself; -104: it did not stop.
+// 0: cancelled; -7: nothing to cancel, or the work ended before it saw the request; -104: it did not stop.
 OZR_API int32_t panorama_engine_cancel_process(PanoramaInternal* pe);
 
 // Asks the work of another thread to stop, without waiting.
 OZR_API void panorama_engine_cancel_process_async(PanoramaInternal* pe);
 
-// 0, or why the context must not be destroyed yet. -101: a picture is being added; -102: the capture was stopped and the
-// synthesis has not ended.
+// 0: the context may be destroyed; -101: a picture is being added; -102: the capture was stopped and the synthesis has not
+// ended.
 OZR_API int32_t panorama_engine_check_ready_to_destroy(PanoramaInternal* pe);
 
 // Follows the camera with one preview frame. 1: take the next picture; 0: not now. -3: null or no pixels; -4: an impossible
@@ -138,21 +138,20 @@ OZR_END_DECLS
 namespace ozr::engine
 {
 
-// How far a motion may be off its target, as a fraction of the reference size.
+// The largest distance of a motion from its target, as a fraction of the reference size.
 constexpr float kTolerance = 0.02F;
 constexpr float kStrictTolerance = 0.05F;
 
-// panorama_engine_cancel_process_async without its log line, for repeating the request. Not null.
+// panorama_engine_cancel_process_async without its log line, to repeat the request. `pe` is not null.
 void request_cancel(PanoramaInternal* pe);
 
-// What detection and the start of a capture share.
-
-// Takes w x h as the size that motion is measured in: thresholds, targets and tolerances. False when (w + h)^2 does not
-// fit 32 bits, or a size is not positive.
+// Whether motion can be measured at the size of this frame: both sides are positive and (width + height)^2 fits 32 bits.
 bool can_measure(const PanoImg* frame);
+
+// Sets the size that motion is measured in, and the thresholds, targets and tolerances that follow from it.
 void set_reference(PanoramaInternal* pe, int32_t width, int32_t height);
 
-// Scales the luma of a frame into a packed grey buffer of small_width x small_height. -2: a format without readable luma;
+// Scales the luma of a frame into a packed grey buffer of the scaled size, pe->small. -2: a format without readable luma;
 // -4: a stride shorter than a row.
 PanoResult scale_preview(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame);
 

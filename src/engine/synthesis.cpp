@@ -1,5 +1,5 @@
-// Synthesis: turns the pictures of a stopped sweep into the output image. The status is written last:
-// nothing of the context is touched after it (docs/architecture.md, Cancellation).
+// Synthesis: makes the output image from the pictures of a stopped sweep. The status is written last; nothing of the
+// context is used after that (docs/architecture.md, Cancellation).
 #include <algorithm>
 
 #include "core/panorama_core.h"
@@ -86,8 +86,8 @@ PanoResult _compose(PanoramaInternal* pe, int32_t count, PanoImgOwner* composed)
     return pe->cancel_requested != 0 ? kPanoCancelled : kPanoSuccess;
 }
 
-// Pictures of vertical sweeps were turned clockwise when they came in: the result turns back. A single picture that is
-// left of a sweep may have odd sizes, of which a turn does not reach all chroma: the block is zero-filled.
+// Pictures of vertical sweeps were turned clockwise when they were added, so the result is turned back. If only one
+// picture is left of a sweep it may have odd sizes, and a turn does not write all of its chroma: the block is zero-filled.
 PanoResult _compose_turned(PanoramaInternal* pe, int32_t count)
 {
     PanoImgOwner composed;
@@ -100,7 +100,7 @@ PanoResult _compose_turned(PanoramaInternal* pe, int32_t count)
     return kPanoSuccess;
 }
 
-// The core writes straight into the output block, which becomes the engine's when nothing can fail any more.
+// The core writes into the output block itself. The engine takes it over last, when nothing can fail any more.
 PanoResult _compose_straight(PanoramaInternal* pe, int32_t count)
 {
     PanoImgOwner composed(PanoImgOwner::kAtPage);

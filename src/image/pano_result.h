@@ -13,8 +13,8 @@ enum [[nodiscard]] PanoResult : int32_t{
     kPanoCancelled = -5,
     kPanoOutOfBound = -6,
     kPanoWrongState = -7,
-    kPanoTablesNoMemory =
-        -7,  // kept: the core reports its projection tables under the number of a wrong state
+    // Kept: when memory for the projection tables is out, callers of the core see the number of a wrong state.
+    kPanoTablesNoMemory = -7,
     kPanoNoMemory = -8,
     // engine
     kPanoPictureBusy = -101,  // the first picture is missing, or a picture is still being added
@@ -30,13 +30,13 @@ enum [[nodiscard]] PanoResult : int32_t{
 namespace ozr
 {
 
-// The code that an exported function returned: those have plain numbers in their signatures.
+// The result of an exported function, which has a plain number in its signature.
 constexpr PanoResult as_result(int32_t code)
 {
     return static_cast<PanoResult>(code);
 }
 
-// Drops a result that decides nothing; each use says why.
+// Drops a result that has no effect on what follows; each use says why.
 inline void ignore(PanoResult /*result*/) {}
 
 }  // namespace ozr

@@ -60,7 +60,7 @@ PanoResult _lay_out_padded(PanoImg* img, int32_t stride)
     return stride < row_bytes ? kPanoBadArgument : _lay_out(img, stride);
 }
 
-// Clears what no row covers.
+// Clears the bytes behind the last row.
 void _clear_rest(PanoImg* img)
 {
     const int32_t rows = _is_semi_planar(img->format) ? img->height + img->height / 2 : img->height;
@@ -92,7 +92,7 @@ PanoResult _check_block(PanoImg* img, const void* raw_block)
     return kPanoNoMemory;
 }
 
-// One axis of a placed copy: where it starts on both sides, and how long it is.
+// One axis of a placed copy: its start in both pictures, and its length.
 struct Span {
     int32_t dst;
     int32_t src;
@@ -148,7 +148,7 @@ int64_t ozr::pano_geometry_size(const PanoImg* img)
 bool ozr::pano_has_whole_rows(const PanoImg* img, int64_t row_bytes)
 {
     const int64_t plane = int64_t{img->height} * img->stride;
-    // Even where there are no columns, the addresses of rows that go upwards may not fit.
+    // The addresses of rows with a negative stride may not fit, even where the rows have no columns.
     const bool goes_up = img->height > 0 && img->stride < 0;
     return !goes_up && img->stride >= row_bytes && std::max(plane, pano_geometry_size(img)) <= INT32_MAX;
 }

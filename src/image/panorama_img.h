@@ -1,13 +1,13 @@
-// The working image record and what is done on it: creation and copying (panorama_img.cpp), resampling
-// (panorama_img_resize.cpp), rotation and colour conversion (panorama_img_rotate.cpp).
+// The working image record and its functions: creation and copying (panorama_img.cpp), resampling (resize.cpp), rotation
+// and colour conversion (rotate.cpp).
 //
-// Unless said otherwise the functions return a PanoResult, log nothing, and take the destination first. The record is
-// always the caller's; whether its pixels are too depends on how it was filled.
+// Unless said otherwise the functions return a PanoResult, log nothing, and take the destination first. The caller owns
+// the record; whether it also owns the pixels depends on the function that filled the record.
 //
-// What no function can detect: memory behind `data` that is smaller than the geometry says (stride * height bytes, half
-// as many again for semi-planar formats) or than `size`; a record destroyed that does not own its pixels; source and
-// destination that overlap. Refused are null pointers, strides shorter than a row (or negative) and geometries that
-// exceed 32 bits.
+// No function can detect memory behind `data` that is smaller than the geometry (stride * height bytes, half as many
+// again for semi-planar formats) or than `size`, the destruction of a record that does not own its pixels, or an overlap
+// of source and destination. Null pointers, strides that are negative or shorter than a row, and geometries that exceed
+// 32 bits are refused.
 #ifndef PANORAMA_IMG_H
 #define PANORAMA_IMG_H
 
@@ -33,14 +33,14 @@ struct PanoImg {
     int32_t height;     // rows of the first plane
     int32_t stride;     // bytes from one row to the next, the same for every plane
     int32_t size;       // bytes of all planes together
-    int32_t widthCopy;  // the width once more, where a buffer was aligned or wrapped; read by nothing
+    int32_t widthCopy;  // the width again, set where a buffer was aligned or wrapped; never read
     uint8_t* data;
 };
 
 namespace ozr
 {
 
-// Start of a row of the first plane; rows from `height` on are those of the chroma plane.
+// The start of a row of the first plane; the rows of the chroma plane follow as rows `height` and up.
 inline uint8_t* pano_row(const PanoImg* img, int32_t y)
 {
     return img->data + static_cast<ptrdiff_t>(y) * img->stride;
@@ -51,14 +51,14 @@ inline uint8_t* pano_chroma_row(const PanoImg* img, int32_t y)
     return pano_row(img, img->height + y);
 }
 
-// Least bytes of a row, widened so that no width overflows. -1 for an unknown format.
+// The bytes of a row without padding, in 64 bits so that no width overflows. -1 for an unknown format.
 int64_t pano_row_bytes(int32_t format, int32_t width);
 
-// Bytes that the geometry stands for, whatever the record's `size` says. -1 for an unknown format.
+// The bytes of all planes by the geometry, without regard to `size`. -1 for an unknown format.
 int64_t pano_geometry_size(const PanoImg* img);
 
-// Whether rows of so many bytes lie within the stride, and the whole geometry within what 32 bits count: beyond that no
-// `size` can tell the truth.
+// Whether the stride holds rows of `row_bytes` bytes and the whole geometry fits 32 bits: `size` cannot be true of a larger
+// one.
 bool pano_has_whole_rows(const PanoImg* img, int64_t row_bytes);
 
 }  // namespace ozr
@@ -69,7 +69,7 @@ OZR_BEGIN_DECLS
 // fit 32 bits; -2: unknown format; -8: memory is out. Released with PanoImg_Destroy.
 OZR_API int32_t PanoImg_Create(PanoImg* img, int32_t width, int32_t height, int32_t format);
 
-// The same with a buffer aligned to 4096 bytes inside a larger block, whose start goes to *rawBlock for
+// The same with a buffer aligned to 4096 bytes inside a larger block. The start of that block is stored in *rawBlock, for
 // PanoImg_DestroyAligned.
 OZR_API int32_t PanoImg_CreateAligned(PanoImg* img, int32_t width, int32_t height, int32_t format,
                                       void** rawBlock);
@@ -79,23 +79,23 @@ OZR_API int32_t PanoImg_CreateAligned(PanoImg* img, int32_t width, int32_t heigh
 OZR_API int32_t PanoImg_CreateRef(PanoImg* img, uint8_t* data, int32_t width, int32_t height, int32_t stride,
                                   int32_t format);
 
-// Frees the buffer of PanoImg_Create, PanoImg_CreateRef or PanoImg_Clone; the other fields keep their values. A null
-// record or buffer is no fault.
+// Frees the buffer of PanoImg_Create, PanoImg_CreateRef or PanoImg_Clone; the other fields keep their values. Does
+// nothing for a null record or buffer.
 OZR_API void PanoImg_Destroy(PanoImg* img);
 
-// Clears the record and frees the block behind it; each is skipped by itself when its pointer is null.
+// Clears the record and frees the block behind it. Either step is skipped when its pointer is null.
 OZR_API void PanoImg_DestroyAligned(PanoImg* img, void** rawBlock);
 
 // Gives `dst` a buffer of the same geometry, stride included, and copies src->size bytes, as far as they fit. Source
 // first. -4: a null pointer, a source without pixels or with an impossible geometry; -8: memory is out.
 OZR_API int32_t PanoImg_Clone(const PanoImg* src, PanoImg* dst);
 
-// Copies what `src`, placed with its top left corner at (x, y) of `dst`, has in common with it. Chroma pairs round
-// positions and sizes down to even. -3: null; -2: formats that differ, or packed YUYV (unless nothing overlaps).
+// Copies `src` into `dst` with its top left corner at (x, y), cut to the size of `dst`. For chroma pairs, positions and
+// sizes are rounded down to even. -3: null; -2: formats that differ, or packed YUYV (unless nothing overlaps).
 OZR_API int32_t PanoImg_CopyEx(PanoImg* dst, const PanoImg* src, int32_t x, int32_t y);
 
-// Bilinear scaling to the destination's size. The step is (source - 1) / destination pixels, so the last sample stops
-// short of the last source pixel; truncating, so up to one level darker. -4: no pixels, or sizes that cannot be
+// Bilinear scaling to the destination's size. The step is (source - 1) / destination pixels, so the last sample is before
+// the last source pixel. Results are truncated and so up to one level darker. -4: no pixels, or sizes that cannot be
 // scaled.
 OZR_API int32_t PanoImg_ResizeGray(PanoImg* dst, const PanoImg* src);      // grey, or a luma plane, to grey
 OZR_API int32_t PanoImg_ResizeGrayYUYV(PanoImg* dst, const PanoImg* src);  // the luma of packed YUYV to grey
@@ -110,7 +110,7 @@ OZR_API int32_t PanoImg_RotateCW90(PanoImg* dst, const PanoImg* src);
 OZR_API int32_t PanoImg_RotateCW270(PanoImg* dst, const PanoImg* src);
 
 // Semi-planar (format 1) to RGBA (format 5) over the even part of the common size; the rest of the destination becomes
-// zero, alpha included. The first byte of a chroma pair counts as V. Codes as above, -4 also for strides shorter than
+// zero, alpha included. The first byte of a chroma pair is taken as V. Codes as above, -4 also for strides shorter than
 // a row.
 OZR_API int32_t PanoImg_ConvertYUV2RGBA(PanoImg* dst, const PanoImg* src);
 
@@ -119,15 +119,15 @@ OZR_END_DECLS
 namespace ozr
 {
 
-// PanoImg_Create without the zeros, for a picture whose pixels are all written next. Only what no row covers is zero: the
-// half row at the end of the chroma of an odd height.
+// PanoImg_Create without the zeros, for a picture whose rows are all written before they are read. Only the bytes of no row
+// are zero: the half row at the end of the chroma of an odd height.
 PanoResult pano_create_unfilled(PanoImg* img, int32_t width, int32_t height, int32_t format);
 
-// A working image with the block that its pixels are in, which is freed with it unless it was handed over.
+// A working image that owns the block of its pixels until release().
 class PanoImgOwner
 {
 public:
-    // Where the pixels of `create` and `copy` begin: with their block, or with a page inside it.
+    // Where `create` and `copy` place the pixels: at the start of their block, or of a page inside it.
     enum Start { kAtBlock, kAtPage };
 
     PanoImgOwner() = default;
@@ -148,12 +148,13 @@ public:
     // Frees the pixels; the other fields keep their values.
     void reset();
 
-    // Hands the pixels over: to PanoImg_Destroy or, with the start of their block, to PanoImg_DestroyAligned.
+    // Hands the pixels over. The new owner frees them by PanoImg_Destroy or, if they start at a page, by
+    // PanoImg_DestroyAligned with *raw_block.
     PanoImg release(void** raw_block = nullptr);
 
 private:
     PanoImg img_ = {};
-    void* block_ = nullptr;  // null: the pixels begin with their block
+    void* block_ = nullptr;  // null: the pixels are at the start of their block
     Start start_ = kAtBlock;
 };
 

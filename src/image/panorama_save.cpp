@@ -9,7 +9,7 @@ struct SaveHooks {
     PanoSaveBuf buf;
 };
 
-// Volatile, so that the hooks stay where a debugger finds them although nothing reads them.
+// Volatile, so that the compiler stores the hooks, for a debugger to find, although nothing reads them.
 volatile SaveHooks g_hooks;
 
 }  // namespace

@@ -19,7 +19,7 @@ void* _align(void* block, void** raw)
     if (raw != nullptr)
         *raw = block;
     const uintptr_t end_of_slack = reinterpret_cast<uintptr_t>(block) + kSlack;
-    // An address, not a pointer that moves along: it is defined for a null block too.
+    // Computed as an address, not by moving a pointer, which would be undefined for a null block.
     const uintptr_t page = end_of_slack & ~uintptr_t{kPage - 1};
     return reinterpret_cast<void*>(page);  // NOLINT(performance-no-int-to-ptr)
 }

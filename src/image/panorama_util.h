@@ -1,5 +1,5 @@
-// Logging, timing and memory as the engine and the core use them. As with the functions of the C library behind them,
-// blocks and sizes are the caller's word.
+// Logging, timing and memory for the engine and the core. Like the functions of the C library that they call, these
+// functions cannot check blocks and sizes.
 #ifndef PANORAMA_UTIL_H
 #define PANORAMA_UTIL_H
 
@@ -25,9 +25,9 @@ OZR_API void PanoFree(void* block);
 OZR_API void* PanoMemset(void* block, int32_t value, uint32_t size);
 OZR_API void* PanoMemcpy(void* dst, const void* src, uint32_t size);
 
-// Zero-filled memory at an address that is a multiple of 4096. The start of the block, to be freed, goes to *raw unless
-// `raw` is null. Kept: when memory is out, or more than 32 bits count is asked for, the result is not null but 8192;
-// only *raw shows it.
+// Zero-filled memory at an address that is a multiple of 4096. The start of the block, to be freed, is stored in *raw
+// unless `raw` is null. Kept: when memory is out, or the size does not fit 32 bits, the result is not null but the
+// address 8192; callers see the failure by a null *raw only.
 OZR_API void* AlignedCalloc(uint32_t count, uint32_t size, void** raw);
 
 OZR_END_DECLS

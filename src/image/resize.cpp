@@ -1,4 +1,4 @@
-// Resampling of working images. One step per axis for the whole picture, positions advanced by addition.
+// Resampling of working images: one step for each axis of a picture; positions advance by addition.
 #include <string.h>
 
 #include <algorithm>
@@ -28,20 +28,20 @@ bool _is_same_size(const PanoImg* dst, const PanoImg* src)
     return dst->width == src->width && dst->height == src->height;
 }
 
-// Whether rows of these many bytes a pixel lie within their strides.
+// Whether the stride holds rows of pixels of this many bytes.
 bool _has_whole_rows(const PanoImg* img, int32_t pixel_bytes)
 {
     return pano_has_whole_rows(img, int64_t{img->width} * pixel_bytes);
 }
 
-// (source - 1) pixels over `dst` samples: the first sample sits on the first source pixel and the last one stops
-// short of the last, so that its right-hand neighbour exists. False where the division or the position would overflow.
+// (source - 1) / destination pixels: the first sample is at the first source pixel and the last one before the last, so
+// that its right-hand neighbour exists. False where the division or a position would overflow.
 bool _step(int32_t src, int32_t dst, uint32_t* step)
 {
     constexpr int32_t kMaxPixels = INT32_MAX >> kResampleFracBits;
     if (src < 1 || src - 1 > kMaxPixels || dst == 0)
         return false;
-    // A negative size takes a step too, but no sample.
+    // A negative destination size has a step, but no samples.
     *step = static_cast<uint32_t>(((src - 1) << kResampleFracBits) / dst);
     return true;
 }
@@ -51,7 +51,7 @@ bool _steps(const PanoImg* dst, const PanoImg* src, Steps* steps)
     return _step(src->width, dst->width, &steps->x) && _step(src->height, dst->height, &steps->y);
 }
 
-// The rows that have pixels: none in a picture without columns, however high its record says it is.
+// The number of rows that have pixels: 0 for a picture without columns, whatever its height.
 int32_t _row_count(const PanoImg* img)
 {
     return img->width > 0 ? img->height : 0;
@@ -68,8 +68,8 @@ void _resample_luma(PanoImg* dst, const PanoImg* src, Steps steps, kernels::Resa
              {src->data, src->stride, steps.x, steps.y, 0, dst->width, _row_count(dst)});
 }
 
-// A last source row has none below it: what would need one becomes black. The step stops short of it unless it is the
-// only one.
+// The rows of the result need a source row below theirs, or become black. Positions end before the last source row, unless
+// it is the only one.
 void _resample_gray(PanoImg* dst, const PanoImg* src, Steps steps, kernels::Resample* resample)
 {
     if (src->height > 1) {
@@ -80,7 +80,7 @@ void _resample_gray(PanoImg* dst, const PanoImg* src, Steps steps, kernels::Resa
         memset(pano_row(dst, y), 0, static_cast<size_t>(dst->width));
 }
 
-// Bytes that may be touched from `row` on: to the end of the buffer as size or geometry give it.
+// The bytes from `row` to the end of the buffer, whose length is the larger of size and geometry.
 int64_t _bytes_from(const PanoImg* img, const uint8_t* row)
 {
     return std::max(int64_t{img->size}, pano_geometry_size(img)) - (row - img->data);
@@ -91,7 +91,8 @@ kernels::PairsRow _pairs_from(const PanoImg* img, const uint8_t* row)
     return {row, static_cast<int32_t>(std::min<int64_t>(_bytes_from(img, row), INT32_MAX))};
 }
 
-// Kept: the luma steps are used unchanged on the chroma plane of half the size.
+// Kept: the luma steps are used unchanged on the chroma plane of half the size, so the chroma is up to half a sample too far
+// right and down at the ends of rows and columns.
 void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
 {
     const kernels::Kernels* kernels = kernels::active();
@@ -101,7 +102,7 @@ void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
         uint8_t* row = pano_chroma_row(dst, y);
         const uint8_t* top = pano_chroma_row(src, _pixel(position));
         const uint8_t* bottom = (position & kResampleFracMask) != 0 ? top + src->stride : top;
-        // Enlarging reaches beyond the last chroma row: it then stands for the one below it.
+        // Enlarging reaches beyond the last chroma row: it is then its own lower neighbour.
         if (_bytes_from(src, bottom) < 1)
             bottom = top;
         const kernels::PairsRow above = _pairs_from(src, top);
@@ -122,7 +123,8 @@ int32_t PanoImg_ResizeGray(PanoImg* dst, const PanoImg* src)
     if (_is_same_size(dst, src)) {
         const size_t row_bytes = static_cast<size_t>(std::max(dst->width, 0));
         if (dst->stride == src->stride) {
-            // Kept: height times width bytes, not height times stride: with padded rows the last ones stay unwritten.
+            // Kept: height times width bytes, not height times stride, so the last rows of a padded destination keep
+            // their old pixels.
             memcpy(dst->data, src->data, row_bytes * static_cast<size_t>(std::max(dst->height, 0)));
             return kPanoSuccess;
         }

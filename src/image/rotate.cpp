@@ -12,7 +12,7 @@ using namespace ozr;
 namespace
 {
 
-// Where the elements of one plane go: the element (x, y) of `columns` x `rows` starts at byte
+// The map of the elements of one plane: element (x, y) of the source goes to the byte
 // origin + y * per_row + x * per_column of the destination.
 struct Turn {
     int64_t origin;
@@ -44,7 +44,8 @@ PanoResult _check_rotation(const PanoImg* dst, const PanoImg* src)
     return whole ? kPanoSuccess : kPanoBadArgument;
 }
 
-// Whether the formulas stay inside both geometries without looking at each byte: even sizes that mirror each other.
+// Whether no byte needs a check, because the formulas stay inside both geometries: even sizes, those of the destination
+// being the swapped ones of the source.
 bool _is_regular(const PanoImg* dst, const PanoImg* src)
 {
     const bool even = (src->width & 1) == 0 && (src->height & 1) == 0;
@@ -62,8 +63,8 @@ SourcePlane _chroma_of(const PanoImg* src)
             src->height < 1 ? 0 : _half_up(src->height), 2};
 }
 
-// Odd sizes move a last chroma pair or row that covers a half-filled block: it may lie beside its row or behind the
-// last plane. Bytes outside either buffer are left out.
+// With odd sizes the last chroma pair of a row, or the last row, covers a block that is half outside the picture: it may
+// be beside its row or behind the last plane. Bytes outside either buffer are left out.
 void _turn_guarded(PanoImg* dst, const PanoImg* src, const SourcePlane& plane, const Turn& turn)
 {
     for (int32_t y = 0; y < plane.rows; ++y) {
@@ -80,7 +81,7 @@ void _turn_guarded(PanoImg* dst, const PanoImg* src, const SourcePlane& plane, c
     }
 }
 
-// Zeroes the bytes from `begin` to `end`, as far as they lie inside the picture.
+// Clears the bytes [begin, end) as far as they are inside the buffer.
 void _clear(const PanoImg* img, int64_t begin, int64_t end)
 {
     const int64_t inside = std::min(end, int64_t{img->size});

@@ -50,7 +50,7 @@ uint32_t cpu_features()
 
 #elif defined(__wasm_simd128__)
 
-// The engine would have refused a module whose vectors it does not know.
+// An engine without these instructions refuses the whole module, so that this code never runs on one.
 uint32_t ozr::kernels::cpu_features()
 {
     return kCpuWasm128;

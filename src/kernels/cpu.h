@@ -1,4 +1,4 @@
-// What the processor can do, as far as the kernels care.
+// The instruction sets of the processor that the kernels have variants for.
 #ifndef OZR_CPU_H
 #define OZR_CPU_H
 

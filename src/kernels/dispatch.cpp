@@ -6,7 +6,7 @@
 namespace ozr::kernels
 {
 
-// For stages that a level does no faster than the one below. A stage's own fill(), no template, is preferred.
+// For stages of which a level has no variant. A stage's own fill(), which is no template, is preferred.
 namespace sse2
 {
 template <class Table>
@@ -73,8 +73,8 @@ const Kernels* const kLevels[] = {&kScalarKernels, &kSse2Kernels, &kSsse3Kernels
 
 #elif defined(__wasm_simd128__)
 
-// WebAssembly's vectors take the intrinsics of SSSE3, by Emscripten's headers. One level of its own: an engine takes a
-// module with vector instructions as a whole or not at all.
+// Emscripten's headers translate the intrinsics up to SSSE3 into WebAssembly's vectors. They are one level:
+// an engine accepts a module with vector instructions as a whole or not at all.
 constexpr Kernels kWasm128Kernels =
     _level(_level(kScalarKernels, "sse2", 0, [](auto* stage) { sse2::fill(stage); }), "wasm128", kCpuWasm128,
            [](auto* stage) { ssse3::fill(stage); });

@@ -1,8 +1,12 @@
-// The loops over pixels, each on plain pointers, strides and sizes, gathered in one table of function pointers a level.
+// The loops over pixels: one table of function pointers for each level, that is, for each instruction set.
 //
-// The scalar function of a kernel is its meaning; another variant is right when it gives the same bytes for every
+// The scalar function of a kernel is its meaning; a variant is right when it writes the same bytes for every
 // input. Callers fetch the table once per image with active(). No kernel reads or writes outside the ranges that its
 // stage's header states, and none needs alignment. Source and destination do not overlap unless the kernel says so.
+//
+// Kernels take plain pointers, strides and sizes, not planes: the arguments of a call for one row stay in
+// registers, and a test can place each operand by itself between pages that must not be touched. This is
+// why some of them have six or seven parameters; elsewhere, more than five are a record.
 //
 // A stage's header states each kernel as the type of its functions, declares the variants of every level by that type,
 // and fills the level's table by name.
@@ -30,7 +34,7 @@ namespace ozr::kernels
 
 struct Kernels {
     const char* level;
-    uint32_t features;  // the kCpu bits of cpu.h it needs
+    uint32_t features;  // the kCpu bits of cpu.h that the level needs
     ResampleKernels resample;
     MotionKernels motion;
     AlignKernels align;
@@ -53,7 +57,7 @@ extern const Kernels kSsse3Kernels;
 extern const Kernels kAvx2Kernels;
 #endif
 
-// All levels of this build, whether this machine can run them or not; the lowest first, a null pointer at the end.
+// All levels of this build, including those that this machine cannot run: the lowest first, then a null pointer.
 extern const Kernels* const kLevels[];
 
 // The highest level that needs no more than these features.
@@ -62,7 +66,7 @@ const Kernels* best_for(uint32_t features);
 // The table to use on this machine; the same one for the life of the process.
 const Kernels* active();
 
-// Makes active() return another table; null brings back the machine's own. While no other thread uses kernels.
+// Makes active() return this table, or the machine's own again for null. No other thread may use kernels meanwhile.
 void set_for_test(const Kernels* kernels);
 
 }  // namespace ozr::kernels

@@ -9,25 +9,27 @@
 namespace ozr::kernels
 {
 
-// A picture to be resampled, row y at y * step_y. Sizes in pixels of the result, strides in bytes.
+// A picture to be resampled: row y of the result is at the position first_y + y * step_y. Sizes are those of the
+// result, in pixels; strides are bytes.
 struct ResampleTask {
     const uint8_t* src;
     int64_t src_stride;
     uint32_t step_x;
     uint32_t step_y;
-    uint32_t first_y;  // added to every row's position
+    uint32_t first_y;  // position of the first row
     int32_t width;
     int32_t rows;
 };
 
-// The two source rows of one row, and how far it lies (Q10) from the top one to the bottom one.
+// The source rows above and below one row of the result, and its distance (Q10) from the upper one.
 struct ResampleRows {
     const uint8_t* top;
     const uint8_t* bottom;
     uint32_t fraction;
 };
 
-// In unsigned 32 bits. At a fraction of 0 the row below does not count and need not exist: the same one stands in.
+// Positions are computed in unsigned 32 bits. At a fraction of 0 the row below has no weight and may not exist:
+// `bottom` is then the same row as `top`.
 ResampleRows resample_rows(const ResampleTask& task, int32_t y);
 
 // Bilinear resampling of all rows:
@@ -36,23 +38,24 @@ ResampleRows resample_rows(const ResampleTask& task, int32_t y);
 // rounding. Where fx is 0 the right-hand neighbour is not read.
 using Resample = void(uint8_t* dst, int32_t dst_stride, const ResampleTask& task);
 
-// A row of byte pairs. `bytes` of it (at least 1) may be read: beyond them the last byte stands in, or a byte for its
-// neighbour.
+// A row of byte pairs, of which `bytes` bytes (at least 1) may be read. A sample beyond them has the value of the last
+// byte; a sample whose right-hand neighbour is beyond them is its own neighbour.
 struct PairsRow {
     const uint8_t* data;
     int32_t bytes;
 };
 
-// The same for one row of byte pairs, each byte of a pair with its own kind; writes exactly dst_bytes bytes, an
-// odd number of them ending in the middle of a pair. Each source row ends by itself.
+// The same for one row of byte pairs: first bytes are interpolated between first bytes, second ones between second
+// ones. Writes exactly dst_bytes bytes; an odd number ends in the middle of a pair. The two source rows may have
+// different lengths.
 using ResamplePairsRow = void(uint8_t* dst, int32_t dst_bytes, PairsRow top, PairsRow bottom, uint32_t step,
                               uint32_t fraction);
 
 // dst[x] = src[x * step >> 10], in unsigned 32 bits.
 using NearestGrayRow = void(uint8_t* dst, int32_t dst_width, const uint8_t* src, uint32_t step);
 
-// dst[x] = src[x * step] for x < count; step 1 or more. `dst` may start where `src` starts: in order, no byte is
-// overwritten before it was read.
+// dst[x] = src[x * step] for x < count; step 1 or more. `dst` may start where `src` starts: samples are copied in
+// order, and no byte is overwritten before it was read.
 using SampleBytesRow = void(uint8_t* dst, const uint8_t* src, int32_t count, int64_t step);
 
 // dst[x] = src[2x] for x < dst_width: the luma of packed Y0 U Y1 V.
@@ -64,8 +67,8 @@ using HalfGrayRow = void(uint8_t* dst, const uint8_t* top, const uint8_t* bottom
 
 struct ResampleKernels {
     Resample* gray;
-    Resample* yuyv;  // reads the luma of packed rows, gives grey
-    Resample* rgb;   // three bytes a pixel; the right-hand neighbour of a byte is three bytes on
+    Resample* yuyv;  // from the luma of packed rows to grey
+    Resample* rgb;   // three bytes a pixel; the right-hand neighbour of a byte is three bytes further
     ResamplePairsRow* pairs_row;
     YuyvLumaRow* yuyv_luma_row;
     HalfGrayRow* half_gray_row;
@@ -84,7 +87,7 @@ HalfGrayRow half_gray_row;
 NearestGrayRow nearest_gray_row;
 SampleBytesRow sample_bytes_row;
 
-// The rest of a row from a position on.
+// The last `width` pixels of a row, the first of which is at `position`.
 void resample_gray_rest(uint8_t* dst, int32_t width, const ResampleRows& rows, uint32_t position,
                         uint32_t step);
 void resample_yuyv_rest(uint8_t* dst, int32_t width, const ResampleRows& rows, uint32_t position,

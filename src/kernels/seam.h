@@ -17,8 +17,8 @@ struct SeamRow {
 };
 
 // sums[x] = |a[x] - b[x]| | mask[x], plus the smallest of above[x - 1], above[x], above[x + 1], as far as they exist;
-// steps[x] tells which it is: -1, 0 or 1. 0 wins every tie, -1 one with 1. Sums count modulo 2^16. How far the left and the
-// right one lie from the middle one orders them, so neighbours of `above` differ by less than 2^15.
+// steps[x] is the step to that smallest one: -1, 0 or 1. 0 wins every tie, -1 a tie with 1. Sums are modulo 2^16; they
+// are ordered by their signed distance from above[x], so neighbours in `above` must differ by less than 2^15.
 using SeamSumRow = void(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& row);
 
 // The same modulo 2^32, for neighbours that differ by less than 2^31.
@@ -26,7 +26,7 @@ using SeamSumWideRow = void(uint32_t* sums, int8_t* steps, const uint32_t* above
 
 struct SeamKernels {
     SeamSumRow* sum_row;
-    SeamSumWideRow* sum_wide_row;  // seldom needed: has no variants
+    SeamSumWideRow* sum_wide_row;  // rarely needed, so no level has a variant
 };
 
 namespace scalar
@@ -34,7 +34,7 @@ namespace scalar
 SeamSumRow seam_sum_row;
 SeamSumWideRow seam_sum_wide_row;
 
-// The columns `first` to `end` of a row.
+// The same for the columns [first, end) of a row.
 void seam_sum_columns(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& row, int32_t first,
                       int32_t end);
 

@@ -7,15 +7,15 @@
 namespace ozr::kernels
 {
 
-// The square of a scale and the product of two fractions lose four bits before they meet.
+// The square of the scale and the product of two fractions are both shifted right by four bits before they are divided.
 constexpr uint32_t kWarpShift = 4;
 
-// A similarity warp. Source positions are multiples of 1 / scale pixel; scale and square are neither 0, and scale is
+// A similarity warp. Source positions are multiples of 1 / scale pixel. Neither scale nor square is 0, and scale is
 // not -1.
 struct Warp {
     const uint8_t* src;
-    int64_t last;   // offset of the last sample; offsets beyond it, or below 0, are limited to the source
-    int32_t pitch;  // bytes from one row to the next
+    int64_t last;         // offset of the last sample; larger offsets, and negative ones, are clamped
+    int32_t stride;       // bytes from one row to the next
     int32_t pixel_bytes;  // bytes from one sample to its right-hand neighbour
     int32_t columns;      // positions outside [0, columns) x [0, rows) give 0
     int32_t rows;

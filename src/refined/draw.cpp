@@ -36,6 +36,22 @@ PanoResult _plan(const DrawInput& input, Plan* plan, DrawReport* report)
     return kPanoSuccess;
 }
 
+void _report_seams(Plan* plan, SeamLines* lines)
+{
+    const int32_t step = 1 << plan->layers.frame.step_bits;
+    Seams& seams = plan->seams;
+    for (int32_t i = 0; i < (seams.count - 1) * seams.rows; ++i)
+        seams.columns[static_cast<size_t>(i)] =
+            (seams.columns[static_cast<size_t>(i)] - plan->crop.left) * step;
+    for (int32_t i = 0; i < seams.count; ++i)
+        lines->pictures[i] = plan->layers.at[i].index;
+    lines->rows = seams.rows;
+    lines->step = step;
+    lines->first_row = -plan->crop.top * step;
+    lines->count = seams.count;
+    lines->columns = std::move(seams.columns);
+}
+
 }  // namespace
 
 PanoResult draw(const DrawInput& input, PanoImg* out, DrawReport* report)
@@ -59,6 +75,7 @@ PanoResult draw(const DrawInput& input, PanoImg* out, DrawReport* report)
         return kPanoNoMemory;
     PANO_FORWARD(
         warp_panorama(input.cancel, plan.layers, plan.seams, crop, plan.corrections, panorama.get()));
+    _report_seams(&plan, &report->seams);
     *out = *panorama.get();
     *panorama.get() = {};
     return kPanoSuccess;

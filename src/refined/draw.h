@@ -13,6 +13,7 @@
 #include "image/panorama_img.h"
 #include "refined/camera.h"
 #include "refined/cancel.h"
+#include "support/buffer.h"
 
 namespace ozr::refined
 {
@@ -33,12 +34,24 @@ struct DrawInput {
     Cancel cancel;
 };
 
+// The seams of a panorama, as coarsely as they were found: a point every `step` rows. Pixels of the panorama, some of
+// which lie beyond it.
+struct SeamLines {
+    Buffer<int32_t> columns;  // `rows` for each seam
+    int32_t rows;
+    int32_t step;
+    int32_t first_row;               // of the first point of each seam
+    int32_t count;                   // pictures; one seam fewer
+    int32_t pictures[kMaxPictures];  // by their number in order of capture, from left to right
+};
+
 struct DrawReport {
     float gain[kMaxPictures];  // that the middle of each picture was multiplied by; 1 where it was left out
     double radius;             // of the cylinder, in pixels of the panorama
     double
         first_heading;    // of the panorama's first column, in radians against the middle picture's direction
     double first_height;  // of its first row, in radii; negative above the horizon
+    SeamLines seams;
 };
 
 // Draws a panorama into *out, which is created (NV12, even sides, to be released with PanoImg_Destroy) if and only if the

@@ -18,6 +18,7 @@ constexpr int32_t kPlaceBits = 16;
 constexpr int32_t kWeightBits = 8;
 constexpr int32_t kWeightOne = 1 << kWeightBits;
 constexpr int32_t kLevelBits = 3;
+constexpr int32_t kLevelOne = 1 << kLevelBits;
 
 constexpr int32_t kSearchHalf = kSearchSide / 2;
 constexpr int32_t kSearchPixels = kSearchSide * kSearchSide;
@@ -157,8 +158,8 @@ void _fill_basis(const GrayView& plane, int32_t x, int32_t y, FitBasis* basis)
         const uint8_t* above = row - plane.stride;
         const uint8_t* below = row + plane.stride;
         for (int32_t i = 0; i < kFitSide; ++i, ++at) {
-            basis->values[kRight][at] = static_cast<int16_t>((row[i + 1] - row[i - 1]) << (kLevelBits - 1));
-            basis->values[kDown][at] = static_cast<int16_t>((below[i] - above[i]) << (kLevelBits - 1));
+            basis->values[kRight][at] = static_cast<int16_t>((row[i + 1] - row[i - 1]) * (kLevelOne / 2));
+            basis->values[kDown][at] = static_cast<int16_t>((below[i] - above[i]) * (kLevelOne / 2));
             basis->values[kContrast][at] = static_cast<int16_t>(row[i] << kLevelBits);
             basis->values[kBrightness][at] = 1;
         }

@@ -72,6 +72,21 @@ Rotation _quarter_turned(const Rotation& rotation, bool clockwise)
     return quarter * rotation * inverse(quarter);
 }
 
+Place _quarter_turned(Place place, bool clockwise)
+{
+    return clockwise ? Place{-place.y, place.x} : Place{place.y, -place.x};
+}
+
+void _turn_match(bool clockwise, PairMatch* match)
+{
+    match->guess.first = _quarter_turned(match->guess.first, clockwise);
+    match->guess.second = _quarter_turned(match->guess.second, clockwise);
+    for (int32_t i = 0; i < match->count; ++i) {
+        Match& own = match->matches[i];
+        own = {_quarter_turned(own.first, clockwise), _quarter_turned(own.second, clockwise)};
+    }
+}
+
 struct Angles {
     double along;
     double across;
@@ -202,6 +217,8 @@ int32_t Sweep::turn_along()
         Skew& skew = solution_.lenses.skews[i];
         skew = {-skew.stretch, -skew.shear};
     }
+    for (int32_t i = 0; i < count_; ++i)
+        _turn_match(turned_, &pairs_[i].match);
     straighten(solution_.lenses.rotations, solution_.used, pictures_);
     return kPanoSuccess;
 }
@@ -226,11 +243,9 @@ int32_t Sweep::draw_cameras(const Cancel& cancel, PanoImg* drawn)
         pictures[i].picture = sights_[i].picture.get();
         pictures[i].camera = &cameras_[i];
     }
-    DrawReport report = {};
-    PANO_FORWARD(draw({pictures, pictures_, cancel}, drawn, &report));
+    PANO_FORWARD(draw({pictures, pictures_, cancel}, drawn, &drawn_));
     for (int32_t i = 0; i < pictures_; ++i)
-        cameras_[i].gain = static_cast<double>(report.gain[i]);
-    radius_ = report.radius;
+        cameras_[i].gain = static_cast<double>(drawn_.gain[i]);
     return kPanoSuccess;
 }
 
@@ -238,8 +253,10 @@ int32_t Sweep::compose(const Cancel& cancel, PanoImg* out)
 {
     if (pictures_ == 0)
         return kPanoPictureMissing;
-    PANO_FORWARD(solve_sweep({sights_, pictures_, pairs_, count_}, cancel, &solution_));
+    const SweepView view = {sights_, pictures_, pairs_, count_};
+    PANO_FORWARD(solve_sweep(view, cancel, &solution_));
     PANO_FORWARD(turn_along());
+    trace_matches(view, solution_, &trace_);
     fill_cameras();
     PanoImgOwner drawn;
     PANO_FORWARD(draw_cameras(cancel, drawn.get()));
@@ -279,7 +296,7 @@ Place Sweep::offset_of(const Pair& pair) const
         along += along > kPi ? -2.0 * kPi : along < -kPi ? 2.0 * kPi : 0.0;
         const SineCosine up = sine_cosine(a.across);
         const SineCosine to = sine_cosine(b.across);
-        return {along * radius_, (to.sine / to.cosine - up.sine / up.cosine) * radius_};
+        return {along * drawn_.radius, (to.sine / to.cosine - up.sine / up.cosine) * drawn_.radius};
     }
     const double focal = first.focal;
     const Rotation turn = inverse(turn_of_guess(pair.match.guess, focal / sights_[pair.first].base_scale()));

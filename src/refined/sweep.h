@@ -11,6 +11,7 @@
 #include "ozr_panorama.h"
 #include "refined/cancel.h"
 #include "refined/solve.h"
+#include "refined/trace.h"
 
 namespace ozr::refined
 {
@@ -40,6 +41,12 @@ public:
     // After compose. False beyond the last.
     bool joint(int32_t index, ozr_panorama_joint* joint) const;
     bool camera(int32_t index, ozr_panorama_camera* camera) const;
+
+    // Without pictures before compose.
+    SweepInside inside() const
+    {
+        return {sights_, is_composed_ ? pictures_ : 0, turned_, pairs_, count_, cameras_, &trace_, &drawn_};
+    }
 
     ~Sweep() = default;
     Sweep(const Sweep&) = delete;
@@ -71,7 +78,8 @@ private:
     int32_t count_ = 0;
     Solution solution_ = {};
     Camera cameras_[kMaxPictures] = {};
-    double radius_ = 0.0;  // of the panorama's cylinder, pixels
+    Trace trace_ = {};
+    DrawReport drawn_ = {};
     bool is_composed_ = false;
 };
 

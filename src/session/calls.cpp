@@ -6,7 +6,7 @@ namespace ozr::session
 namespace
 {
 
-// Calls that may be at work at once, in all sessions together; a place for each.
+// The number of calls that can be noted at once, in all sessions together.
 constexpr int kPlaces = 64;
 const panorama_t* g_sessions[kPlaces];  // null: free
 

@@ -1,7 +1,7 @@
-// The calls at work: the last part of a cancellation, whose story docs/architecture.md tells.
+// The calls at work: the last step of a cancellation, which docs/architecture.md describes.
 //
-// Every call is in a table while it is inside a session. There is no lock: a place is taken by one
-// compare-and-swap, and only a reset or a destruction looks.
+// Every call is in a table while it is inside a session. There is no lock: a call takes a place by
+// one compare-and-swap, and only a reset or a destruction reads the table.
 #ifndef PANORAMA_CALLS_H
 #define PANORAMA_CALLS_H
 
@@ -10,7 +10,8 @@ class panorama_t;
 namespace ozr::session
 {
 
-// Made first and so gone last in a function that works in a session.
+// Notes a call for as long as it exists. The first local of a function that works in a session, and so the last one to be
+// destroyed.
 class Call
 {
 public:
@@ -23,6 +24,7 @@ private:
     const panorama_t** place_;  // null when the table is full: such a call is not waited for
 };
 
+// Whether a call is inside the session.
 bool is_at_work(const panorama_t* session);
 
 }  // namespace ozr::session

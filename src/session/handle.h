@@ -6,7 +6,7 @@
 
 class panorama_t;
 
-// Nothing may follow: callers are free to make such a record themselves.
+// No field may be added behind these: callers may make such a record themselves.
 struct ozr_panorama_internal_t : ozr_panorama {
     panorama_t* panorama;  // owned
 };

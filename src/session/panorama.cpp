@@ -1,4 +1,4 @@
-// The session. Public images are wrapped, not copied, and every engine result is mapped to an ozr_err here.
+// The session: wraps public images without a copy, calls the engine, and maps its results to ozr_err.
 #include "session/panorama.h"
 
 #include <stdlib.h>
@@ -43,7 +43,7 @@ ozr_err pano_result_to_ozr_err(PanoResult result)
         return ozr_err_out_of_bound;
     case kPanoNoMemory:
         return ozr_err_nomem;
-    case kPanoCancelled:  // not "interrupted": to a caller a cancelled session is in the wrong state
+    case kPanoCancelled:  // not ozr_err_interrupted: a caller sees a session in the wrong state
     case kPanoWrongState:
     case kPanoPictureBusy:
     case kPanoSynthesisRunning:
@@ -108,13 +108,13 @@ PanoImg _wrap(const ozr_image* image)
             image->data};
 }
 
-// Whether 32 bits count all planes of a picture. The engine is not shown those of yv12 behind the first.
+// Whether all planes of a picture fit 32 bits. Checked here, because of yv12 the engine sees only the first plane.
 bool _is_countable(const ozr_image* image)
 {
     return image_counts_bytes(image, image->stride);
 }
 
-// The numbers of the directions are the same on both sides; anything else is undecided.
+// Engine and interface number the directions alike; any other number is undecided.
 ozr_panorama_direction _known_direction(int32_t direction)
 {
     const bool known = direction >= ozr_panorama_direction_right && direction <= ozr_panorama_direction_up;
@@ -132,7 +132,7 @@ int32_t _percent_of(int32_t size, int32_t percent)
     return static_cast<int32_t>(int64_t{percent} * size / 100);
 }
 
-// Where the next picture is expected when the caller does not say: the part of a picture that does not overlap further.
+// The offset of the next picture when the caller passes none: the part of a picture that does not overlap.
 ozr_point _expected_offset(const PanoImg& picture, PanoDirection direction, int32_t overlap_percent)
 {
     const int32_t ahead = 100 - overlap_percent;
@@ -157,7 +157,7 @@ void _release(T** block)
     *block = nullptr;
 }
 
-// Makes what a session owns. Failures are logged under the constructor's name.
+// Creates the objects that a session owns. Failures are logged under the constructor's name.
 ozr_err _build(panorama_t* session, const ozr_config* source)
 {
     constexpr char kConstructor[] = "panorama_t";
@@ -177,8 +177,8 @@ ozr_err _build(panorama_t* session, const ozr_config* source)
     return read == ozr_success ? read : raise(read, "from get_parameters(&p)", kConstructor, __LINE__);
 }
 
-// Waits until no call is at work in the session, for at most `ms`, and repeats the request to stop
-// meanwhile. Returns whether it has left. Cancellation as a whole: docs/architecture.md.
+// Waits until no call is at work in the session, for `ms` milliseconds at most, and repeats the request to stop meanwhile.
+// Returns whether the call has left. docs/architecture.md describes cancellation as a whole.
 bool _wait_for_call(const panorama_t* session, uint32_t ms)
 {
     for (uint32_t waited = 0; waited < ms && is_at_work(session); waited += kLeavePollMs) {
@@ -288,8 +288,8 @@ ozr_err panorama_t::run(ozr_image* output)
 
 ozr_err panorama_t::set_parameters(const panorama_param_t* p)
 {
-    // Refused, not crashed on, without an object. Read back as volatile (and this file is compiled without the
-    // assumption that pointers are set): `this` would otherwise be taken for granted.
+    // A call on a null object is refused, not crashed on. `this` is read through a volatile, and this file is compiled
+    // with -fno-delete-null-pointer-checks: the compiler would otherwise drop the test.
     const panorama_t* volatile session = this;
     OZR_RAISE_IF(session == nullptr || p == nullptr, ozr_err_invalid_argument);
     OZR_RAISE_IF(engine == nullptr || engine->status != kStatusIdle, ozr_err_invalid_status);
@@ -297,7 +297,9 @@ ozr_err panorama_t::set_parameters(const panorama_param_t* p)
         RAISE_IF_FAILED(panorama_engine_set_param(engine, kParamOverlap, p->overlap_percent));
     if (get_direction() != p->direction)
         set_direction(p->direction);
-    *params = *p;  // kept: strict mode and number of pictures are cached without being sent to the engine
+    // Kept: strict mode and number of pictures are cached but not sent to the engine. Its mode and its limit do not change;
+    // only the announcements stop at the cached number.
+    *params = *p;
     return ozr_success;
 }
 
@@ -313,7 +315,7 @@ ozr_err panorama_t::get_parameters(panorama_param_t* p)
     const int32_t strict_mode = panorama_engine_get_param(engine, kParamStrictMode);
     RAISE_IF_FAILED(strict_mode);
     params->strict_mode = strict_mode;
-    // Through the table, as every caller's; the constructor's call finds this very class.
+    // A virtual call, as a caller's would be; in the constructor it calls this class.
     params->direction = get_direction();  // NOLINT(clang-analyzer-optin.cplusplus.VirtualCall)
     *p = *params;
     return ozr_success;

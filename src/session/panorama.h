@@ -1,4 +1,4 @@
-// The session behind a panorama handle: turns the calls of the interface into the steps of the engine.
+// The session behind a panorama handle: carries out the calls of the interface as steps of the engine.
 #ifndef PANORAMA_H
 #define PANORAMA_H
 
@@ -31,8 +31,8 @@ public:
 
     virtual ~panorama_t();
 
-    // Starts over: cancels what runs, renews the engine, forgets the sweep. The parameters cached here stay: the cached
-    // direction is used again, the cached overlap only once set_parameters brings another one.
+    // Starts over: cancels the work of another thread, renews the engine, drops the sweep. The parameters cached here are
+    // kept: the cached direction is used again, the cached overlap only after set_parameters with another one.
     virtual ozr_err reset();
 
     // 0, the number of the picture to take now, or a negative ozr_err.

@@ -1,7 +1,7 @@
 // The window of the report page: what a session knows of its panorama, as plain records. It is the
 // only internal header that a program outside the library includes.
 //
-// The core keeps the projected pictures and their alignment until the next sweep. The seams are
+// Of a classic sweep the core keeps the projected pictures and their alignment until the next sweep. The seams are
 // found again by the exported function, with the layout and the mask of the composition. Everything
 // here is inline, because the shared library exports no more than its list.
 //
@@ -24,20 +24,11 @@
 #include "engine/panorama_engine.h"
 #include "session/handle.h"
 #include "session/panorama.h"
+#include "session/refined_window.h"
 #include "support/buffer.h"
 
 namespace ozr::session
 {
-
-// Pixels of a projected picture, one byte each. The session's, valid until its next sweep.
-struct LumaView {
-    const uint8_t* data;
-    int32_t stride;  // bytes
-    int32_t width;
-    int32_t height;
-
-    const uint8_t* row(int32_t y) const { return data + static_cast<ptrdiff_t>(y) * stride; }
-};
 
 struct PictureRecord {
     LumaView luma;
@@ -166,7 +157,7 @@ inline core::Canvas canvas_of(const ozr_panorama* handle)
 {
     core::Canvas canvas = {};
     const PanoramaInternal* engine = engine_of(handle);
-    if (engine == nullptr || engine->out_img.data == nullptr)
+    if (engine == nullptr || engine->out_img.data == nullptr || refined_sweep_of(handle) != nullptr)
         return canvas;
     core::order_pictures(engine->core, picture_count(handle), &canvas);
     canvas.count = core::take_pictures(*engine->core, &canvas);

@@ -1,5 +1,5 @@
-// Turning grey pictures in the caller's own memory: every destination pixel takes the source pixel that a straight walk
-// over the turned grid meets.
+// Turns grey pictures in the caller's own memory: the pixels of a destination row are those on a straight line through
+// the source.
 //
 // Positions are Q10 in the destination's grid; multiplied by a sine or cosine in Q16 they are the Q26 of the kernel.
 #include <stddef.h>
@@ -23,7 +23,8 @@ static_assert(kPositionFracBits + kTrigFracBits == kernels::kLineFracBits, "posi
 constexpr int32_t kEighths = 8;
 constexpr int32_t kEighthDegrees = 45;
 
-// How the destination's grid lies in the source, Q10: the distance of its columns and rows, and where its centre goes.
+// The grid of destination pixels in the source before it is turned, Q10: the distance of its columns and of its rows, and
+// its centre.
 struct Grid {
     int64_t step_x;
     int64_t step_y;
@@ -31,13 +32,13 @@ struct Grid {
     int64_t centre_y;
 };
 
-// Half the extent of `count` positions; what an odd extent loses, it loses in every use.
+// Half the extent of `count` positions, truncated; an odd extent is half a unit off, wherever it is used.
 int64_t _half_extent(int32_t count, int64_t step)
 {
     return ((count - 1) * step) >> 1;
 }
 
-// Shows the picture turned clockwise about the grid's centre.
+// Fills the destination with the picture turned clockwise about the centre of the grid.
 void _turn(const Plane& dst, const ConstPlane& src, const Grid& grid, int32_t degrees)
 {
     kernels::LineGrayRow* const line_row = kernels::active()->warp.line_gray_row;
@@ -63,7 +64,7 @@ ozr_err rotate_grayimage_eighth(uint8_t* dst, int32_t dst_width, int32_t dst_hei
     const ConstPlane from = {src, src_width, src_height, stride_or_width(src_stride, src_width)};
     if (!to.has_pixels() || !from.has_pixels() || direction < 0 || direction >= kEighths)
         return ozr_err_invalid_argument;
-    // The middle of the source, half a pixel on: positions round to the nearest pixel.
+    // The middle of the source plus half a pixel, so that truncated positions are rounded ones.
     const Grid grid = {kPositionOne, kPositionOne, src_width * kPositionOne / 2,
                        src_height * kPositionOne / 2};
     _turn(to, from, grid, direction * kEighthDegrees);

@@ -25,7 +25,7 @@ Buffer<T> make_buffer(int64_t count)
     return Buffer<T>(static_cast<T*>(ozr_calloc(static_cast<uint32_t>(count), sizeof(T))));
 }
 
-// The same without the zeros, for what is written whole before it is read.
+// The same without the zeros, for blocks of which every element is written before it is read.
 template <class T>
 Buffer<T> make_unfilled_buffer(int64_t count)
 {

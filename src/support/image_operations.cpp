@@ -16,7 +16,7 @@ void _mirror_rows(const ozr_image* image, int32_t first, int32_t end, int32_t wi
         mirror_row(image_row(image, y), width);
 }
 
-// Makes dst a grey image of the wanted size. Kept: one that has this size and pixels is used whatever its format.
+// Makes dst a grey image of this size. Kept: an image that has pixels and this size keeps its format, whichever it is.
 ozr_err _shape_gray(ozr_image* dst, const ozr_image* src, int32_t width, int32_t height)
 {
     if (dst->width != width || dst->height != height || dst->data == nullptr) {
@@ -30,14 +30,14 @@ ozr_err _shape_gray(ozr_image* dst, const ozr_image* src, int32_t width, int32_t
     return ozr_success;
 }
 
-// The first plane as it is, padding included; both images have the same geometry.
+// Copies the first plane with its padding; both images have the same geometry.
 void _copy_plane(const ozr_image* dst, const ozr_image* src)
 {
     const uint32_t bytes = static_cast<uint32_t>(src->stride) * static_cast<uint32_t>(src->height);
     ozr_memcpy_s(dst->data, bytes, src->data, bytes);
 }
 
-// Every n-th luma sample of every n-th row, the samples `pixel_bytes` apart.
+// Copies every n-th luma sample of every n-th row; samples are `pixel_bytes` apart.
 void _sample_luma(const ozr_image* dst, const ozr_image* src, int32_t n, int32_t pixel_bytes)
 {
     kernels::SampleBytesRow* const sample_row = kernels::active()->resample.sample_bytes_row;
@@ -52,7 +52,7 @@ void _sample_rgba(const ozr_image* dst, const ozr_image* src, int32_t n)
         sample_row(image_row(dst, y), image_row(src, y * n), dst->width, n);
 }
 
-// Whether everything that a subsampling by n reads and writes lies inside the images.
+// Whether a subsampling by n reads and writes inside the images only.
 bool _holds_samples(const ozr_image* dst, const ozr_image* src, int32_t n, int32_t pixel_bytes)
 {
     const int64_t sample_bytes = src->format == ozr_image_format_rgba32 ? 3 : 1;

@@ -8,7 +8,7 @@ namespace
 {
 
 constexpr uintptr_t kLargePage = uintptr_t{1} << 21;  // of x86 and, with pages of 4 KiB, of ARM
-constexpr uint64_t kWorthwhile = 2 * kLargePage;      // holds at least one, wherever the block starts
+constexpr uint64_t kWorthwhile = 2 * kLargePage;      // contains one aligned page, wherever the block starts
 
 }  // namespace
 
@@ -20,7 +20,7 @@ void* ozr::prefer_large_pages(void* block, uint64_t bytes)
     const uintptr_t start = reinterpret_cast<uintptr_t>(block);
     const uintptr_t margin = (kLargePage - start % kLargePage) % kLargePage;
     const uintptr_t inside = (static_cast<uintptr_t>(bytes) - margin) / kLargePage * kLargePage;
-    const int error = errno;  // an allocation that succeeds leaves it alone
+    const int error = errno;  // a successful allocation does not change it
     madvise(static_cast<char*>(block) + margin, inside, MADV_HUGEPAGE);
     errno = error;
 #else

@@ -18,7 +18,7 @@ namespace
 {
 
 constexpr int32_t kRgbBytes = 3;
-// Rows, and bytes in the last of them, by which a 3 x 3 window exceeds its first byte.
+// A 3 x 3 window ends two rows and two columns after its first pixel.
 constexpr uint32_t kCensusMargin = 2;
 
 // Source and destination of a resizing.
@@ -26,10 +26,10 @@ struct Resizing {
     Plane dst;
     ConstPlane src;
 
-    // Both sizes are 1 or more. Sizes of 2^21 and more wrap around in Q22.10; as long as the outcome is not negative,
-    // all positions stay inside the source.
-    int32_t step_x() const { return _fixed(src.width) / dst.width; }
-    int32_t step_y() const { return _fixed(src.height) / dst.height; }
+    // Both sizes are 1 or more. Sizes of 2^21 and more wrap around in Q22.10; as long as the step is not negative, all
+    // positions are inside the source.
+    int32_t step_x() const { return fixed_point(src.width) / dst.width; }
+    int32_t step_y() const { return fixed_point(src.height) / dst.height; }
 
     bool is_sound() const { return dst.has_pixels() && src.has_pixels() && step_x() >= 0 && step_y() >= 0; }
     // Whether the rows of the result overlap neither each other nor the source.
@@ -37,7 +37,7 @@ struct Resizing {
     {
         const int64_t row_bytes = int64_t{dst.width} * pixel_bytes;
         const int64_t dst_bytes = int64_t{dst.height} * dst.stride;
-        // With a neighbour of the last pixel.
+        // With the right-hand neighbour of the last pixel.
         const int64_t src_row_bytes = (int64_t{src.width} + 1) * pixel_bytes;
         const int64_t src_bytes =
             int64_t{src.height} * src.stride + std::max<int64_t>(src.stride, src_row_bytes);
@@ -47,7 +47,7 @@ struct Resizing {
                (dst_begin + dst_bytes <= src_begin || src_begin + src_bytes <= dst_begin);
     }
 
-    // The part of the source inside `crop`; without pixels when the crop is empty or not all inside.
+    // The same for the part of the source inside `crop`; a source without pixels when the crop is empty or partly outside.
     Resizing cropped(const ozr_rect* crop, int32_t pixel_bytes) const
     {
         if (src.data == nullptr || !crop_is_inside(crop, src.width, src.height))
@@ -57,7 +57,7 @@ struct Resizing {
     }
 
 private:
-    static int32_t _fixed(int32_t size)
+    static int32_t fixed_point(int32_t size)
     {
         return static_cast<int32_t>(static_cast<uint32_t>(size) << kResampleFracBits);
     }
@@ -78,8 +78,8 @@ ozr_err _resize_nearest(const Resizing& task)
     return ozr_success;
 }
 
-// Rows `first` to `end` of the result, which all have a next row. A last column has no right-hand neighbour: it counts
-// twice instead, as does a step of 0. All others use theirs even where that lies beyond the source.
+// Resizes the rows [first, end) of the result, for which a next source row exists. The last column has no right-hand
+// neighbour: it is its own, by a step of 0. All other columns use their neighbour, even one beyond the source.
 void _resize_rows(const Resizing& task, kernels::Resample* resample, int32_t pixel_bytes, int32_t first,
                   int32_t end)
 {
@@ -96,7 +96,7 @@ void _resize_rows(const Resizing& task, kernels::Resample* resample, int32_t pix
              {task.src.data + right, task.src.stride, 0, step_y, first_y, 1, end - first});
 }
 
-// There is no next row for the last one either: a source whose rows all are that row.
+// The last row has no next row: it is resized from a source all of whose rows are that row.
 void _resize_last_row(const Resizing& task, kernels::Resample* resample, int32_t pixel_bytes)
 {
     const int32_t last = task.dst.height - 1;
@@ -107,7 +107,7 @@ void _resize_last_row(const Resizing& task, kernels::Resample* resample, int32_t
     _resize_rows(row, resample, pixel_bytes, last, task.dst.height);
 }
 
-// Rows that overlap each other or the source are made one after the other, pixel by pixel.
+// Rows that overlap each other or the source are resized one after the other, pixel by pixel.
 ozr_err _resize_bilinear(const Resizing& task, kernels::Resample* kernels::ResampleKernels::*resample,
                          int32_t pixel_bytes)
 {
@@ -125,8 +125,9 @@ ozr_err _resize_bilinear(const Resizing& task, kernels::Resample* kernels::Resam
     return ozr_success;
 }
 
-// Bytes from the source of one output row of sample_image_by_n to the next.
-// Kept: step_y rows only for steps other than 1 and 2, and even then less the bytes that `width` leaves over.
+// Bytes from the source of one output row of sample_image_by_n to that of the next.
+// Kept: only steps other than 1 and 2 advance by step_y rows, and they fall short by width % step_x bytes; so the rows of
+// a sampled picture begin at other columns than a caller expects.
 int64_t _sampling_advance(int64_t width, int64_t stride, int64_t step_x, int64_t step_y)
 {
     const int64_t consumed = width / step_x * step_x;
@@ -137,7 +138,8 @@ int64_t _sampling_advance(int64_t width, int64_t stride, int64_t step_x, int64_t
     return consumed + (stride - width) + (step_y - 1) * stride;
 }
 
-// How to sample a row of `width` bytes: byte by byte where the result lies among what is still to be read.
+// The kernel for a row of `width` bytes. The scalar one, byte by byte, where the result overlaps source bytes that are not
+// read yet.
 kernels::SampleBytesRow* _sample_row_of(const uint8_t* dst, const uint8_t* src, int32_t width)
 {
     const uintptr_t ahead = reinterpret_cast<uintptr_t>(dst) - reinterpret_cast<uintptr_t>(src);
@@ -178,7 +180,8 @@ ozr_err sample_image_by_n(uint8_t* dst, int32_t dst_stride, const uint8_t* src, 
     const int32_t out_width = width / step_x;
     if (out_width < 1)
         return ozr_success;
-    const int32_t out_height = step_x == 1 ? height : height / step_y;  // kept: step 1 gives every row
+    // Kept: a step_x of 1 ignores step_y here, so the caller's destination needs `height` rows.
+    const int32_t out_height = step_x == 1 ? height : height / step_y;
     const int64_t dst_advance = stride_or_width(dst_stride, out_width);
     const int64_t src_advance = _sampling_advance(width, stride_or_width(src_stride, width), step_x, step_y);
     for (int32_t y = 0; y < out_height; ++y) {

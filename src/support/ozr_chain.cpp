@@ -10,7 +10,7 @@ __attribute__((cold)) ozr_err ozr::raise(ozr_err err, const char* text, const ch
 
 __attribute__((cold)) ozr_err ozr::raise_assert(const char* condition, const char* function, int line)
 {
-    // The condition follows "OZR_ASSERT" without a separator: log readers search for that form.
+    // No separator between "OZR_ASSERT" and the condition: log readers search for this form.
     ozr_log_error("OZR_ASSERT%s FAILED @ %s():%d", condition, function, line);
     return ozr_err_general;
 }

@@ -1,8 +1,9 @@
-// The public image record. Sizes follow one rule per format; everything else is bookkeeping around it.
+// The public image record: sizes and strides of each format, creation, copying, release.
 #include "ozr_image.h"
 
 #include <stddef.h>
 
+#include "base/plane.h"
 #include "ozr_memory.h"
 #include "support/image_rows.h"
 #include "support/ozr_chain.h"
@@ -47,7 +48,7 @@ int64_t _choose_stride(ozr_image_format format, int32_t width, int32_t stride)
 {
     if (stride < 1)
         return (_row_bytes(format, width) + kStrideAlignment - 1) & -kStrideAlignment;
-    // Kept: compared with the width, not with the row bytes, so a stride may be too short for a row.
+    // Kept: compared with the width, not with the bytes of a row, so a caller may get a stride shorter than a row.
     return stride > width ? stride : _row_bytes(format, width);
 }
 
@@ -83,27 +84,14 @@ ozr_err validate_image_copy(const ozr_image* src, const ozr_image* dst)
     return valid ? ozr_success : ozr_err_invalid_argument;
 }
 
-struct Plane {
-    uint8_t* data;
-    int32_t stride;
-};
-
-// The plane `offset` bytes into an image.
-Plane _plane(const ozr_image* image, int64_t offset, int32_t stride)
+// Copies the rows of `dst`; the source has the same size.
+void _copy_plane(const Plane& dst, const ConstPlane& src)
 {
-    return {image->data + offset, stride};
-}
-
-void _copy_rows(Plane dst, Plane src, int64_t row_bytes, int32_t rows)
-{
-    if (row_bytes < 1)
+    if (dst.width < 1)
         return;
-    const uint32_t bytes = static_cast<uint32_t>(row_bytes);
-    for (int32_t y = 0; y < rows; ++y) {
-        ozr_memcpy_s(dst.data, bytes, src.data, bytes);
-        dst.data += dst.stride;
-        src.data += src.stride;
-    }
+    const uint32_t bytes = static_cast<uint32_t>(dst.width);
+    for (int32_t y = 0; y < dst.height; ++y)
+        ozr_memcpy_s(dst.row(y), bytes, src.row(y), bytes);
 }
 
 // The chroma rows and columns of the 12-bit formats are halved with truncation: an odd last one is left out.
@@ -113,13 +101,17 @@ void _copy_chroma(const ozr_image* src, const ozr_image* dst)
     const int32_t columns = src->width / 2;
     const int64_t src_luma = int64_t{src->height} * src->stride;
     const int64_t dst_luma = int64_t{dst->height} * dst->stride;
+    uint8_t* const to = dst->data + dst_luma;
+    const uint8_t* const from = src->data + src_luma;
     if (src->format != ozr_image_format_yv12) {
-        _copy_rows(_plane(dst, dst_luma, dst->stride), _plane(src, src_luma, src->stride), columns * 2, rows);
+        _copy_plane({to, columns * 2, rows, dst->stride}, {from, columns * 2, rows, src->stride});
         return;
     }
-    _copy_rows(_plane(dst, dst_luma, dst->stride / 2), _plane(src, src_luma, src->stride / 2), columns, rows);
-    _copy_rows(_plane(dst, dst_luma + dst_luma / 4, dst->stride / 2),
-               _plane(src, src_luma + src_luma / 4, src->stride / 2), columns, rows);
+    const int32_t to_stride = dst->stride / 2;
+    const int32_t from_stride = src->stride / 2;
+    _copy_plane({to, columns, rows, to_stride}, {from, columns, rows, from_stride});
+    _copy_plane({to + dst_luma / 4, columns, rows, to_stride},
+                {from + src_luma / 4, columns, rows, from_stride});
 }
 
 }  // namespace
@@ -159,7 +151,7 @@ ozr_err ozr_image_recreate(ozr_image* image, int32_t width, int32_t height, int3
         image->format == format && (stride < 1 || stride == image->stride))
         return ozr_success;
     ozr_image_destroy(image);
-    // Kept: the rotation is read after it was cleared, so a reallocated image loses its tag.
+    // Kept: the rotation is read after it was cleared, so an image that is allocated anew has rotation 0.
     OZR_FORWARD(ozr_image_create(image, width, height, stride, format, image->rotation));
     return ozr_success;
 }
@@ -169,8 +161,9 @@ ozr_err ozr_image_copy(const ozr_image* src, ozr_image* dst)
     OZR_FORWARD(validate_image_copy(src, dst));
     OZR_RAISE_IF(!_is_known(src->format), ozr_err_not_supported);
     OZR_RAISE_IF(!image_holds_planes(src) || !image_holds_planes(dst), ozr_err_invalid_argument);
-    _copy_rows(_plane(dst, 0, dst->stride), _plane(src, 0, src->stride), _row_bytes(src->format, src->width),
-               src->height);
+    const int32_t row_bytes = static_cast<int32_t>(_row_bytes(src->format, src->width));
+    _copy_plane({dst->data, row_bytes, src->height, dst->stride},
+                {src->data, row_bytes, src->height, src->stride});
     if (_is_12_bit(src->format))
         _copy_chroma(src, dst);
     dst->rotation = src->rotation;

@@ -1,5 +1,5 @@
-// Conversion between pixel formats: rgba32 is the hub. Every source format has a record with one operation per target;
-// only the pairs with rgba32 and the identities convert, the other operations refuse.
+// Conversion between pixel formats. Every source format has a record with one operation for each target. Only conversions
+// from rgba32, to rgba32 and within a format exist; the other operations refuse.
 #include "kernels/kernels.h"
 #include "ozr_image.h"
 #include "support/image_rows.h"
@@ -31,7 +31,7 @@ struct ChromaRows {
     uint8_t* v;
 };
 
-// Chroma row j of a yv12 image: U before V, the rows half a stride apart, rounded down.
+// Chroma row j of a yv12 image: the plane of U is before that of V, and rows are half a stride apart, rounded down.
 ChromaRows _yv12_chroma(const ozr_image* image, int32_t j)
 {
     const ptrdiff_t luma = static_cast<ptrdiff_t>(image->height) * image->stride;
@@ -39,7 +39,7 @@ ChromaRows _yv12_chroma(const ozr_image* image, int32_t j)
     return {u, u + luma / 4};
 }
 
-// A conversion between formats of one plane, row by row; `units` pixels or pixel pairs in a row.
+// Converts between formats of one plane; a row has `units` pixels or pixel pairs.
 ozr_err _convert_rows(const ozr_image* src, ozr_image* dst, int32_t units,
                       void (*convert_row)(uint8_t* dst, const uint8_t* src, int32_t units))
 {
@@ -49,7 +49,7 @@ ozr_err _convert_rows(const ozr_image* src, ozr_image* dst, int32_t units,
     return ozr_success;
 }
 
-// nv12 and nv21 differ in the order of the bytes in a pair, which is the row function's affair.
+// For nv12 and nv21: `convert_row` knows the order of the bytes in a pair, the only difference between them.
 ozr_err _chroma_pairs_to_rgba(const ozr_image* src, ozr_image* dst, kernels::YuvToRgbaRow* convert_row)
 {
     OZR_RAISE_IF(!image_holds_planes(src) || !image_holds_planes(dst), ozr_err_invalid_argument);
@@ -59,7 +59,8 @@ ozr_err _chroma_pairs_to_rgba(const ozr_image* src, ozr_image* dst, kernels::Yuv
     return ozr_success;
 }
 
-// The luma of two rows and the chroma that they share, which `write_chroma` makes from the upper one.
+// Converts two rows at a time: the luma of each, and the chroma that they share, which write_chroma(j, row) makes from the
+// upper one.
 template <class WriteChroma>
 ozr_err _rgba_to_12_bit(const ozr_image* src, ozr_image* dst, WriteChroma write_chroma)
 {
@@ -149,7 +150,7 @@ ozr_err ozr_image_rgba_to_yuy2(const ozr_image* src, ozr_image* dst)
     return _convert_rows(src, dst, dst->width / 2, kernels::active()->colour.rgba_to_yuyv_row);
 }
 
-// The pairs that nothing converts. Each is a function by itself, so that it can receive a body of its own.
+// The pairs without a conversion. Each has a function of its own, whose body is the place to add one.
 #define OZR_NO_CONVERSION(pair)                                                                              \
     ozr_err ozr_image_##pair(const ozr_image*, ozr_image*)                                                   \
     {                                                                                                        \
@@ -179,7 +180,7 @@ OZR_NO_CONVERSION(yuy2_to_gray)
 
 #undef OZR_NO_CONVERSION
 
-// One operation a target, in the order of the record.
+// One operation for each target, in the order of the record.
 // clang-format off
 constexpr image_convert_interface_t nv12_interface = {
     ozr_image_copy,         ozr_image_nv12_to_nv21, ozr_image_nv12_to_yv12,
@@ -227,7 +228,8 @@ ozr_err get_interface(ozr_image_format format, const image_convert_interface_t**
     }
 }
 
-// Shapes dst. The two must not share pixels: reshaping would release those of the source.
+// Gives dst the size of src and the target format. Both must not share pixels: giving dst new ones would release those of
+// src.
 ozr_err validate_image_format_conversion(const ozr_image* src, ozr_image* dst, ozr_image_format target)
 {
     if (src == nullptr || dst == nullptr || src->data == nullptr || src->data == dst->data)
@@ -235,18 +237,18 @@ ozr_err validate_image_format_conversion(const ozr_image* src, ozr_image* dst, o
     return ozr_image_recreate(dst, src->width, src->height, 0, target);
 }
 
-// Empties the destination unless the conversion came to its end.
+// Destroys the destination image unless the conversion succeeded.
 class DestinationOwner
 {
 public:
-    explicit DestinationOwner(ozr_image* image) : _image(image) {}
-    ~DestinationOwner() { ozr_image_destroy(_image); }
+    explicit DestinationOwner(ozr_image* image) : image_(image) {}
+    ~DestinationOwner() { ozr_image_destroy(image_); }
     DestinationOwner(const DestinationOwner&) = delete;
     DestinationOwner& operator=(const DestinationOwner&) = delete;
-    void release() { _image = nullptr; }
+    void release() { image_ = nullptr; }
 
 private:
-    ozr_image* _image;
+    ozr_image* image_;
 };
 
 }  // namespace

@@ -29,7 +29,7 @@ ozr_log_hook g_warning_hook;
 ozr_log_hook g_info_hook;
 ozr_log_hook g_debug_hook;
 
-// The prefix is in place before the flag is looked at; nothing is formatted while logging is off.
+// The prefix is written before the flag is read; nothing is formatted while logging is off.
 void _log(const Level& level, ozr_log_hook hook, const char* format, va_list args)
 {
     char line[kLineSize] = {};

@@ -1,5 +1,5 @@
 // Integer trigonometry in degrees, the integer square root, rectangles and points. Everything is 32-bit arithmetic
-// that wraps around: wild coordinates give wild results, never a trap.
+// that wraps around: coordinates out of range give meaningless results, but never a trap.
 #include "ozr_geometry.h"
 #include "support/trig_tables.h"
 
@@ -16,8 +16,8 @@ namespace
 {
 
 constexpr int32_t kFullTurn = 360;
-constexpr uint32_t kTangentFracBits = 10;  // tangents
-constexpr int32_t kSteepest = 58;          // tan 89 degrees: beyond it counts as 90
+constexpr uint32_t kTangentFracBits = 10;
+constexpr int32_t kSteepest = 58;  // tan 89 degrees: steeper directions are taken as 90
 
 // Into 0 to 359.
 int32_t _wrap_angle(int32_t degrees)
@@ -46,8 +46,8 @@ int32_t _sin_from(const int32_t* table, int32_t degrees)
     return a <= 270 ? -table[270 - a] : -table[a - 270];
 }
 
-// The whole degrees of an arc tangent in Q10, by bisection. Kept: the answer is the last degree looked at, which may
-// be one beside the nearest.
+// The arc tangent of a number in Q10 in whole degrees, by bisection. Kept: the result is the last degree that the search
+// compared, so ozr_math_arctan may return a neighbour of the nearest degree.
 int32_t _degrees_of_tangent(int32_t tangent)
 {
     int32_t low = 0;
@@ -87,7 +87,7 @@ ozr_point _rotate(ozr_point p, ozr_point centre, int32_t degrees)
     const Wrap32 cosine = ozr_math_cosi16_d(degrees);
     const Wrap32 sine = ozr_math_sini16_d(degrees);
     const Wrap32 dx = Wrap32(p.x) - centre.x;
-    const Wrap32 dy = Wrap32(centre.y) - p.y;  // angles count with y growing upwards
+    const Wrap32 dy = Wrap32(centre.y) - p.y;  // upwards: angles are counter-clockwise
     return {(((cosine * dx - sine * dy) >> kTrigFracBits) + centre.x).value,
             (centre.y - ((sine * dx + cosine * dy) >> kTrigFracBits)).value};
 }
@@ -235,7 +235,7 @@ void ozr_rect_rotate(ozr_rect* out, const ozr_rect* r, const ozr_point* centre, 
     const ozr_point middle = {((Wrap32(r->left) + r->right) >> 1).value,
                               ((Wrap32(r->top) + r->bottom) >> 1).value};
     const ozr_point turned = _rotate(middle, *centre, deg);
-    // Kept: a square of the width; the height does not count.
+    // Kept: the result is a square as wide as r; a caller's height has no effect.
     const Wrap32 half = (Wrap32(r->right) - r->left) >> 1;
     *out = {(turned.x - half).value, (turned.y - half).value, (turned.x + half).value,
             (turned.y + half).value};

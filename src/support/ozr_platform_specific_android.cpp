@@ -1,5 +1,5 @@
-// Everything that differs between platforms: the log sinks and system properties of Android with their stand-ins
-// elsewhere, and thin covers of the system library.
+// Everything that differs between platforms: the log sinks and system properties of Android with their replacements
+// elsewhere, and thin wrappers of the system library.
 #include <dlfcn.h>
 #include <stdio.h>
 #include <string.h>
@@ -37,7 +37,7 @@ constexpr int kPriorityWarning = 5;
 constexpr int kPriorityInfo = 4;
 constexpr int kPriorityDebug = 3;
 
-// The level shows in the line's prefix, so standard error needs no priority.
+// Every line has its level as a prefix, so standard error needs no priority.
 void _write_line(int /*priority*/, const char* line)
 {
     fprintf(stderr, "%s %s\n", kLogTag, line);

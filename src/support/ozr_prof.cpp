@@ -34,7 +34,7 @@ uint32_t _stamp()
     return static_cast<uint32_t>(now.tv_sec) * 1000000U + static_cast<uint32_t>(now.tv_usec);
 }
 
-// Hands a format and its arguments to a hook as the va_list that it takes.
+// Calls a hook, which takes a va_list, with variable arguments.
 OZR_PRINTF(2, 3) void local_log_function(ozr_log_hook function, const char* format, ...)
 {
     va_list args;

@@ -15,8 +15,8 @@ namespace
 // The bytes just before an aligned block: its distance from the underlying block, less these two bytes.
 constexpr uint32_t kHeaderSize = 2;
 
-// Places the aligned block inside `raw`, a block of `request` bytes, and writes its header. A request that wrapped
-// around is too small for that: the block is given back and the result is null.
+// Places the aligned block inside `raw`, a block of `request` bytes, and writes its header. Returns null and frees `raw`
+// when the request wrapped around and is therefore too small.
 void* _align(void* raw, uint64_t request, uint32_t alignment)
 {
     if (raw == nullptr)
@@ -90,7 +90,7 @@ void* ozr_malloc_aligned(uint32_t size, uint32_t alignment)
 
 void* ozr_calloc_aligned(uint32_t count, uint32_t size, uint32_t alignment)
 {
-    // Kept: the overhead is added to every element, not once to the block.
+    // Kept: the overhead is added to every element, not once to the block, so a caller's block is larger than needed.
     const uint32_t element = size + alignment + kHeaderSize;
     return _align(ozr_calloc(count, element), uint64_t{count} * element, alignment);
 }

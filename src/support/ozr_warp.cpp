@@ -1,10 +1,11 @@
 // Similarity mappings given by two pairs of points: turn, scale and shift that bring two points of a source onto two
 // points of a destination. With source points P1, P2 and destination points Q1, Q2,
 //   D = |Q1 - Q2|^2,  A = (P2 - P1) . (Q2 - Q1),  B = (P2 - P1) x (Q2 - Q1)
-// and the centres Pc, Qc rounded half up, a destination position (x, y) lies in the source at
+// and the centres Pc, Qc rounded half up, a destination position (x, y) is at the source position
 //   (Pc.x D + A (x - Qc.x) + B (y - Qc.y)) / D,  (Pc.y D - B (x - Qc.x) + A (y - Qc.y)) / D.
-// All of it is 32-bit arithmetic whose wrap-around belongs to the results.
+// All of it is 32-bit arithmetic that wraps around, which is part of the results.
 #include "base/fixed.h"
+#include "base/plane.h"
 #include "base/wrap32.h"
 #include "kernels/kernels.h"
 #include "ozr_geometry.h"
@@ -19,8 +20,8 @@ using namespace ozr;
 namespace
 {
 
-constexpr int32_t kLargestSquare = 6000000;  // of D * D, where products are to stay within 32 bits
-constexpr uint32_t kStrengthFracBits = 10;   // 1024 leaves the points where they are
+constexpr int32_t kLargestSquare = 6000000;  // of D * D: larger ones make products exceed 32 bits
+constexpr uint32_t kStrengthFracBits = 10;   // a strength of 1024 does not move the points
 
 Wrap32 _middle(Wrap32 a, Wrap32 b)
 {
@@ -70,33 +71,31 @@ struct Similarity {
     Wrap32 square() const { return (scale * scale) >> kernels::kWarpShift; }
 };
 
-// A plane of luma samples, `pixel_bytes` apart.
-struct SourcePlane {
-    const uint8_t* data;
-    int32_t columns;
-    int32_t rows;
-    int32_t pitch;
+// Luma samples, `pixel_bytes` apart in the rows of a plane.
+struct LumaSamples {
+    ConstPlane plane;
     int32_t pixel_bytes;
 
-    // Memory that reaches further than 32 bits count is no image's.
-    bool is_readable() const
+    // No image has more bytes than 32 bits can count.
+    bool are_readable() const
     {
-        return columns < 1 || rows < 1 || (data != nullptr && int64_t{pitch} * rows <= INT32_MAX);
+        const bool is_empty = plane.width < 1 || plane.height < 1;
+        return is_empty || (plane.data != nullptr && int64_t{plane.stride} * plane.height <= INT32_MAX);
     }
 };
 
-// Calls for the destination row y with row_at(y). The scale and its square are not 0.
+// Warps `height` rows of `width` pixels; row_at(y) is where row y begins. Neither the scale nor its square is 0.
 template <class RowAt>
-void _warp(const Similarity& map, const SourcePlane& src, int32_t width, int32_t height, RowAt row_at)
+void _warp(const Similarity& map, const LumaSamples& src, int32_t width, int32_t height, RowAt row_at)
 {
     kernels::WarpRow* const warp_row = kernels::active()->warp.row;
     kernels::Warp warp = {};
-    warp.src = src.data;
-    warp.last = static_cast<int64_t>(src.pitch) * src.rows - 1;
-    warp.pitch = src.pitch;
+    warp.src = src.plane.data;
+    warp.last = static_cast<int64_t>(src.plane.stride) * src.plane.height - 1;
+    warp.stride = src.plane.stride;
     warp.pixel_bytes = src.pixel_bytes;
-    warp.columns = src.columns;
-    warp.rows = src.rows;
+    warp.columns = src.plane.width;
+    warp.rows = src.plane.height;
     warp.scale = map.scale.value;
     warp.square = map.square().value;
     warp.step_x = map.along.value;
@@ -182,7 +181,7 @@ ozr_err ozr_warp_image_by_2points_uc_scale(const uint8_t* src, int32_t src_width
 {
     PointPair from = {sx1, sy1, sx2, sy2};
     PointPair onto = {dx1, dy1, dx2, dy2};
-    // Half the distances give the same turn and scale.
+    // Halving both distances changes neither the turn nor the scale.
     while (onto.squared_distance() * onto.squared_distance() > kLargestSquare) {
         from = from.halved();
         onto = onto.halved();
@@ -192,10 +191,10 @@ ozr_err ozr_warp_image_by_2points_uc_scale(const uint8_t* src, int32_t src_width
         return ozr_err_invalid_argument;
     if (dst_height < 1 || dst_width < 1)
         return ozr_success;
-    const SourcePlane plane = {src, src_width, src_height, src_width, 1};
-    if (map.square() == 0 || !plane.is_readable() || !_has_rows(dst_rows, dst_height))
+    const LumaSamples luma = {{src, src_width, src_height, src_width}, 1};
+    if (map.square() == 0 || !luma.are_readable() || !_has_rows(dst_rows, dst_height))
         return ozr_err_invalid_argument;
-    _warp(map, plane, dst_width, dst_height, [dst_rows](int32_t y) { return dst_rows[y]; });
+    _warp(map, luma, dst_width, dst_height, [dst_rows](int32_t y) { return dst_rows[y]; });
     return ozr_success;
 }
 
@@ -210,13 +209,13 @@ ozr_err ozr_image_warp_by_2points(const ozr_image* src, int32_t sx1, int32_t sy1
     const int32_t pixel_bytes = _luma_pixel_bytes(src->format);
     if (pixel_bytes == 0)
         return ozr_err_not_supported;
-    // Kept: the columns of a row are bounded by the stride, not by the width.
-    const int32_t pitch = stride_or_width(src->stride, src->width);
-    const SourcePlane plane = {src->data, pitch, src->height, pitch, pixel_bytes};
-    if (map.square() == 0 || !plane.is_readable() || !image_counts_bytes(src, pitch) ||
+    // Kept: a row has `stride` columns, not `width`, so the padding shows where the warp reaches it.
+    const int32_t stride = stride_or_width(src->stride, src->width);
+    const LumaSamples luma = {{src->data, stride, src->height, stride}, pixel_bytes};
+    if (map.square() == 0 || !luma.are_readable() || !image_counts_bytes(src, stride) ||
         !image_holds_rows(dst, dst->width, dst->height))
         return ozr_err_invalid_argument;
-    _warp(map, plane, dst->width, image_row_count(dst), [dst](int32_t y) { return image_row(dst, y); });
+    _warp(map, luma, dst->width, image_row_count(dst), [dst](int32_t y) { return image_row(dst, y); });
     return ozr_success;
 }
 

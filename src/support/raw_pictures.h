@@ -1,4 +1,4 @@
-// Checks of pictures that callers hand over as pointer, size and stride.
+// Checks of pictures that callers describe by pointer, size and stride.
 #ifndef OZR_RAW_PICTURES_H
 #define OZR_RAW_PICTURES_H
 
@@ -13,7 +13,7 @@ inline int32_t stride_or_width(int32_t stride, int32_t width)
     return stride != 0 ? stride : width;
 }
 
-// Whether a crop has pixels and all of them lie inside the picture.
+// Whether a crop has pixels and all of them are inside the picture.
 inline bool crop_is_inside(const ozr_rect* crop, int32_t width, int32_t height)
 {
     return crop != nullptr && crop->left >= 0 && crop->top >= 0 && crop->left < crop->right &&

@@ -9,7 +9,7 @@ namespace
 
 using ozr_reference::Image;
 
-// The pictures of a sweep: their size, where they lie, and what they show.
+// The pictures of a sweep: their size, their offsets, and their textures.
 struct Scene {
     int32_t width, height, stride, overlap, dx, dy, textures;
 
@@ -49,20 +49,26 @@ struct Scene {
     }
 };
 
-// Hands a copy to the core, in either of the two ways that it has, and lets something happen meanwhile. It keeps or releases
-// what it takes; some refusals leave it.
-void add_both(TestCore& core, ozr_reference::Core* want, const Image& picture, int32_t index, int32_t x,
-              int32_t y, Random& random)
+struct Addition {
+    const Image& picture;
+    int32_t index;
+    ozr_point at;
+};
+
+// Adds a copy of a picture, lent or handed over, with a disturbance at times. The core keeps or releases a picture that
+// is handed over, unless it refuses it.
+void add_both(TestCore& core, ozr_reference::Core* want, const Addition& addition, Random& random)
 {
+    const auto& [picture, index, at] = addition;
     const PanoImg view = picture.view();
     PanoImg img = {};
     PanoImg_Clone(&view, &img);
     const bool is_lent = random.below(2) == 0;
     const Disturbance disturbance(core.core, random.below(2) == 0,
                                   random.below(8) == 0 ? 1 + random.below(12) : 1000);
-    const int32_t code = is_lent ? ozr::core::add_lent(core.core, &img, index, x, y)
-                                 : panorama_core_add_input(core.core, &img, index, x, y);
-    EXPECT_EQ(code, want->add(&view, index, x, y, disturbance.event(index)));
+    const int32_t code = is_lent ? ozr::core::add_lent(core.core, &img, index, at.x, at.y)
+                                 : panorama_core_add_input(core.core, &img, index, at.x, at.y);
+    EXPECT_EQ(code, want->add(&view, index, at.x, at.y, disturbance.event(index)));
     const bool is_left = index < 0 || index >= kMaxPictures || code == -2 || code == -201;
     EXPECT_TRUE(is_lent || is_left ? holds(img, picture) : img.data == nullptr);
     PanoImg_Destroy(&img);
@@ -70,10 +76,11 @@ void add_both(TestCore& core, ozr_reference::Core* want, const Image& picture, i
     core->cancel = want->record.cancel = 0;
 }
 
-// A call that is refused, or would be but for luck.
+// A call with a fault; some of these faults have no effect.
 void add_badly(TestCore& core, ozr_reference::Core* want, const Scene& s, Random& random, int32_t index)
 {
-    const int32_t indices[] = {index, index, index, 0, -1, 10, INT32_MAX, INT32_MIN}, fault = random.below(8);
+    const int32_t indices[] = {index, index, index, 0, -1, 10, INT32_MAX, INT32_MIN};
+    const int32_t fault = random.below(core->has_tables != 0 ? 8 : 6);
     const uint8_t initialised = want->record.initialised;
     int32_t* const tables = core->proj.block_offsets;
     const ozr_reference::Projection projection = want->projection;
@@ -85,9 +92,11 @@ void add_badly(TestCore& core, ozr_reference::Core* want, const Scene& s, Random
     }
     if (fault < 7)
         add_both(core, want,
-                 Image(fault == 0 ? kPanoNv21 : kPanoNv12, s.width - (fault == 1 ? 1 : 0),
-                       s.height + (fault == 2 ? 1 : 0), s.stride + (fault == 3 ? 1 : 0)),
-                 fault < 4 ? index : indices[random.below(8)], 0, 0, random);
+                 {Image(fault == 0 ? kPanoNv21 : kPanoNv12, s.width - (fault == 1 ? 1 : 0),
+                        s.height + (fault == 2 ? 1 : 0), s.stride + (fault == 3 ? 1 : 0)),
+                  fault < 4 ? index : indices[random.below(8)],
+                  {0, 0}},
+                 random);
     else
         EXPECT_EQ(panorama_core_add_input(core.core, nullptr, index, 0, 0),
                   want->add(nullptr, index, 0, 0, {}));
@@ -106,16 +115,17 @@ TEST(CoreSweep, IsAsTheReferenceHasIt)
                       gap = 1 + random.below(50) / 49;
         TestCore core;
         ozr_reference::Core want;
-        init_both(core.core, &want, 1, 32, 3, 40);  // an earlier sweep
-        add_both(core, &want, Image(kPanoNv12, 32, 3, 40), 0, 0, 0, random);
+        const auto tables = [&random] { return random.below(2) == 0 ? Tables::kNone : Tables::kMade; };
+        init_both(core.core, &want, {1, 32, 3, 40}, tables());  // an earlier sweep
+        add_both(core, &want, {Image(kPanoNv12, 32, 3, 40), 0, {0, 0}}, random);
         core->overlap = want.record.overlap = scene.overlap;
-        init_both(core.core, &want, forward, scene.width, scene.height, scene.stride);
+        init_both(core.core, &want, {forward, scene.width, scene.height, scene.stride}, tables());
         const int32_t count = 2 + random.below(3);
         for (int32_t index = 0; index < count; index += gap) {
             if (random.below(3) == 0)
                 add_badly(core, &want, scene, random, index);
-            add_both(core, &want, scene.picture(random, index), index, scene.guess(random, side * scene.dx),
-                     scene.guess(random, side * scene.dy), random);
+            const ozr_point at = {scene.guess(random, side * scene.dx), scene.guess(random, side * scene.dy)};
+            add_both(core, &want, {scene.picture(random, index), index, at}, random);
         }
         const LogCapture quiet;
         std::vector<std::string> log;
@@ -125,7 +135,7 @@ TEST(CoreSweep, IsAsTheReferenceHasIt)
         EXPECT_EQ(panorama_core_panorama(core.core, shown, out.get()), want.compose(shown, &panorama, &log));
         EXPECT_TRUE(holds(*out.get(), panorama));
         // The pictures shown have lost their pyramids: a further one may have no partner.
-        add_both(core, &want, scene.picture(random, count), count, 0, 0, random);
+        add_both(core, &want, {scene.picture(random, count), count, {0, 0}}, random);
     });
     const PanoImg view = Image(kPanoNv12, 7, 48, 7).view();
     EXPECT_EQ(ozr::core::add_lent(nullptr, &view, 0, 0, 0), -3);

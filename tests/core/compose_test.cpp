@@ -12,7 +12,7 @@ namespace
 
 using ozr_reference::Image;
 
-// Aligned pictures of random bytes at positions of the test's own.
+// Aligned pictures of random bytes, placed by the test.
 struct Sweep {
     TestCore core;
     ozr_reference::Core want;
@@ -20,7 +20,7 @@ struct Sweep {
 
     Sweep(int32_t forward, int32_t width, int32_t height, int32_t margin)
     {
-        init_both(core.core, &want, forward, width, height, width);
+        init_both(core.core, &want, {forward, width, height, width}, Tables::kNone);
         core->margin = want.record.margin = margin;
     }
     void add(Random& random, int32_t index, int32_t width, const AlignResult& result)

@@ -18,8 +18,10 @@ TEST(CoreInit, IsAsTheReferenceHasIt)
                           height = 1 + random.below(60);
             core->overlap = want.record.overlap = random.below(random.below(2) == 0 ? 101 : 20000);
             core->g_nCount = want.record.g_nCount = 3;
-            init_both(core.core, &want, random.below(3), oddly(width), oddly(height),
-                      oddly(width + random.below(40) - 20), random.below(4) == 0 ? 1 + random.below(12) : 0);
+            init_both(core.core, &want,
+                      {random.below(3), oddly(width), oddly(height), oddly(width + random.below(40) - 20)},
+                      random.below(3) == 0 ? Tables::kNone : Tables::kMade,
+                      random.below(4) == 0 ? 1 + random.below(18) : 0);
         }
     });
     const int32_t sizes[][2] = {{160, 120}, {640, 480}, {645, 481}, {1280, 960}, {1920, 1080}, {20000, 16}};
@@ -27,8 +29,54 @@ TEST(CoreInit, IsAsTheReferenceHasIt)
         TestCore core;
         ozr_reference::Core want;
         core->overlap = want.record.overlap = size[0] == 160 ? 50 : 70;  // 80 x 60 x 50 is just too large
-        init_both(core.core, &want, 0, size[0], size[1], size[0]);
+        init_both(core.core, &want, {0, size[0], size[1], size[0]}, Tables::kMade);
     }
+}
+
+// Pictures of any shape: such that the farthest rows or the reach of a patch end, and with blocks on the centre.
+TEST(CoreProjection, IsTheSameWithAndWithoutTables)
+{
+    for_trials(120, [](Random& random) {
+        const bool is_tall = random.below(3) == 0;
+        const int32_t width = 32 + random.below(is_tall ? 100 : 400);
+        const int32_t height = 1 + random.below(is_tall ? 3000 : 300), stride = width + random.below(9);
+        SCOPED_TRACE(testing::Message() << width << " x " << height << ", stride " << stride);
+        ozr_reference::Image picture(kPanoNv12, width, height, stride);
+        for (uint8_t& byte : picture.bytes)
+            byte = random.byte();
+        const PanoImg view = picture.view();
+        const ozr_reference::Image want = ozr_reference::Projection(width, height, stride).of(picture);
+        for (const bool with_tables : {false, true}) {
+            TestCore core;
+            EXPECT_EQ(with_tables ? panorama_core_init(core.core, 1, width, height, stride)
+                                  : ozr::core::prepare(core.core, 1, width, height, stride),
+                      0);
+            PanoImg out = {};
+            PanoImg_Create(&out, width / 8 * 8, height, kPanoNv12);
+            ozr::core::project(core.core, &out, &view);
+            EXPECT_TRUE(holds(out, want)) << "with tables: " << with_tables;
+            PanoImg_Destroy(&out);
+        }
+    });
+}
+
+// A size is refused for tables beyond 32-bit sizes, made or not; what the sweep before it had is gone.
+TEST(CoreInit, RefusesPicturesWhoseTablesNeedLongSizes)
+{
+    TestCore core;
+    core->overlap = 1;
+    for (const auto init :
+         {panorama_core_init,
+          +[](PanoramaCore*pi, int32_t forward, int32_t width, int32_t height, int32_t stride) -> int32_t {
+              return ozr::core::prepare(pi, forward, width, height, stride);
+          }}) {
+        EXPECT_EQ(ozr::core::prepare(core.core, 1, 64, 16, 64), 0);
+        core->initialised = 0;
+        EXPECT_EQ(init(core.core, 1, 10000, 13422, 10000), -7);
+        EXPECT_EQ(core->initialised, 0);
+        EXPECT_EQ(core->projection, nullptr);
+    }
+    EXPECT_EQ(ozr::core::prepare(core.core, 1, 10000, 13421, 10000), 0);
 }
 
 TEST(CoreParameters, OverlapIsBounded)

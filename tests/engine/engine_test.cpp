@@ -54,7 +54,7 @@ public:
     Calls(const Calls&) = delete;
     Calls& operator=(const Calls&) = delete;
 
-    // One call, mostly one that the status allows.
+    // One call, usually one that the status allows.
     void next()
     {
         using Step = void (Calls::*)();
@@ -80,7 +80,7 @@ public:
 private:
     using Call = std::function<int32_t(PanoramaInternal*)>;
 
-    // Makes one of the two calls, to whose context something may happen.
+    // Makes one of the two calls, disturbed.
     int32_t make(const Call& call, PanoramaInternal* context, int64_t failing, Lines* lines)
     {
         g_context = context;
@@ -95,7 +95,7 @@ private:
         return result;
     }
 
-    // Makes the same call of both, and compares code, log lines, sleep and blocks.
+    // Makes the same call of library and reference, and compares code, log lines, sleep and blocks.
     void both(const Call& library, const Call& expected, int64_t failing)
     {
         Lines got, want;
@@ -105,7 +105,7 @@ private:
         g_cancels = g_added = g_ended = 0;
     }
 
-    // The same of functions of one name; the first allocation may fail.
+    // The same for functions of one name; the first allocation may fail.
     template <class... Args>
     void call(int32_t (*library)(PanoramaInternal*, Args...), int32_t (*expected)(PanoramaInternal*, Args...),
               std::common_type_t<Args>... args)
@@ -114,7 +114,7 @@ private:
              random_.below(25) == 0 ? 1 : 0);
     }
 
-    // What happens meanwhile to the context at work: a request to stop at an allocation, an end at a sleep.
+    // The disturbance of a working context: a request to stop at an allocation, the end of the work at a sleep.
     static void allocate(int64_t)
     {
         if (g_cancels != 0)
@@ -151,7 +151,7 @@ private:
         direction_ = 1 + random_.below(4);
     }
 
-    // What the camera sees.
+    // The camera's view.
     std::unique_ptr<TestImg> picture(int32_t format, int32_t width, int32_t height)
     {
         auto img = std::make_unique<TestImg>(format, width, height, padding_);
@@ -161,7 +161,7 @@ private:
         return img;
     }
 
-    // A record for a call, mostly as it is.
+    // A record for a call, usually unchanged.
     PanoImg* spoil(PanoImg* img)
     {
         switch (random_.below(90)) {
@@ -219,7 +219,7 @@ private:
         call(panorama_engine_process_frame, reference::process_frame, frame);
     }
 
-    // A motion so far of about a target or a threshold, in any direction.
+    // Sets a motion near a target or a threshold, in any direction.
     void near_the_bounds()
     {
         const auto sign = [=] { return random_.below(2) * 2 - 1; };
@@ -286,7 +286,7 @@ private:
 
     void stop() { call(panorama_engine_stop_capture, reference::stop_capture); }
 
-    // What was composed may be composed once more.
+    // A composed panorama may be composed again.
     void stop_again()
     {
         change([](PanoramaInternal* s) { s->status = static_cast<PanoStatus>(3); });
@@ -315,7 +315,7 @@ private:
 
     void cancel_core() { pe_->core->cancel = model_.core->cancel = 1; }
 
-    // While the canceller sleeps, a picture and the synthesis may come to an end.
+    // While the cancelling thread sleeps, a picture or the synthesis may end.
     void cancel()
     {
         g_slot = random_.below(std::max(std::min(pe_->count.load(), kMaxPictures), 1));
@@ -346,7 +346,7 @@ private:
 
     void init() { both(panorama_engine_init, reference::init, 0); }
 
-    // After whatever was in the words that are not buffers.
+    // From any values of the words that are not buffers.
     void init_scribbled()
     {
         const int32_t dirt = 1 + random_.below(1000);
@@ -407,19 +407,19 @@ TEST(Engine, RefusesWhatIsNotThere)
     PanoramaInternal* none = nullptr;
     const ozr_point offset = {0, 0};
     const TestImg img(kPanoNv12, 8, 8);
-    EXPECT_EQ(panorama_engine_create(nullptr), -3);
+    EXPECT_EQ(panorama_engine_create(nullptr), kPanoNullArgument);
     panorama_engine_destroy(nullptr);
     panorama_engine_destroy(&none);
-    EXPECT_EQ(panorama_engine_process_frame(nullptr, &img.img), -3);
-    EXPECT_EQ(panorama_engine_start_capture(nullptr, &img.img), -3);
-    EXPECT_EQ(panorama_engine_prepare_stitch(nullptr), -4);
-    EXPECT_EQ(panorama_engine_set_image(nullptr, &img.img, 0, &offset), -3);
-    EXPECT_EQ(panorama_engine_stop_capture(nullptr), -3);
-    EXPECT_EQ(panorama_engine_cancel_process(nullptr), -3);
+    EXPECT_EQ(panorama_engine_process_frame(nullptr, &img.img), kPanoNullArgument);
+    EXPECT_EQ(panorama_engine_start_capture(nullptr, &img.img), kPanoNullArgument);
+    EXPECT_EQ(panorama_engine_prepare_stitch(nullptr), kPanoBadArgument);
+    EXPECT_EQ(panorama_engine_set_image(nullptr, &img.img, 0, &offset), kPanoNullArgument);
+    EXPECT_EQ(panorama_engine_stop_capture(nullptr), kPanoNullArgument);
+    EXPECT_EQ(panorama_engine_cancel_process(nullptr), kPanoNullArgument);
     panorama_engine_cancel_process_async(nullptr);
-    EXPECT_EQ(panorama_engine_check_ready_to_destroy(nullptr), -3);
+    EXPECT_EQ(panorama_engine_check_ready_to_destroy(nullptr), kPanoNullArgument);
     const LogCapture log;
-    EXPECT_EQ(panorama_engine_process_synthesis(nullptr), -3);
+    EXPECT_EQ(panorama_engine_process_synthesis(nullptr), kPanoNullArgument);
     EXPECT_EQ(log.progress(), Lines{"panorama_engine_process_synthesis: process_synthesis()"});
     const int32_t version[] = {1, 0, 2, 0};
     EXPECT_TRUE(std::equal(version, version + 4, panorama_engine_get_version()));

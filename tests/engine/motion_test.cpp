@@ -6,6 +6,7 @@
 #include "engine/panorama_me.h"
 #include "reference/motion.h"
 #include "support/noise.h"
+#include "support/points.h"
 #include "support/random.h"
 
 namespace
@@ -13,20 +14,24 @@ namespace
 
 using Frame = std::vector<uint8_t>;
 
-// What is seen from (x, y): noise at some zoom, stripes that repeat, or one spot.
-Frame view(int32_t kind, int32_t zoom, int32_t width, int32_t height, int32_t x, int32_t y)
-{
-    Frame frame;
-    for (int32_t i = 0; i < width * height; ++i) {
-        const int32_t u = i % width + x, v = i / width + y;
-        const int32_t spot = u == width / 2 && v == height / 2 ? 255 : 0,
-                      stripes = (u / zoom + v / zoom) % 2 * 255;
-        frame.push_back(static_cast<uint8_t>(kind == 0   ? spot
-                                             : kind == 1 ? stripes
-                                                         : noise((u + 200) / zoom, (v + 200) / zoom)));
+// Noise at some zoom, stripes that repeat, or one spot.
+struct Scene {
+    int32_t kind, zoom, width, height;
+
+    Frame seen_from(ozr_point place) const
+    {
+        Frame frame;
+        for (int32_t i = 0; i < width * height; ++i) {
+            const int32_t u = i % width + place.x, v = i / width + place.y;
+            const int32_t spot = u == width / 2 && v == height / 2 ? 255 : 0,
+                          stripes = (u / zoom + v / zoom) % 2 * 255;
+            frame.push_back(static_cast<uint8_t>(kind == 0   ? spot
+                                                 : kind == 1 ? stripes
+                                                             : noise((u + 200) / zoom, (v + 200) / zoom)));
+        }
+        return frame;
     }
-    return frame;
-}
+};
 
 }  // namespace
 
@@ -36,19 +41,17 @@ TEST(MotionEstimate, IsWhatItMeans)
         Random random(seed);
         const int32_t most = random.below(8) == 0 ? 160 : 40;
         const int32_t width = 1 + random.below(most), height = 1 + random.below(40);
-        const int32_t kind = random.below(5), zoom = 1 + random.below(5), reach = 1 + random.below(40);
-        const Frame reference = view(kind, zoom, width, height, 0, 0);
-        Frame current =
-            view(kind, zoom, width, height, random.below(2 * reach) - reach, random.below(2 * reach) - reach);
+        const Scene scene = {random.below(5), 1 + random.below(5), width, height};
+        const int32_t reach = 1 + random.below(40);
+        const Frame reference = scene.seen_from({0, 0});
+        Frame current = scene.seen_from({random.below(2 * reach) - reach, random.below(2 * reach) - reach});
         const int32_t grain = 1 + random.below(random.below(3) == 0 ? 200 : 4);
         for (uint8_t& pixel : current)
             pixel = static_cast<uint8_t>(pixel + random.below(grain));
         ozr_point got = {99, 99};
         MotionEstimate(reference.data(), current.data(), width, height, &got.x, &got.y);
         const ozr_point want = ozr_reference::estimate_motion(reference, current, width, height);
-        EXPECT_TRUE(got.x == want.x && got.y == want.y)
-            << "seed " << seed << ": " << width << "x" << height << " moves by " << got.x << "," << got.y
-            << ", not " << want.x << "," << want.y;
+        EXPECT_EQ(got, want) << "seed " << seed << ": " << width << "x" << height;
     }
 }
 
@@ -58,7 +61,7 @@ TEST(MotionEstimate, FramesWithoutPixelsStandStill)
     for (const ozr_point& size : {ozr_point{0, 5}, {5, 0}, {-4, 5}, {3, -1}}) {
         ozr_point shift = {99, 99};
         MotionEstimate(frame.data(), frame.data(), size.x, size.y, &shift.x, &shift.y);
-        EXPECT_TRUE(shift.x == 0 && shift.y == 0);
+        EXPECT_EQ(shift, (ozr_point{0, 0}));
     }
     MotionEstimate(nullptr, frame.data(), 4, 4, nullptr, nullptr);
 }

@@ -16,7 +16,7 @@ using namespace ozr_reference;
 
 constexpr uint32_t kCases = 3000;
 
-// Mostly small; some as long as a few vectors.
+// Usually small, sometimes as long as a few vectors.
 int32_t random_side(Random* random)
 {
     return 1 + random->below(random->below(4) == 0 ? 150 : 24);
@@ -31,7 +31,7 @@ void fill(TestImg* picture, Random* random)
         picture->img.data[i] = static_cast<uint8_t>(kind == 0 ? value : picture->img.data[i] < 128 ? 0 : 255);
 }
 
-// Makes at most one thing about an argument wrong: the record, or that there is one.
+// Puts at most one fault into an argument: in the record, or by a null pointer.
 const PanoImg* spoil(PanoImg* img, Random* random)
 {
     switch (random->below(60)) {
@@ -59,7 +59,7 @@ enum Shape { kAny, kEqual, kHalf, kTurned, kPlaced };
 
 ozr_point g_place;  // of a copy
 
-// A function of two pictures, and the same by its meaning; `beyond` is what bytes hold that nobody owns.
+// A function of two pictures, and its reference; bytes outside a picture read as `beyond`.
 struct Operation {
     const char* name;
     int32_t (*library)(PanoImg* dst, const PanoImg* src);
@@ -119,7 +119,7 @@ ozr_point destination_size(Shape shape, const PanoImg& src, Random* random)
 void compare(const Operation& operation, uint32_t seed)
 {
     Random random(seed);
-    // Chroma of odd sizes reaches beyond what the geometry says; some records own more than that.
+    // The chroma of odd sizes exceeds the geometry; some records own the bytes behind it.
     const int32_t more = random.below(2) * 2;
     const int32_t src_format = random.below(50) == 0 ? kPanoNv21 : operation.src_format,
                   dst_format = random.below(50) == 0 ? kPanoNv21 : operation.dst_format;
@@ -218,7 +218,7 @@ TEST(PanoImg, RecordsAreMadeCheckedAndReleased)
             continue;
         }
         EXPECT_TRUE(std::equal(want.bytes.begin(), want.bytes.end(), img.data));
-        // Each step of the release is skipped by itself.
+        // Either step of the release is skipped when its pointer is null.
         if (how == 1) {
             EXPECT_EQ(reinterpret_cast<uintptr_t>(img.data) % 4096, 0U);
             PanoImg_DestroyAligned(nullptr, nullptr);
@@ -238,7 +238,7 @@ TEST(PanoImg, RecordsAreMadeCheckedAndReleased)
     }
 }
 
-// The copy has the stride, and the bytes that both records own.
+// The copy has the stride of the source, and as many of its bytes as fit both records.
 TEST(PanoImg, ClonesAreTheirOwn)
 {
     for (uint32_t seed = 0; seed < kCases && !HasFailure(); ++seed) {

@@ -11,7 +11,9 @@ TEST(Interface, HandlesShowTheDefaults)
     ozr_config config = {};
     EXPECT_EQ(ozr_panorama_get_default_config(&config), ozr_success);
     EXPECT_EQ(ozr_panorama_get_default_config(nullptr), ozr_err_invalid_argument);
-    EXPECT_TRUE(config.version.major == 1 && config.version.minor == 0 && config.version.patch == 1);
+    EXPECT_EQ(config.version.major, 1);
+    EXPECT_EQ(config.version.minor, 0);
+    EXPECT_EQ(config.version.patch, 1);
     EXPECT_STREQ(config.description, "OZR 1.0.1-0 - Panorama 1.2.0-OPT2.0");
     EXPECT_EQ(memcmp(&pano->version, &config.version, sizeof(ozr_version)), 0);
     EXPECT_EQ(pano->description, config.description);

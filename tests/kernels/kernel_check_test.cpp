@@ -22,8 +22,8 @@ using namespace ozr::kernels;
 namespace
 {
 
-// Where bytes lie between two pages that must not be touched: against the first, against the second, or a few bytes on
-// from the first.
+// The place of a block between two pages that must not be touched: at the first, at the second, or a few bytes behind
+// the first.
 enum class Edge { kStart, kEnd, kOffset };
 enum class Fill { kRandom, kZeros, kOnes, kExtremes };
 
@@ -37,7 +37,7 @@ std::vector<const Kernels*> levels_of_this_machine()
     return levels;
 }
 
-// `size` bytes between two pages without access; what else is accessible there is filled too.
+// `size` bytes between two pages without access. The other accessible bytes there are filled too.
 class Guarded
 {
 public:
@@ -64,14 +64,14 @@ public:
     Guarded& operator=(const Guarded&) = delete;
 
     uint8_t* data() { return data_; }
-    // By way of void*: a block of wider numbers starts or ends at a page, and so it is aligned.
+    // A cast by void*: a block of wider numbers starts or ends at a page, and so it is aligned.
     template <class Number>
     Number* as()
     {
         return static_cast<Number*>(static_cast<void*>(data_));
     }
 
-    // All that can be written, around the `size` bytes too.
+    // All accessible bytes, including those around the `size` bytes.
     std::vector<uint8_t> contents() const { return {begin_, end_}; }
     void restore(const std::vector<uint8_t>& bytes) { std::copy(bytes.begin(), bytes.end(), begin_); }
     ptrdiff_t margin() const { return data_ - begin_; }
@@ -91,7 +91,7 @@ public:
     Case(int32_t size, Edge edge, Fill fill) : count(size), edge_(edge), fill_(fill), random_(seed()) {}
     uint32_t seed() const { return static_cast<uint32_t>(count * 8 + static_cast<int32_t>(edge_) * 4) + 1; }
 
-    // Of elements of `unit` bytes, whose alignment they have.
+    // A block of elements of `unit` bytes, aligned for them.
     Guarded bytes(int64_t size, int32_t unit = 1)
     {
         const size_t offset =
@@ -100,7 +100,7 @@ public:
     }
     Random* random() { return &random_; }
 
-    // Runs a kernel whose first argument is where it writes so many numbers to.
+    // Checks a kernel whose first argument is its destination of `numbers` numbers.
     template <class Stage, class Out, class... Rest, class... Args>
     void check(KernelEntry<Stage, void (*)(Out*, Rest...)> kernel, int64_t numbers, Args... args)
     {
@@ -108,7 +108,7 @@ public:
                    [&](auto f, Guarded& out) { f(out.as<Out>(), args...); });
     }
 
-    // Runs one that returns what it makes.
+    // Checks a kernel that returns its result.
     template <class Stage, class Result, class... Rest, class... Args>
     void check_result(KernelEntry<Stage, Result (*)(Rest...)> kernel, Args... args)
     {
@@ -286,33 +286,85 @@ TEST(KernelCheck, Projection)
     for_each_case([](Case c) {
         const int32_t blocks = c.count;
         Guarded src = c.bytes(kBytes);
-        Guarded positions = c.bytes(32 * blocks, 4), bases = c.bytes(4 * blocks, 4),
-                columns = c.bytes(32 * blocks);
-        int32_t *position = positions.as<int32_t>(), *base = bases.as<int32_t>();
+        Guarded offsets = c.bytes(4 * blocks, 4), rows = c.bytes(8 * blocks), columns = c.bytes(32 * blocks);
         std::fill_n(columns.data(), 32 * blocks, uint8_t{0});
-        for (int32_t i = 0; i < 8 * blocks; ++i) {
-            const int32_t block = i / 8, pixel = i % 8;
-            if (pixel == 0)
-                base[block] = c.random()->below(kWidth + 8) - 8;
-            const int32_t top = pixel == 0 ? c.random()->below(16 * kRows - 15) : position[8 * block];
-            position[i] = std::min(top + c.random()->below(70), 16 * (kRows - 1));
-            const int32_t behind = c.random()->below(16 * kWidth - 15) - 16 * (base[block] + pixel);
-            for (int32_t j = 0; j < 4 && behind >= 0 && behind <= 48; ++j)
-                columns.data()[32 * block + 2 * pixel + j % 2 + j / 2 * 16] =
-                    static_cast<uint8_t>(std::max(0, 16 - std::abs(behind - 16 * j)));
+        for (int32_t block = 0; block < blocks; ++block) {
+            const int32_t base = c.random()->below(kWidth + 8) - 8, top = c.random()->below(kRows);
+            offsets.as<int32_t>()[block] = top * kStride + base;
+            for (int32_t pixel = 0; pixel < 8; ++pixel) {
+                const int32_t below = std::min(c.random()->below(60), 16 * (kRows - 1 - top));
+                rows.data()[8 * block + pixel] = static_cast<uint8_t>(below > 48 ? 255 : below);
+                const int32_t behind = c.random()->below(16 * kWidth - 15) - 16 * (base + pixel);
+                for (int32_t j = 0; j < 4 && behind >= 0 && behind <= 48; ++j)
+                    columns.data()[32 * block + 2 * pixel + j % 2 + j / 2 * 16] =
+                        static_cast<uint8_t>(std::max(0, 16 - std::abs(behind - 16 * j)));
+            }
         }
-        const ProjectionColumns shared = {base, columns.data(), kStride};
-        const auto tables = [blocks](Guarded& out) {
-            return ProjectionRowOut{out.as<int32_t>(), out.as<uint16_t>() + 2 * blocks,
-                                    out.data() + 260 * blocks};
-        };
-        c.check_call(KERNEL(project, tables_row), 268 * blocks, 4,
-                     [&](auto f, Guarded& out) { f(tables(out), position, shared, blocks); });
-        Guarded made = c.bytes(268 * blocks, 4);
-        const ProjectionRowOut out_row = tables(made);
-        kScalarKernels.project.tables_row(out_row, position, shared, blocks);
-        const ProjectionRow row = {out_row.offsets, out_row.weights, columns.data(), out_row.rows};
+        const ProjectionRow row = {offsets.as<int32_t>(), columns.data(), rows.data()};
         c.check(KERNEL(project, luma_row), 8 * blocks, src.data(), kBytes, kStride, row, blocks);
+        c.check(KERNEL(project, weights_row), 128 * blocks, row, blocks);
+    });
+}
+
+// Blocks of one source row, some of whose loads would leave the source, and blocks of several.
+TEST(KernelCheck, ProjectionOfChroma)
+{
+    for_each_case([](Case c) {
+        const int32_t blocks = c.count, bytes = 2 * (8 + c.random()->below(40));
+        Guarded src = c.bytes(bytes), offsets = c.bytes(4 * blocks, 4), map = c.bytes(16 * blocks, 4),
+                order = c.bytes(8 * blocks);
+        for (int32_t block = 0; block < blocks; ++block) {
+            const int32_t base = 2 * c.random()->below(bytes / 2);
+            offsets.as<int32_t>()[block] = c.random()->below(3) == 0 ? -1 : base;
+            for (int32_t k = 8 * block; k < 8 * block + 8; k += 2) {
+                map.as<int32_t>()[k / 2] = c.random()->below(bytes / 2);
+                order.data()[k] =
+                    static_cast<uint8_t>(2 * c.random()->below(std::min(8, (bytes - base) / 2)));
+                order.data()[k + 1] = static_cast<uint8_t>(order.data()[k] + 1);
+            }
+        }
+        const ProjectionChromaRow row = {offsets.as<int32_t>(), order.data(), map.as<int32_t>()};
+        c.check(KERNEL(project, chroma_row), 8 * blocks, src.data(), bytes, row, blocks);
+    });
+}
+
+// Curves that rise from the centre, where a block mirrors itself when their number is odd: gentle ones, such that leave the patches at once, and
+// such that reach the farthest row.
+TEST(KernelCheck, CurvesOfAProjection)
+{
+    for_each_case([](Case c) {
+        const int32_t blocks = c.count, half_blocks = (blocks + 1) / 2, room = 8 * half_blocks;
+        const int32_t divisor = 1 + c.random()->below(6000), scale = 16 * c.random()->below(7000);
+        const int32_t most = INT32_MAX / std::max(scale, 1), y = c.random()->below(std::min(most, 3000)) + 1;
+        std::vector<ProjectionCurves> curves(static_cast<size_t>(half_blocks));
+        const bool mirrored = blocks % 2 != 0;
+        int32_t circle = divisor + room;
+        for (int32_t i = 0; i < room; ++i) {
+            circle -= c.random()->below(2);
+            ProjectionCurves& at = curves[static_cast<size_t>(i / 8)];
+            const int32_t value = std::min(16 * 2999, y * scale / circle), rest = y * scale % circle;
+            for (int32_t k : {i % 8, mirrored && i >= 4 && i < 8 ? 7 - i : i % 8}) {
+                at.divisors[k] = circle;
+                at.steps[k] = scale / circle;
+                at.step_rests[k] = scale % circle;
+                at.values[k] = value;
+                at.rests[k] = rest;
+            }
+        }
+        Guarded bases = c.bytes(4 * blocks, 4);
+        std::generate_n(bases.as<int32_t>(), blocks, [&c] { return c.random()->below(4000); });
+        const size_t state = curves.size() * sizeof(ProjectionCurves);
+        c.check_call(
+            KERNEL(project, rows_of_curves), 160 * half_blocks + 24 * blocks, 4, [&](auto f, Guarded& out) {
+                memcpy(out.data(), curves.data(), state);
+                int32_t* const offsets = out.as<int32_t>() + 40 * half_blocks;
+                uint8_t* const rows = out.data() + 160 * half_blocks + 8 * blocks;
+                const ProjectionRowPair pair = {
+                    {offsets, rows}, {offsets + blocks, rows + 8 * blocks}, bases.as<int32_t>(), 4000, 3000,
+                    16 * 2999};
+                for (int32_t step = 0; step < 3; ++step)
+                    f(pair, out.as<ProjectionCurves>(), blocks);
+            });
     });
 }
 
@@ -404,7 +456,7 @@ TEST(KernelCheck, MatchingOfPatches)
     for_each_case([](Case c) {
         const int32_t n = c.count;
         constexpr int32_t kRows = 3;
-        // As large as the kernels' callers have them, so that the sums fit.
+        // Not larger than in the callers of the kernel, so that the sums fit.
         const auto limit = [](Guarded& block, int32_t count, int32_t most) {
             for (int32_t i = 0; i < count; ++i)
                 block.as<int16_t>()[i] = static_cast<int16_t>(block.as<int16_t>()[i] % most);
@@ -423,7 +475,7 @@ TEST(KernelCheck, MatchingOfPatches)
     });
 }
 
-// What this machine checked shows in the log: the panorama too is the same at every level.
+// The log shows the levels that this machine checked. The panorama, too, is the same at every level.
 TEST(KernelCheck, LevelsMakeTheSamePanorama)
 {
     for (int32_t direction : {kDirectionRight, kDirectionUp}) {
@@ -442,7 +494,7 @@ TEST(KernelCheck, LevelsMakeTheSamePanorama)
     set_for_test(nullptr);
 }
 
-// A level is chosen only with all of its features, whatever this machine has.
+// A level is chosen only with all of its features; this machine's own do not matter.
 TEST(KernelCheck, LevelsAreChosenByAllOfTheirFeatures)
 {
     std::vector<const Kernels*> want = {&kScalarKernels};  // by sets of features
@@ -456,4 +508,15 @@ TEST(KernelCheck, LevelsAreChosenByAllOfTheirFeatures)
     for (uint32_t features = 0; features < want.size(); ++features)
         EXPECT_EQ(best_for(features), want[features]) << features;
     EXPECT_EQ(kLevels[0], &kScalarKernels);
+}
+
+// A table is its stages' pointers, one behind the other; those that no level fills would be called as null pointers.
+TEST(KernelCheck, LevelsHaveEveryKernel)
+{
+    constexpr size_t kKernels = (sizeof(Kernels) - offsetof(Kernels, resample)) / sizeof(void*);
+    for (const Kernels* const* level = kLevels; *level != nullptr; ++level) {
+        void* kernels[kKernels];
+        memcpy(kernels, &(*level)->resample, sizeof(kernels));
+        EXPECT_EQ(std::count(kernels, kernels + kKernels, nullptr), 0) << (*level)->level;
+    }
 }

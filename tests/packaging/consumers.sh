@@ -32,7 +32,7 @@ with_pkg_config() {  # COMPILER SOURCE
 # The public header's numbers are those of the package, of the SONAME and of the symbols.
 check_versions() {
     local header=$work/prefix/include/ozr_types.h library=$work/prefix/lib/libozr_panorama.so version
-    version=$(sed -n 's/^#define OZR_VERSION_\(MAJOR\|MINOR\|PATCH\) //p' "$header" | paste -sd.)
+    version=$(sed -n 's/^#define OZR_RELEASE_\(MAJOR\|MINOR\|PATCH\) //p' "$header" | paste -sd.)
     [ "$(pkg-config --modversion ozr_panorama)" = "$version" ]
     readelf -d "$library" | grep -F "[libozr_panorama.so.${version%%.*}]" >/dev/null
     nm -D "$library" | grep " ozr_panorama_run@@OZR_PANORAMA_${version%%.*}\$" >/dev/null

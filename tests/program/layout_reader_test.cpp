@@ -127,7 +127,7 @@ TEST(LayoutReader, FindsTheSeamsAndBordersOfThePanorama)
         ozr_image panorama = {};
         _compose(handle.get(), sweep, &panorama);
         EXPECT_EQ(count_used(*handle), kPictures);
-        const Layout layout = read_layout(*handle, panorama);
+        const Layout layout = read_layout(*handle, panorama, {});
         ASSERT_EQ(layout.overlaps.size(), kPictures - 1U);
         _check_boxes(sweep, layout);
         _check_seams(sweep, panorama, layout);
@@ -152,13 +152,13 @@ TEST(LayoutReader, ShowsWhichPicturesAreLeftOut)
         const Handle handle = create_panorama();
         ozr_image panorama = {};
         _compose(handle.get(), row.sweep, &panorama);
-        const Layout layout = read_layout(*handle, panorama);
+        const Layout layout = read_layout(*handle, panorama, {});
         ASSERT_EQ(layout.pictures.size(), size_t{kPictures});
         for (size_t i = 0; i < kPictures; ++i)
             EXPECT_EQ(layout.pictures[i].is_used, row.is_used[i]) << i;
         EXPECT_EQ(count_used(*handle), std::count(row.is_used, row.is_used + kPictures, true));
         EXPECT_EQ(layout.overlaps.size(), static_cast<size_t>(count_used(*handle) - 1));
-        const Layout without = read_layout(*handle, ozr_image());
+        const Layout without = read_layout(*handle, ozr_image(), {});
         EXPECT_TRUE(without.overlaps.empty());
         for (size_t i = 1; i < kPictures; ++i) {
             EXPECT_FALSE(without.pictures[i].is_used) << i;
@@ -166,7 +166,7 @@ TEST(LayoutReader, ShowsWhichPicturesAreLeftOut)
         }
         ASSERT_EQ(ozr_panorama_reset(handle.get()), ozr_success);
         EXPECT_EQ(count_used(*handle), 0);
-        EXPECT_TRUE(read_layout(*handle, ozr_image()).pictures.empty());
+        EXPECT_TRUE(read_layout(*handle, ozr_image(), {}).pictures.empty());
     }
 }
 

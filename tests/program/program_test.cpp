@@ -120,8 +120,12 @@ TEST_F(Program, TellsWrongUsageFromHelp)
     } usages[] = {
         {0, "Usage: ozr-pano", {"--help"}},
         {0, "OZR 1.0.1-0 - Panorama 1.2.0-OPT2.0", {"--version"}},
-        {0, "right|left|down|up [right]\nFILE [panorama.png]\nN [8]\nS [1]\nQ [90]", {"demo --help"}},
-        {0, "P [70]\nFILE [panorama.jpg]", {"stitch --help"}},
+        {0,
+         "right|left|down|up [right]\nFILE [panorama.png]\nN [8]\nS [1]\nQ [90]\nrefined|classic [refined]",
+         {"demo --help"}},
+        {0,
+         "P [70]\nFILE [panorama.jpg]\nright|left|down|up [found; right where classic]",
+         {"stitch --help"}},
         {0, "ffmpeg\nright|left|down|up|auto [auto]", {"video --help"}},
         {0, "Exit status: 0 all answers are as recorded, 3 some differ", {"replay --help"}},
         {0, "1 pictures of 96x96", {"demo -n 1 --size 96x96 --preview 102x100"}},
@@ -135,9 +139,19 @@ TEST_F(Program, TellsWrongUsageFromHelp)
          " is no size: write 1280x960, even numbers of 96 to 4096",
          {"demo --size 94x96", "demo --size 96x4098", "demo --size 96x98a", "demo --size 320x",
           "demo --size 99999999999x240", "demo --size 321x240"}},
+        {2,
+         " is not in range",
+         {"demo --focal 0.5", "demo --lens 0.2", "demo --tilt -16", "demo --exposure 51",
+          "demo --vignetting 81", "demo --shutter 51", "demo --walkers 21", "demo --focal nan"}},
         {2, "--preview: its sides must have the proportion", {"demo --size 96x96 --preview 104x100"}},
-        {2, "--quality", {"demo --quality 101", "stitch --quality 0 a.png"}},
-        {2, "--quality", {"convert none.png b.jpg --format gray --quality 0"}},
+        {2,
+         " is neither refined nor classic",
+         {"demo --quality 101", "stitch --quality 0 a.png", "video --quality '' a.y4m", "demo --quality 9x"}},
+        {2,
+         "--jpeg-quality",
+         {"convert none.png b.jpg --format gray --quality 0", "replay --jpeg-quality 101 in",
+          "stitch --jpeg-quality 0 a.png"}},
+        {2, "--compare requires --report", {"demo --compare", "stitch --compare a.png"}},
         {2, " does not end in .png, .jpg or .jpeg", {"demo -o .png", "demo -o a.gif"}},
         {2, "clip is required", {"video"}},
         {2, "folder is required", {"replay"}},
@@ -158,8 +172,8 @@ TEST_F(Program, TellsWrongUsageFromHelp)
          "none/a.",
          {"demo -n 10 -o none/a.png", "demo --size 96x4096 -o none/a.png",
           "demo --preview 4096x96 -o none/a.png", "demo --quality 1 -o none/a.jpg",
-          "demo --quality 100 -o none/a.JPEG", "stitch --overlap 90 none/a.png",
-          "stitch --overlap 50 none/a.png",
+          "demo --quality 100 -o none/a.JPEG", "demo --jpeg-quality 100 --quality classic -o none/a.jpg",
+          "stitch --overlap 90 none/a.png", "stitch --overlap 50 none/a.png",
           "convert none/a.png b --format gray --sample 16384 --quality 100"}},
     };
     for (const auto& usage : usages) {
@@ -258,7 +272,8 @@ TEST_F(Program, DemoSweepsInEveryDirection)
     for (const auto& [name, x, y] :
          {Direction{"left", -1, 0}, Direction{"up", 0, -1}, Direction{"right", 1, 0}}) {
         SCOPED_TRACE(name);
-        const std::string json = run_well("demo --json -n 3 --size 320x240 -o out/a.png -d " + name);
+        const std::string json =
+            run_well("demo --json -n 3 --quality classic --size 320x240 -o out/a.png -d " + name);
         int announced = 0, dx, dy;
         double true_x, true_y, swept = 0;
         const char* entry = "\"from\":\"frame %*d\",\"offset\":[%d,%d],\"truth\":[%lf,%lf]";
@@ -288,7 +303,7 @@ TEST_F(Program, StitchPlacesPicturesWhereTheyShowTheSame)
                                      static_cast<int32_t>(at / 4 / kWidth));
         write_picture("in/p" + std::to_string(i) + (i == 1 ? ".jpg" : ".png"), picture, 95);
     }
-    run_well("stitch -o out/a.JPG --quality 80 in/p0.png in/p1.jpg in/p2.png");
+    run_well("stitch --quality classic -o out/a.JPG --jpeg-quality 80 in/p0.png in/p1.jpg in/p2.png");
     const std::vector<uint8_t> file = read_file("out/a.JPG");
     ASSERT_TRUE(looks_like_jpeg(file));
     const Picture panorama = decode_jpeg(file);
@@ -296,10 +311,12 @@ TEST_F(Program, StitchPlacesPicturesWhereTheyShowTheSame)
     EXPECT_NEAR(panorama.width, 320 + 2 * kStep * 1.17, 20);
     EXPECT_GE(panorama.height, 208);
     write_picture("in/odd.png", Picture(61, 101), 90);
-    const Outcome cropped = run("stitch -o out/b.png --json --report out/b.html in/odd.png in/odd.png");
+    const Outcome cropped =
+        run("stitch --quality classic -o out/b.png --json --report out/b.html in/odd.png in/odd.png");
     expect_lines(cropped.out, "\"picture_size\":[60,100]");
     expect_lines(cropped.err, "ozr-pano: the pictures are cropped from 61x101 to 60x100: sizes must be even");
-    const Outcome verbose = run("stitch --verbose -o out/a.jpg in/p0.png in/p1.jpg in/p2.png");
+    const Outcome verbose =
+        run("stitch --quality classic --verbose -o out/a.jpg in/p0.png in/p1.jpg in/p2.png");
     EXPECT_EQ(verbose.status, 0);
     expect_lines(verbose.err, "start synthesis 3 image(s)");
 }
@@ -331,7 +348,7 @@ TEST_F(Program, VideoEndsWhenTheSweepIsFull)
 
 TEST_F(Program, FollowsTheUmaskAndShowsProgressOnATerminal)
 {
-    const std::string demo = "demo -n 2 --size 96x96 -o out/a.png --report out/a.html";
+    const std::string demo = "demo -n 2 --size 160x120 -o out/a.png --report out/a.html";
     EXPECT_EQ(run(demo, "umask 027;").status, 0);
     for (const char* name : {"out/a.png", "out/a.html"}) {
         struct stat status;

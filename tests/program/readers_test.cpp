@@ -62,6 +62,120 @@ TEST(Exif, FindsTheOrientationAndNothingInBrokenBlocks)
     }
 }
 
+/** Directories of a TIFF block, written plainly: each entry is tag, type, count and the bytes of its value. */
+struct PlainEntry {
+    size_t tag, type, count;
+    std::string value;
+};
+
+class PlainBlock
+{
+public:
+    explicit PlainBlock(bool big_endian) : big_endian_(big_endian)
+    {
+        text_ = std::string(2, big_endian ? 'M' : 'I') + number(42, 2) + number(8, 4);
+    }
+
+    std::string number(size_t value, int bytes) const
+    {
+        const std::string text = _number(value, bytes);
+        return big_endian_ ? text : std::string(text.rbegin(), text.rend());
+    }
+
+    // Values behind the directory.
+    void add(const std::vector<PlainEntry>& entries, size_t next = 0)
+    {
+        text_ += number(entries.size(), 2);
+        size_t at = text_.size() + entries.size() * 12 + 4;
+        std::string values;
+        for (const PlainEntry& entry : entries) {
+            text_ += number(entry.tag, 2) + number(entry.type, 2) + number(entry.count, 4);
+            text_ += entry.value.size() > 4 ? number(at + values.size(), 4)
+                                            : entry.value + std::string(4 - entry.value.size(), '\0');
+            values += entry.value.size() > 4 ? entry.value : "";
+        }
+        text_ += number(next, 4) + values;
+    }
+
+    std::vector<uint8_t> bytes() const { return {text_.begin(), text_.end()}; }
+    size_t size() const { return text_.size(); }
+
+private:
+    bool big_endian_;
+    std::string text_;
+};
+
+TEST(Exif, CarriesOverCameraTimeAndPlaceAlone)
+{
+    for (const bool big_endian : {true, false}) {
+        PlainBlock plain(big_endian);
+        const std::string seconds = plain.number(7, 4) + plain.number(2, 4);
+        const auto pointer = [&](size_t tag, size_t at) {
+            return PlainEntry{tag, 4, 1, plain.number(at, 4)};
+        };
+        const PlainEntry make = {0x10F, 2, 6, std::string("Ozric\0", 6)},
+                         model = {0x110, 2, 2, std::string("X\0", 2)},
+                         time = {0x9003, 2, 20, std::string("2026:11:22 10:20:30\0", 20)},
+                         exposure = {0x829A, 5, 1, seconds}, note = {0x927C, 7, 8, "secrets!"},
+                         latitude = {2, 5, 1, seconds}, direction = {0x11, 5, 1, seconds},
+                         orientation = {0x112, 3, 1, plain.number(6, 2)},
+                         width = {0xA002, 4, 1, seconds.substr(0, 4)};
+        // A thumbnail's directory, a maker's note, the size of the picture, a value of an unknown type.
+        const size_t at = 8, main = 2 + 5 * 12 + 4 + 6, exif = 2 + 5 * 12 + 4 + 8 + 20 + 8;
+        plain.add({make, model, orientation, pointer(0x8769, at + main), pointer(0x8825, at + main + exif)},
+                  5);
+        ASSERT_EQ(plain.size(), at + main);
+        plain.add({exposure, time, note, width, {0x829D, 13, 1, "wxyz"}});
+        ASSERT_EQ(plain.size(), at + main + exif);
+        plain.add({latitude, direction, {0x99, 1, 1, "x"}});
+
+        PlainBlock want(big_endian);
+        const auto numbers = [&](std::initializer_list<size_t> values, int bytes) {
+            std::string text;
+            for (const size_t value : values)
+                text += want.number(value, bytes);
+            return text;
+        };
+        const size_t first = 2 + 9 * 12 + 4 + 6 + 8 + 8, second = 2 + 8 * 12 + 4 + 8 + 20;
+        want.add({make,
+                  model,
+                  {0x112, 3, 1, numbers({1}, 2)},
+                  {0x11A, 5, 1, numbers({72, 1}, 4)},
+                  {0x11B, 5, 1, numbers({72, 1}, 4)},
+                  {0x128, 3, 1, numbers({2}, 2)},
+                  {0x213, 3, 1, numbers({1}, 2)},
+                  pointer(0x8769, at + first),
+                  pointer(0x8825, at + first + second)});
+        want.add({exposure,
+                  {0x9000, 7, 4, "0232"},
+                  time,
+                  {0x9101, 7, 4, std::string("\1\2\3\0", 4)},
+                  {0xA000, 7, 4, "0100"},
+                  {0xA001, 3, 1, numbers({1}, 2)},
+                  {0xA002, 4, 1, numbers({4000}, 4)},
+                  {0xA003, 4, 1, numbers({500}, 4)}});
+        want.add({latitude, direction});
+        const std::vector<uint8_t> block = plain.bytes(), carried = carried_exif(block, 4000, 500);
+        EXPECT_EQ(carried, want.bytes());
+        EXPECT_EQ(exif_heading(block), 3.5);
+        EXPECT_EQ(exif_heading(carried), 3.5);
+        // Cut anywhere, and every byte changed to each extreme: something sound comes out, or nothing.
+        for (size_t i = 0; i < block.size(); ++i) {
+            for (const int byte : {-1, 0, 1, 255}) {
+                std::vector<uint8_t> broken = block;
+                if (byte < 0)
+                    broken.resize(i);
+                else
+                    broken[i] = static_cast<uint8_t>(byte);
+                const std::vector<uint8_t> rest = carried_exif(broken, 4000, 500);
+                ASSERT_EQ(carried_exif(rest, 4000, 500), rest) << i << " " << byte;
+                ASSERT_EQ(exif_orientation(rest.data(), rest.size()), 1);
+            }
+        }
+    }
+    EXPECT_TRUE(carried_exif({}, 1, 1).empty());
+}
+
 TEST(Exif, TurnsEachOrientationUpright)
 {
     // Upright: "ab" over "cd" over "ef". What a camera stores for each orientation, row by row.

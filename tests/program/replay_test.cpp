@@ -38,7 +38,7 @@ TEST_F(Replay, RepeatsWhatWasRecordedAndTellsWhatWasChanged)
         const char *from, *to, *complaint;
     } changes[] = {
         {"offset=0,0", "offset=0,1", "the library answers 1 of "},
-        {"size=28800 crc32=", "size=28800 crc32=0000", "line 5: crc32"},
+        {"size=28800 crc32=", "size=28800 crc32=0000", "line 7: crc32"},
         {"00001.raw", "none.raw", "none.raw: cannot be read"},
         {"00001.raw", "00002.raw", "00002.raw: the checksum differs"},
     };
@@ -67,7 +67,7 @@ std::string _borders(const std::string& page)
 
 TEST_F(Replay, FollowsSessionsOfSeveralSweepsAndRefusedCalls)
 {
-    run_well("demo -n 2 --size 160x120 -o out/a.png --record rec --report report.html");
+    run_well("demo -n 2 --quality classic --size 160x120 -o out/a.png --record rec --report report.html");
     const std::string text = read_text("rec/calls.txt"), stitch = "stitch_one_image file=00000.raw";
     const size_t calls_begin = text.find("set_parameters"), calls_end = text.rfind("end\n");
     const std::string sweep = text.substr(calls_begin, calls_end - calls_begin);
@@ -109,29 +109,30 @@ TEST_F(Replay, FollowsSessionsOfSeveralSweepsAndRefusedCalls)
 TEST(Recording, ReadsTheDocumentedExample)
 {
     const std::string page = read_text(OZR_DOCS "/recording.md");
-    const size_t begin = page.find("    ozr-pano recording 1\n"), end = page.find("    end\n", begin);
+    const size_t begin = page.find("    ozr-pano recording 2\n"), end = page.find("    end\n", begin);
     ASSERT_NE(end, std::string::npos);
     std::string text = page.substr(begin, end - begin) + "    end\n";
     for (size_t indent; (indent = text.find("    ")) != std::string::npos;)
         text.erase(indent, 4);
     const Recording recording = parse_recording(text);
     EXPECT_TRUE(recording.complete);
-    EXPECT_EQ(recording.calls.size(), 6U);
+    EXPECT_EQ(recording.calls.size(), 7U);
     EXPECT_EQ(_text_of(recording), text);
 }
 
 TEST(Recording, RefusesEachFaultWithItsLine)
 {
-    const std::string head = "ozr-pano recording 1\nlibrary OZR\n",
+    const std::string head = "ozr-pano recording 2\nlibrary OZR\n",
                       frame = "file=0.raw format=nv12 width=4 height=4 stride=4 size=24 crc32=00000000";
     EXPECT_TRUE(parse_recording(head + "# a comment\n\nrun\nreturned -6\nend\n").complete);
+    EXPECT_TRUE(parse_recording("ozr-pano recording 1\nlibrary OZR\nrun\nreturned -6\nend\n").complete);
     EXPECT_EQ(parse_recording(head + "detect_frame_to_stitch " + frame + "\n").calls.size(), 1U);
     const struct {
         std::string text, message;
     } faults[] = {
         {"", "no recording"},
         {"GIF89a", "line 1 is cut off"},
-        {"ozr-pano recording 2\n", "has format 2, this program reads format 1"},
+        {"ozr-pano recording 3\n", "has format 3, this program reads formats 1 and 2"},
         {"ozr-pano recording 1\nrun\n", "line 2 does not name the library"},
         {head + "run", "line 3 is cut off"},
         {head + "jump\n", "line 3: \"jump\" is no call"},
@@ -144,6 +145,7 @@ TEST(Recording, RefusesEachFaultWithItsLine)
         {head + "reset now\n", "line 3: nothing is known about \"now\""},
         {head + "set_parameters overlap=70\n", "there is no direction="},
         {head + "set_parameters overlap=70 direction=north\n", "direction is none of"},
+        {head + "set_quality quality=best\n", "quality is none of classic, refined"},
         {head + "stitch_one_image " + frame + "\n", "there is no offset="},
         {head + "stitch_one_image " + frame + " offset=3\n", "offset is no pair"},
         {head + "detect_frame_to_stitch " + _replaced(frame, "0.raw", "../0.raw") + "\n", "no plain name"},

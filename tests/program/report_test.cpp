@@ -55,6 +55,7 @@ struct Journey {
         const std::vector<ozr_point> steps = {{550, 0}, {550, 1}, {550, 2}, {551, 2}, {551, 3}};
         layout.overlaps = {{0, 1, {500, 0, 600, 200}, steps, _random_picture(50, 100, 9), 3.25},
                            {1, 3, {0, 10, 300, 20}, {{5, 10}, {5, 20}}, _random_picture(31, 4, 10), 0}};
+        journal.joints = {{0, 1, 201.25F, -3, -1, 0.8125F, 1, 1}, {1, 2, 5, 6, 7.5F, 0.496F, 0.5F, 0}};
         log.lines = {{'I', "begin <", 1.5}, {'E', "end", 1234.25}};
         log.left_out = 3;
     }
@@ -82,7 +83,7 @@ TEST_F(Report, ShowsTheRun)
     const std::string page = run.page();
     expect_lines(page, R"page(
 <p>4 pictures of 320 × 240, swept left, overlap of 70 % asked for; 9 previews</p>
-<p>Panorama of 900 × 200 from 3 of the pictures</p><p>Written to &lt;&quot;&amp;?</p>
+<p>Panorama of 900 × 200 from 3 of the pictures, classic quality</p><p>Written to &lt;&quot;&amp;?</p>
 <p class="faint">OZR &lt;</p>
 .panorama{width:max(min(100%,85vh*900/200),12rem*900/200)}.full .panorama{width:900px}
 viewBox="0 0 900 200" role="img" aria-label="The panorama"><image width="900" height="200" href="data:
@@ -100,11 +101,13 @@ background:hsl(94 75% 42%)"></span> Picture 2</h3>
 &lt;2 — left out of the panorama</p><dl><dt>announced</dt><dd>-92 +6</dd>
 <dd>25.0 %</dd><dt>score</dt><dd><meter value="0.000" low="0.5" optimum="1"></meter> -0.250</dd></dl>
 <dd>20.0 %</dd><dt>score</dt><dd>not searched</dd></dl>
-style="width:120px"><svg viewBox="500 0 100 200"
-<image x="500" y="0" width="100" height="200" href="data:
-<figcaption>0 and 1: difference 3.2</figcaption>
-style="width:320px"><svg viewBox="0 10 300 10"
-<path class="seam" d="M5 10L5 20"/></svg><figcaption>1 and 3: difference 0.0</figcaption>
+<figure class="joint"><svg viewBox="500 0 100 200" role="img" aria-label="Difference of pictures 0 and 1">
+<image x="500" y="0" width="100" height="200" preserveAspectRatio="none" href="data:
+<figcaption><h3>Pictures 0 and 1</h3><dl><dt>confidence</dt><dd><meter min="0" max="1"
+value="0.812"></meter> <b>0.81</b> sound</dd><dt>offset</dt><dd>+201.2 -3.0 px</dd><dt>gain</dt><dd>1.000<
+<figure class="joint doubtful"><svg viewBox="0 10 300 10"
+<path class="seam" d="M5 10L5 20"/></svg><figcaption><h3>⚠ Pictures 1 and 2 — not in the panorama</h3>
+<b>0.49</b> not to be trusted</dd><dt>residual</dt><dd>7.500 px</dd>
 <i style="width:100.0%"></i><b>50.0 ms</b><span>&lt;</span><i style="width:25.0%"></i><b>12.5 ms</b></div>
 <summary>5 lines of the library</summary>
 <span class="level-I">      1.5 ms I begin &lt;</span>
@@ -151,6 +154,7 @@ TEST_F(Report, DrawsTheMotionOfThePreviews)
         run.journal.direction = static_cast<ozr_panorama_direction>(i);
         SCOPED_TRACE(direction_name(run.journal.direction));
         const bool vertical = i >= ozr_panorama_direction_down, backward = i % 2 == 0;
+        run.layout.is_vertical = vertical;
         // Along: 0 12 24 36, from there 36 48 60 72, then 72; across: -4 to -1, then on from there. The drawing's
         // x runs from 44 to 428 and its y from 210, the lowest value, up to 14.
         for (PreviewEntry& preview : run.journal.previews) {

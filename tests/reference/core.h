@@ -55,9 +55,9 @@ private:
     void weigh_block(int32_t block);
 };
 
-// sign(r) r^2 of what two grey pictures have in common when `b` lies at (dx, dy) of `a`, without `margin` columns at
+// sign(r) r^2 of the overlap of two grey pictures when `b` is at the offset `at` of `a`, without `margin` columns at
 // both sides of each.
-int32_t score(const Image& a, const Image& b, int32_t dx, int32_t dy, int32_t margin, int32_t shift);
+int32_t score(const Image& a, const Image& b, ozr_point at, int32_t margin, int32_t shift);
 
 // The cheapest path from the top to the bottom row, at most one column sideways from row to row. Of equally cheap ones
 // that which ends leftmost, and upwards goes straight rather than to the left, and left rather than right.

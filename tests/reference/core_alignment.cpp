@@ -19,8 +19,9 @@ static int32_t mean(const Image& img, int32_t x0, int32_t y0, int32_t x1, int32_
     return sum / n;
 }
 
-int32_t score(const Image& a, const Image& b, int32_t dx, int32_t dy, int32_t margin, int32_t shift)
+int32_t score(const Image& a, const Image& b, ozr_point at, int32_t margin, int32_t shift)
 {
+    const auto& [dx, dy] = at;
     const int32_t xs = std::max(dx, 0) + margin, xe = std::min(a.width, b.width + dx) - 1 - margin;
     const int32_t ys = std::max(dy, 0), ye = std::min(a.height, b.height + dy) - 1;
     if (std::abs(dx) > a.width - 1 - margin || std::abs(dy) >= a.height || xe < xs || ye < ys)
@@ -87,7 +88,7 @@ AlignResult Core::search(const Table<Image>& a, const Table<Image>& b, int64_t x
         }
         for (int32_t dx = static_cast<int32_t>(x0); dx < x1; ++dx) {
             for (int32_t dy = static_cast<int32_t>(y0); dy < y1; ++dy) {
-                const int32_t found = score(a[level], b[level], dx, dy, margin, shift);
+                const int32_t found = score(a[level], b[level], {dx, dy}, margin, shift);
                 if (found > best.score)
                     best = {dx, dy, found};
             }

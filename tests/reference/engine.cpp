@@ -261,9 +261,9 @@ int32_t set_image(PanoramaInternal* pe, const PanoImg* picture, int32_t index, c
     if (index == 1) {
         const bool along_x = pe->direction == 1 || pe->direction == 2;
         const int32_t forward = pe->direction == 1 || pe->direction == 4 ? 1 : 0;
-        panorama_core_init(pe->core, forward, along_x ? picture->width : picture->height,
-                           along_x ? picture->height : picture->width,
-                           along_x ? picture->stride : picture->height);
+        ozr::ignore(ozr::core::prepare(pe->core, forward, along_x ? picture->width : picture->height,
+                                       along_x ? picture->height : picture->width,
+                                       along_x ? picture->stride : picture->height));
         if (pe->frame_present[0] == 0)
             return kNotThere;
         const int32_t result = add_incremental(pe, &pe->frames[0], 0);

@@ -29,28 +29,32 @@ uint8_t* byte_at(const PanoImg& img, int64_t y, int64_t byte)
 namespace
 {
 
-int32_t describe(Picture* picture, int32_t width, int32_t height, int32_t stride, int32_t format,
-                 int32_t width_copy)
+int32_t describe(Picture* picture, const PanoImg& record)
 {
-    if (width < 1 || height < 1)
+    if (record.width < 1 || record.height < 1)
         return kBad;
-    picture->img = {format, width, height, stride, 0, width_copy, nullptr};
-    if (format < 0 || format > 5)
+    picture->img = record;
+    if (record.format < 0 || record.format > 5)
         return kUnsupported;
-    if (!is_possible(picture->img))
+    if (!is_possible(record))
         return kBad;
-    picture->img.size = has_chroma(picture->img) ? height * stride * 3 / 2 : height * stride;
+    const int32_t plane = record.height * record.stride;
+    picture->img.size = has_chroma(record) ? plane * 3 / 2 : plane;
     picture->bytes.assign(static_cast<size_t>(picture->img.size), 0);
     picture->record();
     return 0;
 }
 
-// Copies from byte `sx` of row `sy` to byte `dx` of row `dy`.
-void copy_rows(PanoImg* dst, int64_t dx, int64_t dy, const PanoImg* src, int64_t sx, int64_t sy,
-               int64_t bytes, int64_t rows)
+struct Place {
+    const PanoImg* img;
+    int64_t byte, row;
+};
+
+void copy_rows(const Place& to, const Place& from, int64_t bytes, int64_t rows)
 {
     for (int64_t i = 0; i < rows * bytes; ++i)
-        at(*dst, dy + i / bytes, dx + i % bytes) = at(*src, sy + i / bytes, sx + i % bytes);
+        at(*to.img, to.row + i / bytes, to.byte + i % bytes) =
+            at(*from.img, from.row + i / bytes, from.byte + i % bytes);
 }
 
 }  // namespace
@@ -58,7 +62,8 @@ void copy_rows(PanoImg* dst, int64_t dx, int64_t dy, const PanoImg* src, int64_t
 int32_t create(Picture* picture, int32_t width, int32_t height, int32_t format, bool aligned)
 {
     const int32_t stride = format >= 0 && format <= 5 ? static_cast<int32_t>(row_bytes(format, width)) : 0;
-    const int32_t result = describe(picture, width, height, stride, format, aligned ? width : 0);
+    const int32_t result =
+        describe(picture, {format, width, height, stride, 0, aligned ? width : 0, nullptr});
     if (result != 0 && picture->bytes.empty() && width > 0 && height > 0)
         picture->img.stride = 0;
     return result;
@@ -66,7 +71,7 @@ int32_t create(Picture* picture, int32_t width, int32_t height, int32_t format, 
 
 int32_t create_ref(Picture* picture, int32_t width, int32_t height, int32_t stride, int32_t format)
 {
-    return describe(picture, width, height, stride, format, width);
+    return describe(picture, {format, width, height, stride, 0, width, nullptr});
 }
 
 int32_t clone(const PanoImg* src, Picture* dst)
@@ -98,9 +103,9 @@ int32_t copy(PanoImg* dst, const PanoImg* src, int32_t x, int32_t y)
     if (!is_possible(*dst) || !is_possible(*src))
         return kBad;
     const int64_t pixel = row_bytes(dst->format, 1);
-    copy_rows(dst, dx * pixel, dy, src, sx * pixel, sy, w * pixel, h);
+    copy_rows({dst, dx * pixel, dy}, {src, sx * pixel, sy}, w * pixel, h);
     if (has_chroma(*dst) && w > 1)
-        copy_rows(dst, dx / 2 * 2, dst->height + dy / 2, src, sx / 2 * 2, src->height + sy / 2, w / 2 * 2,
+        copy_rows({dst, dx / 2 * 2, dst->height + dy / 2}, {src, sx / 2 * 2, src->height + sy / 2}, w / 2 * 2,
                   h / 2);
     return 0;
 }

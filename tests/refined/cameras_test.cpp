@@ -67,6 +67,7 @@ TEST(RefinedCameras, AreThoseOfTheSweep)
     add("a hand that shakes hard").views = {{0, 3, 3}, {12, -4, -4}, {26, 2, 4}, {42, -3, -3}, {54, 4, 2}};
     add("a camera held up").views = {{0, 20, 0}, {14, 20, 0}, {28, 20, 1}, {42, 20, 0}, {56, 20, -1}};
     add("a pan that swings back").views = {{0, 0, 0}, {14, 0, 0}, {5, 1, 0}, {19, 0, 0}, {33, 0, 0}};
+    add("a first step that goes up").views = {{0, 0, 0}, {5, 9, 2}, {17, 1, -1}, {30, -1, 0}};
     add("light that changes by a third").lights = {1, 1.3, 0.75, 1.1, 0.8};
     add("noise at night").noise = 9;
     Simulated down;

@@ -357,3 +357,48 @@ TEST(Draw, LevelsDrawTheSameBytes)
     }
     kernels::set_for_test(nullptr);
 }
+
+// Pictures with stripes upright and lying in turn: which of two it shows can be seen on both sides of a reported seam. They
+// agree along slanting lines only, so seams slant, and one that is reported rows too high is seen, too.
+TEST(Draw, ReportsItsSeams)
+{
+    Sweep sweep;
+    sweep.paint = [](const Ray& ray, int32_t picture) {
+        const double heading = std::atan2(ray.x, ray.z), height = ray.y / std::hypot(ray.x, ray.z);
+        return Paint{120 + 40 * std::sin(180 * (picture % 2 == 0 ? heading : height)) +
+                         picture % 2 * 30 * std::sin(40 * (heading - 0.7 * height)),
+                     128, 128};
+    };
+    for (const int32_t i : {2, 1, 0, -1})  // to the left: the order of capture is not that along the sweep
+        sweep.add(14 * i);
+    sweep.take();
+    const Drawn drawn(sweep);
+    ASSERT_EQ(drawn.result, kPanoSuccess);
+    const auto lies = [&](int32_t x, int32_t y) {  // of the stripes there
+        int32_t across = 0, down = 0;
+        for (int32_t i = -3; i <= 3; ++i) {
+            across += std::abs(drawn.luma(x + i + 1, y + 1) - drawn.luma(x + i - 1, y + 1));
+            down += std::abs(drawn.luma(x, y + i + 1) - drawn.luma(x, y + i - 1));
+        }
+        return down > across;
+    };
+    const SeamLines& seams = drawn.report.seams;
+    ASSERT_EQ(seams.count, 4);
+    constexpr int32_t kBeside = 11,
+                      kEdge = 6;  // pixels: beyond the feather, and what stripes are looked at in
+    for (int32_t seam = 0; seam < 3; ++seam) {
+        EXPECT_EQ(seams.pictures[seam], 3 - seam);
+        EXPECT_EQ(seams.pictures[seam + 1], 2 - seam);
+        int32_t seen = 0;
+        for (int32_t i = 0; i < seams.rows; ++i) {
+            const int32_t x = seams.columns[static_cast<size_t>(seam * seams.rows + i)];
+            const int32_t y = seams.first_row + i * seams.step;
+            if (y < kEdge || y >= drawn.image.height - kEdge)
+                continue;
+            EXPECT_EQ(lies(x - kBeside, y), seams.pictures[seam] % 2 == 1) << seam << " " << y;
+            EXPECT_EQ(lies(x + kBeside, y), seams.pictures[seam + 1] % 2 == 1) << seam << " " << y;
+            ++seen;
+        }
+        EXPECT_GT(seen * seams.step, drawn.image.height - 2 * kEdge - 2 * seams.step);
+    }
+}

@@ -11,11 +11,11 @@
 namespace
 {
 
-int64_t count_projection_tables(int32_t width, int32_t height)
+int64_t count_projection_blocks(int32_t width, int32_t height)
 {
     const TestCore core;
     const WrappedHeap heap;
-    panorama_core_init(core.core, 1, width, height, width);
+    EXPECT_EQ(ozr::core::prepare(core.core, 1, width, height, width), 0);
     return heap.allocations();
 }
 
@@ -31,8 +31,8 @@ Chain chain_of(int32_t step, const std::string& code)
 
 TEST(Faults, EveryAllocationOfASweepMayFail)
 {
-    const int64_t tables = count_projection_tables(96, 32);
-    ASSERT_GT(tables, 2);
+    const int64_t blocks = count_projection_blocks(96, 32);
+    ASSERT_GT(blocks, 2);
     for (int32_t direction = kDirectionRight; direction <= kDirectionUp; ++direction) {
         const bool vertical = ozr::is_vertical(direction);
         NoiseSweep sweep(direction, vertical ? 32 : 96, vertical ? 96 : 32);
@@ -54,9 +54,9 @@ TEST(Faults, EveryAllocationOfASweepMayFail)
             }
             heap.stop_failing();
             if (error != ozr_success) {
-                // A core without its tables is not set up, and says so when the first picture comes.
-                const bool is_table = --step == NoiseSweep::kSecond && failing - before <= tables;
-                EXPECT_EQ(error, is_table ? ozr_err_invalid_status : ozr_err_nomem);
+                // A core without its projection is not set up; adding the first picture reports it.
+                const bool is_unready = --step == NoiseSweep::kSecond && failing - before <= blocks;
+                EXPECT_EQ(error, is_unready ? ozr_err_invalid_status : ozr_err_nomem);
                 EXPECT_EQ(log.chain(), chain_of(step, ozr_err_to_string(error)));
             }
             EXPECT_EQ(ozr_panorama_reset(pano), ozr_success);

@@ -11,6 +11,7 @@
 #include "reference/session_model.h"
 #include "support/contexts.h"
 #include "support/log_capture.h"
+#include "support/points.h"
 #include "support/sleeps.h"
 #include "support/sweeps.h"
 #include "support/wrapped_heap.h"
@@ -24,7 +25,7 @@ constexpr uint32_t kSequences = 2500;
 constexpr int32_t kCalls = 34;
 constexpr int32_t kScene = 512;  // pixels and bytes of a side
 
-// What the cameras look at.
+// The texture in front of the cameras.
 const std::vector<uint8_t>& scene()
 {
     static const std::vector<uint8_t> bytes = [] {
@@ -36,7 +37,7 @@ const std::vector<uint8_t>& scene()
     return bytes;
 }
 
-// What disturbs a call from outside; numbers count from 1, and 0 is never.
+// The disturbances of a call from outside, by numbers from 1; 0 means never.
 struct Disturbance {
     int64_t failing = 0;     // allocation that fails
     int64_t asking = 0;      // allocation before which, or
@@ -44,7 +45,7 @@ struct Disturbance {
     bool by_reset = false;   // with a reset, which has to give up on a call that is still inside
 };
 
-// The disturbance of the call that is running, and what somebody does who asks.
+// The disturbance of the running call, and the function that makes a request to stop.
 Disturbance g_disturbance;
 std::function<void(bool by_reset)> g_asks;
 
@@ -67,7 +68,7 @@ void at_line(size_t line)
         disturb();
 }
 
-// Faults that a record gives away itself: what a field becomes.
+// Faults that a record shows: the value that a field gets.
 constexpr struct {
     int32_t ozr_image::*field;
     int32_t times, plus;
@@ -131,7 +132,7 @@ private:
         s->stride = one_in(2) ? kScene : s->width;
     }
 
-    // What the camera sees after a move.
+    // The camera's view after a move.
     ozr_image view(Subject* s, int32_t move, int32_t width, int32_t height, int32_t stride)
     {
         s->at.x = std::clamp(s->at.x + random_.below(2 * move + 1) - move, 0, kScene - 400);
@@ -140,7 +141,7 @@ private:
         return {data, stride * height * 3 / 2, width, height, ozr_image_format_nv12, stride, 0};
     }
 
-    // Returns whether the record is still good.
+    // Returns whether the record is still valid.
     bool spoil(ozr_image* image)
     {
         const int32_t fault = random_.below(90);
@@ -154,7 +155,7 @@ private:
         return fault >= 19;
     }
 
-    // A call of the library and then of the model, disturbed alike: everything that shows is compared.
+    // Makes a call of the library and then of the model, with the same disturbance, and compares all that a caller sees.
     template <class Library, class Model>
     ozr_err both(Subject* s, const std::string& name, Disturbance now, Library library, Model model)
     {
@@ -182,7 +183,7 @@ private:
         return got.code;
     }
 
-    // What shows of a call.
+    // The visible results of a call.
     struct Seen {
         ozr_err code;
         Lines chain, progress;
@@ -313,8 +314,8 @@ private:
                 s, "set " + std::to_string(overlap) + " " + std::to_string(way), {},
                 [&] { return ozr_panorama_set_parameters(s->handle, given ? &got : nullptr); },
                 [&] { return s->model.set_parameters(given ? &want : nullptr); });
-        EXPECT_TRUE(got.overlapping_ratio == want.overlapping_ratio && got.direction == want.direction)
-            << trace_;
+        EXPECT_EQ(got.overlapping_ratio, want.overlapping_ratio) << trace_;
+        EXPECT_EQ(got.direction, want.direction) << trace_;
     }
 
     void detect(Subject* s)
@@ -345,7 +346,8 @@ private:
                                                            unless(2, &got_way));
             },
             [&] { return s->model.detect(preview, unless(1, &want), unless(2, &want_way)); });
-        EXPECT_TRUE(got.x == want.x && got.y == want.y && got_way == want_way) << trace_;
+        EXPECT_EQ(got, want) << trace_;
+        EXPECT_EQ(got_way, want_way) << trace_;
         s->announced = code > 0 ? got : s->announced;
     }
 
@@ -377,7 +379,7 @@ private:
     {
         ozr_image got = {nullptr, 1, 2, 3, ozr_image_format_yuy2, 5, 6}, want = got;
         const bool given = !one_in(12);
-        // Turning a panorama back allocates once more, after the last look at a request.
+        // Turning a panorama back allocates once more, after the last check for a request.
         const int32_t kind = random_.below(5) + (ozr::is_vertical(s->model.pe.direction) ? 2 : 0);
         Disturbance now;
         now.failing = kind == 0 ? 1 + random_.below(12) : 0;
@@ -389,10 +391,10 @@ private:
             [&] { return s->model.run(given ? &want : nullptr); });
         EXPECT_EQ(got.data != nullptr, code == ozr_success) << trace_;
         EXPECT_EQ(words_of(got), words_of(want)) << trace_;
-        EXPECT_TRUE(code < 0 || memcmp(got.data, want.data, static_cast<size_t>(got.size)) == 0) << trace_;
+        EXPECT_EQ(code < 0 ? 0 : memcmp(got.data, want.data, static_cast<size_t>(got.size)), 0) << trace_;
     }
 
-    // What reaches session and engine beside the handle.
+    // Calls of session and engine that do not go through the handle.
     void behind(Subject* s, int32_t kind)
     {
         PanoramaInternal* pe = s->engine();

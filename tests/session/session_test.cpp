@@ -31,7 +31,7 @@ TEST(Session, WithoutAConfigurationThereIsNoEngine)
     EXPECT_EQ(log.chain(), Chain{"ozr_err_invalid_argument:  @ panorama_t"});
     ASSERT_EQ(log.progress().size(), 1U);
     EXPECT_EQ(log.progress()[0].substr(0, 38), "error:(-3:error_string) @ panorama_t()");
-    // It is refused like what a failed reset leaves.
+    // It is refused like a session after a failed reset.
     panorama_param_t p = {};
     EXPECT_LT(broken.get_parameters(&p), 0);
     EXPECT_LT(broken.set_parameters(&p), 0);
@@ -73,7 +73,7 @@ TEST(Session, MapsTheFormatOfThePanorama)
     }
 }
 
-// Of a call that has just begun a sweep, or its composition, when the first request came, or was in its midst.
+// The call has just begun a sweep or its composition when the first request comes, or is in the midst of it.
 TEST(Session, ResetRepeatsItsRequestUntilTheCallHasLeft)
 {
     static PanoramaInternal* engine;

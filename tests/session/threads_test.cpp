@@ -23,7 +23,7 @@ constexpr int32_t kRounds = 1000;
 
 enum Disturbance { kReset, kDestroy, kCancel, kCancelAsync, kDisturbances };
 
-// The allocation at which the working call lets the second thread come first, and the core that shows its request.
+// The allocation at which the working call waits for the second thread, and the core whose request it waits for.
 std::atomic<int64_t> g_meeting;
 std::atomic<const PanoramaCore*> g_core;
 std::atomic<bool> g_met;
@@ -38,7 +38,7 @@ void meet(int64_t allocation)
         std::this_thread::yield();
 }
 
-// What the second thread does, and what came of it.
+// Makes the second thread's call and returns its result.
 int32_t disturb(ozr_panorama* pano, int32_t disturbance)
 {
     PanoramaInternal* engine = session_of(pano)->engine;
@@ -46,7 +46,9 @@ int32_t disturb(ozr_panorama* pano, int32_t disturbance)
         return ozr_panorama_reset(pano);
     if (disturbance == kCancel) {
         const int32_t cancelled = panorama_engine_cancel_process(engine);
-        EXPECT_TRUE(cancelled == 0 || cancelled == kPanoWrongState || cancelled == kPanoCancelTimeout);
+        EXPECT_TRUE(cancelled == kPanoSuccess || cancelled == kPanoWrongState ||
+                    cancelled == kPanoCancelTimeout)
+            << cancelled;
         EXPECT_EQ(engine->cancel_requested, cancelled == kPanoCancelTimeout ? 1 : 0);
         return cancelled;
     }
@@ -57,11 +59,16 @@ int32_t disturb(ozr_panorama* pano, int32_t disturbance)
     return 0;
 }
 
-// One call, disturbed by a second thread: at one of its allocations, or (0) some time after it has begun. Returns what
-// came of the call and of the disturbance.
+struct Moment {
+    int64_t allocation;     // of the call, or 0:
+    Clock::duration delay;  // after its begin
+};
+
+// One call, disturbed by a second thread at some moment. Returns the results of the call and of the disturbance.
 std::pair<ozr_err, int32_t> disturbed_call(NoiseSweep* sweep, ozr_panorama* pano, int32_t step,
-                                           int32_t disturbance, int64_t meeting, Clock::duration delay)
+                                           int32_t disturbance, const Moment& moment)
 {
+    const int64_t meeting = moment.allocation;
     std::atomic<bool> ready = {false}, done = {false};
     std::pair<ozr_err, int32_t> outcome;
     g_meeting = meeting;
@@ -72,7 +79,7 @@ std::pair<ozr_err, int32_t> disturbed_call(NoiseSweep* sweep, ozr_panorama* pano
         while (!(meeting != 0 ? g_met.load() : ozr::session::is_at_work(session_of(pano))) && !done)
             std::this_thread::yield();
         const Clock::time_point begun = Clock::now();
-        while (meeting == 0 && Clock::now() < begun + delay)
+        while (meeting == 0 && Clock::now() < begun + moment.delay)
             std::this_thread::yield();
         outcome.second = disturb(pano, disturbance);
     });
@@ -111,7 +118,8 @@ TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
     for (int32_t round = 0; round < kRounds && !testing::Test::HasFailure(); ++round) {
         const int32_t disturbed_step = NoiseSweep::kFirst + round % (NoiseSweep::kSteps - NoiseSweep::kFirst);
         const int32_t disturbance = random.below(kDisturbances), share = random.below(110);
-        // Half of the longer calls meet the second thread; before the second picture there is no request to wait for.
+        // Half of the longer calls wait for the second thread; before the second picture there is no request to wait
+        // for.
         const bool meets = disturbed_step >= NoiseSweep::kSecond && random.below(2) == 0;
         const int32_t meeting =
             meets ? 1 + random.below(static_cast<int32_t>(allocations[disturbed_step])) : 0;
@@ -120,9 +128,9 @@ TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
                      << " disturbance " << disturbance << " after " << share << " % of the step");
         for (int32_t step = 0; step < disturbed_step; ++step)
             ASSERT_GE(sweep.call(pano, step), 0);
-        const auto& [work, disturbed] = disturbed_call(&sweep, pano, disturbed_step, disturbance, meeting,
-                                                       lasts[disturbed_step] * share / 100);
-        // A request in the midst of the work, before its last look, ends it; others may come too late.
+        const auto& [work, disturbed] = disturbed_call(&sweep, pano, disturbed_step, disturbance,
+                                                       {meeting, lasts[disturbed_step] * share / 100});
+        // A request before the last check of the work ends it; a later one may come too late.
         EXPECT_EQ(work, work < 0 || meets ? ozr_err_invalid_status : work);
         if (disturbance == kReset)
             EXPECT_EQ(disturbed, ozr_success);

@@ -1,4 +1,4 @@
-// Comparison of an engine's context with what it should be.
+// Comparison of engine contexts.
 #ifndef CONTEXTS_H
 #define CONTEXTS_H
 
@@ -35,7 +35,8 @@ inline std::string words(const PanoramaInternal& s)
 inline void expect_same_picture(const PanoImg& got, const PanoImg& want)
 {
     ASSERT_EQ(fields(got), fields(want));
-    EXPECT_TRUE(got.data == nullptr || memcmp(got.data, want.data, static_cast<size_t>(got.size)) == 0);
+    const size_t bytes = got.data != nullptr ? static_cast<size_t>(got.size) : 0;
+    EXPECT_TRUE(std::equal(got.data, got.data + bytes, want.data));
 }
 
 inline void expect_same_core(const PanoramaCore& got, const PanoramaCore& want)
@@ -48,7 +49,7 @@ inline void expect_same_core(const PanoramaCore& got, const PanoramaCore& want)
                                    c.aligned[i], c.align[i].pyramid != nullptr});
         return all;
     };
-    EXPECT_TRUE(values(got) == values(want));
+    EXPECT_EQ(values(got), values(want));
     for (int32_t i = 0; i < kMaxPictures; ++i)
         expect_same_picture(got.frames[i], want.frames[i]);
 }
@@ -64,7 +65,7 @@ inline void expect_same(const PanoramaInternal& got, const PanoramaInternal& wan
     expect_same_core(*got.core, *want.core);
     EXPECT_EQ(got.preview_prev != nullptr, want.preview_prev != nullptr);
     EXPECT_EQ(got.preview_cur != nullptr, want.preview_cur != nullptr);
-    const int32_t small = got.status == 2 ? got.small.width * got.small.height : 0;
+    const int32_t small = got.status == kStatusCapturing ? got.small.width * got.small.height : 0;
     EXPECT_TRUE(std::equal(got.preview_prev, got.preview_prev + small, want.preview_prev));
 }
 

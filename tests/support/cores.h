@@ -1,4 +1,4 @@
-// Core contexts for tests, beside what the reference has them hold.
+// Core contexts for tests, and their comparison with the reference.
 #ifndef CORES_H
 #define CORES_H
 
@@ -25,7 +25,7 @@ public:
     PanoramaCore* core = nullptr;
 };
 
-// Runs a test on random numbers, each trial with its own seed, by turns with the kernels of this machine and the scalar ones.
+// Runs a test on random numbers, each trial with its own seed; every second one with the scalar kernels.
 template <class Trial>
 void for_trials(int32_t count, Trial trial)
 {
@@ -67,6 +67,7 @@ inline std::vector<uint32_t> integral_of(const ozr_reference::Image& img)
     return sums;
 }
 
+// Compares runs of words without the gaps between them, whose bytes are undefined.
 inline void expect_same(const PanoramaCore& is, const ozr_reference::Core& want)
 {
     const auto same = [&](const void* from, const void* to) {
@@ -75,20 +76,27 @@ inline void expect_same(const PanoramaCore& is, const ozr_reference::Core& want)
                       static_cast<size_t>(static_cast<const char*>(to) - static_cast<const char*>(from))) ==
                0;
     };
-    EXPECT_TRUE(same(&is, is.frames) && same(&is.input, &is.factors)) << "geometry and counts";
-    EXPECT_TRUE(same(is.offsets, &is.proj)) << "results and flags";
-    EXPECT_EQ(is.proj.block_offsets != nullptr, want.projection.height > 0);
-    EXPECT_TRUE(holds(is.proj.block_offsets, want.projection.block_offsets));
-    EXPECT_TRUE(holds(is.proj.weights, want.projection.weights));
-    EXPECT_TRUE(holds(is.proj.chroma_map, want.projection.chroma_map));
+    EXPECT_TRUE(same(&is, &is.initialised + 1)) << "score, state";
+    EXPECT_TRUE(same(&is.overlap, &is.forward + 1)) << "search";
+    EXPECT_TRUE(same(is.offsets, is.aligned + kMaxPictures)) << "results and flags";
+    EXPECT_TRUE(same(&is.input, &is.cancel + 1)) << "geometry and counts";
+    if (is.has_tables != 0) {
+        EXPECT_EQ(is.proj.block_offsets != nullptr, want.projection.height > 0);
+        EXPECT_TRUE(holds(is.proj.block_offsets, want.projection.block_offsets));
+        EXPECT_TRUE(holds(is.proj.weights, want.projection.weights));
+        EXPECT_TRUE(holds(is.proj.chroma_map, want.projection.chroma_map));
+    } else {
+        EXPECT_FALSE(is.proj.block_offsets || is.proj.weights || is.proj.chroma_map);
+    }
     for (int32_t i = 0; i < kMaxPictures; ++i) {
         SCOPED_TRACE(testing::Message() << "picture " << i);
         EXPECT_TRUE(holds(is.frames[i], want.pictures[i]));
         const AlignItem &item = is.align[i], &words = want.record.align[i];
-        EXPECT_TRUE(item.expected.x == words.expected.x && item.expected.y == words.expected.y);
+        EXPECT_EQ(item.expected.x, words.expected.x);
+        EXPECT_EQ(item.expected.y, words.expected.y);
         ASSERT_EQ(item.pyramid_levels, words.pyramid_levels);
-        EXPECT_TRUE((item.pyramid != nullptr) == (item.pyramid_levels > 0) &&
-                    !item.pyramid == !item.integrals);
+        EXPECT_EQ(item.pyramid != nullptr, item.pyramid_levels > 0);
+        EXPECT_EQ(item.integrals != nullptr, item.pyramid_levels > 0);
         for (int32_t level = 0; level < item.pyramid_levels; ++level) {
             EXPECT_TRUE(holds(item.pyramid[level], want.pyramids[i][level]));
             EXPECT_TRUE(holds(item.integrals[level], integral_of(want.pyramids[i][level])));
@@ -96,7 +104,7 @@ inline void expect_same(const PanoramaCore& is, const ozr_reference::Core& want)
     }
 }
 
-// Lets something happen at the n-th allocation from now on: memory is out there, or a request to cancel comes.
+// Disturbs the n-th allocation from now on: it fails, or a request to cancel comes.
 class Disturbance
 {
 public:
@@ -115,7 +123,7 @@ public:
     Disturbance(const Disturbance&) = delete;
 
     bool happened() const { return WrappedHeap::tried >= moment_; }
-    // While picture `index` was added, which begins with the memory for its projection.
+    // The event in the addition of picture `index`, whose first allocation is that of its projection.
     ozr_reference::Event event(int32_t index) const
     {
         using namespace ozr_reference;
@@ -142,17 +150,26 @@ private:
     bool is_request_;
 };
 
-// Prepares both for a sweep, with memory for so many allocations (0: enough). The tables of an earlier sweep go only when the
-// first pointer, which nothing fills, is set.
-inline void init_both(PanoramaCore* core, ozr_reference::Core* want, int32_t forward, int32_t width,
-                      int32_t height, int32_t stride, int32_t failing = 0)
+enum class Tables { kNone, kMade };
+
+// The arguments that prepare a core for a sweep.
+struct CoreSetup {
+    int32_t forward, width, height, stride;
+};
+
+// Prepares both for a sweep; the allocation `failing` fails (0: none). The tables of an earlier sweep are only released
+// when the first pointer, which nothing fills, is set.
+inline void init_both(PanoramaCore* core, ozr_reference::Core* want, const CoreSetup& setup, Tables tables,
+                      int32_t failing = 0)
 {
+    const auto& [forward, width, height, stride] = setup;
     if (core->proj.block_offsets != nullptr) {
         core->proj.unused[0] = ozr_malloc(1);
         core->proj.unused[1] = forward != 0 ? ozr_malloc(1) : nullptr;
     }
     const Disturbance disturbance(core, false, failing);
-    const int32_t code = panorama_core_init(core, forward, width, height, stride);
+    const int32_t code = tables == Tables::kMade ? panorama_core_init(core, forward, width, height, stride)
+                                                 : ozr::core::prepare(core, forward, width, height, stride);
     const uint8_t initialised = want->record.initialised;
     const int32_t wanted = want->init(forward, width, height, stride);
     const bool is_out = failing > 0 && disturbance.happened();

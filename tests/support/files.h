@@ -1,4 +1,4 @@
-// Files of tests of the program: text in them, and a folder for those of one test.
+// Text files, and a working folder for each test of the program.
 #ifndef FILES_H
 #define FILES_H
 
@@ -32,7 +32,7 @@ inline void expect_lines(const std::string& text, const std::string& parts)
         EXPECT_NE(text.find(part), std::string::npos) << part << "\nis not in\n" << text.substr(0, 2000);
 }
 
-// Expects a ProgramError of a text that has `message` in it.
+// Expects a ProgramError whose text contains `message`.
 template <class Action>
 void expect_error(Action action, const std::string& message)
 {
@@ -44,7 +44,7 @@ void expect_error(Action action, const std::string& message)
     }
 }
 
-// Its tests have a working folder of their own.
+// A test with a working folder of its own.
 class FolderTest : public testing::Test
 {
 protected:

@@ -8,7 +8,7 @@
 using Lines = std::vector<std::string>;
 using Chain = Lines;  // of one failure, innermost first
 
-// Collects them while it lives. Calls `told` with the number of each debug line, from 1.
+// Collects the log lines while it exists. Calls `told` with the number of each debug line, from 1.
 class LogCapture
 {
 public:

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-// A texture without repetition: the same everywhere it is looked at from.
+// A texture without repetition, as a function of the place.
 inline int32_t noise(int32_t x, int32_t y)
 {
     const auto cell = [](int32_t i, int32_t j) {

@@ -19,7 +19,7 @@ inline std::vector<int32_t> fields(const PanoImg& img)
     return {img.format, img.width, img.height, img.stride, img.size, img.widthCopy, img.data != nullptr};
 }
 
-// A record around exactly as many bytes as its geometry says, between canaries that must live as long as it does.
+// A record and exactly the bytes of its geometry, between canaries that are checked at the end.
 class TestImg
 {
 public:
@@ -81,7 +81,7 @@ int32_t bilinear(int64_t x, int64_t y, Read read)
     return static_cast<int32_t>(sum / 1048576);
 }
 
-// Sets the luma of every pixel (x, y), and the chroma that stands between luma, to value(x, y).
+// Sets the luma of every pixel (x, y), and the chroma between the luma of packed formats, to value(x, y).
 template <class Value>
 void fill_luma(const PanoImg& img, Value value)
 {

@@ -31,7 +31,8 @@ protected:
     static std::string run_well(const std::string& arguments)
     {
         const Outcome outcome = run(arguments);
-        EXPECT_TRUE(outcome.status == 0 && outcome.err.empty()) << arguments << ": " << outcome.err;
+        EXPECT_EQ(outcome.status, 0) << arguments << ": " << outcome.err;
+        EXPECT_EQ(outcome.err, "") << arguments;
         return outcome.out;
     }
 
@@ -47,7 +48,8 @@ protected:
 /** Expects exactly one line of the program's own that has `message` in it. */
 inline void expect_message(const std::string& text, const std::string& message)
 {
-    EXPECT_TRUE(text.rfind("ozr-pano: ", 0) == 0 && text.find('\n') == text.size() - 1) << text;
+    EXPECT_EQ(text.rfind("ozr-pano: ", 0), 0U) << text;
+    EXPECT_EQ(text.find('\n'), text.size() - 1) << text;
     EXPECT_NE(text.find(message), std::string::npos) << text;
 }
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <sys/time.h>
 
-// Stands still while it lives, but for what passes by hand.
+// A clock that stands still while it exists; time passes by pass() only.
 class WrappedClock
 {
 public:

@@ -5,8 +5,8 @@
 #include <atomic>
 #include <cstdint>
 
-// Counts from its construction on; lets allocation `failing_one` (from 1; 0: none) fail, and those after it succeed. Calls
-// `told` with the number of each allocation before it is made.
+// Counts from its construction on; only allocation `failing_one` (from 1; 0: none) fails. Calls `told` with the number
+// of each allocation before it is made.
 class WrappedHeap
 {
 public:
@@ -25,7 +25,7 @@ public:
     int64_t allocations() const { return tried; }  // so far
     int64_t live_blocks() const { return live; }   // allocated minus freed
 
-    // Of all heaps, as there is one set of allocators.
+    // Shared by all heaps, because there is one set of allocators.
     static inline std::atomic<bool> counting;
     static inline std::atomic<int64_t> failing, tried, live;
     static inline void (*watch)(int64_t allocation);

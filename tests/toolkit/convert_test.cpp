@@ -1,4 +1,4 @@
-// Conversions between pixel formats: the bytes, the chain of failure lines, and what becomes of the destination.
+// Conversions between pixel formats: the bytes, the chain of failure lines, and the state of the destination.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -24,7 +24,7 @@ ozr_err (*const kConvertTo[])(const ozr_image*, ozr_image*) = {
     ozr_image_convert_to_nv12, ozr_image_convert_to_yv12, ozr_image_convert_to_gray,
     ozr_image_convert_to_rgba, ozr_image_convert_to_yuy2, ozr_image_convert_to_nv21};
 
-// The sample of a pixel, straight from the description of each layout.
+// The samples of a pixel, read from the layout of each format.
 Yuv yuv_at(const ozr_image& image, int x, int y)
 {
     const int s = image.stride, h = image.height, row = y / 2;
@@ -71,7 +71,7 @@ Yuv from_rgb(ozr_image_format format, Rgb p, Rgb chroma)
 
 TEST(Convert, EveryPixelFollowsTheFormulas)
 {
-    // Odd strides among them: half of one is rounded down for the rows of yv12.
+    // Some strides are odd: yv12 rounds half a stride down.
     const struct {
         int32_t width, height, padding;
     } sizes[] = {{2, 2, 0}, {2, 6, 1}, {4, 2, 3}, {6, 4, 5}, {34, 18, 0}, {66, 10, 14}};
@@ -117,7 +117,7 @@ TEST(Convert, IdentityCopiesWithRotation)
     }
 }
 
-// Converts into an image that holds something and expects the code, the lines and an empty destination.
+// Converts into a filled image; expects the code, the lines and an empty destination.
 void expect_failure(const ozr_image* src, ozr_image_format to, ozr_err want, const std::string& text,
                     const std::string& innermost = "")
 {

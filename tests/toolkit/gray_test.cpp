@@ -1,7 +1,6 @@
 // Grey pictures in plain memory: resizing, cropping, turning, subsampling, texture codes.
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -15,7 +14,7 @@ struct Size {
     int32_t width, height;
 };
 
-// A source as long as its sizes say, or with the row and the byte beyond that enlarging reads.
+// A source that ends with its last pixel, or with the row and the byte behind it that enlarging reads.
 struct Picture {
     Size size;
     int32_t stride;
@@ -30,7 +29,7 @@ struct Picture {
     int at(int64_t x, int64_t y) const { return bytes[static_cast<size_t>(y * stride + x)]; }
 };
 
-// Where a destination's column or row lies in a source, in 1/1024 pixel.
+// The position of a destination's column or row in the source, in 1/1024 pixel.
 int64_t position(int32_t from, int32_t to, int at)
 {
     return int64_t{at} * (from * 1024 / to);
@@ -54,28 +53,31 @@ int slow_bilinear(const Picture& src, Size dst, int x, int y)
 using Resize = ozr_err (*)(uint8_t*, int32_t, int32_t, int32_t, const uint8_t*, int32_t, int32_t, int32_t);
 const Size kTargets[] = {{1, 1}, {2, 3}, {4, 4}, {17, 8}, {35, 33}, {50, 41}};
 
-// Rows closer together than they are long, and a picture that shrinks where it lies, come out as made one after the other.
+// Rows that overlap each other, and a picture that is reduced in place, have the bytes of rows resized one after the
+// other.
 TEST(Resize, OverlappingRowsAreMadeInOrder)
 {
     constexpr int32_t kSide = 64, kHalf = kSide / 2;
     Bytes picture = random_bytes(kSide * kSide, 7);
     Bytes apart(kHalf * kHalf), close(kHalf * kHalf), want(kHalf * kHalf);
-    ASSERT_EQ(resize_grayimage_bi(apart.data(), kHalf, kHalf, kHalf, picture.data(), kSide, kSide, kSide), 0);
-    ASSERT_EQ(resize_grayimage_bi(close.data(), kHalf, kHalf, 3, picture.data(), kSide, kSide, kSide), 0);
+    const auto halve = [&](uint8_t* dst, int32_t stride) {
+        return resize_grayimage_bi(dst, kHalf, kHalf, stride, picture.data(), kSide, kSide, kSide);
+    };
+    ASSERT_EQ(halve(apart.data(), kHalf), ozr_success);
+    ASSERT_EQ(halve(close.data(), 3), ozr_success);
     for (size_t y = 0; y < kHalf; ++y)
         memcpy(&want[3 * y], &apart[kHalf * y], kHalf);
     EXPECT_EQ(close, want);
-    // All rows of this source are one, and what is made of its left half is read again.
+    // In place and enlarged, a row overtakes its source: bytes already written are read again.
     Bytes row(picture.begin(), picture.begin() + 60), row_want = row;
     for (int32_t x = 0; x < 60; ++x) {
         const auto read = [&](int32_t i, int32_t) { return row_want[static_cast<size_t>(x < 59 ? i : 29)]; };
         row_want[static_cast<size_t>(x)] = static_cast<uint8_t>(bilinear(x * 512, 0, read));
     }
-    ASSERT_EQ(resize_grayimage_bi(row.data(), 60, 1, 60, row.data(), 30, 1, 0), 0);
+    ASSERT_EQ(resize_grayimage_bi(row.data(), 60, 1, 60, row.data(), 30, 1, 0), ozr_success);
     EXPECT_EQ(row, row_want);
-    uint8_t* place = picture.data();
-    ASSERT_EQ(resize_grayimage_bi(place, kHalf, kHalf, kHalf, place, kSide, kSide, kSide), 0);
-    EXPECT_EQ(memcmp(place, apart.data(), apart.size()), 0);
+    ASSERT_EQ(halve(picture.data(), kHalf), ozr_success);
+    EXPECT_EQ(memcmp(picture.data(), apart.data(), apart.size()), 0);
 }
 
 TEST(Resize, FollowsAccumulatedPositions)
@@ -104,6 +106,7 @@ TEST(Resize, RefusesEachFault)
 {
     Bytes pixels(4, 9);
     uint8_t* const p = pixels.data();
+    constexpr ozr_err kGood = ozr_success, kBad = ozr_err_invalid_argument;
     const struct {
         const char* what;
         int32_t dst_width, dst_height;
@@ -111,17 +114,17 @@ TEST(Resize, RefusesEachFault)
         int32_t src_width, src_height;
         ozr_err nearest, bilinear;
     } faults[] = {
-        {"no columns", 0, 2, p, p, 2, 2, -3, -3},
-        {"no rows", 2, 0, p, p, 2, 2, -3, -3},
-        {"negative rows", 2, -1, p, p, 2, 2, 0, 0},
-        {"negative rows, no columns", 0, -1, p, p, 2, 2, -3, -3},
-        {"negative rows, no source", 2, -1, p, nullptr, 2, 2, -3, 0},
-        {"negative columns", -1, 2, p, p, 2, 2, -3, -3},
-        {"no source", 2, 2, p, nullptr, 2, 2, -3, -3},
-        {"no destination", 2, 2, nullptr, p, 2, 2, -3, -3},
-        {"empty source", 2, 2, p, p, 0, 2, -3, -3},
-        {"negative source", 2, 2, p, p, 2, -5, -3, -3},
-        {"negative positions", 1, 2, p, p, 1 << 21, 2, -3, -3},
+        {"no columns", 0, 2, p, p, 2, 2, kBad, kBad},
+        {"no rows", 2, 0, p, p, 2, 2, kBad, kBad},
+        {"negative rows", 2, -1, p, p, 2, 2, kGood, kGood},
+        {"negative rows, no columns", 0, -1, p, p, 2, 2, kBad, kBad},
+        {"negative rows, no source", 2, -1, p, nullptr, 2, 2, kBad, kGood},
+        {"negative columns", -1, 2, p, p, 2, 2, kBad, kBad},
+        {"no source", 2, 2, p, nullptr, 2, 2, kBad, kBad},
+        {"no destination", 2, 2, nullptr, p, 2, 2, kBad, kBad},
+        {"empty source", 2, 2, p, p, 0, 2, kBad, kBad},
+        {"negative source", 2, 2, p, p, 2, -5, kBad, kBad},
+        {"negative positions", 1, 2, p, p, 1 << 21, 2, kBad, kBad},
     };
     for (const auto& f : faults) {
         const auto call = [&](Resize resize) {
@@ -131,7 +134,7 @@ TEST(Resize, RefusesEachFault)
         EXPECT_EQ(call(resize_grayimage_bi), f.bilinear) << f.what;
     }
     EXPECT_EQ(pixels, Bytes(4, 9));
-    // A stride of 0 means the width, but only to the nearest pixel.
+    // A stride of 0 means the width, but for nearest neighbour only.
     const uint8_t src[] = {1, 2, 3, 4};
     ASSERT_EQ(resize_grayimage_nn(p, 2, 2, 0, src, 2, 2, 0), ozr_success);
     EXPECT_EQ(pixels, (Bytes{1, 2, 3, 4}));
@@ -294,7 +297,9 @@ TEST(SampleByN, Refuses)
     }
 }
 
-using Walk = std::array<uint32_t, 2>;  // width and height
+struct Walk {
+    uint32_t width, height;
+};
 
 TEST(Census, CodesBrighterThanTheMeanAlongTheWholeWalk)
 {

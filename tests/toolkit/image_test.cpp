@@ -61,15 +61,19 @@ TEST(Image, CreateRefusesNullFilledAndHugeRecords)
 TEST(Image, RecreateKeepsWhatFits)
 {
     OwnedImage image(ozr_image_format_nv12, 40, 30, 50);
-    const int32_t rows[][4] = {{30, 0, 50, 1},  {30, 50, 50, 1}, {30, 60, 60, 0},
-                               {30, 50, 50, 0}, {31, 0, 48, 0},  {31, 48, 48, 1}};
+    const struct {
+        int32_t height, stride, want_stride;
+        bool stays;
+    } rows[] = {{30, 0, 50, true},   {30, 50, 50, true}, {30, 60, 60, false},
+                {30, 50, 50, false}, {31, 0, 48, false}, {31, 48, 48, true}};
     for (const auto& [height, stride, want_stride, stays] : rows) {
         image.rotation = 270;
         const uint8_t* const data = image.data;
         EXPECT_EQ(ozr_image_recreate(&image, 40, height, stride, ozr_image_format_nv12), ozr_success);
-        EXPECT_TRUE(image.height == height && image.stride == want_stride);
-        EXPECT_TRUE(stays == 0 || image.data == data);
-        EXPECT_EQ(image.rotation, stays != 0 ? 270 : 0);  // a new block loses the tag
+        EXPECT_EQ(image.height, height);
+        EXPECT_EQ(image.stride, want_stride);
+        EXPECT_EQ(image.data, stays ? data : image.data);
+        EXPECT_EQ(image.rotation, stays ? 270 : 0);  // a new block loses the tag
     }
     LogCapture log;
     EXPECT_EQ(ozr_image_recreate(nullptr, 1, 1, 0, ozr_image_format_gray), ozr_err_invalid_argument);

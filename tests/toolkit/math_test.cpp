@@ -1,26 +1,15 @@
 // Integer trigonometry, square root, rectangles and points: hand-made values, and the odd results callers rely on.
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 
 #include "base/wrap32.h"
 #include "ozr_geometry.h"
+#include "support/points.h"
 #include "support/trig_tables.h"
-
-static bool operator==(const ozr_point& a, const ozr_point& b)
-{
-    return a.x == b.x && a.y == b.y;
-}
-static bool operator==(const ozr_rect& a, const ozr_rect& b)
-{
-    return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
-}
 
 namespace
 {
-
-using Pair = std::array<int32_t, 2>;
 
 TEST(Trigonometry, FollowsTheCircleAtAnyAngle)
 {
@@ -39,15 +28,17 @@ TEST(Trigonometry, FollowsTheCircleAtAnyAngle)
 
 TEST(Arctan, GivesDegreesFromTheYAxis)
 {
-    const int32_t rows[][3] = {
+    const struct {
+        int32_t x, y, degrees;
+    } rows[] = {
         {1, 0, 90},        {-1, 0, -90},         {0, 0, 90},    {0, 5, 0},     {0, -5, 180},
         {5, -5, 135},      {-5, -5, -135},       {-5, 5, -45},  {100, 1, 90},  {-100, 1, -90},
         {401, 7, 89},      {58, 1, 90},          {36, 1024, 2}, {37, 1024, 3}, {1023, 1024, 44},
         {INT32_MIN, 1, 0}, {-1774, -1024, -120},
-        // Tangents of 36 and 37 lie between 2 degrees (36) and 3 (54); the search for 37 goes 45, 22, 10, 4, 1, 2, 3.
+        // Tangents of 36 and 37 are between 2 degrees (36) and 3 (54); the search for 37 goes 45, 22, 10, 4, 1, 2, 3.
     };
-    for (const auto& [x, y, want] : rows)
-        EXPECT_EQ(ozr_math_arctan(x, y), want) << x << ',' << y;
+    for (const auto& row : rows)
+        EXPECT_EQ(ozr_math_arctan(row.x, row.y), row.degrees) << row.x << ',' << row.y;
     for (int32_t degree = -179; degree <= 180; ++degree) {
         const int32_t found = ozr_math_arctan(ozr_math_sini16_d(degree), ozr_math_cosi16_d(degree));
         EXPECT_LE(abs(ozr_math_normalize_angle(found - degree)), 1) << degree;
@@ -56,20 +47,24 @@ TEST(Arctan, GivesDegreesFromTheYAxis)
 
 TEST(Sqrt, NewtonFromOne)
 {
-    const std::array<uint32_t, 2> rows[] = {
-        {0, 1}, {1, 1}, {2, 1}, {3, 2}, {4, 2}, {8, 3}, {100, 10}, {4000000000, 63246}, {UINT32_MAX, 0}};
-    for (const auto& [n, want] : rows)
-        EXPECT_EQ(ozr_math_sqrt(n), want) << n;
+    const struct {
+        uint32_t n, root;
+    } rows[] = {{0, 1},         {1, 1}, {2, 1}, {3, 2}, {4, 2}, {8, 3}, {100, 10}, {4000000000, 63246},
+                {UINT32_MAX, 0}};
+    for (const auto& row : rows)
+        EXPECT_EQ(ozr_math_sqrt(row.n), row.root) << row.n;
     for (uint32_t n = 3; n < 70000; ++n)
         ASSERT_NEAR(ozr_math_sqrt(n), sqrt(n), 1.0) << n;
 }
 
 TEST(NormalizeAngle, UsesSixteenBits)
 {
-    const Pair rows[] = {{540, 180},  {-180, 180}, {-179, -179}, {180, 180},
-                         {181, -179}, {720, 0},    {65543, 7},   {32768, -8}};
-    for (const auto& [degree, want] : rows)
-        EXPECT_EQ(ozr_math_normalize_angle(degree), want) << degree;
+    const struct {
+        int32_t degrees, normal;
+    } rows[] = {{540, 180},  {-180, 180}, {-179, -179}, {180, 180},
+                {181, -179}, {720, 0},    {65543, 7},   {32768, -8}};
+    for (const auto& row : rows)
+        EXPECT_EQ(ozr_math_normalize_angle(row.degrees), row.normal) << row.degrees;
 }
 
 TEST(Rect, CombinesTwo)
@@ -92,10 +87,10 @@ TEST(Rect, CombinesTwo)
         EXPECT_EQ(ozr_rect_get_intersecting_area(&row.a, &row.b), row.area);
         ozr_rect out = row.a;
         EXPECT_EQ(ozr_rect_get_intersecting_rect(&out, &row.b, &out), ozr_success);
-        EXPECT_TRUE(out == row.common);
+        EXPECT_EQ(out, row.common);
         out = row.b;
         EXPECT_EQ(ozr_rect_get_bounding_rect(&row.a, &out, &out), ozr_success);
-        EXPECT_TRUE(out == row.around);
+        EXPECT_EQ(out, row.around);
     }
 }
 
@@ -109,15 +104,15 @@ TEST(Rect, MovesClipsScales)
     for (const auto& [from, to] : clipped) {
         ozr_rect r = from;
         EXPECT_EQ(ozr_rect_clip(&r, &bounds), ozr_success);
-        EXPECT_TRUE(r == to);
+        EXPECT_EQ(r, to);
     }
     ozr_rect r = {1, 2, 3, 5};
     EXPECT_EQ(ozr_rect_get_area(&r), 6);
     EXPECT_EQ(ozr_rect_move(&r, 10, -20), ozr_success);
-    EXPECT_TRUE((r == ozr_rect{11, -18, 13, -15}));
+    EXPECT_EQ(r, (ozr_rect{11, -18, 13, -15}));
     r = {3, 5, 7, 2000000000};
     ozr_rect_scale(&r, &r, 3, 2);
-    EXPECT_TRUE((r == ozr_rect{4, 7, 10, 852516352}));  // (6000000000 mod 2^32) / 2
+    EXPECT_EQ(r, (ozr_rect{4, 7, 10, 852516352}));  // (6000000000 mod 2^32) / 2
     ozr_rect_scale(&r, &r, 1, 0);
     EXPECT_EQ(r.left, 4);
     const ozr_rect wide = {INT32_MIN, 0, INT32_MAX, INT32_MAX};
@@ -139,13 +134,13 @@ TEST(Point, TurnsAboutACentre)
     for (const auto& row : rows) {
         ozr_point out = row.p;
         ozr_point_rotate(&out, &out, &centre, row.degrees);
-        EXPECT_TRUE(out == row.want) << row.degrees << ": " << out.x << ',' << out.y;
+        EXPECT_EQ(out, row.want) << row.degrees;
     }
     ozr_rect r = {10, 30, 20, 34};  // becomes a square of its width
     ozr_rect_rotate(&r, &r, &centre, 0);
-    EXPECT_TRUE((r == ozr_rect{10, 27, 20, 37}));
+    EXPECT_EQ(r, (ozr_rect{10, 27, 20, 37}));
     ozr_rect_rotate(&r, &r, &centre, 90);  // its centre lay 5 to the right and 12 below
-    EXPECT_TRUE((r == ozr_rect{17, 10, 27, 20}));
+    EXPECT_EQ(r, (ozr_rect{17, 10, 27, 20}));
 }
 
 TEST(Point, InsideAndDistance)
@@ -171,40 +166,45 @@ TEST(Geometry, RefusesNullPointers)
         ozr_warp_strength_by_2points_i(point[0], point[1], point[2], point[3], 0);
         if (missing == 3)
             continue;
-        EXPECT_EQ(ozr_rect_get_intersecting_rect(rect[0], rect[1], rect[2]), -3);
-        EXPECT_EQ(ozr_rect_get_bounding_rect(rect[0], rect[1], rect[2]), -3);
+        EXPECT_EQ(ozr_rect_get_intersecting_rect(rect[0], rect[1], rect[2]), ozr_err_invalid_argument);
+        EXPECT_EQ(ozr_rect_get_bounding_rect(rect[0], rect[1], rect[2]), ozr_err_invalid_argument);
         ozr_point_rotate(point[0], point[1], point[2], 90);
         ozr_rect_rotate(rect[0], rect[1], point[2], 90);
         if (missing == 2)
             continue;
-        EXPECT_EQ(ozr_rect_is_intersecting(rect[0], rect[1]) + ozr_point_inside_rect(point[0], rect[1]), 0);
-        EXPECT_EQ(ozr_rect_get_intersecting_area(rect[0], rect[1]), -3);
-        EXPECT_EQ(ozr_rect_clip(rect[0], rect[1]), -3);
-        EXPECT_EQ(ozr_point_dist(point[0], point[1]), -3);
+        EXPECT_EQ(ozr_rect_is_intersecting(rect[0], rect[1]), 0);
+        EXPECT_EQ(ozr_point_inside_rect(point[0], rect[1]), 0);
+        EXPECT_EQ(ozr_rect_get_intersecting_area(rect[0], rect[1]), ozr_err_invalid_argument);
+        EXPECT_EQ(ozr_rect_clip(rect[0], rect[1]), ozr_err_invalid_argument);
+        EXPECT_EQ(ozr_point_dist(point[0], point[1]), ozr_err_invalid_argument);
         ozr_rect_scale(rect[0], rect[1], 2, 1);
         ozr_warp_rotation_degree(point[0], point[1], 90);
     }
-    EXPECT_EQ(ozr_rect_get_area(nullptr), -3);
-    EXPECT_EQ(ozr_rect_move(nullptr, 1, 1), -3);
-    EXPECT_TRUE((r == ozr_rect{1, 2, 3, 4}) && (p == ozr_point{5, 6}));
+    EXPECT_EQ(ozr_rect_get_area(nullptr), ozr_err_invalid_argument);
+    EXPECT_EQ(ozr_rect_move(nullptr, 1, 1), ozr_err_invalid_argument);
+    EXPECT_EQ(r, (ozr_rect{1, 2, 3, 4}));
+    EXPECT_EQ(p, (ozr_point{5, 6}));
 }
 
 TEST(WarpPoint, MapsDestinationToSource)
 {
     // Twice the size and a quarter turn: the source's (0, 0)-(10, 0) lands on (100, 100)-(100, 120).
-    const std::array<int32_t, 4> rows[] = {
-        {100, 100, 0, 0}, {100, 120, 10, 0}, {80, 110, 5, 10},
-        {98, 104, 2, 1},  {99, 103, 2, 1},   {102, 95, -2, 0},  // -2.5 and -1: half is added, then truncated
+    const struct {
+        ozr_point destination, source;
+    } rows[] = {
+        {{100, 100}, {0, 0}}, {{100, 120}, {10, 0}}, {{80, 110}, {5, 10}}, {{98, 104}, {2, 1}},
+        {{99, 103}, {2, 1}},  {{102, 95}, {-2, 0}},  // -2.5 and -1: half is added, then truncated
     };
     int32_t a = 77, b = 78;
-    for (const auto& [x, y, want_x, want_y] : rows) {
-        EXPECT_EQ(ozr_warp_point_by_2points(x, y, 0, 0, 10, 0, &a, &b, 100, 100, 100, 120), ozr_success);
-        EXPECT_TRUE(a == want_x && b == want_y) << x << ',' << y << ": " << a << ',' << b;
+    for (const auto& [at, want] : rows) {
+        EXPECT_EQ(ozr_warp_point_by_2points(at.x, at.y, 0, 0, 10, 0, &a, &b, 100, 100, 100, 120),
+                  ozr_success);
+        EXPECT_EQ((ozr_point{a, b}), want);
     }
     EXPECT_EQ(ozr_warp_point_by_2points(1, 2, 0, 0, 1, 1, &a, nullptr, 0, 0, 5, 5), ozr_err_invalid_argument);
     EXPECT_EQ(ozr_warp_point_by_2points(1, 2, 0, 0, 1, 1, nullptr, &b, 0, 0, 5, 5), ozr_err_invalid_argument);
     EXPECT_EQ(ozr_warp_point_by_2points(1, 2, 0, 0, 1, 1, &a, &b, 5, 5, 5, 5), ozr_err_invalid_argument);
-    EXPECT_TRUE(a == -2 && b == 0);
+    EXPECT_EQ((ozr_point{a, b}), (ozr_point{-2, 0}));
     // Wherever the points are: all products wrap around, and sanitised builds see those that do not.
     using ozr::Wrap32;
     const int32_t wild[] = {INT32_MIN, INT32_MIN + 1, -1, 0, 1, 7, INT32_MAX};
@@ -239,18 +239,22 @@ TEST(WarpStrength, MovesPointsAlongTheirLine)
     for (const auto& row : rows) {
         ozr_point a = {0, 10}, b = {40, 30};
         ozr_warp_strength_by_2points_i(&a, &b, &a, &b, row.strength);
-        EXPECT_TRUE(a == row.first && b == row.second) << row.strength;
+        EXPECT_EQ(a, row.first) << row.strength;
+        EXPECT_EQ(b, row.second) << row.strength;
     }
 }
 
 TEST(WarpRotation, TurnsAboutTheOrigin)
 {
-    const int32_t rows[][3] = {
-        {0, 10, 4}, {90, -4, 10}, {180, -10, -4}, {270, 4, -10}, {60, 1, 10}};  // 1.54, 10.66
-    for (const auto& [degrees, x, y] : rows) {
+    const struct {
+        int32_t degrees;
+        ozr_point want;
+    } rows[] = {
+        {0, {10, 4}}, {90, {-4, 10}}, {180, {-10, -4}}, {270, {4, -10}}, {60, {1, 10}}};  // 1.54, 10.66
+    for (const auto& row : rows) {
         ozr_point p = {10, 4};
-        ozr_warp_rotation_degree(&p, &p, degrees);
-        EXPECT_TRUE(p.x == x && p.y == y) << degrees;
+        ozr_warp_rotation_degree(&p, &p, row.degrees);
+        EXPECT_EQ(p, row.want) << row.degrees;
     }
 }
 

@@ -72,12 +72,13 @@ TEST(AlignedMemory, IsAlignedUsableAndGivenBack)
                 ASSERT_NE(block, nullptr);
                 EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % alignment, 0U);
                 uint8_t* bytes = static_cast<uint8_t*>(block);
-                EXPECT_TRUE(!clears ||
-                            std::count(bytes, bytes + 3 * size, 0) == 3 * static_cast<int64_t>(size));
+                const int64_t zeros = clears ? 3 * static_cast<int64_t>(size) : 0;
+                EXPECT_EQ(std::count(bytes, bytes + zeros, 0), zeros);
                 memset(bytes, 0xFF, size);
                 uint16_t distance = 0;
                 memcpy(&distance, bytes - 2, 2);
-                EXPECT_TRUE(distance >= 1 && distance <= alignment) << distance;
+                EXPECT_GE(distance, 1);
+                EXPECT_LE(distance, alignment);
                 ozr_free_aligned(block);
             }
         }
@@ -101,10 +102,11 @@ TEST(AlignedMemory, EngineBlocksArePageAlignedInsideTheirBlock)
     uint8_t* pixels = static_cast<uint8_t*>(AlignedCalloc(10, 100, &raw));
     const uintptr_t distance = reinterpret_cast<uintptr_t>(pixels) - reinterpret_cast<uintptr_t>(raw);
     EXPECT_EQ(reinterpret_cast<uintptr_t>(pixels) % 4096, 0U);
-    EXPECT_TRUE(distance > 4096 && distance <= 8192) << distance;
+    EXPECT_GT(distance, 4096U);
+    EXPECT_LE(distance, 8192U);
     PanoFree(raw);
     const WrappedHeap heap(1);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(AlignedCalloc(1, 1, &raw)), 8192U);  // only the block's start tells
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(AlignedCalloc(1, 1, &raw)), 8192U);  // only *raw shows the failure
     EXPECT_EQ(raw, nullptr);
 }
 

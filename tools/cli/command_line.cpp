@@ -33,8 +33,10 @@ std::string _banner()
     return config.description;
 }
 
-void _add_direction(CLI::App* command, ozr_panorama_direction* direction,
-                    const std::vector<ozr_panorama_direction>& choices)
+// `direction`: a direction, or an optional one. `preset`: what counts where none is given.
+template <class Direction>
+void _add_direction(CLI::App* command, Direction* direction,
+                    const std::vector<ozr_panorama_direction>& choices, const std::string& preset)
 {
     std::string names;
     for (const ozr_panorama_direction choice : choices)
@@ -49,13 +51,20 @@ void _add_direction(CLI::App* command, ozr_panorama_direction* direction,
         throw CLI::ValidationError("--direction", text + " is none of " + names);
     };
     command->add_option_function<std::string>("-d,--direction", parse, "Where the camera pans")
-        ->option_text(names + " [" + direction_name(*direction) + "]");
+        ->option_text(names + " [" + preset + "]");
 }
 
 void _add_overlap(CLI::App* command, int32_t* overlap)
 {
     command->add_option("--overlap", *overlap, "Overlap of neighbouring pictures in percent, 50 to 90")
         ->option_text("P [" + std::to_string(*overlap) + "]");
+}
+
+void _add_jpeg_quality(CLI::App* command, const char* names, int* quality)
+{
+    command->add_option(names, *quality, "Quality of a JPEG, 1 to 100")
+        ->check(CLI::Range(1, 100))
+        ->option_text("Q [" + std::to_string(*quality) + "]");
 }
 
 void _add_common(CLI::App* command, CommonOptions* options, const char* output)
@@ -66,17 +75,36 @@ void _add_common(CLI::App* command, CommonOptions* options, const char* output)
             return is_picture_name(path) ? std::string() : path + " does not end in .png, .jpg or .jpeg";
         })
         ->option_text(options->output.empty() ? "FILE" : "FILE [" + options->output + "]");
-    command->add_option("--quality", options->quality, "Quality of a JPEG, 1 to 100")
-        ->check(CLI::Range(1, 100))
-        ->option_text("Q [" + std::to_string(options->quality) + "]");
     command->add_option("--report", options->report, "Also write a page that shows what was done")
         ->option_text("FILE.html");
+    command->add_flag_callback(
+        "--no-metadata", [options] { options->metadata = false; },
+        "Leave camera, time, place and geometry out of a JPEG");
     command->add_flag("--json", options->json, "Print the summary as JSON");
     command->add_flag("--verbose", options->verbose, "Show the library's log on standard error");
 }
 
-void _add_record(CLI::App* command, CommonOptions* options)
+// What makes a panorama of a sweep. `--quality` had a JPEG's number before there were two qualities,
+// and still takes one.
+void _add_sweep(CLI::App* command, SweepOptions* options)
 {
+    const auto parse = [options](const std::string& text) {
+        if (parse_quality(text, &options->quality))
+            return;
+        if (text.empty() || text.size() > 3 || text.find_first_not_of("0123456789") != std::string::npos ||
+            std::stoi(text) < 1 || std::stoi(text) > 100)
+            throw CLI::ValidationError("--quality", text + " is neither refined nor classic");
+        options->jpeg_quality = std::stoi(text);
+    };
+    command
+        ->add_option_function<std::string>("--quality", parse,
+                                           "How the pictures are joined; classic takes less memory")
+        ->option_text("refined|classic [refined]");
+    _add_jpeg_quality(command, "--jpeg-quality", &options->jpeg_quality);
+    command->add_flag("--strict", options->strict,
+                      "Exit with 1 when a picture is left out or a joint not trusted");
+    command->add_flag("--compare", options->compare, "Show both qualities side by side in the report")
+        ->needs("--report");
     command
         ->add_option("--record", options->record,
                      "Also record the library's calls into a new folder, for replay")
@@ -107,12 +135,44 @@ void _add_size(CLI::App* command, const char* name, Size* size, const char* desc
     command->add_option_function<std::string>(name, parse, description)->option_text("WxH [" + preset + "]");
 }
 
+// Not by CLI::Range, which takes what is no number.
+template <class Number>
+void _add_range(CLI::App* command, const char* name, Number* value, Number low, Number high, const char* text,
+                const char* description)
+{
+    const auto parse = [=](const Number& given) {
+        if (!(given >= low && given <= high))
+            throw CLI::ValidationError(name, CLI::detail::to_string(given) + " is not in range");
+        *value = given;
+    };
+    command->add_option_function<Number>(name, parse, description)->option_text(text);
+}
+
+// What the demonstration's camera and street have beyond the plainest.
+void _add_camera(CLI::App* command, DemoOptions* options)
+{
+    _add_range(command, "--focal", &options->focal, 0.6, 2.2, "F [1]",
+               "Focal length, 0.6 (wide) to 2.2 times the usual one");
+    _add_range(command, "--lens", &options->lens, -0.1, 0.1, "K [0]",
+               "Radial distortion of the lens, -0.1 to 0.1");
+    _add_range(command, "--tilt", &options->tilt, -15.0, 15.0, "DEG [0]",
+               "Hold the camera tilted across the sweep, -15 to 15 degrees");
+    _add_range(command, "--exposure", &options->exposure, 0.0, 50.0, "P [0]",
+               "Let the brightness of the pictures differ by 0 to 50 percent");
+    _add_range(command, "--vignetting", &options->vignetting, 0.0, 80.0, "P [0]",
+               "Light that the corners lose, 0 to 80 percent");
+    _add_range(command, "--shutter", &options->shutter, 0.0, 50.0, "MS [0]",
+               "Rolling shutter: 0 to 50 ms from the first row to the last");
+    _add_range(command, "--walkers", &options->walkers, 0, 20, "N [0]",
+               "People who walk through the scene, 0 to 20");
+}
+
 CLI::App* _add_demo(CLI::App* app, DemoOptions* options)
 {
     CLI::App* command = app->add_subcommand("demo", "Sweep a simulated camera across a painted scene");
     _add_common(command, options, "panorama.png");
-    _add_record(command, options);
-    _add_direction(command, &options->direction, kDirections);
+    _add_sweep(command, options);
+    _add_direction(command, &options->direction, kDirections, direction_name(options->direction));
     command->add_option("-n,--pictures", options->pictures, "How many pictures to take, 1 to 10")
         ->check(CLI::Range(1, 10))
         ->option_text("N [" + std::to_string(options->pictures) + "]");
@@ -121,6 +181,7 @@ CLI::App* _add_demo(CLI::App* app, DemoOptions* options)
               "640x480, or so");
     command->add_option("--seed", options->seed, "Another number gives another scene and another hand")
         ->option_text("S [" + std::to_string(options->seed) + "]");
+    _add_camera(command, options);
     return command;
 }
 
@@ -128,8 +189,8 @@ CLI::App* _add_stitch(CLI::App* app, StitchOptions* options)
 {
     CLI::App* command = app->add_subcommand("stitch", "Stitch pictures that were taken by panning");
     _add_common(command, options, "panorama.jpg");
-    _add_record(command, options);
-    _add_direction(command, &options->direction, kDirections);
+    _add_sweep(command, options);
+    _add_direction(command, &options->direction, kDirections, "found; right where classic");
     _add_overlap(command, &options->overlap);
     command
         ->add_option("pictures", options->pictures,
@@ -143,10 +204,10 @@ CLI::App* _add_video(CLI::App* app, VideoOptions* options)
 {
     CLI::App* command = app->add_subcommand("video", "Make a panorama of a panning video");
     _add_common(command, options, "panorama.png");
-    _add_record(command, options);
+    _add_sweep(command, options);
     std::vector<ozr_panorama_direction> directions = kDirections;
     directions.push_back(ozr_panorama_direction_auto);
-    _add_direction(command, &options->direction, directions);
+    _add_direction(command, &options->direction, directions, direction_name(options->direction));
     _add_overlap(command, &options->overlap);
     command->add_option("clip", options->clip, "YUV4MPEG2 stream in 4:2:0; - reads standard input")
         ->required()
@@ -161,6 +222,7 @@ CLI::App* _add_replay(CLI::App* app, ReplayOptions* options)
     CLI::App* command =
         app->add_subcommand("replay", "Repeat a recording and compare what the library answers");
     _add_common(command, options, "");
+    _add_jpeg_quality(command, "--jpeg-quality,--quality", &options->jpeg_quality);
     command->add_option("folder", options->folder, "Folder that --record or an application wrote")
         ->required()
         ->option_text("DIR");
@@ -221,9 +283,7 @@ CLI::App* _add_convert(CLI::App* app, ConvertOptions* options)
     command->add_option("--sample", options->sample, "Keep every N-th pixel of every N-th row, as grey")
         ->check(CLI::Range(1, 16384))
         ->option_text("N");
-    command->add_option("--quality", options->quality, "Quality of a JPEG, 1 to 100")
-        ->check(CLI::Range(1, 100))
-        ->option_text("Q [90]");
+    _add_jpeg_quality(command, "--jpeg-quality,--quality", &options->jpeg_quality);
     return command;
 }
 

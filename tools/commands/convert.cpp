@@ -108,7 +108,7 @@ void _write(const ConvertOptions& options, const ozr_image& image)
     _convert(image, ozr_image_format_rgba32, rgba.get());
     Picture picture(image.width, image.height);
     memcpy(picture.rgba.data(), rgba.get()->data, picture.rgba.size());
-    write_picture(options.output, picture, options.quality);
+    write_picture(options.output, picture, options.jpeg_quality);
 }
 
 }  // namespace

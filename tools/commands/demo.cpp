@@ -17,6 +17,8 @@ namespace
 // 20 degrees a second at 30 frames. The library measures motion in whole pixels of a copy with 320
 // pixels on the longer side: pans of less than three of them to a frame are measured badly, so
 // pictures that are narrow along the sweep are swept faster.
+constexpr double kDegree = 3.14159265358979323846 / 180.0;
+constexpr double kFramesPerSecond = 30;
 constexpr double kRadiansPerFrame = 20.0 / 30.0 * 3.14159265358979323846 / 180.0;
 constexpr double kCopyExtent = 320, kMinCopyPixelsPerFrame = 3;
 constexpr int32_t kPreviewExtent = 640;                     // longer side, where no size is given
@@ -24,6 +26,8 @@ constexpr double kSpeedJitter = 0.2;                        // of the speed
 constexpr double kTiltJitter = 0.004, kRollJitter = 0.002;  // radians
 constexpr double kJitterFrames = 9;                         // from one extreme to the next
 constexpr int32_t kOverlapPercent = 70;
+
+constexpr double kBelowStreet = 330;  // units of the tower's scene
 
 // The next picture is due after 30 % of a picture less a tolerance of 2; what the library measures
 // differs from what is true by a few percent, so the scene goes on for a while behind the place
@@ -37,23 +41,24 @@ bool _is_vertical(ozr_panorama_direction direction)
     return direction == ozr_panorama_direction_down || direction == ozr_panorama_direction_up;
 }
 
-Lens _lens(const Size& size, double focal, bool vertical)
+Lens _lens(const Size& size, double focal, bool vertical, const DemoOptions& options)
 {
-    return {size.width, size.height, focal, vertical};
+    return {size.width, size.height, focal, vertical, options.lens, options.vignetting / 100};
 }
 
 // The hand that holds the camera: its pose at each frame.
 class Hand
 {
 public:
-    // `step`: radians of pan to a frame.
-    Hand(double start, double step, uint32_t seed) : seed_(seed), step_(step)
+    // `step`: radians of pan to a frame. `tilt`: radians across the sweep.
+    Hand(double start, double step, double tilt, uint32_t seed) : seed_(seed), step_(step), tilt_(tilt)
     {
         pose_.along = start;
         set_jitter();
     }
 
     const Pose& pose() const { return pose_; }
+    double seconds() const { return frame_ / kFramesPerSecond; }
 
     void move_on()
     {
@@ -65,12 +70,12 @@ public:
 private:
     void set_jitter()
     {
-        pose_.across = kTiltJitter * wander(frame_ / kJitterFrames, seed_ + 1);
+        pose_.across = tilt_ + kTiltJitter * wander(frame_ / kJitterFrames, seed_ + 1);
         pose_.roll = kRollJitter * wander(frame_ / kJitterFrames, seed_ + 2);
     }
 
     uint32_t seed_;
-    double step_;
+    double step_, tilt_;
     Pose pose_ = {0, 0, 0};
     int frame_ = 0;
 };
@@ -81,6 +86,7 @@ struct Stage {
     double view;     // radians that one picture covers along the sweep
     double arc;      // radians of the whole scene
     double step;     // radians of pan to a frame
+    double beyond;   // radians across the sweep that lens and tilt show beyond a plain view
     bool backwards;  // the sweep runs against the scene's axis
 };
 
@@ -104,29 +110,37 @@ Stage _set_up(const DemoOptions& options)
 {
     const bool vertical = _is_vertical(options.direction);
     const double extent = vertical ? options.size.height : options.size.width;
-    const double focal = assumed_focal_length(vertical ? options.size.height : options.size.width);
+    const double across = vertical ? options.size.width : options.size.height;
+    const double focal = options.focal * assumed_focal_length(static_cast<int32_t>(extent));
+    const double corner = (extent * extent + across * across) / 4 / (focal * focal);
+    const double bend = 1 + std::max(options.lens, 0.0) * corner;
+    const double plain = across / 2 / focal, edge = plain * bend;
+    const double angle = std::abs(options.tilt) * kDegree;
+    const double tilt = angle * (1 + 0.36 * angle * angle);  // its tangent, or a little more
     const Size preview = _preview_size(options);
     const double preview_extent = vertical ? preview.height : preview.width;
     Stage stage = {};
-    stage.picture = _lens(options.size, focal, vertical);
-    stage.preview = _lens(preview, focal * preview_extent / extent, vertical);
+    stage.picture = _lens(options.size, focal, vertical, options);
+    stage.preview = _lens(preview, focal * preview_extent / extent, vertical, options);
     stage.backwards =
         options.direction == ozr_panorama_direction_left || options.direction == ozr_panorama_direction_up;
     const double copy_focal = stage.preview.focal * kCopyExtent / std::max(preview.width, preview.height);
     const double step = std::max(kRadiansPerFrame, kMinCopyPixelsPerFrame / copy_focal);
     stage.step = stage.backwards ? -step : step;
-    stage.view = 2 * arc_tangent(extent / 2 / focal);
+    stage.view = 2 * arc_tangent(extent / 2 / focal * bend);
+    stage.beyond = (edge + tilt) / (1 - edge * tilt) - plain;
     stage.arc = stage.view + (options.pictures - 1) * kStepShare * extent / focal + kEdge + kOverrun;
     return stage;
 }
 
 Surroundings _paint(const DemoOptions& options, const Stage& stage)
 {
-    constexpr double kBelowStreet = 330, kAcrossMargin = 42;  // units
+    constexpr double kAcrossMargin = 42;  // units
     const Lens& lens = stage.picture;
     const double scale = lens.focal / kSceneUnitsPerRadian;  // pixels to a unit
     const double along = stage.arc * kSceneUnitsPerRadian;
-    const double across = (lens.vertical ? lens.width : lens.height) / scale + 2 * kAcrossMargin;
+    const double across = (lens.vertical ? lens.width : lens.height) / scale +
+                          2 * (kAcrossMargin + stage.beyond * kSceneUnitsPerRadian);
     if (!lens.vertical)
         return Surroundings(paint_city(along, across, scale, options.seed), lens.focal, false);
     // The last view of a camera that comes down ends before the overrun, and still shows the
@@ -135,6 +149,36 @@ Surroundings _paint(const DemoOptions& options, const Stage& stage)
     return Surroundings(paint_tower(along, across, lower_end - kBelowStreet, scale, options.seed), lens.focal,
                         true);
 }
+
+// Who walks past, and how bright the next picture is taken: the camera meters anew for each.
+class Moment
+{
+public:
+    Moment(const DemoOptions& options, const Stage& stage, const Box& scene) : options_(options)
+    {
+        const bool vertical = stage.picture.vertical;
+        from_ = scene.left, to_ = scene.right;
+        ground_ = (vertical ? scene.bottom - kBelowStreet : kCityStreet) + kPavement;
+        instant_.sweep = stage.step * kFramesPerSecond * options.shutter / 1000;
+        instant_.walkers = &walkers_;
+    }
+
+    const Instant& at(double seconds, size_t pictures)
+    {
+        walkers_ = walkers_at(seconds, options_.walkers, from_, to_, ground_, options_.seed);
+        const double swing = hash_at(static_cast<int32_t>(pictures), 1, options_.seed) / 2147483648.0 - 1;
+        instant_.brightness = 1 + (pictures > 0 ? swing : 0) * options_.exposure / 100;
+        return instant_;
+    }
+
+private:
+    static constexpr double kPavement = 90;  // units from the street's edge to the feet
+
+    const DemoOptions& options_;
+    double from_, to_, ground_;
+    std::vector<Walker> walkers_;
+    Instant instant_;
+};
 
 // The motion of the middle of the picture between two poses, in pixels of the preview.
 void _set_truth(const Pose& from, const Pose& to, const Lens& preview, PictureEntry* entry)
@@ -151,12 +195,15 @@ void _take_pictures(const DemoOptions& options, const Stage& stage, const Surrou
                     Sweep& sweep, Journal* journal)
 {
     const double nearest = stage.view / 2, farthest = stage.arc - stage.view / 2;
-    Hand hand(stage.backwards ? farthest - kEdge : nearest + kEdge, stage.step, options.seed);
+    Hand hand(stage.backwards ? farthest - kEdge : nearest + kEdge, stage.step, options.tilt * kDegree,
+              options.seed);
+    Moment moment(options, stage, surroundings.bounds());
     ImageOwner picture(stage.picture.width, stage.picture.height);
     ImageOwner preview(stage.preview.width, stage.preview.height);
     const auto photograph = [&](const Lens& lens, ozr_image* image) {
         const Journal::Lap lap = journal->time("photograph");
-        surroundings.photograph(lens, hand.pose(), image);
+        surroundings.photograph(lens, hand.pose(), image,
+                                moment.at(hand.seconds(), journal->pictures.size()));
     };
     Pose last_pose = hand.pose();
     photograph(stage.picture, picture.get());

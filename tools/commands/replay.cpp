@@ -88,6 +88,9 @@ private:
         case CallKind::set_parameters:
             answer->result = session_.set_parameters(call.parameters);
             break;
+        case CallKind::set_quality:
+            answer->result = session_.set_quality(call.quality);
+            break;
         case CallKind::detect_frame_to_stitch: {
             const Frame frame(folder_, call.image, journal_->time("read"));
             answer->result =

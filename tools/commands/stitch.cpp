@@ -1,4 +1,5 @@
-// Pictures from files, placed by the overlap that their photographer kept.
+// Pictures from files: the refined quality finds where they belong, the classic one goes by the
+// overlap that their photographer kept.
 #include "base/file_io.h"
 #include "base/program_error.h"
 #include "commands/commands.h"
@@ -12,7 +13,7 @@ namespace
 {
 
 // Reads a picture, checks that it fits the ones before, and converts it.
-void _load(const std::string& path, Journal* journal, ozr_image* nv12)
+PictureEntry _load(const std::string& path, Journal* journal, ozr_image* nv12)
 {
     Picture picture;
     {
@@ -33,25 +34,30 @@ void _load(const std::string& path, Journal* journal, ozr_image* nv12)
     }
     const Journal::Lap lap = journal->time("convert");
     convert_to_nv12(picture, nv12);
+    PictureEntry entry;
+    entry.source = path;
+    entry.exif = std::move(picture.exif);
+    return entry;
 }
 
 }  // namespace
 
 void run_stitch(const StitchOptions& options)
 {
+    const bool is_classic = options.quality == ozr_panorama_quality_classic;
+    const ozr_panorama_direction preset =
+        is_classic ? ozr_panorama_direction_right : ozr_panorama_direction_auto;
     require_writable(options.output);
     Journal journal;
     journal.command = "stitch";
-    Sweep sweep(options, &journal, options.direction, options.overlap);
+    Sweep sweep(options, &journal, options.direction.value_or(preset), options.overlap);
     if (options.pictures.size() > static_cast<size_t>(sweep.max_pictures()))
         fail("%s: %zu pictures are too many, a panorama takes %d; leave some out",
              options.pictures[static_cast<size_t>(sweep.max_pictures())].c_str(), options.pictures.size(),
              sweep.max_pictures());
     ImageOwner nv12;
     for (const std::string& path : options.pictures) {
-        _load(path, &journal, nv12.get());
-        PictureEntry entry;
-        entry.source = path;
+        PictureEntry entry = _load(path, &journal, nv12.get());
         sweep.add(nv12.get(), std::move(entry));
     }
     sweep.finish();

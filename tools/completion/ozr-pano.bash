@@ -2,7 +2,7 @@
 _ozr_pano()
 {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
-    local formats="nv12 nv21 yv12 yuy2 gray rgba" output="--output -o --quality --report --json --verbose"
+    local formats="nv12 nv21 yv12 yuy2 gray rgba" output="--output -o --jpeg-quality --report --no-metadata --json --verbose"
     COMPREPLY=()
 
     case $previous in
@@ -22,7 +22,12 @@ _ozr_pano()
             mapfile -t COMPREPLY < <(compgen -f -- "$current")
             compopt -o filenames
             return ;;
-        --quality | --overlap | -n | --pictures | --size | --preview | --seed | --sample)
+        --quality)
+            [[ $command == replay || $command == convert ]] ||
+                mapfile -t COMPREPLY < <(compgen -W "refined classic" -- "$current")
+            return ;;
+        --jpeg-quality | --overlap | -n | --pictures | --size | --preview | --seed | --sample | \
+            --focal | --lens | --tilt | --exposure | --vignetting | --shutter | --walkers)
             return ;;
     esac
 
@@ -31,12 +36,13 @@ _ozr_pano()
         return
     fi
     if [[ $current == -* ]]; then
-        local options="--help -h"
+        local options="--help -h" sweep="--compare --quality --strict"
+        local camera="--focal --lens --tilt --exposure --vignetting --shutter --walkers"
         case $command in
-            demo) options+=" $output --record --direction -d --pictures -n --size --preview --seed" ;;
-            stitch | video) options+=" $output --record --direction -d --overlap" ;;
-            replay) options+=" $output" ;;
-            convert) options+=" --format --from --size --flip --sample --quality" ;;
+            demo) options+=" $output $sweep --record --direction -d --pictures -n --size --preview --seed $camera" ;;
+            stitch | video) options+=" $output $sweep --record --direction -d --overlap" ;;
+            replay) options+=" $output --quality" ;;
+            convert) options+=" --format --from --size --flip --sample --jpeg-quality --quality" ;;
         esac
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")
         return

@@ -22,7 +22,9 @@ namespace
 
 constexpr uint8_t kStartOfImage[] = {0xFF, 0xD8, 0xFF};
 constexpr char kExifMark[] = "Exif\0";  // with the literal's own end two zero bytes
-constexpr int kMaxScans = 256;          // more would keep a decoder busy for hours
+constexpr char kXmpMark[] = "http://ns.adobe.com/xap/1.0/";
+constexpr size_t kMaxSegmentBytes = 65533;
+constexpr int kMaxScans = 256;  // more would keep a decoder busy for hours
 
 struct ErrorReturn {
     jpeg_error_mgr manager;  // first member: libjpeg hands its address back
@@ -116,15 +118,15 @@ struct JpegDecoder {
         return true;
     }
 
-    int orientation() const
+    // The TIFF block of its first Exif segment that is not empty.
+    std::vector<uint8_t> exif() const
     {
         for (jpeg_saved_marker_ptr marker = codec.marker_list; marker != nullptr; marker = marker->next) {
             if (marker->data_length > sizeof(kExifMark) &&
                 memcmp(marker->data, kExifMark, sizeof(kExifMark)) == 0)
-                return exif_orientation(marker->data + sizeof(kExifMark),
-                                        marker->data_length - sizeof(kExifMark));
+                return {marker->data + sizeof(kExifMark), marker->data + marker->data_length};
         }
-        return 1;
+        return {};
     }
 };
 
@@ -146,7 +148,8 @@ struct JpegEncoder {
             free(bytes);
     }
 
-    bool write(const Picture& picture, int quality)
+    // `segments`: to stand before the pixels, each with its mark.
+    bool write(const Picture& picture, int quality, const std::vector<std::vector<uint8_t>>& segments)
     {
         if (setjmp(error.jump) != 0)
             return false;
@@ -159,6 +162,9 @@ struct JpegEncoder {
         jpeg_set_defaults(&codec);
         jpeg_set_quality(&codec, quality, TRUE);
         jpeg_start_compress(&codec, TRUE);
+        for (const std::vector<uint8_t>& segment : segments)
+            jpeg_write_marker(&codec, JPEG_APP0 + 1, segment.data(),
+                              static_cast<unsigned int>(segment.size()));
         while (codec.next_scanline < codec.image_height) {
             JSAMPROW row = const_cast<JSAMPROW>(picture.row(static_cast<int32_t>(codec.next_scanline)));
             jpeg_write_scanlines(&codec, &row, 1);
@@ -168,6 +174,16 @@ struct JpegEncoder {
         return true;
     }
 };
+
+// A mark with its own end, then data; nothing where there are no data, or too many.
+template <size_t size, class Data>
+void _add_segment(const char (&mark)[size], const Data& data, std::vector<std::vector<uint8_t>>* segments)
+{
+    if (data.empty() || data.size() > kMaxSegmentBytes - size)
+        return;
+    segments->emplace_back(mark, mark + size);
+    segments->back().insert(segments->back().end(), data.begin(), data.end());
+}
 
 }  // namespace
 
@@ -188,19 +204,24 @@ Picture decode_jpeg(const std::vector<uint8_t>& file)
     if (!is_sane_picture_size(header.image_width, header.image_height))
         fail("%ux%u pixels are too many; scale it down to 16384 a side and 64 million in all",
              header.image_width, header.image_height);
-    const int orientation = decoder.orientation();  // libjpeg drops the markers with the last row
+    const std::vector<uint8_t> exif = decoder.exif();  // libjpeg drops the markers with the last row
     Picture picture(static_cast<int32_t>(header.image_width), static_cast<int32_t>(header.image_height));
     if (!decoder.read_pixels(&picture))
         fail("broken JPEG: %s; save or fetch it again", decoder.error.text);
-    return turn_upright(std::move(picture), orientation);
+    picture = turn_upright(std::move(picture), exif_orientation(exif.data(), exif.size()));
+    picture.exif = exif;
+    return picture;
 }
 
-std::vector<uint8_t> encode_jpeg(const Picture& picture, int quality)
+std::vector<uint8_t> encode_jpeg(const Picture& picture, int quality, const Metadata& metadata)
 {
     if (picture.width > JPEG_MAX_DIMENSION || picture.height > JPEG_MAX_DIMENSION)
         fail("%dx%d pixels are too many for a JPEG; name a .png", picture.width, picture.height);
+    std::vector<std::vector<uint8_t>> segments;
+    _add_segment(kExifMark, metadata.exif, &segments);
+    _add_segment(kXmpMark, metadata.xmp, &segments);
     JpegEncoder encoder;
-    if (!encoder.write(picture, quality))
+    if (!encoder.write(picture, quality, segments))
         fail("cannot be stored as JPEG: %s; try a .png", encoder.error.text);
     return std::vector<uint8_t>(encoder.bytes, encoder.bytes + encoder.size);
 }

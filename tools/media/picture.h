@@ -25,6 +25,7 @@ struct Picture {
     int32_t width = 0;
     int32_t height = 0;
     std::vector<uint8_t> rgba;
+    std::vector<uint8_t> exif;  // the TIFF block of the file that it was read from; empty for none
 
     Picture() = default;
     Picture(int32_t picture_width, int32_t picture_height)

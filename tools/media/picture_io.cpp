@@ -3,7 +3,6 @@
 
 #include "base/file_io.h"
 #include "base/program_error.h"
-#include "media/jpeg_codec.h"
 #include "media/png_codec.h"
 
 namespace ozr_pano
@@ -52,11 +51,11 @@ bool is_picture_name(const std::string& path)
     return extension == "png" || extension == "jpg" || extension == "jpeg";
 }
 
-void write_picture(const std::string& path, const Picture& picture, int quality)
+void write_picture(const std::string& path, const Picture& picture, int quality, const Metadata& metadata)
 {
     std::vector<uint8_t> file;
     try {
-        file = _is_png_name(path) ? encode_png(picture) : encode_jpeg(picture, quality);
+        file = _is_png_name(path) ? encode_png(picture) : encode_jpeg(picture, quality, metadata);
     } catch (const ProgramError& error) {
         fail("%s: %s", path.c_str(), error.what());
     }

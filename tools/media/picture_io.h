@@ -2,7 +2,7 @@
 #ifndef PICTURE_IO_H
 #define PICTURE_IO_H
 
-#include "media/picture.h"
+#include "media/jpeg_codec.h"
 
 #include <string>
 
@@ -19,9 +19,10 @@ std::string extension_of(const std::string& path);
 // Whether write_picture knows the extension: .png, .jpg or .jpeg in any case.
 bool is_picture_name(const std::string& path);
 
-// Writes a picture whole or not at all, by the extension; quality is for JPEG. Throws as
-// read_picture does.
-void write_picture(const std::string& path, const Picture& picture, int quality);
+// Writes a picture whole or not at all, by the extension; quality and metadata are for JPEG. Throws
+// as read_picture does.
+void write_picture(const std::string& path, const Picture& picture, int quality,
+                   const Metadata& metadata = Metadata());
 
 }  // namespace ozr_pano
 

@@ -67,16 +67,16 @@ void _check_claims(const std::vector<uint8_t>& file)
 }
 
 // The simplified interface does not show the eXIf chunk.
-int _orientation(const std::vector<uint8_t>& file)
+std::vector<uint8_t> _exif(const std::vector<uint8_t>& file)
 {
-    int orientation = 1;
-    _walk_chunks(file, [&orientation](const PngChunk& chunk) {
+    std::vector<uint8_t> exif;
+    _walk_chunks(file, [&exif](const PngChunk& chunk) {
         const bool is_exif = _is(chunk, "eXIf") && chunk.length <= chunk.left;
         if (is_exif)
-            orientation = exif_orientation(chunk.data, chunk.length);
+            exif.assign(chunk.data, chunk.data + chunk.length);
         return is_exif;
     });
-    return orientation;
+    return exif;
 }
 
 }  // namespace
@@ -99,7 +99,10 @@ Picture decode_png(const std::vector<uint8_t>& file)
     Picture picture(static_cast<int32_t>(png.image.width), static_cast<int32_t>(png.image.height));
     if (png_image_finish_read(&png.image, nullptr, picture.rgba.data(), 0, nullptr) == 0)
         fail("broken PNG: %s; save or fetch it again", png.image.message);
-    return turn_upright(std::move(picture), _orientation(file));
+    std::vector<uint8_t> exif = _exif(file);
+    picture = turn_upright(std::move(picture), exif_orientation(exif.data(), exif.size()));
+    picture.exif = std::move(exif);
+    return picture;
 }
 
 std::vector<uint8_t> encode_png(const Picture& picture)

@@ -17,7 +17,8 @@ namespace
 {
 
 constexpr char kMark[] = "ozr-pano recording ";
-constexpr char kVersion[] = "1";
+constexpr char kVersion[] = "2";
+constexpr char kFirstVersion[] = "1";  // knows no set_quality: all its sweeps are classic
 constexpr char kLibrary[] = "library ";
 constexpr char kReturned[] = "returned";
 constexpr char kEnd[] = "end";
@@ -26,8 +27,8 @@ constexpr size_t kMaxTextBytes = size_t{16} << 20;
 constexpr size_t kMaxNameBytes = 64;
 constexpr int64_t kMaxStride = int64_t{1} << 20;
 
-constexpr const char* kCallNames[] = {"set_parameters", "stitch_one_image", "detect_frame_to_stitch", "run",
-                                      "reset"};
+constexpr const char* kCallNames[] = {"set_parameters",         "set_quality", "stitch_one_image",
+                                      "detect_frame_to_stitch", "run",         "reset"};
 
 // A line taken apart. Fields are taken by name; one that is missing, broken or left over refuses
 // the line.
@@ -99,6 +100,14 @@ public:
         if (!parse_direction(take("direction"), &direction))
             refuse("direction is none of auto, right, left, down, up");
         return direction;
+    }
+
+    ozr_panorama_quality take_quality()
+    {
+        ozr_panorama_quality quality;
+        if (!parse_quality(take("quality"), &quality))
+            refuse("quality is none of classic, refined");
+        return quality;
     }
 
     // Refuses fields that nobody took.
@@ -191,6 +200,8 @@ RecordedCall _parse_call(Line& line)
     call.kind = static_cast<CallKind>(kind);
     if (call.kind == CallKind::set_parameters)
         call.parameters = {line.take_number("overlap"), line.take_direction()};
+    if (call.kind == CallKind::set_quality)
+        call.quality = line.take_quality();
     if (call.kind == CallKind::stitch_one_image || call.kind == CallKind::detect_frame_to_stitch) {
         const std::string file = _take_file(line);
         call.image = _take_image(line);
@@ -255,10 +266,10 @@ void _read_head(LineReader& lines, Recording* recording)
         fail("this is no recording: it does not begin with \"%s%s\"; name the folder that --record wrote",
              kMark, kVersion);
     const std::string version = line.substr(strlen(kMark));
-    if (version != kVersion)
-        fail("the recording has format %.20s, this program reads format %s; replay it with the ozr-pano that "
-             "belongs to it",
-             version.c_str(), kVersion);
+    if (version != kVersion && version != kFirstVersion)
+        fail("the recording has format %.20s, this program reads formats %s and %s; replay it with the "
+             "ozr-pano that belongs to it",
+             version.c_str(), kFirstVersion, kVersion);
     if (!lines.next(&line) || line.compare(0, strlen(kLibrary), kLibrary) != 0)
         fail("line %d does not name the library; the recording is damaged, fetch or record it again",
              lines.number());
@@ -303,6 +314,8 @@ std::string call_text(const RecordedCall& call)
     if (call.kind == CallKind::set_parameters)
         text += " overlap=" + std::to_string(call.parameters.overlapping_ratio) +
                 " direction=" + direction_name(call.parameters.direction);
+    if (call.kind == CallKind::set_quality)
+        text += std::string(" quality=") + quality_name(call.quality);
     if (!call.image.file.empty())
         text += " file=" + call.image.file + _image_text(call.image);
     if (call.kind == CallKind::stitch_one_image)

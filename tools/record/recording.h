@@ -14,7 +14,7 @@ namespace ozr_pano
 // The file of a recording's folder that holds the text.
 constexpr char kCallsFile[] = "calls.txt";
 
-enum class CallKind { set_parameters, stitch_one_image, detect_frame_to_stitch, run, reset };
+enum class CallKind { set_parameters, set_quality, stitch_one_image, detect_frame_to_stitch, run, reset };
 
 // The name of the library's function without its prefix.
 const char* call_name(CallKind kind);
@@ -32,6 +32,7 @@ struct RecordedCall {
 
     // What the library was given.
     ozr_panorama_parameters parameters = {0, ozr_panorama_direction_auto};
+    ozr_panorama_quality quality = ozr_panorama_quality_classic;
     RecordedImage image;      // a preview or picture
     bool has_offset = false;  // of a picture
     ozr_point offset = {0, 0};

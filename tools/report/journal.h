@@ -13,6 +13,9 @@
 namespace ozr_pano
 {
 
+// Confidence of a joint from which on it is trusted.
+constexpr float kTrustedJoint = 0.5F;
+
 // One picture of the sweep.
 struct PictureEntry {
     std::string source;         // a file's name, or "frame 12"
@@ -20,7 +23,8 @@ struct PictureEntry {
     ozr_point offset = {0, 0};  // pixels of the preview since the picture before
     bool has_truth = false;     // the camera's true motion is known
     double truth_x = 0, truth_y = 0;
-    Picture thumbnail;  // empty unless a report page is wanted
+    Picture thumbnail;               // empty unless a report page is wanted
+    std::vector<uint8_t> exif = {};  // of its file, if it has one
 };
 
 // One preview of the sweep.
@@ -34,12 +38,15 @@ struct Journal {
     std::string command;  // "demo", "stitch", "video", "replay"
     ozr_panorama_direction direction = ozr_panorama_direction_auto;
     int32_t overlap = 0;  // percent that was asked for
+    ozr_panorama_quality quality = ozr_panorama_quality_classic;
     int32_t picture_width = 0, picture_height = 0;
     std::vector<PictureEntry> pictures;
     std::vector<PreviewEntry> previews;
     int pictures_used = 0;
-    int32_t width = 0, height = 0;  // of the panorama, 0 while there is none
-    std::string output;             // files written, empty for none
+    std::vector<ozr_panorama_joint> joints;    // of the panorama, as the library tells them
+    std::vector<ozr_panorama_camera> cameras;  // one for each picture; none of a classic sweep
+    int32_t width = 0, height = 0;             // of the panorama, 0 while there is none
+    std::string output;                        // files written, empty for none
     std::string report;
     std::string failure;  // why there is no panorama
 
@@ -69,6 +76,15 @@ struct Journal {
     };
     std::vector<Stage> stages;
 };
+
+// What became of the same pictures in the other quality.
+struct Counterpart {
+    Journal journal;
+    Picture panorama;  // reduced; without pixels when there is none
+};
+
+// Whether each picture is in the panorama.
+std::vector<bool> used_pictures(const Journal& journal);
 
 }  // namespace ozr_pano
 

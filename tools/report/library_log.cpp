@@ -70,8 +70,8 @@ void set_log_hooks(ozr_config* config, bool verbose, bool keep)
 {
     g_verbose = verbose;
     g_keep = keep;
-    g_kept = KeptLog();
-    g_begin = std::chrono::steady_clock::now();
+    if (g_begin == std::chrono::steady_clock::time_point())
+        g_begin = std::chrono::steady_clock::now();
     config->log_debug = _log_debug;
     config->log_error = _log_error;
     config->log_warning = _log_warning;

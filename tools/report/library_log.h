@@ -13,7 +13,7 @@ namespace ozr_pano
 struct LogLine {
     char level;  // 'E', 'W', 'I', 'D'
     std::string text;
-    double milliseconds;  // since the hooks were set
+    double milliseconds;  // since hooks were set first
 };
 
 struct KeptLog {
@@ -26,7 +26,7 @@ struct KeptLog {
 // `keep`: collect the lines for kept_log.
 void set_log_hooks(ozr_config* config, bool verbose, bool keep);
 
-// The lines since the hooks were set.
+// The lines of all sessions that were to be kept.
 const KeptLog& kept_log();
 
 }  // namespace ozr_pano

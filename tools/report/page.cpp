@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <math.h>
 
 namespace ozr_pano
 {
@@ -17,14 +18,7 @@ namespace
 
 constexpr int32_t kPanoramaExtent = 2560;  // longer side on the page
 constexpr int kPanoramaQuality = 85, kSmallQuality = 80;
-constexpr int32_t kStripHeight = 240;  // of an overlap, in pixels of the page
-constexpr int kHueStep = 47;           // degrees between the colours of neighbours
-
-// The colour of a picture's border and number.
-std::string _colour(size_t picture)
-{
-    return "hsl(" + std::to_string(picture * kHueStep % 360) + " 75% 42%)";
-}
+constexpr int kHueStep = 47;  // degrees between the colours of neighbours
 
 void _add_head(const ReportPage& page, Html* html)
 {
@@ -44,15 +38,19 @@ void _add_title(const ReportPage& page, Html* html)
     *html << "<header><h1>ozr-pano " << html_escaped(journal.command) << "</h1>";
     if (!journal.failure.empty())
         *html << "<p class=\"failure\" id=\"failure\">" << html_escaped(journal.failure) << "</p>";
-    html->format("<p>%zu %s of %d × %d, swept %s, overlap of %d %% asked for", journal.pictures.size(),
+    html->format("<p>%zu %s of %d × %d", journal.pictures.size(),
                  journal.pictures.size() == 1 ? "picture" : "pictures", journal.picture_width,
-                 journal.picture_height, direction_name(journal.direction), journal.overlap);
+                 journal.picture_height);
+    if (journal.direction != ozr_panorama_direction_auto)
+        html->format(", swept %s", direction_name(journal.direction));
+    if (journal.quality == ozr_panorama_quality_classic)
+        html->format(", overlap of %d %% asked for", journal.overlap);
     if (!journal.previews.empty())
         html->format("; %zu previews", journal.previews.size());
     *html << "</p>";
-    if (journal.width > 0)
-        html->format("<p>Panorama of %d × %d from %d of the pictures</p>", journal.width, journal.height,
-                     journal.pictures_used);
+    if (journal.width > 0 && journal.failure.empty())
+        html->format("<p>Panorama of %d × %d from %d of the pictures, %s quality</p>", journal.width,
+                     journal.height, journal.pictures_used, quality_name(journal.quality));
     if (!journal.output.empty())
         *html << "<p>Written to " << html_escaped(journal.output) << "</p>";
     *html << "<p class=\"faint\">" << html_escaped(page.library) << "</p></header>\n";
@@ -73,10 +71,13 @@ std::string _path(const std::vector<ozr_point>& points)
     return data;
 }
 
-void _add_seam(const OverlapView& overlap, Html* html)
+std::string _outline(const std::vector<Spot>& spots)
 {
-    const std::string data = _path(overlap.seam);
-    *html << "<path class=\"seam under\" d=\"" << data << "\"/><path class=\"seam\" d=\"" << data << "\"/>";
+    std::string data;
+    for (const Spot& spot : spots)
+        data += (data.empty() ? "M" : "L") + std::to_string(lround(spot.x)) + " " +
+                std::to_string(lround(spot.y));
+    return data + "Z";
 }
 
 void _add_borders(const ReportPage& page, Html* html)
@@ -85,9 +86,14 @@ void _add_borders(const ReportPage& page, Html* html)
         const Placement& picture = page.layout.pictures[i];
         if (!picture.is_used)
             continue;
+        if (!picture.outline.empty()) {
+            *html << "<path class=\"border\" stroke=\"" << picture_colour(i) << "\" d=\""
+                  << _outline(picture.outline) << "\"/>";
+            continue;
+        }
         html->format("<rect class=\"border\" x=\"%d\" y=\"%d\" width=\"%d\" height=\"%d\" stroke=\"%s\"/>",
                      picture.box.left, picture.box.top, picture.box.right - picture.box.left,
-                     picture.box.bottom - picture.box.top, _colour(i).c_str());
+                     picture.box.bottom - picture.box.top, picture_colour(i).c_str());
     }
 }
 
@@ -96,8 +102,7 @@ void _add_borders(const ReportPage& page, Html* html)
 void _add_numbers(const ReportPage& page, Html* html)
 {
     const Journal& journal = page.journal;
-    const bool vertical =
-        journal.direction == ozr_panorama_direction_down || journal.direction == ozr_panorama_direction_up;
+    const bool vertical = page.layout.is_vertical;
     for (size_t i = 0; i < page.layout.pictures.size(); ++i) {
         const Placement& picture = page.layout.pictures[i];
         if (!picture.is_used)
@@ -105,8 +110,8 @@ void _add_numbers(const ReportPage& page, Html* html)
         const double middle = vertical ? (picture.box.top + picture.box.bottom) / 2.0 / journal.height
                                        : (picture.box.left + picture.box.right) / 2.0 / journal.width;
         html->format("<span class=\"chip\" style=\"%s:%.2f%%;%s:1rem;background:%s\">%zu</span>",
-                     vertical ? "top" : "left", middle * 100, vertical ? "left" : "top", _colour(i).c_str(),
-                     i);
+                     vertical ? "top" : "left", middle * 100, vertical ? "left" : "top",
+                     picture_colour(i).c_str(), i);
     }
 }
 
@@ -132,7 +137,7 @@ void _add_panorama(const ReportPage& page, Html* html)
     *html << jpeg_uri(shrink(panorama, kPanoramaExtent), kPanoramaQuality) << "\"/>";
     _add_borders(page, html);
     for (const OverlapView& overlap : page.layout.overlaps)
-        _add_seam(overlap, html);
+        add_seam(overlap, html);
     *html << "</svg>";
     _add_numbers(page, html);
     *html << "</div></div><p class=\"faint\">Yellow lines are the seams at which the panorama switches from "
@@ -171,7 +176,7 @@ void _add_card(const ReportPage& page, size_t i, Html* html)
     *html << (left_out ? "<article class=\"card unused\">" : "<article class=\"card\">");
     if (picture.thumbnail.width > 0)
         *html << "<img alt=\"\" src=\"" << jpeg_uri(picture.thumbnail, kSmallQuality) << "\">";
-    *html << "<div><h3><span class=\"key\" style=\"background:" << _colour(i) << "\"></span> Picture "
+    *html << "<div><h3><span class=\"key\" style=\"background:" << picture_colour(i) << "\"></span> Picture "
           << std::to_string(i) << "</h3><p class=\"faint\">" << html_escaped(picture.source)
           << (left_out ? " — left out of the panorama" : "") << "</p><dl>";
     if (picture.has_offset)
@@ -182,7 +187,7 @@ void _add_card(const ReportPage& page, size_t i, Html* html)
         _add_fact("offset", _pair(placement.step.x, placement.step.y, "%+.0f %+.0f"), html);
         _add_fact("overlap", _pair(placement.overlap * 100, 0, "%.1f %%"), html);
         _add_fact("score", _score_text(placement), html);
-    } else if (i == 0) {
+    } else if (i == 0 && page.journal.quality == ozr_panorama_quality_classic) {
         _add_fact("offset", "first picture", html);
     }
     *html << "</dl></div></article>";
@@ -193,36 +198,16 @@ void _add_pictures(const ReportPage& page, Html* html)
     *html << "<section><h2>Pictures</h2><div class=\"cards\">";
     for (size_t i = 0; i < page.journal.pictures.size(); ++i)
         _add_card(page, i, html);
-    *html << "</div><p class=\"faint\">Offset: where the alignment placed the picture against the one "
-             "before, in pixels of the panorama. Announced: the motion measured by the previews, in pixels "
-             "of the preview; truth: that of the simulated camera. Overlap: share of the picture before, "
-             "along the sweep. Score: the square of the correlation in the overlap; 1 means "
-             "equal.</p></section>\n";
-}
-
-void _add_overlap(const OverlapView& overlap, Html* html)
-{
-    const int32_t width = overlap.box.right - overlap.box.left, height = overlap.box.bottom - overlap.box.top;
-    html->format("<figure class=\"overlap\" style=\"width:%dpx\"><svg viewBox=\"%d %d %d %d\" role=\"img\" "
-                 "aria-label=\"Difference\"><image x=\"%d\" y=\"%d\" width=\"%d\" height=\"%d\" href=\"",
-                 std::clamp(kStripHeight * width / height, 60, 320), overlap.box.left, overlap.box.top, width,
-                 height, overlap.box.left, overlap.box.top, width, height);
-    *html << jpeg_uri(overlap.difference, kSmallQuality) << "\"/>";
-    _add_seam(overlap, html);
-    html->format("</svg><figcaption>%zu and %zu: difference %.1f</figcaption></figure>", overlap.first,
-                 overlap.second, overlap.mean_difference);
-}
-
-void _add_overlaps(const ReportPage& page, Html* html)
-{
-    if (page.layout.overlaps.empty())
-        return;
-    *html << "<section><h2>Overlaps</h2><div class=\"strip\" id=\"overlaps\">";
-    for (const OverlapView& overlap : page.layout.overlaps)
-        _add_overlap(overlap, html);
-    *html << "</div><p class=\"faint\">Where two pictures lie on each other, the brighter the more they "
-             "differ (four times as bright as they do, of 255 levels); the seam avoids what is "
-             "bright.</p></section>\n";
+    *html << "</div><p class=\"faint\">";
+    if (!page.journal.previews.empty())
+        *html
+            << "Announced: the motion measured by the previews, in pixels of the preview; truth: that of the "
+               "simulated camera. ";
+    if (page.journal.quality == ozr_panorama_quality_classic)
+        *html << "Offset: where the alignment placed the picture against the one before, in pixels of the "
+                 "panorama. Overlap: share of the picture before, along the sweep. Score: the square of the "
+                 "correlation in the overlap; 1 means equal.";
+    *html << "</p></section>\n";
 }
 
 void _add_times(const Journal& journal, Html* html)
@@ -255,14 +240,27 @@ void _add_log(const KeptLog& log, Html* html)
 
 }  // namespace
 
+std::string picture_colour(size_t picture)
+{
+    return "hsl(" + std::to_string(picture * kHueStep % 360) + " 75% 42%)";
+}
+
+void add_seam(const OverlapView& overlap, Html* html)
+{
+    const std::string data = _path(overlap.seam);
+    *html << "<path class=\"seam under\" d=\"" << data << "\"/><path class=\"seam\" d=\"" << data << "\"/>";
+}
+
 void write_report_page(const std::string& path, const ReportPage& page)
 {
     Html html;
     _add_head(page, &html);
     _add_title(page, &html);
     _add_panorama(page, &html);
+    add_qualities_section(page, &html);
     _add_pictures(page, &html);
-    _add_overlaps(page, &html);
+    add_joints_section(page.journal, page.layout, &html);
+    add_cameras_section(page.journal, page.layout, &html);
     add_motion_section(page.journal, &html);
     _add_times(page.journal, &html);
     _add_log(page.log, &html);

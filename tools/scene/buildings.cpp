@@ -17,10 +17,10 @@ constexpr const char* kShopNames[] = {"BAKERY", "BOOKS",   "CINEMA",  "TEA ROOM"
                                       "RADIO",  "FLOWERS", "CAFE 21", "MUSEUM"};
 constexpr Rgb kStone = {214, 206, 190}, kIron = {48, 52, 60};
 
-template <class T, uint32_t N>
-const T& _pick(const T (&table)[N], Dice& dice)
+template <class T, uint32_t kCount>
+const T& _pick(const T (&table)[kCount], Dice& dice)
 {
-    return table[dice.below(N)];
+    return table[dice.below(kCount)];
 }
 
 // Calls paint(cell) for equal cells of about the wished size that fill a box.

@@ -3,6 +3,7 @@
 #define CAMERA_H
 
 #include "scene/texture.h"
+#include "scene/walkers.h"
 
 #include <ozr_image.h>
 
@@ -21,6 +22,17 @@ struct Lens {
     int32_t width, height;  // pixels, both even
     double focal;           // focal length in pixels
     bool vertical;          // the camera sweeps up or down
+
+    // A place at r focal lengths from the middle is seen r (1 + radial r^2) off the axis.
+    double radial = 0;
+    double vignetting = 0;  // share of the light that the corners lose
+};
+
+// What happens while a picture is taken.
+struct Instant {
+    double sweep = 0;                              // radians of pan while the rows are read, first to last
+    double brightness = 1;                         // of the exposure
+    const std::vector<Walker>* walkers = nullptr;  // who is before the camera, or nobody
 };
 
 // The focal length for which the library's projection is made, in pixels.
@@ -44,13 +56,20 @@ public:
 
     // Takes a picture. What lies beyond the scene's edges shows the edge.
     // `pose`: along = 0 looks at the beginning of the scene.
+    // With a rolling shutter the pose is that of the middle row.
     // `picture`: in/out: an NV12 image of the lens' size.
-    void photograph(const Lens& lens, const Pose& pose, ozr_image* picture) const;
+    void photograph(const Lens& lens, const Pose& pose, ozr_image* picture,
+                    const Instant& instant = Instant()) const;
+
+    // What the scene shows, in units.
+    const Box& bounds() const { return bounds_; }
 
 private:
     Texture texture_;
     double scale_;
     double middle_;  // pixels of the canvas from its edge to the camera's height
+    Box bounds_;     // of the canvas
+    double units_;   // pixels of the canvas to a unit
 };
 
 }  // namespace ozr_pano

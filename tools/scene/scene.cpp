@@ -12,7 +12,7 @@ namespace
 {
 
 // The city, in units below the line of sight.
-constexpr double kCityGround = 214, kCityHorizon = 150, kPeaks = -270, kRoofLimit = -230;
+constexpr double kCityHorizon = 150, kPeaks = -270, kRoofLimit = -230;
 
 // The tower: units of open sky above the roof, and its shape.
 constexpr double kTowerSky = 560;
@@ -80,15 +80,15 @@ Canvas paint_city(double along, double across, double scale, uint32_t seed)
     const Box all = {0, -across / 2, along, across / 2};
     Canvas canvas(all, scale);
     Dice dice(seed);
-    paint_sky(canvas, {0, all.top, along, kCityGround}, kCityHorizon, dice.roll());
+    paint_sky(canvas, {0, all.top, along, kCityStreet}, kCityHorizon, dice.roll());
     paint_sun(canvas, along * 0.62, -230);
-    paint_mountains(canvas, {0, kPeaks, along, kCityGround}, dice.roll());
-    paint_far_buildings(canvas, {0, -40, along, kCityGround}, dice);
-    _paint_houses(canvas, -40, along, kRoofLimit, kCityGround, dice);
-    paint_street(canvas, {0, kCityGround, along, std::max(all.bottom, kCityGround)}, dice);
+    paint_mountains(canvas, {0, kPeaks, along, kCityStreet}, dice.roll());
+    paint_far_buildings(canvas, {0, -40, along, kCityStreet}, dice);
+    _paint_houses(canvas, -40, along, kRoofLimit, kCityStreet, dice);
+    paint_street(canvas, {0, kCityStreet, along, std::max(all.bottom, kCityStreet)}, dice);
     scatter(dice, 0, along, 110, 300, [&](double x) {
-        paint_tree(canvas, x, kCityGround + 12, dice.between(120, 190), dice);
-        paint_lamp(canvas, x + 60, kCityGround + 20, 130);
+        paint_tree(canvas, x, kCityStreet + 12, dice.between(120, 190), dice);
+        paint_lamp(canvas, x + 60, kCityStreet + 20, 130);
     });
     return canvas;
 }

@@ -11,6 +11,9 @@ namespace ozr_pano
 // units.
 constexpr double kSceneUnitsPerRadian = 1380.0;
 
+// Of the city's street, in units below the line of sight.
+constexpr double kCityStreet = 214;
+
 // Paints a city along a street, for a camera that pans sideways.
 // `along`: units from the left end, x = 0, to the right one.
 // `across`: units from top to bottom; the camera looks at y = 0, the middle.

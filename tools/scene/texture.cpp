@@ -20,6 +20,24 @@ uint8_t _luma(Rgb c)
     return static_cast<uint8_t>((66 * c.r + 129 * c.g + 25 * c.b + 128 + (16 << 8)) >> 8);
 }
 
+// The chroma of a block, U or V by its coefficients. Q8 coefficients times a sum of four: 10 bits to
+// shift out; 128.5 in Q10 is the neutral value, rounded.
+uint8_t _chroma(const RgbSum& sum, int32_t r, int32_t g, int32_t b)
+{
+    constexpr int32_t kNeutral = (128 << 10) + 512;
+    return static_cast<uint8_t>((r * sum.r + g * sum.g + b * sum.b + kNeutral) >> 10);
+}
+
+uint8_t _u(const RgbSum& sum)
+{
+    return _chroma(sum, -38, -74, 112);
+}
+
+uint8_t _v(const RgbSum& sum)
+{
+    return _chroma(sum, 112, -94, -18);
+}
+
 TextureLevel _from_canvas(const Canvas& canvas)
 {
     TextureLevel level = {canvas.width() & ~1, canvas.height() & ~1, {}, {}};
@@ -37,13 +55,8 @@ TextureLevel _from_canvas(const Canvas& canvas)
             const RgbSum sum = {top[x].r + top[x + 1].r + bottom[x].r + bottom[x + 1].r,
                                 top[x].g + top[x + 1].g + bottom[x].g + bottom[x + 1].g,
                                 top[x].b + top[x + 1].b + bottom[x].b + bottom[x + 1].b};
-            // Q8 coefficients times a sum of four: 10 bits to shift out; 128.5 in Q10 is the
-            // neutral value, rounded.
-            constexpr int32_t kNeutral = (128 << 10) + 512;
-            level.chroma.push_back(
-                static_cast<uint8_t>((-38 * sum.r - 74 * sum.g + 112 * sum.b + kNeutral) >> 10));
-            level.chroma.push_back(
-                static_cast<uint8_t>((112 * sum.r - 94 * sum.g - 18 * sum.b + kNeutral) >> 10));
+            level.chroma.push_back(_u(sum));
+            level.chroma.push_back(_v(sum));
         }
     }
     return level;
@@ -70,6 +83,12 @@ std::vector<uint8_t> _halve(const std::vector<uint8_t>& plane, int32_t width, in
 }
 
 }  // namespace
+
+Yuv yuv_of(Rgb colour)
+{
+    const RgbSum four = {4 * colour.r, 4 * colour.g, 4 * colour.b};
+    return {_luma(colour), _u(four), _v(four)};
+}
 
 Texture::Texture(const Canvas& canvas)
 {

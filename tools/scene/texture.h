@@ -13,6 +13,12 @@ struct TextureLevel {
     std::vector<uint8_t> luma, chroma;
 };
 
+// A colour as pictures hold it.
+struct Yuv {
+    uint8_t y, u, v;
+};
+Yuv yuv_of(Rgb colour);
+
 // The painted scene, and the same at a half, a quarter ... of the resolution, for cameras with
 // fewer pixels.
 class Texture

@@ -1,8 +1,9 @@
-// Reads the layout through the library's window. In the core every sweep runs along x: pictures of
-// vertical sweeps were turned clockwise. Here everything is turned back.
+// Reads the layout of a classic sweep through the library's window.
 #include "sweep/layout_reader.h"
 
 #include "media/thumbnail.h"
+#include "sweep/refined_reader.h"
+#include "sweep/turn.h"
 
 #include "session/window.h"
 
@@ -18,46 +19,6 @@ namespace
 using ozr::session::PanoramaRecord;
 using ozr::session::PictureRecord;
 using ozr::session::SeamRecord;
-
-constexpr int32_t kGain = 4;          // differences are shown brighter than they are
-constexpr int32_t kViewExtent = 480;  // longer side of a difference picture
-
-// From the canvas to the panorama.
-class Turn
-{
-public:
-    Turn(bool vertical, const ozr_image& panorama) : vertical_(vertical), extent_(panorama.height) {}
-
-    ozr_point step(int32_t x, int32_t y) const { return vertical_ ? ozr_point{y, -x} : ozr_point{x, y}; }
-
-    ozr_point point(int32_t x, int32_t y) const
-    {
-        return vertical_ ? ozr_point{y, extent_ - x} : ozr_point{x, y};
-    }
-
-    ozr_rect box(int32_t x, int32_t y, int32_t width, int32_t height) const
-    {
-        if (!vertical_)
-            return {x, y, x + width, y + height};
-        return {y, extent_ - x - width, y + height, extent_ - x};
-    }
-
-    // A picture for as many pixels of the canvas.
-    Picture picture(int32_t width, int32_t height) const
-    {
-        return vertical_ ? Picture(height, width) : Picture(width, height);
-    }
-
-    // Its pixel that shows (x, y) of `width` columns.
-    uint8_t* pixel(Picture* picture, int32_t x, int32_t y, int32_t width) const
-    {
-        return vertical_ ? picture->row(width - 1 - x) + 4 * y : picture->row(y) + 4 * x;
-    }
-
-private:
-    bool vertical_;
-    int32_t extent_;  // of the panorama along a vertical sweep
-};
 
 // What the picture is to the one before.
 Placement _step(const PictureRecord& picture, const Turn& turn)
@@ -91,12 +52,12 @@ void _set_difference(const SeamRecord& seam, const Turn& turn, OverlapView* view
             const int32_t grey = std::abs(left[x] - right[x]);
             sum += grey;
             uint8_t* pixel = turn.pixel(&difference, x, y, width);
-            std::fill_n(pixel, 3, static_cast<uint8_t>(std::min(grey * kGain, 255)));
+            std::fill_n(pixel, 3, static_cast<uint8_t>(std::min(grey * kDifferenceGain, 255)));
             pixel[3] = 255;
         }
     }
     view->mean_difference = static_cast<double>(sum) / (static_cast<double>(width) * height);
-    view->difference = shrink(difference, kViewExtent);
+    view->difference = shrink(difference, kDifferenceExtent);
 }
 
 OverlapView _overlap(const SeamRecord& seam, const Turn& turn)
@@ -125,20 +86,14 @@ Layout _single(const ozr_image& panorama)
     return layout;
 }
 
-}  // namespace
-
-int count_used(const ozr_panorama& session)
-{
-    return ozr::session::pictures_used(&session);
-}
-
-Layout read_layout(const ozr_panorama& session, const ozr_image& panorama)
+Layout _classic(const ozr_panorama& session, const ozr_image& panorama)
 {
     const PanoramaRecord record = ozr::session::look(&session);
     if (record.count == 1)
         return _single(panorama);
-    const Turn turn(record.is_vertical, panorama);
+    const Turn turn(record.is_vertical, panorama.height);
     Layout layout;
+    layout.is_vertical = record.is_vertical;
     for (int32_t i = 0; i < record.count; ++i)
         layout.pictures.push_back(_step(record.pictures[i], turn));
     if (panorama.data == nullptr)
@@ -148,6 +103,19 @@ Layout read_layout(const ozr_panorama& session, const ozr_image& panorama)
     for (int32_t i = 0; i < record.seam_count; ++i)
         layout.overlaps.push_back(_overlap(record.seams[i], turn));
     return layout;
+}
+
+}  // namespace
+
+int count_used(const ozr_panorama& session)
+{
+    return ozr::session::pictures_used(&session);
+}
+
+Layout read_layout(const ozr_panorama& session, const ozr_image& panorama,
+                   const std::vector<ozr_panorama_joint>& joints)
+{
+    return has_refined(session) ? read_refined(session, panorama, joints) : _classic(session, panorama);
 }
 
 }  // namespace ozr_pano

@@ -10,12 +10,14 @@
 namespace ozr_pano
 {
 
-// How many pictures the panorama of the session shows.
+// How many pictures the panorama of a classic session shows.
 int count_used(const ozr_panorama& session);
 
 // The layout of the session's sweep, and of its panorama.
 // `panorama`: as the session returned it; with no pixels the boxes and seams are missing.
-Layout read_layout(const ozr_panorama& session, const ozr_image& panorama);
+// `joints`: of the panorama, as the session tells them.
+Layout read_layout(const ozr_panorama& session, const ozr_image& panorama,
+                   const std::vector<ozr_panorama_joint>& joints);
 
 }  // namespace ozr_pano
 

@@ -9,6 +9,10 @@
 #include "report/library_log.h"
 #include "report/page.h"
 #include "sweep/layout_reader.h"
+#include "sweep/metadata.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace ozr_pano
 {
@@ -22,6 +26,24 @@ constexpr int32_t kThumbnailExtent = 320;  // pixels of the longer side
 Picture _shown(const ozr_image& image)
 {
     return image.width > 1 && image.height > 1 ? convert_to_picture(image) : Picture();
+}
+
+// Where the pictures went, by the joints that are trusted; `asked` where there is none.
+ozr_panorama_direction _direction_of(const std::vector<ozr_panorama_joint>& joints,
+                                     ozr_panorama_direction asked)
+{
+    float x = 0, y = 0;
+    for (const ozr_panorama_joint& joint : joints) {
+        if (joint.used == 0 || joint.confidence < kTrustedJoint)
+            continue;
+        x += joint.offset_x;
+        y += joint.offset_y;
+    }
+    if (std::max(std::abs(x), std::abs(y)) < 1)
+        return asked;
+    if (std::abs(x) >= std::abs(y))
+        return x > 0 ? ozr_panorama_direction_right : ozr_panorama_direction_left;
+    return y > 0 ? ozr_panorama_direction_down : ozr_panorama_direction_up;
 }
 
 }  // namespace
@@ -64,6 +86,19 @@ ozr_err Session::set_parameters(const ozr_panorama_parameters& parameters)
     end(call);
     journal_->overlap = parameters.overlapping_ratio;
     journal_->direction = parameters.direction;
+    return call.result;
+}
+
+ozr_err Session::set_quality(ozr_panorama_quality quality)
+{
+    RecordedCall call;
+    call.kind = CallKind::set_quality;
+    call.quality = quality;
+    begin(call);
+    call.result = ozr_panorama_set_quality(handle_.get(), quality);
+    end(call);
+    if (call.result == ozr_success)
+        journal_->quality = quality;
     return call.result;
 }
 
@@ -119,6 +154,7 @@ ozr_err Session::reset()
     end(call);
     journal_->pictures.clear();
     journal_->previews.clear();
+    journal_->quality = ozr_panorama_quality_classic;
     return call.result;
 }
 
@@ -132,36 +168,60 @@ ozr_err Session::run(ozr_image* panorama)
         call.result = ozr_panorama_run(handle_.get(), panorama);
     }
     end(call, call.result == ozr_success ? panorama : nullptr);
-    if (call.result == ozr_success) {
-        journal_->pictures_used = count_used(*handle_);
-        journal_->width = panorama->width;
-        journal_->height = panorama->height;
-    }
+    if (call.result == ozr_success)
+        note_result(*panorama);
     return call.result;
 }
 
-void Session::publish(const ozr_image& panorama)
+void Session::note_result(const ozr_image& panorama)
+{
+    journal_->width = panorama.width;
+    journal_->height = panorama.height;
+    journal_->joints.clear();
+    journal_->cameras.clear();
+    ozr_panorama_joint joint;
+    for (int32_t i = 0; ozr_panorama_get_joint(handle_.get(), i, &joint) == ozr_success; ++i)
+        journal_->joints.push_back(joint);
+    if (journal_->quality == ozr_panorama_quality_classic) {
+        journal_->pictures_used = count_used(*handle_);
+        return;
+    }
+    ozr_panorama_camera camera;
+    for (int32_t i = 0; ozr_panorama_get_camera(handle_.get(), i, &camera) == ozr_success; ++i)
+        journal_->cameras.push_back(camera);
+    journal_->pictures_used =
+        static_cast<int>(std::count_if(journal_->cameras.begin(), journal_->cameras.end(),
+                                       [](const ozr_panorama_camera& each) { return each.used != 0; }));
+    journal_->direction = _direction_of(journal_->joints, journal_->direction);
+}
+
+void Session::publish(const ozr_image& panorama, const Counterpart* counterpart)
 {
     if (!options_.output.empty()) {
         const Journal::Lap lap = journal_->time("write");
-        write_picture(options_.output, convert_to_picture(panorama), options_.quality);
+        const Metadata metadata = options_.metadata ? panorama_metadata(*journal_, *handle_) : Metadata();
+        write_picture(options_.output, convert_to_picture(panorama), options_.jpeg_quality, metadata);
     }
     journal_->output = options_.output;
-    write_page(panorama);
+    write_page(panorama, counterpart);
 }
 
 void Session::publish_failure(const std::string& reason)
 {
     journal_->failure = reason;
-    write_page(ozr_image());
+    write_page(ozr_image(), nullptr);
 }
 
-void Session::write_page(const ozr_image& panorama)
+void Session::write_page(const ozr_image& panorama, const Counterpart* counterpart)
 {
     if (!wants_page())
         return;
-    const ReportPage page = {*journal_, read_layout(*handle_, panorama), _shown(panorama), kept_log(),
-                             limits().description};
+    const ReportPage page = {*journal_,
+                             read_layout(*handle_, panorama, journal_->joints),
+                             _shown(panorama),
+                             kept_log(),
+                             limits().description,
+                             counterpart};
     write_report_page(options_.report, page);
     journal_->report = options_.report;
 }

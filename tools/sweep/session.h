@@ -15,9 +15,10 @@ namespace ozr_pano
 // What every command that drives a session takes.
 struct CommonOptions {
     std::string output;
-    std::string report;  // file of the report page, empty for none
-    std::string record;  // folder of the recording, empty for none
-    int quality = 90;    // of JPEG, 1 to 100
+    std::string report;     // file of the report page, empty for none
+    std::string record;     // folder of the recording, empty for none
+    int jpeg_quality = 90;  // 1 to 100
+    bool metadata = true;   // in a JPEG
     bool verbose = false;
     bool json = false;
 };
@@ -35,6 +36,7 @@ public:
     const ozr_panorama& limits() const { return *handle_; }
 
     ozr_err set_parameters(const ozr_panorama_parameters& parameters);
+    ozr_err set_quality(ozr_panorama_quality quality);
     ozr_err detect_frame_to_stitch(const ozr_image& preview, ozr_point* offset,
                                    ozr_panorama_direction* direction);
     // `entry`: for the journal; its offset is passed on, where it has one.
@@ -42,9 +44,9 @@ public:
     ozr_err reset();
     ozr_err run(ozr_image* panorama);
 
-    // Writes the panorama's file, if one is wanted, and the report page likewise. Throws
-    // ProgramError.
-    void publish(const ozr_image& panorama);
+    // Writes the panorama's file, if one is wanted, and the report page likewise.
+    // `counterpart`: for the page; may be null. Throws ProgramError.
+    void publish(const ozr_image& panorama, const Counterpart* counterpart = nullptr);
 
     // Writes the page of a sweep that has no panorama, if one is wanted.
     void publish_failure(const std::string& reason);
@@ -57,7 +59,8 @@ private:
     bool wants_page() const { return !options_.report.empty(); }
     void begin(RecordedCall call, const ozr_image* image = nullptr);
     void end(const RecordedCall& answer, const ozr_image* panorama = nullptr);
-    void write_page(const ozr_image& panorama);
+    void note_result(const ozr_image& panorama);
+    void write_page(const ozr_image& panorama, const Counterpart* counterpart);
 
     const CommonOptions& options_;
     Journal* journal_;

@@ -31,7 +31,7 @@ class Sweep {
     this.recorder = settings.record
       ? new Recorder(this.abilities.library, (file) => post({ recorded: file }, []))
       : null;
-    this.recorder?.parameters(overlap, direction);
+    this.recorder?.parameters(overlap, direction, quality);
   }
 
   preview(parcel: Parcel): PreviewResult {

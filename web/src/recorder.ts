@@ -1,6 +1,6 @@
 // Writes the calls of a session as a recording; docs/recording.md has the format.
 import type { Geometry } from './session.js';
-import type { Direction, Offset, RecordedFile } from './types.js';
+import type { Direction, Offset, Quality, RecordedFile } from './types.js';
 
 const kTable = new Uint32Array(256).map((_, byte) => {
   let value = byte;
@@ -26,12 +26,15 @@ export class Recorder {
     library: string,
     private readonly emit: (file: RecordedFile) => void,
   ) {
-    this.line('ozr-pano recording 1');
+    this.line('ozr-pano recording 2');
     this.line(`library ${library}`);
   }
 
-  parameters(overlap: number, direction: Direction): void {
+  parameters(overlap: number, direction: Direction, quality: Quality): void {
     this.line(`set_parameters overlap=${overlap} direction=${direction}`);
+    this.line('returned 0');
+    if (quality === 'classic') return; // what a session begins with
+    this.line(`set_quality quality=${quality}`);
     this.line('returned 0');
   }
 

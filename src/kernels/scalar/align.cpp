@@ -8,26 +8,29 @@ namespace ozr::kernels::scalar
 namespace
 {
 
-// Adds the shifted sums of one half row to the totals.
-void _correlate_run(CorrelationSums* totals, const AreaPair& areas, const uint8_t* row_a,
-                    const uint8_t* row_b, int32_t count, int32_t shift)
+// The sums of one half row.
+CorrelationSums _correlate_run(const AreaPair& areas, const uint8_t* row_a, const uint8_t* row_b,
+                               int32_t count)
 {
-    int32_t aa = 0;
-    int32_t bb = 0;
-    int32_t ab = 0;
+    CorrelationSums sums = {};
     for (int32_t x = 0; x < count; ++x) {
         const int32_t a = row_a[x] - areas.a_mean;
         const int32_t b = row_b[x] - areas.b_mean;
-        aa += a * a;
-        bb += b * b;
-        ab += a * b;
+        sums.aa += a * a;
+        sums.bb += b * b;
+        sums.ab += a * b;
     }
+    return sums;
+}
+
+void _add_shifted(CorrelationSums* totals, const CorrelationSums& run, int32_t shift)
+{
     const auto add = [](int32_t* total, int32_t part) {
         *total = static_cast<int32_t>(static_cast<uint32_t>(*total) + static_cast<uint32_t>(part));
     };
-    add(&totals->aa, aa >> shift);
-    add(&totals->bb, bb >> shift);
-    add(&totals->ab, ab >> shift);
+    add(&totals->aa, run.aa >> shift);
+    add(&totals->bb, run.bb >> shift);
+    add(&totals->ab, run.ab >> shift);
 }
 
 }  // namespace
@@ -48,8 +51,8 @@ CorrelationSums correlate_areas(const AreaPair& areas, int32_t shift)
     for (int32_t y = 0; y < areas.rows; ++y) {
         const uint8_t* row_a = areas.a + static_cast<ptrdiff_t>(y) * areas.a_stride;
         const uint8_t* row_b = areas.b + static_cast<ptrdiff_t>(y) * areas.b_stride;
-        _correlate_run(&totals, areas, row_a, row_b, half, shift);
-        _correlate_run(&totals, areas, row_a + half, row_b + half, areas.columns - half, shift);
+        _add_shifted(&totals, _correlate_run(areas, row_a, row_b, half), shift);
+        _add_shifted(&totals, _correlate_run(areas, row_a + half, row_b + half, areas.columns - half), shift);
     }
     return totals;
 }

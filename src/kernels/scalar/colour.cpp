@@ -26,26 +26,26 @@ void _write_rgba(uint8_t* dst, int32_t y, int32_t u, int32_t v)
     dst[3] = 255;
 }
 
-// Luma bytes stand kLumaPitch apart, the U and the V bytes kChromaPitch apart.
-template <int32_t kLumaPitch, int32_t kChromaPitch>
+// Luma bytes are kLumaStep bytes apart, the U and the V bytes kChromaStep.
+template <int32_t kLumaStep, int32_t kChromaStep>
 void _to_rgba_row(uint8_t* dst, const uint8_t* luma, const uint8_t* u, const uint8_t* v, int32_t pairs)
 {
     for (int32_t p = 0; p < pairs; ++p) {
-        const int32_t pair_u = u[kChromaPitch * p];
-        const int32_t pair_v = v[kChromaPitch * p];
-        _write_rgba(dst, luma[2 * kLumaPitch * p], pair_u, pair_v);
-        _write_rgba(dst + kRgbaBytes, luma[2 * kLumaPitch * p + kLumaPitch], pair_u, pair_v);
+        const int32_t pair_u = u[kChromaStep * p];
+        const int32_t pair_v = v[kChromaStep * p];
+        _write_rgba(dst, luma[2 * kLumaStep * p], pair_u, pair_v);
+        _write_rgba(dst + kRgbaBytes, luma[2 * kLumaStep * p + kLumaStep], pair_u, pair_v);
         dst += 2 * kRgbaBytes;
     }
 }
 
-// Kept: green weighs 128 where the usual integer form has 129, so white is 234.
+// Kept: green has the weight 128 where the usual integer form has 129, so white becomes 234, not 235.
 uint8_t _luma(const uint8_t* rgba)
 {
     return static_cast<uint8_t>(((66 * rgba[0] + 128 * rgba[1] + 25 * rgba[2] + 128) >> 8) + 16);
 }
 
-// 32896 is 128.5 in Q8: the middle of the range and the rounding.
+// 32896 is 128.5 in Q8: the middle of the range, and half a level for rounding.
 uint8_t _u(const uint8_t* rgba)
 {
     return static_cast<uint8_t>((-38 * rgba[0] - 74 * rgba[1] + 112 * rgba[2] + 32896) >> 8);
@@ -56,12 +56,12 @@ uint8_t _v(const uint8_t* rgba)
     return static_cast<uint8_t>((112 * rgba[0] - 94 * rgba[1] - 18 * rgba[2] + 32896) >> 8);
 }
 
-template <int32_t kChromaPitch>
+template <int32_t kChromaStep>
 void _to_chroma_rows(uint8_t* u, uint8_t* v, const uint8_t* src, int32_t pairs)
 {
     for (int32_t p = 0; p < pairs; ++p) {
-        u[kChromaPitch * p] = _u(src);
-        v[kChromaPitch * p] = _v(src);
+        u[kChromaStep * p] = _u(src);
+        v[kChromaStep * p] = _v(src);
         src += 2 * kRgbaBytes;
     }
 }

@@ -1,7 +1,8 @@
+#include "kernels/project.h"
+
 #include <stddef.h>
 #include <string.h>
 
-#include "kernels/project.h"
 #include "kernels/projection_block.h"
 
 namespace ozr::kernels::scalar
@@ -10,40 +11,61 @@ namespace ozr::kernels::scalar
 namespace
 {
 
-uint8_t _project_pixel(const uint8_t* src, ptrdiff_t patch, ptrdiff_t stride, const uint16_t* weights)
+// Bytes of one source row under the column weights of a pixel. `columns` are those of its first two columns.
+uint32_t _weighed(const uint8_t* src, ptrdiff_t at, const uint8_t* columns)
+{
+    uint32_t sum = 0;
+    for (int32_t j = 0; j < kPatch; ++j) {
+        const uint32_t weight = columns[j % 2 + 2 * kBlock * (j / 2)];
+        if (weight != 0)
+            sum += src[at + j] * weight;
+    }
+    return sum;
+}
+
+// Of the four rows of a patch, the weights of two at most are not 0.
+uint8_t _project_pixel(const uint8_t* src, ptrdiff_t patch, ptrdiff_t stride, const uint8_t* columns,
+                       int32_t behind)
 {
     uint32_t sum = 128;
-    for (int32_t i = 0; i < kPatch; ++i) {
-        for (int32_t j = 0; j < kPatch; ++j) {
-            const uint32_t weight = weights[(kPatch * i + j) * kBlock];
-            if (weight != 0)
-                sum += src[patch + i * stride + j] * weight;
-        }
-    }
+    if (behind > kPatchReach)
+        return static_cast<uint8_t>(sum >> 8);
+    const ptrdiff_t upper = patch + (behind >> kFracBits) * stride;
+    const uint32_t fraction = static_cast<uint32_t>(behind) % kPixel;
+    sum += _weighed(src, upper, columns) * (kPixel - fraction);
+    if (fraction != 0)
+        sum += _weighed(src, upper + stride, columns) * fraction;
     return static_cast<uint8_t>(sum >> 8);
 }
 
 }  // namespace
 
-void project_luma_block(uint8_t* dst, const uint8_t* src, int32_t stride, const ProjectionRow& row,
-                        int32_t block)
-{
-    const uint16_t* weights = row.weights + ptrdiff_t{kBlockWeights} * block;
-    for (int32_t k = 0; k < kBlock; ++k)
-        dst[k] = _project_pixel(src, ptrdiff_t{row.offsets[block]} + k, stride, weights + k);
-}
-
 void project_luma_row(uint8_t* dst, const uint8_t* src, int64_t, int32_t stride, const ProjectionRow& row,
                       int32_t blocks)
 {
-    for (int32_t b = 0; b < blocks; ++b)
-        project_luma_block(dst + ptrdiff_t{kBlock} * b, src, stride, row, b);
+    for (int32_t b = 0; b < blocks; ++b) {
+        const uint8_t* columns = row.columns + ptrdiff_t{kColumnWeights} * b;
+        const ptrdiff_t first = ptrdiff_t{kBlock} * b;
+        for (int32_t k = 0; k < kBlock; ++k)
+            dst[first + k] = _project_pixel(src, ptrdiff_t{row.offsets[b]} + k, stride,
+                                            columns + ptrdiff_t{2} * k, row.rows[first + k]);
+    }
 }
 
-void project_chroma_row(uint8_t* dst, const uint8_t* src, const int32_t* map, int32_t pairs)
+void project_chroma_block(uint8_t* dst, const uint8_t* src, const ProjectionChromaRow& row, int32_t block)
 {
-    for (int32_t p = 0; p < pairs; ++p)
-        memcpy(dst + ptrdiff_t{2} * p, src + ptrdiff_t{2} * map[p], 2);
+    const uint8_t* order = row.order + ptrdiff_t{kBlock} * block;
+    const int32_t* map = row.map + ptrdiff_t{kBlockPairs} * block;
+    const ptrdiff_t offset = row.offsets[block];
+    for (int32_t k = 0; k < kBlockPairs; ++k)
+        memcpy(dst + 2 * k, src + (offset >= 0 ? offset + order[2 * k] : ptrdiff_t{2} * map[k]), 2);
+}
+
+void project_chroma_row(uint8_t* dst, const uint8_t* src, int64_t, const ProjectionChromaRow& row,
+                        int32_t blocks)
+{
+    for (int32_t b = 0; b < blocks; ++b, dst += kBlock)
+        project_chroma_block(dst, src, row, b);
 }
 
 }  // namespace ozr::kernels::scalar

@@ -21,7 +21,7 @@ namespace ozr::kernels::scalar
 namespace
 {
 
-// The four samples around a position; right neighbours at a distance of `right` bytes.
+// Interpolates the four samples around a position; `right` is the distance of the right-hand ones in bytes.
 uint8_t _interpolate(const uint8_t* top, const uint8_t* bottom, uint32_t right, uint32_t fx, uint32_t fy)
 {
     const uint32_t upper = top[0] * (kResampleOne - fx) + top[right] * fx;
@@ -30,14 +30,14 @@ uint8_t _interpolate(const uint8_t* top, const uint8_t* bottom, uint32_t right, 
         (2 * kResampleFracBits));
 }
 
-// Samples stand `pitch` bytes apart in the source rows.
-void _resample_row(uint8_t* dst, int32_t width, const ResampleRows& rows, uint32_t position, uint32_t step,
-                   uint32_t pitch)
+// Resamples a row whose samples are kPixelBytes apart.
+template <uint32_t kPixelBytes>
+void _resample_row(uint8_t* dst, int32_t width, const ResampleRows& rows, uint32_t position, uint32_t step)
 {
     for (int32_t x = 0; x < width; ++x) {
-        const uint32_t column = (position >> kResampleFracBits) * pitch;
+        const uint32_t column = (position >> kResampleFracBits) * kPixelBytes;
         const uint32_t fx = position & kResampleFracMask;
-        const uint32_t right = fx != 0 ? pitch : 0;  // the last sample of a row has no neighbour
+        const uint32_t right = fx != 0 ? kPixelBytes : 0;  // the last sample of a row has no neighbour
         dst[x] = _interpolate(rows.top + column, rows.bottom + column, right, fx, rows.fraction);
         position += step;
     }
@@ -56,7 +56,7 @@ void _resample_rgb_row(uint8_t* dst, int32_t width, const ResampleRows& rows, ui
     }
 }
 
-// A byte of a pair and that of the next pair, weighted with 1024ths.
+// A byte of a pair, interpolated with the same byte of the next pair, in 1024ths.
 uint32_t _between_pairs(PairsRow row, uint32_t wanted, uint32_t fx)
 {
     const uint32_t last = static_cast<uint32_t>(row.bytes) - 1;
@@ -77,26 +77,26 @@ void _each_row(uint8_t* dst, int32_t dst_stride, const ResampleTask& task, Row r
 void resample_gray_rest(uint8_t* dst, int32_t width, const ResampleRows& rows, uint32_t position,
                         uint32_t step)
 {
-    _resample_row(dst, width, rows, position, step, 1);
+    _resample_row<1>(dst, width, rows, position, step);
 }
 
 void resample_yuyv_rest(uint8_t* dst, int32_t width, const ResampleRows& rows, uint32_t position,
                         uint32_t step)
 {
-    _resample_row(dst, width, rows, position, step, 2);
+    _resample_row<2>(dst, width, rows, position, step);
 }
 
 void resample_gray(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
 {
     _each_row(dst, dst_stride, task, [&task](uint8_t* row, const ResampleRows& rows) {
-        _resample_row(row, task.width, rows, 0, task.step_x, 1);
+        _resample_row<1>(row, task.width, rows, 0, task.step_x);
     });
 }
 
 void resample_yuyv(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
 {
     _each_row(dst, dst_stride, task, [&task](uint8_t* row, const ResampleRows& rows) {
-        _resample_row(row, task.width, rows, 0, task.step_x, 2);
+        _resample_row<2>(row, task.width, rows, 0, task.step_x);
     });
 }
 

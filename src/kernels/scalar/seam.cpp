@@ -14,13 +14,13 @@ namespace
 template <class Sum, class Difference>
 void _sum_columns(Sum* sums, int8_t* steps, const Sum* above, const SeamRow& row, int32_t first, int32_t end)
 {
-    const SeamRow r = row;  // a copy, which no store below can change
+    const SeamRow r = row;  // a copy: the compiler knows that no store below changes it
     for (int32_t x = first; x < end; ++x) {
         const Sum straight = above[x];
-        // How far the neighbours lie from it. One that is missing is as far as it: a tie is no step.
+        // Signed distances of the neighbours. A missing one has distance 0: a tie, and so no step.
         const auto left = static_cast<Difference>(x > 0 ? above[x - 1] - straight : 0);
         const auto right = static_cast<Difference>(x < r.width - 1 ? above[x + 1] - straight : 0);
-        // Without a branch on the pictures: it would be guessed wrong every few pixels.
+        // No branch depends on the pictures: it would be mispredicted every few pixels.
         const Difference better = std::min<Difference>(left, 0);
         const Difference least = std::min(better, right);
         const int32_t takes_right = least != better;

@@ -9,8 +9,8 @@ namespace ozr::kernels::scalar
 namespace
 {
 
-// The sample at a byte offset; of one outside the source, which a single row or column and packed columns
-// beyond the row lead to, the nearest byte there is.
+// The sample at a byte offset. Offsets are outside the source where it has a single row or column, and
+// where a packed row has fewer columns than its stride: the nearest byte is taken.
 int32_t _sample(const Warp& warp, int64_t offset)
 {
     return warp.src[std::clamp<int64_t>(offset, 0, warp.last)];
@@ -26,11 +26,11 @@ uint8_t _warped_pixel(const Warp& warp, Wrap32 x, Wrap32 y)
     const Wrap32 fy = y.value % warp.scale;
     const int64_t x0 = column - (column == warp.columns - 1 ? 1 : 0);
     const int64_t y0 = row - (row == warp.rows - 1 ? 1 : 0);
-    const int64_t offset = y0 * warp.pitch + x0 * warp.pixel_bytes;
+    const int64_t offset = y0 * warp.stride + x0 * warp.pixel_bytes;
     const Wrap32 p00 = _sample(warp, offset);
     const Wrap32 p01 = _sample(warp, offset + warp.pixel_bytes);
-    const Wrap32 p10 = _sample(warp, offset + warp.pitch);
-    const Wrap32 p11 = _sample(warp, offset + warp.pitch + warp.pixel_bytes);
+    const Wrap32 p10 = _sample(warp, offset + warp.stride);
+    const Wrap32 p11 = _sample(warp, offset + warp.stride + warp.pixel_bytes);
     const Wrap32 value = p00 + ((p10 - p00) * fy + (p01 - p00) * fx) / warp.scale +
                          (((fx * fy) >> kWarpShift) * (p11 + p00 - p01 - p10)) / warp.square;
     return static_cast<uint8_t>(value.bits());

@@ -8,7 +8,7 @@ namespace ozr::kernels::sse2
 namespace
 {
 
-// Sums of the pixels 0, 0 to 1, ... 0 to 7: at most 8 * 255.
+// Prefix sums: lane i is the sum of the pixels 0 to i, at most 8 * 255.
 __m128i _prefix(__m128i pixels)
 {
     pixels = _mm_add_epi16(pixels, _mm_slli_si128(pixels, 2));
@@ -20,8 +20,11 @@ __m128i _prefix(__m128i pixels)
 
 CorrelationSums correlate_areas(const AreaPair& areas, int32_t shift)
 {
-    if (areas.columns < 2 * Correlation<Sse2>::kStep)
+    using Narrow = Correlation<Sse2, 8>;
+    if (areas.columns < 2 * Narrow::kStep)
         return scalar::correlate_areas(areas, shift);
+    if (areas.columns < 2 * Correlation<Sse2>::kStep)
+        return Narrow::of_areas(areas, shift);
     return Correlation<Sse2>::of_areas(areas, shift);
 }
 

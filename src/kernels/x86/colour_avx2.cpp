@@ -1,4 +1,4 @@
-// Colour conversion, AVX2, 32 pixels at a time; what is left of a row goes to the SSE2 variant.
+// Colour conversion, AVX2, 32 pixels at a time; the SSE2 variant converts the rest of a row.
 #include "kernels/colour.h"
 #include "kernels/x86/colour_rows.h"
 #include "kernels/x86/vectors_avx2.h"
@@ -39,7 +39,7 @@ void rgba_to_gray_row(uint8_t* dst, const uint8_t* src, int32_t count)
     sse2::rgba_to_gray_row(dst + done, src + int64_t{done} * Rows::kRgbaBytes, count - done);
 }
 
-// In place, 32 bytes are written over pixels that were read long before.
+// In place, a store of 32 bytes overwrites only pixels that were already read.
 void rgba_to_luma_row(uint8_t* dst, const uint8_t* src, int32_t count, int32_t step)
 {
     const int32_t done = step == 1 ? Rows::weigh_row(dst, src, count, kLumaWeights) : 0;

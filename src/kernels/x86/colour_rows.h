@@ -1,7 +1,7 @@
 // Colour conversion in vectors of any width, `V` being Sse2 or Avx2: as many pixels at a time as a vector has bytes.
 //
-// To RGBA everything stays within signed 16 bits once whole levels are taken out of the products: with y = Y - 16,
-// d = U - 128 and e = V - 128,
+// To RGBA, the sums fit signed 16 bits once the multiples of 256 are taken out of the factors and added as whole
+// levels: with y = Y - 16, d = U - 128 and e = V - 128,
 //   R = y + e  + ((42 y         + 153 e + 128) >> 8)     -20 128 to 29 597 before the shift
 //   G = y - e  + ((42 y - 100 d +  48 e + 128) >> 8)     -19 388 to 29 062
 //   B = y + 2d + ((42 y +   4 d         + 128) >> 8)      -1 056 to 10 674
@@ -44,7 +44,7 @@ struct ColourRows {
 
     // --- To RGBA ---
 
-    // Every second pixel's components; or what the chroma of their pairs adds to them, in levels or in 256ths of one.
+    // The components of every second pixel; or what the chroma of a pair adds to them, in levels or in 256ths of one.
     struct Rgb {
         Words r;
         Words g;
@@ -69,8 +69,8 @@ struct ColourRows {
         return {V::weave_low_bytes(rb, ga), V::weave_high_bytes(rb, ga)};
     }
 
-    // A vector of luma bytes and the chroma of their pairs. Always inlined: g++ does not clear the upper halves of AVX2's
-    // registers in functions that end after calling one with vectors, and SSE code after them would run at half speed.
+    // Writes the pixels of a vector of luma bytes and the chroma of their pairs. Always inlined: g++ omits vzeroupper at the
+    // end of a function that has called another one with vectors, and the SSE code after it would run at half speed.
     __attribute__((always_inline)) static void write_rgba(uint8_t* dst, Vector luma, Words u, Words v)
     {
         const Words d = u - 128;
@@ -136,10 +136,10 @@ struct ColourRows {
         return V::pack(Ints(weigh(rgba.first, weights)), Ints(weigh(rgba.second, weights)));
     }
 
-    // Two vectors such that what is packed from them is in order.
+    // Two vectors of pixels, arranged so that packing them leaves the pixels in order.
     static Two load_two(const uint8_t* rgba) { return V::halves(V::load(rgba), V::load(rgba + V::kBytes)); }
 
-    // Returns the pixels done.
+    // Weighs whole vectors of pixels; returns the number of pixels weighed.
     static int32_t weigh_row(uint8_t* dst, const uint8_t* src, int32_t count, const ColourWeights& weights)
     {
         int32_t x = 0;

@@ -1,4 +1,4 @@
-// Colour conversion, SSE2, 16 pixels at a time; colour_rows.h has what AVX2 does too.
+// Colour conversion, SSE2, 16 pixels at a time; colour_rows.h holds what it shares with AVX2.
 #include "kernels/colour.h"
 #include "kernels/x86/colour_rows.h"
 #include "kernels/x86/vectors_sse2.h"
@@ -58,7 +58,7 @@ void rgba_to_gray_row(uint8_t* dst, const uint8_t* src, int32_t count)
     scalar::rgba_to_gray_row(dst + done, src + int64_t{done} * kRgbaBytes, count - done);
 }
 
-// In place, 16 bytes are written over pixels that were read long before.
+// In place, a store of 16 bytes overwrites only pixels that were already read.
 void rgba_to_luma_row(uint8_t* dst, const uint8_t* src, int32_t count, int32_t step)
 {
     const int32_t done = step == 1 ? Rows::weigh_row(dst, src, count, kLumaWeights) : 0;

@@ -1,4 +1,5 @@
-// The correlation of two areas, 16 columns at a time: in two vectors of words or in one, `V` being Sse2 or Avx2.
+// The correlation of two areas, 16 columns at a time: two vectors of words with Sse2 as `V`, one with Avx2. Narrow areas go
+// by 8.
 #ifndef OZR_CORRELATION_H
 #define OZR_CORRELATION_H
 
@@ -15,9 +16,9 @@ namespace ozr::kernels
 namespace
 {
 
-template <class V>
+template <class V, int32_t kColumns = 16>
 struct Correlation {
-    static constexpr int32_t kStep = 16;  // columns
+    static constexpr int32_t kStep = kColumns;
     static constexpr int32_t kLanes = V::kBytes / 2;
     static constexpr bool kHasTwoVectors = kLanes < kStep;
     using Vector = typename V::Vector;
@@ -29,7 +30,8 @@ struct Correlation {
         Words b;
     };
 
-    // A half row: its columns, kStep or more, and the lanes of its last step that the one before has not counted.
+    // A half row: its columns, kStep or more, and masks of the lanes of its last step, which ends with the half row and so
+    // overlaps the step before: only the lanes that were not yet counted are set.
     struct Run {
         int32_t columns;
         Words fresh_first;
@@ -42,8 +44,8 @@ struct Correlation {
         return {columns, V::load_words(fresh) > 0, V::load_words(fresh + kStep - kLanes) > 0};
     }
 
-    // Sums of one run. Pixels less their mean lie within -255 and 255, so two products fit a 32-bit lane with room for
-    // 16 000 additions; a half row has a fraction of that.
+    // Sums of one half row. A pixel minus the mean is between -255 and 255, so a 32-bit lane holds 16 000 sums of two
+    // products; a half row needs a fraction of that.
     Sums aa = {};
     Sums bb = {};
     Sums ab = {};
@@ -55,7 +57,7 @@ struct Correlation {
         bb += V::multiply_add(b, b);
     }
 
-    // Sums of `a` and of `b` by turns, half as many as there were.
+    // Sums of neighbouring lanes of `a` and of `b`, interleaved.
     static Sums by_turns(Sums a, Sums b)
     {
         return Sums(V::weave_low_ints(Vector(a), Vector(b))) + Sums(V::weave_high_ints(Vector(a), Vector(b)));

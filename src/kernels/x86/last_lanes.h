@@ -1,5 +1,5 @@
-// The last vector of a row ends with the row: of its lanes only the last ones have not been counted yet. The others are
-// masked out.
+// Masks for the last vector of a row. It ends with the row and so overlaps the vector before: only its last lanes have not
+// been counted yet.
 #ifndef OZR_LAST_LANES_H
 #define OZR_LAST_LANES_H
 

@@ -1,5 +1,5 @@
-// Mirrors in vectors of any width: two from either end change places and order; the scalar function mirrors what remains
-// in the middle. `V` is Sse2 or Avx2 and reverses a vector, with an order of bytes that does so for 16 of them.
+// Mirrors in vectors of any width: two vectors from either end are reversed and swapped; the scalar function mirrors the
+// rest in the middle. `V` is Sse2 or Avx2 with `reversed`, which takes the byte order of a reversed block of 16 bytes.
 #ifndef OZR_MIRROR_ROWS_H
 #define OZR_MIRROR_ROWS_H
 
@@ -20,14 +20,14 @@ struct MirrorRows {
     static constexpr int64_t kStep = 2 * V::kBytes;
     using Vector = typename V::Vector;
 
-    // Two vectors at a time from either end, as long as they do not meet; returns the bytes done at either end.
+    // Swaps two vectors at a time from either end until they would meet; returns the bytes swapped at each end.
     static int64_t swap_ends(uint8_t* row, int64_t bytes, __m128i order)
     {
         int64_t x = 0;
         for (; 2 * (x + kStep) <= bytes; x += kStep) {
             uint8_t* left = row + x;
             uint8_t* right = row + bytes - x - kStep;
-            // The next row mostly begins where this one ends.
+            // In most images the next row begins where this one ends.
             prefetch(left, static_cast<uintptr_t>(bytes));
             prefetch(right, static_cast<uintptr_t>(bytes));
             const Vector left0 = V::reversed(V::load(left), order);

@@ -13,6 +13,14 @@ struct ProjectAvx2 : Avx2 {
     {
         return _mm256_shuffle_epi8(bytes, _mm256_broadcastsi128_si256(order));
     }
+    static Vector first_pairs(Vector bytes)
+    {
+        return shuffled(bytes, _mm_setr_epi8(0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8));
+    }
+    static Vector second_pairs(Vector bytes)
+    {
+        return shuffled(bytes, _mm_setr_epi8(2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 10));
+    }
     static Words multiply_add_bytes(Vector a, Vector b) { return Words(_mm256_maddubs_epi16(a, b)); }
     static Words absolute(Words words) { return Words(_mm256_abs_epi16(Vector(words))); }
     static Words subtract_limited(Words a, Words b) { return Words(_mm256_subs_epu16(Vector(a), Vector(b))); }

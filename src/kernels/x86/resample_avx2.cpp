@@ -1,5 +1,5 @@
-// Bilinear resampling, AVX2: byte shuffles fetch the samples of eight columns at a time, gathers those that lie too far
-// apart.
+// Bilinear resampling, AVX2: byte shuffles fetch the samples of eight columns at a time; where these are too far apart
+// for that, gathers do.
 #include <immintrin.h>
 #include <stddef.h>
 
@@ -32,7 +32,7 @@ void _store_rows(uint8_t* dst, __m256i upper, __m256i lower, int32_t fraction)
     _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), _mm_packus_epi16(words, words));
 }
 
-// Each column's two samples in `row`, weighed: at most 255 * 1024.
+// The two samples of each column in `row`, times their weights: at most 255 * 1024.
 template <bool kTwoLoads>
 __m256i _columns(const uint8_t* row, const PlanGroup& left, const PlanGroup& right)
 {
@@ -56,11 +56,11 @@ void _resample_row(uint8_t* dst, const ResampleRows& rows, const ResamplePlan& p
     }
 }
 
-void _resample_planned(uint8_t* dst, int32_t dst_stride, const ResampleTask& task, int32_t pitch)
+void _resample_planned(uint8_t* dst, int32_t dst_stride, const ResampleTask& task, int32_t pixel_bytes)
 {
     ResamplePlan plan;
     for (int32_t first = 0; first < task.width;) {
-        first = resample_plan_make(&plan, task, pitch, first);
+        first = resample_plan_make(&plan, task, pixel_bytes, first);
         for (int32_t y = 0; y < task.rows; ++y) {
             resample_ask_ahead(task, plan, y);
             uint8_t* out = dst + static_cast<ptrdiff_t>(y) * dst_stride;
@@ -72,9 +72,10 @@ void _resample_planned(uint8_t* dst, int32_t dst_stride, const ResampleTask& tas
     }
 }
 
-// The samples at and right of a position, as the 16-bit halves of a lane; four bytes are read of each.
+// Gathers the samples at a position and to its right as the two 16-bit halves of a lane; reads four bytes from the
+// position on.
 struct GatherGray {
-    static constexpr int32_t kPitch = 1;
+    static constexpr int32_t kPixelBytes = 1;
     static constexpr uint32_t kReach = 3;  // columns right of the position that are read
 
     static __m256i samples(const uint8_t* row, __m256i columns)
@@ -92,7 +93,7 @@ struct GatherGray {
 };
 
 struct GatherYuyv {
-    static constexpr int32_t kPitch = 2;
+    static constexpr int32_t kPixelBytes = 2;
     static constexpr uint32_t kReach = 2;
 
     static __m256i samples(const uint8_t* row, __m256i columns)
@@ -140,8 +141,8 @@ void _gather_row(uint8_t* dst, const ResampleRows& rows, const ResampleTask& tas
 template <class Gather>
 void _resample(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
 {
-    if (resample_plan_fits(task, Gather::kPitch)) {
-        _resample_planned(dst, dst_stride, task, Gather::kPitch);
+    if (resample_plan_fits(task, Gather::kPixelBytes)) {
+        _resample_planned(dst, dst_stride, task, Gather::kPixelBytes);
         return;
     }
     for (int32_t y = 0; y < task.rows; ++y)

@@ -1,5 +1,5 @@
-// Where the samples of resampled columns stand, for variants that fetch them with byte shuffles: worked out once for a
-// strip of columns and used in every row.
+// The source bytes and weights of resampled columns, for variants that fetch samples with byte shuffles: computed once for
+// a strip of columns and used in every row.
 #ifndef RESAMPLE_PLAN_H
 #define RESAMPLE_PLAN_H
 
@@ -11,14 +11,14 @@ namespace ozr::kernels
 
 constexpr int32_t kPlanLanes = 4;    // columns of a group
 constexpr int32_t kPlanLoad = 16;    // source bytes of one load
-constexpr int32_t kPlanGroups = 80;  // of a strip, so that the 320 columns of a small preview fit one
+constexpr int32_t kPlanGroups = 80;  // of a strip: enough for the 320 columns of a small preview
 
-// Four neighbouring columns. Lane k of the shuffled bytes holds the sample at its position and, two bytes on, the one
-// right of it, each followed by a zero byte.
+// Four neighbouring columns. Lane k of the shuffled bytes holds the sample of column k and, two bytes further, its
+// right-hand neighbour, each followed by a zero byte.
 struct PlanGroup {
-    uint8_t order[2][kPlanLoad];  // shuffles of the loads, whose results are united
+    uint8_t order[2][kPlanLoad];  // shuffles of the two loads, whose results are combined by or
     uint16_t weights[2 * kPlanLanes];
-    int32_t loads[2];  // source bytes where they begin; the second only for steps that one does not span
+    int32_t loads[2];  // offsets of the loads in a row; the second one only where one load is too short
 };
 
 struct ResamplePlan {
@@ -28,13 +28,13 @@ struct ResamplePlan {
     PlanGroup group[kPlanGroups];
 };
 
-// Whether shuffles reach the samples of a row of this task, `pitch` bytes apart: the row has a whole load, two columns
-// lie within one, and there are two groups at least.
-bool resample_plan_fits(const ResampleTask& task, int32_t pitch);
+// Whether shuffles can fetch the samples of this task, `pixel_bytes` bytes apart: a row is at least one load long, a load
+// spans two columns, and the result has two groups or more.
+bool resample_plan_fits(const ResampleTask& task, int32_t pixel_bytes);
 
-// The plan for columns `first` and on, an even number of groups. The last columns of a row fill whole groups too, so these
-// overlap those before them. Returns the column after the strip's last.
-int32_t resample_plan_make(ResamplePlan* plan, const ResampleTask& task, int32_t pitch, int32_t first);
+// Plans a strip that begins with the column `first`, in an even number of groups. The groups at the end of a row are whole
+// too, so they overlap those before them. Returns the column after the last one of the strip.
+int32_t resample_plan_make(ResamplePlan* plan, const ResampleTask& task, int32_t pixel_bytes, int32_t first);
 
 // The last source column that a row reads.
 uint32_t resample_last_column(const ResampleTask& task);
@@ -45,7 +45,7 @@ namespace
 
 constexpr int32_t kPlanRowsAhead = 6;
 
-// Asks for the source bytes that row y + kPlanRowsAhead of the strip will read, or the last row.
+// Prefetches the source bytes that row y + kPlanRowsAhead of the strip will read, or the last row.
 OZR_PREFETCHING void resample_ask_ahead(const ResampleTask& task, const ResamplePlan& plan, int32_t y)
 {
     const int32_t ahead = task.rows - y > kPlanRowsAhead ? y + kPlanRowsAhead : task.rows - 1;

@@ -16,13 +16,13 @@ __m128i _even(__m128i bytes)
     return _mm_and_si128(bytes, _mm_set1_epi16(0x00FF));
 }
 
-// Sums of the neighbours 2x and 2x + 1 of sixteen bytes.
+// The eight sums of the bytes 2x and 2x + 1.
 __m128i _pair_sums(__m128i bytes)
 {
     return _mm_add_epi16(_even(bytes), _mm_srli_epi16(bytes, 8));
 }
 
-// Four sums of four pixels, at most 1020, become a mean each.
+// The eight truncated means of 2 x 2 pixels; their sums are at most 1020.
 __m128i _half(const uint8_t* top, const uint8_t* bottom)
 {
     return _mm_srli_epi16(_mm_add_epi16(_pair_sums(Sse2::load(top)), _pair_sums(Sse2::load(bottom))), 2);
@@ -44,7 +44,8 @@ void half_gray_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int3
 void yuyv_luma_row(uint8_t* dst, const uint8_t* src, int32_t dst_width)
 {
     int32_t x = 0;
-    // The last luma byte of a row may be the last byte that may be read: one pixel stays for the scalar end.
+    // A vector also reads the byte after its last luma byte, which may be beyond the row: the scalar function takes the
+    // last pixel.
     for (; x + kStep < dst_width; x += kStep) {
         const __m128i luma =
             _mm_packus_epi16(_even(Sse2::load(src + 2 * x)), _even(Sse2::load(src + 2 * x + kStep)));

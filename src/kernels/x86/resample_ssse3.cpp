@@ -12,9 +12,9 @@ namespace ozr::kernels::ssse3
 namespace
 {
 
-constexpr int32_t kLowBits = 9;  // splits the 18 bits of a weighed pair of samples in two halves of 9
+constexpr int32_t kLowBits = 9;  // splits the 18 bits of a weighed pair of samples into two halves of 9
 
-// Each column's two samples in `row`, weighed: at most 255 * 1024.
+// The two samples of each column in `row`, times their weights: at most 255 * 1024.
 template <bool kTwoLoads>
 __m128i _columns(const uint8_t* row, const PlanGroup& group)
 {
@@ -25,8 +25,8 @@ __m128i _columns(const uint8_t* row, const PlanGroup& group)
     return _mm_madd_epi16(samples, Sse2::load(group.weights));
 }
 
-// floor((upper * above + lower * below) / 2^20), the weights as 16-bit pairs. Products of 18 and 11 bits do not fit what
-// SSSE3 multiplies, those of the halves do.
+// floor((upper * above + lower * below) / 2^20), the weights as 16-bit pairs. SSSE3 multiplies 16-bit numbers only, and
+// the sums have 18 bits: each is split into two halves.
 __m128i _rows(__m128i upper, __m128i lower, __m128i weights)
 {
     const __m128i low_half = _mm_set1_epi32((1 << kLowBits) - 1);
@@ -56,11 +56,11 @@ void _resample_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int3
     }
 }
 
-void _resample(uint8_t* dst, int32_t dst_stride, const ResampleTask& task, int32_t pitch)
+void _resample(uint8_t* dst, int32_t dst_stride, const ResampleTask& task, int32_t pixel_bytes)
 {
     ResamplePlan plan;
     for (int32_t first = 0; first < task.width;) {
-        first = resample_plan_make(&plan, task, pitch, first);
+        first = resample_plan_make(&plan, task, pixel_bytes, first);
         for (int32_t y = 0; y < task.rows; ++y) {
             resample_ask_ahead(task, plan, y);
             const ResampleRows rows = resample_rows(task, y);

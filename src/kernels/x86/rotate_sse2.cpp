@@ -88,7 +88,7 @@ int32_t _lesser(int32_t a, int32_t b)
     return a < b ? a : b;
 }
 
-// Both pictures, and the source's size in elements.
+// Both pictures, and the size of the source in elements.
 struct Turn {
     uint8_t* dst;
     ptrdiff_t dst_stride;

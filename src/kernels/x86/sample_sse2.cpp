@@ -1,4 +1,4 @@
-// Subsampling, SSE2: every other byte, the usual step; other steps are left to the scalar variant.
+// Subsampling, SSE2: a step of 2, the usual one; the scalar variant takes all other steps.
 #include <emmintrin.h>
 #include <stdint.h>
 
@@ -21,8 +21,8 @@ __m128i _even_bytes(const uint8_t* src)
 
 }  // namespace
 
-// The last sample of a vector has a neighbour that is not read: a vector counts only when another sample follows. In
-// place, 16 bytes are written over samples that were read before.
+// A vector also reads the byte after its last sample, which may be beyond the row: the scalar function takes the last
+// sample. In place, a store of 16 bytes overwrites only samples that were already read.
 void sample_bytes_row(uint8_t* dst, const uint8_t* src, int32_t count, int64_t step)
 {
     int32_t x = 0;

@@ -1,5 +1,5 @@
-// Rows of seam sums in vectors of any width. `V` is Sse2 or Avx2. Sums are compared by how far they lie from the one
-// straight above, which fits signed 16 bits although the sums themselves wrap around.
+// Rows of seam sums in vectors of any width. `V` is Sse2 or Avx2. Sums are compared by their signed distance from the one
+// straight above, which fits 16 bits although the sums themselves wrap around.
 #ifndef OZR_SEAM_ROWS_H
 #define OZR_SEAM_ROWS_H
 
@@ -21,7 +21,8 @@ struct SeamRows {
     using Words = typename V::Words;
     using Sums = typename V::WordSums;
 
-    // Which neighbour is less than the one straight above, and than what was better so far: all bits of a lane, or none.
+    // Masks of the lanes where the left neighbour is less than the sum straight above, and where the right one is less
+    // than the better of the two.
     struct Taken {
         Words left;
         Words right;
@@ -32,7 +33,7 @@ struct SeamRows {
         return V::difference(V::load(a), V::load(b)) | V::load(mask);
     }
 
-    // Stores the sums of half of kStep columns.
+    // Stores the sums of kLanes columns.
     static Taken sum(uint16_t* sums, const uint16_t* above, Words costs)
     {
         const Sums straight = Sums(V::load(above));
@@ -60,7 +61,7 @@ struct SeamRows {
     static void sum_row(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& r,
                         SeamSumRow* narrow)
     {
-        const SeamRow row = r;              // a copy, which no store below can change
+        const SeamRow row = r;              // a copy: the compiler knows that no store below changes it
         const int32_t end = row.width - 1;  // the outer columns lack a neighbour
         if (end - 1 < kStep) {
             narrow(sums, steps, above, row);
@@ -68,7 +69,7 @@ struct SeamRows {
         }
         for (int32_t x = 1; x < end - kStep; x += kStep)
             sum_columns(sums, steps, above, row, x);
-        sum_columns(sums, steps, above, row, end - kStep);  // in part once more
+        sum_columns(sums, steps, above, row, end - kStep);  // may repeat columns, with the same result
         scalar::seam_sum_columns(sums, steps, above, row, 0, 1);
         scalar::seam_sum_columns(sums, steps, above, row, end, row.width);
     }

@@ -1,5 +1,5 @@
-// What the kernels that are written once for several widths of vectors ask of AVX2; vectors_sse2.h explains it. Packing
-// and weaving work within halves of 16 bytes: what SSE2 does, twice side by side.
+// The operations of AVX2 that kernels written for any vector width use; vectors_sse2.h describes them. Packing and weaving
+// work within each half of 16 bytes: the operation of SSE2, twice side by side.
 #ifndef OZR_VECTORS_AVX2_H
 #define OZR_VECTORS_AVX2_H
 
@@ -100,13 +100,13 @@ struct Avx2 {
         return _mm256_castps_si256(even);
     }
 
-    // The lower halves of both, and the upper ones.
+    // The lower halves of both vectors, then the upper ones.
     static Two halves(Vector a, Vector b)
     {
         return {_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(a, b, 0x31)};
     }
 
-    // Packing two vectors leaves their quarters as 0 2 1 3, packing four their eighths as 0 2 4 6 1 3 5 7.
+    // Packing two vectors leaves their quarters in the order 0 2 1 3, packing four their eighths in 0 2 4 6 1 3 5 7.
     static Vector in_order(Vector packed)
     {
         return _mm256_permute4x64_epi64(packed, _MM_SHUFFLE(3, 1, 2, 0));
@@ -116,7 +116,7 @@ struct Avx2 {
         return _mm256_permutevar8x32_epi32(packed, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
     }
 
-    // The lower halves of the four, then the upper ones.
+    // Stores the lower halves of the four vectors, then the upper ones.
     static void store_halves(uint8_t* dst, const Two& low, const Two& high)
     {
         const Two first = halves(low.first, low.second);

@@ -1,5 +1,5 @@
-// What the kernels that are written once for several widths of vectors ask of SSE2, by the names that vectors_avx2.h gives
-// to the same of AVX2. Sums, products and shifts of lanes are operators of the vector types.
+// The operations of SSE2 that kernels written for any vector width use. vectors_avx2.h has the same names for AVX2. Sums,
+// products and shifts of lanes are operators of the vector types.
 #ifndef OZR_VECTORS_SSE2_H
 #define OZR_VECTORS_SSE2_H
 
@@ -34,7 +34,7 @@ struct Sse2 {
     static Vector load(const void* src) { return _mm_loadu_si128(static_cast<const __m128i*>(src)); }
     static void store(void* dst, Vector bytes) { _mm_storeu_si128(static_cast<__m128i*>(dst), bytes); }
 
-    // As many words as a vector has, from bytes.
+    // Loads a vector of words from half as many bytes, zero-extended.
     static Words load_words(const uint8_t* src)
     {
         const Vector bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(src));
@@ -60,12 +60,12 @@ struct Sse2 {
     // Sums of the products of neighbours.
     static Sums multiply_add(Words a, Words b) { return Sums(_mm_madd_epi16(Vector(a), Vector(b))); }
 
-    // The operator would do, but leaves the compiler short of registers on 32 bits.
+    // Not the operator: with it the compiler runs out of registers on 32 bits.
     static Sums shift_right(Sums sums, int32_t bits) { return Sums(_mm_srli_epi32(Vector(sums), bits)); }
 
     static __m128i add_halves(Sums sums) { return Vector(sums); }
 
-    // Of bytes, absolute.
+    // Absolute differences of bytes.
     static Vector difference(Vector a, Vector b)
     {
         return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a));
@@ -73,10 +73,10 @@ struct Sse2 {
 
     static Words lesser(Words a, Words b) { return Words(_mm_min_epi16(Vector(a), Vector(b))); }
 
-    // ~a & b; the compiler would make another comparison of the inverse of one.
+    // ~a & b. Not by operators: the compiler would replace the complement of a comparison by a second comparison.
     static Bytes and_not(Bytes a, Bytes b) { return Bytes(_mm_andnot_si128(Vector(a), Vector(b))); }
 
-    // Sums of the absolute differences of eight bytes each, and the low 32 bits of what such sums amount to.
+    // Sums of the absolute differences of eight bytes each; total() adds these up and returns the low 32 bits.
     static Sums64 sad(Vector a, Vector b) { return Sums64(_mm_sad_epu8(a, b)); }
     static uint32_t total(Sums64 sums)
     {
@@ -85,12 +85,12 @@ struct Sse2 {
             _mm_cvtsi128_si32(_mm_add_epi64(halves, _mm_unpackhi_epi64(halves, halves))));
     }
 
-    // Limited to what the narrower lanes hold.
+    // Values are clamped to the range of the narrower lanes.
     static Vector pack(Words a, Words b) { return _mm_packus_epi16(Vector(a), Vector(b)); }
     static Words pack(Ints a, Ints b) { return Words(_mm_packs_epi32(Vector(a), Vector(b))); }
     static Bytes pack_signed(Words a, Words b) { return Bytes(_mm_packs_epi16(Vector(a), Vector(b))); }
 
-    // Lanes of `a` and `b` by turns.
+    // Interleaves the lanes of `a` and `b`.
     static Vector weave_low_bytes(Vector a, Vector b) { return _mm_unpacklo_epi8(a, b); }
     static Vector weave_high_bytes(Vector a, Vector b) { return _mm_unpackhi_epi8(a, b); }
     static Vector weave_low_words(Words a, Words b) { return _mm_unpacklo_epi16(Vector(a), Vector(b)); }
@@ -107,7 +107,7 @@ struct Sse2 {
         return _mm_castps_si128(even);
     }
 
-    // Where AVX2 has to bring halves of 16 bytes into order, of which a vector has but one here.
+    // AVX2 has to reorder its halves of 16 bytes here; a vector of SSE2 is a single one.
     static Two halves(Vector a, Vector b) { return {a, b}; }
     static Vector in_order(Vector packed) { return packed; }
     static Vector in_order_twice(Vector packed) { return packed; }

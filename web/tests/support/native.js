@@ -24,7 +24,7 @@ export function recordDemo(name, ...options) {
   if (existsSync(join(folder, 'calls.txt')) && readFileSync(join(folder, 'calls.txt'), 'utf8').endsWith('end\n'))
     return folder;
   rmSync(folder, { recursive: true, force: true });
-  const args = ['demo', '--record', folder, '-o', `${folder}.png`, ...options];
+  const args = ['demo', '--quality', 'classic', '--record', folder, '-o', `${folder}.png`, ...options];
   execFileSync(join(kBuild, 'ozr-pano'), args, { stdio: 'ignore' });
   return folder;
 }

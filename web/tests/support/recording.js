@@ -9,7 +9,7 @@ export function readCalls(folder) {
     const [name, ...rest] = line.split(' ');
     const fields = Object.fromEntries(rest.map((word) => word.split('=')));
     if (name === 'returned') Object.assign(calls.at(-1), { returned: Number(rest[0]), found: fields });
-    else if (['set_parameters', 'detect_frame_to_stitch', 'stitch_one_image', 'run'].includes(name))
+    else if (['set_parameters', 'set_quality', 'detect_frame_to_stitch', 'stitch_one_image', 'run'].includes(name))
       calls.push({ name, fields });
   }
   return calls;

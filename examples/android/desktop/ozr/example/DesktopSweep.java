@@ -6,7 +6,8 @@ import java.nio.ByteBuffer;
 final class DesktopSweep {
     private static final int WIDTH = 320, HEIGHT = 240, STEP = 8, POSITIONS = 40;
     private static final int WALL = WIDTH + STEP * POSITIONS; // its width, and the stride of every view of it
-    private static final int RIGHT = 1, INVALID_ARGUMENT = -3, INVALID_STATUS = -6;
+    private static final int RIGHT = 1, INVALID_ARGUMENT = -3, OUT_OF_BOUND = -4, INVALID_STATUS = -6;
+    private static final int CLASSIC = 0, REFINED = 1;
 
     private static final ByteBuffer wall = paintedWall();
     // V and U alternate, as from most cameras: a reddish wall.
@@ -14,13 +15,15 @@ final class DesktopSweep {
     private static final ByteBuffer u = from(v, 1);
 
     public static void main(String[] arguments) throws InterruptedException {
-        sweepMakesAPanorama();
+        sweepMakesAPanorama(CLASSIC, 576);
+        sweepMakesAPanorama(REFINED, 480);
         buffersAreChecked();
         cancelEndsASweep();
     }
 
-    private static void sweepMakesAPanorama() {
+    private static void sweepMakesAPanorama(int quality, int width) {
         long session = newSession();
+        require(PanoramaNative.setQuality(session, quality) == 0, "quality");
         require(stitch(session, 0, null) == 0, "first picture");
         int pictures = 1;
         int[] motion = new int[3];
@@ -36,7 +39,8 @@ final class DesktopSweep {
         require(motion[2] == RIGHT, "direction " + motion[2]);
         require(PanoramaNative.run(session, size) == 0, "run");
         System.out.printf("%d pictures, %d x %d%n", pictures, size[0], size[1]);
-        require(pictures >= 4 && size[0] >= 576 && size[1] >= 208, "size");
+        require(pictures >= 4 && size[0] >= width && size[1] >= 180, "size");
+        jointsAreTold(session, pictures);
 
         ByteBuffer pixels = ByteBuffer.allocateDirect(size[0] * size[1] * 4);
         require(PanoramaNative.copyRgba(session, pixels) == 0, "copy");
@@ -45,6 +49,17 @@ final class DesktopSweep {
         int red = pixels.get(middle) & 255, blue = pixels.get(middle + 2) & 255, alpha = pixels.get(middle + 3) & 255;
         require(red > blue + 50 && alpha == 255, "colour " + red + " " + blue + " " + alpha);
         PanoramaNative.destroy(session);
+    }
+
+    private static void jointsAreTold(long session, int count) {
+        int[] pictures = new int[3];
+        float[] values = new float[5];
+        for (int i = 0; i + 1 < count; ++i) {
+            require(PanoramaNative.joint(session, i, pictures, values) == 0, "joint " + i);
+            require(pictures[0] == i && pictures[1] == i + 1 && pictures[2] == 1, "pictures of joint " + i);
+            require(values[0] > 50 && values[3] >= 0.5, "joint " + i + ": " + values[0] + ", " + values[3]);
+        }
+        require(PanoramaNative.joint(session, count - 1, pictures, values) == OUT_OF_BOUND, "one joint more");
     }
 
     private static void buffersAreChecked() {

@@ -57,6 +57,12 @@ NATIVE(jint, setParameters)(JNIEnv* env, jclass type, jlong handle, jint overlap
     return ozr_panorama_set_parameters(session_of(handle)->pano, &parameters);
 }
 
+NATIVE(jint, setQuality)(JNIEnv* env, jclass type, jlong handle, jint quality)
+{
+    (void)env, (void)type;
+    return ozr_panorama_set_quality(session_of(handle)->pano, (ozr_panorama_quality)quality);
+}
+
 NATIVE(jint, detect)
 (JNIEnv* env, jclass type, jlong handle, jobject luma, jint width, jint height, jint stride, jintArray motion)
 {
@@ -130,6 +136,21 @@ NATIVE(jint, run)(JNIEnv* env, jclass type, jlong handle, jintArray size)
     session->panorama = panorama;
     const jint values[] = {panorama.width, panorama.height};
     (*env)->SetIntArrayRegion(env, size, 0, 2, values);
+    return ozr_success;
+}
+
+NATIVE(jint, joint)
+(JNIEnv* env, jclass type, jlong handle, jint index, jintArray pictures, jfloatArray values)
+{
+    (void)type;
+    ozr_panorama_joint joint;
+    const ozr_err error = ozr_panorama_get_joint(session_of(handle)->pano, index, &joint);
+    if (error != ozr_success)
+        return error;
+    const jint numbers[] = {joint.first, joint.second, joint.used};
+    const jfloat found[] = {joint.offset_x, joint.offset_y, joint.residual, joint.confidence, joint.gain};
+    (*env)->SetIntArrayRegion(env, pictures, 0, 3, numbers);
+    (*env)->SetFloatArrayRegion(env, values, 0, 5, found);
     return ozr_success;
 }
 

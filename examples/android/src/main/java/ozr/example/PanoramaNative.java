@@ -20,6 +20,9 @@ final class PanoramaNative {
 
     static native int setParameters(long session, int overlapPercent, int direction);
 
+    /** @param quality 0 classic, 1 refined; before the first picture */
+    static native int setQuality(long session, int quality);
+
     /**
      * Shows a preview, of which only the luma counts.
      *
@@ -42,6 +45,15 @@ final class PanoramaNative {
 
     /** @param size out: width and height of the panorama */
     static native int run(long session, int[] size);
+
+    /**
+     * Tells how two pictures of the last run were joined.
+     *
+     * @param pictures out: the two pictures, and 1 where both are in the panorama
+     * @param values out: offset x and y, residual, confidence, gain
+     * @return -4 beyond the last joint
+     */
+    static native int joint(long session, int index, int[] pictures, float[] values);
 
     /** Copies what the last run made: four bytes a pixel, row after row. */
     static native int copyRgba(long session, ByteBuffer pixels);

@@ -17,10 +17,23 @@ import java.nio.ByteBuffer
  *         show(sweep.compose())
  *     }
  */
-class Panorama(direction: Direction = Direction.AUTO, overlapPercent: Int = 70) : Closeable {
+class Panorama(
+    direction: Direction = Direction.AUTO,
+    overlapPercent: Int = 70,
+    quality: Quality = Quality.REFINED
+) : Closeable {
 
     /** In the order of the library's numbers. */
     enum class Direction { AUTO, RIGHT, LEFT, DOWN, UP }
+
+    /**
+     * In the order of the library's numbers. [REFINED] finds the camera and is for the eye; [CLASSIC] takes the least
+     * memory, and its pixels are the same in every release.
+     */
+    enum class Quality { CLASSIC, REFINED }
+
+    /** How two pictures, by their numbers from 0, were joined; do not trust one whose [confidence] is below 0.5. */
+    class Joint(val first: Int, val second: Int, val confidence: Float, val isUsed: Boolean)
 
     /** A plane in a direct buffer, as android.media.Image.Plane has it. */
     class Plane(val buffer: ByteBuffer, val rowStride: Int, val pixelStride: Int)
@@ -53,6 +66,7 @@ class Panorama(direction: Direction = Direction.AUTO, overlapPercent: Int = 70) 
         if (session == 0L) throw OutOfMemoryError("no memory for a panorama")
         try {
             checked(PanoramaNative.setParameters(session, overlapPercent, direction.ordinal))
+            checked(PanoramaNative.setQuality(session, quality.ordinal))
         } catch (failure: Failed) {
             close()
             throw failure
@@ -92,6 +106,17 @@ class Panorama(direction: Direction = Direction.AUTO, overlapPercent: Int = 70) 
         val pixels = ByteBuffer.allocateDirect(size[0] * size[1] * 4)
         checked(PanoramaNative.copyRgba(session, pixels))
         return Rgba(size[0], size[1], pixels)
+    }
+
+    /** How the pictures of the panorama were joined; to be asked once it is composed. */
+    fun joints(): List<Joint> {
+        val pictures = IntArray(3)
+        val values = FloatArray(5)
+        return generateSequence(0) { it + 1 }
+            .map { PanoramaNative.joint(opened(), it, pictures, values) }
+            .takeWhile { it == 0 }
+            .map { Joint(pictures[0], pictures[1], values[3], pictures[2] != 0) }
+            .toList()
     }
 
     /** Ends the sweep, from any thread: the call that is under way and all later ones throw [Cancelled]. */

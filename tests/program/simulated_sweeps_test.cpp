@@ -1,0 +1,247 @@
+// Twenty sweeps of the simulated camera, each hard in its own way, through the library: the cameras and joints that it
+// tells against the truth.
+#include "media/image_owner.h"
+#include "scene/camera.h"
+#include "scene/scene.h"
+#include "support/handle.h"
+
+#include <array>
+#include <cmath>
+#include <map>
+
+using namespace ozr_pano;
+
+namespace
+{
+
+constexpr double kDegree = 3.14159265358979 / 180;
+constexpr double kUsualFocal = 690;  // of 640 pixels along the sweep
+constexpr int32_t kForeign = 1000;   // no picture
+
+// Degrees: along the sweep (right, or down), across it (down, or right), roll.
+struct View {
+    double along, across, roll;
+};
+
+struct Simulated {
+    const char* what;
+    bool vertical = false;
+    double focal = 1;  // of the usual one
+    std::vector<View> views;
+    double radial = 0, vignetting = 0;
+    std::vector<double> brightness = {};
+    double sweep = 0;  // degrees of pan while the rows are read
+    int32_t walkers = 0;
+    int32_t foreign = kForeign;  // the picture that shows something else
+    // Degrees of a rotation, as asked for or, where that is not reached yet, as it is.
+    double rotation_bound = 0.05;
+};
+
+std::vector<View> _pan(int32_t pictures, double step, double tilt = 0)
+{
+    std::vector<View> views;
+    for (int32_t i = 0; i < pictures; ++i)
+        views.push_back({step * i, tilt, 0});
+    return views;
+}
+
+std::vector<Simulated> _sweeps()
+{
+    return {
+        {"right", false, 1, _pan(5, 14)},
+        {"left", false, 1, _pan(5, -14)},
+        {"down", true, 1, _pan(5, 14), 0, 0, {}, 0, 0, kForeign, 0.08},
+        {"up", true, 1, _pan(5, -14), 0, 0, {}, 0, 0, kForeign, 0.1},
+        {"wide", false, 0.6, _pan(5, 22)},
+        {"rather wide", false, 0.77, _pan(5, 18)},
+        {"rather long", false, 1.5, _pan(5, 9)},
+        {"long", false, 2.2, _pan(5, 6.5)},
+        {"overlap of a fifth", false, 1, _pan(4, 38)},
+        {"overlap of 95 percent", false, 1, _pan(6, 2.4)},
+        {"barrel", false, 1, _pan(5, 14), 0.06, 0, {}, 0, 0, kForeign, 0.08},
+        {"pincushion", false, 1, _pan(5, 14), -0.05},
+        {"exposure by a third", false, 1, _pan(5, 14), 0, 0, {1, 1.33, 0.9, 0.7, 1.2}, 0, 0, kForeign, 0.25},
+        {"vignetting", false, 0.8, _pan(5, 16), 0.03, 0.4, {}, 0, 0, kForeign, 0.2},
+        {"rolling shutter", false, 1, _pan(5, 14), 0, 0, {}, 0.4, 0, kForeign, 0.12},
+        {"walkers", false, 1, _pan(5, 14), 0, 0, {}, 0, 9},
+        {"tilt", false, 1, _pan(5, 14, 10)},
+        {"rolling hand", false, 1, {{0, 0, 0}, {14, 0.5, 8}, {28, -0.5, 1}, {42, 0, -6}, {56, 0.5, 1}}},
+        {"shaking hand that turns back",
+         true,
+         1,
+         {{0, 1, 1}, {13, -1, -2}, {27, 2, 1}, {22, 0, 0}, {35, -1, 2}}},
+        {"a picture that does not belong", false, 1, _pan(5, 12), 0, 0, {}, 0, 0, 2},
+    };
+}
+
+// Row by row. Turns of the camera's axes: x to the right, y down, z ahead.
+using Matrix = std::array<double, 9>;
+
+Matrix _product(const Matrix& a, const Matrix& b)
+{
+    Matrix m = {};
+    for (size_t i = 0; i < 27; ++i)
+        m[i / 9 * 3 + i % 3] += a[i / 9 * 3 + i / 3 % 3] * b[i / 3 % 3 * 3 + i % 3];
+    return m;
+}
+
+Matrix _transposed(const Matrix& a)
+{
+    return {a[0], a[3], a[6], a[1], a[4], a[7], a[2], a[5], a[8]};
+}
+
+Matrix _to_the_right(double degrees)
+{
+    const double c = std::cos(degrees * kDegree), s = std::sin(degrees * kDegree);
+    return {c, 0, s, 0, 1, 0, -s, 0, c};
+}
+
+Matrix _down(double degrees)
+{
+    const double c = std::cos(degrees * kDegree), s = std::sin(degrees * kDegree);
+    return {1, 0, 0, 0, c, s, 0, -s, c};
+}
+
+Matrix _clockwise(double degrees)
+{
+    const double c = std::cos(degrees * kDegree), s = std::sin(degrees * kDegree);
+    return {c, -s, 0, s, c, 0, 0, 0, 1};
+}
+
+// The turn along the sweep is the outermost one.
+Matrix _rotation(bool vertical, double yaw, double pitch, double roll)
+{
+    const Matrix turn =
+        vertical ? _product(_down(pitch), _to_the_right(yaw)) : _product(_to_the_right(yaw), _down(pitch));
+    return _product(turn, _clockwise(roll));
+}
+
+// The scene's own convention: in vertical sweeps the roll is that of its exchanged axes.
+Matrix _true_rotation(const Simulated& sweep, const View& view)
+{
+    return sweep.vertical ? _rotation(true, view.across, view.along, -view.roll)
+                          : _rotation(false, view.along, view.across, view.roll);
+}
+
+Matrix _found_rotation(const Simulated& sweep, const ozr_panorama_camera& camera)
+{
+    return _rotation(sweep.vertical, static_cast<double>(camera.yaw), static_cast<double>(camera.pitch),
+                     static_cast<double>(camera.roll));
+}
+
+double _angle(const Matrix& m)
+{
+    return std::acos(std::clamp((m[0] + m[4] + m[8] - 1) / 2, -1.0, 1.0)) / kDegree;
+}
+
+// Painted once for each focal length and direction.
+const Surroundings& _surroundings(double focal, bool vertical)
+{
+    static std::map<std::pair<double, bool>, Surroundings> painted;
+    const auto key = std::make_pair(focal, vertical);
+    const auto known = painted.find(key);
+    if (known != painted.end())
+        return known->second;
+    const double scale = focal * kUsualFocal / kSceneUnitsPerRadian;
+    const double along = (focal < 1   ? 3.2
+                          : focal > 1 ? 1.5
+                                      : 3.4) *
+                         kSceneUnitsPerRadian,
+                 across = (focal < 1   ? 1.5
+                           : focal > 1 ? 0.6
+                                       : 1.4) *
+                          kSceneUnitsPerRadian;
+    const Canvas canvas =
+        vertical ? paint_tower(along, across, along - 330, scale, 1) : paint_city(along, across, scale, 1);
+    return painted.emplace(key, Surroundings(canvas, focal * kUsualFocal, vertical)).first->second;
+}
+
+// From where a sweep starts, radians: in the middle of the scene.
+double _origin(const Simulated& sweep)
+{
+    const double first = sweep.views.front().along, last = sweep.views.back().along;
+    const double middle = (sweep.focal < 1 ? 1.6 : sweep.focal > 1 ? 0.75 : 1.7);
+    return middle - (first + last) / 2 * kDegree;
+}
+
+void _photograph(const Simulated& sweep, size_t i, ozr_image* picture)
+{
+    const double focal = sweep.focal * kUsualFocal;
+    Lens lens = {picture->width, picture->height, focal, sweep.vertical, sweep.radial, sweep.vignetting};
+    const View& view = sweep.views[i];
+    const std::vector<Walker> walkers = walkers_at(static_cast<double>(i), sweep.walkers, 1000, 3700, 300, 5);
+    const Instant instant = {sweep.sweep * kDegree, i < sweep.brightness.size() ? sweep.brightness[i] : 1,
+                             &walkers};
+    // A picture that does not belong shows a part of the tower.
+    lens.vertical = sweep.vertical || static_cast<int32_t>(i) == sweep.foreign;
+    _surroundings(sweep.focal, lens.vertical)
+        .photograph(lens, {_origin(sweep) + view.along * kDegree, view.across * kDegree, view.roll * kDegree},
+                    picture, instant);
+}
+
+// Hands all pictures over without a word on direction, offset or overlap.
+void _compose(const Simulated& sweep, ozr_panorama* handle)
+{
+    ASSERT_EQ(ozr_panorama_set_quality(handle, ozr_panorama_quality_refined), ozr_success);
+    ImageOwner picture(sweep.vertical ? 480 : 640, sweep.vertical ? 640 : 480);
+    for (size_t i = 0; i < sweep.views.size(); ++i) {
+        _photograph(sweep, i, picture.get());
+        ASSERT_EQ(ozr_panorama_stitch_one_image(handle, picture.get(), nullptr), ozr_success);
+    }
+    ozr_image panorama;
+    ASSERT_EQ(ozr_panorama_run(handle, &panorama), ozr_success);
+}
+
+void _expect_true_cameras(const Simulated& sweep, ozr_panorama* handle)
+{
+    double worst_focal = 0, worst_angle = 0;
+    Matrix to_first = {}, first = {};
+    for (size_t i = 0; i < sweep.views.size(); ++i) {
+        ozr_panorama_camera camera;
+        ASSERT_EQ(ozr_panorama_get_camera(handle, static_cast<int32_t>(i), &camera), ozr_success);
+        const bool belongs = static_cast<int32_t>(i) != sweep.foreign;
+        EXPECT_EQ(camera.used, belongs ? 1 : 0) << i;
+        if (!belongs)
+            continue;
+        if (i == 0) {
+            to_first = _transposed(_true_rotation(sweep, sweep.views[0]));
+            first = _transposed(_found_rotation(sweep, camera));
+        }
+        const double focal = static_cast<double>(camera.focal_length) / (sweep.focal * kUsualFocal);
+        const Matrix want = _product(to_first, _true_rotation(sweep, sweep.views[i])),
+                     is = _product(first, _found_rotation(sweep, camera));
+        worst_focal = std::max(worst_focal, 100 * std::abs(focal - 1));
+        worst_angle = std::max(worst_angle, _angle(_product(_transposed(want), is)));
+    }
+    printf("%-32s focal length %.3f %%, rotation %.4f degrees\n", sweep.what, worst_focal, worst_angle);
+    EXPECT_LT(worst_focal, 0.5);
+    EXPECT_LT(worst_angle, sweep.rotation_bound);
+}
+
+void _expect_true_joints(const Simulated& sweep, ozr_panorama* handle)
+{
+    ozr_panorama_joint joint;
+    int32_t count = 0;
+    for (; ozr_panorama_get_joint(handle, count, &joint) == ozr_success; ++count) {
+        const bool belongs = joint.first != sweep.foreign && joint.second != sweep.foreign;
+        EXPECT_EQ(joint.used, belongs ? 1 : 0) << joint.first << " " << joint.second;
+        EXPECT_EQ(joint.confidence >= 0.5F, belongs)
+            << joint.first << " " << joint.second << " " << static_cast<double>(joint.confidence);
+    }
+    EXPECT_GE(count, static_cast<int32_t>(sweep.views.size()) - 1);
+}
+
+TEST(SimulatedSweeps, AreFoundAsTheyAre)
+{
+    for (const Simulated& sweep : _sweeps()) {
+        SCOPED_TRACE(sweep.what);
+        const Handle handle = create_panorama();
+        _compose(sweep, handle.get());
+        if (HasFatalFailure())
+            return;
+        _expect_true_cameras(sweep, handle.get());
+        _expect_true_joints(sweep, handle.get());
+    }
+}
+
+}  // namespace
