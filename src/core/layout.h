@@ -29,6 +29,15 @@ inline void order_pictures(PanoramaCore* pi, int32_t count, Canvas* canvas)
     }
 }
 
+// Where picture `index` lies against the one taken before it, which there is, and how well they correlate there. The core
+// measures the right one of two pictures against the left one.
+inline AlignResult step_of(const PanoramaCore& pi, int32_t index)
+{
+    const bool forward = pi.forward != 0;
+    const AlignResult& result = pi.offsets[forward ? index : index - 1];
+    return {forward ? result.x : -result.x, forward ? result.y : -result.y, result.score};
+}
+
 // Takes pictures while at least half a picture's height remains in common, and adds up the sums of
 // the canvas for them. Returns how many.
 inline int32_t take_pictures(const PanoramaCore& pi, Canvas* canvas)

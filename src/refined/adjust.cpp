@@ -1,4 +1,4 @@
-// Levenberg's and Marquardt's method on dense normal equations: there are at most 42 unknowns.
+// Levenberg's and Marquardt's method on dense normal equations: there are at most 62 unknowns.
 #include "refined/adjust.h"
 
 #include <stddef.h>
@@ -24,11 +24,14 @@ struct Stage {
     int32_t steps;
 };
 constexpr Stage kPlainStages[] = {{16.0, 12}, {8.0, 8}, {4.0, 6}, {2.0, 8}};
-constexpr Stage kFreeStages[] = {{4.0, 6}, {2.0, 6}, {1.0, 10}};
+constexpr Stage kFreeStages[] = {{4.0, 6}, {2.0, 6}, {1.0, 24}};
 
 // A last, narrow one where most matches are that close: what is a little off then is wrong rather than rolled or shaken.
 constexpr Stage kLastStage = {0.5, 4};
 constexpr double kSharpResidual = 0.2;  // base pixels, root mean square
+
+// Where matches are less close, pictures may be skewed, if that leaves so much less.
+constexpr double kSkewPays = 0.8;
 
 // What is known of lenses without looking: deviations that two thirds of all stay within, against matches that are good
 // to kMatchNoise. A pair alone is told to have a plain lens.
@@ -36,6 +39,7 @@ constexpr double kMatchNoise = 0.3;      // base pixels
 constexpr double kFocalDeviation = 0.3;  // of ln(focal / assumed)
 constexpr double kZoomDeviation = 0.01;
 constexpr double kRadialDeviation = 0.1;
+constexpr double kSkewDeviation = 0.01;
 constexpr double kRigid = 1e-4;
 
 // Focal lengths are tried in this order, times the assumed one, while no try fits.
@@ -47,11 +51,20 @@ constexpr double kFittingShare = 0.6;
 constexpr double kFirstDamping = 1e-4;
 constexpr double kDampingStep = 8.0;
 constexpr double kLastDamping = 1e4;
-constexpr double kDone = 1e-5;  // relative gain of a step that ends a stage
+constexpr double kDone = 1e-6;  // relative gain of a step that ends a stage
 
 // One camera is held where it is: turning all together changes nothing.
 constexpr double kHeld = 1e12;
 constexpr double kRidge = 1e-9;  // keeps unknowns that nothing depends on at rest
+
+// Unknowns of a picture: three of its turn, one of its zoom; and two of its skew.
+constexpr int32_t kPictureUnknowns = 4;
+constexpr int32_t kSkewUnknowns = 2;
+
+// Unknowns of one match, in this order: turns of both, focal length; zooms of both, radial term; skews of both. The freer
+// the lens, the more of them count.
+constexpr int32_t kMatchUnknowns = 14;
+constexpr int32_t kUnknownsOfFreedom[] = {7, 10, kMatchUnknowns};
 
 struct Problem {
     const Link* links;
@@ -60,13 +73,21 @@ struct Problem {
     double assumed_focal;
     LensFreedom freedom;
 
-    int32_t unknowns() const { return kUnknownsPerPicture * pictures + 2; }
-    int32_t focal_index() const { return kUnknownsPerPicture * pictures; }
-    int32_t radial_index() const { return kUnknownsPerPicture * pictures + 1; }
-};
+    int32_t unknowns() const
+    {
+        return skew_index(0) + (freedom == kShutterToo ? kSkewUnknowns * pictures : 0);
+    }
+    static int32_t turn_index(int32_t picture) { return kPictureUnknowns * picture; }
+    static int32_t zoom_index(int32_t picture) { return kPictureUnknowns * picture + 3; }
+    int32_t focal_index() const { return kPictureUnknowns * pictures; }
+    int32_t radial_index() const { return kPictureUnknowns * pictures + 1; }
+    int32_t skew_index(int32_t picture) const
+    {
+        return kPictureUnknowns * pictures + 2 + kSkewUnknowns * picture;
+    }
 
-// Unknowns of one match, in this order: turns of both, zooms of both, focal length, radial term.
-constexpr int32_t kMatchUnknowns = 10;
+    int32_t match_unknowns() const { return kUnknownsOfFreedom[freedom]; }
+};
 
 void _spread(const Slope& slope, double row[kMatchUnknowns])
 {
@@ -74,10 +95,14 @@ void _spread(const Slope& slope, double row[kMatchUnknowns])
         row[i] = slope.turn[i];
         row[3 + i] = -slope.turn[i];
     }
-    row[6] = slope.first_zoom;
-    row[7] = slope.second_zoom;
-    row[8] = slope.first_zoom + slope.second_zoom;
+    row[6] = slope.first_zoom + slope.second_zoom;
+    row[7] = slope.first_zoom;
+    row[8] = slope.second_zoom;
     row[9] = slope.radial;
+    for (int32_t i = 0; i < kSkewUnknowns; ++i) {
+        row[10 + i] = slope.first_skew[i];
+        row[12 + i] = slope.second_skew[i];
+    }
 }
 
 // The equations of one link, before its unknowns find their place among all.
@@ -85,9 +110,9 @@ struct LinkEquations {
     double matrix[kMatchUnknowns][kMatchUnknowns];
     double right[kMatchUnknowns];
 
-    void add(const double row[kMatchUnknowns], double residual, double weight)
+    void add(const double row[kMatchUnknowns], int32_t unknowns, double residual, double weight)
     {
-        for (int32_t i = 0; i < kMatchUnknowns; ++i) {
+        for (int32_t i = 0; i < unknowns; ++i) {
             const double weighted = weight * row[i];
             right[i] -= weighted * residual;
             for (int32_t j = 0; j <= i; ++j)
@@ -98,19 +123,23 @@ struct LinkEquations {
 
 void _scatter(const Problem& problem, const Link& link, const LinkEquations& part, NormalEquations* all)
 {
-    const int32_t first = kUnknownsPerPicture * link.first;
-    const int32_t second = kUnknownsPerPicture * link.second;
-    const int32_t place[kMatchUnknowns] = {first,
-                                           first + 1,
-                                           first + 2,
-                                           second,
-                                           second + 1,
-                                           second + 2,
-                                           first + 3,
-                                           second + 3,
+    const int32_t turns[2] = {Problem::turn_index(link.first), Problem::turn_index(link.second)};
+    const int32_t skews[2] = {problem.skew_index(link.first), problem.skew_index(link.second)};
+    const int32_t place[kMatchUnknowns] = {turns[0],
+                                           turns[0] + 1,
+                                           turns[0] + 2,
+                                           turns[1],
+                                           turns[1] + 1,
+                                           turns[1] + 2,
                                            problem.focal_index(),
-                                           problem.radial_index()};
-    for (int32_t i = 0; i < kMatchUnknowns; ++i) {
+                                           Problem::zoom_index(link.first),
+                                           Problem::zoom_index(link.second),
+                                           problem.radial_index(),
+                                           skews[0],
+                                           skews[0] + 1,
+                                           skews[1],
+                                           skews[1] + 1};
+    for (int32_t i = 0; i < problem.match_unknowns(); ++i) {
         all->right[place[i]] += part.right[i];
         for (int32_t j = 0; j <= i; ++j)
             all->matrix[std::max(place[i], place[j])][std::min(place[i], place[j])] += part.matrix[i][j];
@@ -136,9 +165,9 @@ double _add_link(const Problem& problem, const Link& link, const Lenses& lenses,
         cost += share * distance;
         double row[kMatchUnknowns];
         _spread(residual.slope_x, row);
-        part.add(row, residual.x, share * share);
+        part.add(row, problem.match_unknowns(), residual.x, share * share);
         _spread(residual.slope_y, row);
-        part.add(row, residual.y, share * share);
+        part.add(row, problem.match_unknowns(), residual.y, share * share);
     }
     _scatter(problem, link, part, equations);
     return cost;
@@ -160,9 +189,13 @@ double _add_priors(const Problem& problem, const Lenses& lenses, NormalEquations
                              logarithm(lenses.focal / problem.assumed_focal), kFocalDeviation);
     cost += _add_prior(equations, problem.radial_index(), lenses.radial, is_pair ? kRigid : kRadialDeviation);
     for (int32_t i = 0; i < problem.pictures; ++i)
-        cost += _add_prior(equations, kUnknownsPerPicture * i + 3, lenses.zooms[i],
-                           is_pair ? kRigid : kZoomDeviation);
-    const int32_t held = kUnknownsPerPicture * problem.links[0].first;
+        cost +=
+            _add_prior(equations, Problem::zoom_index(i), lenses.zooms[i], is_pair ? kRigid : kZoomDeviation);
+    for (int32_t i = 0; problem.freedom == kShutterToo && i < problem.pictures; ++i) {
+        cost += _add_prior(equations, problem.skew_index(i), lenses.skews[i].stretch, kSkewDeviation);
+        cost += _add_prior(equations, problem.skew_index(i) + 1, lenses.skews[i].shear, kSkewDeviation);
+    }
+    const int32_t held = Problem::turn_index(problem.links[0].first);
     for (int32_t i = 0; i < 3; ++i)
         equations->matrix[held + i][held + i] += kHeld;
     return cost;
@@ -190,9 +223,13 @@ Lenses _moved(const Problem& problem, const Lenses& lenses, const double* step)
 {
     Lenses moved = lenses;
     for (int32_t i = 0; i < problem.pictures; ++i) {
-        const double* own = step + kUnknownsPerPicture * i;
+        const double* own = step + Problem::turn_index(i);
         moved.rotations[i] = squared(rotation_about({own[0], own[1], own[2]}) * lenses.rotations[i]);
-        moved.zooms[i] += own[3];
+        moved.zooms[i] += step[Problem::zoom_index(i)];
+        if (problem.freedom != kShutterToo)
+            continue;
+        moved.skews[i].stretch += step[problem.skew_index(i)];
+        moved.skews[i].shear += step[problem.skew_index(i) + 1];
     }
     // A single step changes the focal length by half at most: beyond that the equations tell nothing.
     const double by = std::clamp(step[problem.focal_index()], -0.5, 0.5);
@@ -257,12 +294,25 @@ double _mean_residual(const Problem& problem, const Lenses& lenses)
     return sum / problem.count;
 }
 
+// Lets pictures be skewed, and keeps that where it explains much of what the cameras alone left over.
+int32_t _descend_skewed(const Problem& problem, const Cancel& cancel, Workspace* work, Lenses* lenses)
+{
+    Problem freer = problem;
+    freer.freedom = kShutterToo;
+    Lenses skewed = *lenses;
+    double cost = 0.0;
+    PANO_FORWARD(_descend_all(freer, kFreeStages, cancel, work, &skewed, &cost));
+    if (_mean_residual(problem, skewed) < kSkewPays * _mean_residual(problem, *lenses))
+        *lenses = skewed;
+    return kPanoSuccess;
+}
+
 int32_t _descend_free(const Problem& problem, const Cancel& cancel, Workspace* work, Lenses* lenses)
 {
     double cost = 0.0;
     PANO_FORWARD(_descend_all(problem, kFreeStages, cancel, work, lenses, &cost));
     if (_mean_residual(problem, *lenses) >= kSharpResidual)
-        return kPanoSuccess;
+        return _descend_skewed(problem, cancel, work, lenses);
     return _descend(problem, kLastStage, cancel, work, lenses, &cost);
 }
 
@@ -304,24 +354,42 @@ double _near_share(const Problem& problem, const Lenses& lenses)
     return all > 0 ? static_cast<double>(near) / all : 0.0;
 }
 
+// The frame of a line of sight: to the right along the horizon, down, ahead.
+Rotation _frame(Place place, double focal)
+{
+    const Vector ahead = unit({place.x / focal, place.y / focal, 1.0});
+    const Vector right = unit({1.0, 0.0, -place.x / focal});
+    const Vector down = cross(ahead, right);
+    return {{right.x, down.x, ahead.x, right.y, down.y, ahead.y, right.z, down.z, ahead.z}};
+}
+
 }  // namespace
 
 Rotation turn_of_guess(const PairGuess& guess, double focal)
 {
-    // The frame of a line of sight: to the right along the horizon, down, ahead.
-    const auto frame = [focal](Place place) {
-        const Vector ahead = unit({place.x / focal, place.y / focal, 1.0});
-        const Vector right = unit({1.0, 0.0, -place.x / focal});
-        const Vector down = cross(ahead, right);
-        return Rotation{{right.x, down.x, ahead.x, right.y, down.y, ahead.y, right.z, down.z, ahead.z}};
-    };
-    return rotation_about({0.0, 0.0, guess.roll}) * frame(guess.second) * inverse(frame(guess.first));
+    // The second camera as if it were upright, then rolled.
+    const SineCosine roll = sine_cosine(guess.roll);
+    const Place upright = {roll.cosine * guess.second.x + roll.sine * guess.second.y,
+                           roll.cosine * guess.second.y - roll.sine * guess.second.x};
+    return rotation_about({0.0, 0.0, guess.roll}) * _frame(upright, focal) *
+           inverse(_frame(guess.first, focal));
+}
+
+double roll_of_turn(const Rotation& turn, Place first, double focal)
+{
+    const Vector right = (turn * _frame(first, focal)).column(0);
+    return arctangent(right.y, right.x);
 }
 
 LensPair lens_pair(const Lenses& lenses, int32_t first, int32_t second)
 {
     const LinkView view = link_view(lenses, first, second);
-    return {inverse(view.second) * view.first, view.first_focal, view.second_focal, view.radial};
+    return {inverse(view.second) * view.first,
+            view.first_focal,
+            view.second_focal,
+            view.radial,
+            view.first_skew,
+            view.second_skew};
 }
 
 Agreement agreement_of(const Link& link, const Lenses& lenses)
@@ -377,8 +445,10 @@ int32_t adjust_further(const Link* links, int32_t count, int32_t pictures, doubl
     const Problem plain = {links, count, pictures, assumed_focal, kLensOfPair};
     double cost = 0.0;
     lenses->radial = 0.0;
-    for (double& zoom : lenses->zooms)
-        zoom = 0.0;
+    for (int32_t i = 0; i < pictures; ++i) {
+        lenses->zooms[i] = 0.0;
+        lenses->skews[i] = {};
+    }
     PANO_FORWARD(_descend_all(plain, kPlainStages, cancel, work.get(), lenses, &cost));
     return _descend_free({links, count, pictures, assumed_focal, freedom}, cancel, work.get(), lenses);
 }

@@ -1,6 +1,7 @@
 // The adjustment: the cameras that agree best with all matches together.
 //
-// Unknown are the turn of every picture and a small zoom of its own, one focal length and one radial term for all. What is
+// Unknown are the turn of every picture and a small zoom of its own, one focal length and one radial term for all, and a
+// small skew of every picture where the rest does not fit closely. What is
 // made small is the distance, in base pixels, of where a match's first place shows in the second picture from where it
 // was seen there. Far-off matches lose their say step by step (the weights of Geman and McClure), so wrong ones do no harm.
 #ifndef REFINED_ADJUST_H
@@ -37,16 +38,21 @@ struct Lenses {
     double zooms[kMaxPictures];  // natural logarithm of the picture's own focal length over `focal`
     double focal;                // base pixels
     double radial;
+    Skew skews[kMaxPictures];
 };
 
 // How freely the lens may be bent to the matches.
 enum LensFreedom {
     kLensOfPair,   // two pictures tell a focal length at best
     kLensOfSweep,  // zooms and the radial term too
+    kShutterToo,   // and what a moving camera's shutter does to each picture
 };
 
 // The turn from the first camera of a guess to the second, for a focal length.
 Rotation turn_of_guess(const PairGuess& guess, double focal);
+
+// The roll of the guess that a turn comes from whose first place is given.
+double roll_of_turn(const Rotation& turn, Place first, double focal);
 
 // The camera's view of one picture in another.
 LensPair lens_pair(const Lenses& lenses, int32_t first, int32_t second);

@@ -13,6 +13,32 @@
 namespace ozr::refined
 {
 
+// A place in units of the focal length, measured from the middle of the picture.
+struct Place {
+    double x;
+    double y;
+};
+
+// What a shutter that reads row after row, or column after column, does to the picture of a camera that moves meanwhile,
+// as far as a turn and a zoom do not explain it: the place that the lens shows at (x, y) is at
+// (x + stretch x + shear y, y + shear x - stretch y).
+struct Skew {
+    double stretch;
+    double shear;
+};
+
+inline Place skewed_place(Place p, const Skew& skew)
+{
+    return {p.x + skew.stretch * p.x + skew.shear * p.y, p.y + skew.shear * p.x - skew.stretch * p.y};
+}
+
+inline Place unskewed_place(Place p, const Skew& skew)
+{
+    const double scale = 1.0 / (1.0 - skew.stretch * skew.stretch - skew.shear * skew.shear);
+    return {scale * (p.x - skew.stretch * p.x - skew.shear * p.y),
+            scale * (p.y - skew.shear * p.x + skew.stretch * p.y)};
+}
+
 struct Camera {
     double rotation[9];  // turns a ray of the camera into the world, row-major
     double focal;        // pixels of the picture, this picture's own (zoom included)
@@ -21,12 +47,7 @@ struct Camera {
                  // d = 1 + k1 (u^2 + v^2)
     double gain;  // brightness: luma is multiplied by it
     bool used;    // in the panorama
-};
-
-// A place in units of the focal length, measured from the middle of the picture.
-struct Place {
-    double x;
-    double y;
+    Skew skew = {0.0, 0.0};
 };
 
 // Where the straight line of sight of a place on a bent picture goes: (u d, v d).

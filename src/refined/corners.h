@@ -22,6 +22,9 @@ constexpr int32_t kCornerWindow = 2 * kCornerStep;
 // Below this a window holds no more than the noise of a camera: a mean squared gradient of about one level a pixel.
 constexpr float kWeakCorner = 60.0F;
 
+// What is tried where little else is to be had: clouds, dunes in haze.
+constexpr float kFaintCorner = 15.0F;
+
 // kPanoNoMemory.
 int32_t find_corners(const GrayView& plane, Corners* out);
 

@@ -13,6 +13,8 @@ struct LensPair {
     double first_focal;
     double second_focal;
     double radial;
+    Skew first_skew;
+    Skew second_skew;
 };
 
 // False where the second camera looks away.

@@ -9,8 +9,7 @@
 namespace ozr::refined
 {
 
-constexpr int32_t kUnknownsPerPicture = 4;  // three of its turn, one of its zoom
-constexpr int32_t kMaxUnknowns = kUnknownsPerPicture * kMaxPictures + 2;
+constexpr int32_t kMaxUnknowns = 6 * kMaxPictures + 2;
 
 // The lower triangle counts.
 struct NormalEquations {

@@ -15,7 +15,12 @@ struct PairMatch {
     Match matches[kMaxMatches];
     int32_t near;     // matches that agree on how the camera turned
     double residual;  // root mean square distance of those, base pixels
+    double likeness;  // of the whole overlap, 1: the same
 
+    // How much a joint of the two pictures can be trusted, from 0 to 1.
+    double confidence() const;
+
+    // Whether it is more likely right than wrong.
     bool is_good() const;
 };
 
@@ -25,12 +30,6 @@ struct ShiftHint {
     double x;
     double y;
 };
-
-// Whether so many matches, of which so many agree, hold two pictures together.
-bool is_good_match(int32_t near, int32_t count);
-
-// How much a joint of two pictures can be trusted, from 0 to 1; below 0.5 where the match is not good.
-double confidence_of(int32_t near, int32_t count);
 
 // Finds what two pictures have in common, near the hint first, then anywhere along the sweep. Pictures that do not belong
 // together end with a match that is not good. kPanoNoMemory, kPanoCancelled.

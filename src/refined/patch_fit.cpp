@@ -20,8 +20,7 @@ constexpr int32_t kWeightOne = 1 << kWeightBits;
 constexpr int32_t kLevelBits = 3;
 constexpr int32_t kLevelOne = 1 << kLevelBits;
 
-constexpr int32_t kSearchHalf = 4;
-constexpr int32_t kSearchSide = 2 * kSearchHalf + 1;
+constexpr int32_t kSearchHalf = kSearchSide / 2;
 constexpr int32_t kSearchPixels = kSearchSide * kSearchSide;
 constexpr int32_t kWindowSide = kSearchSide + 2 * kMaxReach;
 
@@ -88,25 +87,37 @@ void _move(PatchTask* task, double right, double down)
     task->second_y += right * task->shape.right_y + down * task->shape.down_y;
 }
 
-// The patch of the first picture less its mean, so that the sum of products needs no mean of the other.
-int32_t _template_without_mean(const GrayView& plane, int32_t x, int32_t y, int16_t out[kSearchPixels])
+// The patch of the first picture less its mean in whole units; what is left of the sum is taken off at the end.
+struct Template {
+    int16_t values[kSearchPixels];
+    int32_t sum;
+    int32_t square;
+};
+
+void _make_template(const GrayView& plane, int32_t x, int32_t y, Template* out)
 {
     int32_t sum = 0;
-    int16_t* at = out;
+    int32_t at = 0;
     for (int32_t j = -kSearchHalf; j <= kSearchHalf; ++j) {
-        for (int32_t i = -kSearchHalf; i <= kSearchHalf; ++i) {
-            *at = static_cast<int16_t>(plane.row(y + j)[x + i] << kLevelBits);
-            sum += *at++;
+        for (int32_t i = -kSearchHalf; i <= kSearchHalf; ++i, ++at) {
+            out->values[at] = static_cast<int16_t>(plane.row(y + j)[x + i] << kLevelBits);
+            sum += out->values[at];
         }
     }
     const int16_t mean = static_cast<int16_t>(sum / kSearchPixels);
-    int32_t square = 0;
-    for (int32_t i = 0; i < kSearchPixels; ++i) {
-        out[i] = static_cast<int16_t>(out[i] - mean);
-        square += out[i] * out[i];
+    out->sum = sum - mean * kSearchPixels;
+    out->square = 0;
+    for (int16_t& value : out->values) {
+        value = static_cast<int16_t>(value - mean);
+        out->square += value * value;
     }
-    return square;
 }
+
+// Of a part of a window, as large as a template.
+struct PartSums {
+    int32_t sum;
+    int32_t square;  // the sum of squares
+};
 
 // Sums over as many rows of a window as a template has, for each of its columns: of values and of their squares.
 class ColumnSums
@@ -126,16 +137,15 @@ public:
         window_ += side_;
     }
 
-    // How much the part of the window from a column on differs from its mean: the sum of squares.
-    double spread(int32_t column) const
+    // Of the part of the window from a column on.
+    PartSums part(int32_t column) const
     {
-        int32_t sum = 0;
-        int32_t square = 0;
+        PartSums part = {};
         for (int32_t x = column; x < column + kSearchSide; ++x) {
-            sum += sums_[x];
-            square += squares_[x];
+            part.sum += sums_[x];
+            part.square += squares_[x];
         }
-        return square - static_cast<double>(sum) * sum / kSearchPixels;
+        return part;
     }
 
     const int16_t* window() const { return window_; }
@@ -155,16 +165,24 @@ private:
     int32_t squares_[kWindowSide] = {};
 };
 
-// Correlation of the template with the part of the window whose top left corner is given.
-double _correlation(const int16_t* patch, int32_t square, const int16_t* window, int32_t side, double spread)
+// The template against the part of a window whose top left corner is given.
+PatchLikeness _likeness(const Template& patch, const int16_t* window, int32_t side, const PartSums& part)
 {
-    int16_t part[kSearchPixels];
+    int16_t values[kSearchPixels];
     for (int32_t y = 0; y < kSearchSide; ++y)
-        std::copy_n(window + y * side, kSearchSide, part + y * kSearchSide);
-    const int32_t product = kernels::active()->match.dot_product(patch, part, kSearchPixels);
-    if (product <= 0 || spread <= 0.0)
+        std::copy_n(window + y * side, kSearchSide, values + y * kSearchSide);
+    const int32_t product = kernels::active()->match.dot_product(patch.values, values, kSearchPixels);
+    const double mean = static_cast<double>(part.sum) / kSearchPixels;
+    return {product - mean * patch.sum,
+            patch.square - static_cast<double>(patch.sum) * patch.sum / kSearchPixels,
+            part.square - mean * part.sum};
+}
+
+double _correlation(const PatchLikeness& likeness)
+{
+    if (likeness.product <= 0.0 || likeness.first_square <= 0.0 || likeness.second_square <= 0.0)
         return 0.0;
-    return product / std::sqrt(spread * square);
+    return likeness.product / std::sqrt(likeness.second_square * likeness.first_square);
 }
 
 constexpr int32_t kUnknowns = 4;  // right, down, contrast, brightness
@@ -273,15 +291,27 @@ FitState _measure(const FitBasis& basis, const int16_t* sampled)
 
 }  // namespace
 
+bool compare_patch(const PatchTask& task, PatchLikeness* likeness)
+{
+    int16_t window[kSearchPixels];
+    if (!_holds(*task.first_plane, task.first_x, task.first_y, kSearchHalf) ||
+        !_sample(*task.second_plane, task.second_x, task.second_y, task.shape, kSearchHalf, window))
+        return false;
+    Template patch;
+    _make_template(*task.first_plane, task.first_x, task.first_y, &patch);
+    *likeness = _likeness(patch, window, kSearchSide, ColumnSums(window, kSearchSide).part(0));
+    return true;
+}
+
 double search_patch(PatchTask* task, int32_t reach)
 {
-    int16_t patch[kSearchPixels];
     int16_t window[kWindowSide * kWindowSide];
     if (!_holds(*task->first_plane, task->first_x, task->first_y, kSearchHalf) ||
         !_sample(*task->second_plane, task->second_x, task->second_y, task->shape, kSearchHalf + reach,
                  window))
         return -1.0;
-    const int32_t square = _template_without_mean(*task->first_plane, task->first_x, task->first_y, patch);
+    Template patch;
+    _make_template(*task->first_plane, task->first_x, task->first_y, &patch);
     const int32_t side = kSearchSide + 2 * reach;
     double best = -1.0;
     int32_t best_right = 0;
@@ -291,7 +321,8 @@ double search_patch(PatchTask* task, int32_t reach)
         if (down > 0)
             sums.advance();
         for (int32_t right = 0; right <= 2 * reach; ++right) {
-            const double value = _correlation(patch, square, sums.window() + right, side, sums.spread(right));
+            const double value =
+                _correlation(_likeness(patch, sums.window() + right, side, sums.part(right)));
             if (value > best) {
                 best = value;
                 best_right = right - reach;

@@ -27,9 +27,20 @@ struct PatchTask {
 };
 
 // Moves task->second to the best place within `reach` pixels (at most kMaxReach) and returns the correlation there; -1
-// where the search leaves a picture.
+// where the search leaves a picture. A patch is kSearchSide pixels wide.
 constexpr int32_t kMaxReach = 4;
+constexpr int32_t kSearchSide = 9;
 double search_patch(PatchTask* task, int32_t reach);
+
+// How alike a patch and what is expected of it in the second picture are, each less its mean.
+struct PatchLikeness {
+    double product;
+    double first_square;
+    double second_square;
+};
+
+// False where the patch leaves a picture.
+bool compare_patch(const PatchTask& task, PatchLikeness* likeness);
 
 // Moves task->second to the best fit and returns the correlation there; -1 where the fit leaves the picture, drifts off by
 // more than `drift` pixels, or has nothing to hold on to.

@@ -44,6 +44,14 @@ constexpr double kFinestDrift = 1.5;
 // The shape of a patch is taken from the map at places so many base pixels off.
 constexpr double kShapeStep = 8.0;
 
+// The overlap is compared at the highest of the search's levels that has so many pixels: noise is small there, and a lens
+// that is a little off does no harm.
+constexpr int32_t kLikenessPixels = 8000;
+
+// Patches count by their contrast, up to deviations of four levels (of 8 units): a horizon is not to outweigh all else.
+constexpr double kFullContrast = (4.0 * 8) * (4.0 * 8) * kSearchSide * kSearchSide;
+constexpr int32_t kLeastPatches = 6;
+
 // Places of a level and places from the middle of a picture, in base pixels.
 struct LevelFrame {
     double scale;  // level pixels to a base pixel
@@ -191,11 +199,18 @@ bool _match(const Search& search, Place first, PatchSearch kind, Match* match)
     return true;
 }
 
+// How the overlap is divided, and what its windows must have.
+struct Cells {
+    int32_t side;  // corner windows
+    float least_strength;
+};
+
 // The best window of a cell that shows in the second picture.
-bool _best_place(const Search& search, int32_t column, int32_t row, int32_t side, Place* best)
+bool _best_place(const Search& search, const Cells& cells, int32_t column, int32_t row, Place* best)
 {
     const Corners& corners = search.first.corners;
-    float strength = kWeakCorner;
+    const int32_t side = cells.side;
+    float strength = cells.least_strength;
     for (int32_t j = row; j < std::min(row + side, corners.rows); ++j) {
         for (int32_t i = column; i < std::min(column + side, corners.columns); ++i) {
             if (corners.at(i, j) <= strength)
@@ -208,7 +223,7 @@ bool _best_place(const Search& search, int32_t column, int32_t row, int32_t side
             *best = place;
         }
     }
-    return strength > kWeakCorner;
+    return strength > cells.least_strength;
 }
 
 // Cells so large that the overlap holds about kPatches of them.
@@ -221,17 +236,18 @@ int32_t _cell_side(const Search& search)
 }
 
 // kPanoCancelled.
-int32_t _match_cells(const Search& search, int32_t side, PatchSearch kind, const Cancel& cancel,
+int32_t _match_cells(const Search& search, const Cells& cells, PatchSearch kind, const Cancel& cancel,
                      Match matches[kMaxMatches])
 {
     const Corners& corners = search.first.corners;
+    const int32_t side = cells.side;
     int32_t found = 0;
     for (int32_t row = 0; row < corners.rows; row += side) {
         if (cancel.asked())
             return kPanoCancelled;
         for (int32_t column = 0; column < corners.columns && found < kMaxMatches; column += side) {
             Place place = {};
-            if (_best_place(search, column, row, side, &place) &&
+            if (_best_place(search, cells, column, row, &place) &&
                 _match(search, place, kind, &matches[found]))
                 ++found;
         }
@@ -246,11 +262,40 @@ int32_t match_patches(const Sight& first, const Sight& second, const LensPair& l
 {
     const Search search(first, second, lenses);
     const int32_t side = _cell_side(search);
-    int32_t found = _match_cells(search, side, kind, cancel, matches);
+    int32_t found = _match_cells(search, {side, kWeakCorner}, kind, cancel, matches);
     // Where little of the overlap has texture, it is looked at more closely.
     if (found >= 0 && found < kFewMatches)
-        found = _match_cells(search, std::max(side / 2, 1), kind, cancel, matches);
+        found = _match_cells(search, {std::max(side / 2, 1), kFaintCorner}, kind, cancel, matches);
     return found;
+}
+
+double likeness_of_overlap(const Sight& first, const Sight& second, const LensPair& lenses)
+{
+    const Search search(first, second, lenses);
+    int32_t level = kSearchLevels;
+    while (level > 0 && int64_t{first.plane(level).width} * first.plane(level).height < kLikenessPixels)
+        --level;
+    const GrayView& plane = first.plane(level);
+    double sum = 0.0;
+    double all = 0.0;
+    int32_t patches = 0;
+    for (int32_t y = kSearchSide / 2; y + kSearchSide / 2 < plane.height; y += kSearchSide) {
+        for (int32_t x = kSearchSide / 2; x + kSearchSide / 2 < plane.width; x += kSearchSide) {
+            PatchTask task = {};
+            PatchLikeness likeness = {};
+            const Place place = search.first_frame(level).from_level(x, y);
+            if (!_aim(search, place, {0.0, 0.0}, level, &task) || !compare_patch(task, &likeness))
+                continue;
+            ++patches;
+            const double contrast = std::sqrt(likeness.first_square * likeness.second_square);
+            if (contrast <= 0.0)
+                continue;
+            const double weight = std::min(contrast, kFullContrast);
+            sum += weight * likeness.product / contrast;
+            all += weight;
+        }
+    }
+    return patches >= kLeastPatches && all > 0.0 ? sum / all : 0.0;
 }
 
 }  // namespace ozr::refined

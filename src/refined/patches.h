@@ -26,6 +26,10 @@ enum PatchSearch {
 int32_t match_patches(const Sight& first, const Sight& second, const LensPair& lenses, PatchSearch kind,
                       const Cancel& cancel, Match matches[kMaxMatches]);
 
+// How alike the pictures are over their whole overlap, seen through `lenses`: the mean correlation of small patches, those
+// with little in them counting for less. 1: the same; around 0: nothing to do with each other, or no overlap.
+double likeness_of_overlap(const Sight& first, const Sight& second, const LensPair& lenses);
+
 }  // namespace ozr::refined
 
 #endif

@@ -14,6 +14,8 @@ struct Slope {
     double first_zoom;
     double second_zoom;
     double radial;
+    double first_skew[2];  // stretch, shear
+    double second_skew[2];
 };
 
 struct Residual {
@@ -30,6 +32,8 @@ struct LinkView {
     double first_focal;
     double second_focal;
     double radial;
+    Skew first_skew;
+    Skew second_skew;
 };
 
 LinkView link_view(const Lenses& lenses, int32_t first, int32_t second);

@@ -23,8 +23,8 @@ int32_t _whole(double x)
 constexpr int32_t kFollowed = 6;
 constexpr int32_t kFineReach = 2;
 
-// Shifts whose overlap is smaller than this share of the picture count for less, down to half: a few pixels agree easily.
-constexpr double kFullShare = 0.30;
+// Shifts whose overlap is smaller than this share of the picture count for less: a few pixels agree easily.
+constexpr double kFullShare = 0.25;
 
 struct Area {
     int32_t x0;  // in the first picture, ends exclusive
@@ -39,24 +39,52 @@ Area _common_area(const Unrolled& a, const Unrolled& b, int32_t shift_x, int32_t
             std::min(a.height, b.height + shift_y)};
 }
 
-double _value(const Unrolled& a, const Unrolled& b, int32_t shift_x, int32_t shift_y)
+// Both pictures over the area they have in common.
+struct Common {
+    kernels::MaskedArea first;
+    kernels::MaskedArea second;
+    int32_t columns;
+    int32_t rows;
+};
+
+Common _common(const Unrolled& a, const Unrolled& b, int32_t shift_x, int32_t shift_y)
 {
     const Area area = _common_area(a, b, shift_x, shift_y);
-    const int32_t columns = area.x1 - area.x0;
-    const int32_t rows = area.y1 - area.y0;
-    if (columns < 1 || rows < 1)
-        return 0.0;
     const int64_t at_a = int64_t{area.y0} * a.width + area.x0;
     const int64_t at_b = int64_t{area.y0 - shift_y} * b.width + area.x0 - shift_x;
-    const kernels::MaskedArea first = {a.contrast.get() + at_a, a.mask.get() + at_a, a.width};
-    const kernels::MaskedArea second = {b.contrast.get() + at_b, b.mask.get() + at_b, b.width};
-    const kernels::MaskedSums sums = kernels::active()->match.correlate_masked(first, second, columns, rows);
+    return {{a.contrast.get() + at_a, a.mask.get() + at_a, a.width},
+            {b.contrast.get() + at_b, b.mask.get() + at_b, b.width},
+            area.x1 - area.x0,
+            area.y1 - area.y0};
+}
+
+double _correlation(const Common& common)
+{
+    if (common.columns < 1 || common.rows < 1)
+        return 0.0;
+    const kernels::MaskedSums sums =
+        kernels::active()->match.correlate_masked(common.first, common.second, common.columns, common.rows);
     if (sums.aa == 0 || sums.bb == 0)
         return 0.0;
-    const double r = sums.ab / std::sqrt(static_cast<double>(sums.aa) * sums.bb);
-    const double share =
-        static_cast<double>(int64_t{columns} * rows) / static_cast<double>(int64_t{a.width} * a.height);
-    return r * std::min(1.0, 0.5 + 0.5 * std::sqrt(share / kFullShare));
+    return sums.ab / std::sqrt(static_cast<double>(sums.aa) * sums.bb);
+}
+
+// A correlation over few pixels is high by chance. Masks count: of rolled pictures, corners are all that meet far out.
+double _weight(const Common& common, const Unrolled& a)
+{
+    if (common.columns < 1 || common.rows < 1)
+        return 0.0;
+    int64_t shared = 0;
+    for (int32_t y = 0; y < common.rows; ++y) {
+        const int16_t* first = common.first.mask + y * common.first.stride;
+        const int16_t* second = common.second.mask + y * common.second.stride;
+        int32_t row = 0;
+        for (int32_t x = 0; x < common.columns; ++x)
+            row -= first[x] & second[x];
+        shared += row;
+    }
+    const double share = static_cast<double>(shared) / static_cast<double>(int64_t{a.width} * a.height);
+    return std::min(1.0, std::sqrt(share / kFullShare));
 }
 
 // The values of all shifts of a range, with a border of 0 around them.
@@ -84,7 +112,7 @@ int32_t _fill(const Unrolled& a, const Unrolled& b, const ShiftRange& range, con
         if (cancel.asked())
             return kPanoCancelled;
         for (int32_t x = 0; x < map->columns; ++x)
-            *map->at(x, y) = static_cast<float>(_value(a, b, map->left + x, map->up + y));
+            *map->at(x, y) = static_cast<float>(_correlation(_common(a, b, map->left + x, map->up + y)));
     }
     return kPanoSuccess;
 }
@@ -124,11 +152,12 @@ Shift _follow(const UnrolledPair& first, const UnrolledPair& second, const Shift
         for (int32_t dx = -kFineReach; dx <= kFineReach; ++dx) {
             const int32_t x = 2 * coarse.x + dx;
             const int32_t y = 2 * coarse.y + dy;
-            const double value = _value(first.fine, second.fine, x, y);
+            const double value = _correlation(_common(first.fine, second.fine, x, y));
             if (value > best.value)
                 best = {x, y, value};
         }
     }
+    best.value *= _weight(_common(first.fine, second.fine, best.x, best.y), first.fine);
     return best;
 }
 
@@ -148,9 +177,11 @@ int32_t find_shifts(const UnrolledPair& first, const UnrolledPair& second, const
     int32_t maxima = 0;
     for (int32_t y = 0; y < map.rows; ++y) {
         for (int32_t x = 0; x < map.columns; ++x) {
-            if (_is_maximum(map, x, y))
-                maxima = _keep(followed, maxima, kFollowed,
-                               {map.left + x, map.up + y, static_cast<double>(*map.at(x, y))});
+            if (!_is_maximum(map, x, y))
+                continue;
+            const Common common = _common(first.coarse, second.coarse, map.left + x, map.up + y);
+            const double value = static_cast<double>(*map.at(x, y)) * _weight(common, first.coarse);
+            maxima = _keep(followed, maxima, kFollowed, {map.left + x, map.up + y, value});
         }
     }
     int32_t found = 0;

@@ -87,6 +87,8 @@ bool _review(const SweepView& view, const Solution& solution)
         const Agreement agreement = agreement_of(link, solution.lenses);
         pair.match.near = agreement.near;
         pair.match.residual = agreement.residual;
+        pair.match.likeness = likeness_of_overlap(view.sights[pair.first], view.sights[pair.second],
+                                                  lens_pair(solution.lenses, pair.first, pair.second));
         all_hold = all_hold && (pair.match.is_good() || !was_good);
     }
     return all_hold;

@@ -6,6 +6,7 @@
 #include "image/pano_result.h"
 #include "refined/angles.h"
 #include "refined/draw.h"
+#include "refined/straighten.h"
 
 namespace ozr::refined
 {
@@ -41,6 +42,49 @@ bool _runs_across(const PairGuess& guess)
     const double along = guess.first.x - guess.second.x;
     const double across = guess.first.y - guess.second.y;
     return across * across > along * along;
+}
+
+// Whether the cameras moved up or down rather than aside, from the first used one to the last: steps along each camera's
+// own axes, so that shaking cancels out and a tilted camera's circle counts as what it is.
+bool _runs_across(const Solution& solution, int32_t pictures)
+{
+    double along = 0.0;
+    double across = 0.0;
+    const Rotation* last = nullptr;
+    for (int32_t i = 0; i < pictures; ++i) {
+        if (!solution.used[i])
+            continue;
+        const Rotation* next = &solution.lenses.rotations[i];
+        if (last != nullptr) {
+            along += dot(next->column(2), last->column(0));
+            across += dot(next->column(2), last->column(1));
+        }
+        last = next;
+    }
+    return across * across > along * along;
+}
+
+// The turn of a camera whose picture, and whose world, are turned by a quarter.
+Rotation _quarter_turned(const Rotation& rotation, bool clockwise)
+{
+    const double by = clockwise ? 1.0 : -1.0;
+    const Rotation quarter = {{0, -by, 0, by, 0, 0, 0, 0, 1}};
+    return quarter * rotation * inverse(quarter);
+}
+
+Place _quarter_turned(Place place, bool clockwise)
+{
+    return clockwise ? Place{-place.y, place.x} : Place{place.y, -place.x};
+}
+
+void _turn_match(bool clockwise, PairMatch* match)
+{
+    match->guess.first = _quarter_turned(match->guess.first, clockwise);
+    match->guess.second = _quarter_turned(match->guess.second, clockwise);
+    for (int32_t i = 0; i < match->count; ++i) {
+        Match& own = match->matches[i];
+        own = {_quarter_turned(own.first, clockwise), _quarter_turned(own.second, clockwise)};
+    }
 }
 
 struct Angles {
@@ -161,6 +205,24 @@ int32_t Sweep::add(const PanoImg& picture, const PictureHint& hint, const Cancel
     return pictures_ > 1 ? match_newest(hint, cancel) : kPanoSuccess;
 }
 
+// The first pair decided along which side the sweep runs, the whole of it knows better: a shaking hand may move more up
+// than along from one picture to the next.
+int32_t Sweep::turn_along()
+{
+    if (!_runs_across(solution_, pictures_))
+        return kPanoSuccess;
+    PANO_FORWARD(turn_pictures());
+    for (int32_t i = 0; i < pictures_; ++i) {
+        solution_.lenses.rotations[i] = _quarter_turned(solution_.lenses.rotations[i], turned_);
+        Skew& skew = solution_.lenses.skews[i];
+        skew = {-skew.stretch, -skew.shear};
+    }
+    for (int32_t i = 0; i < count_; ++i)
+        _turn_match(turned_, &pairs_[i].match);
+    straighten(solution_.lenses.rotations, solution_.used, pictures_);
+    return kPanoSuccess;
+}
+
 void Sweep::fill_cameras()
 {
     for (int32_t i = 0; i < pictures_; ++i) {
@@ -170,6 +232,7 @@ void Sweep::fill_cameras()
         cameras_[i].radial = solution_.lenses.radial;
         cameras_[i].gain = 1.0;
         cameras_[i].used = solution_.used[i];
+        cameras_[i].skew = solution_.lenses.skews[i];
     }
 }
 
@@ -193,6 +256,7 @@ int32_t Sweep::compose(const Cancel& cancel, PanoImg* out)
         return kPanoPictureMissing;
     const SweepView view = {sights_, pictures_, pairs_, count_};
     PANO_FORWARD(solve_sweep(view, cancel, &solution_));
+    PANO_FORWARD(turn_along());
     trace_matches(view, solution_, &trace_);
     fill_cameras();
     PanoImgOwner drawn;
@@ -255,7 +319,7 @@ bool Sweep::joint(int32_t index, ozr_panorama_joint* joint) const
     joint->offset_y = static_cast<float>(turned_ ? -offset.x : offset.y);
     joint->residual = static_cast<float>(
         pair->match.near > 0 ? pair->match.residual * sights_[pair->first].base_scale() : -1.0);
-    joint->confidence = static_cast<float>(confidence_of(pair->match.near, pair->match.count));
+    joint->confidence = static_cast<float>(pair->match.confidence());
     joint->used = first.used && second.used ? 1 : 0;
     joint->gain = static_cast<float>(joint->used != 0 ? second.gain / first.gain : 1.0);
     return true;

@@ -65,6 +65,7 @@ private:
     int32_t bridge(const Cancel& cancel);
     bool has_good_pair() const;
     ShiftHint shift_hint(const PictureHint& hint) const;
+    int32_t turn_along();
     void fill_cameras();
     int32_t draw_cameras(const Cancel& cancel, PanoImg* drawn);
     const Pair* pair_of_joint(int32_t index) const;

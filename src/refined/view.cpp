@@ -47,7 +47,8 @@ double _distortion(double q, double radial)
 }  // namespace
 
 View::View(const Camera& camera, int32_t width, int32_t height)
-    : focal_(_fixed(camera.focal)), radial_(_fixed(camera.radial)), middle_x_((width - 1) / 2.0),
+    : focal_(_fixed(camera.focal)), radial_(_fixed(camera.radial)),
+      skew_({_fixed(camera.skew.stretch), _fixed(camera.skew.shear)}), middle_x_((width - 1) / 2.0),
       middle_y_((height - 1) / 2.0)
 {
     for (int32_t row = 0; row < 3; ++row) {
@@ -87,8 +88,9 @@ NodePlace View::place(const Heading& heading, double height, int16_t* gain) cons
     const Lens &here = lens_[index], &next = lens_[index + 1];
     const double places = (here.scale + (next.scale - here.scale) * part) * focal_;
     *gain = static_cast<int16_t>(nearest(here.gain + (next.gain - here.gain) * part));
-    return {static_cast<int32_t>(nearest(_limited(x * places + middle_x_, kFarAway) * kNodeOne)),
-            static_cast<int32_t>(nearest(_limited(y * places + middle_y_, kFarAway) * kNodeOne))};
+    const Place shown = skewed_place({x * places, y * places}, skew_);
+    return {static_cast<int32_t>(nearest(_limited(shown.x + middle_x_, kFarAway) * kNodeOne)),
+            static_cast<int32_t>(nearest(_limited(shown.y + middle_y_, kFarAway) * kNodeOne))};
 }
 
 double View::heading() const
@@ -105,8 +107,9 @@ double View::spread(const NodePlace& place) const
 
 bool View::ray(double x, double y, double* heading, double* height) const
 {
-    const double u = (x - middle_x_) / focal_;
-    const double v = (y - middle_y_) / focal_;
+    const Place seen = unskewed_place({(x - middle_x_) / focal_, (y - middle_y_) / focal_}, skew_);
+    const double u = seen.x;
+    const double v = seen.y;
     const double stretch = 1.0 + radial_ * (u * u + v * v);
     const double a = u * stretch, b = v * stretch;
     const double right = turn_[0] * a + turn_[3] * b + turn_[6];

@@ -68,6 +68,7 @@ private:
     double turn_[9] = {};  // from the world to the camera, row-major
     double focal_ = 1.0;
     double radial_ = 0.0;
+    Skew skew_ = {0.0, 0.0};
     double middle_x_ = 0.0;
     double middle_y_ = 0.0;
     double corner_ = 1.0;      // square of the corners' distance, in focal lengths

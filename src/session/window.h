@@ -74,20 +74,19 @@ inline LumaView luma_of(const SeamRegion& region)
     return {core::region_row(&region, 0), region.img->stride, region.width, region.height};
 }
 
-// The core knows of each pair where its right picture lies in its left one.
 inline void set_picture(const PanoramaCore& core, int32_t i, PictureRecord* picture)
 {
     picture->luma = luma_of(core.frames[i]);
     picture->is_aligned = i > 0 && core.aligned[i] != 0;
     if (!picture->is_aligned)
         return;
-    const bool forward = core.forward != 0;
-    const AlignResult& result = core.offsets[forward ? i : i - 1];
-    picture->step_x = forward ? result.x : -result.x;
-    picture->step_y = forward ? result.y : -result.y;
-    picture->shared_columns = std::clamp(core.frames[i].width - result.x, 0, core.frames[i].width);
-    picture->has_score = result.score != core::kNoSearchScore;
-    picture->score = static_cast<double>(result.score) / core::kScoreOne;
+    const AlignResult step = core::step_of(core, i);
+    const int32_t right = core.forward != 0 ? step.x : -step.x;
+    picture->step_x = step.x;
+    picture->step_y = step.y;
+    picture->shared_columns = std::clamp(core.frames[i].width - right, 0, core.frames[i].width);
+    picture->has_score = step.score != core::kNoSearchScore;
+    picture->score = static_cast<double>(step.score) / core::kScoreOne;
 }
 
 inline void place_pictures(const core::Canvas& canvas, PanoramaRecord* record)

@@ -6,8 +6,8 @@
 #include <emmintrin.h>
 #include <stdint.h>
 
+#include "kernels/last_lanes.h"
 #include "kernels/match.h"
-#include "kernels/x86/last_lanes.h"
 
 namespace ozr::kernels
 {
