@@ -80,8 +80,10 @@ struct LumaSamples {
     // No image has more bytes than 32 bits can count.
     bool are_readable() const
     {
-        const bool is_empty = plane.width < 1 || plane.height < 1;
-        return is_empty || (plane.data != nullptr && int64_t{plane.stride} * plane.height <= INT32_MAX);
+        if (plane.width < 1 || plane.height < 1)
+            return true;
+        const int64_t stride = plane.stride;
+        return plane.data != nullptr && stride * plane.height <= INT32_MAX;
     }
 };
 

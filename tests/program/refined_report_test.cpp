@@ -275,8 +275,10 @@ void _check_cameras_of_page(const std::string& page, const std::vector<ozr_panor
     for (size_t i = 0; i < cameras.size(); ++i) {
         const ozr_panorama_camera& camera = cameras[i];
         const double view = 2 * atan(kWidth / 2.0 / static_cast<double>(camera.focal_length)) * kDegrees;
-        const double want[] = {camera.yaw, camera.pitch,  camera.roll, camera.focal_length,
-                               view,       camera.radial, camera.gain};
+        const float of_camera[] = {camera.yaw,          camera.pitch,  camera.roll,
+                                   camera.focal_length, camera.radial, camera.gain};
+        std::vector<double> want(of_camera, of_camera + 6);
+        want.insert(want.begin() + 4, view);
         const double most[] = {0.00501, 0.00501, 0.00501, 0.0501, 0.0501, 0.0000501, 0.000501};
         for (size_t k = 0; k < 7; ++k)
             EXPECT_NEAR(cells[7 * i + k], want[k], most[k]) << i << " " << k;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <vector>
 
 #include "refined/crop.h"
 #include "refined/elementary.h"
@@ -11,6 +12,11 @@
 
 using namespace ozr;
 using namespace ozr::refined;
+
+static std::vector<uint8_t> _bytes_of(const uint8_t* data, int64_t bytes)
+{
+    return {data, data + bytes};
+}
 
 TEST(Elementary, AgreesWithTheMathematicalLibrary)
 {
@@ -157,21 +163,19 @@ TEST(Pyramid, HalvesLumaAndChroma)
                 ASSERT_EQ(*(pano_row(kept.get(), i / w) + i % w),
                           pixels[static_cast<size_t>(y * stride + x)]);
             }
-            const auto rows = [](const uint8_t* data, int64_t bytes) {
-                return std::vector<uint8_t>(data, data + bytes);
-            };
-            std::vector<uint8_t> level = rows(kept->data, int64_t{kept->stride} * h);
+            std::vector<uint8_t> level = _bytes_of(kept->data, int64_t{kept->stride} * h);
             for (int32_t l = 1, pitch = kept->stride; l < pyramid.count; pitch = w >> l, ++l) {
                 level = halved(level, pitch, w >> (l - 1), h >> (l - 1), 1, 0);
                 const GrayView& view = pyramid.levels[l];
-                ASSERT_EQ(level, rows(view.data, int64_t{view.width} * view.height)) << l;
+                ASSERT_EQ(level, _bytes_of(view.data, int64_t{view.width} * view.height)) << l;
             }
             ASSERT_EQ(pyramid.small, small);
-            std::vector<uint8_t> pairs = rows(pano_chroma_row(kept.get(), 0), int64_t{kept->stride} * h / 2);
+            std::vector<uint8_t> pairs =
+                _bytes_of(pano_chroma_row(kept.get(), 0), int64_t{kept->stride} * h / 2);
             for (int32_t l = 1, pitch = kept->stride; l <= small; pitch = w / 2 >> l << 1, ++l)
                 pairs = halved(pairs, pitch, w / 2 >> (l - 1), h / 2 >> (l - 1), 2, 2);
             const GrayView& chroma = pyramid.small_pairs;
-            EXPECT_EQ(pairs, rows(chroma.data, 2 * int64_t{chroma.width} * chroma.height));
+            EXPECT_EQ(pairs, _bytes_of(chroma.data, 2 * int64_t{chroma.width} * chroma.height));
         }
     }
 }

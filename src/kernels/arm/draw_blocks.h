@@ -38,8 +38,8 @@ struct DrawBlocks {
 
     // Of each block of a vector: the first place within it, and twice the way to the next node.
     struct Starts {
-        int16_t x[kMostBlocks], step_x[kMostBlocks], y[kMostBlocks], step_y[kMostBlocks];
-        const uint8_t* src[kMostBlocks];
+        int16_t x[kBlocks], step_x[kBlocks], y[kBlocks], step_y[kBlocks];
+        const uint8_t* src[kBlocks];
         int32_t turn;  // rows that are read beyond the taps of one pixel
     };
 
@@ -48,7 +48,7 @@ struct DrawBlocks {
     {
         constexpr int32_t kUnit = 1 << Shape::kUnitBits, kLeast = Shape::kBefore * kUnit;
         constexpr int32_t kLastColumn = kLoad / Shape::kPixelBytes - Shape::kTaps;
-        int64_t offsets[kMostBlocks] = {};
+        int64_t offsets[kBlocks] = {};
         starts->turn = 0;
         for (int32_t i = 0; i < kBlocks; ++i) {
             const int32_t x = xs[i] - Shape::kInset, step_x = xs[i + 1] - xs[i];

@@ -46,9 +46,10 @@ void project_luma_row(uint8_t* dst, const uint8_t* src, int64_t, int32_t stride,
     for (int32_t b = 0; b < blocks; ++b) {
         const uint8_t* columns = row.columns + ptrdiff_t{kColumnWeights} * b;
         const ptrdiff_t first = ptrdiff_t{kBlock} * b;
+        const ptrdiff_t offset = row.offsets[b];
         for (int32_t k = 0; k < kBlock; ++k)
-            dst[first + k] = _project_pixel(src, ptrdiff_t{row.offsets[b]} + k, stride,
-                                            columns + ptrdiff_t{2} * k, row.rows[first + k]);
+            dst[first + k] =
+                _project_pixel(src, offset + k, stride, columns + ptrdiff_t{2} * k, row.rows[first + k]);
     }
 }
 

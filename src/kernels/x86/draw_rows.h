@@ -121,9 +121,10 @@ protected:
         const uint8_t* at[2];
         Sources(const DrawPlane& plane, const DrawStarts& starts, int32_t b)
         {
-            for (int32_t i = 0; i < kBlocks; ++i)
-                at[i] = plane.src + starts.row[b + i] * plane.stride +
-                        ptrdiff_t{starts.column[b + i]} * Shape::kPixelBytes;
+            for (int32_t i = 0; i < kBlocks; ++i) {
+                const ptrdiff_t column = starts.column[b + i];
+                at[i] = plane.src + starts.row[b + i] * plane.stride + column * Shape::kPixelBytes;
+            }
         }
     };
 

@@ -35,7 +35,7 @@ struct CurvesAvx2 : Avx2 {
     static void store_both(const ProjectionRowPair& out, ptrdiff_t first, __m128i rows)
     {
         _mm_storel_epi64(reinterpret_cast<__m128i*>(out.below.rows + first), rows);
-        _mm_storeh_pd(reinterpret_cast<double*>(out.above.rows + first), _mm_castsi128_pd(rows));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out.above.rows + first), _mm_unpackhi_epi64(rows, rows));
     }
 };
 
