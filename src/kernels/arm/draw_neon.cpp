@@ -12,9 +12,6 @@ namespace ozr::kernels::neon
 namespace
 {
 
-using LumaBlocks = DrawBlocks<LumaShape, 1>;
-using ChromaBlocks = DrawBlocks<ChromaShape, 1>;
-
 // (a * b + 2^14) >> 15 of lanes
 int16x8_t _product(int16x8_t a, int16x8_t b)
 {
@@ -142,17 +139,16 @@ OZR_INLINED int16x8_t _luma_samples(const uint8_t* src, int64_t stride, const Ta
     return vqaddq_s16(vqaddq_s16(part(1), vaddq_s16(part(0), part(3))), part(2));
 }
 
-OZR_INLINED int16x8_t _luma_samples(const LumaBlocks::Starts& starts, int64_t stride, int16x8_t x,
-                                    int16x8_t y)
+OZR_INLINED int16x8_t _luma_samples(const DrawStart& start, int64_t stride, int16x8_t x, int16x8_t y)
 {
     const Taps taps = _taps(x);
-    switch (starts.turn) {
+    switch (start.turn) {
     case 0:
-        return _luma_samples<0>(starts.src[0], stride, taps, y);
+        return _luma_samples<0>(start.src, stride, taps, y);
     case 1:
-        return _luma_samples<1>(starts.src[0], stride, taps, y);
+        return _luma_samples<1>(start.src, stride, taps, y);
     default:
-        return _luma_samples<kMostTurn>(starts.src[0], stride, taps, y);
+        return _luma_samples<kMostTurn>(start.src, stride, taps, y);
     }
 }
 
@@ -179,15 +175,15 @@ OZR_INLINED int16x8_t _chroma_samples(const uint8_t* src, int64_t stride, int16x
     return vshlq_n_s16(vsubq_s16(vaddq_s16(rows[0], change), vdupq_n_s16(128 * 64)), 1);
 }
 
-int16x8_t _chroma_samples(const ChromaBlocks::Starts& starts, int64_t stride, int16x8_t x, int16x8_t y)
+int16x8_t _chroma_samples(const DrawStart& start, int64_t stride, int16x8_t x, int16x8_t y)
 {
-    switch (starts.turn) {
+    switch (start.turn) {
     case 0:
-        return _chroma_samples<0>(starts.src[0], stride, x, y);
+        return _chroma_samples<0>(start.src, stride, x, y);
     case 1:
-        return _chroma_samples<1>(starts.src[0], stride, x, y);
+        return _chroma_samples<1>(start.src, stride, x, y);
     default:
-        return _chroma_samples<kMostTurn>(starts.src[0], stride, x, y);
+        return _chroma_samples<kMostTurn>(start.src, stride, x, y);
     }
 }
 
@@ -196,17 +192,17 @@ int16x8_t _chroma_samples(const ChromaBlocks::Starts& starts, int64_t stride, in
 void draw_luma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
 {
     const int16x8_t steps = _ramp(0, 2048, 1);
-    const LumaBlocks::Limits limits(plane);
+    const DrawLimits<LumaShape> limits(plane);
     for (int32_t b = 0; b < blocks; ++b, dst += kDrawBlock) {
         const DrawNodes here = {nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nullptr}};
-        LumaBlocks::Starts starts;
-        if (!LumaBlocks::start(limits, here.x, here.y, &starts) || !LumaBlocks::is_gentle(here.gain)) {
+        DrawStart start;
+        if (!start_block(limits, here.x, here.y, &start) || !is_gentle(here.gain)) {
             scalar::draw_luma_row(dst, plane, here, 1);
             continue;
         }
-        const int16x8_t x = _on_the_way(starts.x[0], starts.step_x[0], steps);
-        const int16x8_t y = _on_the_way(starts.y[0], starts.step_y[0], steps);
-        _store_finished(dst, _luma_samples(starts, limits.stride, x, y), _between(here.gain, steps),
+        const int16x8_t x = _on_the_way(start.x, start.step_x, steps);
+        const int16x8_t y = _on_the_way(start.y, start.step_y, steps);
+        _store_finished(dst, _luma_samples(start, limits.stride, x, y), _between(here.gain, steps),
                         _between(here.shift[0], steps));
     }
 }
@@ -215,20 +211,20 @@ void draw_chroma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& node
 {
     const int16x8_t steps = _ramp(1024, 4 * 1024, 2);
     const uint16x8_t odd = vreinterpretq_u16_u32(vdupq_n_u32(0xFFFF0000U));
-    const ChromaBlocks::Limits limits(plane);
+    const DrawLimits<ChromaShape> limits(plane);
     for (int32_t b = 0; b < blocks; ++b, dst += kDrawBlock) {
         const DrawNodes here = {
             nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nodes.shift[1] + b}};
-        ChromaBlocks::Starts starts;
-        if (!ChromaBlocks::start(limits, here.x, here.y, &starts) || !ChromaBlocks::is_gentle(here.gain)) {
+        DrawStart start;
+        if (!start_block(limits, here.x, here.y, &start) || !is_gentle(here.gain)) {
             scalar::draw_chroma_row(dst, plane, here, 1);
             continue;
         }
-        const int16x8_t x = vshrq_n_s16(_on_the_way(starts.x[0], starts.step_x[0], steps), 1);
-        const int16x8_t y = vshrq_n_s16(_on_the_way(starts.y[0], starts.step_y[0], steps), 1);
+        const int16x8_t x = vshrq_n_s16(_on_the_way(start.x, start.step_x, steps), 1);
+        const int16x8_t y = vshrq_n_s16(_on_the_way(start.y, start.step_y, steps), 1);
         const int16x8_t shift =
             vbslq_s16(odd, _between(here.shift[1], steps), _between(here.shift[0], steps));
-        _store_finished(dst, _chroma_samples(starts, limits.stride, x, y), _between(here.gain, steps),
+        _store_finished(dst, _chroma_samples(start, limits.stride, x, y), _between(here.gain, steps),
                         vaddq_s16(shift, vdupq_n_s16(128 << kDrawShiftBits)));
     }
 }
