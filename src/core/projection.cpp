@@ -208,7 +208,7 @@ ProjectionWalk::ProjectionWalk(const PanoramaCore* pi)
 
 bool ProjectionWalk::next()
 {
-    if (++y_ >= half_height_)
+    if (projection_->blocks == 0 || ++y_ >= half_height_)
         return false;
     if (has_chroma())
         place_chroma();

@@ -36,6 +36,7 @@ class DrawRows
 {
 protected:
     using Words = typename V::Words;
+    using Counts = typename V::Counts;
     using Ints = typename V::Ints;
     using Vector = typename V::Vector;
     static constexpr int32_t kBlocks = V::kBytes / 16;
@@ -160,10 +161,12 @@ protected:
     {
         return V::spread(starts) + V::multiply_high(V::spread(steps), half_ramp);
     }
+    // Ways and sums on the way wrap; what lies between two words is one.
     static Words between(const int16_t* nodes, const Ramp& ramp)
     {
-        const Words here = V::spread(nodes), way = V::spread(nodes + 1) - here;
-        return here + V::multiply_high(way, ramp.factor) + (way & ramp.once_more);
+        const Counts here = Counts(V::spread(nodes));
+        const Words way = Words(Counts(V::spread(nodes + 1)) - here);
+        return Words(here + Counts(V::multiply_high(way, ramp.factor)) + Counts(way & ramp.once_more));
     }
 
     // Rows per pixel from those per block: a pixel whose place is n rows further down has its taps n rows further down.
@@ -239,10 +242,10 @@ class DrawLuma : DrawRows<V, LumaShape>
     using typename Base::Vector;
     using typename Base::Words;
 
-    Words steps = Base::half_ramp();
-    typename Base::Ramp ramp = Base::ramp();
-    Vector weights[4] = {V::repeated(kDrawCubic[0]), V::repeated(kDrawCubic[1]), V::repeated(kDrawCubic[2]),
-                         V::repeated(kDrawCubic[3])};
+    Words steps_ = Base::half_ramp();
+    typename Base::Ramp ramp_ = Base::ramp();
+    Vector weights_[4] = {V::repeated(kDrawCubic[0]), V::repeated(kDrawCubic[1]), V::repeated(kDrawCubic[2]),
+                          V::repeated(kDrawCubic[3])};
 
     // Horizontal weights of a pixel, in pairs of bytes: of its first two taps, and of the last two. And which bytes these
     // are.
@@ -256,8 +259,8 @@ class DrawLuma : DrawRows<V, LumaShape>
         constexpr int16_t kNone = INT16_MIN;  // in the upper byte: a zero comes from there
         const Words low = ((x >> 6) & 0x000F) | kNone, high = ((x << 2) & 0x0F00) | 0x0080;
         const Words column = x >> kDrawPlaceBits, taps = (column | (column << 8)) + 0x0100;
-        return {V::shuffled(weights[0], low) | V::shuffled(weights[1], high),
-                V::shuffled(weights[2], low) | V::shuffled(weights[3], high), taps, taps + 0x0202};
+        return {V::shuffled(weights_[0], low) | V::shuffled(weights_[1], high),
+                V::shuffled(weights_[2], low) | V::shuffled(weights_[3], high), taps, taps + 0x0202};
     }
 
     template <int32_t kRows, int32_t kRow = 0>
@@ -280,16 +283,16 @@ public:
     {
         Words rows[size_t{4} + kTurn];
         load_rows<4 + kTurn>({plane, starts, b}, plane.stride,
-                             across(Base::places(starts.x + b, starts.step_x + b, steps)), rows);
-        const Words y = Base::places(starts.y + b, starts.step_y + b, steps);
+                             across(Base::places(starts.x + b, starts.step_x + b, steps_)), rows);
+        const Words y = Base::places(starts.y + b, starts.step_y + b, steps_);
         Base::template pick_rows<kTurn>(rows, y >> kDrawPlaceBits);
         const Words down = ((y << 2) & 0x0F00) | 0x0080;  // weights in the upper bytes: Q15
         const auto part = [&](int32_t i) {
-            return V::multiply_round(rows[i], V::shuffled(weights[i], down));
+            return V::multiply_round(rows[i], V::shuffled(weights_[i], down));
         };
         const Words sample = V::add_limited(V::add_limited(part(1), part(0) + part(3)), part(2));
-        V::store_blocks(dst, Base::finished(sample, Base::between(nodes.gain, ramp),
-                                            Base::between(nodes.shift[0], ramp)));
+        V::store_blocks(dst, Base::finished(sample, Base::between(nodes.gain, ramp_),
+                                            Base::between(nodes.shift[0], ramp_)));
     }
 
     static void draw_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
@@ -307,8 +310,8 @@ class DrawChroma : DrawRows<V, ChromaShape>
     using typename Base::Vector;
     using typename Base::Words;
 
-    Words steps = Base::half_ramp();
-    typename Base::Ramp ramp = Base::ramp();
+    Words steps_ = Base::half_ramp();
+    typename Base::Ramp ramp_ = Base::ramp();
 
     template <int32_t kRows, int32_t kRow = 0>
     static void load_rows(const typename Base::Sources& sources, int64_t stride, Words order, Words across,
@@ -326,8 +329,8 @@ public:
     void draw(uint8_t* dst, const DrawPlane& plane, const DrawStarts& starts, int32_t b,
               const DrawNodes& nodes) const
     {
-        const Words x = Base::places(starts.x + b, starts.step_x + b, steps) >> 1;
-        const Words y = Base::places(starts.y + b, starts.step_y + b, steps) >> 1;
+        const Words x = Base::places(starts.x + b, starts.step_x + b, steps_) >> 1;
+        const Words y = Base::places(starts.y + b, starts.step_y + b, steps_) >> 1;
         const Words part = (x >> 4) & 63, across = (64 - part) | (part << 8);
         const Words column = (x >> kDrawPlaceBits) << 1;
         // A pair and the next one, the same byte of both.
@@ -337,9 +340,9 @@ public:
         Base::template pick_rows<kTurn>(rows, y >> kDrawPlaceBits);
         const Words down = ((y >> 3) & 127) << 8;
         const Words half = rows[0] + V::multiply_round(rows[1] - rows[0], down) - 128 * 64;
-        const Words shift = Base::chosen(V::all_pairs(0, -1), Base::between(nodes.shift[1], ramp),
-                                         Base::between(nodes.shift[0], ramp));
-        V::store_blocks(dst, Base::finished(half + half, Base::between(nodes.gain, ramp),
+        const Words shift = Base::chosen(V::all_pairs(0, -1), Base::between(nodes.shift[1], ramp_),
+                                         Base::between(nodes.shift[0], ramp_));
+        V::store_blocks(dst, Base::finished(half + half, Base::between(nodes.gain, ramp_),
                                             shift + (128 << kDrawShiftBits)));
     }
 

@@ -18,6 +18,7 @@ struct Avx2 {
     using Vector = __m256i;
     using Bytes = int8_t __attribute__((vector_size(kBytes)));
     using Words = int16_t __attribute__((vector_size(kBytes)));
+    using Counts = uint16_t __attribute__((vector_size(kBytes)));  // words that wrap
     using WordSums = uint16_t __attribute__((vector_size(kBytes)));
     using Ints = int32_t __attribute__((vector_size(kBytes)));
     using Sums = uint32_t __attribute__((vector_size(kBytes)));
