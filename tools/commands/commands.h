@@ -71,7 +71,7 @@ void run_video(const VideoOptions& options);
 void run_replay(const ReplayOptions& options);
 
 // One picture or raw file becomes another.
-void run_convert(const ConvertOptions& options);
+void run_convert(const ConvertOptions& given);
 
 }  // namespace ozr_pano
 
