@@ -124,10 +124,10 @@ Directory _read_directory(const TiffReader& reader, size_t position, Wanted is_w
     return directory;
 }
 
-template <size_t count>
-bool _is_one_of(const uint32_t (&tags)[count], uint32_t tag)
+template <size_t kCount>
+bool _is_one_of(const uint32_t (&tags)[kCount], uint32_t tag)
 {
-    return std::find(tags, tags + count, tag) != tags + count;
+    return std::find(tags, tags + kCount, tag) != tags + kCount;
 }
 
 struct Directories {

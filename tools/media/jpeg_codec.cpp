@@ -176,12 +176,12 @@ struct JpegEncoder {
 };
 
 // A mark with its own end, then data; nothing where there are no data, or too many.
-template <size_t size, class Data>
-void _add_segment(const char (&mark)[size], const Data& data, std::vector<std::vector<uint8_t>>* segments)
+template <size_t kSize, class Data>
+void _add_segment(const char (&mark)[kSize], const Data& data, std::vector<std::vector<uint8_t>>* segments)
 {
-    if (data.empty() || data.size() > kMaxSegmentBytes - size)
+    if (data.empty() || data.size() > kMaxSegmentBytes - kSize)
         return;
-    segments->emplace_back(mark, mark + size);
+    segments->emplace_back(mark, mark + kSize);
     segments->back().insert(segments->back().end(), data.begin(), data.end());
 }
 
