@@ -21,7 +21,7 @@ constexpr int32_t kLeastRoom = 16;  // rows between two measurements, or the sum
 constexpr int64_t kSumBytes = sizeof(uint32_t);
 
 // Rows are padded to a multiple of four columns, which are never read.
-int64_t _pitch(int32_t width)
+int64_t _stride(int32_t width)
 {
     return (int64_t{width} + 4) / 4 * 4;
 }
@@ -57,9 +57,9 @@ int32_t _cheapest_column(const Sum* sums, int32_t width)
 int64_t ozr::core::seam_workspace_size(int32_t width, int32_t height)
 {
     constexpr int64_t kMaxBytes = UINT32_MAX - 2 * kAlignment;  // leaves room for the alignment
-    const int64_t pitch = _pitch(width);
-    const int64_t bytes = pitch * (2 * kSumBytes + height);
-    return pitch * height > kMaxBytes / kSumBytes || bytes > kMaxBytes ? -1 : bytes;
+    const int64_t stride = _stride(width);
+    const int64_t bytes = stride * (2 * kSumBytes + height);
+    return stride * height > kMaxBytes / kSumBytes || bytes > kMaxBytes ? -1 : bytes;
 }
 
 SeamWorkspace ozr::core::make_seam_workspace(int64_t bytes)
@@ -71,11 +71,11 @@ SeamWorkspace ozr::core::make_seam_workspace(int64_t bytes)
 
 // The sums come first, being aligned. Those above the first row are 0.
 SeamPaths::SeamPaths(uint8_t* workspace, int32_t width)
-    : kernels_(kernels::active()), above_(workspace), sums_(workspace + kSumBytes * _pitch(width)),
-      first_steps_(reinterpret_cast<int8_t*>(workspace) + 2 * kSumBytes * _pitch(width)),
-      pitch_(_pitch(width)), width_(width)
+    : kernels_(kernels::active()), above_(workspace), sums_(workspace + kSumBytes * _stride(width)),
+      first_steps_(reinterpret_cast<int8_t*>(workspace) + 2 * kSumBytes * _stride(width)),
+      stride_(_stride(width)), width_(width)
 {
-    memset(above_, 0, static_cast<size_t>(kSumBytes * pitch_));
+    memset(above_, 0, static_cast<size_t>(kSumBytes * stride_));
 }
 
 void SeamPaths::add_row(const uint8_t* a, const uint8_t* b, const uint8_t* mask)

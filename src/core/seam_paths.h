@@ -41,7 +41,7 @@ public:
     void trace(int32_t* columns) const;
 
 private:
-    int8_t* steps(int32_t row) const { return first_steps_ + row * pitch_; }
+    int8_t* steps(int32_t row) const { return first_steps_ + row * stride_; }
     void make_room();
     void widen();
 
@@ -49,7 +49,7 @@ private:
     void* above_;  // sums of the last row: uint16_t, or uint32_t once they are wide
     void* sums_;
     int8_t* first_steps_;
-    int64_t pitch_;
+    int64_t stride_;
     int32_t width_;
     int32_t rows_ = 0;
     int32_t room_ = 0;  // rows that can be added before neighbouring sums may differ too much

@@ -23,7 +23,7 @@ namespace scalar
 CensusRun census_run;
 
 // Whether the codes of `count` windows to be written, from `codes` on, share memory with the pixels to be read.
-bool census_overlaps(const uint16_t* codes, const uint8_t* src, size_t pitch, size_t count);
+bool census_overlaps(const uint16_t* codes, const uint8_t* src, size_t stride, size_t count);
 
 constexpr void fill(CensusKernels* table)
 {

@@ -128,13 +128,13 @@ bool Y4mReader::read_frame(ozr_image* frame)
     read_plane(&v_);
     ++frames_;
 
-    const size_t luma_pitch = static_cast<size_t>(width_), chroma_pitch = (luma_pitch + 1) / 2;
+    const size_t luma_stride = static_cast<size_t>(width_), chroma_stride = (luma_stride + 1) / 2;
     uint8_t* out = frame->data;
     for (int32_t y = 0; y < frame->height; ++y, out += frame->stride)
-        memcpy(out, luma_.data() + static_cast<size_t>(y) * luma_pitch, static_cast<size_t>(frame->width));
+        memcpy(out, luma_.data() + static_cast<size_t>(y) * luma_stride, static_cast<size_t>(frame->width));
     for (int32_t y = 0; y < frame->height / 2; ++y, out += frame->stride) {
-        const uint8_t* u = u_.data() + static_cast<size_t>(y) * chroma_pitch;
-        const uint8_t* v = v_.data() + static_cast<size_t>(y) * chroma_pitch;
+        const uint8_t* u = u_.data() + static_cast<size_t>(y) * chroma_stride;
+        const uint8_t* v = v_.data() + static_cast<size_t>(y) * chroma_stride;
         for (int32_t x = 0; x < frame->width / 2; ++x) {
             out[2 * x] = u[x];
             out[2 * x + 1] = v[x];

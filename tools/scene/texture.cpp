@@ -68,14 +68,14 @@ std::vector<uint8_t> _halve(const std::vector<uint8_t>& plane, int32_t width, in
 {
     std::vector<uint8_t> half;
     half.reserve(static_cast<size_t>(new_width) * static_cast<size_t>(new_height) * channels);
-    const size_t pitch = static_cast<size_t>(width) * channels;
+    const size_t stride = static_cast<size_t>(width) * channels;
     for (size_t y = 0; y < static_cast<size_t>(new_height); ++y) {
-        const uint8_t* top = plane.data() + 2 * y * pitch;
+        const uint8_t* top = plane.data() + 2 * y * stride;
         for (size_t x = 0; x < static_cast<size_t>(new_width); ++x) {
             for (size_t c = 0; c < channels; ++c) {
                 const uint8_t* at = top + 2 * x * channels + c;
-                half.push_back(
-                    static_cast<uint8_t>((at[0] + at[channels] + at[pitch] + at[pitch + channels] + 2) >> 2));
+                half.push_back(static_cast<uint8_t>(
+                    (at[0] + at[channels] + at[stride] + at[stride + channels] + 2) >> 2));
             }
         }
     }

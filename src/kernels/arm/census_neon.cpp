@@ -32,13 +32,13 @@ uint8x16_t _with_bit(uint8x16_t below, uint8x16_t pixels, uint8x16_t mean)
     return vsliq_n_u8(below, vcgtq_u8(pixels, mean), kBit);
 }
 
-void _encode_sixteen(uint16_t* codes, const uint8_t* src, size_t pitch)
+void _encode_sixteen(uint16_t* codes, const uint8_t* src, size_t stride)
 {
     uint8x16_t p[static_cast<size_t>(kPixels)];
     uint16x8_t low = vdupq_n_u16(0);
     uint16x8_t high = vdupq_n_u16(0);
     unrolled<kPixels>([&](int32_t i) {
-        p[i] = vld1q_u8(src + static_cast<size_t>(i / kEdge) * pitch + i % kEdge);
+        p[i] = vld1q_u8(src + static_cast<size_t>(i / kEdge) * stride + i % kEdge);
         low = vaddw_u8(low, vget_low_u8(p[i]));
         high = vaddw_u8(high, vget_high_u8(p[i]));
     });
@@ -59,11 +59,11 @@ void _encode_sixteen(uint16_t* codes, const uint8_t* src, size_t pitch)
 
 void census_run(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t count)
 {
-    const size_t pitch = width;
+    const size_t stride = width;
     uint32_t k = 0;
-    if (!scalar::census_overlaps(dst + pitch + 1, src, pitch, count)) {
+    if (!scalar::census_overlaps(dst + stride + 1, src, stride, count)) {
         for (; count - k >= kStep; k += kStep)
-            _encode_sixteen(dst + k + pitch + 1, src + k, pitch);
+            _encode_sixteen(dst + k + stride + 1, src + k, stride);
     }
     scalar::census_run(dst + k, src + k, width, count - k);
 }

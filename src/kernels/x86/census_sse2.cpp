@@ -16,12 +16,12 @@ constexpr uint32_t kStep = 8;  // windows
 constexpr size_t kEdge = 3;    // rows and columns of a window
 constexpr size_t kPixels = kEdge * kEdge;
 
-void _encode_eight(uint16_t* codes, const uint8_t* src, size_t pitch)
+void _encode_eight(uint16_t* codes, const uint8_t* src, size_t stride)
 {
     __m128i pixels[kPixels];
     __m128i sum = _mm_setzero_si128();
     for (size_t i = 0; i < kPixels; ++i) {
-        const uint8_t* first = src + i / kEdge * pitch + i % kEdge;
+        const uint8_t* first = src + i / kEdge * stride + i % kEdge;
         const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(first));
         pixels[i] = _mm_unpacklo_epi8(bytes, _mm_setzero_si128());
         sum = _mm_add_epi16(sum, pixels[i]);
@@ -38,11 +38,11 @@ void _encode_eight(uint16_t* codes, const uint8_t* src, size_t pitch)
 
 void census_run(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t count)
 {
-    const size_t pitch = width;
+    const size_t stride = width;
     uint32_t k = 0;
-    if (!scalar::census_overlaps(dst + pitch + 1, src, pitch, count)) {
+    if (!scalar::census_overlaps(dst + stride + 1, src, stride, count)) {
         for (; count - k >= kStep; k += kStep)
-            _encode_eight(dst + k + pitch + 1, src + k, pitch);
+            _encode_eight(dst + k + stride + 1, src + k, stride);
     }
     scalar::census_run(dst + k, src + k, width, count - k);
 }
