@@ -9,6 +9,18 @@ namespace
 
 using ozr_reference::Image;
 
+// A picture of any shape: such that the farthest rows or the reach of a patch end, and with blocks on the centre.
+Image any_picture(Random& random)
+{
+    const bool is_tall = random.below(3) == 0;
+    const int32_t width = 32 + random.below(is_tall ? 100 : 400),
+                  height = 1 + random.below(is_tall ? 3000 : 300);
+    Image picture(kPanoNv12, width, height, width + random.below(9));
+    for (uint8_t& byte : picture.bytes)
+        byte = random.byte();
+    return picture;
+}
+
 // The pictures of a sweep: their size, their offsets, and their textures.
 struct Scene {
     int32_t width, height, stride, overlap, dx, dy, textures;
@@ -116,8 +128,9 @@ TEST(CoreSweep, IsAsTheReferenceHasIt)
         TestCore core;
         ozr_reference::Core want;
         const auto tables = [&random] { return random.below(2) == 0 ? Tables::kNone : Tables::kMade; };
-        init_both(core.core, &want, {1, 32, 3, 40}, tables());  // an earlier sweep
-        add_both(core, &want, {Image(kPanoNv12, 32, 3, 40), 0, {0, 0}}, random);
+        const Image earlier = random.below(12) == 0 ? any_picture(random) : Image(kPanoNv12, 32, 3, 40);
+        init_both(core.core, &want, {1, earlier.width, earlier.height, earlier.stride}, tables());
+        add_both(core, &want, {earlier, 0, {0, 0}}, random);
         core->overlap = want.record.overlap = scene.overlap;
         init_both(core.core, &want, {forward, scene.width, scene.height, scene.stride}, tables());
         const int32_t count = 2 + random.below(3);

@@ -33,33 +33,6 @@ TEST(CoreInit, IsAsTheReferenceHasIt)
     }
 }
 
-// Pictures of any shape: such that the farthest rows or the reach of a patch end, and with blocks on the centre.
-TEST(CoreProjection, IsTheSameWithAndWithoutTables)
-{
-    for_trials(120, [](Random& random) {
-        const bool is_tall = random.below(3) == 0;
-        const int32_t width = 32 + random.below(is_tall ? 100 : 400);
-        const int32_t height = 1 + random.below(is_tall ? 3000 : 300), stride = width + random.below(9);
-        SCOPED_TRACE(testing::Message() << width << " x " << height << ", stride " << stride);
-        ozr_reference::Image picture(kPanoNv12, width, height, stride);
-        for (uint8_t& byte : picture.bytes)
-            byte = random.byte();
-        const PanoImg view = picture.view();
-        const ozr_reference::Image want = ozr_reference::Projection(width, height, stride).of(picture);
-        for (const bool with_tables : {false, true}) {
-            TestCore core;
-            EXPECT_EQ(with_tables ? panorama_core_init(core.core, 1, width, height, stride)
-                                  : ozr::core::prepare(core.core, 1, width, height, stride),
-                      0);
-            PanoImg out = {};
-            PanoImg_Create(&out, width / 8 * 8, height, kPanoNv12);
-            ozr::core::project(core.core, &out, &view);
-            EXPECT_TRUE(holds(out, want)) << "with tables: " << with_tables;
-            PanoImg_Destroy(&out);
-        }
-    });
-}
-
 // A size is refused for tables beyond 32-bit sizes, made or not; what the sweep before it had is gone.
 TEST(CoreInit, RefusesPicturesWhoseTablesNeedLongSizes)
 {

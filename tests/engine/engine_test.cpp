@@ -391,17 +391,6 @@ TEST(Engine, DoesWhatItMeans)
     }
 }
 
-TEST(Engine, CodesAreTheirNumbers)
-{
-    const int32_t codes[] = {
-        kPanoSuccess,       kPanoNotSupported,       kPanoNullArgument,     kPanoBadArgument,
-        kPanoCancelled,     kPanoOutOfBound,         kPanoWrongState,       kPanoTablesNoMemory,
-        kPanoNoMemory,      kPanoPictureBusy,        kPanoSynthesisRunning, kPanoTooManyPictures,
-        kPanoCancelTimeout, kPanoCoreNotInitialised, kPanoPreviousMissing,  kPanoPictureMissing};
-    const int32_t want[] = {0, -2, -3, -4, -5, -6, -7, -7, -8, -101, -102, -103, -104, -201, -202, -203};
-    EXPECT_TRUE(std::equal(std::begin(codes), std::end(codes), std::begin(want), std::end(want)));
-}
-
 TEST(Engine, RefusesWhatIsNotThere)
 {
     PanoramaInternal* none = nullptr;

@@ -11,9 +11,9 @@
 #include "reference/session_model.h"
 #include "support/contexts.h"
 #include "support/log_capture.h"
+#include "support/noise.h"
 #include "support/points.h"
 #include "support/sleeps.h"
-#include "support/sweeps.h"
 #include "support/wrapped_heap.h"
 
 namespace
@@ -411,10 +411,6 @@ private:
                 s, "set session " + std::to_string(p.overlap_percent), {},
                 [&] { return session_of(s->handle)->set_parameters(&p); },
                 [&] { return s->model.write_parameters(p); });
-        else if (kind < 98)
-            both(
-                s, "cancel and wait", {}, [&] { return panorama_engine_cancel_process(pe); },
-                [&] { return ozr_reference::cancel_process(&s->model.pe); });
         else if (kind < 99)
             both(
                 s, "cancel", {}, [&] { return panorama_engine_cancel_process_async(pe), 0; },

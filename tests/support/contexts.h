@@ -1,4 +1,4 @@
-// Comparison of engine contexts.
+// The engine contexts of sessions, and their comparison.
 #ifndef CONTEXTS_H
 #define CONTEXTS_H
 
@@ -12,7 +12,16 @@
 
 #include "core/panorama_core.h"
 #include "engine/panorama_engine.h"
+#include "session/panorama.h"
 #include "support/pictures.h"
+
+// The session behind a handle: its pointer follows the public part.
+inline panorama_t* session_of(const ozr_panorama* pano)
+{
+    panorama_t* session = nullptr;
+    memcpy(&session, pano + 1, sizeof(session));
+    return session;
+}
 
 // The words of a context that are not buffers, for comparing and for reading.
 inline std::string words(const PanoramaInternal& s)

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "image/panorama_img.h"
-#include "ozr_image.h"
 #include "support/random.h"
 
 constexpr int32_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};  // of the working formats
@@ -50,13 +49,7 @@ public:
         for (int32_t i = 0; i < img.size; ++i)
             img.data[i] = random.byte();
     }
-    uint8_t& at(int32_t x, int32_t y) { return img.data[y * img.stride + x]; }
-    uint8_t& chroma(int32_t x, int32_t y) { return at(x, img.height + y); }
     std::vector<uint8_t> pixels() const { return {img.data, img.data + img.size}; }
-    ozr_image as_public(ozr_image_format format) const
-    {
-        return {img.data, img.size, img.width, img.height, format, img.stride, 0};
-    }
 
     PanoImg img = {};
 
