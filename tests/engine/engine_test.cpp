@@ -17,8 +17,8 @@
 #include "support/log_capture.h"
 #include "support/noise.h"
 #include "support/pictures.h"
-#include "support/sleeps.h"
 #include "support/wrapped_heap.h"
+#include "support/wrapped_time.h"
 
 namespace
 {

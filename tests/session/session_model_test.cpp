@@ -13,8 +13,8 @@
 #include "support/log_capture.h"
 #include "support/noise.h"
 #include "support/points.h"
-#include "support/sleeps.h"
 #include "support/wrapped_heap.h"
+#include "support/wrapped_time.h"
 
 namespace
 {
