@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "engine/panorama_me.h"
-#include "reference/motion.h"
+#include "reference/engine.h"
 #include "support/noise.h"
 #include "support/points.h"
 #include "support/random.h"

@@ -11,6 +11,7 @@
 #include "reference/core.h"
 #include "support/noise.h"
 #include "support/pictures.h"
+#include "support/points.h"
 #include "support/wrapped_heap.h"
 
 class TestCore
@@ -92,8 +93,7 @@ inline void expect_same(const PanoramaCore& is, const ozr_reference::Core& want)
         SCOPED_TRACE(testing::Message() << "picture " << i);
         EXPECT_TRUE(holds(is.frames[i], want.pictures[i]));
         const AlignItem &item = is.align[i], &words = want.record.align[i];
-        EXPECT_EQ(item.expected.x, words.expected.x);
-        EXPECT_EQ(item.expected.y, words.expected.y);
+        EXPECT_EQ(item.expected, words.expected);
         ASSERT_EQ(item.pyramid_levels, words.pyramid_levels);
         EXPECT_EQ(item.pyramid != nullptr, item.pyramid_levels > 0);
         EXPECT_EQ(item.integrals != nullptr, item.pyramid_levels > 0);
