@@ -294,7 +294,7 @@ private:
         both(
             panorama_engine_process_synthesis,
             [=](auto pe) { return reference::process_synthesis(pe, pe_->out_raw); },
-            random_.below(25) == 0 ? 1 + random_.below(24) : 0);
+            random_.below(6) == 0 ? 1 + random_.below(8) : 0);
     }
 
     void spoil_slots()
