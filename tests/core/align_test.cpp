@@ -51,12 +51,9 @@ struct Scene {
     }
     int32_t guess(Random& random, int32_t position) const
     {
-        const int32_t extremes[] = {INT32_MIN,
-                                    INT32_MAX,
-                                    width + width / 10,
-                                    -width - 3 * width / 10,
-                                    height + height / 10,
-                                    -height - height / 10};
+        const int32_t above = height / 10, before = width / 10, behind = 3 * width / 10;
+        const int32_t extremes[] = {INT32_MIN,       INT32_MAX,      width + before,
+                                    -width - behind, height + above, -height - above};
         return random.below(20) == 0 ? extremes[random.below(6)] : position + random.below(7) - 3;
     }
 };

@@ -9,6 +9,7 @@
 #include "kernels/kernels.h"
 #include "ozr_support.h"
 #include "reference/core.h"
+#include "support/contexts.h"
 #include "support/noise.h"
 #include "support/pictures.h"
 #include "support/points.h"
@@ -68,19 +69,9 @@ inline std::vector<uint32_t> integral_of(const ozr_reference::Image& img)
     return sums;
 }
 
-// Compares runs of words without the gaps between them, whose bytes are undefined.
 inline void expect_same(const PanoramaCore& is, const ozr_reference::Core& want)
 {
-    const auto same = [&](const void* from, const void* to) {
-        const ptrdiff_t at = static_cast<const char*>(from) - reinterpret_cast<const char*>(&is);
-        return memcmp(from, reinterpret_cast<const char*>(&want.record) + at,
-                      static_cast<size_t>(static_cast<const char*>(to) - static_cast<const char*>(from))) ==
-               0;
-    };
-    EXPECT_TRUE(same(&is, &is.initialised + 1)) << "score, state";
-    EXPECT_TRUE(same(&is.overlap, &is.forward + 1)) << "search";
-    EXPECT_TRUE(same(is.offsets, is.aligned + kMaxPictures)) << "results and flags";
-    EXPECT_TRUE(same(&is.input, &is.cancel + 1)) << "geometry and counts";
+    expect_same_words(is, want.record);
     if (is.has_tables != 0) {
         EXPECT_EQ(is.proj.block_offsets != nullptr, want.projection.height > 0);
         EXPECT_TRUE(holds(is.proj.block_offsets, want.projection.block_offsets));

@@ -298,14 +298,11 @@ TEST(SampleByN, Refuses)
     }
 }
 
-struct Walk {
-    uint32_t width, height;
-};
-
 TEST(Census, CodesBrighterThanTheMeanAlongTheWholeWalk)
 {
-    for (const auto& [width, height] :
-         {Walk{3, 3}, {4, 3}, {2, 4}, {1, 6}, {23, 9}, {5, 0}, {5, 1}, {2, 2}, {1, 4}, {1, 3}, {0, 5}}) {
+    const uint32_t walks[][2] = {{3, 3}, {4, 3}, {2, 4}, {1, 6}, {23, 9}, {5, 0},
+                                 {5, 1}, {2, 2}, {1, 4}, {1, 3}, {0, 5}};
+    for (const auto& [width, height] : walks) {
         const uint32_t count = width * height;
         Bytes src = random_bytes(count, 61);
         for (uint8_t& pixel : src)
