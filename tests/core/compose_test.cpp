@@ -13,14 +13,12 @@ namespace
 using ozr_reference::Image;
 
 // Aligned pictures of random bytes, placed by the test.
-struct Sweep {
-    TestCore core;
-    ozr_reference::Core want;
+struct Sweep : TestCore {
     int32_t values = 256;  // different bytes; with few of them, paths tie
 
     Sweep(int32_t forward, int32_t width, int32_t height, int32_t margin)
     {
-        init_both(core.core, &want, {forward, width, height, width}, Tables::kNone);
+        init_both(*this, {forward, width, height, width}, Tables::kNone);
         core->margin = want.record.margin = margin;
     }
     void add(Random& random, int32_t index, int32_t width, const AlignResult& result)
@@ -62,10 +60,10 @@ struct Sweep {
         PanoImg packed = {};
         const bool in_block = random.below(3) == 0, is_request = random.below(2) == 0;
         const LogCapture capture;
-        const Disturbance disturbance(core.core, is_request,
+        const Disturbance disturbance(core, is_request,
                                       wanted == 0 && random.below(5) == 0 ? 1 + random.below(5) : 1000);
-        const int32_t code = in_block ? static_cast<int32_t>(ozr::core::compose(core.core, count, &paged))
-                                      : panorama_core_panorama(core.core, count, &packed);
+        const int32_t code = in_block ? static_cast<int32_t>(ozr::core::compose(core, count, &paged))
+                                      : panorama_core_panorama(core, count, &packed);
         const PanoImg& out = in_block ? *paged.get() : packed;
         if (disturbance.happened()) {
             want.record.cancel = is_request && want.record.g_nCount == 1 ? 1 : 0;
@@ -74,7 +72,7 @@ struct Sweep {
         EXPECT_EQ(code, wanted);
         EXPECT_EQ(capture.progress(), log);
         EXPECT_TRUE(code == 0 ? holds(out, panorama) : out.data == nullptr);
-        expect_same(*core.core, want);
+        expect_same(*this);
         PanoImg_Destroy(&packed);
     }
 };

@@ -7,8 +7,7 @@ TEST(CoreInit, IsAsTheReferenceHasIt)
 {
     for_trials(300, [](Random& random) {
         TestCore core;
-        ozr_reference::Core want;
-        expect_same(*core.core, want);
+        expect_same(core);
         for (int32_t sweep = 0; sweep < 2; ++sweep) {
             const auto oddly = [&](int32_t usual) {
                 const int32_t odd[] = {0, -1, -64, 1, 2, 8, 31, 2000000000, INT32_MAX};
@@ -16,9 +15,9 @@ TEST(CoreInit, IsAsTheReferenceHasIt)
             };
             const int32_t width = 32 + random.below(random.below(20) == 0 ? 700 : 120),
                           height = 1 + random.below(60);
-            core->overlap = want.record.overlap = random.below(random.below(2) == 0 ? 101 : 20000);
-            core->g_nCount = want.record.g_nCount = 3;
-            init_both(core.core, &want,
+            core->overlap = core.want.record.overlap = random.below(random.below(2) == 0 ? 101 : 20000);
+            core->g_nCount = core.want.record.g_nCount = 3;
+            init_both(core,
                       {random.below(3), oddly(width), oddly(height), oddly(width + random.below(40) - 20)},
                       random.below(3) == 0 ? Tables::kNone : Tables::kMade,
                       random.below(4) == 0 ? 1 + random.below(18) : 0);
@@ -27,9 +26,9 @@ TEST(CoreInit, IsAsTheReferenceHasIt)
     const int32_t sizes[][2] = {{160, 120}, {640, 480}, {645, 481}, {1280, 960}, {1920, 1080}, {20000, 16}};
     for (const auto& size : sizes) {
         TestCore core;
-        ozr_reference::Core want;
-        core->overlap = want.record.overlap = size[0] == 160 ? 50 : 70;  // 80 x 60 x 50 is just too large
-        init_both(core.core, &want, {0, size[0], size[1], size[0]}, Tables::kMade);
+        core->overlap = core.want.record.overlap =
+            size[0] == 160 ? 50 : 70;  // 80 x 60 x 50 is just too large
+        init_both(core, {0, size[0], size[1], size[0]}, Tables::kMade);
     }
 }
 

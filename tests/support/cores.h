@@ -15,6 +15,7 @@
 #include "support/points.h"
 #include "support/wrapped_heap.h"
 
+// A core, and what it should hold.
 class TestCore
 {
 public:
@@ -25,6 +26,7 @@ public:
     PanoramaCore* operator->() { return core; }
 
     PanoramaCore* core = nullptr;
+    ozr_reference::Core want;
 };
 
 // Runs a test on random numbers, each trial with its own seed; every second one with the scalar kernels.
@@ -69,8 +71,10 @@ inline std::vector<uint32_t> integral_of(const ozr_reference::Image& img)
     return sums;
 }
 
-inline void expect_same(const PanoramaCore& is, const ozr_reference::Core& want)
+inline void expect_same(const TestCore& test)
 {
+    const PanoramaCore& is = *test.core;
+    const ozr_reference::Core& want = test.want;
     expect_same_words(is, want.record);
     if (is.has_tables != 0) {
         EXPECT_EQ(is.proj.block_offsets != nullptr, want.projection.height > 0);
@@ -150,10 +154,11 @@ struct CoreSetup {
 
 // Prepares both for a sweep; the allocation `failing` fails (0: none). The tables of an earlier sweep are only released
 // when the first pointer, which nothing fills, is set.
-inline void init_both(PanoramaCore* core, ozr_reference::Core* want, const CoreSetup& setup, Tables tables,
-                      int32_t failing = 0)
+inline void init_both(TestCore& test, const CoreSetup& setup, Tables tables, int32_t failing = 0)
 {
     const auto& [forward, width, height, stride] = setup;
+    PanoramaCore* const core = test.core;
+    ozr_reference::Core& want = test.want;
     if (core->proj.block_offsets != nullptr) {
         core->proj.unused[0] = ozr_malloc(1);
         core->proj.unused[1] = forward != 0 ? ozr_malloc(1) : nullptr;
@@ -161,15 +166,15 @@ inline void init_both(PanoramaCore* core, ozr_reference::Core* want, const CoreS
     const Disturbance disturbance(core, false, failing);
     const int32_t code = tables == Tables::kMade ? panorama_core_init(core, forward, width, height, stride)
                                                  : ozr::core::prepare(core, forward, width, height, stride);
-    const uint8_t initialised = want->record.initialised;
-    const int32_t wanted = want->init(forward, width, height, stride);
+    const uint8_t initialised = want.record.initialised;
+    const int32_t wanted = want.init(forward, width, height, stride);
     const bool is_out = failing > 0 && disturbance.happened();
     EXPECT_EQ(code, is_out ? -7 : wanted);
     if (is_out) {
-        want->projection = {};
-        want->record.initialised = initialised;
+        want.projection = {};
+        want.record.initialised = initialised;
     }
-    expect_same(*core, *want);
+    expect_same(test);
 }
 
 #endif

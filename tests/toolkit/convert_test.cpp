@@ -48,7 +48,7 @@ int per_256(int sum)
     return static_cast<int>(floor(sum / 256.0));
 }
 
-Rgb to_rgb(ozr_image_format format, Yuv p)
+Rgb to_rgb(ozr_image_format format, const Yuv& p)
 {
     const auto& [y, u, v] = p;
     if (format == ozr_image_format_gray)
@@ -58,7 +58,7 @@ Rgb to_rgb(ozr_image_format format, Yuv p)
     return {byte(c + 409 * e), byte(c - 100 * d - 208 * e), byte(c + 516 * d)};
 }
 
-Yuv from_rgb(ozr_image_format format, Rgb p, Rgb chroma)
+Yuv from_rgb(ozr_image_format format, const Rgb& p, const Rgb& chroma)
 {
     const auto& [r, g, b] = p;
     if (format == ozr_image_format_gray)
