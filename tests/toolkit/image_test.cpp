@@ -143,36 +143,37 @@ TEST(Image, CopyTakesRowsLongerThanTheStrideWhereTheSizeCoversThem)
 // Each of these calls makes one allocation; when it fails, the lines name the calls that it failed in.
 TEST(Image, NamesTheCallsWhoseMemoryIsOut)
 {
-    const std::string out = "ozr_err_nomem: from ";
-    const Chain create = {out + "image->data = (uint8_t*)ozr_malloc_aligned(image->size, 0x1000) @ "
-                                "ozr_image_create"};
-    const Chain recreate = {create[0], out + "ozr_image_create(image, width, height, stride, format, "
-                                             "image->rotation) @ ozr_image_recreate"};
-    const Chain clone = {recreate[0], recreate[1],
-                         out + "ozr_image_recreate(dst, src->width, src->height, src->stride, src->format) @ "
-                               "ozr_image_clone"};
-    const Chain convert = {recreate[0], recreate[1],
-                           out + "validate_image_format_conversion(src, dst, ozr_image_format_nv12) @ "
-                                 "ozr_image_convert_to_nv12"};
-    const TestImage src(ozr_image_format_rgba32, 8, 8, 32, 2);
+    const std::string create =
+        "image->data = (uint8_t*)ozr_malloc_aligned(image->size, 0x1000) @ ozr_image_create";
+    const std::string recreate =
+        "ozr_image_create(image, width, height, stride, format, image->rotation) @ ozr_image_recreate";
+    const std::string clone =
+        "ozr_image_recreate(dst, src->width, src->height, src->stride, src->format) @ ozr_image_clone";
+    const std::string convert =
+        "validate_image_format_conversion(src, dst, ozr_image_format_nv12) @ ozr_image_convert_to_nv12";
     const struct {
         ozr_err (*call)(const ozr_image* src, ozr_image* dst);
-        Chain chain;
-    } calls[] = {
-        {[](auto from, auto dst) { return ozr_image_create(dst, 9, 9, 0, from->format, 0); }, create},
-        {[](auto from, auto dst) { return ozr_image_sample_gray(dst, from, 2); }, create},
-        {[](auto from, auto dst) { return ozr_image_recreate(dst, 9, 9, 0, from->format); }, recreate},
-        {ozr_image_clone, clone},
-        {ozr_image_convert_to_nv12, convert},
+        Lines failed;
+    } rows[] = {
+        {[](auto src, auto dst) { return ozr_image_create(dst, 9, 9, 0, src->format, 0); }, {create}},
+        {[](auto src, auto dst) { return ozr_image_sample_gray(dst, src, 2); }, {create}},
+        {[](auto src, auto dst) { return ozr_image_recreate(dst, 9, 9, 0, src->format); },
+         {create, recreate}},
+        {ozr_image_clone, {create, recreate, clone}},
+        {ozr_image_convert_to_nv12, {create, recreate, convert}},
     };
-    for (const auto& [call, chain] : calls) {
+    const TestImage src(ozr_image_format_rgba32, 8, 8, 32, 2);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.failed.back());
+        Chain chain;
+        for (const std::string& call : row.failed)
+            chain.push_back("ozr_err_nomem: from " + call);
         for (int64_t failing : {1, 2}) {
-            SCOPED_TRACE(chain.back());
             const LogCapture log;
             const WrappedHeap heap(failing);
             {
                 OwnedImage dst;
-                EXPECT_EQ(call(&src, &dst), failing == 1 ? ozr_err_nomem : ozr_success);
+                EXPECT_EQ(row.call(&src, &dst), failing == 1 ? ozr_err_nomem : ozr_success);
             }
             EXPECT_EQ(log.chain(), failing == 1 ? chain : Chain{});
             EXPECT_EQ(heap.live_blocks(), 0);
