@@ -4,28 +4,16 @@
 
 #include <cmath>
 #include <cstring>
-#include <functional>
-#include <vector>
+#include <deque>
 
 #include "kernels/cpu.h"
 #include "kernels/kernels.h"
 #include "refined/adjust.h"
-#include "refined/elementary.h"
 #include "refined/simulated_sweep.h"
-#include "support/random.h"
 #include "support/wrapped_heap.h"
 
 namespace
 {
-
-double turn_error(const Simulated& sweep, const Found& found, size_t first, size_t second)
-{
-    const Rotation want =
-        inverse(rotation_of_pose(sweep.views[first])) * rotation_of_pose(sweep.views[second]);
-    const Rotation got = inverse(rotation_of_camera(found.cameras[first], sweep.vertical)) *
-                         rotation_of_camera(found.cameras[second], sweep.vertical);
-    return angle_of(inverse(want) * got);
-}
 
 // Every picture against the one before and against the first, because the world may have been turned as a whole. A pixel of
 // these small pictures is a ninth of a degree, and a focal length that is off adds up along the sweep.
@@ -33,10 +21,11 @@ void expect_true_cameras(const Simulated& sweep, const Found& found)
 {
     ASSERT_EQ(found.error, ozr_success);
     ASSERT_EQ(found.cameras.size(), sweep.views.size());
-    for (size_t i = 0; i < found.cameras.size(); ++i) {
-        EXPECT_EQ(found.cameras[i].used, 1) << i;
-        EXPECT_NEAR(static_cast<double>(found.cameras[i].focal_length) / sweep.focal, 1, 0.005) << i;
-        EXPECT_LT(turn_error(sweep, found, i > 0 ? i - 1 : 0, i), 0.05) << i;
+    for (int32_t i = 0; i < static_cast<int32_t>(found.cameras.size()); ++i) {
+        const ozr_panorama_camera& camera = found.cameras[static_cast<size_t>(i)];
+        EXPECT_EQ(camera.used, 1) << i;
+        EXPECT_NEAR(static_cast<double>(camera.focal_length) / sweep.focal, 1, 0.005) << i;
+        EXPECT_LT(turn_error(sweep, found, std::max(i - 1, 0), i), 0.05) << i;
         EXPECT_LT(turn_error(sweep, found, 0, i), 0.12) << i;
     }
     for (const ozr_panorama_joint& joint : found.joints)
@@ -161,9 +150,9 @@ TEST(RefinedCameras, SurviveEveryFailingAllocation)
     sweep.width = 160;
     sweep.height = 120;
     sweep.focal = 172;
-    std::vector<std::vector<uint8_t>> pictures;
+    std::deque<Photograph> pictures;
     for (size_t i = 0; i < sweep.views.size(); ++i)
-        pictures.push_back(sweep.picture(i));
+        pictures.emplace_back(sweep, i);
     int64_t failing = 1;
     for (bool failed = true; failed; failing += failing < 40 ? 1 : 7) {
         SCOPED_TRACE(failing);
@@ -172,16 +161,8 @@ TEST(RefinedCameras, SurviveEveryFailingAllocation)
         ozr_err error = ozr_panorama_create(nullptr, &pano);
         if (error == ozr_success)
             error = ozr_panorama_set_quality(pano, ozr_panorama_quality_refined);
-        for (size_t i = 0; i < pictures.size() && error == ozr_success; ++i) {
-            ozr_image image = {pictures[i].data(),
-                               static_cast<int32_t>(pictures[i].size()),
-                               sweep.width,
-                               sweep.height,
-                               ozr_image_format_nv12,
-                               sweep.width,
-                               0};
-            error = ozr_panorama_stitch_one_image(pano, &image, nullptr);
-        }
+        for (size_t i = 0; i < pictures.size() && error == ozr_success; ++i)
+            error = stitch(pano, pictures[i]);
         ozr_image panorama = {};
         if (error == ozr_success)
             error = ozr_panorama_run(pano, &panorama);
@@ -218,8 +199,8 @@ TEST(RefinedCameras, AreTheSameAtEveryKernelLevel)
 
 TEST(RefinedQuality, IsChosenBetweenSweepsOnly)
 {
-    ozr_panorama* pano = nullptr;
-    ASSERT_EQ(ozr_panorama_create(nullptr, &pano), ozr_success);
+    const Handle handle = create_panorama();
+    ozr_panorama* pano = handle.get();
     EXPECT_EQ(ozr_panorama_set_quality(nullptr, ozr_panorama_quality_refined), ozr_err_invalid_argument);
     EXPECT_EQ(ozr_panorama_set_quality(pano, static_cast<ozr_panorama_quality>(2)), ozr_err_not_supported);
     ozr_panorama_joint joint;
@@ -238,17 +219,8 @@ TEST(RefinedQuality, IsChosenBetweenSweepsOnly)
     EXPECT_EQ(ozr_panorama_get_camera(pano, 2, &camera), ozr_err_out_of_bound);
     EXPECT_EQ(ozr_panorama_reset(pano), ozr_success);
     // Classic again: the second picture needs a direction.
-    std::vector<uint8_t> pixels = sweep.picture(0);
-    ozr_image image = {pixels.data(),
-                       static_cast<int32_t>(pixels.size()),
-                       sweep.width,
-                       sweep.height,
-                       ozr_image_format_nv12,
-                       sweep.width,
-                       0};
-    EXPECT_EQ(ozr_panorama_stitch_one_image(pano, &image, nullptr), ozr_success);
-    EXPECT_EQ(ozr_panorama_stitch_one_image(pano, &image, nullptr), ozr_err_invalid_status);
-    ozr_panorama_destroy(pano);
+    EXPECT_EQ(stitch(pano, Photograph(sweep, 0)), ozr_success);
+    EXPECT_EQ(stitch(pano, Photograph(sweep, 1)), ozr_err_invalid_status);
 }
 
 TEST(RefinedAdjustment, FindsRandomCamerasDespiteWrongMatches)
