@@ -96,22 +96,6 @@ TEST(RefinedCameras, DoNotNeedTheRightDirection)
     }
 }
 
-TEST(RefinedCameras, LeaveOutWhatDoesNotBelongAndBridgeIt)
-{
-    Simulated sweep = Simulated::pan(5, 12);
-    sweep.worlds = {1, 1, 77, 1, 1};
-    const Found found = find(sweep);
-    ASSERT_EQ(found.error, ozr_success);
-    ASSERT_EQ(found.cameras.size(), 5U);
-    for (size_t i = 0; i < 5; ++i)
-        EXPECT_EQ(found.cameras[i].used, i == 2 ? 0 : 1) << i;
-    for (const ozr_panorama_joint& joint : found.joints) {
-        const bool strange = joint.first == 2 || joint.second == 2;
-        EXPECT_EQ(joint.used, strange ? 0 : 1);
-        EXPECT_EQ(joint.confidence < 0.5F, strange) << joint.first << " " << joint.second;
-    }
-}
-
 TEST(RefinedCameras, TrustNoJointOfPicturesThatShareNothing)
 {
     for (uint32_t seed = 1; seed <= 6; ++seed) {
@@ -174,11 +158,12 @@ TEST(RefinedCameras, SurviveEveryFailingAllocation)
     EXPECT_GT(failing, 100);
 }
 
-TEST(RefinedCameras, AreTheSameAtEveryKernelLevel)
+TEST(RefinedQuality, IsTheSameAtEveryKernelLevel)
 {
     namespace kernels = ozr::kernels;
     Simulated sweep = Simulated::pan(3, 14);
     sweep.views[1].roll = 6;
+    sweep.is_coloured = true;
     kernels::set_for_test(&kernels::kScalarKernels);
     const Found want = find(sweep);
     EXPECT_EQ(want.cameras.size(), 3U);

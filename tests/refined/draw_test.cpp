@@ -4,8 +4,6 @@
 #include <deque>
 #include <functional>
 
-#include "kernels/cpu.h"
-#include "kernels/kernels.h"
 #include "refined/draw.h"
 #include "refined/simulated_camera.h"
 #include "support/wrapped_heap.h"
@@ -358,21 +356,6 @@ TEST(Draw, EndsWhereverItIsStopped)
         const auto ask = [](int64_t allocation) { asked = allocation >= when ? 1 : 0; };
         EXPECT_EQ(draw_with(0, ask), kPanoCancelled) << when;
     }
-}
-
-TEST(Draw, LevelsDrawTheSameBytes)
-{
-    PaintedSweep sweep = usual_sweep();
-    kernels::set_for_test(&kernels::kScalarKernels);
-    const std::vector<uint8_t> want = Drawn(sweep).bytes();
-    EXPECT_FALSE(want.empty());
-    for (const kernels::Kernels* const* level = kernels::kLevels; *level != nullptr; ++level) {
-        if (((*level)->features & ~kernels::cpu_features()) != 0)
-            continue;
-        kernels::set_for_test(*level);
-        EXPECT_EQ(Drawn(sweep).bytes(), want) << (*level)->level;
-    }
-    kernels::set_for_test(nullptr);
 }
 
 // Pictures with stripes upright and lying in turn: which of two it shows can be seen on both sides of a reported seam. They
