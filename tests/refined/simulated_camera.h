@@ -98,18 +98,20 @@ struct Photograph : TestImg {
         };
         Random random(static_cast<uint32_t>(picture) + 1);
         for (int32_t y = 0; y < camera.height; ++y) {
+            uint8_t* row = ozr::pano_row(&img, y);
             const Rotation rotation = camera.rotation(picture, y);
             for (int32_t x = 0; x < camera.width; ++x) {
                 const double grain = camera.noise > 0 ? camera.noise * (random.below(2001) / 1000.0 - 1) : 0;
-                at(x, y) = byte(camera.seen(camera.ray(rotation, x, y), picture).luma + grain);
+                row[x] = byte(camera.seen(camera.ray(rotation, x, y), picture).luma + grain);
             }
         }
         for (int32_t y = 0; camera.is_coloured && y < camera.height; y += 2) {
+            uint8_t* row = ozr::pano_chroma_row(&img, y / 2);
             const Rotation rotation = camera.rotation(picture, y + 0.5);
             for (int32_t x = 0; x < camera.width; x += 2) {
                 const Paint paint = camera.seen(camera.ray(rotation, x + 0.5, y + 0.5), picture);
-                chroma(x, y / 2) = byte(paint.u);
-                chroma(x + 1, y / 2) = byte(paint.v);
+                row[x] = byte(paint.u);
+                row[x + 1] = byte(paint.v);
             }
         }
     }

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <vector>
 
 #include "ozr_panorama.h"
@@ -70,22 +71,32 @@ struct Found {
     std::vector<uint8_t> pixels;
 };
 
-// Hands a picture over without a word on where it is.
-inline ozr_err stitch(ozr_panorama* pano, const TestImg& picture)
+inline std::deque<Photograph> photographs(const Simulated& sweep)
 {
-    ozr_image image = picture.as_public(ozr_image_format_nv12);
+    std::deque<Photograph> pictures;
+    for (size_t i = 0; i < sweep.views.size(); ++i)
+        pictures.emplace_back(sweep, i);
+    return pictures;
+}
+
+// Hands a picture over without a word on where it is.
+inline ozr_err stitch(ozr_panorama* pano, const Photograph& picture)
+{
+    const PanoImg& img = picture.img;
+    ozr_image image = {img.data, img.size, img.width, img.height, ozr_image_format_nv12, img.stride, 0};
     return ozr_panorama_stitch_one_image(pano, &image, nullptr);
 }
 
-inline ozr_err take_all(ozr_panorama* pano, const Simulated& sweep, ozr_panorama_direction direction,
+inline ozr_err take_all(ozr_panorama* pano, const std::deque<Photograph>& pictures,
+                        ozr_panorama_direction direction = ozr_panorama_direction_auto,
                         ozr_panorama_quality quality = ozr_panorama_quality_refined)
 {
     const ozr_panorama_parameters params = {70, direction};
     ozr_err error = ozr_panorama_set_parameters(pano, &params);
     if (error == ozr_success)
         error = ozr_panorama_set_quality(pano, quality);
-    for (size_t i = 0; i < sweep.views.size() && error == ozr_success; ++i)
-        error = stitch(pano, Photograph(sweep, i));
+    for (size_t i = 0; i < pictures.size() && error == ozr_success; ++i)
+        error = stitch(pano, pictures[i]);
     return error;
 }
 
@@ -94,7 +105,7 @@ inline Found find(const Simulated& sweep, ozr_panorama_direction direction = ozr
 {
     Found found;
     const Handle pano = create_panorama();
-    found.error = take_all(pano.get(), sweep, direction, quality);
+    found.error = take_all(pano.get(), photographs(sweep), direction, quality);
     if (found.error == ozr_success)
         found.error = ozr_panorama_run(pano.get(), &found.panorama);
     if (found.error == ozr_success)
