@@ -7,7 +7,6 @@
 
 #include "kernels/cpu.h"
 #include "kernels/kernels.h"
-#include "refined/adjust.h"
 #include "refined/simulated_sweep.h"
 #include "support/wrapped_heap.h"
 
@@ -193,49 +192,4 @@ TEST(RefinedQuality, IsChosenBetweenSweepsOnly)
     // Classic again: the second picture needs a direction.
     EXPECT_EQ(stitch(pano, pictures[0]), ozr_success);
     EXPECT_EQ(stitch(pano, pictures[1]), ozr_err_invalid_status);
-}
-
-TEST(RefinedAdjustment, FindsRandomCamerasDespiteWrongMatches)
-{
-    for (uint32_t seed = 1; seed <= 12; ++seed) {
-        SCOPED_TRACE(seed);
-        Random random(seed);
-        const auto between = [&](double least, double most) {
-            return least + (most - least) * random.below(10001) / 1e4;
-        };
-        refined::Lenses truth = {};
-        truth.focal = between(400, 1400);
-        truth.radial = between(-0.05, 0.05);
-        constexpr int32_t kPictures = 5, kMatches = 90;
-        for (int32_t i = 0; i < kPictures; ++i)
-            truth.rotations[i] = rotation_of_pose({i * 8000.0 / truth.focal, between(-2, 2), between(-3, 3)});
-        std::vector<refined::Match> matches[kPictures - 1];
-        std::vector<refined::Link> links;
-        for (int32_t i = 0; i + 1 < kPictures; ++i) {
-            const refined::LensPair pair = refined::lens_pair(truth, i, i + 1);
-            while (static_cast<int32_t>(matches[i].size()) < kMatches) {
-                refined::Match match = {{between(-320, 320), between(-240, 240)}, {}};
-                if (!refined::place_in_second(pair, match.first, &match.second) ||
-                    std::fabs(match.second.x) > 320)
-                    continue;
-                const bool wrong = matches[i].size() % 5 == 0;
-                match.second.x += wrong ? between(-60, 60) : between(-0.1, 0.1);
-                match.second.y += wrong ? between(-60, 60) : between(-0.1, 0.1);
-                matches[i].push_back(match);
-            }
-            refined::Place middle = {};
-            refined::place_in_second(pair, {60, 0}, &middle);
-            links.push_back({i, i + 1, {{60, 0}, middle, 0}, kMatches, matches[i].data()});
-        }
-        refined::Lenses found;
-        ASSERT_EQ(refined::adjust(links.data(), kPictures - 1, kPictures, 690, refined::kLensOfSweep,
-                                  {nullptr}, &found),
-                  0);
-        EXPECT_NEAR(found.focal / truth.focal, 1, 0.005);
-        for (int32_t i = 1; i < kPictures; ++i) {
-            const Rotation want = inverse(truth.rotations[0]) * truth.rotations[i];
-            const Rotation got = inverse(found.rotations[0]) * found.rotations[i];
-            EXPECT_LT(angle_of(inverse(want) * got), 0.15) << i;
-        }
-    }
 }
