@@ -81,7 +81,7 @@ void _check_seams(const Sweep& sweep, const ozr_image& panorama, const Layout& l
             const ozr_point& at = overlap.seam[i];
             // The chroma row follows the seam of the first of its two rows.
             const int32_t along = dx != 0 ? at.y : at.x, end = dx != 0 ? panorama.height : panorama.width;
-            if (along < 0 || along >= end || (dx != 0 && along % 2 != 0) || (dy != 0 && along % 2 != 0))
+            if (along < 0 || along >= end || along % 2 != 0)
                 continue;
             ASSERT_EQ(_chroma_at(panorama, at.x - dx, at.y - dy), _colour_of(before)) << at.x << " " << at.y;
             ASSERT_EQ(_chroma_at(panorama, at.x + dx, at.y + dy), _colour_of(after)) << at.x << " " << at.y;

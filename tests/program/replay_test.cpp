@@ -106,9 +106,7 @@ TEST_F(Replay, FollowsSessionsOfSeveralSweepsAndRefusedCalls)
 TEST(Recording, ReadsTheDocumentedExample)
 {
     const std::string page = read_text(OZR_DOCS "/recording.md");
-    const size_t begin = page.find("    ozr-pano recording 2\n"), end = page.find("    end\n", begin);
-    ASSERT_NE(end, std::string::npos);
-    std::string text = page.substr(begin, end - begin) + "    end\n";
+    std::string text = between(page, "    ozr-pano recording 2\n", "    end\n") + "    end\n";
     for (size_t indent; (indent = text.find("    ")) != std::string::npos;)
         text.erase(indent, 4);
     const Recording recording = parse_recording(text);

@@ -160,7 +160,7 @@ void _compose(const Simulated& sweep, ozr_panorama* handle)
 void _expect_true_cameras(const Simulated& sweep, ozr_panorama* handle)
 {
     double worst_focal = 0, worst_angle = 0;
-    Matrix to_first = {}, first = {};
+    Matrix back = {};
     for (size_t i = 0; i < sweep.views.size(); ++i) {
         ozr_panorama_camera camera;
         ASSERT_EQ(ozr_panorama_get_camera(handle, static_cast<int32_t>(i), &camera), ozr_success);
@@ -168,17 +168,15 @@ void _expect_true_cameras(const Simulated& sweep, ozr_panorama* handle)
         EXPECT_EQ(camera.used, belongs ? 1 : 0) << i;
         if (!belongs)
             continue;
-        const Matrix truth = _true_rotation(sweep, sweep.views[i]);
         const Matrix found = _rotation(sweep.vertical, static_cast<double>(camera.yaw),
                                        static_cast<double>(camera.pitch), static_cast<double>(camera.roll));
-        if (i == 0) {
-            to_first = _transposed(truth);
-            first = _transposed(found);
-        }
+        // By what the world is turned as this picture shows it: the same for all of them.
+        const Matrix world = _product(found, _transposed(_true_rotation(sweep, sweep.views[i])));
+        if (i == 0)
+            back = _transposed(world);
         const double focal = static_cast<double>(camera.focal_length) / (sweep.focal * kUsualFocal);
-        const Matrix want = _product(to_first, truth), is = _product(first, found);
         worst_focal = std::max(worst_focal, 100 * std::abs(focal - 1));
-        worst_angle = std::max(worst_angle, _angle(_product(_transposed(want), is)));
+        worst_angle = std::max(worst_angle, _angle(_product(back, world)));
     }
     printf("%-32s focal length %.3f %%, rotation %.4f degrees\n", sweep.what, worst_focal, worst_angle);
     EXPECT_LT(worst_focal, 0.5);
