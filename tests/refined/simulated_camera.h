@@ -29,7 +29,8 @@ inline Rotation rotation_of_pose(const Pose& pose, bool vertical = false)
     const Rotation right = refined::rotation_about({0, pose.yaw * kDegree, 0}),
                    down = refined::rotation_about({-pose.pitch * kDegree, 0, 0}),
                    clockwise = refined::rotation_about({0, 0, pose.roll * kDegree});
-    return (vertical ? down * right : right * down) * clockwise;
+    const Rotation &outer = vertical ? down : right, &inner = vertical ? right : down;
+    return outer * inner * clockwise;
 }
 
 inline refined::Camera camera_of_pose(const Pose& pose, double focal, double radial)
