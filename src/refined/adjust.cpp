@@ -66,13 +66,8 @@ constexpr int32_t kSkewUnknowns = 2;
 constexpr int32_t kMatchUnknowns = 14;
 constexpr int32_t kUnknownsOfFreedom[] = {7, 10, kMatchUnknowns};
 
-struct Problem {
-    const Link* links;
-    int32_t count;
-    int32_t pictures;
-    double assumed_focal;
-    LensFreedom freedom;
-
+// A task with the places of its unknowns.
+struct Problem : AdjustTask {
     int32_t unknowns() const
     {
         return skew_index(0) + (freedom == kShutterToo ? kSkewUnknowns * pictures : 0);
@@ -245,15 +240,22 @@ struct Workspace {
     NormalEquations scratch;
 };
 
+struct Descent {
+    Problem problem;
+    const Cancel& cancel;
+    Workspace* work;
+};
+
 // Descends at one width of the weights; `reached_cost` is where it ends.
-int32_t _descend(const Problem& problem, const Stage& stage, const Cancel& cancel, Workspace* work,
-                 Lenses* lenses, double* reached_cost)
+PanoResult _descend(const Descent& descent, const Stage& stage, Lenses* lenses, double* reached_cost)
 {
+    const Problem& problem = descent.problem;
+    Workspace* work = descent.work;
     double damping = kFirstDamping;
     double& cost = *reached_cost;
     cost = _set_up(problem, *lenses, stage.width, &work->here);
     for (int32_t i = 0; i < stage.steps && damping < kLastDamping; ++i) {
-        if (cancel.asked())
+        if (descent.cancel.asked())
             return kPanoCancelled;
         double step[kMaxUnknowns];
         if (!_step(work->here, damping, &work->scratch, step)) {
@@ -278,11 +280,10 @@ int32_t _descend(const Problem& problem, const Stage& stage, const Cancel& cance
 }
 
 template <size_t kCount>
-int32_t _descend_all(const Problem& problem, const Stage (&stages)[kCount], const Cancel& cancel,
-                     Workspace* work, Lenses* lenses, double* cost)
+PanoResult _descend_all(const Descent& descent, const Stage (&stages)[kCount], Lenses* lenses, double* cost)
 {
     for (const Stage& stage : stages)
-        PANO_FORWARD(_descend(problem, stage, cancel, work, lenses, cost));
+        PANO_FORWARD(_descend(descent, stage, lenses, cost));
     return kPanoSuccess;
 }
 
@@ -295,25 +296,33 @@ double _mean_residual(const Problem& problem, const Lenses& lenses)
 }
 
 // Lets pictures be skewed, and keeps that where it explains much of what the cameras alone left over.
-int32_t _descend_skewed(const Problem& problem, const Cancel& cancel, Workspace* work, Lenses* lenses)
+PanoResult _descend_skewed(const Descent& descent, Lenses* lenses)
 {
-    Problem freer = problem;
-    freer.freedom = kShutterToo;
+    Descent freer = descent;
+    freer.problem.freedom = kShutterToo;
     Lenses skewed = *lenses;
     double cost = 0.0;
-    PANO_FORWARD(_descend_all(freer, kFreeStages, cancel, work, &skewed, &cost));
-    if (_mean_residual(problem, skewed) < kSkewPays * _mean_residual(problem, *lenses))
+    PANO_FORWARD(_descend_all(freer, kFreeStages, &skewed, &cost));
+    if (_mean_residual(descent.problem, skewed) < kSkewPays * _mean_residual(descent.problem, *lenses))
         *lenses = skewed;
     return kPanoSuccess;
 }
 
-int32_t _descend_free(const Problem& problem, const Cancel& cancel, Workspace* work, Lenses* lenses)
+PanoResult _descend_free(const Descent& descent, Lenses* lenses)
 {
     double cost = 0.0;
-    PANO_FORWARD(_descend_all(problem, kFreeStages, cancel, work, lenses, &cost));
-    if (_mean_residual(problem, *lenses) >= kSharpResidual)
-        return _descend_skewed(problem, cancel, work, lenses);
-    return _descend(problem, kLastStage, cancel, work, lenses, &cost);
+    PANO_FORWARD(_descend_all(descent, kFreeStages, lenses, &cost));
+    if (_mean_residual(descent.problem, *lenses) >= kSharpResidual)
+        return _descend_skewed(descent, lenses);
+    return _descend(descent, kLastStage, lenses, &cost);
+}
+
+// A bent lens and another focal length explain much the same: the plain lens comes first.
+Problem _plain(const AdjustTask& task)
+{
+    Problem plain = {task};
+    plain.freedom = kLensOfPair;
+    return plain;
 }
 
 // Cameras as the guesses have them, from link to link.
@@ -409,48 +418,42 @@ Agreement agreement_of(const Link& link, const Lenses& lenses)
     return agreement;
 }
 
-int32_t adjust(const Link* links, int32_t count, int32_t pictures, double assumed_focal, LensFreedom freedom,
-               const Cancel& cancel, Lenses* lenses)
+PanoResult adjust(const AdjustTask& task, const Cancel& cancel, Lenses* lenses)
 {
-    // A bent lens and another focal length explain much the same: the plain lens comes first.
-    const Problem plain = {links, count, pictures, assumed_focal, kLensOfPair};
-    auto work = make_unfilled_buffer<Workspace>(1);
+    const auto work = make_unfilled_buffer<Workspace>(1);
     if (!work)
         return kPanoNoMemory;
+    const Descent plain = {_plain(task), cancel, work.get()};
     double best = -1.0;
     for (const double factor : kFocalTries) {
         Lenses tried;
         double cost = 0.0;
-        _start(plain, factor * assumed_focal, &tried);
-        PANO_FORWARD(_descend_all(plain, kPlainStages, cancel, work.get(), &tried, &cost));
+        _start(plain.problem, factor * task.assumed_focal, &tried);
+        PANO_FORWARD(_descend_all(plain, kPlainStages, &tried, &cost));
         if (best < 0.0 || cost < best) {
             best = cost;
             *lenses = tried;
         }
-        if (_near_share(plain, tried) >= kFittingShare)
+        if (_near_share(plain.problem, tried) >= kFittingShare)
             break;
     }
-    return freedom == kLensOfPair
-               ? static_cast<int32_t>(kPanoSuccess)
-               : _descend_free({links, count, pictures, assumed_focal, freedom}, cancel, work.get(), lenses);
+    return task.freedom == kLensOfPair ? kPanoSuccess : _descend_free({{task}, cancel, work.get()}, lenses);
 }
 
-int32_t adjust_further(const Link* links, int32_t count, int32_t pictures, double assumed_focal,
-                       LensFreedom freedom, const Cancel& cancel, Lenses* lenses)
+PanoResult adjust_further(const AdjustTask& task, const Cancel& cancel, Lenses* lenses)
 {
-    auto work = make_unfilled_buffer<Workspace>(1);
+    const auto work = make_unfilled_buffer<Workspace>(1);
     if (!work)
         return kPanoNoMemory;
     // Again from a plain lens: how much the last one was bent may be what misled the matches.
-    const Problem plain = {links, count, pictures, assumed_focal, kLensOfPair};
     double cost = 0.0;
     lenses->radial = 0.0;
-    for (int32_t i = 0; i < pictures; ++i) {
+    for (int32_t i = 0; i < task.pictures; ++i) {
         lenses->zooms[i] = 0.0;
         lenses->skews[i] = {};
     }
-    PANO_FORWARD(_descend_all(plain, kPlainStages, cancel, work.get(), lenses, &cost));
-    return _descend_free({links, count, pictures, assumed_focal, freedom}, cancel, work.get(), lenses);
+    PANO_FORWARD(_descend_all({_plain(task), cancel, work.get()}, kPlainStages, lenses, &cost));
+    return _descend_free({{task}, cancel, work.get()}, lenses);
 }
 
 }  // namespace ozr::refined

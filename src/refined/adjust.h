@@ -57,14 +57,21 @@ double roll_of_turn(const Rotation& turn, Place first, double focal);
 // The camera's view of one picture in another.
 LensPair lens_pair(const Lenses& lenses, int32_t first, int32_t second);
 
-// Finds the cameras of `pictures` pictures from `links`, beginning with the guesses' turns at `assumed_focal`, and with
-// other focal lengths where that one fits badly. kPanoCancelled, kPanoNoMemory.
-int32_t adjust(const Link* links, int32_t count, int32_t pictures, double assumed_focal, LensFreedom freedom,
-               const Cancel& cancel, Lenses* lenses);
+// What cameras are to be found from.
+struct AdjustTask {
+    const Link* links;
+    int32_t count;  // of links
+    int32_t pictures;
+    double assumed_focal;  // base pixels
+    LensFreedom freedom;
+};
+
+// Finds the cameras of all pictures, beginning with the guesses' turns at the assumed focal length, and with other focal
+// lengths where that one fits badly. kPanoCancelled, kPanoNoMemory.
+PanoResult adjust(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
 
 // The same from cameras that are nearly right already.
-int32_t adjust_further(const Link* links, int32_t count, int32_t pictures, double assumed_focal,
-                       LensFreedom freedom, const Cancel& cancel, Lenses* lenses);
+PanoResult adjust_further(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
 
 // How well the matches of a link agree with the cameras.
 struct Agreement {

@@ -26,7 +26,7 @@ constexpr float kWeakCorner = 60.0F;
 constexpr float kFaintCorner = 15.0F;
 
 // kPanoNoMemory.
-int32_t find_corners(const GrayView& plane, Corners* out);
+PanoResult find_corners(const ConstPlane& plane, Corners* out);
 
 }  // namespace ozr::refined
 

@@ -98,7 +98,7 @@ int32_t _between(int32_t from, int32_t to, int32_t part)
 }
 
 // A level of the pyramid at a place of the picture, between four pixels; 0 where one is too dark or too bright.
-int32_t _light(const GrayView& plane, int32_t level, const NodePlace& place)
+int32_t _light(const ConstPlane& plane, int32_t level, const NodePlace& place)
 {
     constexpr int32_t kHalf = 1 << (kNodePlaceBits - 1), kBits = 6, kOne = 1 << kBits;
     constexpr int32_t kDropped = kNodePlaceBits - kBits;
@@ -118,7 +118,7 @@ int32_t _light(const GrayView& plane, int32_t level, const NodePlace& place)
 }
 
 // The mean of 4 x 4 places of a level whose pixels are a quarter of a block; 0 where one is too dark or too bright.
-double _mean(const GrayView& plane, int32_t level, const Corners& corners)
+double _mean(const ConstPlane& plane, int32_t level, const Corners& corners)
 {
     constexpr int32_t kSide = 4;
     int32_t sum = 0;

@@ -37,7 +37,7 @@ bool _is_picture(const PanoImg* img)
            img->stride >= img->width;
 }
 
-kernels::DrawPlane _plane(const GrayView& view)
+kernels::DrawPlane _plane(const ConstPlane& view)
 {
     return {view.data, view.stride, view.width, view.height};
 }

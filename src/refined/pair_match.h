@@ -11,8 +11,7 @@ namespace ozr::refined
 // What two pictures have in common.
 struct PairMatch {
     PairGuess guess;
-    int32_t count;
-    Match matches[kMaxMatches];
+    Matches matches;
     int32_t near;     // matches that agree on how the camera turned
     double residual;  // root mean square distance of those, base pixels
     double likeness;  // of the whole overlap, 1: the same
@@ -33,12 +32,11 @@ struct ShiftHint {
 
 // Finds what two pictures have in common, near the hint first, then anywhere along the sweep. Pictures that do not belong
 // together end with a match that is not good. kPanoNoMemory, kPanoCancelled.
-int32_t match_pair(const Sight& first, const Sight& second, const ShiftHint& hint, const Cancel& cancel,
-                   PairMatch* match);
+PanoResult match_pair(const SightPair& sights, const ShiftHint& hint, const Cancel& cancel, PairMatch* match);
 
 // Matches the patches once more with cameras found before. kPanoCancelled.
-int32_t match_pair_again(const Sight& first, const Sight& second, const LensPair& lenses,
-                         const Cancel& cancel, PairMatch* match);
+PanoResult match_pair_again(const SightPair& sights, const LensPair& lenses, const Cancel& cancel,
+                            PairMatch* match);
 
 }  // namespace ozr::refined
 

@@ -33,7 +33,7 @@ constexpr int32_t kFitSteps = 6;
 constexpr double kFitDone = 0.01;        // pixels
 constexpr double kLeastContrast = 0.25;  // of the second patch against the first
 
-bool _holds(const GrayView& plane, int32_t x, int32_t y, int32_t half)
+bool _holds(const ConstPlane& plane, int32_t x, int32_t y, int32_t half)
 {
     return x >= half && y >= half && x + half < plane.width && y + half < plane.height;
 }
@@ -45,7 +45,7 @@ int32_t _dot(const int16_t* a, const int16_t* b)
 }
 
 // Samples (2 half + 1)^2 places around (x, y), bilinear. False where one lies outside.
-bool _sample(const GrayView& plane, double x, double y, const PatchShape& shape, int32_t half, int16_t* out)
+bool _sample(const ConstPlane& plane, double x, double y, const PatchShape& shape, int32_t half, int16_t* out)
 {
     const double reach_x = half * ((shape.right_x < 0 ? -shape.right_x : shape.right_x) +
                                    (shape.down_x < 0 ? -shape.down_x : shape.down_x));
@@ -94,7 +94,7 @@ struct Template {
     int32_t square;
 };
 
-void _make_template(const GrayView& plane, int32_t x, int32_t y, Template* out)
+void _make_template(const ConstPlane& plane, int32_t x, int32_t y, Template* out)
 {
     int32_t sum = 0;
     int32_t at = 0;
@@ -196,7 +196,7 @@ struct FitBasis {
 
 enum FitUnknown { kRight, kDown, kContrast, kBrightness };
 
-void _fill_basis(const GrayView& plane, int32_t x, int32_t y, FitBasis* basis)
+void _fill_basis(const ConstPlane& plane, int32_t x, int32_t y, FitBasis* basis)
 {
     int32_t at = 0;
     for (int32_t j = -kFitHalf; j <= kFitHalf; ++j) {
@@ -240,7 +240,7 @@ bool _invert(double a[kUnknowns][kUnknowns], double inverse[kUnknowns][kUnknowns
     return true;
 }
 
-bool _make_basis(const GrayView& plane, int32_t x, int32_t y, FitBasis* basis)
+bool _make_basis(const ConstPlane& plane, int32_t x, int32_t y, FitBasis* basis)
 {
     _fill_basis(plane, x, y, basis);
     double normal[kUnknowns][kUnknowns];

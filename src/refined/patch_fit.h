@@ -17,8 +17,8 @@ struct PatchShape {
 
 // A place that is looked for: `first` in whole pixels of its plane, `second` where it is expected in the other.
 struct PatchTask {
-    const GrayView* first_plane;
-    const GrayView* second_plane;
+    const ConstPlane* first_plane;
+    const ConstPlane* second_plane;
     int32_t first_x;
     int32_t first_y;
     double second_x;

@@ -26,7 +26,7 @@ int32_t _count_levels(int32_t width, int32_t height)
 }
 
 // Describes the levels and allocates them; the first is the picture's own.
-int32_t _lay_out(const PanoImg* kept, Pyramid* pyramid)
+PanoResult _lay_out(const PanoImg* kept, Pyramid* pyramid)
 {
     pyramid->count = _count_levels(kept->width, kept->height);
     int64_t bytes = 0;
@@ -38,7 +38,7 @@ int32_t _lay_out(const PanoImg* kept, Pyramid* pyramid)
     }
     pyramid->small =
         std::min(std::max(level_within(*pyramid, kLongestSmall), kLeastSmall), pyramid->count - 1);
-    GrayView* pairs = &pyramid->small_pairs;
+    ConstPlane* pairs = &pyramid->small_pairs;
     *pairs = {nullptr, 0, kept->width / 2 >> pyramid->small, kept->height / 2 >> pyramid->small};
     pairs->stride = 2 * ptrdiff_t{pairs->width};
     pyramid->block = make_unfilled_buffer<uint8_t>(bytes + int64_t{pairs->stride} * pairs->height);
@@ -59,7 +59,7 @@ int32_t _lay_out(const PanoImg* kept, Pyramid* pyramid)
 class PyramidFiller
 {
 public:
-    int32_t init(const PanoImg* kept, Pyramid* pyramid)
+    PanoResult init(const PanoImg* kept, Pyramid* pyramid)
     {
         kept_ = kept;
         pyramid_ = pyramid;
@@ -72,7 +72,7 @@ public:
     void add_luma_row(int32_t y) const
     {
         for (int32_t level = 1; level < pyramid_->count && y % 2 != 0; ++level) {
-            const GrayView &finer = pyramid_->levels[level - 1], &view = pyramid_->levels[level];
+            const ConstPlane &finer = pyramid_->levels[level - 1], &view = pyramid_->levels[level];
             y /= 2;
             table_->half_gray_row(to_fill(view, y), finer.row(2 * y), finer.row(2 * y + 1), view.width);
         }
@@ -97,7 +97,7 @@ public:
 
 private:
     // The rows of the pyramid's block are the pyramid's to write.
-    uint8_t* to_fill(const GrayView& view, int32_t y) const
+    uint8_t* to_fill(const ConstPlane& view, int32_t y) const
     {
         return pyramid_->block.get() + (view.row(y) - pyramid_->small_pairs.data);
     }
@@ -123,15 +123,15 @@ void _copy(const PanoImg* picture, const PanoImg* kept, const PyramidFiller* fil
     }
 }
 
-int32_t _turn(const PanoImg* picture, PanoImg* kept)
+PanoResult _turn(const PanoImg* picture, PanoImg* kept)
 {
     PANO_FORWARD(pano_create_unfilled(kept, picture->height, picture->width, kPanoNv12));
-    return PanoImg_RotateCW90(kept, picture);
+    return as_result(PanoImg_RotateCW90(kept, picture));
 }
 
 }  // namespace
 
-int32_t build_pyramid(const PanoImg* kept, Pyramid* pyramid)
+PanoResult build_pyramid(const PanoImg* kept, Pyramid* pyramid)
 {
     PyramidFiller filler;
     PANO_FORWARD(filler.init(kept, pyramid));
@@ -142,7 +142,7 @@ int32_t build_pyramid(const PanoImg* kept, Pyramid* pyramid)
     return kPanoSuccess;
 }
 
-int32_t keep_picture(const PanoImg* picture, bool turn, PanoImg* kept, Pyramid* pyramid)
+PanoResult keep_picture(const PanoImg* picture, bool turn, PanoImg* kept, Pyramid* pyramid)
 {
     const int32_t width = picture->width & ~1;
     const int32_t height = picture->height & ~1;

@@ -12,7 +12,7 @@ namespace ozr::refined
 {
 
 // One plane of bytes, only read.
-struct GrayView {
+struct ConstPlane {
     const uint8_t* data;
     ptrdiff_t stride;
     int32_t width;
@@ -26,22 +26,22 @@ constexpr int32_t kMaxLevels = 16;
 
 // Level 0 is the picture's own luma; every further level is the truncated mean of 2 x 2 pixels of the one before.
 struct Pyramid {
-    GrayView levels[kMaxLevels];
+    ConstPlane levels[kMaxLevels];
     int32_t count;
     // The level that brightness, seams and slow transitions are found on: 2 or more, unless a picture is smaller than 32 to
     // a side. And its chroma, rounded means of 2 x 2 pairs at each halving; its width is counted in pairs.
     int32_t small;
-    GrayView small_pairs;
+    ConstPlane small_pairs;
     Buffer<uint8_t> block;  // of all levels but the first
 };
 
 // Copies an NV12 picture into `kept`, with tight rows and even sizes (an odd last row or column is left out), and builds
 // its pyramid in the same pass: while two rows are at hand, their means cost little. `turn` makes a quarter turn
 // clockwise. kPanoBadArgument: smaller than 2 x 2; kPanoNoMemory.
-int32_t keep_picture(const PanoImg* picture, bool turn, PanoImg* kept, Pyramid* pyramid);
+PanoResult keep_picture(const PanoImg* picture, bool turn, PanoImg* kept, Pyramid* pyramid);
 
 // Builds the pyramid of a picture that is kept already.
-int32_t build_pyramid(const PanoImg* kept, Pyramid* pyramid);
+PanoResult build_pyramid(const PanoImg* kept, Pyramid* pyramid);
 
 // The first level whose longer side is at most `side`.
 int32_t level_within(const Pyramid& pyramid, int32_t side);

@@ -31,12 +31,16 @@ struct Shift {
         value;  // correlation, less where little overlaps; unrelated pictures reach 0.25, neighbours 0.5 and more
 };
 
+// The best shifts, the best first; none where nothing can be compared.
 constexpr int32_t kMaxShifts = 2;
+struct Shifts {
+    int32_t count;
+    Shift best[kMaxShifts];
+};
 
-// Writes the best shifts, the best first, and returns how many (0 where nothing can be compared). kPanoNoMemory,
-// kPanoCancelled.
-int32_t find_shifts(const UnrolledPair& first, const UnrolledPair& second, const ShiftRange& range,
-                    const Cancel& cancel, Shift shifts[kMaxShifts]);
+// kPanoNoMemory, kPanoCancelled.
+PanoResult find_shifts(const UnrolledPair& first, const UnrolledPair& second, const ShiftRange& range,
+                       const Cancel& cancel, Shifts* shifts);
 
 }  // namespace ozr::refined
 

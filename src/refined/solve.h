@@ -31,7 +31,7 @@ struct Solution {
 
 // Finds the cameras of the pictures that good pairs join; of several such groups that of most pictures, the earliest
 // of equal ones. Pairs that turn out not to fit get fewer near matches. kPanoNoMemory, kPanoCancelled.
-int32_t solve_sweep(const SweepView& view, const Cancel& cancel, Solution* solution);
+PanoResult solve_sweep(const SweepView& view, const Cancel& cancel, Solution* solution);
 
 }  // namespace ozr::refined
 

@@ -32,11 +32,11 @@ public:
 
     // Copies a picture and matches it with the one before. kPanoBadArgument: smaller than 2 x 2 or of another size than
     // the first; kPanoTooManyPictures; kPanoNoMemory; kPanoCancelled.
-    int32_t add(const PanoImg& picture, const PictureHint& hint, const Cancel& cancel);
+    PanoResult add(const PanoImg& picture, const PictureHint& hint, const Cancel& cancel);
 
     // Finds the cameras and draws the panorama, in the orientation of the caller's pictures; to be released with
     // PanoImg_Destroy. Can be called once. Codes of draw; kPanoPictureMissing without a picture.
-    int32_t compose(const Cancel& cancel, PanoImg* out);
+    PanoResult compose(const Cancel& cancel, PanoImg* out);
 
     // After compose. False beyond the last.
     bool joint(int32_t index, ozr_panorama_joint* joint) const;
@@ -58,16 +58,16 @@ private:
     static void* operator new(size_t size, const std::nothrow_t& tag) noexcept;
     static void operator delete(void* sweep, const std::nothrow_t& tag) noexcept;
 
-    int32_t turn_pictures();
-    int32_t match(int32_t first, int32_t second, const ShiftHint& hint, const Cancel& cancel);
-    int32_t match_newest(const PictureHint& hint, const Cancel& cancel);
-    int32_t match_turned(const PictureHint& hint, const Cancel& cancel);
-    int32_t bridge(const Cancel& cancel);
+    PanoResult turn_pictures();
+    PanoResult match(int32_t first, int32_t second, const ShiftHint& hint, const Cancel& cancel);
+    PanoResult match_newest(const PictureHint& hint, const Cancel& cancel);
+    PanoResult match_turned(const PictureHint& hint, const Cancel& cancel);
+    PanoResult bridge(const Cancel& cancel);
     bool has_good_pair() const;
     ShiftHint shift_hint(const PictureHint& hint) const;
-    int32_t turn_along();
+    PanoResult turn_along();
     void fill_cameras();
-    int32_t draw_cameras(const Cancel& cancel, PanoImg* drawn);
+    PanoResult draw_cameras(const Cancel& cancel, PanoImg* drawn);
     const Pair* pair_of_joint(int32_t index) const;
     Place offset_of(const Pair& pair) const;
 

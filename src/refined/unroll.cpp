@@ -27,7 +27,7 @@ int32_t _fixed(double place)
 }
 
 // Bilinear; x and y in 16.16 and at least one pixel inside the last column and row.
-int32_t _sample(const GrayView& plane, int32_t x, int32_t y)
+int32_t _sample(const ConstPlane& plane, int32_t x, int32_t y)
 {
     const uint8_t* top = plane.row(y >> kPlaceBits) + (x >> kPlaceBits);
     const uint8_t* bottom = top + plane.stride;
@@ -46,7 +46,7 @@ struct SourceLine {
     double step_y;
 };
 
-SourceLine _source_line(const GrayView& plane, double focal, SineCosine roll, int32_t column)
+SourceLine _source_line(const ConstPlane& plane, double focal, SineCosine roll, int32_t column)
 {
     const double cx = 0.5 * (plane.width - 1);
     const double cy = 0.5 * (plane.height - 1);
@@ -58,7 +58,7 @@ SourceLine _source_line(const GrayView& plane, double focal, SineCosine roll, in
             roll.cosine * stretch};
 }
 
-void _unroll_column(const GrayView& plane, const SourceLine& line, int32_t column, Unrolled* out)
+void _unroll_column(const ConstPlane& plane, const SourceLine& line, int32_t column, Unrolled* out)
 {
     const double last_x = plane.width - 1.001;
     const double last_y = plane.height - 1.001;
@@ -112,7 +112,7 @@ void _contrast_row(const int16_t* luma, const int16_t* mask, const int32_t* sums
 }
 
 // Takes the mean of the window off every pixel, by running sums over the columns.
-int32_t _take_off_means(Unrolled* image)
+PanoResult _take_off_means(Unrolled* image)
 {
     const int32_t width = image->width;
     auto contrast = make_unfilled_buffer<int16_t>(int64_t{width} * image->height);
@@ -136,7 +136,7 @@ int32_t _take_off_means(Unrolled* image)
 
 }  // namespace
 
-int32_t unroll(const GrayView& plane, double focal, double roll, Unrolled* out)
+PanoResult unroll(const ConstPlane& plane, double focal, double roll, Unrolled* out)
 {
     out->width = plane.width;
     out->height = plane.height;

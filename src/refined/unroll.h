@@ -23,7 +23,7 @@ constexpr int32_t kMaxContrast = 60;
 
 // Unrolls a plane for a camera of this focal length (pixels of the plane), whose picture is first rolled by `roll` radians
 // about its middle. kPanoNoMemory.
-int32_t unroll(const GrayView& plane, double focal, double roll, Unrolled* out);
+PanoResult unroll(const ConstPlane& plane, double focal, double roll, Unrolled* out);
 
 }  // namespace ozr::refined
 

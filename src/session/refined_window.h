@@ -84,7 +84,7 @@ inline const refined::Sweep* refined_sweep_of(const ozr_panorama* handle)
 
 inline LumaView reduced_luma(const refined::Sight& sight)
 {
-    const refined::GrayView& base = sight.plane(0);
+    const refined::ConstPlane& base = sight.plane(0);
     return {base.data, base.stride, base.width, base.height};
 }
 
@@ -138,9 +138,9 @@ inline MatchesRecord look_at_matches(const ozr_panorama* handle, int32_t index)
     MatchesRecord record = {};
     record.first = pair.first;
     record.second = pair.second;
-    record.count = pair.match.count;
+    record.count = pair.match.matches.count;
     for (int32_t i = 0; i < record.count; ++i)
-        record.matches[i] = window::match_record(pair.match.matches[i], inside.trace->shown[index][i],
+        record.matches[i] = window::match_record(pair.match.matches.at[i], inside.trace->shown[index][i],
                                                  inside.sights[pair.second].base_scale());
     return record;
 }

@@ -284,9 +284,9 @@ TEST(RefinedAdjustment, FindsRandomCamerasDespiteWrongMatches)
             links.push_back({i, i + 1, {{60, 0}, middle, 0}, kMatches, matches[i].data()});
         }
         refined::Lenses found;
-        ASSERT_EQ(refined::adjust(links.data(), kPictures - 1, kPictures, 690, refined::kLensOfSweep,
+        ASSERT_EQ(refined::adjust({links.data(), kPictures - 1, kPictures, 690, refined::kLensOfSweep},
                                   {nullptr}, &found),
-                  0);
+                  kPanoSuccess);
         EXPECT_NEAR(found.focal / truth.focal, 1, 0.005);
         for (int32_t i = 1; i < kPictures; ++i) {
             const Rotation want = inverse(truth.rotations[0]) * truth.rotations[i];

@@ -100,7 +100,7 @@ struct Sweep {
         pyramids.clear();
         pyramids.resize(images.size());
         for (size_t i = 0; i < images.size(); ++i) {
-            ozr::refined::build_pyramid(&images[i], &pyramids[i]);
+            EXPECT_EQ(ozr::refined::build_pyramid(&images[i], &pyramids[i]), kPanoSuccess);
             pictures.push_back({&images[i], &pyramids[i], &cameras[i]});
         }
     }
