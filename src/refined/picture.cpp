@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "image/pano_result.h"
 #include "kernels/kernels.h"
 
 namespace ozr::refined
@@ -33,14 +32,14 @@ PanoResult _lay_out(const PanoImg* kept, Pyramid* pyramid)
     for (int32_t i = 0; i < pyramid->count; ++i) {
         const int32_t width = kept->width >> i;
         const int32_t height = kept->height >> i;
-        pyramid->levels[i] = {nullptr, width, width, height};
+        pyramid->levels[i] = {nullptr, width, height, width};
         bytes += i > 0 ? int64_t{width} * height : 0;
     }
     pyramid->small =
         std::min(std::max(level_within(*pyramid, kLongestSmall), kLeastSmall), pyramid->count - 1);
     ConstPlane* pairs = &pyramid->small_pairs;
-    *pairs = {nullptr, 0, kept->width / 2 >> pyramid->small, kept->height / 2 >> pyramid->small};
-    pairs->stride = 2 * ptrdiff_t{pairs->width};
+    *pairs = {nullptr, kept->width / 2 >> pyramid->small, kept->height / 2 >> pyramid->small, 0};
+    pairs->stride = 2 * pairs->width;
     pyramid->block = make_unfilled_buffer<uint8_t>(bytes + int64_t{pairs->stride} * pairs->height);
     if (!pyramid->block)
         return kPanoNoMemory;

@@ -2,24 +2,15 @@
 #ifndef REFINED_PICTURE_H
 #define REFINED_PICTURE_H
 
-#include <stddef.h>
 #include <stdint.h>
 
+#include "base/plane.h"
+#include "image/pano_result.h"
 #include "image/panorama_img.h"
 #include "support/buffer.h"
 
 namespace ozr::refined
 {
-
-// One plane of bytes, only read.
-struct ConstPlane {
-    const uint8_t* data;
-    ptrdiff_t stride;
-    int32_t width;
-    int32_t height;
-
-    const uint8_t* row(int32_t y) const { return data + y * stride; }
-};
 
 // Halvings of the largest pictures that 32-bit sizes allow: 2^15 pixels to a side.
 constexpr int32_t kMaxLevels = 16;

@@ -2,6 +2,8 @@
 #ifndef PAINTED_SWEEP_H
 #define PAINTED_SWEEP_H
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <functional>

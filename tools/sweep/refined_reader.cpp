@@ -17,8 +17,8 @@ namespace ozr_pano
 namespace
 {
 
+using ozr::ConstPlane;
 using ozr::session::CameraRecord;
-using ozr::session::LumaView;
 using ozr::session::MatchesRecord;
 using ozr::session::MatchRecord;
 using ozr::session::RefinedRecord;
@@ -128,7 +128,7 @@ OverlapView _seam(const ozr::refined::SeamLines& lines, int32_t index, const Tur
 
 // Everything about a joint's two pictures that its view is drawn from.
 struct JointPictures {
-    LumaView first, second;
+    ConstPlane first, second;
     Pinhole first_camera, second_camera;
     double scale;  // pixels of a picture for each of the views
     double gain;   // brightness of the second picture over the first
@@ -187,7 +187,7 @@ Part _differences(const JointPictures& pictures, std::vector<uint8_t>* grey)
 }
 
 // Pictures that do not both have a camera have no overlap to show.
-Part _plain(const LumaView& luma, std::vector<uint8_t>* grey)
+Part _plain(const ConstPlane& luma, std::vector<uint8_t>* grey)
 {
     grey->clear();
     for (int32_t y = 0; y < luma.height; ++y)
@@ -212,7 +212,7 @@ Picture _upright(const std::vector<uint8_t>& grey, int32_t stride, const Part& p
 void _add_part(const RefinedRecord& record, const Turn& turn, const ozr_panorama_joint& joint,
                JointView* view)
 {
-    const LumaView& luma = record.reduced[joint.second];
+    const ConstPlane& luma = record.reduced[joint.second];
     const double scale = record.width / static_cast<double>(luma.width);
     std::vector<uint8_t> grey;
     Part part;
