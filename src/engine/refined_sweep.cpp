@@ -51,9 +51,10 @@ PanoResult _add(PanoramaInternal* pe, Sweep* sweep, const PanoImg* picture, cons
     return sweep->add(*copy.get(), hint, cancel);
 }
 
-// The share of classic joints that are right, by the square of their correlation: off by at most 2 percent of the picture's
-// width or height. Straight lines through what simulated sweeps show, among them shaken, rolled and mistold ones:
-// docs/quality.md. Even the best are sometimes wrong: a wall of windows fits itself a window further.
+// The share of classic joints that are right, by the square of their correlation: off by at most 2
+// percent of the picture's width or height. Straight lines through what simulated sweeps show,
+// among them shaken, rolled and mistold ones: docs/quality.md. Even the best are sometimes wrong: a
+// wall of windows fits itself a window further.
 struct Calibration {
     double square;
     double right;

@@ -7,8 +7,8 @@
 namespace ozr::kernels
 {
 
-// Sum of |a - b| over `rows` rows of `columns` bytes, modulo 2^32; strides in bytes, 0 to compare every row with the
-// same one.
+// Sum of |a - b| over `rows` rows of `columns` bytes, modulo 2^32; strides in bytes, 0 to compare
+// every row with the same one.
 using SadArea = uint32_t(const uint8_t* a, int64_t a_stride, const uint8_t* b, int64_t b_stride,
                          int32_t columns, int32_t rows);
 

@@ -7,8 +7,8 @@
 namespace ozr::kernels
 {
 
-// Quarter turns of `width` x `height` elements; strides in bytes. Clockwise, element (column x, row y) goes to column
-// height - 1 - y of row x; counter-clockwise, to column y of row width - 1 - x.
+// Quarter turns of `width` x `height` elements; strides in bytes. Clockwise, element (column x, row
+// y) goes to column height - 1 - y of row x; counter-clockwise, to column y of row width - 1 - x.
 using Rotate = void(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
                     int32_t height);
 

@@ -18,7 +18,8 @@ namespace ozr::refined
 namespace
 {
 
-// The weights' width shrinks step by step, base pixels: a bad start is still pulled in, a wrong match ends without a say.
+// The weights' width shrinks step by step, base pixels: a bad start is still pulled in, a wrong
+// match ends without a say.
 struct Stage {
     double width;
     int32_t steps;
@@ -26,15 +27,16 @@ struct Stage {
 constexpr Stage kPlainStages[] = {{16.0, 12}, {8.0, 8}, {4.0, 6}, {2.0, 8}};
 constexpr Stage kFreeStages[] = {{4.0, 6}, {2.0, 6}, {1.0, 24}};
 
-// A last, narrow one where most matches are that close: what is a little off then is wrong rather than rolled or shaken.
+// A last, narrow one where most matches are that close: what is a little off then is wrong rather
+// than rolled or shaken.
 constexpr Stage kLastStage = {0.5, 4};
 constexpr double kSharpResidual = 0.2;  // base pixels, root mean square
 
 // Where matches are less close, pictures may be skewed, if that leaves so much less.
 constexpr double kSkewPays = 0.8;
 
-// What is known of lenses without looking: deviations that two thirds of all stay within, against matches that are good
-// to kMatchNoise. A pair alone is told to have a plain lens.
+// What is known of lenses without looking: deviations that two thirds of all stay within, against
+// matches that are good to kMatchNoise. A pair alone is told to have a plain lens.
 constexpr double kMatchNoise = 0.3;      // base pixels
 constexpr double kFocalDeviation = 0.3;  // of ln(focal / assumed)
 constexpr double kZoomDeviation = 0.01;
@@ -61,8 +63,8 @@ constexpr double kRidge = 1e-9;  // keeps unknowns that nothing depends on at re
 constexpr int32_t kPictureUnknowns = 4;
 constexpr int32_t kSkewUnknowns = 2;
 
-// Unknowns of one match, in this order: turns of both, focal length; zooms of both, radial term; skews of both. The freer
-// the lens, the more of them count.
+// Unknowns of one match, in this order: turns of both, focal length; zooms of both, radial term;
+// skews of both. The freer the lens, the more of them count.
 constexpr int32_t kMatchUnknowns = 14;
 constexpr int32_t kUnknownsOfFreedom[] = {7, 10, kMatchUnknowns};
 
@@ -141,7 +143,8 @@ void _scatter(const Problem& problem, const Link& link, const LinkEquations& par
     }
 }
 
-// The robust cost k^2 e^2 / (k^2 + e^2), which no match can raise by more than k^2; its weight is (k^2 / (k^2 + e^2))^2.
+// The robust cost k^2 e^2 / (k^2 + e^2), which no match can raise by more than k^2; its weight is
+// (k^2 / (k^2 + e^2))^2.
 double _add_link(const Problem& problem, const Link& link, const Lenses& lenses, double width,
                  NormalEquations* equations)
 {
@@ -226,14 +229,16 @@ Lenses _moved(const Problem& problem, const Lenses& lenses, const double* step)
         moved.skews[i].stretch += step[problem.skew_index(i)];
         moved.skews[i].shear += step[problem.skew_index(i) + 1];
     }
-    // A single step changes the focal length by half at most: beyond that the equations tell nothing.
+    // A single step changes the focal length by half at most: beyond that the
+    // equations tell nothing.
     const double by = std::clamp(step[problem.focal_index()], -0.5, 0.5);
     moved.focal *= exponential(by);
     moved.radial = std::clamp(moved.radial + step[problem.radial_index()], -0.5, 0.5);
     return moved;
 }
 
-// Two sets of equations and a copy to decompose, too large together for the stack of a small thread.
+// Two sets of equations and a copy to decompose, too large together for the stack of
+// a small thread.
 struct Workspace {
     NormalEquations here;
     NormalEquations there;
@@ -295,7 +300,8 @@ double _mean_residual(const Problem& problem, const Lenses& lenses)
     return sum / problem.count;
 }
 
-// Lets pictures be skewed, and keeps that where it explains much of what the cameras alone left over.
+// Lets pictures be skewed, and keeps that where it explains much of what the cameras
+// alone left over.
 PanoResult _descend_skewed(const Descent& descent, Lenses* lenses)
 {
     Descent freer = descent;

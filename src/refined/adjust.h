@@ -1,9 +1,10 @@
 // The adjustment: the cameras that agree best with all matches together.
 //
-// Unknown are the turn of every picture and a small zoom of its own, one focal length and one radial term for all, and a
-// small skew of every picture where the rest does not fit closely. What is
-// made small is the distance, in base pixels, of where a match's first place shows in the second picture from where it
-// was seen there. Far-off matches lose their say step by step (the weights of Geman and McClure), so wrong ones do no harm.
+// Unknown are the turn of every picture and a small zoom of its own, one focal length and one
+// radial term for all, and a small skew of every picture where the rest does not fit closely. What
+// is made small is the distance, in base pixels, of where a match's first place shows in the second
+// picture from where it was seen there. Far-off matches lose their say step by step (the weights of
+// Geman and McClure), so wrong ones do no harm.
 #ifndef REFINED_ADJUST_H
 #define REFINED_ADJUST_H
 
@@ -15,8 +16,8 @@
 namespace ozr::refined
 {
 
-// A place that two pictures share, before anything else is known of their turn: where it shows in both, and by how much the
-// second is rolled against the first about it.
+// A place that two pictures share, before anything else is known of their turn: where it shows in
+// both, and by how much the second is rolled against the first about it.
 struct PairGuess {
     Place first;
     Place second;
@@ -66,8 +67,8 @@ struct AdjustTask {
     LensFreedom freedom;
 };
 
-// Finds the cameras of all pictures, beginning with the guesses' turns at the assumed focal length, and with other focal
-// lengths where that one fits badly. kPanoCancelled, kPanoNoMemory.
+// Finds the cameras of all pictures, beginning with the guesses' turns at the assumed focal length,
+// and with other focal lengths where that one fits badly. kPanoCancelled, kPanoNoMemory.
 PanoResult adjust(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
 
 // The same from cameras that are nearly right already.

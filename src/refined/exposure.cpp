@@ -1,7 +1,7 @@
-// The logarithm of a block's mean is that of the scene, plus what the picture's exposure adds, less what the lens takes
-// away. Where two pictures show the same block, the scene drops out: one linear equation for the exposures of both and
-// the two terms of the falloff, which all pictures share. Blocks that differ for other reasons, such as people who walk,
-// count little.
+// The logarithm of a block's mean is that of the scene, plus what the picture's exposure adds, less
+// what the lens takes away. Where two pictures show the same block, the scene drops out: one linear
+// equation for the exposures of both and the two terms of the falloff, which all pictures share.
+// Blocks that differ for other reasons, such as people who walk, count little.
 #include "refined/exposure.h"
 
 #include <algorithm>
@@ -97,7 +97,8 @@ int32_t _between(int32_t from, int32_t to, int32_t part)
     return from + ((to - from) * part >> 4);
 }
 
-// A level of the pyramid at a place of the picture, between four pixels; 0 where one is too dark or too bright.
+// A level of the pyramid at a place of the picture, between four pixels; 0 where one is too dark
+// or too bright.
 int32_t _light(const ConstPlane& plane, int32_t level, const NodePlace& place)
 {
     constexpr int32_t kHalf = 1 << (kNodePlaceBits - 1), kBits = 6, kOne = 1 << kBits;
@@ -117,7 +118,8 @@ int32_t _light(const ConstPlane& plane, int32_t level, const NodePlace& place)
     return (upper * (kOne - down) + lower * down) >> (2 * kBits - kLightBits);
 }
 
-// The mean of 4 x 4 places of a level whose pixels are a quarter of a block; 0 where one is too dark or too bright.
+// The mean of 4 x 4 places of a level whose pixels are a quarter of a block; 0 where one is too
+// dark or too bright.
 double _mean(const ConstPlane& plane, int32_t level, const Corners& corners)
 {
     constexpr int32_t kSide = 4;
@@ -153,7 +155,7 @@ Block _measure_block(const Layer& layer, const Corners& corners)
         return {};
     const NodePlace middle = {_between(corners.left_top.x, corners.right_bottom.x, 8),
                               _between(corners.left_top.y, corners.right_bottom.y, 8)};
-    constexpr double kLost = 0.375;  // levels: what each halving of a truncating pyramid loses on average
+    constexpr double kLost = 0.375;  // levels that a halving loses on average, as it truncates
     return {static_cast<float>(logarithm(mean + kLost * level)),
             static_cast<float>(layer.view.spread(middle))};
 }
@@ -237,8 +239,8 @@ void _add_pair(const Blocks& blocks, int32_t a, int32_t b, const double* solutio
 // The exposures of the pictures, as logarithms, then the two terms of the falloff.
 void _fit(const Blocks& blocks, int32_t count, double* solution)
 {
-    // Weights of one block at an error of 1: exposures are near each other, a lens loses little. They hold back what no
-    // block tells, and are outvoted by a dozen blocks.
+    // Weights of one block at an error of 1: exposures are near each other, a lens loses little.
+    // They hold back what no block tells, and are outvoted by a dozen blocks.
     constexpr double kExposurePrior = 0.1, kFalloffPrior = 3.0;
     constexpr double kScales[] = {1.0, 0.5, 0.25, 0.12, 0.06, 0.06};  // logarithms
     const int32_t unknowns = count + kTerms;

@@ -17,8 +17,9 @@ namespace
 // Fewer matches than these agree by chance.
 constexpr int32_t kLeastNear = 8;
 
-// The confidence is a logistic curve over four signs of a true match: the likeness of the whole overlap, the share of
-// matches that agree, how closely they do (base pixels) and how many they are.
+// The confidence is a logistic curve over four signs of a true match: the likeness of the
+// whole overlap, the share of matches that agree, how closely they do (base pixels) and how
+// many they are.
 constexpr double kByLikeness = 8.0;
 constexpr double kByShare = 5.0;
 constexpr double kByResidual = 2.0;
@@ -37,7 +38,8 @@ constexpr double kHintReachY = 0.12;
 constexpr double kReachAlong = 0.92;
 constexpr double kReachAcross = 0.20;
 
-// Rolls tried where upright pictures do not correlate, in degrees, over more of the picture. Correlation dies at about five.
+// Rolls tried where upright pictures do not correlate, in degrees, over more of the picture.
+// Correlation dies at about five.
 constexpr double kRolls[] = {0.0, 3.0, -3.0, 6.0, -6.0, 9.0, -9.0};
 constexpr ShiftRange kFarRange = {-kReachAlong, kReachAlong, -0.4, 0.4};
 constexpr int32_t kMostTried = 6;
@@ -87,7 +89,8 @@ PairGuess _refined_guess(const PairGuess& guess, const LensPair& found)
     return refined;
 }
 
-// Matches the patches where `lenses` foretell them and finds the cameras that most of them agree on.
+// Matches the patches where `lenses` foretell them and finds the cameras that most of
+// them agree on.
 PanoResult _measure(const Attempt& attempt, const LensPair& lenses, PairMatch* match, LensPair* found)
 {
     PANO_FORWARD(match_patches(attempt.sights, lenses, kSearchWide, attempt.cancel, &match->matches));
@@ -113,7 +116,8 @@ bool _deserves_more(const PairMatch& match)
            (match.near < kManyNear || match.near < kMostShare * match.matches.count);
 }
 
-// Matches the patches for one rough shift and sees how many of them agree; from there once more where few do.
+// Matches the patches for one rough shift and sees how many of them agree; from there once more
+// where few do.
 PanoResult _try_guess(const Attempt& attempt, const PairGuess& guess)
 {
     const double focal = assumed_base_focal(attempt.sights.first);

@@ -1,4 +1,5 @@
-// Matching of two pictures: their rough shift, the matches of patches, and whether these make sense together.
+// Matching of two pictures: their rough shift, the matches of patches, and whether these
+// make sense together.
 #ifndef REFINED_PAIR_MATCH_H
 #define REFINED_PAIR_MATCH_H
 
@@ -23,15 +24,17 @@ struct PairMatch {
     bool is_good() const;
 };
 
-// Where the second picture is expected: the shift of its middle, in shares of the picture's width and height.
+// Where the second picture is expected: the shift of its middle, in shares of the picture's
+// width and height.
 struct ShiftHint {
     bool is_known;
     double x;
     double y;
 };
 
-// Finds what two pictures have in common, near the hint first, then anywhere along the sweep. Pictures that do not belong
-// together end with a match that is not good. kPanoNoMemory, kPanoCancelled.
+// Finds what two pictures have in common, near the hint first, then anywhere along the sweep.
+// Pictures that do not belong together end with a match that is not good. kPanoNoMemory,
+// kPanoCancelled.
 PanoResult match_pair(const SightPair& sights, const ShiftHint& hint, const Cancel& cancel, PairMatch* match);
 
 // Matches the patches once more with cameras found before. kPanoCancelled.

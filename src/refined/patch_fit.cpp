@@ -1,6 +1,7 @@
-// Both steps sample the second picture in the shape of the first, with 3 fractional bits: a level is 8 units. The fit is
-// that of Lucas and Kanade in its inverse form: gradients are the first picture's, so the normal equations are solved
-// once; brightness and contrast are unknowns beside the two of the place.
+// Both steps sample the second picture in the shape of the first, with 3 fractional bits: a level
+// is 8 units. The fit is that of Lucas and Kanade in its inverse form: gradients are the first
+// picture's, so the normal equations are solved once; brightness and contrast are unknowns beside
+// the two of the place.
 #include "refined/patch_fit.h"
 
 #include <algorithm>
@@ -87,7 +88,8 @@ void _move(PatchTask* task, double right, double down)
     task->second_y += right * task->shape.right_y + down * task->shape.down_y;
 }
 
-// The patch of the first picture less its mean in whole units; what is left of the sum is taken off at the end.
+// The patch of the first picture less its mean in whole units; what is left of the sum is taken off
+// at the end.
 struct Template {
     int16_t values[kSearchPixels];
     int32_t sum;
@@ -119,7 +121,8 @@ struct PartSums {
     int32_t square;  // the sum of squares
 };
 
-// Sums over as many rows of a window as a template has, for each of its columns: of values and of their squares.
+// Sums over as many rows of a window as a template has, for each of its columns: of values and
+// of their squares.
 class ColumnSums
 {
 public:
@@ -187,7 +190,8 @@ double _correlation(const PatchLikeness& likeness)
 
 constexpr int32_t kUnknowns = 4;  // right, down, contrast, brightness
 
-// What a fit keeps of the first picture: the patch, its gradients, ones; and the inverse of their normal equations.
+// What a fit keeps of the first picture: the patch, its gradients, ones; and the inverse of
+// their normal equations.
 struct FitBasis {
     int16_t values[kUnknowns][kFitPixels];
     double inverse[kUnknowns][kUnknowns];
@@ -252,7 +256,8 @@ bool _make_basis(const ConstPlane& plane, int32_t x, int32_t y, FitBasis* basis)
     }
     const double sum = normal[kContrast][kBrightness];
     basis->square = normal[kContrast][kContrast] - sum * sum / kFitPixels;
-    // Elimination from the last unknown to the first leaves the gradients what brightness and contrast do not explain.
+    // Elimination from the last unknown to the first leaves the gradients what brightness and
+    // contrast do not explain.
     return _invert(normal, basis->inverse);
 }
 

@@ -1,5 +1,5 @@
-// The overlap is divided into cells; in each, the place of the first picture that is best to hold on to is looked for in
-// the second, from coarse levels to fine ones.
+// The overlap is divided into cells; in each, the place of the first picture that is best to hold
+// on to is looked for in the second, from coarse levels to fine ones.
 #include "refined/patches.h"
 
 #include <algorithm>
@@ -28,7 +28,8 @@ constexpr int32_t kFewMatches = 30;
 // The share of the first picture that shows in the second is counted on this many places to a side.
 constexpr int32_t kShareSide = 12;
 
-// Correlation that a patch must reach at two levels above the base, one above it, and after the fit.
+// Correlation that a patch must reach at two levels above the base, one above it, and
+// after the fit.
 constexpr double kLeastCorrelation[kSearchLevels + 1] = {0.70, 0.50, 0.40};
 constexpr int32_t kReach[kSearchLevels + 1] = {2, 2, 4};
 constexpr int32_t kReachBase = 3;  // where only the base is searched
@@ -37,18 +38,20 @@ constexpr int32_t kReachBase = 3;  // where only the base is searched
 constexpr int32_t kFinest = -1;
 constexpr int32_t kLevels = kSearchLevels + 1 - kFinest;
 
-// A fit may drift so far from where it starts, in pixels of its level: further off lies something else.
+// A fit may drift so far from where it starts, in pixels of its level: further off
+// lies something else.
 constexpr double kBaseDrift = 2.5;
 constexpr double kFinestDrift = 1.5;
 
 // The shape of a patch is taken from the map at places so many base pixels off.
 constexpr double kShapeStep = 8.0;
 
-// The overlap is compared at the highest of the search's levels that has so many pixels: noise is small there, and a lens
-// that is a little off does no harm.
+// The overlap is compared at the highest of the search's levels that has so many pixels: noise is
+// small there, and a lens that is a little off does no harm.
 constexpr int32_t kLikenessPixels = 8000;
 
-// Patches count by their contrast, up to deviations of four levels (of 8 units): a horizon is not to outweigh all else.
+// Patches count by their contrast, up to deviations of four levels (of 8 units): a horizon is not
+// to outweigh all else.
 constexpr double kFullContrast = (4.0 * 8) * (4.0 * 8) * kSearchSide * kSearchSide;
 constexpr int32_t kLeastPatches = 6;
 
@@ -124,7 +127,8 @@ Place _window_place(const Search& search, int32_t column, int32_t row)
     return search.first_frame(1).from_level(x, y);
 }
 
-// How the map turns and stretches the surroundings of a place. False at the edge of what can be seen.
+// How the map turns and stretches the surroundings of a place. False at the edge of what
+// can be seen.
 bool _shape_at(const LensPair& lenses, Place first, Place second, PatchShape* shape)
 {
     Place right = {};
@@ -137,8 +141,8 @@ bool _shape_at(const LensPair& lenses, Place first, Place second, PatchShape* sh
     return true;
 }
 
-// Sets the task up for a level: the nearest whole pixel of the first picture, and where that is expected in the second,
-// which the levels above have moved by `off` (base pixels).
+// Sets the task up for a level: the nearest whole pixel of the first picture, and where that is
+// expected in the second, which the levels above have moved by `off` (base pixels).
 bool _aim(const Search& search, Place first, Place off, int32_t level, PatchTask* task)
 {
     const Place at = search.first_frame(level).at_level(first);

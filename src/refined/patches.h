@@ -1,4 +1,5 @@
-// Matching of small patches of two neighbours: places that are seen in both, measured to a few hundredths of a pixel.
+// Matching of small patches of two neighbours: places that are seen in both, measured to a few
+// hundredths of a pixel.
 #ifndef REFINED_PATCHES_H
 #define REFINED_PATCHES_H
 
@@ -31,8 +32,9 @@ enum PatchSearch {
 PanoResult match_patches(const SightPair& sights, const LensPair& lenses, PatchSearch kind,
                          const Cancel& cancel, Matches* matches);
 
-// How alike the pictures are over their whole overlap, seen through `lenses`: the mean correlation of small patches, those
-// with little in them counting for less. 1: the same; around 0: nothing to do with each other, or no overlap.
+// How alike the pictures are over their whole overlap, seen through `lenses`: the mean correlation
+// of small patches, those with little in them counting for less. 1: the same; around 0: nothing to
+// do with each other, or no overlap.
 double likeness_of_overlap(const SightPair& sights, const LensPair& lenses);
 
 }  // namespace ozr::refined

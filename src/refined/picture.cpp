@@ -13,8 +13,10 @@ namespace
 // No level is smaller than this to a side: there is nothing left to compare.
 constexpr int32_t kLeastSide = 8;
 
-constexpr int32_t kLongestSmall = 512;  // side of the small level: finer seams were not seen to be better ...
-constexpr int32_t kLeastSmall = 2;      // ... and nothing finer than 4 pixels hides under a feather
+// The small level's longer side, at most: finer seams were not seen to be better. And the least of
+// such levels: nothing finer than 4 pixels hides under a feather.
+constexpr int32_t kLongestSmall = 512;
+constexpr int32_t kLeastSmall = 2;
 
 int32_t _count_levels(int32_t width, int32_t height)
 {
@@ -67,7 +69,8 @@ public:
         return waiting_ ? kPanoSuccess : kPanoNoMemory;
     }
 
-    // Row `y` of the picture's luma is there: so are all the rows of coarser levels that it completes.
+    // Row `y` of the picture's luma is there: so are all the rows of coarser levels
+    // that it completes.
     void add_luma_row(int32_t y) const
     {
         for (int32_t level = 1; level < pyramid_->count && y % 2 != 0; ++level) {
@@ -77,7 +80,8 @@ public:
         }
     }
 
-    // The same for chroma, of which the small level alone is kept: of each level between, two rows wait for each other.
+    // The same for chroma, of which the small level alone is kept: of each level between, two rows
+    // wait for each other.
     void add_chroma_row(int32_t y) const
     {
         const uint8_t *lower = pano_chroma_row(kept_, y), *upper = lower - kept_->stride;

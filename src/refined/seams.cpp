@@ -13,8 +13,9 @@ namespace
 {
 
 constexpr uint8_t kForbidden = 255;
-// A difference as noise and rounding make it costs nothing, one as people make it costs all: differences are squared.
-// 55 levels and more reach the limit. Where no seam should be it costs more still, and more and more off the middle.
+// A difference as noise and rounding make it costs nothing, one as people make it costs all:
+// differences are squared. 55 levels and more reach the limit. Where no seam should be it costs
+// more still, and more and more off the middle.
 constexpr int32_t kSquareBits = 4;
 constexpr int32_t kDearest = 191;
 
@@ -35,7 +36,8 @@ Pair _pair(const Layer& a, const Layer& b, int32_t row)
             b.chroma_row(row / 2) - b.first, a.shown_row(row) - a.first, b.shown_row(row) - b.first};
 }
 
-// What a seam through each point of a row costs; nothing counts where one of the two shows nothing within `reach` points.
+// What a seam through each point of a row costs; nothing counts where one of the two shows nothing
+// within `reach` points.
 void _cost_row(uint8_t* costs, uint8_t* forbidden, const Layer& a, const Layer& b, const Region& region,
                int32_t row, int32_t reach)
 {
@@ -60,8 +62,8 @@ void _cost_row(uint8_t* costs, uint8_t* forbidden, const Layer& a, const Layer& 
     }
 }
 
-// What a place costs for being off the middle between the two pictures, which decides where nothing else does: where a
-// seam may be, and where it should not.
+// What a place costs for being off the middle between the two pictures, which decides where nothing
+// else does: where a seam may be, and where it should not.
 struct Pull {
     uint8_t allowed;
     uint8_t forbidden;

@@ -23,7 +23,8 @@ int32_t _whole(double x)
 constexpr int32_t kFollowed = 6;
 constexpr int32_t kFineReach = 2;
 
-// Shifts whose overlap is smaller than this share of the picture count for less: a few pixels agree easily.
+// Shifts whose overlap is smaller than this share of the picture count for less: a few
+// pixels agree easily.
 constexpr double kFullShare = 0.25;
 
 struct Area {
@@ -69,7 +70,8 @@ double _correlation(const Common& common)
     return sums.ab / std::sqrt(static_cast<double>(sums.aa) * sums.bb);
 }
 
-// A correlation over few pixels is high by chance. Masks count: of rolled pictures, corners are all that meet far out.
+// A correlation over few pixels is high by chance. Masks count: of rolled pictures, corners are all
+// that meet far out.
 double _weight(const Common& common, const Unrolled& a)
 {
     if (common.columns < 1 || common.rows < 1)
@@ -131,7 +133,8 @@ bool _is_maximum(const ValueMap& map, int32_t x, int32_t y)
     return true;
 }
 
-// Keeps the best `most` of the shifts offered, the best first; of equal ones the first. Returns how many are kept.
+// Keeps the best `most` of the shifts offered, the best first; of equal ones the first. Returns how
+// many are kept.
 int32_t _keep(Shift* kept, int32_t count, int32_t most, const Shift& offered)
 {
     int32_t place = count;

@@ -8,7 +8,8 @@ namespace ozr::refined
 namespace
 {
 
-// Longer sides: of the base, whose pixels are fine enough to measure in, and of the size at which every shift is tried.
+// Longer sides: of the base, whose pixels are fine enough to measure in, and of the size at which
+// every shift is tried.
 constexpr int32_t kBaseSide = 1000;
 constexpr int32_t kCoarseSide = 96;
 

@@ -31,17 +31,19 @@ struct SightPair {
 // Levels above the base that the search for patches needs.
 constexpr int32_t kSearchLevels = 2;
 
-// The focal length that is assumed of a picture, in its pixels: that of a camera which sees about 50 degrees along the
-// sweep, as the classic projection assumes.
+// The focal length that is assumed of a picture, in its pixels: that of a camera which sees about
+// 50 degrees along the sweep, as the classic projection assumes.
 double assumed_focal(int32_t width);
 
 // The same of a sight, in base pixels.
 double assumed_base_focal(const Sight& sight);
 
-// Looks at the picture that `sight` holds: everything but the picture and its pyramid. kPanoNoMemory.
+// Looks at the picture that `sight` holds: everything but the picture and its pyramid.
+// kPanoNoMemory.
 PanoResult look_at(Sight* sight);
 
-// Unrolls a picture that is rolled by `roll` radians at the two sizes of the rough search. kPanoNoMemory.
+// Unrolls a picture that is rolled by `roll` radians at the two sizes of the rough search.
+// kPanoNoMemory.
 PanoResult unroll_pair(const Sight& sight, double roll, UnrolledPair* unrolled);
 
 }  // namespace ozr::refined

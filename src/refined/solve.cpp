@@ -15,7 +15,8 @@ namespace
 constexpr double kFocalMoved = 0.05;
 constexpr double kZoomMoved = 0.01;
 
-// A pair that the others contradict is dropped, and the cameras are found anew; each round drops one or more.
+// A pair that the others contradict is dropped, and the cameras are found anew; each round drops
+// one or more.
 constexpr int32_t kRounds = 4;
 
 double _base_focal(const SweepView& view)
@@ -84,7 +85,8 @@ bool _has_moved(const SweepView& view, const Solution& solution)
     return moved;
 }
 
-// Notes how well every pair within the group agrees with the cameras. False if a pair that was good no longer is.
+// Notes how well every pair within the group agrees with the cameras. False if a pair that was good
+// no longer is.
 bool _review(const SweepView& view, const Solution& solution)
 {
     bool all_hold = true;

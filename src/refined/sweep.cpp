@@ -44,8 +44,9 @@ bool _runs_across(const PairGuess& guess)
     return across * across > along * along;
 }
 
-// Whether the cameras moved up or down rather than aside, from the first used one to the last: steps along each camera's
-// own axes, so that shaking cancels out and a tilted camera's circle counts as what it is.
+// Whether the cameras moved up or down rather than aside, from the first used one to the last:
+// steps along each camera's own axes, so that shaking cancels out and a tilted camera's circle
+// counts as what it is.
 bool _runs_across(const Solution& solution, int32_t pictures)
 {
     double along = 0.0;
@@ -154,7 +155,8 @@ ShiftHint Sweep::shift_hint(const PictureHint& hint) const
                    : ShiftHint{true, hint.offset_x, hint.offset_y};
 }
 
-// The pair just matched is tried once more with everything turned; where that does not help, all is turned back.
+// The pair just matched is tried once more with everything turned; where that does not help, all
+// is turned back.
 PanoResult Sweep::match_turned(const PictureHint& hint, const Cancel& cancel)
 {
     const PairMatch upright = pairs_[count_ - 1].match;
@@ -205,8 +207,8 @@ PanoResult Sweep::add(const PanoImg& picture, const PictureHint& hint, const Can
     return pictures_ > 1 ? match_newest(hint, cancel) : kPanoSuccess;
 }
 
-// The first pair decided along which side the sweep runs, the whole of it knows better: a shaking hand may move more up
-// than along from one picture to the next.
+// The first pair decided along which side the sweep runs, the whole of it knows better: a shaking
+// hand may move more up than along from one picture to the next.
 PanoResult Sweep::turn_along()
 {
     if (!_runs_across(solution_, pictures_))

@@ -1,4 +1,5 @@
-// The refined quality, as the session sees it: pictures go in, a panorama with its joints and cameras comes out.
+// The refined quality, as the session sees it: pictures go in, a panorama with its joints and
+// cameras comes out.
 //
 // One sweep is used by one thread. What it allocates beyond the panorama goes with it.
 #ifndef REFINED_SWEEP_H
@@ -20,8 +21,9 @@ namespace ozr::refined
 struct PictureHint {
     int32_t direction;  // of the sweep, PanoDirection
     bool has_offset;
-    double
-        offset_x;  // from the middle of the last picture, in shares of the width and height of the caller's picture
+    // From the middle of the last picture, in shares of the width and height of the caller's
+    // picture.
+    double offset_x;
     double offset_y;
 };
 
@@ -30,12 +32,13 @@ class Sweep
 public:
     static Sweep* create();  // null: memory is out
 
-    // Copies a picture and matches it with the one before. kPanoBadArgument: smaller than 2 x 2 or of another size than
-    // the first; kPanoTooManyPictures; kPanoNoMemory; kPanoCancelled.
+    // Copies a picture and matches it with the one before. kPanoBadArgument: smaller than 2 x 2 or
+    // of another size than the first; kPanoTooManyPictures; kPanoNoMemory; kPanoCancelled.
     PanoResult add(const PanoImg& picture, const PictureHint& hint, const Cancel& cancel);
 
-    // Finds the cameras and draws the panorama, in the orientation of the caller's pictures; to be released with
-    // PanoImg_Destroy. Can be called once. Codes of draw; kPanoPictureMissing without a picture.
+    // Finds the cameras and draws the panorama, in the orientation of the caller's pictures; to be
+    // released with PanoImg_Destroy. Can be called once. Codes of draw; kPanoPictureMissing
+    // without a picture.
     PanoResult compose(const Cancel& cancel, PanoImg* out);
 
     // After compose. False beyond the last.

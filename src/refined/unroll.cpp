@@ -17,7 +17,8 @@ constexpr double kPlaceOne = 1 << kPlaceBits;
 constexpr int32_t kWeightBits = 8;
 constexpr int32_t kWeightOne = 1 << kWeightBits;
 
-// Half of the window whose mean is taken off: light and vignetting are slower, what is worth matching is finer.
+// Half of the window whose mean is taken off: light and vignetting are slower, what is worth
+// matching is finer.
 constexpr int32_t kWindowHalf = 4;
 
 int32_t _fixed(double place)
@@ -38,7 +39,8 @@ int32_t _sample(const ConstPlane& plane, int32_t x, int32_t y)
     return (upper * (kWeightOne - fy) + lower * fy + (1 << (2 * kWeightBits - 1))) >> (2 * kWeightBits);
 }
 
-// One column of the cylinder: the source runs along a straight line, which is upright unless the picture is rolled.
+// One column of the cylinder: the source runs along a straight line, which is upright unless the
+// picture is rolled.
 struct SourceLine {
     double x;  // of row 0
     double y;

@@ -15,8 +15,8 @@ namespace
 
 constexpr int32_t kWeightBits = 8;
 
-// Columns [begin, end) of the panorama, in pixels; the feather over the picture before begins at `ramp`, which may lie
-// left of the panorama.
+// Columns [begin, end) of the panorama, in pixels; the feather over the picture before begins at
+// `ramp`, which may lie left of the panorama.
 struct Span {
     int32_t begin;
     int32_t end;
@@ -86,7 +86,8 @@ void _advance(Warp* warp, int32_t row)
                                _nodes_of_rows(*warp, i, row - kNodeRows, row + kNodeRows));
 }
 
-// Writes one picture's part of a row over the one before it. Units are pixels or pairs of `bytes` bytes.
+// Writes one picture's part of a row over the one before it. Units are pixels or pairs
+// of `bytes` bytes.
 void _compose(uint8_t* dst, const uint8_t* line, const Span& span, int32_t feather, int32_t bytes)
 {
     int32_t x = span.begin;

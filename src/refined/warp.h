@@ -1,4 +1,5 @@
-// Draws the panorama itself: every pixel from the picture that owns it, two of them under a feather.
+// Draws the panorama itself: every pixel from the picture that owns it, two of them
+// under a feather.
 #ifndef REFINED_WARP_H
 #define REFINED_WARP_H
 

@@ -1,9 +1,9 @@
 // The window of the report page: what a session knows of its panorama, as plain records. It is the
 // only internal header that a program outside the library includes.
 //
-// Of a classic sweep the core keeps the projected pictures and their alignment until the next sweep. The seams are
-// found again by the exported function, with the layout and the mask of the composition. Everything
-// here is inline, because the shared library exports no more than its list.
+// Of a classic sweep the core keeps the projected pictures and their alignment until the next
+// sweep. The seams are found again by the exported function, with the layout and the mask of the
+// composition. Everything here is inline, because the shared library exports no more than its list.
 //
 // Positions are pixels of the canvas: x runs along the sweep (pictures of vertical sweeps were
 // turned clockwise) from the left edge of the leftmost picture, y from the first row of the

@@ -84,8 +84,8 @@ void _add_common(CLI::App* command, CommonOptions* options, const char* output)
     command->add_flag("--verbose", options->verbose, "Show the library's log on standard error");
 }
 
-// What makes a panorama of a sweep. `--quality` had a JPEG's number before there were two qualities,
-// and still takes one.
+// What makes a panorama of a sweep. `--quality` had a JPEG's number before there were two
+// qualities, and still takes one.
 void _add_sweep(CLI::App* command, SweepOptions* options)
 {
     const auto parse = [options](const std::string& text) {

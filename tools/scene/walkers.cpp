@@ -1,5 +1,5 @@
-// A person is a few rounded strokes; how far a place is from a stroke's middle line says how much of
-// it is covered.
+// A person is a few rounded strokes; how far a place is from a stroke's middle line says how much
+// of it is covered.
 #include "scene/walkers.h"
 
 #include <math.h>

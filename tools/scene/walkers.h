@@ -25,7 +25,8 @@ struct WalkerPaint {
 };
 
 // Who walks where at a time.
-// `from`, `to`: where they walk, along x. `ground`: y of their feet. `seconds`: since the sweep began.
+// `from`, `to`: where they walk, along x. `ground`: y of their feet. `seconds`: since
+// the sweep began.
 std::vector<Walker> walkers_at(double seconds, int32_t count, double from, double to, double ground,
                                uint32_t seed);
 

@@ -133,7 +133,8 @@ struct JointPictures {
     double scale;  // pixels of a picture for each of the views
     double gain;   // brightness of the second picture over the first
 
-    // Luma of the first picture at a place of the second one's view; negative where it shows nothing.
+    // Luma of the first picture at a place of the second one's view; negative where
+    // it shows nothing.
     double first_at(int32_t x, int32_t y) const
     {
         const Spot from_middle = {(x - (second.width - 1) / 2.0) * scale,
@@ -166,7 +167,8 @@ struct Part {
     int32_t height() const { return bottom - top; }
 };
 
-// The difference of the two pictures where both show the same, and which part of the second picture that is.
+// The difference of the two pictures where both show the same, and which part of the second
+// picture that is.
 Part _differences(const JointPictures& pictures, std::vector<uint8_t>* grey)
 {
     const int32_t width = pictures.second.width;

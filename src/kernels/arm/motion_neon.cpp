@@ -1,5 +1,5 @@
-// Sums of absolute differences, NEON. A step adds two differences to a lane of 16 bits, 510 at most: after 128 steps it is
-// emptied into one of 32 bits.
+// Sums of absolute differences, NEON. A step adds two differences to a lane of 16 bits, 510 at
+// most: after 128 steps it is emptied into one of 32 bits.
 #include <arm_neon.h>
 #include <stddef.h>
 

@@ -1,5 +1,6 @@
-// Projection, NEON, a block at a time. A source row is weighed column by column with byte products, which give at most
-// 255 * 16, and the sums then by rows: 255 * 256 and the rounding fit unsigned 16 bits.
+// Projection, NEON, a block at a time. A source row is weighed column by column with byte
+// products, which give at most 255 * 16, and the sums then by rows: 255 * 256 and the rounding fit
+// unsigned 16 bits.
 #include <arm_neon.h>
 #include <stddef.h>
 #include <string.h>
@@ -47,7 +48,8 @@ uint16x8_t _tent(uint16x8_t behind, uint16_t i)
     return vqsubq_u16(vdupq_n_u16(kPixel), distance);
 }
 
-// Neighbouring pixels lie at nearly one height: the last two rows of the patches are seldom reached.
+// Neighbouring pixels lie at nearly one height: the last two rows of the patches are seldom
+// reached.
 void _project_block(uint8_t* dst, const uint8_t* src, ptrdiff_t stride, const uint8_t* column_weights,
                     const uint8_t* rows)
 {

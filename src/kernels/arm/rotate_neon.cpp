@@ -1,5 +1,6 @@
-// Quarter turns, NEON: blocks of 16 x 16 bytes or 8 x 8 pairs are transposed in registers. Two rows that change every other
-// element between them transpose squares of two; the same with elements of twice the size, squares of four, and so on.
+// Quarter turns, NEON: blocks of 16 x 16 bytes or 8 x 8 pairs are transposed in registers. Two rows
+// that change every other element between them transpose squares of two; the same with elements of
+// twice the size, squares of four, and so on.
 #include <arm_neon.h>
 #include <stddef.h>
 #include <stdint.h>

@@ -11,7 +11,8 @@ namespace ozr::kernels::scalar
 namespace
 {
 
-// Bytes of one source row under the column weights of a pixel. `columns` are those of its first two columns.
+// Bytes of one source row under the column weights of a pixel. `columns` are those of its
+// first two columns.
 uint32_t _weighed(const uint8_t* src, ptrdiff_t at, const uint8_t* columns)
 {
     uint32_t sum = 0;
