@@ -56,7 +56,7 @@ struct Projector {
         const int32_t* offsets =
             table != nullptr ? table + static_cast<ptrdiff_t>(y) * blocks : row.offsets.get();
         _ask_for_luma(src, offsets, blocks, ahead);
-        kernels->project.luma_row(pano_row(dst, y), src->data, readable, src->stride,
+        kernels->project.luma_row(pano_row(dst, y), {src->data, readable, src->stride},
                                   {offsets, pi->projection->columns.get(), row.rows.get()}, blocks);
     }
 

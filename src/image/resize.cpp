@@ -111,8 +111,8 @@ void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
         const int64_t bytes = std::min(row_bytes, _bytes_from(dst, row));
         if (above.bytes < 1 || bytes < 1)
             return;
-        kernels->resample.pairs_row(row, static_cast<int32_t>(bytes), above, _pairs_from(src, bottom),
-                                    steps.x, position & kResampleFracMask);
+        const kernels::PairsRows rows = {above, _pairs_from(src, bottom), position & kResampleFracMask};
+        kernels->resample.pairs_row(row, static_cast<int32_t>(bytes), rows, steps.x);
     }
 }
 

@@ -6,10 +6,9 @@
 // outside the ranges that its stage's header states, and none needs alignment. Source and
 // destination do not overlap unless the kernel says so.
 //
-// Kernels take plain pointers, strides and sizes, not planes: the arguments of a call for one
-// row stay in registers, and a test can place each operand by itself between pages that must not
-// be touched. This is why some of them have six or seven parameters; elsewhere, more than five
-// are a record.
+// Kernels take plain pointers, strides and sizes, or small records of them: the arguments of a call
+// for one row stay in registers, and a test can place each operand by itself between pages that
+// must not be touched.
 //
 // A stage's header states each kernel as the type of its functions, declares the variants of every
 // level by that type, and fills the level's table by name.

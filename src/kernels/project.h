@@ -19,12 +19,19 @@ struct ProjectionRow {
     const uint8_t* rows;  // a pixel: d of its source row, 255 where it exceeds 48
 };
 
+// The luma plane of the source.
+struct ProjectionSource {
+    const uint8_t* data;
+    int64_t bytes;  // readable from `data` on
+    int32_t stride;
+};
+
 // One row of `blocks` blocks. Pixel k of block b, whose weights are w, is
-//   (sum over i, j < 4 of src[offsets[b] + i * stride + k + j] * w[i][j] + 128) >> 8.
+//   (sum over i, j < 4 of src.data[offsets[b] + i * stride + k + j] * w[i][j] + 128) >> 8.
 // The sum stays within 16 bits (255 * 256 + 128). Source bytes whose weight is 0 may lie outside
-// the picture and are not read, unless they lie among the `src_bytes` readable ones from src on.
-using ProjectLumaRow = void(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
-                            const ProjectionRow& row, int32_t blocks);
+// the picture and are not read, unless they lie among the readable bytes.
+using ProjectLumaRow = void(uint8_t* dst, const ProjectionSource& src, const ProjectionRow& row,
+                            int32_t blocks);
 
 // What a row of chroma is made from, in blocks of 4 pairs below the 8 pixels of luma. Most blocks
 // come from one source row.

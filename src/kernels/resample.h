@@ -49,11 +49,17 @@ struct PairsRow {
     int32_t bytes;
 };
 
+// The pairs above and below one row of the result, and its distance (Q10) from the upper ones.
+struct PairsRows {
+    PairsRow top;
+    PairsRow bottom;
+    uint32_t fraction;
+};
+
 // The same for one row of byte pairs: first bytes are interpolated between first bytes, second ones
 // between second ones. Writes exactly dst_bytes bytes; an odd number ends in the middle of a pair.
 // The two source rows may have different lengths.
-using ResamplePairsRow = void(uint8_t* dst, int32_t dst_bytes, PairsRow top, PairsRow bottom, uint32_t step,
-                              uint32_t fraction);
+using ResamplePairsRow = void(uint8_t* dst, int32_t dst_bytes, const PairsRows& rows, uint32_t step);
 
 // dst[x] = src[x * step >> 10], in unsigned 32 bits.
 using NearestGrayRow = void(uint8_t* dst, int32_t dst_width, const uint8_t* src, uint32_t step);

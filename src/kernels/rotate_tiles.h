@@ -67,15 +67,14 @@ struct RotateTiles {
         }
     }
 
-    static void rotate(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
-                       int32_t width, int32_t height)
+    static void rotate(uint8_t* dst, int32_t dst_stride, const RotateTask& task)
     {
-        if (width >= kEdge && height >= kEdge)
-            turn_picture({dst, dst_stride, src, src_stride, width, height});
+        if (task.width >= kEdge && task.height >= kEdge)
+            turn_picture({dst, dst_stride, task.src, task.src_stride, task.width, task.height});
         else if (kCw)
-            Element::kClockwise(dst, dst_stride, src, src_stride, width, height);
+            Element::kClockwise(dst, dst_stride, task);
         else
-            Element::kCounterClockwise(dst, dst_stride, src, src_stride, width, height);
+            Element::kCounterClockwise(dst, dst_stride, task);
     }
 };
 

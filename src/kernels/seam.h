@@ -35,9 +35,13 @@ namespace scalar
 SeamSumRow seam_sum_row;
 SeamSumWideRow seam_sum_wide_row;
 
-// The same for the columns [first, end) of a row.
-void seam_sum_columns(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& row, int32_t first,
-                      int32_t end);
+// The same for some columns of a row.
+struct SeamColumns {
+    int32_t first;
+    int32_t end;
+};
+void seam_sum_columns(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& row,
+                      SeamColumns columns);
 
 constexpr void fill(SeamKernels* table)
 {

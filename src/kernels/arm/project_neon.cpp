@@ -72,17 +72,17 @@ void _project_block(uint8_t* dst, const uint8_t* src, ptrdiff_t stride, const ui
 }  // namespace
 
 // Blocks whose loads could leave the source go to the scalar variant.
-void project_luma_row(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
-                      const ProjectionRow& row, int32_t blocks)
+void project_luma_row(uint8_t* dst, const ProjectionSource& src, const ProjectionRow& row, int32_t blocks)
 {
-    const int64_t last_offset = src_bytes - (kPatch - 1) * int64_t{stride} - kLoad;
+    const ProjectionSource from = src;  // a copy, which no store below can change
+    const int64_t last_offset = from.bytes - (kPatch - 1) * int64_t{from.stride} - kLoad;
     ProjectionRow at = row;
     for (int32_t b = 0; b < blocks; ++b, dst += kBlock) {
         const int32_t offset = *at.offsets;
         if (offset >= 0 && offset <= last_offset)
-            _project_block(dst, src + offset, stride, at.columns, at.rows);
+            _project_block(dst, from.data + offset, from.stride, at.columns, at.rows);
         else
-            scalar::project_luma_row(dst, src, src_bytes, stride, at, 1);
+            scalar::project_luma_row(dst, from, at, 1);
         at = {at.offsets + 1, at.columns + kColumnWeights, at.rows + kBlock};
     }
 }

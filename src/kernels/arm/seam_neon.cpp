@@ -56,8 +56,8 @@ void seam_sum_row(uint16_t* sums, int8_t* steps, const uint16_t* above, const Se
     for (int32_t x = 1; x < end - kStep; x += kStep)
         _sum_columns(sums, steps, above, row, x);
     _sum_columns(sums, steps, above, row, end - kStep);  // in part once more
-    scalar::seam_sum_columns(sums, steps, above, row, 0, 1);
-    scalar::seam_sum_columns(sums, steps, above, row, end, row.width);
+    scalar::seam_sum_columns(sums, steps, above, row, {0, 1});
+    scalar::seam_sum_columns(sums, steps, above, row, {end, row.width});
 }
 
 }  // namespace ozr::kernels::neon

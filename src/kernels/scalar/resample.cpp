@@ -114,9 +114,10 @@ void resample_rgb(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
     });
 }
 
-void resample_pairs_row(uint8_t* dst, int32_t dst_bytes, PairsRow top, PairsRow bottom, uint32_t step,
-                        uint32_t fraction)
+void resample_pairs_row(uint8_t* dst, int32_t dst_bytes, const PairsRows& rows, uint32_t step)
 {
+    const PairsRow top = rows.top, bottom = rows.bottom;  // copies, which no store below can change
+    const uint32_t fraction = rows.fraction;
     for (uint32_t x = 0; x < static_cast<uint32_t>(dst_bytes); ++x) {
         const uint32_t position = (x >> 1) * step;
         const uint32_t byte = 2 * (position >> kResampleFracBits) + (x & 1);

@@ -101,13 +101,14 @@ struct ColourRows {
         rest(dst, luma + x, chroma + x, pairs - x / 2);
     }
 
+    template <PlanarToRgbaRow* kRest>
     static void planar_to_rgba(uint8_t* dst, const uint8_t* luma, const uint8_t* u, const uint8_t* v,
-                               int32_t pairs, PlanarToRgbaRow* rest)
+                               int32_t pairs)
     {
         int32_t p = 0;
         for (; p <= pairs - kStep / 2; p += kStep / 2, dst += kStep * kRgbaBytes)
             write_rgba(dst, V::load(luma + 2 * p), V::load_words(u + p), V::load_words(v + p));
-        rest(dst, luma + 2 * p, u + p, v + p, pairs - p);
+        kRest(dst, luma + 2 * p, u + p, v + p, pairs - p);
     }
 
     static void yuyv_to_rgba(uint8_t* dst, const uint8_t* src, int32_t pairs, YuyvToRgbaRow* rest)

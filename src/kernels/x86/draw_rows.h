@@ -204,8 +204,9 @@ protected:
     // `below` all others.
     template <class Kind, class Below>
     static void draw_all(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
-                         const Kind& kind, Below below)
+                         Below below)
     {
+        const Kind kind;
         DrawStarts starts;
         for (int32_t done = 0; done < blocks; done += kBlocksAtOnce) {
             const int32_t left = blocks - done, count = left < kBlocksAtOnce ? left : kBlocksAtOnce;
@@ -300,8 +301,8 @@ public:
     static void draw_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
                          DrawLumaRow* below)
     {
-        Base::draw_all(dst, plane, {nodes.x, nodes.y, nodes.gain, {nodes.shift[0], nodes.shift[0]}}, blocks,
-                       DrawLuma(), below);
+        Base::template draw_all<DrawLuma>(
+            dst, plane, {nodes.x, nodes.y, nodes.gain, {nodes.shift[0], nodes.shift[0]}}, blocks, below);
     }
 };
 
@@ -351,7 +352,7 @@ public:
     static void draw_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
                          DrawChromaRow* below)
     {
-        Base::draw_all(dst, plane, nodes, blocks, DrawChroma(), below);
+        Base::template draw_all<DrawChroma>(dst, plane, nodes, blocks, below);
     }
 };
 

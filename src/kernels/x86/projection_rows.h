@@ -81,14 +81,14 @@ struct ProjectionRows {
     }
 
     // Rows with loads that could leave the source, and blocks left over, go to another variant.
-    static void project_row(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
-                            const ProjectionRow& row, int32_t blocks, ProjectLumaRow* narrow)
+    static void project_row(uint8_t* dst, const ProjectionSource& src, const ProjectionRow& row,
+                            int32_t blocks, ProjectLumaRow* narrow)
     {
-        const int64_t last_offset = src_bytes - (kPatch - 1) * int64_t{stride} - kLoad;
+        const int64_t last_offset = src.bytes - (kPatch - 1) * int64_t{src.stride} - kLoad;
         const int32_t whole = is_inside(row.offsets, blocks, last_offset) ? blocks / kBlocks * kBlocks : 0;
-        project_inside(dst, src, stride, row, whole);
+        project_inside(dst, src.data, src.stride, row, whole);
         if (whole < blocks)
-            narrow(dst + ptrdiff_t{kBlock} * whole, src, src_bytes, stride, from(row, whole), blocks - whole);
+            narrow(dst + ptrdiff_t{kBlock} * whole, src, from(row, whole), blocks - whole);
     }
 
     static bool is_inside(const int32_t* offsets, int32_t blocks, int64_t last_offset)

@@ -108,28 +108,24 @@ struct Pairs {
 
 }  // namespace
 
-void rotate_bytes_cw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
-                     int32_t height)
+void rotate_bytes_cw(uint8_t* dst, int32_t dst_stride, const RotateTask& task)
 {
-    RotateTiles<Bytes, true>::rotate(dst, dst_stride, src, src_stride, width, height);
+    RotateTiles<Bytes, true>::rotate(dst, dst_stride, task);
 }
 
-void rotate_bytes_ccw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
-                      int32_t height)
+void rotate_bytes_ccw(uint8_t* dst, int32_t dst_stride, const RotateTask& task)
 {
-    RotateTiles<Bytes, false>::rotate(dst, dst_stride, src, src_stride, width, height);
+    RotateTiles<Bytes, false>::rotate(dst, dst_stride, task);
 }
 
-void rotate_pairs_cw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
-                     int32_t height)
+void rotate_pairs_cw(uint8_t* dst, int32_t dst_stride, const RotateTask& task)
 {
-    RotateTiles<Pairs, true>::rotate(dst, dst_stride, src, src_stride, width, height);
+    RotateTiles<Pairs, true>::rotate(dst, dst_stride, task);
 }
 
-void rotate_pairs_ccw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
-                      int32_t height)
+void rotate_pairs_ccw(uint8_t* dst, int32_t dst_stride, const RotateTask& task)
 {
-    RotateTiles<Pairs, false>::rotate(dst, dst_stride, src, src_stride, width, height);
+    RotateTiles<Pairs, false>::rotate(dst, dst_stride, task);
 }
 
 }  // namespace ozr::kernels::sse2

@@ -73,8 +73,8 @@ struct SeamRows {
             sum_columns(sums, steps, above, row, x);
         // May repeat columns, with the same result.
         sum_columns(sums, steps, above, row, end - kStep);
-        scalar::seam_sum_columns(sums, steps, above, row, 0, 1);
-        scalar::seam_sum_columns(sums, steps, above, row, end, row.width);
+        scalar::seam_sum_columns(sums, steps, above, row, {0, 1});
+        scalar::seam_sum_columns(sums, steps, above, row, {end, row.width});
     }
 };
 
