@@ -45,9 +45,13 @@ int32_t _dot(const int16_t* a, const int16_t* b)
     return kernels::active()->match.dot_product(a, b, kFitPixels);
 }
 
-// Samples (2 half + 1)^2 places around (x, y), bilinear. False where one lies outside.
-bool _sample(const ConstPlane& plane, double x, double y, const PatchShape& shape, int32_t half, int16_t* out)
+// Samples (2 half + 1)^2 places around that of the second picture, bilinear. False where one lies
+// outside.
+bool _sample(const PatchTask& task, int32_t half, int16_t* out)
 {
+    const ConstPlane& plane = *task.second_plane;
+    const PatchShape& shape = task.shape;
+    const double x = task.second_x, y = task.second_y;
     const double reach_x = half * ((shape.right_x < 0 ? -shape.right_x : shape.right_x) +
                                    (shape.down_x < 0 ? -shape.down_x : shape.down_x));
     const double reach_y = half * ((shape.right_y < 0 ? -shape.right_y : shape.right_y) +
@@ -300,7 +304,7 @@ bool compare_patch(const PatchTask& task, PatchLikeness* likeness)
 {
     int16_t window[kSearchPixels];
     if (!_holds(*task.first_plane, task.first_x, task.first_y, kSearchHalf) ||
-        !_sample(*task.second_plane, task.second_x, task.second_y, task.shape, kSearchHalf, window))
+        !_sample(task, kSearchHalf, window))
         return false;
     Template patch;
     _make_template(*task.first_plane, task.first_x, task.first_y, &patch);
@@ -312,8 +316,7 @@ double search_patch(PatchTask* task, int32_t reach)
 {
     int16_t window[kWindowSide * kWindowSide];
     if (!_holds(*task->first_plane, task->first_x, task->first_y, kSearchHalf) ||
-        !_sample(*task->second_plane, task->second_x, task->second_y, task->shape, kSearchHalf + reach,
-                 window))
+        !_sample(*task, kSearchHalf + reach, window))
         return -1.0;
     Template patch;
     _make_template(*task->first_plane, task->first_x, task->first_y, &patch);
@@ -352,7 +355,7 @@ double fit_patch(PatchTask* task, double drift)
     int16_t sampled[kFitPixels];
     FitState state = {};
     for (int32_t step = 0; step < kFitSteps; ++step) {
-        if (!_sample(*task->second_plane, task->second_x, task->second_y, task->shape, kFitHalf, sampled))
+        if (!_sample(*task, kFitHalf, sampled))
             return -1.0;
         state = _measure(basis, sampled);
         if (state.contrast < kLeastContrast)

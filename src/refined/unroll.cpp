@@ -91,9 +91,10 @@ int32_t _contrast(int32_t luma, int32_t sum, int32_t count)
     return std::clamp(luma - (sum + count / 2) / count, -kMaxContrast, kMaxContrast);
 }
 
-void _contrast_row(const int16_t* luma, const int16_t* mask, const int32_t* sums, const int32_t* counts,
-                   int32_t width, int16_t* out)
+void _contrast_row(const Unrolled& image, int32_t y, const int32_t* sums, const int32_t* counts, int16_t* out)
 {
+    const int16_t *luma = image.contrast_row(y), *mask = image.mask_row(y);
+    const int32_t width = image.width;
     int32_t sum = 0;
     int32_t count = 0;
     for (int32_t x = 0; x < std::min(kWindowHalf, width); ++x) {
@@ -129,8 +130,7 @@ PanoResult _take_off_means(Unrolled* image)
             _add_row(image, y + kWindowHalf, 1, sums.get(), counts);
         if (y > kWindowHalf)
             _add_row(image, y - kWindowHalf - 1, -1, sums.get(), counts);
-        _contrast_row(image->contrast_row(y), image->mask_row(y), sums.get(), counts, width,
-                      contrast.get() + int64_t{y} * width);
+        _contrast_row(*image, y, sums.get(), counts, contrast.get() + int64_t{y} * width);
     }
     image->contrast = std::move(contrast);
     return kPanoSuccess;
