@@ -201,12 +201,11 @@ protected:
     }
 
     // Draws all blocks: kind.template draw<turn>(dst, sources, starts, b, nodes) those of a vector,
-    // `below` all others.
-    template <class Kind, class Below>
+    // `kBelow` all others.
+    template <DrawLumaRow* kBelow, class Kind>
     static void draw_all(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
-                         Below below)
+                         const Kind& kind)
     {
-        const Kind kind;
         DrawStarts starts;
         for (int32_t done = 0; done < blocks; done += kBlocksAtOnce) {
             const int32_t left = blocks - done, count = left < kBlocksAtOnce ? left : kBlocksAtOnce;
@@ -229,11 +228,11 @@ protected:
                     kind.template draw<kMostTurn>(out + b * kDrawBlock, plane, starts, b, from(here, b));
                     break;
                 default:
-                    below(out + b * kDrawBlock, plane, from(here, b), kBlocks);
+                    kBelow(out + b * kDrawBlock, plane, from(here, b), kBlocks);
                 }
             }
             if (b < count)
-                below(out + b * kDrawBlock, plane, from(here, b), count - b);
+                kBelow(out + b * kDrawBlock, plane, from(here, b), count - b);
         }
     }
 };
@@ -298,11 +297,11 @@ public:
                                             Base::between(nodes.shift[0], ramp_)));
     }
 
-    static void draw_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
-                         DrawLumaRow* below)
+    template <DrawLumaRow* kBelow>
+    static void draw_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
     {
-        Base::template draw_all<DrawLuma>(
-            dst, plane, {nodes.x, nodes.y, nodes.gain, {nodes.shift[0], nodes.shift[0]}}, blocks, below);
+        Base::template draw_all<kBelow>(
+            dst, plane, {nodes.x, nodes.y, nodes.gain, {nodes.shift[0], nodes.shift[0]}}, blocks, DrawLuma());
     }
 };
 
@@ -349,10 +348,10 @@ public:
                                             shift + (128 << kDrawShiftBits)));
     }
 
-    static void draw_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
-                         DrawChromaRow* below)
+    template <DrawChromaRow* kBelow>
+    static void draw_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
     {
-        Base::template draw_all<DrawChroma>(dst, plane, nodes, blocks, below);
+        Base::template draw_all<kBelow>(dst, plane, nodes, blocks, DrawChroma());
     }
 };
 
