@@ -2,11 +2,11 @@
 // of them every pixel comes from, while alignment and seams look at luma alone.
 #include "media/image_owner.h"
 #include "support/handle.h"
+#include "support/points.h"
 #include "sweep/layout_reader.h"
 
 #include <algorithm>
 #include <stdlib.h>
-#include <string.h>
 
 using namespace ozr_pano;
 
@@ -81,7 +81,7 @@ void _check_seams(const Sweep& sweep, const ozr_image& panorama, const Layout& l
             const ozr_point& at = overlap.seam[i];
             // The chroma row follows the seam of the first of its two rows.
             const int32_t along = dx != 0 ? at.y : at.x, end = dx != 0 ? panorama.height : panorama.width;
-            if (along < 0 || along >= end || (dx != 0 && along % 2 != 0) || (dy != 0 && along % 2 != 0))
+            if (along < 0 || along >= end || along % 2 != 0)
                 continue;
             ASSERT_EQ(_chroma_at(panorama, at.x - dx, at.y - dy), _colour_of(before)) << at.x << " " << at.y;
             ASSERT_EQ(_chroma_at(panorama, at.x + dx, at.y + dy), _colour_of(after)) << at.x << " " << at.y;
@@ -102,7 +102,7 @@ void _check_boxes(const Sweep& sweep, const Layout& layout)
         const Placement &first = layout.pictures[overlap.first], &second = layout.pictures[overlap.second];
         ozr_rect common;
         ASSERT_EQ(ozr_rect_get_intersecting_rect(&first.box, &second.box, &common), ozr_success);
-        EXPECT_EQ(memcmp(&common, &overlap.box, sizeof(common)), 0);
+        EXPECT_EQ(overlap.box, common);
         EXPECT_EQ(second.box.left - first.box.left, second.step.x);
         EXPECT_EQ(second.box.top - first.box.top, second.step.y);
         // The projection stretches the middle of a picture by 418 / 345, and its edges less.
@@ -115,26 +115,7 @@ void _check_boxes(const Sweep& sweep, const Layout& layout)
     }
 }
 
-TEST(LayoutReader, FindsTheSeamsAndBordersOfThePanorama)
-{
-    const Sweep sweeps[] = {{ozr_panorama_direction_right, {1000, 1000}, {80, 3}, true},
-                            {ozr_panorama_direction_left, {1240, 1000}, {-80, -3}, false},
-                            {ozr_panorama_direction_down, {1000, 1000}, {3, 60}, true},
-                            {ozr_panorama_direction_up, {1000, 1180}, {-3, -60}, false}};
-    for (const Sweep& sweep : sweeps) {
-        SCOPED_TRACE(sweep.direction);
-        const Handle handle = create_panorama();
-        ozr_image panorama = {};
-        _compose(handle.get(), sweep, &panorama);
-        EXPECT_EQ(count_used(*handle), kPictures);
-        const Layout layout = read_layout(*handle, panorama, {});
-        ASSERT_EQ(layout.overlaps.size(), kPictures - 1U);
-        _check_boxes(sweep, layout);
-        _check_seams(sweep, panorama, layout);
-    }
-}
-
-TEST(LayoutReader, ShowsWhichPicturesAreLeftOut)
+TEST(LayoutReader, FindsPicturesSeamsAndBordersOfThePanorama)
 {
     // The canvas is laid out from the left, or from the bottom: the first picture that drifts too far
     // away is left out, with all that follow it there.
@@ -143,12 +124,16 @@ TEST(LayoutReader, ShowsWhichPicturesAreLeftOut)
         bool is_used[kPictures];
     };
     const Row rows[] = {
+        {{ozr_panorama_direction_right, {1000, 1000}, {80, 3}, true}, {true, true, true, true}},
+        {{ozr_panorama_direction_left, {1240, 1000}, {-80, -3}, false}, {true, true, true, true}},
+        {{ozr_panorama_direction_down, {1000, 1000}, {3, 60}, true}, {true, true, true, true}},
+        {{ozr_panorama_direction_up, {1000, 1180}, {-3, -60}, false}, {true, true, true, true}},
         {{ozr_panorama_direction_right, {1000, 1000}, {80, 45}, true}, {true, true, true, false}},
         {{ozr_panorama_direction_left, {1240, 1000}, {-80, 45}, false}, {false, true, true, true}},
         {{ozr_panorama_direction_down, {1000, 1000}, {60, 80}, true}, {false, true, true, true}},
         {{ozr_panorama_direction_up, {1000, 1240}, {60, -80}, false}, {true, true, true, false}}};
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.sweep.direction);
+        SCOPED_TRACE(testing::Message() << row.sweep.direction << " " << row.sweep.step.y);
         const Handle handle = create_panorama();
         ozr_image panorama = {};
         _compose(handle.get(), row.sweep, &panorama);
@@ -156,8 +141,13 @@ TEST(LayoutReader, ShowsWhichPicturesAreLeftOut)
         ASSERT_EQ(layout.pictures.size(), size_t{kPictures});
         for (size_t i = 0; i < kPictures; ++i)
             EXPECT_EQ(layout.pictures[i].is_used, row.is_used[i]) << i;
-        EXPECT_EQ(count_used(*handle), std::count(row.is_used, row.is_used + kPictures, true));
-        EXPECT_EQ(layout.overlaps.size(), static_cast<size_t>(count_used(*handle) - 1));
+        const int64_t used = std::count(row.is_used, row.is_used + kPictures, true);
+        EXPECT_EQ(count_used(*handle), used);
+        ASSERT_EQ(layout.overlaps.size(), static_cast<size_t>(used - 1));
+        if (used == kPictures) {
+            _check_boxes(row.sweep, layout);
+            _check_seams(row.sweep, panorama, layout);
+        }
         const Layout without = read_layout(*handle, ozr_image(), {});
         EXPECT_TRUE(without.overlaps.empty());
         for (size_t i = 1; i < kPictures; ++i) {

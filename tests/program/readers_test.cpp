@@ -27,41 +27,6 @@ std::string _number(size_t value, int bytes)
     return text;
 }
 
-/** An Exif block of two entries behind an unused gap: another tag, then the orientation. */
-std::string _exif_block(bool big_endian, size_t directory, size_t type, size_t orientation)
-{
-    std::string block(2, big_endian ? 'M' : 'I');
-    const auto put = [&](size_t value, int bytes) {
-        const std::string number = _number(value, bytes);
-        block += big_endian ? number : std::string(number.rbegin(), number.rend());
-    };
-    put(42, 2), put(directory, 4), put(0, 4), put(2, 2);
-    put(0x0110, 2), put(type, 2), put(1, 4), put(7, 2), put(0, 2);
-    put(0x0112, 2), put(type, 2), put(1, 4), put(orientation, 2), put(0, 2);
-    return block;
-}
-
-TEST(Exif, FindsTheOrientationAndNothingInBrokenBlocks)
-{
-    const auto orientation_of = [](const std::string& block) {
-        // An exact copy, so that a sanitizer sees every read behind it.
-        const std::vector<uint8_t> bytes(block.begin(), block.end());
-        return exif_orientation(bytes.data(), bytes.size());
-    };
-    for (const bool big_endian : {true, false}) {
-        for (int value = 0; value <= 9; ++value) {
-            const std::string block = _exif_block(big_endian, 12, 3, static_cast<size_t>(value));
-            EXPECT_EQ(orientation_of(block), value >= 1 && value <= 8 ? value : 1);
-            // Cut before the value's end.
-            for (size_t left = 3; left <= block.size(); ++left)
-                EXPECT_EQ(orientation_of(block.substr(0, block.size() - left)), 1) << left;
-        }
-        for (const size_t directory : {0xFFFFFFFFU, 0x80000000U, 40U, 13U})
-            EXPECT_EQ(orientation_of(_exif_block(big_endian, directory, 3, 6)), 1) << directory;
-        EXPECT_EQ(orientation_of(_exif_block(big_endian, 12, 4, 6)), 1) << "of another type";
-    }
-}
-
 /** Directories of a TIFF block, written plainly: each entry is tag, type, count and the bytes of its value. */
 struct PlainEntry {
     size_t tag, type, count;
@@ -71,9 +36,10 @@ struct PlainEntry {
 class PlainBlock
 {
 public:
-    explicit PlainBlock(bool big_endian) : big_endian_(big_endian)
+    explicit PlainBlock(bool big_endian, size_t directory = 8, const std::string& gap = "")
+        : big_endian_(big_endian)
     {
-        text_ = std::string(2, big_endian ? 'M' : 'I') + number(42, 2) + number(8, 4);
+        text_ = std::string(2, big_endian ? 'M' : 'I') + number(42, 2) + number(directory, 4) + gap;
     }
 
     std::string number(size_t value, int bytes) const
@@ -97,6 +63,7 @@ public:
         text_ += number(next, 4) + values;
     }
 
+    const std::string& text() const { return text_; }
     std::vector<uint8_t> bytes() const { return {text_.begin(), text_.end()}; }
     size_t size() const { return text_.size(); }
 
@@ -104,6 +71,35 @@ private:
     bool big_endian_;
     std::string text_;
 };
+
+/** Another tag and the orientation, behind an unused gap; nothing about a next directory. */
+std::string _exif_block(bool big_endian, size_t directory, size_t type, size_t orientation)
+{
+    PlainBlock block(big_endian, directory, "gap.");
+    block.add({{0x110, type, 1, block.number(7, 2)}, {0x112, type, 1, block.number(orientation, 2)}});
+    return block.text().substr(0, block.size() - 4);
+}
+
+TEST(Exif, FindsTheOrientationAndNothingInBrokenBlocks)
+{
+    const auto orientation_of = [](const std::string& block) {
+        // An exact copy, so that a sanitizer sees every read behind it.
+        const std::vector<uint8_t> bytes(block.begin(), block.end());
+        return exif_orientation(bytes.data(), bytes.size());
+    };
+    for (const bool big_endian : {true, false}) {
+        for (int value = 0; value <= 9; ++value) {
+            const std::string block = _exif_block(big_endian, 12, 3, static_cast<size_t>(value));
+            EXPECT_EQ(orientation_of(block), value >= 1 && value <= 8 ? value : 1);
+            // Cut before the value's end.
+            for (size_t left = 3; left <= block.size(); ++left)
+                EXPECT_EQ(orientation_of(block.substr(0, block.size() - left)), 1) << left;
+        }
+        for (const size_t directory : {0xFFFFFFFFU, 0x80000000U, 40U, 13U})
+            EXPECT_EQ(orientation_of(_exif_block(big_endian, directory, 3, 6)), 1) << directory;
+        EXPECT_EQ(orientation_of(_exif_block(big_endian, 12, 4, 6)), 1) << "of another type";
+    }
+}
 
 TEST(Exif, CarriesOverCameraTimeAndPlaceAlone)
 {

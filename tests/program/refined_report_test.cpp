@@ -1,19 +1,14 @@
 // The report page of a sweep of either quality says of joints and cameras what the library says, and draws each matched
 // point of a refined one where the cameras found show it.
-#include "base/quoting.h"
-#include "media/image_owner.h"
-#include "report/page.h"
-#include "scene/camera.h"
-#include "scene/scene.h"
 #include "support/files.h"
-#include "support/handle.h"
+#include "support/pages.h"
+#include "support/random.h"
+#include "support/scenes.h"
 #include "sweep/comparison.h"
 #include "sweep/layout_reader.h"
-#include "sweep/pinhole.h"
 
 #include <algorithm>
 #include <math.h>
-#include <regex>
 
 using namespace ozr_pano;
 
@@ -23,95 +18,58 @@ namespace
 constexpr int32_t kWidth = 480, kHeight = 360, kPictures = 4;
 constexpr double kDegrees = 57.29577951308232;
 
-int _count(const std::string& text, const std::string& part)
-{
-    int count = 0;
-    for (size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at)
-        ++count;
-    return count;
-}
-
-// All numbers that the expression's group matches, in order.
-std::vector<double> _numbers(const std::string& text, const std::string& expression)
-{
-    const std::regex regex(expression);
-    std::vector<double> numbers;
-    for (std::sregex_iterator match(text.begin(), text.end(), regex), end; match != end; ++match)
-        numbers.push_back(std::stod((*match)[1]));
-    return numbers;
-}
-
-std::string _between(const std::string& text, const std::string& begin, const std::string& end)
-{
-    const size_t from = text.find(begin), to = text.find(end, from);
-    EXPECT_TRUE(from != std::string::npos && to != std::string::npos) << begin;
-    return from == std::string::npos ? std::string() : text.substr(from, to - from);
-}
-
-/** A sweep across the painted city, or up and down the tower; the pictures are brighter and rolled by turns. */
+// A sweep across the painted city, or up and down the tower; the pictures are brighter and rolled by turns.
 class QualityReport : public FolderTest
 {
 protected:
-    struct Shape {
-        bool vertical, backward;
-        ozr_panorama_quality quality;
-    };
-
-    static void photograph(const Surroundings& surroundings, const Shape& shape, int32_t index,
-                           ozr_image* picture)
+    static void photograph(ozr_panorama_direction direction, int32_t index, ozr_image* picture)
     {
-        const double focal = assumed_focal_length(shape.vertical ? kHeight : kWidth);
-        const int32_t step = shape.backward ? kPictures - 1 - index : index;
-        const double extent = shape.vertical ? kHeight : kWidth;
-        surroundings.photograph(
-            {kWidth, kHeight, focal, shape.vertical},
-            {0.6 + 0.3 * extent / focal * step, 0.01 * (index % 2), 0.02 * (index % 3 - 1)}, picture);
+        const bool is_vertical = direction >= ozr_panorama_direction_down;
+        const bool is_backward =
+            direction == ozr_panorama_direction_left || direction == ozr_panorama_direction_up;
+        const int32_t extent = is_vertical ? kHeight : kWidth;
+        const int32_t step = is_backward ? kPictures - 1 - index : index;
+        const double focal = assumed_focal_length(extent);
+        scene(is_vertical, focal)
+            .photograph({kWidth, kHeight, focal, is_vertical},
+                        {0.6 + 0.3 * extent / focal * step, 0.01 * (index % 2), 0.02 * (index % 3 - 1)},
+                        picture);
         for (int32_t i = 0; i < kWidth * kHeight; ++i)
             picture->data[i] =
                 static_cast<uint8_t>(std::min(255, picture->data[i] * (256 + 12 * index) / 256));
     }
 
-    void take(const Shape& shape)
+    // Grey noise, which belongs to no sweep.
+    static void make_noise(ozr_image* picture)
     {
-        const double focal = assumed_focal_length(shape.vertical ? kHeight : kWidth);
-        const Surroundings surroundings(shape.vertical
-                                            ? paint_tower(3000, 2600, 2400, focal / kSceneUnitsPerRadian, 4)
-                                            : paint_city(3400, 2000, focal / kSceneUnitsPerRadian, 4),
-                                        focal, shape.vertical);
+        Random random(7);
+        std::fill_n(picture->data, picture->size, uint8_t{128});
+        std::generate_n(picture->data, kWidth * kHeight, [&] { return random.byte(); });
+    }
+
+    void take(ozr_panorama_direction direction, ozr_panorama_quality quality, int32_t noise = kPictures)
+    {
+        journal = Journal();
+        comparison = Comparison();
         options.report = "page.html";
         session = std::make_unique<Session>(options, &journal);
-        const ozr_panorama_direction direction =
-            shape.vertical ? (shape.backward ? ozr_panorama_direction_up : ozr_panorama_direction_down)
-                           : (shape.backward ? ozr_panorama_direction_left : ozr_panorama_direction_right);
         ASSERT_EQ(session->set_parameters({70, direction}), ozr_success);
-        if (shape.quality == ozr_panorama_quality_refined) {
-            ASSERT_EQ(session->set_quality(shape.quality), ozr_success);
+        if (quality == ozr_panorama_quality_refined) {
+            ASSERT_EQ(session->set_quality(quality), ozr_success);
         }
         for (int32_t i = 0; i < kPictures; ++i) {
             ImageOwner picture(kWidth, kHeight);
-            photograph(surroundings, shape, i, picture.get());
-            add(picture.get());
+            if (i == noise)
+                make_noise(picture.get());
+            else
+                photograph(direction, i, picture.get());
+            PictureEntry entry;
+            entry.source = "<picture>";
+            comparison.keep(*picture.get(), entry);
+            ASSERT_EQ(session->stitch_one_image(picture.get(), entry), ozr_success);
         }
         ASSERT_EQ(session->run(&panorama), ozr_success);
         layout = read_layout(session->limits(), panorama, journal.joints);
-    }
-
-    void add(ozr_image* picture)
-    {
-        PictureEntry entry;
-        entry.source = "<picture>";
-        comparison.keep(*picture, entry);
-        ASSERT_EQ(session->stitch_one_image(picture, entry), ozr_success);
-    }
-
-    // A picture of grey noise that belongs to no sweep.
-    void add_noise(uint32_t seed)
-    {
-        ImageOwner picture(kWidth, kHeight);
-        std::fill_n(picture.get()->data, picture.get()->size, uint8_t{128});
-        for (int32_t i = 0; i < kWidth * kHeight; ++i)
-            picture.get()->data[i] = static_cast<uint8_t>((seed = seed * 1664525 + 1013904223) >> 24);
-        add(picture.get());
     }
 
     std::string page(const Counterpart* counterpart = nullptr)
@@ -128,19 +86,6 @@ protected:
     Layout layout;
 };
 
-double _rms_of_near(const JointView& view)
-{
-    double sum = 0;
-    int count = 0;
-    for (const MatchView& match : view.matches) {
-        if (!match.is_near)
-            continue;
-        sum += pow(match.found.x - match.shown.x, 2) + pow(match.found.y - match.shown.y, 2);
-        ++count;
-    }
-    return sqrt(sum / std::max(count, 1));
-}
-
 // The errors that are drawn are those that the library's residuals are made from, and where they are drawn is where the
 // two pictures overlap.
 void _check_matches(const Layout& layout, const std::vector<ozr_panorama_joint>& joints)
@@ -149,16 +94,20 @@ void _check_matches(const Layout& layout, const std::vector<ozr_panorama_joint>&
     for (size_t i = 0; i < joints.size(); ++i) {
         const JointView& view = layout.joints[i];
         EXPECT_GT(view.matches.size(), 20U);
-        EXPECT_NEAR(_rms_of_near(view), joints[i].residual, 1e-3);
+        double squares = 0;
+        int near = 0;
         for (const MatchView& match : view.matches) {
             EXPECT_TRUE(match.has_shown);
             EXPECT_TRUE(match.found.x > view.box.left - 3 && match.found.x < view.box.right + 3)
                 << match.found.x;
             EXPECT_TRUE(match.found.y > view.box.top - 3 && match.found.y < view.box.bottom + 3)
                 << match.found.y;
-            EXPECT_EQ(match.is_near,
-                      hypot(match.found.x - match.shown.x, match.found.y - match.shown.y) <= 3);
+            const double off = hypot(match.found.x - match.shown.x, match.found.y - match.shown.y);
+            EXPECT_EQ(match.is_near, off <= 3);
+            squares += match.is_near ? off * off : 0;
+            near += match.is_near ? 1 : 0;
         }
+        EXPECT_NEAR(sqrt(squares / near), joints[i].residual, 1e-3);
     }
 }
 
@@ -222,55 +171,41 @@ void _check_seams(const Layout& layout, const ozr_image& panorama)
     }
 }
 
-// What the joints' drawings and facts say, against the library's numbers.
+// What the joints' drawings and facts say, against the library's numbers and the matches of a refined layout.
 void _check_joints_of_page(const std::string& page, const Layout& layout,
                            const std::vector<ozr_panorama_joint>& joints)
 {
-    const std::string section = _between(page, "id=\"joints\"", "</section>");
-    const std::vector<double> confidence = _numbers(section, "<b>([0-9.]+)</b>");
-    const std::vector<double> gain = _numbers(section, "<dt>gain</dt><dd>([0-9.]+)<");
-    ASSERT_TRUE(confidence.size() == joints.size() && gain.size() == joints.size());
-    for (size_t i = 0; i < joints.size(); ++i) {
-        EXPECT_EQ(confidence[i], floor(static_cast<double>(joints[i].confidence) * 100) / 100);
-        EXPECT_NEAR(gain[i], joints[i].gain, 0.000501);
-    }
-    EXPECT_EQ(_count(section, "<figure class=\"joint"), static_cast<int>(joints.size()));
-    EXPECT_EQ(_count(section, "<svg"), static_cast<int>(layout.overlaps.size()));
-    EXPECT_EQ(_count(section, "role=\"img\" aria-label=\""), static_cast<int>(layout.overlaps.size()));
-}
-
-void _check_arrows(const std::string& page, const Layout& layout,
-                   const std::vector<ozr_panorama_joint>& joints)
-{
-    const std::vector<double> residual = _numbers(page, "<dt>residual</dt><dd>([0-9.]+) px");
-    ASSERT_EQ(residual.size(), joints.size());
-    const std::vector<double> x = _numbers(page, "class=\"arrow\" d=\"M([-0-9.]+)");
-    const std::vector<double> to_x = _numbers(page, "class=\"arrow\" d=\"M[-0-9.]+ [-0-9.]+l([-0-9.]+)");
-    const std::vector<double> to_y =
-        _numbers(page, "class=\"arrow\" d=\"M[-0-9.]+ [-0-9.]+l[-0-9.]+ ([-0-9.]+)");
-    const double enlargement = _numbers(page, "is ([0-9.]+) times as long").at(0);
-    size_t arrow = 0;
+    ASSERT_EQ(joints.size(), kPictures - 1U);
+    std::vector<double> confidences, gains, residuals, arrows;
     int matches = 0;
     for (size_t i = 0; i < joints.size(); ++i) {
-        EXPECT_NEAR(residual[i], joints[i].residual, 0.000501);
+        confidences.push_back(floor(static_cast<double>(joints[i].confidence) * 100) / 100);
+        gains.push_back(static_cast<double>(joints[i].gain));
+        if (layout.joints.empty())
+            continue;
+        residuals.push_back(static_cast<double>(joints[i].residual));
+        const double enlargement = numbers(page, "is ([0-9.]+) times as long").at(0);
         for (const MatchView& match : layout.joints[i].matches) {
             ++matches;
-            if (!match.is_near)
-                continue;
-            ASSERT_LT(arrow, x.size());
-            EXPECT_NEAR(x[arrow], match.shown.x, 0.0501);
-            EXPECT_NEAR(to_x[arrow], enlargement * (match.found.x - match.shown.x), 0.0501);
-            EXPECT_NEAR(to_y[arrow], enlargement * (match.found.y - match.shown.y), 0.0501);
-            ++arrow;
+            if (match.is_near)
+                arrows.insert(arrows.end(), {match.shown.x, enlargement * (match.found.x - match.shown.x),
+                                             enlargement * (match.found.y - match.shown.y)});
         }
     }
-    EXPECT_EQ(arrow, x.size());
-    EXPECT_EQ(_count(page, "match\" cx="), matches);
+    const std::string section = between(page, "id=\"joints\"", "</section>");
+    expect_numbers(section, "<b>([0-9.]+)</b>", confidences, 0);
+    expect_numbers(section, "<dt>gain</dt><dd>([0-9.]+)<", gains, 0.000501);
+    expect_numbers(page, "<dt>residual</dt><dd>([0-9.]+) px", residuals, 0.000501);
+    expect_numbers(page, "class=\"arrow\" d=\"M([-0-9.]+) [-0-9.]+l([-0-9.]+) ([-0-9.]+)", arrows, 0.0501);
+    EXPECT_EQ(count_of(page, "match\" cx="), matches);
+    EXPECT_EQ(count_of(section, "<figure class=\"joint"), static_cast<int>(joints.size()));
+    EXPECT_EQ(count_of(section, "<svg"), static_cast<int>(layout.overlaps.size()));
+    EXPECT_EQ(count_of(section, "role=\"img\" aria-label=\""), static_cast<int>(layout.overlaps.size()));
 }
 
 void _check_cameras_of_page(const std::string& page, const std::vector<ozr_panorama_camera>& cameras)
 {
-    const std::vector<double> cells = _numbers(_between(page, "<tbody>", "</tbody>"), "<td>([-+0-9.]+)");
+    const std::vector<double> cells = numbers(between(page, "<tbody>", "</tbody>"), "<td>([-+0-9.]+)");
     ASSERT_EQ(cells.size(), 7 * cameras.size());
     for (size_t i = 0; i < cameras.size(); ++i) {
         const ozr_panorama_camera& camera = cameras[i];
@@ -283,93 +218,74 @@ void _check_cameras_of_page(const std::string& page, const std::vector<ozr_panor
         for (size_t k = 0; k < 7; ++k)
             EXPECT_NEAR(cells[7 * i + k], want[k], most[k]) << i << " " << k;
     }
-    EXPECT_EQ(_count(page, "class=\"sight\""), static_cast<int>(cameras.size()));
+    EXPECT_EQ(count_of(page, "class=\"sight\""), static_cast<int>(cameras.size()));
 }
 
 TEST_F(QualityReport, ShowsRefinedSweepsAlongAndUp)
 {
-    for (const Shape& shape :
-         {Shape{false, true, ozr_panorama_quality_refined}, Shape{true, true, ozr_panorama_quality_refined},
-          Shape{true, false, ozr_panorama_quality_refined}}) {
-        SCOPED_TRACE(std::to_string(shape.vertical) + std::to_string(shape.backward));
-        journal = Journal();
-        take(shape);
-        ASSERT_EQ(journal.joints.size(), kPictures - 1U);
-        EXPECT_EQ(layout.is_vertical, shape.vertical);
+    for (const ozr_panorama_direction direction :
+         {ozr_panorama_direction_left, ozr_panorama_direction_up, ozr_panorama_direction_down}) {
+        SCOPED_TRACE(direction);
+        take(direction, ozr_panorama_quality_refined);
+        EXPECT_EQ(layout.is_vertical, direction != ozr_panorama_direction_left);
         _check_matches(layout, journal.joints);
         _check_cameras(layout, journal.cameras);
         _check_borders(layout, journal.joints, panorama);
         _check_seams(layout, panorama);
         const std::string text = page();
         _check_joints_of_page(text, layout, journal.joints);
-        _check_arrows(text, layout, journal.joints);
         _check_cameras_of_page(text, journal.cameras);
-        EXPECT_EQ(_count(text, "<path class=\"border\""), kPictures);
-        EXPECT_EQ(_count(text, "<picture>") + _count(text, "doubtful\""), 0);
+        EXPECT_EQ(count_of(text, "<path class=\"border\""), kPictures);
+        EXPECT_EQ(count_of(text, "<picture>") + count_of(text, "doubtful\""), 0);
     }
 }
 
 TEST_F(QualityReport, ShowsTheJointsOfClassicSweeps)
 {
-    take({false, false, ozr_panorama_quality_classic});
-    ASSERT_EQ(journal.joints.size(), kPictures - 1U);
+    take(ozr_panorama_direction_right, ozr_panorama_quality_classic);
     EXPECT_TRUE(layout.joints.empty() && layout.cameras.empty());
     const std::string text = page();
     _check_joints_of_page(text, layout, journal.joints);
-    EXPECT_EQ(_count(text, "class=\"arrow\"") + _count(text, "id=\"cameras\"") + _count(text, "<dt>residual"),
+    EXPECT_EQ(count_of(text, "class=\"arrow\"") + count_of(text, "id=\"cameras\"") +
+                  count_of(text, "<dt>residual"),
               0);
-    EXPECT_EQ(_count(text, "id=\"qualities\""), 0);
+    EXPECT_EQ(count_of(text, "id=\"qualities\""), 0);
 }
 
 TEST_F(QualityReport, MarksWhatDoesNotBelong)
 {
-    take({false, false, ozr_panorama_quality_refined});
-    ASSERT_EQ(session->reset(), ozr_success);
-    ASSERT_EQ(session->set_quality(ozr_panorama_quality_refined), ozr_success);
-    const double focal = assumed_focal_length(kWidth);
-    const Surroundings surroundings(paint_city(3400, 2000, focal / kSceneUnitsPerRadian, 4), focal, false);
-    for (int32_t i = 0; i < 3; ++i) {
-        ImageOwner picture(kWidth, kHeight);
-        photograph(surroundings, {false, false, ozr_panorama_quality_refined}, i, picture.get());
-        add(picture.get());
-    }
-    add_noise(7);
-    ASSERT_EQ(session->run(&panorama), ozr_success);
+    take(ozr_panorama_direction_right, ozr_panorama_quality_refined, kPictures - 1);
     const std::string text = page();
     const int doubtful = static_cast<int>(
         std::count_if(journal.joints.begin(), journal.joints.end(), [](const ozr_panorama_joint& joint) {
             return joint.confidence < 0.5F && joint.used == 0;
         }));
     EXPECT_GT(doubtful, 0);
-    EXPECT_EQ(_count(text, "<figure class=\"joint doubtful\">"), doubtful);
-    EXPECT_EQ(_count(text, "— not in the panorama</h3>"), doubtful);
-    EXPECT_EQ(_count(text, "</b> not to be trusted</dd>"), doubtful);
-    EXPECT_EQ(_count(text, "left out of the panorama</td>"), 1);
-    EXPECT_EQ(_count(text, "class=\"sight\""), 3);
-    EXPECT_EQ(_count(text, "<article class=\"card unused\">"), 1);
+    EXPECT_EQ(count_of(text, "<figure class=\"joint doubtful\">"), doubtful);
+    EXPECT_EQ(count_of(text, "— not in the panorama</h3>"), doubtful);
+    EXPECT_EQ(count_of(text, "</b> not to be trusted</dd>"), doubtful);
+    EXPECT_EQ(count_of(text, "left out of the panorama</td>"), 1);
+    EXPECT_EQ(count_of(text, "class=\"sight\""), kPictures - 1);
+    EXPECT_EQ(count_of(text, "<article class=\"card unused\">"), 1);
 }
 
 TEST_F(QualityReport, ComparesTheQualities)
 {
     for (const ozr_panorama_quality quality : {ozr_panorama_quality_classic, ozr_panorama_quality_refined}) {
         SCOPED_TRACE(quality);
-        journal = Journal();
-        comparison = Comparison();
-        take({false, true, quality});
+        take(ozr_panorama_direction_left, quality);
         const Counterpart counterpart = comparison.join(options, journal);
         EXPECT_NE(counterpart.journal.quality, quality);
         EXPECT_EQ(counterpart.journal.direction, ozr_panorama_direction_left);
         ASSERT_EQ(counterpart.journal.joints.size(), kPictures - 1U);
-        const std::string section = _between(page(&counterpart), "id=\"qualities\"", "</section>");
-        EXPECT_EQ(_count(section, "alt=\"The panorama in the refined quality\""), 1);
-        EXPECT_EQ(_count(section, "alt=\"The panorama in the classic quality\""), 1);
+        const std::string section = between(page(&counterpart), "id=\"qualities\"", "</section>");
+        EXPECT_EQ(count_of(section, "alt=\"The panorama in the refined quality\""), 1);
+        EXPECT_EQ(count_of(section, "alt=\"The panorama in the classic quality\""), 1);
         for (const Journal* each : {static_cast<const Journal*>(&journal), &counterpart.journal})
             expect_lines(section,
                          "<dd>" + std::to_string(each->width) + " × " + std::to_string(each->height) + "<");
         // The same as when it is asked for directly.
-        const Journal asked = journal;
-        journal = Journal();
-        take({false, true, counterpart.journal.quality});
+        take(ozr_panorama_direction_left, counterpart.journal.quality);
         if (quality == ozr_panorama_quality_classic) {
             EXPECT_EQ(journal.width, counterpart.journal.width);
             EXPECT_EQ(journal.joints[1].offset_x, counterpart.journal.joints[1].offset_x);
@@ -386,16 +302,14 @@ TEST_F(QualityReport, ComparesTheQualities)
 // A tenth of the picture's width: too far from the truth to be found from, where it is not scaled.
 TEST_F(QualityReport, ComparesWithTheOffsetsOfPreviews)
 {
-    take({false, false, ozr_panorama_quality_refined});
-    const double focal = assumed_focal_length(kWidth);
-    const Surroundings surroundings(paint_city(3400, 2000, focal / kSceneUnitsPerRadian, 4), focal, false);
+    take(ozr_panorama_direction_right, ozr_panorama_quality_refined);
     const auto join = [&](int32_t preview_width, int32_t offset) {
         Comparison kept;
         if (preview_width > 0)
             kept.note_preview({nullptr, 0, preview_width, 36, ozr_image_format_gray, preview_width, 0});
         for (int32_t i = 0; i < kPictures; ++i) {
             ImageOwner picture(kWidth, kHeight);
-            photograph(surroundings, {false, false, ozr_panorama_quality_refined}, i, picture.get());
+            photograph(ozr_panorama_direction_right, i, picture.get());
             PictureEntry entry;
             entry.has_offset = i > 0;
             entry.offset = {offset, 0};

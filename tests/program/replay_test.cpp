@@ -1,5 +1,6 @@
 // Recordings: what is recorded replays, what is damaged is refused with a reason, what differs is told.
 #include "record/recording.h"
+#include "support/pages.h"
 #include "support/program.h"
 
 using namespace ozr_pano;
@@ -60,11 +61,6 @@ TEST_F(Replay, RepeatsWhatWasRecordedAndTellsWhatWasChanged)
     expect_message(complaint(calls), "00001.raw: 100 bytes instead of");
 }
 
-std::string _borders(const std::string& page)
-{
-    return page.substr(page.find("<rect"), page.find("</svg>") - page.find("<rect"));
-}
-
 TEST_F(Replay, FollowsSessionsOfSeveralSweepsAndRefusedCalls)
 {
     run_well("demo -n 2 --quality classic --size 160x120 -o out/a.png --record rec --report report.html");
@@ -82,7 +78,8 @@ TEST_F(Replay, FollowsSessionsOfSeveralSweepsAndRefusedCalls)
     const std::string calls = std::to_string(recording.calls.size());
     expect_lines(run_well("replay rec --report replayed.html -o out/a.png"),
                  "replay: direction right, 2 pictures of 160x120\n" + calls + " calls answered as recorded");
-    EXPECT_EQ(_borders(read_text("replayed.html")), _borders(read_text("report.html")));
+    EXPECT_EQ(between(read_text("replayed.html"), "<rect", "</svg>"),
+              between(read_text("report.html"), "<rect", "</svg>"));
     // Every answer that is changed is told, with its line; ten of them at most.
     Recording all = recording;
     for (size_t begin = 0; begin < recording.calls.size(); begin += 10) {
@@ -109,9 +106,7 @@ TEST_F(Replay, FollowsSessionsOfSeveralSweepsAndRefusedCalls)
 TEST(Recording, ReadsTheDocumentedExample)
 {
     const std::string page = read_text(OZR_DOCS "/recording.md");
-    const size_t begin = page.find("    ozr-pano recording 2\n"), end = page.find("    end\n", begin);
-    ASSERT_NE(end, std::string::npos);
-    std::string text = page.substr(begin, end - begin) + "    end\n";
+    std::string text = between(page, "    ozr-pano recording 2\n", "    end\n") + "    end\n";
     for (size_t indent; (indent = text.find("    ")) != std::string::npos;)
         text.erase(indent, 4);
     const Recording recording = parse_recording(text);

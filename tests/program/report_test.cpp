@@ -5,6 +5,7 @@
 #include "media/thumbnail.h"
 #include "report/page.h"
 #include "support/files.h"
+#include "support/pages.h"
 #include "support/random.h"
 
 #include <numeric>
@@ -67,14 +68,6 @@ struct Journey {
     }
 };
 
-int _count(const std::string& text, const std::string& part)
-{
-    int count = 0;
-    for (size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at)
-        ++count;
-    return count;
-}
-
 using Report = FolderTest;
 
 TEST_F(Report, ShowsTheRun)
@@ -113,9 +106,9 @@ value="0.812"></meter> <b>0.81</b> sound</dd><dt>offset</dt><dd>+201.2 -3.0 px</
 <span class="level-I">      1.5 ms I begin &lt;</span>
 <span class="level-E">   1234.2 ms E end</span>
 and 3 lines more)page");
-    EXPECT_TRUE(_count(page, "class=\"border\"") == 3 && _count(page, "class=\"chip\"") == 3);
-    EXPECT_TRUE(_count(page, "class=\"card\"") == 3 && _count(page, "class=\"card unused\"") == 1);
-    EXPECT_EQ(_count(page, "id=\"failure\"") + _count(page, "<\""), 0);
+    EXPECT_TRUE(count_of(page, "class=\"border\"") == 3 && count_of(page, "class=\"chip\"") == 3);
+    EXPECT_TRUE(count_of(page, "class=\"card\"") == 3 && count_of(page, "class=\"card unused\"") == 1);
+    EXPECT_EQ(count_of(page, "id=\"failure\"") + count_of(page, "<\""), 0);
     // The pictures inside it: the panorama, the thumbnails, the differences.
     std::vector<Picture> pictures = {run.panorama};
     for (const PictureEntry& entry : run.journal.pictures)
@@ -144,7 +137,7 @@ TEST_F(Report, ShowsWhyThereIsNoPanorama)
     expect_lines(
         page,
         "id=\"failure\">why &lt;</p><p>1 picture of 320\nasked for</p><p>Written\nThere were no previews");
-    EXPECT_EQ(_count(page, "id=\"panorama\"") + _count(page, "<article class=\"card unused\""), 0);
+    EXPECT_EQ(count_of(page, "id=\"panorama\"") + count_of(page, "<article class=\"card unused\""), 0);
 }
 
 TEST_F(Report, DrawsTheMotionOfThePreviews)
@@ -175,8 +168,8 @@ d="M44.0 19.2H428.0"/><text x="39.0" y="22.2" text-anchor="end">70<
 <text x="140.0" y="224.0" text-anchor="middle">2<
 <text x="428.0" y="224.0" text-anchor="middle">8<
 <text x="428.0" y="237.0" text-anchor="end">preview<)");
-        EXPECT_TRUE(_count(page, "class=\"grid\"") == 8 && _count(page, "class=\"trigger\"") == 2);
-        EXPECT_EQ(_count(page, vertical ? "style=\"top:52.50%;left:1rem" : "style=\"left:83.33%;top:1rem"),
+        EXPECT_TRUE(count_of(page, "class=\"grid\"") == 8 && count_of(page, "class=\"trigger\"") == 2);
+        EXPECT_EQ(count_of(page, vertical ? "style=\"top:52.50%;left:1rem" : "style=\"left:83.33%;top:1rem"),
                   1);
     }
 }

@@ -1,13 +1,11 @@
 // Twenty sweeps of the simulated camera, each hard in its own way, through the library: the cameras and joints that it
 // tells against the truth.
 #include "media/image_owner.h"
-#include "scene/camera.h"
-#include "scene/scene.h"
 #include "support/handle.h"
+#include "support/scenes.h"
 
 #include <array>
 #include <cmath>
-#include <map>
 
 using namespace ozr_pano;
 
@@ -90,30 +88,23 @@ Matrix _transposed(const Matrix& a)
     return {a[0], a[3], a[6], a[1], a[4], a[7], a[2], a[5], a[8]};
 }
 
-Matrix _to_the_right(double degrees)
+// About an axis, in the way that turns the next axis into the one after it.
+Matrix _turn(size_t axis, double degrees)
 {
-    const double c = std::cos(degrees * kDegree), s = std::sin(degrees * kDegree);
-    return {c, 0, s, 0, 1, 0, -s, 0, c};
-}
-
-Matrix _down(double degrees)
-{
-    const double c = std::cos(degrees * kDegree), s = std::sin(degrees * kDegree);
-    return {1, 0, 0, 0, c, s, 0, -s, c};
-}
-
-Matrix _clockwise(double degrees)
-{
-    const double c = std::cos(degrees * kDegree), s = std::sin(degrees * kDegree);
-    return {c, -s, 0, s, c, 0, 0, 0, 1};
+    const size_t from = (axis + 1) % 3, to = (axis + 2) % 3;
+    Matrix m = {};
+    m[4 * axis] = 1;
+    m[4 * from] = m[4 * to] = std::cos(degrees * kDegree);
+    m[3 * to + from] = std::sin(degrees * kDegree);
+    m[3 * from + to] = -m[3 * to + from];
+    return m;
 }
 
 // The turn along the sweep is the outermost one.
 Matrix _rotation(bool vertical, double yaw, double pitch, double roll)
 {
-    const Matrix turn =
-        vertical ? _product(_down(pitch), _to_the_right(yaw)) : _product(_to_the_right(yaw), _down(pitch));
-    return _product(turn, _clockwise(roll));
+    const Matrix down = _turn(0, -pitch), right = _turn(1, yaw);
+    return _product(vertical ? _product(down, right) : _product(right, down), _turn(2, roll));
 }
 
 // The scene's own convention: in vertical sweeps the roll is that of its exchanged axes.
@@ -123,45 +114,17 @@ Matrix _true_rotation(const Simulated& sweep, const View& view)
                           : _rotation(false, view.along, view.across, view.roll);
 }
 
-Matrix _found_rotation(const Simulated& sweep, const ozr_panorama_camera& camera)
-{
-    return _rotation(sweep.vertical, static_cast<double>(camera.yaw), static_cast<double>(camera.pitch),
-                     static_cast<double>(camera.roll));
-}
-
 double _angle(const Matrix& m)
 {
     return std::acos(std::clamp((m[0] + m[4] + m[8] - 1) / 2, -1.0, 1.0)) / kDegree;
 }
 
-// Painted once for each focal length and direction.
-const Surroundings& _surroundings(double focal, bool vertical)
+// How far the scene reaches along and across the sweep, in radians.
+std::pair<double, double> _extent(const Simulated& sweep)
 {
-    static std::map<std::pair<double, bool>, Surroundings> painted;
-    const auto key = std::make_pair(focal, vertical);
-    const auto known = painted.find(key);
-    if (known != painted.end())
-        return known->second;
-    const double scale = focal * kUsualFocal / kSceneUnitsPerRadian;
-    const double along = (focal < 1   ? 3.2
-                          : focal > 1 ? 1.5
-                                      : 3.4) *
-                         kSceneUnitsPerRadian,
-                 across = (focal < 1   ? 1.5
-                           : focal > 1 ? 0.6
-                                       : 1.4) *
-                          kSceneUnitsPerRadian;
-    const Canvas canvas =
-        vertical ? paint_tower(along, across, along - 330, scale, 1) : paint_city(along, across, scale, 1);
-    return painted.emplace(key, Surroundings(canvas, focal * kUsualFocal, vertical)).first->second;
-}
-
-// From where a sweep starts, radians: in the middle of the scene.
-double _origin(const Simulated& sweep)
-{
-    const double first = sweep.views.front().along, last = sweep.views.back().along;
-    const double middle = (sweep.focal < 1 ? 1.6 : sweep.focal > 1 ? 0.75 : 1.7);
-    return middle - (first + last) / 2 * kDegree;
+    if (sweep.focal < 1)
+        return {3.2, 1.5};
+    return sweep.focal > 1 ? std::make_pair(1.5, 0.6) : std::make_pair(3.4, 1.4);
 }
 
 void _photograph(const Simulated& sweep, size_t i, ozr_image* picture)
@@ -175,9 +138,11 @@ void _photograph(const Simulated& sweep, size_t i, ozr_image* picture)
                              &walkers};
     // A picture that does not belong shows a part of the tower.
     lens.vertical = sweep.vertical || static_cast<int32_t>(i) == sweep.foreign;
-    _surroundings(sweep.focal, lens.vertical)
-        .photograph(lens, {_origin(sweep) + view.along * kDegree, view.across * kDegree, view.roll * kDegree},
-                    picture, instant);
+    const auto [along, across] = _extent(sweep);
+    const double middle = (sweep.views.front().along + sweep.views.back().along) / 2;
+    const Pose pose = {along / 2 + (view.along - middle) * kDegree, view.across * kDegree,
+                       view.roll * kDegree};
+    scene(lens.vertical, focal, along, across).photograph(lens, pose, picture, instant);
 }
 
 // Hands all pictures over without a word on direction, offset or overlap.
@@ -196,7 +161,7 @@ void _compose(const Simulated& sweep, ozr_panorama* handle)
 void _expect_true_cameras(const Simulated& sweep, ozr_panorama* handle)
 {
     double worst_focal = 0, worst_angle = 0;
-    Matrix to_first = {}, first = {};
+    Matrix back = {};
     for (size_t i = 0; i < sweep.views.size(); ++i) {
         ozr_panorama_camera camera;
         ASSERT_EQ(ozr_panorama_get_camera(handle, static_cast<int32_t>(i), &camera), ozr_success);
@@ -204,15 +169,15 @@ void _expect_true_cameras(const Simulated& sweep, ozr_panorama* handle)
         EXPECT_EQ(camera.used, belongs ? 1 : 0) << i;
         if (!belongs)
             continue;
-        if (i == 0) {
-            to_first = _transposed(_true_rotation(sweep, sweep.views[0]));
-            first = _transposed(_found_rotation(sweep, camera));
-        }
+        const Matrix found = _rotation(sweep.vertical, static_cast<double>(camera.yaw),
+                                       static_cast<double>(camera.pitch), static_cast<double>(camera.roll));
+        // By what the world is turned as this picture shows it: the same for all of them.
+        const Matrix world = _product(found, _transposed(_true_rotation(sweep, sweep.views[i])));
+        if (i == 0)
+            back = _transposed(world);
         const double focal = static_cast<double>(camera.focal_length) / (sweep.focal * kUsualFocal);
-        const Matrix want = _product(to_first, _true_rotation(sweep, sweep.views[i])),
-                     is = _product(first, _found_rotation(sweep, camera));
         worst_focal = std::max(worst_focal, 100 * std::abs(focal - 1));
-        worst_angle = std::max(worst_angle, _angle(_product(_transposed(want), is)));
+        worst_angle = std::max(worst_angle, _angle(_product(back, world)));
     }
     printf("%-32s focal length %.3f %%, rotation %.4f degrees\n", sweep.what, worst_focal, worst_angle);
     EXPECT_LT(worst_focal, 0.5);

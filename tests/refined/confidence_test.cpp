@@ -72,17 +72,9 @@ bool are_of_one_world(const Simulated& sweep, const ozr_panorama_joint& joint)
     return sweep.worlds[static_cast<size_t>(joint.first)] == sweep.worlds[static_cast<size_t>(joint.second)];
 }
 
-Rotation true_turn(const Simulated& sweep, const ozr_panorama_joint& joint)
-{
-    return inverse(rotation_of_pose(sweep.views[static_cast<size_t>(joint.first)])) *
-           rotation_of_pose(sweep.views[static_cast<size_t>(joint.second)]);
-}
-
 bool is_wrong_refined(const Simulated& sweep, const Found& found, const ozr_panorama_joint& joint)
 {
-    const Rotation got = inverse(rotation_of_camera(found.cameras[static_cast<size_t>(joint.first)], false)) *
-                         rotation_of_camera(found.cameras[static_cast<size_t>(joint.second)], false);
-    const double off = angle_of(inverse(true_turn(sweep, joint)) * got) * kDegree * sweep.focal;
+    const double off = turn_error(sweep, found, joint.first, joint.second) * kDegree * sweep.focal;
     return !are_of_one_world(sweep, joint) || off > kOff * sweep.width;
 }
 
@@ -91,7 +83,7 @@ bool is_wrong_refined(const Simulated& sweep, const Found& found, const ozr_pano
 bool is_wrong_classic(const Simulated& sweep, const ozr_panorama_joint& joint)
 {
     const double assumed = 345, radius = 418;
-    const Rotation turn = true_turn(sweep, joint);
+    const Rotation turn = true_turn(sweep, joint.first, joint.second);
     const double half = 0.5 * std::atan2(turn.m[2], turn.m[8]);
     const double angle = std::atan(sweep.focal * std::tan(half) / assumed);
     const double x = 2 * radius * std::sin(angle);

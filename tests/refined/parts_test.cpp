@@ -1,14 +1,10 @@
 // The parts of drawing, each against its plain meaning.
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <vector>
-
 #include "refined/crop.h"
-#include "refined/elementary.h"
 #include "refined/picture.h"
+#include "refined/simulated_camera.h"
 #include "refined/view.h"
-#include "support/random.h"
 
 using namespace ozr;
 using namespace ozr::refined;
@@ -40,16 +36,8 @@ TEST(View, PlacesAndRaysAreInverse)
 {
     Random random(2);
     for (double radial : {0.0, 0.1, -0.1}) {
-        // Tilted by 10 degrees, then rolled by 5, then turned by 40.
-        const double c1 = 0.984807753, s1 = 0.173648178, c2 = 0.996194698, s2 = 0.087155743, c3 = 0.766044443,
-                     s3 = 0.642787610;
-        const Camera camera = {{c3 * c2 + s3 * s1 * s2, s3 * s1 * c2 - c3 * s2, s3 * c1, c1 * s2, c1 * c2,
-                                -s1, c3 * s1 * s2 - s3 * c2, s3 * s2 + c3 * s1 * c2, c3 * c1},
-                               1100,
-                               radial,
-                               1,
-                               true,
-                               {0.004, -0.006}};
+        Camera camera = camera_of_pose({40, -10, 5}, 1100, radial);
+        camera.skew = {0.004, -0.006};
         View view(camera, 1280, 960);
         view.set_gain(1.5, {0.2, 0.1});
         for (int32_t i = 0; i < 2000; ++i) {
@@ -142,26 +130,20 @@ std::vector<uint8_t> halved(const std::vector<uint8_t>& from, int32_t stride, in
 // Turned or not, of odd sizes: the picture's own rows are kept, and everything coarser is made of them.
 TEST(Pyramid, HalvesLumaAndChroma)
 {
-    Random random(4);
     for (const auto& [width, height, small] :
          {std::tuple{71, 55, 2}, {66, 40, 2}, {2101, 35, 2}, {2200, 130, 3}}) {
         for (const bool turn : {false, true}) {
             SCOPED_TRACE(testing::Message() << width << " x " << height << (turn ? ", turned" : ""));
-            const int32_t stride = width + 5;
-            std::vector<uint8_t> pixels(static_cast<size_t>(stride * (height + height / 2 + 1)));
-            for (uint8_t& pixel : pixels)
-                pixel = random.byte();
-            const PanoImg picture = {
-                kPanoNv12, width, height, stride, static_cast<int32_t>(pixels.size()), 0, pixels.data()};
+            TestImg picture(kPanoNv12, width, height, 5);
+            picture.randomize(4);
             PanoImgOwner kept;
             Pyramid pyramid;
-            ASSERT_EQ(keep_picture(&picture, turn, kept.get(), &pyramid), kPanoSuccess);
+            ASSERT_EQ(keep_picture(&picture.img, turn, kept.get(), &pyramid), kPanoSuccess);
             const int32_t w = kept->width, h = kept->height;
             ASSERT_EQ(w, (turn ? height : width) & ~1);
             for (int32_t i = 0; i < w * h; ++i) {
                 const int32_t x = turn ? i / w : i % w, y = turn ? (height & ~1) - 1 - i % w : i / w;
-                ASSERT_EQ(*(pano_row(kept.get(), i / w) + i % w),
-                          pixels[static_cast<size_t>(y * stride + x)]);
+                ASSERT_EQ(*(pano_row(kept.get(), i / w) + i % w), *(pano_row(&picture.img, y) + x));
             }
             std::vector<uint8_t> level = _bytes_of(kept->data, int64_t{kept->stride} * h);
             for (int32_t l = 1, pitch = kept->stride; l < pyramid.count; pitch = w >> l, ++l) {

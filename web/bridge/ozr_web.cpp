@@ -81,15 +81,6 @@ void _describe(const ozr_image& image)
     g_answer.size = image.size;
 }
 
-ozr_err _set_quality(int32_t quality)
-{
-#ifdef OZR_WEB_HAS_QUALITY
-    return ozr_panorama_set_quality(g_session, static_cast<ozr_panorama_quality>(quality));
-#else
-    return quality == 0 ? ozr_success : ozr_err_not_supported;
-#endif
-}
-
 }  // namespace
 
 /** The kernels of this build: "wasm128" or "scalar". */
@@ -104,22 +95,6 @@ OZR_WEB_EXPORT const char* ozr_web_banner()
     ozr_config config;
     ozr_panorama_get_default_config(&config);
     return config.description;
-}
-
-/** What this build has: bit 0 the refined quality, bit 1 joints, bit 2 cameras. */
-OZR_WEB_EXPORT int32_t ozr_web_abilities()
-{
-    int32_t abilities = 0;
-#ifdef OZR_WEB_HAS_QUALITY
-    abilities |= 1;
-#endif
-#ifdef OZR_WEB_HAS_JOINTS
-    abilities |= 2;
-#endif
-#ifdef OZR_WEB_HAS_CAMERAS
-    abilities |= 4;
-#endif
-    return abilities;
 }
 
 /** The record that answers are read from; its place never changes. */
@@ -147,7 +122,9 @@ OZR_WEB_EXPORT ozr_err ozr_web_create(int32_t direction, int32_t overlap, int32_
         return error;
     const ozr_panorama_parameters parameters = {overlap, static_cast<ozr_panorama_direction>(direction)};
     error = ozr_panorama_set_parameters(g_session, &parameters);
-    return error != ozr_success ? error : _set_quality(quality);
+    return error != ozr_success
+               ? error
+               : ozr_panorama_set_quality(g_session, static_cast<ozr_panorama_quality>(quality));
 }
 
 /** Memory for the next frame: width * height * 4 bytes of RGBA, or * 3 / 2 of NV12, without padding.
@@ -240,7 +217,6 @@ OZR_WEB_EXPORT const uint8_t* ozr_web_panorama_rgba()
 OZR_WEB_EXPORT ozr_err ozr_web_joint(int32_t index)
 {
     _begin_call();
-#ifdef OZR_WEB_HAS_JOINTS
     ozr_panorama_joint joint = {};
     const ozr_err error = ozr_panorama_get_joint(g_session, index, &joint);
     g_answer.first = joint.first;
@@ -249,27 +225,18 @@ OZR_WEB_EXPORT ozr_err ozr_web_joint(int32_t index)
     const float numbers[] = {joint.offset_x, joint.offset_y, joint.residual, joint.confidence, joint.gain};
     memcpy(g_answer.numbers, numbers, sizeof numbers);
     return error;
-#else
-    (void)index;
-    return ozr_err_not_supported;
-#endif
 }
 
 /** Camera `index` into the answer: yaw, pitch, roll, focal length, radial term, gain. */
 OZR_WEB_EXPORT ozr_err ozr_web_camera(int32_t index)
 {
     _begin_call();
-#ifdef OZR_WEB_HAS_CAMERAS
     ozr_panorama_camera camera = {};
     const ozr_err error = ozr_panorama_get_camera(g_session, index, &camera);
     const float numbers[] = {camera.yaw,          camera.pitch,  camera.roll,
                              camera.focal_length, camera.radial, camera.gain};
     memcpy(g_answer.numbers, numbers, sizeof numbers);
     return error;
-#else
-    (void)index;
-    return ozr_err_not_supported;
-#endif
 }
 
 /** Ends the session and frees all that was allocated. */

@@ -1,5 +1,5 @@
 // The page: one state at a time, and what leads from one to the next.
-import { Panorama, type Abilities, type PanoramaFile, type PanoramaOptions, type Quality } from '../src/index.js';
+import { Panorama, type PanoramaFile, type PanoramaOptions, type Quality } from '../src/index.js';
 import { closeCamera, holdExposure, openCamera } from './camera.js';
 import { directionChoice } from './choices.js';
 import type { Guidance } from './guide.js';
@@ -200,7 +200,7 @@ async function compose(): Promise<void> {
   strip.draw(direction, null, find<HTMLCanvasElement>('composing-strip'));
   try {
     const made = await current.compose();
-    if (number === sweepNumber) await present(made, current.pictures, current.abilities);
+    if (number === sweepNumber) await present(made, current.pictures);
   } catch (reason) {
     if (number === sweepNumber) fail(sweepTrouble(reason), [kBegin, kFiles]);
   }
@@ -208,7 +208,7 @@ async function compose(): Promise<void> {
 
 // --- Result ---
 
-async function present(made: PanoramaFile, count: number, abilities: Abilities): Promise<void> {
+async function present(made: PanoramaFile, count: number): Promise<void> {
   closeCamera(video);
   stream = null;
   panorama = made;
@@ -216,15 +216,13 @@ async function present(made: PanoramaFile, count: number, abilities: Abilities):
   image.src = URL.createObjectURL(made.blob);
   image.alt = `A panorama of ${count} pictures`;
   await image.decode();
-  const notes = made.joints ? doubts(made.joints) : [];
   const size = document.createElement('strong');
   size.textContent = `${made.width} × ${made.height}`;
   const { milliseconds } = made;
   const time = milliseconds < 1000 ? `${Math.ceil(milliseconds)} ms` : `${(milliseconds / 1000).toFixed(1)} s`;
   const summary = find('summary');
   summary.replaceChildren(size, ` pixels from ${count} pictures, composed in ${time}.`);
-  if (!abilities.joints) summary.append(' This build does not judge its joints.');
-  for (const note of notes) {
+  for (const note of doubts(made.joints)) {
     const line = document.createElement('span');
     line.className = 'doubt';
     line.textContent = note;
@@ -313,7 +311,7 @@ async function stitchPictures(): Promise<void> {
       await sweep.picture(bitmap).finally(() => bitmap.close());
     }
     const made = await sweep.run({ output: 'blob', type: 'image/jpeg', quality: 0.92 });
-    if (number === sweepNumber) await present(made, pictures.length, sweep.abilities);
+    if (number === sweepNumber) await present(made, pictures.length);
   } catch (reason) {
     if (number === sweepNumber) fail(sweepTrouble(reason), [{ label: 'Back to the pictures', take: () => show('pictures') }, kFiles]);
   }
@@ -322,12 +320,7 @@ async function stitchPictures(): Promise<void> {
 // --- Options ---
 
 async function describeEngine(): Promise<void> {
-  const { qualities, kernels } = await Panorama.prepare();
-  for (const input of document.querySelectorAll<HTMLInputElement>('[name=quality]')) {
-    input.disabled = !qualities.includes(input.value as Quality);
-    input.checked = input.value === qualities.at(-1);
-  }
-  if (!qualities.includes('refined')) find('quality-note').textContent = 'This build of the library has the classic quality only.';
+  const { kernels } = await Panorama.prepare();
   if (kernels === 'scalar')
     find('engine-note').textContent = 'This browser has no vector instructions: composing takes longer.';
 }

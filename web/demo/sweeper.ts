@@ -1,5 +1,5 @@
 // Drives one sweep from a video element, be it the camera or a clip.
-import { Panorama, type Abilities, type PanoramaFile, type PanoramaOptions } from '../src/index.js';
+import { Panorama, type PanoramaFile, type PanoramaOptions } from '../src/index.js';
 import { eachFrame } from './camera.js';
 import { Guide, type Guidance } from './guide.js';
 import { type Trouble, kLostTrack, kTurned, sweepTrouble } from './troubles.js';
@@ -49,8 +49,8 @@ export class Sweeper {
     return this.taken;
   }
 
-  get abilities(): Abilities {
-    return this.sweep.abilities;
+  private get isClip(): boolean {
+    return this.video.srcObject === null;
   }
 
   /** Takes no more pictures. */
@@ -76,9 +76,13 @@ export class Sweeper {
     this.sweep.close();
   }
 
-  // Frames that come while one is worked on are left out: the newest counts.
+  // Frames that come while one is worked on are left out: of a camera, the newest counts. A clip can wait.
   private async step(): Promise<void> {
-    if (this.sweep.pending > 0 || !this.frames) return;
+    if (!this.frames) return;
+    if (this.sweep.pending > 0) {
+      if (this.isClip) this.video.pause();
+      return;
+    }
     const { videoWidth: width, videoHeight: height } = this.video;
     if (width !== this.width || height !== this.height) {
       this.halt(kTurned);
@@ -94,7 +98,7 @@ export class Sweeper {
       else if (frame.ended || frame.pictures === this.expected) {
         this.stop();
         this.events.full();
-      }
+      } else if (this.isClip && this.video.paused && !this.video.ended) await this.video.play();
     } catch (reason) {
       if (this.frames) this.halt(sweepTrouble(reason));
     }

@@ -7,7 +7,6 @@ export interface Exports {
   _initialize(): void;
   ozr_web_level(): number;
   ozr_web_banner(): number;
-  ozr_web_abilities(): number;
   ozr_web_answer(): number;
   ozr_web_chain(): number;
   ozr_web_create(direction: number, overlap: number, quality: number): number;

@@ -12,7 +12,6 @@ export enum Use {
 /** The library's order. */
 export const kDirections: readonly Direction[] = ['auto', 'right', 'left', 'down', 'up'];
 const kQualities: readonly Quality[] = ['classic', 'refined'];
-const kHasQuality = 1, kHasJoints = 2, kHasCameras = 4;
 const kInvalidStatus = -6;
 
 /** The words of the bridge's answer. */
@@ -55,20 +54,16 @@ export class Session {
   }
 
   get abilities(): Abilities {
-    const bits = this.exports.ozr_web_abilities();
     return {
       library: this.text(this.exports.ozr_web_banner()),
       kernels: this.text(this.exports.ozr_web_level()) as Kernels,
-      qualities: bits & kHasQuality ? kQualities : ['classic'],
-      joints: (bits & kHasJoints) !== 0,
     };
   }
 
   create(direction: Direction, overlap: number, quality: Quality): void {
-    if (!this.abilities.qualities.includes(quality))
-      throw new PanoramaError(`this build has no quality '${quality}'`, 'ozr_err_not_supported');
     const number = kDirections.indexOf(direction);
     if (number < 0) throw new PanoramaError(`'${direction}' is no direction`, 'ozr_err_invalid_argument');
+    if (!kQualities.includes(quality)) throw new PanoramaError(`'${quality}' is no quality`, 'ozr_err_not_supported');
     const result = this.exports.ozr_web_create(number, overlap, kQualities.indexOf(quality));
     this.check(result, 'the sweep could not be set up');
   }
@@ -132,9 +127,7 @@ export class Session {
     return new Uint8ClampedArray(this.exports.memory.buffer, place, width * height * 4).slice();
   }
 
-  /** All joints; null where this build cannot tell. */
-  joints(): Joint[] | null {
-    if (!this.abilities.joints) return null;
+  joints(): Joint[] {
     const joints: Joint[] = [];
     while (this.exports.ozr_web_joint(joints.length) === 0) {
       const words = this.words();
@@ -154,7 +147,6 @@ export class Session {
 
   /** All cameras; null where there are none. */
   cameras(): Camera[] | null {
-    if ((this.exports.ozr_web_abilities() & kHasCameras) === 0) return null;
     const cameras: Camera[] = [];
     while (this.exports.ozr_web_camera(cameras.length) === 0) {
       const [yaw, pitch, roll, focalLength, radial, gain] = this.numbers();

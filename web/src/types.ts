@@ -7,7 +7,7 @@ export type Direction = 'auto' | 'right' | 'left' | 'down' | 'up';
  * How the panorama is made.
  *
  * `classic`: recorded results, byte for byte, and the least memory. `refined`: finds the camera, evens out exposure and
- * hides transitions; the better picture. Not every build has it: see {@link Abilities.qualities}.
+ * hides transitions; the better picture.
  */
 export type Quality = 'classic' | 'refined';
 
@@ -137,8 +137,8 @@ export interface PanoramaDescription {
   readonly width: number;
   /** Rows. */
   readonly height: number;
-  /** Joints of neighbouring pictures; null where the build of the library cannot tell. */
-  readonly joints: readonly Joint[] | null;
+  /** Joints of neighbouring pictures. */
+  readonly joints: readonly Joint[];
   /** The camera at each picture; null but for the refined quality. */
   readonly cameras: readonly Camera[] | null;
   /** Milliseconds that composing took. */
@@ -164,12 +164,9 @@ export interface FileOptions {
   readonly quality?: number;
 }
 
-/** What a build of the library can do in this engine. */
+/** What runs in this engine. */
 export interface Abilities {
   /** The library's banner. */
   readonly library: string;
   readonly kernels: Kernels;
-  readonly qualities: readonly Quality[];
-  /** Whether {@link PanoramaDescription.joints} are told. */
-  readonly joints: boolean;
 }

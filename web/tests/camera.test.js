@@ -7,7 +7,7 @@ import { inState, inspect, launch, openPage, photograph, serve } from './support
 import { makeClip, previewFiles } from './support/clip.js';
 import { matcher, meanDifference } from './support/frames.js';
 import { kOutput, nativeAnswers, ozrPano } from './support/native.js';
-import { readCalls } from './support/recording.js';
+import { qualityOf, readCalls } from './support/recording.js';
 import { unpack } from './support/tar.js';
 
 const kPhone = { viewport: { width: 390, height: 780 }, deviceScaleFactor: 2, hasTouch: true };
@@ -41,7 +41,7 @@ async function download(page, button) {
   return readFileSync(await file.path());
 }
 
-test('a sweep to the right, without the network, is the native panorama of the same frames', async (t) => {
+test('a classic sweep, without the network, is the native panorama of the same frames', async (t) => {
   const { file, folder } = makeClip('pan-right-upright', { ...kUpright, options: ['--pictures', '10'] });
   const browser = await launch(file);
   t.after(() => browser.close());
@@ -50,6 +50,7 @@ test('a sweep to the right, without the network, is the native panorama of the s
   const ready = await page.evaluate(() => performance.now());
   const findings = await inspect(page, 'welcome');
   await context.setOffline(true);
+  await page.locator('[name=quality][value=classic]').evaluate((choice) => (choice.checked = true));
   await page.evaluate(() => {
     globalThis.blocks = [];
     new PerformanceObserver((list) => globalThis.blocks.push(...list.getEntries().map(({ duration }) => duration))).observe({ type: 'longtask' });
@@ -66,17 +67,22 @@ test('a sweep to the right, without the network, is the native panorama of the s
   t.diagnostic(`blocks of the page's thread over 50 ms while it swept: ${blocks.length} (${blocks.map(Math.round)} ms)`);
   assert.deepEqual(findings, []);
 
-  // The recording of the browser, repeated natively: every answer and the panorama, byte for byte.
-  const recording = join(kOutput, 'from-chromium');
-  rmSync(recording, { recursive: true, force: true });
-  unpack(await download(page, '#save-recording'), recording);
-  await ozrPano('replay', recording);
-
+  const recording = await replayNatively(page, 'from-chromium', 'classic');
   await compareWithClip(page, recording, folder);
   const jpeg = await download(page, '#save');
   assert.deepEqual([...jpeg.subarray(0, 2)], [0xff, 0xd8]);
   assert.deepEqual(complaints, []);
 });
+
+// The recording of the browser, repeated natively: every answer and the panorama, byte for byte.
+async function replayNatively(page, name, quality) {
+  const recording = join(kOutput, name);
+  rmSync(recording, { recursive: true, force: true });
+  unpack(await download(page, '#save-recording'), recording);
+  assert.equal(qualityOf(readCalls(recording)), quality);
+  await ozrPano('replay', recording);
+  return recording;
+}
 
 // The frames that the camera showed, as they were before any browser had them, give the same panorama but for colours.
 async function compareWithClip(page, recording, folder) {
@@ -129,14 +135,14 @@ async function comparePixels(page, original) {
 }
 
 for (const direction of ['left', 'down', 'up']) {
-  test(`a sweep ${direction} finds its direction, a second one follows`, async (t) => {
+  test(`a refined sweep ${direction} finds its direction and is repeated natively, a second one follows`, async (t) => {
     const vertical = direction !== 'left';
     const size = vertical ? kUpright : { width: 640, height: 480 };
     const { file } = makeClip(`pan-${direction}`, { direction, ...size, options: ['--pictures', '5'] });
     const browser = await launch(file);
     t.after(() => browser.close());
     const context = await browser.newContext({ ...(vertical ? kPhone : kSideways), colorScheme: 'dark' });
-    const { page, complaints } = await openPage(context, server.url);
+    const { page, complaints } = await openPage(context, `${server.url}?record`);
     await sweepOnce(page, 3);
     assert.equal(await page.getAttribute('.arrow', 'data-direction'), direction);
     await photograph(page, `sweeping-${direction}`);
@@ -147,6 +153,7 @@ for (const direction of ['left', 'down', 'up']) {
       return { width, height };
     });
     assert.ok(vertical ? height > 1.3 * size.height : width > 1.3 * size.width, `${width} x ${height}`);
+    await replayNatively(page, `from-chromium-${direction}`, 'refined');
     await sweepOnce(page, 2);
     await page.click('#leave');
     await inState(page, 'welcome');

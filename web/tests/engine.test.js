@@ -57,15 +57,18 @@ test('memory does not grow over ten sweeps', async (t) => {
   assert.ok(afterwards < before + 40, `${before} MiB became ${afterwards} MiB`);
 });
 
-test('speed by ratio to the native build at SSSE3', async (t) => {
+for (const quality of ['classic', 'refined'])
+  test(`speed by ratio to the native build at SSSE3, ${quality}`, (t) => compareSpeed(t, quality));
+
+async function compareSpeed(t, quality) {
   const { page } = harness;
   const rows = { preview: [], picture: [], run: [] };
   const seconds = [];
   for (let round = 0; round < 5; ++round) {
     // The second of two rounds: programs that run for the first time wait for memory.
-    const both = await nativeAnswers(folder, { level: 'ssse3', rounds: 2 });
+    const both = await nativeAnswers(folder, { level: 'ssse3', quality, rounds: 2 });
     const native = both.slice(both.length / 2);
-    const web = await page.evaluate(() => globalThis.timeSweep());
+    const web = await page.evaluate((options) => globalThis.timeSweep(options), { quality });
     seconds.push(web.all / 1000);
     for (const call of Object.keys(rows)) {
       const own = median(native.filter((answer) => answer.call === call).map(({ milliseconds }) => milliseconds));
@@ -76,7 +79,7 @@ test('speed by ratio to the native build at SSSE3', async (t) => {
   for (const [call, ratios] of Object.entries(rows))
     t.diagnostic(`${call}: ${median(ratios).toFixed(2)} times the native time (${ratios.map((ratio) => ratio.toFixed(2)).join(' ')})`);
   t.diagnostic(`a whole sweep, from create to panorama: ${median(seconds).toFixed(2)} s`);
-});
+}
 
 test('every kind of frame is taken, and gives one panorama', async () => {
   const sizes = await harness.page.evaluate(async () => {

@@ -19,7 +19,7 @@ const kSize = () => {
 
 /** What the native program makes of the pictures. */
 async function nativeSize(files) {
-  const { stdout } = await ozrPano('stitch', '--quality', 'classic', '--direction', 'right', '--overlap', '70', '--json', '-o', join(kOutput, 'files.png'), ...files);
+  const { stdout } = await ozrPano('stitch', '--direction', 'right', '--overlap', '70', '--json', '-o', join(kOutput, 'files.png'), ...files);
   return JSON.parse(stdout).panorama_size;
 }
 

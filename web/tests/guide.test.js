@@ -10,7 +10,7 @@ async function load(name) {
   return import(`data:text/javascript;base64,${Buffer.from(outputFiles[0].contents).toString('base64')}`);
 }
 const { Guide } = await load('guide');
-const { doubts } = await load('joints');
+const { doubts, middlesAlong } = await load('joints');
 const { fileName } = await load('save');
 
 const kSize = { width: 640, height: 480 };
@@ -63,6 +63,15 @@ test('joints in doubt are told', () => {
   assert.deepEqual(doubts([joint, { ...joint, confidence: 0.5 }]), []);
   assert.match(doubts([{ ...joint, confidence: 0.31 }])[0], /pictures 2 and 3.*31 %/);
   assert.match(doubts([{ ...joint, used: false }])[0], /Left out: pictures 2 and 3/);
+});
+
+test('pictures are placed by the joints that hold', () => {
+  const joint = (first, second, x, used = true) => ({ first, second, offset: { x, y: -x }, used });
+  const joints = [joint(2, 1, -90), joint(3, 4, 70), joint(0, 1, 100), joint(1, 3, 150), joint(4, 5, 80, false)];
+  const places = (axis) => [...middlesAlong(joints, axis)].sort(([a], [b]) => a - b);
+  assert.deepEqual(places('x'), [[0, -190], [1, -90], [2, 0], [3, 60], [4, 130]]);
+  assert.deepEqual(places('y').at(-1), [4, -130]);
+  assert.deepEqual(middlesAlong([joint(0, 1, 9, false)], 'x').size, 0);
 });
 
 test('files are named by the time', () => {

@@ -29,6 +29,7 @@ test('faults are PanoramaErrors with code, chain and words', async () => {
   const faults = [
     ['overlap 49', { overlap: 49 }, null, 'ozr_err_not_supported', /set_parameters/],
     ['no direction', { direction: 'north' }, null, 'ozr_err_invalid_argument'],
+    ['no quality', { quality: 'best' }, null, 'ozr_err_not_supported'],
     ['a preview first', {}, (sweep) => sweep.preview(kFrame), 'ozr_err_invalid_status', /detect_frame_to_stitch/],
     ['run without pictures', {}, (sweep) => sweep.run(), 'ozr_err_invalid_status', /run/],
     ['a file before there is one', {}, (sweep) => sweep.encode(), 'ozr_err_invalid_status'],
@@ -66,12 +67,6 @@ test('faults are PanoramaErrors with code, chain and words', async () => {
     if (chain) assert.match(error.chain.join('\n'), chain, what);
     assert.ok(error.message.length > 10, what);
   }
-});
-
-test('a quality that the build lacks is refused plainly', async () => {
-  const { qualities } = await Panorama.prepare();
-  if (qualities.includes('refined')) await withSweep({ quality: 'refined' }, () => {});
-  else await assert.rejects(Panorama.create({ quality: 'refined' }), { code: 'ozr_err_not_supported', message: /refined/ });
 });
 
 test('closing rejects what waits, on its way or in the worker, and what comes later', { timeout: 20_000 }, async () => {

@@ -17,12 +17,12 @@ export async function pictureFiles() {
   return files;
 }
 
-/** A WebM of a pan, encoded by Chromium; made once. */
+/** A WebM of a pan, encoded by Chromium; made once. It goes on a little after the fifth picture. */
 export async function videoFile() {
   const file = join(kOutput, 'pan.webm');
   if (existsSync(file)) return file;
   const size = ['--size', '640x480', '--preview', '640x480'];
-  const folder = recordDemo('sweep-right-video', '--direction', 'right', ...size, '--pictures', '5');
+  const folder = recordDemo('sweep-right-video', '--direction', 'right', ...size, '--pictures', '6');
   const frames = previewFiles(folder);
   const browser = await launch(null);
   try {

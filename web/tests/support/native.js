@@ -4,6 +4,7 @@ import { existsSync, mkdirSync, readFileSync, rmSync } from 'node:fs';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { promisify } from 'node:util';
+import { qualityOf, readCalls } from './recording.js';
 
 export const kRoot = fileURLToPath(new URL('../../../', import.meta.url));
 const kBuild = join(kRoot, 'build/demo'); // scripts/test has built it
@@ -29,8 +30,8 @@ export function recordDemo(name, ...options) {
   return folder;
 }
 
-/** What the native library answers to a recording's calls: an array of {call, result, ...}. */
-export async function nativeAnswers(folder, { level = 'ssse3', quality = 'classic', rounds = 1 } = {}) {
+/** What the native library answers to a recording's calls, in its own quality unless told: an array of {call, result, ...}. */
+export async function nativeAnswers(folder, { level = 'ssse3', quality = qualityOf(readCalls(folder)), rounds = 1 } = {}) {
   const args = [folder, level, quality, String(rounds)];
   const { stdout } = await run(join(kBuild, 'ozr_web_native'), args, { maxBuffer: 1 << 26 });
   return JSON.parse(stdout);

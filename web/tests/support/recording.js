@@ -15,6 +15,11 @@ export function readCalls(folder) {
   return calls;
 }
 
+/** The quality that the recorded sweep had. */
+export function qualityOf(calls) {
+  return calls.find(({ name }) => name === 'set_quality')?.fields.quality ?? 'classic';
+}
+
 /** The image that a call was given. */
 export function readFrame(folder, { file, width, height }) {
   const data = readFileSync(join(folder, file));
@@ -26,7 +31,7 @@ export function comparableText(text) {
   return text.replace(/ file=\S+/g, '').replace(/^#.*\n/gm, '');
 }
 
-/** Repeats a recording. Returns what the package answered, and its own recording of it. */
+/** Repeats a recording, in its own quality unless told. Returns what the package answered, and its own recording of it. */
 export async function repeat(Panorama, folder, options = {}) {
   const calls = readCalls(folder);
   const { overlap, direction } = calls.find(({ name }) => name === 'set_parameters').fields;
@@ -34,7 +39,7 @@ export async function repeat(Panorama, folder, options = {}) {
   const record = ({ name, bytes }) => {
     if (name === 'calls.txt') text += new TextDecoder().decode(bytes);
   };
-  const sweep = await Panorama.create({ direction, overlap: Number(overlap), record, ...options });
+  const sweep = await Panorama.create({ direction, overlap: Number(overlap), quality: qualityOf(calls), record, ...options });
   try {
     const previews = [];
     for (const { name, fields } of calls) {
