@@ -34,6 +34,12 @@ constexpr int32_t kFitSteps = 6;
 constexpr double kFitDone = 0.01;        // pixels
 constexpr double kLeastContrast = 0.25;  // of the second patch against the first
 
+// What was too bright for the camera has one value, white, and ends elsewhere than in a darker
+// picture. Video's white is 235; some cameras go on to 255. A patch may have so many pixels of it.
+constexpr int32_t kDarkestWhite = 234 << kLevelBits;
+constexpr int32_t kSameLevel = kLevelOne / 2;
+constexpr int32_t kMostWhite = 16;
+
 bool _holds(const ConstPlane& plane, int32_t x, int32_t y, int32_t half)
 {
     return x >= half && y >= half && x + half < plane.width && y + half < plane.height;
@@ -265,6 +271,15 @@ bool _make_basis(const ConstPlane& plane, int32_t x, int32_t y, FitBasis* basis)
     return _invert(normal, basis->inverse);
 }
 
+bool _is_overexposed(const int16_t* patch)
+{
+    const int32_t brightest = *std::max_element(patch, patch + kFitPixels);
+    if (brightest < kDarkestWhite)
+        return false;
+    const auto is_white = [=](int16_t value) { return value + kSameLevel >= brightest; };
+    return std::count_if(patch, patch + kFitPixels, is_white) > kMostWhite;
+}
+
 // The patch as it was sampled, in the terms of the basis.
 struct FitState {
     double right;
@@ -348,7 +363,8 @@ double fit_patch(PatchTask* task, double drift)
     if (!_holds(*task->first_plane, task->first_x, task->first_y, kFitHalf + 1))
         return -1.0;
     FitBasis basis;
-    if (!_make_basis(*task->first_plane, task->first_x, task->first_y, &basis))
+    if (!_make_basis(*task->first_plane, task->first_x, task->first_y, &basis) ||
+        _is_overexposed(basis.values[kContrast]))
         return -1.0;
     const double start_x = task->second_x;
     const double start_y = task->second_y;
@@ -369,7 +385,7 @@ double fit_patch(PatchTask* task, double drift)
         if (state.right * state.right + state.down * state.down <= kFitDone * kFitDone)
             break;
     }
-    return state.correlation;
+    return _is_overexposed(sampled) ? -1.0 : state.correlation;
 }
 
 }  // namespace ozr::refined

@@ -46,7 +46,8 @@ struct PatchLikeness {
 bool compare_patch(const PatchTask& task, PatchLikeness* likeness);
 
 // Moves task->second to the best fit and returns the correlation there; -1 where the fit leaves the
-// picture, drifts off by more than `drift` pixels, or has nothing to hold on to.
+// picture, drifts off by more than `drift` pixels, or has nothing to hold on to: a patch without
+// contrast, or one that is overexposed.
 double fit_patch(PatchTask* task, double drift);
 
 }  // namespace ozr::refined

@@ -48,19 +48,19 @@ std::vector<Simulated> _sweeps()
     return {
         {"right", false, 1, _pan(5, 14)},
         {"left", false, 1, _pan(5, -14)},
-        {"down", true, 1, _pan(5, 14), 0, 0, {}, 0, 0, kForeign, 0.08},
-        {"up", true, 1, _pan(5, -14), 0, 0, {}, 0, 0, kForeign, 0.1},
+        {"down", true, 1, _pan(5, 14)},
+        {"up", true, 1, _pan(5, -14)},
         {"wide", false, 0.6, _pan(5, 22)},
         {"rather wide", false, 0.77, _pan(5, 18)},
         {"rather long", false, 1.5, _pan(5, 9)},
         {"long", false, 2.2, _pan(5, 6.5)},
         {"overlap of a fifth", false, 1, _pan(4, 38)},
         {"overlap of 95 percent", false, 1, _pan(6, 2.4)},
-        {"barrel", false, 1, _pan(5, 14), 0.06, 0, {}, 0, 0, kForeign, 0.08},
+        {"barrel", false, 1, _pan(5, 14), 0.06},
         {"pincushion", false, 1, _pan(5, 14), -0.05},
-        {"exposure by a third", false, 1, _pan(5, 14), 0, 0, {1, 1.33, 0.9, 0.7, 1.2}, 0, 0, kForeign, 0.25},
-        {"vignetting", false, 0.8, _pan(5, 16), 0.03, 0.4, {}, 0, 0, kForeign, 0.2},
-        {"rolling shutter", false, 1, _pan(5, 14), 0, 0, {}, 0.4, 0, kForeign, 0.12},
+        {"exposure by a third", false, 1, _pan(5, 14), 0, 0, {1, 1.33, 0.9, 0.7, 1.2}},
+        {"vignetting", false, 0.8, _pan(5, 16), 0.03, 0.4, {}, 0, 0, kForeign, 0.075},
+        {"rolling shutter", false, 1, _pan(5, 14), 0, 0, {}, 0.4},
         {"walkers", false, 1, _pan(5, 14), 0, 0, {}, 0, 9},
         {"tilt", false, 1, _pan(5, 14, 10)},
         {"rolling hand", false, 1, {{0, 0, 0}, {14, 0.5, 8}, {28, -0.5, 1}, {42, 0, -6}, {56, 0.5, 1}}},
@@ -160,8 +160,8 @@ void _compose(const Simulated& sweep, ozr_panorama* handle)
 
 void _expect_true_cameras(const Simulated& sweep, ozr_panorama* handle)
 {
+    std::vector<Matrix> worlds;
     double worst_focal = 0, worst_angle = 0;
-    Matrix back = {};
     for (size_t i = 0; i < sweep.views.size(); ++i) {
         ozr_panorama_camera camera;
         ASSERT_EQ(ozr_panorama_get_camera(handle, static_cast<int32_t>(i), &camera), ozr_success);
@@ -172,13 +172,14 @@ void _expect_true_cameras(const Simulated& sweep, ozr_panorama* handle)
         const Matrix found = _rotation(sweep.vertical, static_cast<double>(camera.yaw),
                                        static_cast<double>(camera.pitch), static_cast<double>(camera.roll));
         // By what the world is turned as this picture shows it: the same for all of them.
-        const Matrix world = _product(found, _transposed(_true_rotation(sweep, sweep.views[i])));
-        if (i == 0)
-            back = _transposed(world);
+        worlds.push_back(_product(found, _transposed(_true_rotation(sweep, sweep.views[i]))));
         const double focal = static_cast<double>(camera.focal_length) / (sweep.focal * kUsualFocal);
         worst_focal = std::max(worst_focal, 100 * std::abs(focal - 1));
-        worst_angle = std::max(worst_angle, _angle(_product(back, world)));
     }
+    // Nobody told where ahead is: as the picture in the middle shows it.
+    const Matrix back = _transposed(worlds[worlds.size() / 2]);
+    for (const Matrix& world : worlds)
+        worst_angle = std::max(worst_angle, _angle(_product(back, world)));
     printf("%-32s focal length %.3f %%, rotation %.4f degrees\n", sweep.what, worst_focal, worst_angle);
     EXPECT_LT(worst_focal, 0.5);
     EXPECT_LT(worst_angle, sweep.rotation_bound);
