@@ -130,7 +130,8 @@ void add_resampling(Passes* passes)
     });
     passes->add(KERNEL(resample, pairs_row), n * 5 / 2, [&p, w, h](auto f) {
         each_row(h, [&](int32_t y) {
-            f(row(p.out, y, w), w, {row(p.a, y, 2 * w), w - 1}, {row(p.a, y + 1, 2 * w), w - 1}, kStep, 300);
+            f(row(p.out, y, w), w, {{row(p.a, y, 2 * w), w - 1}, {row(p.a, y + 1, 2 * w), w - 1}, 300},
+              kStep);
         });
     });
     passes->add(KERNEL(resample, rgb), n * 27 / 16, [&p, w, h, quarter](auto f) {
@@ -163,8 +164,9 @@ void add_alignment(Passes* passes)
     const int32_t w = p.width;
     const int32_t h = p.height;
     const int64_t n = int64_t{w} * h;
-    passes->add(KERNEL(motion, sad_area), 2 * n,
-                [&p, w, h](auto f) { keep(f(p.a.data(), w, p.b.data(), w, w, h)); });
+    passes->add(KERNEL(motion, sad_area), 2 * n, [&p, w, h](auto f) {
+        keep(f({p.a.data(), w}, {p.b.data(), w}, w, h));
+    });
     passes->add(KERNEL(motion, sad_const_row), n,
                 [&p, w, h](auto f) { each_row(h, [&](int32_t y) { keep(f(row(p.a, y, w), 100, w)); }); });
     passes->add(KERNEL(align, integral_row), 9 * n, [&p, w, h](auto f) {
@@ -184,7 +186,7 @@ void add_projection(Passes* passes)
     passes->add(KERNEL(project, luma_row), projected_luma_bytes(size), [&p, size](auto f) {
         const PreparedRows& rows = prepared_rows(size);
         each_row(size.height, [&](int32_t y) {
-            f(row(p.out, y, size.width), p.a.data(), int64_t{size.width} * size.height, size.width,
+            f(row(p.out, y, size.width), {p.a.data(), int64_t{size.width} * size.height, size.width},
               rows.luma(y), size.width / 8);
         });
     });
@@ -259,8 +261,8 @@ void add_rotation(Passes* passes)
     const int32_t w = p.width;
     const int32_t h = p.height;
     const int64_t n = int64_t{w} * h;
-    const auto bytes = [&p, w, h](auto f) { f(p.out.data(), h, p.a.data(), w, w, h); };
-    const auto pairs = [&p, w, h](auto f) { f(p.out.data(), h, p.a.data(), w, w / 2, h / 2); };
+    const auto bytes = [&p, w, h](auto f) { f(p.out.data(), h, {p.a.data(), w, w, h}); };
+    const auto pairs = [&p, w, h](auto f) { f(p.out.data(), h, {p.a.data(), w, w / 2, h / 2}); };
     passes->add(KERNEL(rotate, bytes_cw), 2 * n, bytes);
     passes->add(KERNEL(rotate, bytes_ccw), 2 * n, bytes);
     passes->add(KERNEL(rotate, pairs_cw), n, pairs);

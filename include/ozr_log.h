@@ -2,9 +2,9 @@
  * @file
  * The four-level logger: level functions, the enable flag, replaceable sinks and raw dumps.
  *
- * A line goes to the hook of its level if one is set, otherwise to the built-in sink: the Android log under the tag
- * "OZR", or standard error elsewhere. The flag and the hooks belong to the whole process and are plain words: set
- * them before other threads log.
+ * A line goes to the hook of its level if one is set, otherwise to the built-in sink: the Android
+ * log under the tag "OZR", or standard error elsewhere. The flag and the hooks belong to the whole
+ * process and are plain words: set them before other threads log.
  *
  * @code
  * static void on_error(const char* format, va_list args)
@@ -63,7 +63,8 @@ OZR_API void ozr_log_set_external_debug(ozr_log_hook hook);
 /**@}*/
 
 /**
- * Installs those hooks of a configuration that are set; a null field leaves the hook of its level as it is.
+ * Installs those hooks of a configuration that are set; a null field leaves the hook of its level
+ * as it is.
  *
  * @param config  configuration; only its four hook fields are read.
  * @return ozr_success, or ozr_err_invalid_argument (not logged) when config is null.
@@ -86,7 +87,8 @@ OZR_API void ozr_log_print_library_information(void);
 /** @name Built-in sinks */
 /**@{*/
 /**
- * Writes one finished line at the level of the function's name, whatever the enable flag and the hooks say.
+ * Writes one finished line at the level of the function's name, whatever the enable flag and
+ * the hooks say.
  * @param line  prefix and text, without a line feed.
  */
 OZR_API void ozr_platform_log_error(const char* line);

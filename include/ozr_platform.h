@@ -1,6 +1,7 @@
 /**
  * @file
- * Services of the operating system under the library's names: properties, time, formatted text, shared objects.
+ * Services of the operating system under the library's names: properties, time, formatted
+ * text, shared objects.
  */
 #ifndef OZR_PLATFORM_H
 #define OZR_PLATFORM_H
@@ -45,10 +46,18 @@ OZR_API int32_t ozr_platform_snprintf(char* buffer, uint32_t size, const char* f
 OZR_API int32_t ozr_platform_vsnprintf(char* buffer, uint32_t size, const char* format, va_list args)
     OZR_PRINTF(3, 0);
 
-/** Opens a shared object with dlopen(name, RTLD_LAZY). @param name  path or name. @return its handle, or null. */
+/**
+ * Opens a shared object with dlopen(name, RTLD_LAZY).
+ * @param name  path or name.
+ * @return its handle, or null.
+ */
 OZR_API void* ozr_platform_dlopen(const char* name);
 
-/** Looks a symbol up; a pending dlerror text is dropped. @param handle, symbol  where and what. @return it, or null. */
+/**
+ * Looks a symbol up; a pending dlerror text is dropped.
+ * @param handle, symbol  where and what.
+ * @return it, or null.
+ */
 OZR_API void* ozr_platform_dlsym(void* handle, const char* symbol);
 
 /** Closes a shared object. @param handle  of ozr_platform_dlopen; null is ignored. */

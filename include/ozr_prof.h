@@ -21,8 +21,8 @@ OZR_BEGIN_DECLS
 
 /**
  * @name Profiler
- * Wall-clock statistics in 1000 static slots, numbered from 0; nothing is allocated. A slot belongs to one thread at
- * a time. A slot number outside the table is ignored.
+ * Wall-clock statistics in 1000 static slots, numbered from 0; nothing is allocated. A slot belongs
+ * to one thread at a time. A slot number outside the table is ignored.
  */
 /**@{*/
 /** Clears a slot: numbers 0, label empty. @param slot  0 to 999. */
@@ -31,7 +31,11 @@ OZR_API void ozr_prof_set(uint32_t slot);
 /** Starts an interval. @param slot  0 to 999. */
 OZR_API void ozr_prof_go(uint32_t slot);
 
-/** Labels a slot, then starts an interval. @param slot  0 to 999. @param label  300 characters count; null keeps it. */
+/**
+ * Labels a slot, then starts an interval.
+ * @param slot  0 to 999.
+ * @param label  300 characters count; null keeps it.
+ */
 OZR_API void ozr_prof_go_label(uint32_t slot, const char* label);
 
 /**
@@ -53,7 +57,10 @@ OZR_API int32_t ozr_prof_print(void);
  */
 OZR_API int32_t ozr_prof_print_logfunc(ozr_log_hook function);
 
-/** Logs a label, the wall clock in milliseconds and a value at info level. @param label, value  shown as they are. */
+/**
+ * Logs a label, the wall clock in milliseconds and a value at info level.
+ * @param label, value  shown as they are.
+ */
 OZR_API void ozr_prof_print_timestamp(const char* label, int32_t value);
 /**@}*/
 

@@ -1,6 +1,7 @@
 /**
  * @file
- * Common types of the library: result codes, points, versions, log hooks and the configuration record.
+ * Common types of the library: result codes, points, versions, log hooks and the configuration
+ * record.
  *
  * Every other public header includes this one. All of them compile as C99 and as C++17.
  *
@@ -27,7 +28,8 @@
 
 /**
  * @def OZR_INT32_ENUM
- * Makes an enumeration 32 signed bits wide: in C++ any 32-bit value may be stored, not only the named ones.
+ * Makes an enumeration 32 signed bits wide: in C++ any 32-bit value may be stored, not only
+ * the named ones.
  * @def OZR_BEGIN_DECLS
  * Opens a part with C linkage; nothing in C.
  * @def OZR_END_DECLS
@@ -45,8 +47,8 @@
 
 /**
  * @name Version of the configuration
- * What a configuration has to name, and the library's banner. It stays while sessions are set up as they are; what was
- * added since then shows in the release.
+ * What a configuration has to name, and the library's banner. It stays while sessions are set up as
+ * they are; what was added since then shows in the release.
  */
 /**@{*/
 /** Counts incompatible changes. */
@@ -61,8 +63,8 @@
 
 /**
  * @name Version of the release
- * What this header belongs to. Written here once: the build takes the version of the shared object, of its symbols and of
- * the packages from these lines.
+ * What this header belongs to. Written here once: the build takes the version of the shared object,
+ * of its symbols and of the packages from these lines.
  */
 /**@{*/
 /** Counts incompatible changes. */
@@ -75,14 +77,17 @@
 
 OZR_BEGIN_DECLS
 
-/** Result of a call: ozr_success, or a negative code. Detection also returns positive picture numbers. */
+/**
+ * Result of a call: ozr_success, or a negative code. Detection also returns positive picture
+ * numbers.
+ */
 typedef int32_t ozr_err;
 
 /** The values of ozr_err. ozr_err_to_string returns their names. */
 enum {
     ozr_success = 0,               /**< done */
-    ozr_err_general = -1,          /**< an internal condition did not hold, or nothing more precise fits */
-    ozr_err_not_supported = -2,    /**< format, parameter or version that the call does not handle */
+    ozr_err_general = -1,          /**< an internal condition did not hold, or nothing else fits */
+    ozr_err_not_supported = -2,    /**< a format, parameter or version not handled by the call */
     ozr_err_invalid_argument = -3, /**< null pointer, or a value outside what the call accepts */
     ozr_err_out_of_bound = -4,     /**< more pictures than a sweep may hold */
     ozr_err_interrupted = -5,      /**< reserved; a cancelled call reports ozr_err_invalid_status */
@@ -108,7 +113,8 @@ typedef struct ozr_version {
 /**
  * Receives log lines of one level in place of the built-in output.
  *
- * Called with the unformatted printf-style format and its started argument list: no level prefix, no line feed.
+ * Called with the unformatted printf-style format and its started argument list: no level prefix,
+ * no line feed.
  * @note Threads: called on whichever thread logs.
  */
 typedef void (*ozr_log_hook)(const char* format, va_list args);
@@ -116,17 +122,18 @@ typedef void (*ozr_log_hook)(const char* format, va_list args);
 /**
  * Library configuration, read once by ozr_panorama_create.
  *
- * Start from ozr_panorama_get_default_config, then change what is needed. The reserved fields are never read.
+ * Start from ozr_panorama_get_default_config, then change what is needed. The reserved fields
+ * are never read.
  */
 typedef struct ozr_config {
-    ozr_version version;      /**< interface version the caller was built against: 1.0.1, any revision */
+    ozr_version version;      /**< that the caller was built against: 1.0.1, any revision */
     const char* description;  /**< text shown by the handle; kept as a pointer, never copied */
     void* engine_resource;    /**< must be set when engine_type is 1; never dereferenced */
     void* aux_resource;       /**< must be set when aux_type is 1; never dereferenced */
     int32_t engine_type;      /**< 0 or 1; both select the same engine */
     int32_t aux_type;         /**< only checked against aux_resource */
     uint32_t reserved[2];     /**< not read */
-    ozr_log_hook log_debug;   /**< receives debug lines; null keeps the hook there is, as in the next three */
+    ozr_log_hook log_debug;   /**< takes debug lines; null keeps the hook, as in the next three */
     ozr_log_hook log_error;   /**< receives error lines */
     ozr_log_hook log_warning; /**< receives warnings */
     ozr_log_hook log_info;    /**< receives info lines */
@@ -137,8 +144,8 @@ typedef struct ozr_config {
  * Name of a result code.
  *
  * @param code  any number.
- * @return the name of the code as written above, "ozr_err_unknown" for a number that is none of them; a constant
- *         string, never null.
+ * @return the name of the code as written above, "ozr_err_unknown" for a number that is none of
+ *         them; a constant string, never null.
  * @note Threads: any.
  */
 OZR_API const char* ozr_err_to_string(ozr_err code);

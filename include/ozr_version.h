@@ -19,12 +19,16 @@ typedef struct ozr_version_variety_entry {
  * Compares major, then minor; patch and revision do not count.
  *
  * @param a, b  versions.
- * @return 1 when a is the greater, -1 when b is, 0 when both are equal; -3 (ozr_err_invalid_argument) for a null
- *         pointer.
+ * @return 1 when a is the greater, -1 when b is, 0 when both are equal; -3
+ *         (ozr_err_invalid_argument) for a null pointer.
  */
 OZR_API int32_t ozr_version_compare(const ozr_version* a, const ozr_version* b);
 
-/** Compares all but the revision. @param a, b  versions; not null. @return 1 when they are equal, else 0. */
+/**
+ * Compares all but the revision.
+ * @param a, b  versions; not null.
+ * @return 1 when they are equal, else 0.
+ */
 OZR_API int32_t ozr_version_is_matching(const ozr_version* a, const ozr_version* b);
 
 /**
@@ -39,8 +43,8 @@ ozr_version_variety_get_matching(const ozr_version* wanted, const ozr_version_va
                                  int32_t count);
 
 /**
- * Finds the entry of the greatest version by ozr_version_compare; of equal ones the first. Entries without a version
- * are passed over, unless none has one.
+ * Finds the entry of the greatest version by ozr_version_compare; of equal ones the first. Entries
+ * without a version are passed over, unless none has one.
  *
  * @param entries, count  the entries and their number.
  * @return the entry, or null when there is none.

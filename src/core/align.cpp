@@ -1,5 +1,5 @@
-// Intake of pictures: projection, pyramid with integral images, and alignment with the picture before, from coarse to
-// fine by fixed-point normalised cross-correlation.
+// Intake of pictures: projection, pyramid with integral images, and alignment with the picture
+// before, from coarse to fine by fixed-point normalised cross-correlation.
 #include <algorithm>
 #include <cstdlib>
 
@@ -70,7 +70,8 @@ uint32_t _panoGetSum(const Level& level, const Area& area)
            at(area.x0 - 1, area.y0 - 1);
 }
 
-// Where the two overlap, in the first one, when the second one's origin is at (dx, dy) of the first.
+// Where the two overlap, in the first one, when the second one's origin is at (dx, dy)
+// of the first.
 Area _overlap(const LevelPair& pair, int32_t dx, int32_t dy)
 {
     const PanoImg* img0 = pair.first.img;
@@ -85,7 +86,8 @@ int32_t _rounded_mean(uint32_t sum, uint32_t count)
     return static_cast<int32_t>((sum + (count >> 1)) / count);
 }
 
-// sign(r) * r^2 in Q3.28 from the three sums, whose lowest 10 bits are dropped once more before the divisions.
+// sign(r) * r^2 in Q3.28 from the three sums, whose lowest 10 bits are dropped once more
+// before the divisions.
 int32_t _score(const kernels::CorrelationSums& sums)
 {
     const int32_t a = sums.aa >> 10;
@@ -97,7 +99,8 @@ int32_t _score(const kernels::CorrelationSums& sums)
     return static_cast<int32_t>(sums.ab < 0 ? 0U - r2 : r2);
 }
 
-// Score of the second picture with its origin at (dx, dy) of the first. Flat or empty overlaps score 0.
+// Score of the second picture with its origin at (dx, dy) of the first. Flat or empty
+// overlaps score 0.
 int32_t normalized_cross_correlation_fixed(const LevelPair& pair, int32_t dx, int32_t dy)
 {
     const PanoImg* img0 = pair.first.img;
@@ -121,7 +124,8 @@ int32_t normalized_cross_correlation_fixed(const LevelPair& pair, int32_t dx, in
     return _score(kernels::active()->align.correlate_areas(areas, pair.shift));
 }
 
-// Level 0 is the projected picture at the work size, every further level half the size of the one before.
+// Level 0 is the projected picture at the work size, every further level half the size of
+// the one before.
 PanoResult _fill_level(const PanoramaCore* pi, const PanoImg* projected, AlignItem* item, int32_t level)
 {
     PanoImg* img = &item->pyramid[level];
@@ -149,8 +153,8 @@ PanoResult _fill_item(const PanoramaCore* pi, const PanoImg* projected, AlignIte
     return kPanoSuccess;
 }
 
-// The two pictures of a pair and where the second is expected in the first. 64 bits: any 32-bit position can be mirrored
-// and widened by the search range.
+// The two pictures of a pair and where the second is expected in the first. 64 bits: any 32-bit
+// position can be mirrored and widened by the search range.
 struct Pair {
     const AlignItem* a;
     const AlignItem* b;
@@ -164,8 +168,8 @@ int32_t _low_32_bits(int64_t value)
     return static_cast<int32_t>(static_cast<uint32_t>(value));
 }
 
-// The picture on the left is the reference, so the result is always the position of the right one, which notes where it
-// is expected.
+// The picture on the left is the reference, so the result is always the position of the right one,
+// which notes where it is expected.
 Pair _choose_pair(PanoramaCore* pi, int32_t index, int32_t x, int32_t y)
 {
     const bool forward = pi->forward == 1;
@@ -214,8 +218,8 @@ bool _misses(const SearchArea& area, const PanoImg* img)
            img->height + area.y_end <= 0;
 }
 
-// The best candidate so far, across all levels: a finer one replaces the position only by beating the best score found
-// at any level.
+// The best candidate so far, across all levels: a finer one replaces the position only by beating
+// the best score found at any level.
 struct Best {
     int32_t score;
     int32_t x;
@@ -272,8 +276,8 @@ void _align(const PanoramaCore* pi, const Pair& pair)
     *pair.result = {best.x * (1 << pi->pyramid.half), best.y * (1 << pi->pyramid.half), best.score};
 }
 
-// The projection addresses the source by its stride, so another geometry would be read outside its buffer; and a geometry
-// that init refused has the projection of an earlier one.
+// The projection addresses the source by its stride, so another geometry would be read outside its
+// buffer; and a geometry that init refused has the projection of an earlier one.
 bool _fits_projection(const PanoramaCore* pi, const PanoImg* img)
 {
     return is_usable(pi) && img->format == kPanoNv12 && img->width == pi->input.width &&

@@ -1,5 +1,6 @@
-// Writing the canvas: row by row, from the leftmost picture to the rightmost, each from its seam onward with a linear
-// transition. What the next picture covers is not written first, and no byte is cleared that a picture covers.
+// Writing the canvas: row by row, from the leftmost picture to the rightmost, each from its seam
+// onward with a linear transition. What the next picture covers is not written first, and no byte
+// is cleared that a picture covers.
 #include <string.h>
 
 #include <algorithm>
@@ -17,8 +18,8 @@ namespace
 
 constexpr int32_t kRowsAhead = 2;  // how far ahead rows are asked for
 
-// A transition at a seam, in pixels for luma and in pairs for chroma: `reach` columns to either side, weights rising from
-// 1 by `step` 128ths.
+// A transition at a seam, in pixels for luma and in pairs for chroma: `reach` columns to either
+// side, weights rising from 1 by `step` 128ths.
 struct Ramp {
     int32_t reach;
     int32_t step;
@@ -48,7 +49,8 @@ struct Position {
     int32_t y;
 };
 
-// What one picture adds to one output row. `at` and all columns count units: luma pixels or chroma pairs.
+// What one picture adds to one output row. `at` and all columns count units: luma pixels
+// or chroma pairs.
 struct Stroke {
     const uint8_t* src;
     ptrdiff_t src_step;   // bytes to the picture's next row
@@ -84,8 +86,9 @@ void _set_transition(Stroke* stroke, Switch at, const Ramp& ramp)
     stroke->first_weight = 1 + (stroke->blend_begin - (at.seam - ramp.reach)) * ramp.step;
 }
 
-// The column up to which the picture is to be seen, or read by the transition to the next one. That covers the rest, unless
-// it ends first: as wide a picture does not, but a narrower one, or chroma of an odd width that begins at an odd column.
+// The column up to which the picture is to be seen, or read by the transition to the next one. That
+// covers the rest, unless it ends first: as wide a picture does not, but a narrower one, or chroma
+// of an odd width that begins at an odd column.
 int32_t _copy_end(const Stroke& stroke, const Stroke* next)
 {
     if (next == nullptr || next->at + next->end < stroke.at + stroke.end)
@@ -186,8 +189,8 @@ struct RowStrokes {
     int32_t y;
 };
 
-// Adds picture i of the canvas, whose origin is at `at`, to a row. A chroma row follows the seam of the first of its two
-// rows.
+// Adds picture i of the canvas, whose origin is at `at`, to a row. A chroma row follows the seam of
+// the first of its two rows.
 void _add_picture(RowStrokes* strokes, const Canvas& canvas, int32_t i, Position at,
                   const CanvasTarget& target)
 {

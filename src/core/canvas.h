@@ -1,7 +1,8 @@
-// The canvas of a composition: the pictures that it takes, where they lie, and the seams between them.
+// The canvas of a composition: the pictures that it takes, where they lie, and the
+// seams between them.
 //
-// Positions are canvas pixels: picture i lies at the sum of the alignment results up to i, and the output shows the band
-// of rows that all pictures have in common.
+// Positions are canvas pixels: picture i lies at the sum of the alignment results up to i, and the
+// output shows the band of rows that all pictures have in common.
 #ifndef PANORAMA_CANVAS_H
 #define PANORAMA_CANVAS_H
 
@@ -33,12 +34,13 @@ struct Canvas {
     int64_t lowest;   // and its maximum, at least 0
 };
 
-// Finds the seam of every overlap, keeping off its edges by `margin` columns, and releases what the alignment kept of the
-// pictures. -4: two neighbours overlap outside their pictures; -8: memory is out; or as panorama_seam_find.
+// Finds the seam of every overlap, keeping off its edges by `margin` columns, and releases what the
+// alignment kept of the pictures. -4: two neighbours overlap outside their pictures; -8: memory is
+// out; or as panorama_seam_find.
 PanoResult find_seams(Canvas* canvas, int32_t margin);
 
-// Writes all pixels of `out`: the pictures, each from its seam onward, and 0 where there is none. `margin` decides on
-// the transitions.
+// Writes all pixels of `out`: the pictures, each from its seam onward, and 0 where there is none.
+// `margin` decides on the transitions.
 void write_canvas(const Canvas& canvas, int32_t margin, PanoImg* out);
 
 }  // namespace ozr::core

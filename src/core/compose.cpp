@@ -1,4 +1,5 @@
-// Composition: lays the aligned pictures out on one canvas, and has the seams found and the canvas written.
+// Composition: lays the aligned pictures out on one canvas, and has the seams found and
+// the canvas written.
 #include <algorithm>
 
 #include "core/canvas.h"
@@ -110,7 +111,8 @@ int32_t panorama_core_panorama(PanoramaCore* pi, int32_t count, PanoImg* out)
 {
     PanoImgOwner composed;
     const PanoResult result = compose(pi, count, out != nullptr ? &composed : nullptr);
-    // Kept: after a failure the caller's record has the size that the panorama was to have, once that was known.
+    // Kept: after a failure the caller's record has the size that the panorama was to have, once
+    // that was known.
     if (composed->width != 0 && out != nullptr)
         *out = composed.release();
     return result;

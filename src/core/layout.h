@@ -29,8 +29,8 @@ inline void order_pictures(PanoramaCore* pi, int32_t count, Canvas* canvas)
     }
 }
 
-// Where picture `index` lies against the one taken before it, which there is, and how well they correlate there. The core
-// measures the right one of two pictures against the left one.
+// Where picture `index` lies against the one taken before it, which there is, and how well they
+// correlate there. The core measures the right one of two pictures against the left one.
 inline AlignResult step_of(const PanoramaCore& pi, int32_t index)
 {
     const bool forward = pi.forward != 0;

@@ -50,8 +50,9 @@ constexpr float kSearchBehind = 0.1F;
 constexpr float kSearchAhead = 0.3F;
 constexpr float kSearchAcross = 0.1F;
 
-// Pixels times overlap percentage that the top level of the pyramid may have: the more the pictures overlap, the
-// deeper the pyramid. Products wrap around in 32 bits; sizes that large are refused later on.
+// Pixels times overlap percentage that the top level of the pyramid may have: the more the
+// pictures overlap, the deeper the pyramid. Products wrap around in 32 bits; sizes that large are
+// refused later on.
 constexpr int32_t kTopLevelBudget = 239999;
 
 constexpr int32_t kMostHalvings = 31;  // sizes below zero never become zero, but -1
@@ -148,8 +149,8 @@ PanoResult _set_up(PanoramaCore* pi, int32_t forward, int32_t width, int32_t hei
     _store_size(pi, width, height, stride);
     _set_pyramid_depth(pi);
     _set_work_size(pi);
-    // Kept: the first pointer is never filled here, so tables of an earlier sweep are replaced without being released;
-    // the engine makes a new context for every sweep.
+    // Kept: the first pointer is never filled here, so tables of an earlier sweep are replaced
+    // without being released; the engine makes a new context for every sweep.
     if (pi->proj.block_offsets != nullptr && pi->proj.unused[0] != nullptr)
         free_projection(&pi->proj);
     _set_search_range(pi);
@@ -158,8 +159,8 @@ PanoResult _set_up(PanoramaCore* pi, int32_t forward, int32_t width, int32_t hei
 
 }  // namespace
 
-// Widths of 8 to 31 make a circle of radius 0, and with it a division by zero. (Below 8 there is nothing to project: the
-// tables are empty and the first picture is refused.)
+// Widths of 8 to 31 make a circle of radius 0, and with it a division by zero. (Below 8 there is
+// nothing to project: the tables are empty and the first picture is refused.)
 bool ozr::core::is_usable(const PanoramaCore* pi)
 {
     if (pi->input.height <= 0 || pi->input.width <= 0 || pi->input.stride < 1)

@@ -1,13 +1,14 @@
-// The panorama core: aligns and composes the pictures of one sweep. Pictures reach it with the sweep running along
-// their x axis.
+// The panorama core: aligns and composes the pictures of one sweep. Pictures reach it with the
+// sweep running along their x axis.
 //
-// panorama_core.cpp holds the context's life and geometry, projection.cpp the way of source positions
-// onto the cylinder, project.cpp that of pictures, tables.cpp the tables for callers that want them,
-// align.cpp the intake and alignment of pictures, compose.cpp the composition, seams.cpp and
-// canvas.cpp its last steps. Nothing but the composition logs.
+// panorama_core.cpp holds the context's life and geometry, projection.cpp the way of source
+// positions onto the cylinder, project.cpp that of pictures, tables.cpp the tables for callers that
+// want them, align.cpp the intake and alignment of pictures, compose.cpp the composition, seams.cpp
+// and canvas.cpp its last steps. Nothing but the composition logs.
 //
-// What cannot be detected: a context that panorama_core_create did not make, a picture whose memory is smaller than its
-// geometry says or does not belong to the heap, and two threads in one context but for the cancellation.
+// What cannot be detected: a context that panorama_core_create did not make, a picture whose memory
+// is smaller than its geometry says or does not belong to the heap, and two threads in one context
+// but for the cancellation.
 #ifndef PANORAMA_CORE_H
 #define PANORAMA_CORE_H
 
@@ -28,13 +29,13 @@ enum PanoCoreParam : int32_t {
 // What the alignment of one picture needs.
 struct AlignItem {
     int32_t pyramid_levels;  // entries of the two arrays
-    PanoImg* pyramid;        // grey; level 0 first, each level half the size of the one before; owned
+    PanoImg* pyramid;        // grey; level 0 first, each level half the size of the last; owned
     uint32_t** integrals;    // one integral image per level, width x height sums; owned
-    ozr_point expected;      // position of this picture in the one on its left, where the search begins
+    ozr_point expected;      // of this picture in the one on its left, where the search begins
 };
 
-// Position of the later picture of a pair relative to the earlier one, full-size pixels, and the correlation there:
-// sign(r) * r^2 in Q3.28, or kNoSearchScore when no search could be made.
+// Position of the later picture of a pair relative to the earlier one, full-size pixels, and the
+// correlation there: sign(r) * r^2 in Q3.28, or kNoSearchScore when no search could be made.
 struct AlignResult {
     int32_t x;
     int32_t y;
@@ -44,8 +45,8 @@ struct AlignResult {
 // Projection tables of a picture size. W8 is the width rounded down to a multiple of 8.
 struct ProjectionInfo {
     void* unused[2];         // never filled here, released when set
-    int32_t* block_offsets;  // W8 / 8 x height: source byte at the top left of each block of 8 pixels
-    uint16_t* weights;       // 128 per block: 16 groups (4 x 4 source pixels) of 8 lanes (output pixels)
+    int32_t* block_offsets;  // W8 / 8 x height: source byte at the top left of each block
+    uint16_t* weights;       // 128 a block: 16 groups (4 x 4 source pixels) of 8 output pixels
     int32_t* chroma_map;     // W8 / 2 x height / 2: source chroma pair of each output chroma pair
 };
 
@@ -85,9 +86,9 @@ struct PanoramaCore {
     uint8_t initialised;
     int32_t overlap;  // percent
     SearchRange search;
-    uint8_t forward;                // 1: each picture lies to the right of the one before; 0xFF before init
-    PanoImg frames[kMaxPictures];   // projected pictures, semi-planar
-    AlignItem align[kMaxPictures];  // of the newest picture only, once its pair is aligned
+    uint8_t forward;                    // 1: pictures go to the right; 0xFF before init
+    PanoImg frames[kMaxPictures];       // projected pictures, semi-planar
+    AlignItem align[kMaxPictures];      // of the newest picture only, once its pair is aligned
     AlignResult offsets[kMaxPictures];  // of pair (i - 1, i) at i when forward, else at i - 1
     uint8_t added[kMaxPictures];        // projected, pyramid built
     uint8_t aligned[kMaxPictures];
@@ -96,11 +97,11 @@ struct PanoramaCore {
     int32_t g_nCount;  // pictures in the composition
     int32_t overlaps;  // g_nCount - 1
     PyramidShape pyramid;
-    int32_t margin;                   // columns left out at each side of an overlap, full-size pixels
+    int32_t margin;                   // full-size columns left out at each side of an overlap
     ozr::SharedWord<int32_t> cancel;  // set from another thread, polled
     // From here on not part of the interface.
     ozr::core::Projection* projection;  // null before init; owned
-    uint8_t has_tables;  // made by panorama_core_init, and missed where the caller has taken them away
+    uint8_t has_tables;                 // made by init: an error where a caller took them away
 };
 
 OZR_BEGIN_DECLS
@@ -111,30 +112,34 @@ OZR_API int32_t panorama_core_create(PanoramaCore** out);
 // Releases a context with everything in it; null is no fault. Returns 0.
 OZR_API int32_t panorama_core_destroy(PanoramaCore* core);
 
-// Parameter 0 is the overlap in percent; a value above 100 becomes 70. -3: null; -2 (get: -4): another id.
+// Parameter 0 is the overlap in percent; a value above 100 becomes 70.
+// -3: null; -2 (get: -4): another id.
 OZR_API int32_t panorama_core_set_param(PanoramaCore* core, int32_t id, uint32_t value);
 OZR_API int32_t panorama_core_get_param(PanoramaCore* core, int32_t id);
 
 // Asks a running panorama_core_add_input or panorama_core_panorama to stop. Null is no fault.
 OZR_API void panorama_core_request_cancel_async(PanoramaCore* core);
 
-// Prepares for a sweep of pictures of this size and stride: releases the pictures of an earlier one, derives the search
-// geometry and builds the projection tables. `forward` says whether each picture lies to the right of the one before.
-// -4: a size or stride that is not positive or cannot be projected (the geometry is stored all the same); -7: a table
-// could not be allocated.
+// Prepares for a sweep of pictures of this size and stride: releases the pictures of an earlier
+// one, derives the search geometry and builds the projection tables. `forward` says whether each
+// picture lies to the right of the one before.
+// -4: a size or stride that is not positive or cannot be projected (the geometry is stored all the
+// same); -7: a table could not be allocated.
 OZR_API int32_t panorama_core_init(PanoramaCore* pi, int32_t forward, int32_t width, int32_t height,
                                    int32_t stride);
 
-// Takes picture `index`: projects it, builds its pyramid, and aligns it with the picture before it. (x, y) is its
-// expected position relative to that one. Releases `img` on every path except -4 for the index, -2 and -201.
-// -4: index beyond the slots, or a picture of another geometry than init was told; -2: slot filled; -5: cancelled;
-// -201: not initialised; -3: no picture, or no tables; -202: no picture before it; -8: memory is out.
+// Takes picture `index`: projects it, builds its pyramid, and aligns it with the picture before it.
+// (x, y) is its expected position relative to that one. Releases `img` on every path except -4 for
+// the index, -2 and -201.
+// -4: index beyond the slots, or a picture of another geometry than init was told; -2: slot filled;
+// -5: cancelled; -201: not initialised; -3: no picture, or no tables; -202: no picture before it;
+// -8: memory is out.
 OZR_API int32_t panorama_core_add_input(PanoramaCore* pi, PanoImg* img, int32_t index, int32_t x, int32_t y);
 
 // Composes the first `count` pictures into `out`, which then owns its pixels.
-// -2: a negative count, no usable picture, or no common band of rows; -4: count above the slots, no record,
-// neighbours that overlap outside their pictures, or no column left of the width; -203: a picture is not aligned; -5:
-// cancelled (the request is cleared); -8, -7: memory is out.
+// -2: a negative count, no usable picture, or no common band of rows; -4: count above the slots, no
+// record, neighbours that overlap outside their pictures, or no column left of the width; -203: a
+// picture is not aligned; -5: cancelled (the request is cleared); -8, -7: memory is out.
 OZR_API int32_t panorama_core_panorama(PanoramaCore* pi, int32_t count, PanoImg* out);
 
 OZR_END_DECLS
@@ -145,9 +150,9 @@ namespace ozr::core
 constexpr int32_t kScoreOne = 1 << 28;  // r = 1
 constexpr int32_t kNoSearchScore = -1;
 
-// As panorama_core_init, but without tables: rows of the projection are worked out when they are needed, and the projected
-// pictures are the same. Sizes whose tables would not fit 32-bit sizes are refused all the same, so both take the same
-// pictures.
+// As panorama_core_init, but without tables: rows of the projection are worked out when they are
+// needed, and the projected pictures are the same. Sizes whose tables would not fit 32-bit sizes
+// are refused all the same, so both take the same pictures.
 PanoResult prepare(PanoramaCore* pi, int32_t forward, int32_t width, int32_t height, int32_t stride);
 
 // As panorama_core_add_input, but the picture is only read and stays its owner's.
@@ -160,13 +165,15 @@ PanoResult compose(PanoramaCore* pi, int32_t count, PanoImgOwner* out);
 void _panoFreeAlignmentItem(AlignItem* item);
 void free_projection(ProjectionInfo* info);
 
-// Whether the stored geometry is one that can be projected without a division by zero or an overflow.
+// Whether the stored geometry is one that can be projected without a division by zero
+// or an overflow.
 bool is_usable(const PanoramaCore* pi);
 
 // Whether the tables of the stored geometry have sizes of 32 bits.
 bool tables_fit(const PanoramaCore* pi);
 
-// Fills the tables for pictures of the stored geometry, whose projection is prepared. -7: memory is out.
+// Fills the tables for pictures of the stored geometry, whose projection is prepared.
+// -7: memory is out.
 PanoResult make_tables(PanoramaCore* pi);
 
 // Projects a picture of that size into `dst`, W8 x height.

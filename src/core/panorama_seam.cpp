@@ -1,4 +1,5 @@
-// Seam finding by the exported name: checks, and a mask for every pixel. Composition masks row by row instead.
+// Seam finding by the exported name: checks, and a mask for every pixel. Composition masks row
+// by row instead.
 #include "core/panorama_seam.h"
 
 #include "core/seam_paths.h"

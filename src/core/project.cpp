@@ -1,8 +1,9 @@
-// Projection of pictures onto the cylinder. Luma is interpolated from the 2 x 2 pixels around a source position, chroma
-// taken from the nearest pair.
+// Projection of pictures onto the cylinder. Luma is interpolated from the 2 x 2 pixels around a
+// source position, chroma taken from the nearest pair.
 //
-// A row of the projection is a curve through the source, which the processor's own prefetching does not follow. And a
-// camera has written the source just now: without asking for it ahead, waiting for memory is half of the time.
+// A row of the projection is a curve through the source, which the processor's own prefetching does
+// not follow. And a camera has written the source just now: without asking for it ahead, waiting
+// for memory is half of the time.
 #include <algorithm>
 
 #include "base/prefetch.h"
@@ -43,10 +44,11 @@ struct Projector {
     const kernels::Kernels* kernels;
     PanoImg* dst;
     const PanoImg* src;
-    int64_t readable;  // behind the luma plane the chroma plane may be read: its bytes count for nothing
+    // Behind the luma plane the chroma plane may be read: its bytes count for nothing.
+    int64_t readable;
 
-    // Kept: where panorama_core_init has made tables, their places are what counts, whatever the caller made of them.
-    // `ahead` leads to the source rows that come next.
+    // Kept: where panorama_core_init has made tables, their places are what counts, whatever the
+    // caller made of them. `ahead` leads to the source rows that come next.
     void luma_row(int32_t y, const ProjectedRow& row, int32_t ahead) const
     {
         const int32_t blocks = dst->width / kBlock;
@@ -54,7 +56,7 @@ struct Projector {
         const int32_t* offsets =
             table != nullptr ? table + static_cast<ptrdiff_t>(y) * blocks : row.offsets.get();
         _ask_for_luma(src, offsets, blocks, ahead);
-        kernels->project.luma_row(pano_row(dst, y), src->data, readable, src->stride,
+        kernels->project.luma_row(pano_row(dst, y), {src->data, readable, src->stride},
                                   {offsets, pi->projection->columns.get(), row.rows.get()}, blocks);
     }
 
@@ -74,8 +76,8 @@ struct Projector {
                                     blocks);
     }
 
-    // All positions of an odd last row are the source's first pixel, which the patches of the first pixels of a block do
-    // not reach.
+    // All positions of an odd last row are the source's first pixel, which the patches of the first
+    // pixels of a block do not reach.
     void odd_last_row(int32_t y) const
     {
         uint8_t* row = pano_row(dst, y);

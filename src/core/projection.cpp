@@ -51,8 +51,8 @@ void _fill_circle(int32_t* circle, int32_t radius, int32_t count)
     }
 }
 
-// Output pixel k uses source columns from base + k on, so the base must lie low enough for the pixel that lags behind
-// the others most.
+// Output pixel k uses source columns from base + k on, so the base must lie low enough for the
+// pixel that lags behind the others most.
 int32_t _base_column(const int32_t* x)
 {
     int32_t lag = 0;
@@ -61,8 +61,8 @@ int32_t _base_column(const int32_t* x)
     return (*std::min_element(x, x + kBlock) + kPixel * lag) & -kPixel;
 }
 
-// Tent weights of four source columns for the position `behind` sixteenths behind the first: linear between the two next
-// to it, nothing beyond the fourth. In the order of kernels::ProjectionRow.
+// Tent weights of four source columns for the position `behind` sixteenths behind the first: linear
+// between the two next to it, nothing beyond the fourth. In the order of kernels::ProjectionRow.
 void _fill_tent(uint8_t* weights, int32_t behind)
 {
     for (int32_t j = 0; j < kPatch; ++j) {
@@ -93,8 +93,8 @@ void _fill_blocks(const Projection& projection, const int32_t* source_x)
     }
 }
 
-// Positions right and left of the centre add up to the last pair. The stretch is less than two: the pairs of a block are
-// within 8.
+// Positions right and left of the centre add up to the last pair. The stretch is less than two: the
+// pairs of a block are within 8.
 void _fill_pairs(const Projection& projection, const int32_t* source_x)
 {
     const int32_t pairs = projection.blocks * kBlockPairs;
@@ -219,7 +219,8 @@ bool ProjectionWalk::next()
     return true;
 }
 
-// Source rows below and above the centre add up to the last one. A block on the centre mirrors itself.
+// Source rows below and above the centre add up to the last one. A block on the
+// centre mirrors itself.
 void ProjectionWalk::place_chroma() const
 {
     const int32_t blocks = projection_->blocks;

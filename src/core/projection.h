@@ -1,8 +1,10 @@
-// The projection of a picture size onto the cylinder. A source position has 4 fractional bits. Everything is symmetric
-// about the picture's centre, so all positions follow from the offsets (x, y) of one quadrant:
+// The projection of a picture size onto the cylinder. A source position has 4 fractional bits.
+// Everything is symmetric about the picture's centre, so all positions follow from the offsets
+// (x, y) of one quadrant:
 //   u(x) = x F / C(x),  v(x, y) = y F / C(x)  with  C(x) ~ sqrt(R^2 - x^2),
-// a tangent-like stretch that grows towards the left and right edges. u is the same in every row, and v grows row by row by
-// a quotient and a remainder: rows are worked out when a picture comes to them, and only what they have in common is kept.
+// a tangent-like stretch that grows towards the left and right edges. u is the same in every row,
+// and v grows row by row by a quotient and a remainder: rows are worked out when a picture comes to
+// them, and only what they have in common is kept.
 #ifndef PANORAMA_PROJECTION_H
 #define PANORAMA_PROJECTION_H
 
@@ -42,10 +44,10 @@ public:
 
     const int32_t blocks;                      // of a row
     const int32_t half_blocks;                 // right of the centre; a block on the centre counts
-    Buffer<uint8_t> columns;                   // 32 weights a block, as kernels::ProjectionRow has them
+    Buffer<uint8_t> columns;                   // 32 weights a block, as in kernels::ProjectionRow
     Buffer<int32_t> bases;                     // a block: its first source column
     Buffer<int32_t> pair_bases;                // a block: its first source pair
-    Buffer<uint8_t> pair_order;                // 8 bytes a block, as kernels::ProjectionChromaRow has them
+    Buffer<uint8_t> pair_order;                // 8 bytes a block: ProjectionChromaRow has them
     Buffer<kernels::ProjectionCurves> curves;  // of half_blocks
     ProjectedRow below;                        // the rows at hand
     ProjectedRow above;
@@ -71,8 +73,9 @@ public:
     int32_t y_below() const { return half_height_ + y_; }
     int32_t y_above() const { return half_height_ - 1 - y_; }
 
-    // What they are made from. Every second time they bring a row of chroma each, of half their number. With an odd half
-    // height the first two bring the same one, and the upper one is what counts.
+    // What they are made from. Every second time they bring a row of chroma each, of half
+    // their number. With an odd half height the first two bring the same one, and the upper
+    // one is what counts.
     const ProjectedRow& below() const { return projection_->below; }
     const ProjectedRow& above() const { return projection_->above; }
     bool has_chroma() const { return y_ % 2 == 0; }

@@ -1,7 +1,8 @@
-// Dynamic programming with sums of 16 bits, which count modulo 2^16. Only how far neighbours lie apart is ever looked at,
-// and that grows by no more than the cost of a pixel from one row to the next: it is measured whenever it may have
-// outgrown 16 bits. Where it nearly has, which takes a path that runs slantwise without cost through an expensive picture,
-// the sums get 32 bits for the rows that are left.
+// Dynamic programming with sums of 16 bits, which count modulo 2^16. Only how far neighbours lie
+// apart is ever looked at, and that grows by no more than the cost of a pixel from one row to the
+// next: it is measured whenever it may have outgrown 16 bits. Where it nearly has, which takes a
+// path that runs slantwise without cost through an expensive picture, the sums get 32 bits for the
+// rows that are left.
 #include "core/seam_paths.h"
 
 #include <stdlib.h>
@@ -95,8 +96,8 @@ void SeamPaths::add_row(const uint8_t* a, const uint8_t* b, const uint8_t* mask)
     ++rows_;
 }
 
-// The least sum above a column and the least sum above its neighbour differ by no more than two neighbours did in that row:
-// the cost of one pixel is what a row can add.
+// The least sum above a column and the least sum above its neighbour differ by no more than two
+// neighbours did in that row: the cost of one pixel is what a row can add.
 void SeamPaths::make_room()
 {
     room_ = (INT16_MAX - _steepest(static_cast<const uint16_t*>(above_), width_)) / kLargestCost;

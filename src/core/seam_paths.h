@@ -1,8 +1,8 @@
 // The least-cost paths through two regions, which rows are added to one by one from the top.
 //
-// Paths go from the top row down, one column per row, at most one column sideways between rows; a pixel costs the
-// difference of the two regions, its bits united with those of the mask. Of two rows the sums of the best path to every column are
-// kept, of all rows the step that it took last.
+// Paths go from the top row down, one column per row, at most one column sideways between rows; a
+// pixel costs the difference of the two regions, its bits united with those of the mask. Of two
+// rows the sums of the best path to every column are kept, of all rows the step that it took last.
 #ifndef PANORAMA_SEAM_PATHS_H
 #define PANORAMA_SEAM_PATHS_H
 
@@ -22,7 +22,8 @@ struct FreeAligned {
 };
 using SeamWorkspace = std::unique_ptr<uint8_t, FreeAligned>;
 
-// Bytes for a region of this size: about one a pixel. -1 where a 32-bit sum for every pixel would not fit a 32-bit size.
+// Bytes for a region of this size: about one a pixel. -1 where a 32-bit sum for every pixel would
+// not fit a 32-bit size.
 int64_t seam_workspace_size(int32_t width, int32_t height);
 
 // Null when memory is out, or for a size of -1.
@@ -36,8 +37,9 @@ public:
 
     void add_row(const uint8_t* a, const uint8_t* b, const uint8_t* mask);
 
-    // The cheapest path to the last row: a column for each row. Of equally cheap ones that which ends leftmost, and goes
-    // straight down rather than from the left, and from the left rather than from the right.
+    // The cheapest path to the last row: a column for each row. Of equally cheap ones that which
+    // ends leftmost, and goes straight down rather than from the left, and from the left rather
+    // than from the right.
     void trace(int32_t* columns) const;
 
 private:

@@ -1,4 +1,5 @@
-// The seams of a canvas: one in every overlap of two neighbours, each to the right of the one before.
+// The seams of a canvas: one in every overlap of two neighbours, each to the right of
+// the one before.
 #include <algorithm>
 
 #include "base/prefetch.h"
@@ -16,7 +17,8 @@ namespace
 
 constexpr int32_t kRowsAhead = 2;  // how far ahead rows are asked for
 
-// What seams are found with, large enough for every overlap of a canvas: memory that was in use already costs nothing.
+// What seams are found with, large enough for every overlap of a canvas: memory that was in use
+// already costs nothing.
 struct SeamTools {
     Buffer<uint8_t> mask;  // of a row
     SeamWorkspace workspace;

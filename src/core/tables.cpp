@@ -1,5 +1,5 @@
-// The projection as tables, for callers of panorama_core_init: 35 bytes a pixel. A sweep of the library's own has none, and
-// works out what it needs row by row.
+// The projection as tables, for callers of panorama_core_init: 35 bytes a pixel. A sweep of the
+// library's own has none, and works out what it needs row by row.
 #include "core/panorama_core.h"
 #include "core/projection.h"
 #include "image/pano_result.h"
@@ -53,8 +53,8 @@ struct Tables {
         }
     }
 
-    // All positions of an odd last row are the source's first pixel: that is in the patches of the last four pixels of a
-    // block, which begin seven columns before.
+    // All positions of an odd last row are the source's first pixel: that is in the patches of the
+    // last four pixels of a block, which begin seven columns before.
     void fill_odd_last_row(const Projection& projection, int32_t y) const
     {
         const ptrdiff_t first = static_cast<ptrdiff_t>(y) * projection.blocks;

@@ -198,12 +198,15 @@ int32_t panorama_engine_set_image(PanoramaInternal* pe, const PanoImg* picture, 
         return _fail(pe, index, kPanoWrongState);
     pe->image_state[index] = kSlotAdding;
     pe->offsets[index] = *offset;
-    const int32_t count = pe->count;  // read now: once the slot leaves its state, a reset may follow
+    // Read now: once the slot leaves its state, a reset may follow.
+    const int32_t count = pe->count;
     PanoResult result = kPanoSuccess;
     if (index == 1) {
-        ignore(_set_up_core(pe, picture));  // a core that could not be set up refuses the first picture
+        // A core that could not be set up refuses the first picture.
+        ignore(_set_up_core(pe, picture));
         if (pe->frame_present[0] == 0)
-            return kPanoPictureBusy;  // kept: the slot stays kSlotAdding, so cancellations time out until init
+            // Kept: the slot stays kSlotAdding, so cancellations time out until init.
+            return kPanoPictureBusy;
         result = _hand_over_first(pe);
     }
     if (result >= 0)

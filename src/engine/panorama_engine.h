@@ -66,9 +66,9 @@ struct PanoramaInternal {
     float overlap;    // fraction
     float tolerance;  // of detection, fraction
     uint8_t strict_mode;
-    PictureSize reference;  // size that the motion is measured in: the first picture's, then the preview's
-    float inv_scale;        // from scaled preview pixels to reference pixels
-    PictureSize small;      // of the scaled preview
+    PictureSize reference;        // for motion: the first picture's, then the preview's
+    float inv_scale;              // from scaled preview pixels to reference pixels
+    PictureSize small;            // of the scaled preview
     int32_t direction_threshold;  // squared length of the motion that decides the direction
     ozr_point target;             // motion from one picture to the next
     ozr_point target_tolerance;

@@ -54,9 +54,9 @@ uint32_t _rows_cost(const ConstPlane& reference, const ConstPlane& current, Regi
 {
     const kernels::MotionKernels& motion = kernels::active()->motion;
     const Inside columns = _inside(x, dx, reference.width);
-    uint32_t cost =
-        motion.sad_area(reference.data + columns.first, reference.stride, current.data + columns.first + dx,
-                        current.stride, columns.end - columns.first, reference.height);
+    uint32_t cost = motion.sad_area({reference.data + columns.first, reference.stride},
+                                    {current.data + columns.first + dx, current.stride},
+                                    columns.end - columns.first, reference.height);
     if (columns.first == x.first && columns.end == x.last + 1)
         return cost;
     for (int32_t y = 0; y < reference.height; ++y) {

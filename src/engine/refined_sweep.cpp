@@ -16,7 +16,7 @@ using refined::Sweep;
 namespace
 {
 
-int32_t _check(const PanoramaInternal* pe, const Sweep* sweep, const PanoImg* picture, int32_t index)
+PanoResult _check(const PanoramaInternal* pe, const Sweep* sweep, const PanoImg* picture, int32_t index)
 {
     if (pe->cancel_requested != 0)
         return kPanoCancelled;
@@ -41,7 +41,7 @@ PictureHint _hint(const PanoramaInternal* pe, const ozr_point* offset)
 }
 
 // A record that owns less than its geometry says is filled up with zeros in a copy.
-int32_t _add(PanoramaInternal* pe, Sweep* sweep, const PanoImg* picture, const PictureHint& hint)
+PanoResult _add(PanoramaInternal* pe, Sweep* sweep, const PanoImg* picture, const PictureHint& hint)
 {
     const Cancel cancel = {&pe->cancel_requested};
     if (picture->size >= pano_geometry_size(picture))
@@ -51,9 +51,10 @@ int32_t _add(PanoramaInternal* pe, Sweep* sweep, const PanoImg* picture, const P
     return sweep->add(*copy.get(), hint, cancel);
 }
 
-// The share of classic joints that are right, by the square of their correlation: off by at most 2 percent of the picture's
-// width or height. Straight lines through what simulated sweeps show, among them shaken, rolled and mistold ones:
-// docs/quality.md. Even the best are sometimes wrong: a wall of windows fits itself a window further.
+// The share of classic joints that are right, by the square of their correlation: off by at most 2
+// percent of the picture's width or height. Straight lines through what simulated sweeps show,
+// among them shaken, rolled and mistold ones: docs/quality.md. Even the best are sometimes wrong: a
+// wall of windows fits itself a window further.
 struct Calibration {
     double square;
     double right;
@@ -79,14 +80,13 @@ float _confidence_of_score(int32_t score)
 
 }  // namespace
 
-int32_t panorama_engine_add_refined(PanoramaInternal* pe, Sweep* sweep, const PanoImg* picture, int32_t index,
-                                    const ozr_point* offset)
+PanoResult panorama_engine_add_refined(PanoramaInternal* pe, Sweep* sweep, const PanoImg* picture,
+                                       int32_t index, const ozr_point* offset)
 {
     if (pe == nullptr || picture == nullptr)
         return kPanoNullArgument;
     const bool has_slot = index >= 0 && index < kMaxPictures;
-    int32_t result = _check(pe, sweep, picture, index);
-    const int32_t count = pe->count;  // read now: once the slot leaves its state, a reset may follow
+    PanoResult result = _check(pe, sweep, picture, index);
     if (result >= 0) {
         pe->image_state[index] = kSlotAdding;
         result = _add(pe, sweep, picture, _hint(pe, offset));
@@ -94,14 +94,14 @@ int32_t panorama_engine_add_refined(PanoramaInternal* pe, Sweep* sweep, const Pa
     const PanoSlotState failed = result == kPanoCancelled ? kSlotCancelled : kSlotFailed;
     if (has_slot)
         pe->image_state[index] = result < 0 ? failed : kSlotAdded;
-    return result < 0 ? result : count;
+    return result;
 }
 
-int32_t panorama_engine_compose_refined(PanoramaInternal* pe, Sweep* sweep)
+PanoResult panorama_engine_compose_refined(PanoramaInternal* pe, Sweep* sweep)
 {
     if (pe == nullptr)
         return kPanoNullArgument;
-    int32_t result = kPanoWrongState;
+    PanoResult result = kPanoWrongState;
     if (pe->status == kStatusStopped && sweep != nullptr) {
         PanoImg composed = {};
         result = sweep->compose({&pe->cancel_requested}, &composed);

@@ -1,5 +1,5 @@
-// The refined quality behind the engine's state machine: the same slots, statuses and requests to stop as the classic
-// one, with the pictures in an object of its own instead of the core.
+// The refined quality behind the engine's state machine: the same slots, statuses and requests to
+// stop as the classic one, with the pictures in an object of its own instead of the core.
 #ifndef ENGINE_REFINED_SWEEP_H
 #define ENGINE_REFINED_SWEEP_H
 
@@ -9,14 +9,16 @@
 namespace ozr::engine
 {
 
-// As panorama_engine_set_image. `offset` is a hint in pixels of the reference size; null: unknown.
-int32_t panorama_engine_add_refined(PanoramaInternal* pe, refined::Sweep* sweep, const PanoImg* picture,
-                                    int32_t index, const ozr_point* offset);
+// As panorama_engine_set_image, but for the number of slots. `offset` is a hint in pixels of the
+// reference size; null: unknown.
+PanoResult panorama_engine_add_refined(PanoramaInternal* pe, refined::Sweep* sweep, const PanoImg* picture,
+                                       int32_t index, const ozr_point* offset);
 
 // As panorama_engine_process_synthesis.
-int32_t panorama_engine_compose_refined(PanoramaInternal* pe, refined::Sweep* sweep);
+PanoResult panorama_engine_compose_refined(PanoramaInternal* pe, refined::Sweep* sweep);
 
-// The joint of the pictures `index` and `index` + 1 of a composed classic sweep. False beyond the last.
+// The joint of the pictures `index` and `index` + 1 of a composed classic sweep. False
+// beyond the last.
 bool panorama_engine_classic_joint(const PanoramaInternal* pe, int32_t index, ozr_panorama_joint* joint);
 
 }  // namespace ozr::engine

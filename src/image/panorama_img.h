@@ -103,9 +103,13 @@ OZR_API int32_t PanoImg_CopyEx(PanoImg* dst, const PanoImg* src, int32_t x, int3
 // Bilinear scaling to the destination's size. The step is (source - 1) / destination pixels, so the
 // last sample is before the last source pixel. Results are truncated and so up to one level darker.
 // -4: no pixels, or sizes that cannot be scaled.
-OZR_API int32_t PanoImg_ResizeGray(PanoImg* dst, const PanoImg* src);      // grey, or a luma plane, to grey
-OZR_API int32_t PanoImg_ResizeGrayYUYV(PanoImg* dst, const PanoImg* src);  // the luma of packed YUYV to grey
-OZR_API int32_t PanoImg_ResizeYUV(PanoImg* dst, const PanoImg* src);       // semi-planar to semi-planar
+//
+// From grey, or from a luma plane, to grey.
+OZR_API int32_t PanoImg_ResizeGray(PanoImg* dst, const PanoImg* src);
+// From the luma of packed YUYV to grey.
+OZR_API int32_t PanoImg_ResizeGrayYUYV(PanoImg* dst, const PanoImg* src);
+// From semi-planar to semi-planar.
+OZR_API int32_t PanoImg_ResizeYUV(PanoImg* dst, const PanoImg* src);
 
 // Grey to grey of exactly half the size, rounded down: truncated means of 2 x 2 pixels. -4: other
 // sizes.

@@ -97,7 +97,8 @@ kernels::PairsRow _pairs_from(const PanoImg* img, const uint8_t* row)
 void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
 {
     const kernels::Kernels* kernels = kernels::active();
-    const int64_t row_bytes = (int64_t{dst->width} + 1) & ~int64_t{1};  // an odd width gets a whole last pair
+    // An odd width gets a whole last pair.
+    const int64_t row_bytes = (int64_t{dst->width} + 1) & ~int64_t{1};
     uint32_t position = 0;
     for (int32_t y = 0; 2 * int64_t{y} < dst->height; ++y, position += steps.y) {
         uint8_t* row = pano_chroma_row(dst, y);
@@ -110,8 +111,8 @@ void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
         const int64_t bytes = std::min(row_bytes, _bytes_from(dst, row));
         if (above.bytes < 1 || bytes < 1)
             return;
-        kernels->resample.pairs_row(row, static_cast<int32_t>(bytes), above, _pairs_from(src, bottom),
-                                    steps.x, position & kResampleFracMask);
+        const kernels::PairsRows rows = {above, _pairs_from(src, bottom), position & kResampleFracMask};
+        kernels->resample.pairs_row(row, static_cast<int32_t>(bytes), rows, steps.x);
     }
 }
 

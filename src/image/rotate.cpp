@@ -90,6 +90,12 @@ void _clear(const PanoImg* img, int64_t begin, int64_t end)
         memset(img->data + begin, 0, static_cast<size_t>(inside - begin));
 }
 
+// One plane of a picture, its sides reduced.
+kernels::RotateTask _task(const uint8_t* plane, const PanoImg* src, int32_t reduced)
+{
+    return {plane, src->stride, src->width / reduced, src->height / reduced};
+}
+
 }  // namespace
 
 int32_t PanoImg_RotateCW90(PanoImg* dst, const PanoImg* src)
@@ -97,9 +103,9 @@ int32_t PanoImg_RotateCW90(PanoImg* dst, const PanoImg* src)
     PANO_FORWARD(_check_rotation(dst, src));
     if (_is_regular(dst, src)) {
         const kernels::Kernels* kernels = kernels::active();
-        kernels->rotate.bytes_cw(dst->data, dst->stride, src->data, src->stride, src->width, src->height);
-        kernels->rotate.pairs_cw(pano_chroma_row(dst, 0), dst->stride, pano_chroma_row(src, 0), src->stride,
-                                 src->width / 2, src->height / 2);
+        kernels->rotate.bytes_cw(dst->data, dst->stride, _task(src->data, src, 1));
+        kernels->rotate.pairs_cw(pano_chroma_row(dst, 0), dst->stride,
+                                 _task(pano_chroma_row(src, 0), src, 2));
         return kPanoSuccess;
     }
     const int64_t chroma = int64_t{dst->height} * dst->stride;
@@ -114,9 +120,9 @@ int32_t PanoImg_RotateCW270(PanoImg* dst, const PanoImg* src)
     PANO_FORWARD(_check_rotation(dst, src));
     if (_is_regular(dst, src)) {
         const kernels::Kernels* kernels = kernels::active();
-        kernels->rotate.bytes_ccw(dst->data, dst->stride, src->data, src->stride, src->width, src->height);
-        kernels->rotate.pairs_ccw(pano_chroma_row(dst, 0), dst->stride, pano_chroma_row(src, 0), src->stride,
-                                  src->width / 2, src->height / 2);
+        kernels->rotate.bytes_ccw(dst->data, dst->stride, _task(src->data, src, 1));
+        kernels->rotate.pairs_ccw(pano_chroma_row(dst, 0), dst->stride,
+                                  _task(pano_chroma_row(src, 0), src, 2));
         return kPanoSuccess;
     }
     const int64_t stride = dst->stride;

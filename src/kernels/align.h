@@ -7,11 +7,12 @@
 namespace ozr::kernels
 {
 
-// One row of an integral image: out[x] = above[x] + pixels[0] + ... + pixels[x], modulo 2^32. A null `above` counts
-// as zeros.
+// One row of an integral image: out[x] = above[x] + pixels[0] + ... + pixels[x], modulo 2^32. A
+// null `above` counts as zeros.
 using IntegralRow = void(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t width);
 
-// The correlation of two areas: the sums of a^2, b^2 and a*b, where a and b are pixels minus the mean of their area.
+// The correlation of two areas: the sums of a^2, b^2 and a*b, where a and b are pixels minus the
+// mean of their area.
 struct CorrelationSums {
     int32_t aa;
     int32_t bb;
@@ -30,9 +31,10 @@ struct AreaPair {
     int32_t rows;
 };
 
-// Each row is summed in two halves, columns [0, columns / 2) and the rest; the three sums of each half are shifted right
-// arithmetically by `shift` and then added to the totals, modulo 2^32. Shifted per half row, not per row: the split decides
-// which bits are lost and so belongs to the result. The sum of a half row fits 32 bits up to 33 025 columns (255^2 each).
+// Each row is summed in two halves, columns [0, columns / 2) and the rest; the three sums of each
+// half are shifted right arithmetically by `shift` and then added to the totals, modulo 2^32.
+// Shifted per half row, not per row: the split decides which bits are lost and so belongs to the
+// result. The sum of a half row fits 32 bits up to 33 025 columns (255^2 each).
 using CorrelateAreas = CorrelationSums(const AreaPair& areas, int32_t shift);
 
 struct AlignKernels {

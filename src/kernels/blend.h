@@ -9,7 +9,8 @@ namespace ozr::kernels
 
 // A linear transition in 128ths: with a = first_weight + x * weight_step (at most 128),
 //   dst[x] = min(255, (a * later[x] + (128 - a) * dst[x] + 128) >> 7).
-// Kept: 128, not 64, is added before the shift, so pixels of a transition are up to one level too bright.
+// Kept: 128, not 64, is added before the shift, so pixels of a transition are up to one
+// level too bright.
 using BlendRow = void(uint8_t* dst, const uint8_t* later, int32_t count, int32_t first_weight,
                       int32_t weight_step);
 

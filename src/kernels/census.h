@@ -8,10 +8,11 @@
 namespace ozr::kernels
 {
 
-// Texture codes of `count` windows of 3 x 3 pixels in rows `width` bytes apart. Window k starts at src[k]; bit
-// 3 r + c of dst[k + width + 1] tells whether 9 times its pixel in row r, column c exceeds the sum of the nine.
-// Windows are done in order, one at a time as far as anybody can see: `dst` may overlap `src`, and a variant that
-// does several at once leaves that case to the scalar one.
+// Texture codes of `count` windows of 3 x 3 pixels in rows `width` bytes apart. Window k
+// starts at src[k]; bit 3 r + c of dst[k + width + 1] tells whether 9 times its pixel in row
+// r, column c exceeds the sum of the nine. Windows are done in order, one at a time as far as
+// anybody can see: `dst` may overlap `src`, and a variant that does several at once leaves
+// that case to the scalar one.
 using CensusRun = void(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t count);
 
 struct CensusKernels {
@@ -22,7 +23,8 @@ namespace scalar
 {
 CensusRun census_run;
 
-// Whether the codes of `count` windows to be written, from `codes` on, share memory with the pixels to be read.
+// Whether the codes of `count` windows to be written, from `codes` on, share memory with the pixels
+// to be read.
 bool census_overlaps(const uint16_t* codes, const uint8_t* src, size_t stride, size_t count);
 
 constexpr void fill(CensusKernels* table)

@@ -29,12 +29,13 @@ using GrayToRgbaRow = void(uint8_t* dst, const uint8_t* src, int32_t count);
 // dst[x] = (77 R + 151 G + 28 B) >> 8 of pixel x: full range, no rounding.
 using RgbaToGrayRow = void(uint8_t* dst, const uint8_t* src, int32_t count);
 
-// dst[x] = ((66 R + 128 G + 25 B + 128) >> 8) + 16 of pixel x * step: limited range, at most 234. `dst` may start
-// where `src` starts: pixels are converted in order, and no source byte is overwritten before it was read.
+// dst[x] = ((66 R + 128 G + 25 B + 128) >> 8) + 16 of pixel x * step: limited range, at most 234.
+// `dst` may start where `src` starts: pixels are converted in order, and no source byte is
+// overwritten before it was read.
 using RgbaToLumaRow = void(uint8_t* dst, const uint8_t* src, int32_t count, int32_t step);
 
-// Chroma pair p is that of pixel 2p alone, not an average: U = (-38 R - 74 G + 112 B + 32896) >> 8 and
-// V = (112 R - 94 G - 18 B + 32896) >> 8, both within 16 to 240. Stored as pairs, U or V first.
+// Chroma pair p is that of pixel 2p alone, not an average: U = (-38 R - 74 G + 112 B + 32896) >> 8
+// and V = (112 R - 94 G - 18 B + 32896) >> 8, both within 16 to 240. Stored as pairs, U or V first.
 using RgbaToChromaPairsRow = void(uint8_t* dst, const uint8_t* src, int32_t pairs);
 
 // The same with the U and the V bytes in rows of their own.

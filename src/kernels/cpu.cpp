@@ -1,5 +1,5 @@
-// AVX2 needs more than the processor: the operating system has to save the upper halves of the registers too, or
-// another process would overwrite them.
+// AVX2 needs more than the processor: the operating system has to save the upper halves of the
+// registers too, or another process would overwrite them.
 #include "kernels/cpu.h"
 
 #if defined(__i386__) || defined(__x86_64__)
@@ -69,7 +69,8 @@ uint32_t ozr::kernels::cpu_features()
 
 #elif defined(__wasm_simd128__)
 
-// An engine without these instructions refuses the whole module, so that this code never runs on one.
+// An engine without these instructions refuses the whole module, so that this code never
+// runs on one.
 uint32_t ozr::kernels::cpu_features()
 {
     return kCpuWasm128;

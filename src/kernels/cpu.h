@@ -19,8 +19,8 @@ constexpr uint32_t kCpuAvx2 = 4;
 constexpr uint32_t kCpuNeon = 8;
 constexpr uint32_t kCpuWasm128 = 16;  // WebAssembly's 128-bit vectors
 
-// The sets that this processor has and the operating system lets programs use; 0 where it is neither x86, ARM nor
-// WebAssembly.
+// The sets that this processor has and the operating system lets programs use; 0 where it is
+// neither x86, ARM nor WebAssembly.
 uint32_t cpu_features();
 
 }  // namespace ozr::kernels

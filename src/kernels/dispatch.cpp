@@ -1,12 +1,14 @@
-// The tables of kernels, a level each, and the choice of one. Every level is the one below it with the kernels replaced
-// that its instruction set does faster; all are constants, so nothing runs at start-up and nothing needs a lock.
+// The tables of kernels, a level each, and the choice of one. Every level is the one below it with
+// the kernels replaced that its instruction set does faster; all are constants, so nothing runs at
+// start-up and nothing needs a lock.
 #include "kernels/cpu.h"
 #include "kernels/kernels.h"
 
 namespace ozr::kernels
 {
 
-// For stages of which a level has no variant. A stage's own fill(), which is no template, is preferred.
+// For stages of which a level has no variant. A stage's own fill(), which is no
+// template, is preferred.
 namespace sse2
 {
 template <class Table>
@@ -88,8 +90,8 @@ const Kernels* const kLevels[] = {&kScalarKernels, &kNeonKernels, nullptr};
 
 #elif defined(__wasm_simd128__)
 
-// Emscripten's headers translate the intrinsics up to SSSE3 into WebAssembly's vectors. They are one level:
-// an engine accepts a module with vector instructions as a whole or not at all.
+// Emscripten's headers translate the intrinsics up to SSSE3 into WebAssembly's vectors. They are
+// one level: an engine accepts a module with vector instructions as a whole or not at all.
 constexpr Kernels kWasm128Kernels =
     _level(_level(kScalarKernels, "sse2", 0, [](auto* stage) { sse2::fill(stage); }), "wasm128", kCpuWasm128,
            [](auto* stage) { ssse3::fill(stage); });

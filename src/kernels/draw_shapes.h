@@ -9,7 +9,7 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 
@@ -19,8 +19,8 @@ constexpr int32_t kLoad = 16;         // bytes of a source row that a block is m
 // Places are Q10 luma pixels: a pair is two of them wide, and begins half a one in;
 // places of luma are rounded to a 16th.
 struct LumaShape {
-    static constexpr int32_t kTaps = 4,
-                             kBefore = 1;  // rows and columns of a pixel, and those before its place
+    // Rows and columns of a pixel, and those of them before its place.
+    static constexpr int32_t kTaps = 4, kBefore = 1;
     static constexpr int32_t kPixelBytes = 1, kUnitBits = kDrawPlaceBits, kInset = -32;
     // Where a block's first and last pixel lie, in 16ths of it.
     static constexpr int32_t kFirst = 0, kLast = 14;

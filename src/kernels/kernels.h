@@ -1,15 +1,17 @@
-// The loops over pixels: one table of function pointers for each level, that is, for each instruction set.
+// The loops over pixels: one table of function pointers for each level, that is, for
+// each instruction set.
 //
-// The scalar function of a kernel is its meaning; a variant is right when it writes the same bytes for every
-// input. Callers fetch the table once per image with active(). No kernel reads or writes outside the ranges that its
-// stage's header states, and none needs alignment. Source and destination do not overlap unless the kernel says so.
+// The scalar function of a kernel is its meaning; a variant is right when it writes the same bytes
+// for every input. Callers fetch the table once per image with active(). No kernel reads or writes
+// outside the ranges that its stage's header states, and none needs alignment. Source and
+// destination do not overlap unless the kernel says so.
 //
-// Kernels take plain pointers, strides and sizes, not planes: the arguments of a call for one row stay in
-// registers, and a test can place each operand by itself between pages that must not be touched. This is
-// why some of them have six or seven parameters; elsewhere, more than five are a record.
+// Kernels take plain pointers, strides and sizes, or small records of them: the arguments of a call
+// for one row stay in registers, and a test can place each operand by itself between pages that
+// must not be touched.
 //
-// A stage's header states each kernel as the type of its functions, declares the variants of every level by that type,
-// and fills the level's table by name.
+// A stage's header states each kernel as the type of its functions, declares the variants of every
+// level by that type, and fills the level's table by name.
 #ifndef OZR_KERNELS_H
 #define OZR_KERNELS_H
 
@@ -60,7 +62,8 @@ extern const Kernels kAvx2Kernels;
 extern const Kernels kNeonKernels;
 #endif
 
-// All levels of this build, including those that this machine cannot run: the lowest first, then a null pointer.
+// All levels of this build, including those that this machine cannot run: the lowest first, then
+// a null pointer.
 extern const Kernels* const kLevels[];
 
 // The highest level that needs no more than these features.
@@ -69,7 +72,8 @@ const Kernels* best_for(uint32_t features);
 // The table to use on this machine; the same one for the life of the process.
 const Kernels* active();
 
-// Makes active() return this table, or the machine's own again for null. No other thread may use kernels meanwhile.
+// Makes active() return this table, or the machine's own again for null. No other thread may
+// use kernels meanwhile.
 void set_for_test(const Kernels* kernels);
 
 }  // namespace ozr::kernels

@@ -1,5 +1,5 @@
-// Masks for the last vector of a row. It ends with the row and so overlaps the vector before: only its last lanes have not
-// been counted yet.
+// Masks for the last vector of a row. It ends with the row and so overlaps the vector before: only
+// its last lanes have not been counted yet.
 #ifndef OZR_LAST_LANES_H
 #define OZR_LAST_LANES_H
 
@@ -8,7 +8,7 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 

@@ -10,8 +10,9 @@ namespace ozr::kernels
 // In place: byte i changes places with byte count - 1 - i for i < count / 2.
 using MirrorBytesRow = void(uint8_t* row, int32_t count);
 
-// In place: pair k, bytes 2k and 2k + 1, changes places with bytes bytes - 2 - 2k and bytes - 1 - 2k for
-// k < bytes / 4; with an odd number of bytes too, where pairs on the right start at odd bytes.
+// In place: pair k, bytes 2k and 2k + 1, changes places with bytes bytes - 2 - 2k and
+// bytes - 1 - 2k for k < bytes / 4; with an odd number of bytes too, where pairs on the right start
+// at odd bytes.
 using MirrorPairsRow = void(uint8_t* row, int32_t bytes);
 
 // In place: four-byte pixel i changes places with pixel count - 1 - i for i < count / 2.

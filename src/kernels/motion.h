@@ -7,10 +7,14 @@
 namespace ozr::kernels
 {
 
-// Sum of |a - b| over `rows` rows of `columns` bytes, modulo 2^32; strides in bytes, 0 to compare every row with the
-// same one.
-using SadArea = uint32_t(const uint8_t* a, int64_t a_stride, const uint8_t* b, int64_t b_stride,
-                         int32_t columns, int32_t rows);
+// A part of a frame. By value it takes two registers, as its members alone would.
+struct FrameArea {
+    const uint8_t* data;
+    int64_t stride;  // bytes; 0 to compare every row with the same one
+};
+
+// Sum of |a - b| over `rows` rows of `columns` bytes, modulo 2^32.
+using SadArea = uint32_t(FrameArea a, FrameArea b, int32_t columns, int32_t rows);
 
 // Sum of |a[x] - value| over `count` bytes; 0 for a count below 1.
 using SadConstRow = uint32_t(const uint8_t* a, uint8_t value, int32_t count);

@@ -9,8 +9,8 @@
 namespace ozr::kernels
 {
 
-// A picture to be resampled: row y of the result is at the position first_y + y * step_y. Sizes are those of the
-// result, in pixels; strides are bytes.
+// A picture to be resampled: row y of the result is at the position first_y + y * step_y. Sizes are
+// those of the result, in pixels; strides are bytes.
 struct ResampleTask {
     const uint8_t* src;
     int64_t src_stride;
@@ -28,8 +28,8 @@ struct ResampleRows {
     uint32_t fraction;
 };
 
-// Positions are computed in unsigned 32 bits. At a fraction of 0 the row below has no weight and may not exist:
-// `bottom` is then the same row as `top`.
+// Positions are computed in unsigned 32 bits. At a fraction of 0 the row below has no weight and
+// may not exist: `bottom` is then the same row as `top`.
 ResampleRows resample_rows(const ResampleTask& task, int32_t y);
 
 // The last source column that a row reads.
@@ -37,45 +37,53 @@ uint32_t resample_last_column(const ResampleTask& task);
 
 // Bilinear resampling of all rows:
 //   dst[x] = ((p00 (1024 - fx) + p10 fx) (1024 - fy) + p01 fy (1024 - fx) + p11 fx fy) >> 20
-// with the column i = x * step_x >> 10 and fx = x * step_x & 1023 in unsigned 32 bits. The largest sum is 255 * 2^20; no
-// rounding. Where fx is 0 the right-hand neighbour is not read.
+// with the column i = x * step_x >> 10 and fx = x * step_x & 1023 in unsigned 32 bits. The largest
+// sum is 255 * 2^20; no rounding. Where fx is 0 the right-hand neighbour is not read.
 using Resample = void(uint8_t* dst, int32_t dst_stride, const ResampleTask& task);
 
-// A row of byte pairs, of which `bytes` bytes (at least 1) may be read. A sample beyond them has the value of the last
-// byte; a sample whose right-hand neighbour is beyond them is its own neighbour.
+// A row of byte pairs, of which `bytes` bytes (at least 1) may be read. A sample beyond
+// them has the value of the last byte; a sample whose right-hand neighbour is beyond them
+// is its own neighbour.
 struct PairsRow {
     const uint8_t* data;
     int32_t bytes;
 };
 
-// The same for one row of byte pairs: first bytes are interpolated between first bytes, second ones between second
-// ones. Writes exactly dst_bytes bytes; an odd number ends in the middle of a pair. The two source rows may have
-// different lengths.
-using ResamplePairsRow = void(uint8_t* dst, int32_t dst_bytes, PairsRow top, PairsRow bottom, uint32_t step,
-                              uint32_t fraction);
+// The pairs above and below one row of the result, and its distance (Q10) from the upper ones.
+struct PairsRows {
+    PairsRow top;
+    PairsRow bottom;
+    uint32_t fraction;
+};
+
+// The same for one row of byte pairs: first bytes are interpolated between first bytes, second ones
+// between second ones. Writes exactly dst_bytes bytes; an odd number ends in the middle of a pair.
+// The two source rows may have different lengths.
+using ResamplePairsRow = void(uint8_t* dst, int32_t dst_bytes, const PairsRows& rows, uint32_t step);
 
 // dst[x] = src[x * step >> 10], in unsigned 32 bits.
 using NearestGrayRow = void(uint8_t* dst, int32_t dst_width, const uint8_t* src, uint32_t step);
 
-// dst[x] = src[x * step] for x < count; step 1 or more. `dst` may start where `src` starts: samples are copied in
-// order, and no byte is overwritten before it was read.
+// dst[x] = src[x * step] for x < count; step 1 or more. `dst` may start where `src` starts: samples
+// are copied in order, and no byte is overwritten before it was read.
 using SampleBytesRow = void(uint8_t* dst, const uint8_t* src, int32_t count, int64_t step);
 
 // dst[x] = src[2x] for x < dst_width: the luma of packed Y0 U Y1 V.
 using YuyvLumaRow = void(uint8_t* dst, const uint8_t* src, int32_t dst_width);
 
-// dst[x] = floor((top[2x] + top[2x+1] + bottom[2x] + bottom[2x+1]) / 4). Truncates, so rounding averages (pavgb) are
-// not an option. Reads exactly 2 * dst_width bytes of each row.
+// dst[x] = floor((top[2x] + top[2x+1] + bottom[2x] + bottom[2x+1]) / 4). Truncates, so rounding
+// averages (pavgb) are not an option. Reads exactly 2 * dst_width bytes of each row.
 using HalfGrayRow = void(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t dst_width);
 
 // The rounded mean of 2 x 2 pairs, each byte of a pair by itself: dst[2x + i], i < 2, is
-// (top[4x + i] + top[4x + 2 + i] + bottom[4x + i] + bottom[4x + 2 + i] + 2) / 4. Reads exactly 4 * pairs bytes of each row.
+// (top[4x + i] + top[4x + 2 + i] + bottom[4x + i] + bottom[4x + 2 + i] + 2) / 4. Reads exactly
+// 4 * pairs bytes of each row.
 using HalfPairsRow = void(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t pairs);
 
 struct ResampleKernels {
     Resample* gray;
     Resample* yuyv;  // from the luma of packed rows to grey
-    Resample* rgb;   // three bytes a pixel; the right-hand neighbour of a byte is three bytes further
+    Resample* rgb;   // three bytes a pixel; the right-hand neighbour is three bytes further
     ResamplePairsRow* pairs_row;
     YuyvLumaRow* yuyv_luma_row;
     HalfGrayRow* half_gray_row;

@@ -7,10 +7,17 @@
 namespace ozr::kernels
 {
 
-// Quarter turns of `width` x `height` elements; strides in bytes. Clockwise, element (column x, row y) goes to column
-// height - 1 - y of row x; counter-clockwise, to column y of row width - 1 - x.
-using Rotate = void(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
-                    int32_t height);
+// A picture to be turned: `width` x `height` elements, rows `src_stride` bytes apart.
+struct RotateTask {
+    const uint8_t* src;
+    int32_t src_stride;
+    int32_t width;
+    int32_t height;
+};
+
+// Quarter turns. Clockwise, element (column x, row y) goes to column height - 1 - y of row x;
+// counter-clockwise, to column y of row width - 1 - x. `dst_stride` is in bytes.
+using Rotate = void(uint8_t* dst, int32_t dst_stride, const RotateTask& task);
 
 struct RotateKernels {
     Rotate* bytes_cw;

@@ -1,6 +1,7 @@
-// Quarter turns in tiles, for variants that transpose a block in registers: a turn is a transposition that takes the rows,
-// or writes the columns, in reverse order. Tiles of blocks keep whole cache lines of both pictures at hand. The last block
-// of a tile may overlap the one before it: it writes the same bytes once more.
+// Quarter turns in tiles, for variants that transpose a block in registers: a turn is a
+// transposition that takes the rows, or writes the columns, in reverse order. Tiles of blocks keep
+// whole cache lines of both pictures at hand. The last block of a tile may overlap the one before
+// it: it writes the same bytes once more.
 #ifndef OZR_ROTATE_TILES_H
 #define OZR_ROTATE_TILES_H
 
@@ -11,7 +12,7 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 
@@ -27,15 +28,16 @@ struct Turn {
     int32_t height;
 };
 
-// `Element` has the edge of a block and its own size in bytes, the scalar kernels, and transposes a block from and to rows
-// so many bytes apart.
+// `Element` has the edge of a block and its own size in bytes, the scalar kernels, and transposes a
+// block from and to rows so many bytes apart.
 template <class Element, bool kCw>
 struct RotateTiles {
     static constexpr int32_t kEdge = Element::kEdge;
 
     static int32_t lesser(int32_t a, int32_t b) { return a < b ? a : b; }
 
-    // Turns the block at source column x, row y: the source row that becomes the first destination column is read first.
+    // Turns the block at source column x, row y: the source row that becomes the first destination
+    // column is read first.
     static void turn_block(const Turn& turn, int32_t x, int32_t y)
     {
         const int32_t first_row = kCw ? y + kEdge - 1 : y;
@@ -65,15 +67,14 @@ struct RotateTiles {
         }
     }
 
-    static void rotate(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride,
-                       int32_t width, int32_t height)
+    static void rotate(uint8_t* dst, int32_t dst_stride, const RotateTask& task)
     {
-        if (width >= kEdge && height >= kEdge)
-            turn_picture({dst, dst_stride, src, src_stride, width, height});
+        if (task.width >= kEdge && task.height >= kEdge)
+            turn_picture({dst, dst_stride, task.src, task.src_stride, task.width, task.height});
         else if (kCw)
-            Element::kClockwise(dst, dst_stride, src, src_stride, width, height);
+            Element::kClockwise(dst, dst_stride, task);
         else
-            Element::kCounterClockwise(dst, dst_stride, src, src_stride, width, height);
+            Element::kCounterClockwise(dst, dst_stride, task);
     }
 };
 

@@ -7,14 +7,15 @@
 namespace ozr::kernels
 {
 
-// The square of the scale and the product of two fractions are both shifted right by four bits before they are divided.
+// The square of the scale and the product of two fractions are both shifted right by four bits
+// before they are divided.
 constexpr uint32_t kWarpShift = 4;
 
-// A similarity warp. Source positions are multiples of 1 / scale pixel. Neither scale nor square is 0, and scale is
-// not -1.
+// A similarity warp. Source positions are multiples of 1 / scale pixel. Neither scale nor square is
+// 0, and scale is not -1.
 struct Warp {
     const uint8_t* src;
-    int64_t last;         // offset of the last sample; larger offsets, and negative ones, are clamped
+    int64_t last;         // offset of the last sample; others are clamped
     int32_t stride;       // bytes from one row to the next
     int32_t pixel_bytes;  // bytes from one sample to its right-hand neighbour
     int32_t columns;      // positions outside [0, columns) x [0, rows) give 0
@@ -25,12 +26,14 @@ struct Warp {
     int32_t step_y;
 };
 
-// `count` warped pixels from the position (x, y) on, all modulo 2^32: with the column and fraction x / scale and
-// x % scale (truncating: a position just left of 0 counts as column 0 with a negative fraction), likewise rows, and a
-// step back, with unchanged fractions, from the last column and the last row,
-//   dst = p00 + ((p10 - p00) fy + (p01 - p00) fx) / scale + ((fx fy >> 4) (p11 + p00 - p01 - p10)) / square
-// where p01 is right of p00 and p10 below it; every division truncates and the low byte is kept. `dst` may overlap the
-// source: pixels are done in order.
+// `count` warped pixels from the position (x, y) on, all modulo 2^32: with the column and fraction
+// x / scale and x % scale (truncating: a position just left of 0 counts as column 0 with a
+// negative fraction), likewise rows, and a step back, with unchanged fractions, from the last
+// column and the last row,
+//   dst = p00 + ((p10 - p00) fy + (p01 - p00) fx) / scale +
+//         ((fx fy >> 4) (p11 + p00 - p01 - p10)) / square
+// where p01 is right of p00 and p10 below it; every division truncates and the low byte is kept.
+// `dst` may overlap the source: pixels are done in order.
 using WarpRow = void(uint8_t* dst, int32_t count, const Warp& warp, int32_t x, int32_t y);
 
 // A straight walk over a grey picture, positions and steps in Q26.
@@ -44,7 +47,8 @@ struct Line {
     int64_t step_y;
 };
 
-// dst[i] = the pixel in column (x + i * step_x) >> 26 of row (y + i * step_y) >> 26, 0 outside the picture.
+// dst[i] = the pixel in column (x + i * step_x) >> 26 of row (y + i * step_y) >> 26, 0
+// outside the picture.
 using LineGrayRow = void(uint8_t* dst, int32_t count, const Line& line, int64_t x, int64_t y);
 
 struct WarpKernels {

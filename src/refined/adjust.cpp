@@ -18,7 +18,8 @@ namespace ozr::refined
 namespace
 {
 
-// The weights' width shrinks step by step, base pixels: a bad start is still pulled in, a wrong match ends without a say.
+// The weights' width shrinks step by step, base pixels: a bad start is still pulled in, a wrong
+// match ends without a say.
 struct Stage {
     double width;
     int32_t steps;
@@ -26,15 +27,16 @@ struct Stage {
 constexpr Stage kPlainStages[] = {{16.0, 12}, {8.0, 8}, {4.0, 6}, {2.0, 8}};
 constexpr Stage kFreeStages[] = {{4.0, 6}, {2.0, 6}, {1.0, 24}};
 
-// A last, narrow one where most matches are that close: what is a little off then is wrong rather than rolled or shaken.
+// A last, narrow one where most matches are that close: what is a little off then is wrong rather
+// than rolled or shaken.
 constexpr Stage kLastStage = {0.5, 4};
 constexpr double kSharpResidual = 0.2;  // base pixels, root mean square
 
 // Where matches are less close, pictures may be skewed, if that leaves so much less.
 constexpr double kSkewPays = 0.8;
 
-// What is known of lenses without looking: deviations that two thirds of all stay within, against matches that are good
-// to kMatchNoise. A pair alone is told to have a plain lens.
+// What is known of lenses without looking: deviations that two thirds of all stay within, against
+// matches that are good to kMatchNoise. A pair alone is told to have a plain lens.
 constexpr double kMatchNoise = 0.3;      // base pixels
 constexpr double kFocalDeviation = 0.3;  // of ln(focal / assumed)
 constexpr double kZoomDeviation = 0.01;
@@ -61,18 +63,13 @@ constexpr double kRidge = 1e-9;  // keeps unknowns that nothing depends on at re
 constexpr int32_t kPictureUnknowns = 4;
 constexpr int32_t kSkewUnknowns = 2;
 
-// Unknowns of one match, in this order: turns of both, focal length; zooms of both, radial term; skews of both. The freer
-// the lens, the more of them count.
+// Unknowns of one match, in this order: turns of both, focal length; zooms of both, radial term;
+// skews of both. The freer the lens, the more of them count.
 constexpr int32_t kMatchUnknowns = 14;
 constexpr int32_t kUnknownsOfFreedom[] = {7, 10, kMatchUnknowns};
 
-struct Problem {
-    const Link* links;
-    int32_t count;
-    int32_t pictures;
-    double assumed_focal;
-    LensFreedom freedom;
-
+// A task with the places of its unknowns.
+struct Problem : AdjustTask {
     int32_t unknowns() const
     {
         return skew_index(0) + (freedom == kShutterToo ? kSkewUnknowns * pictures : 0);
@@ -146,7 +143,8 @@ void _scatter(const Problem& problem, const Link& link, const LinkEquations& par
     }
 }
 
-// The robust cost k^2 e^2 / (k^2 + e^2), which no match can raise by more than k^2; its weight is (k^2 / (k^2 + e^2))^2.
+// The robust cost k^2 e^2 / (k^2 + e^2), which no match can raise by more than k^2; its weight is
+// (k^2 / (k^2 + e^2))^2.
 double _add_link(const Problem& problem, const Link& link, const Lenses& lenses, double width,
                  NormalEquations* equations)
 {
@@ -231,29 +229,38 @@ Lenses _moved(const Problem& problem, const Lenses& lenses, const double* step)
         moved.skews[i].stretch += step[problem.skew_index(i)];
         moved.skews[i].shear += step[problem.skew_index(i) + 1];
     }
-    // A single step changes the focal length by half at most: beyond that the equations tell nothing.
+    // A single step changes the focal length by half at most: beyond that the
+    // equations tell nothing.
     const double by = std::clamp(step[problem.focal_index()], -0.5, 0.5);
     moved.focal *= exponential(by);
     moved.radial = std::clamp(moved.radial + step[problem.radial_index()], -0.5, 0.5);
     return moved;
 }
 
-// Two sets of equations and a copy to decompose, too large together for the stack of a small thread.
+// Two sets of equations and a copy to decompose, too large together for the stack of
+// a small thread.
 struct Workspace {
     NormalEquations here;
     NormalEquations there;
     NormalEquations scratch;
 };
 
+struct Descent {
+    Problem problem;
+    const Cancel& cancel;
+    Workspace* work;
+};
+
 // Descends at one width of the weights; `reached_cost` is where it ends.
-int32_t _descend(const Problem& problem, const Stage& stage, const Cancel& cancel, Workspace* work,
-                 Lenses* lenses, double* reached_cost)
+PanoResult _descend(const Descent& descent, const Stage& stage, Lenses* lenses, double* reached_cost)
 {
+    const Problem& problem = descent.problem;
+    Workspace* work = descent.work;
     double damping = kFirstDamping;
     double& cost = *reached_cost;
     cost = _set_up(problem, *lenses, stage.width, &work->here);
     for (int32_t i = 0; i < stage.steps && damping < kLastDamping; ++i) {
-        if (cancel.asked())
+        if (descent.cancel.asked())
             return kPanoCancelled;
         double step[kMaxUnknowns];
         if (!_step(work->here, damping, &work->scratch, step)) {
@@ -278,11 +285,10 @@ int32_t _descend(const Problem& problem, const Stage& stage, const Cancel& cance
 }
 
 template <size_t kCount>
-int32_t _descend_all(const Problem& problem, const Stage (&stages)[kCount], const Cancel& cancel,
-                     Workspace* work, Lenses* lenses, double* cost)
+PanoResult _descend_all(const Descent& descent, const Stage (&stages)[kCount], Lenses* lenses, double* cost)
 {
     for (const Stage& stage : stages)
-        PANO_FORWARD(_descend(problem, stage, cancel, work, lenses, cost));
+        PANO_FORWARD(_descend(descent, stage, lenses, cost));
     return kPanoSuccess;
 }
 
@@ -294,26 +300,35 @@ double _mean_residual(const Problem& problem, const Lenses& lenses)
     return sum / problem.count;
 }
 
-// Lets pictures be skewed, and keeps that where it explains much of what the cameras alone left over.
-int32_t _descend_skewed(const Problem& problem, const Cancel& cancel, Workspace* work, Lenses* lenses)
+// Lets pictures be skewed, and keeps that where it explains much of what the cameras
+// alone left over.
+PanoResult _descend_skewed(const Descent& descent, Lenses* lenses)
 {
-    Problem freer = problem;
-    freer.freedom = kShutterToo;
+    Descent freer = descent;
+    freer.problem.freedom = kShutterToo;
     Lenses skewed = *lenses;
     double cost = 0.0;
-    PANO_FORWARD(_descend_all(freer, kFreeStages, cancel, work, &skewed, &cost));
-    if (_mean_residual(problem, skewed) < kSkewPays * _mean_residual(problem, *lenses))
+    PANO_FORWARD(_descend_all(freer, kFreeStages, &skewed, &cost));
+    if (_mean_residual(descent.problem, skewed) < kSkewPays * _mean_residual(descent.problem, *lenses))
         *lenses = skewed;
     return kPanoSuccess;
 }
 
-int32_t _descend_free(const Problem& problem, const Cancel& cancel, Workspace* work, Lenses* lenses)
+PanoResult _descend_free(const Descent& descent, Lenses* lenses)
 {
     double cost = 0.0;
-    PANO_FORWARD(_descend_all(problem, kFreeStages, cancel, work, lenses, &cost));
-    if (_mean_residual(problem, *lenses) >= kSharpResidual)
-        return _descend_skewed(problem, cancel, work, lenses);
-    return _descend(problem, kLastStage, cancel, work, lenses, &cost);
+    PANO_FORWARD(_descend_all(descent, kFreeStages, lenses, &cost));
+    if (_mean_residual(descent.problem, *lenses) >= kSharpResidual)
+        return _descend_skewed(descent, lenses);
+    return _descend(descent, kLastStage, lenses, &cost);
+}
+
+// A bent lens and another focal length explain much the same: the plain lens comes first.
+Problem _plain(const AdjustTask& task)
+{
+    Problem plain = {task};
+    plain.freedom = kLensOfPair;
+    return plain;
 }
 
 // Cameras as the guesses have them, from link to link.
@@ -409,48 +424,42 @@ Agreement agreement_of(const Link& link, const Lenses& lenses)
     return agreement;
 }
 
-int32_t adjust(const Link* links, int32_t count, int32_t pictures, double assumed_focal, LensFreedom freedom,
-               const Cancel& cancel, Lenses* lenses)
+PanoResult adjust(const AdjustTask& task, const Cancel& cancel, Lenses* lenses)
 {
-    // A bent lens and another focal length explain much the same: the plain lens comes first.
-    const Problem plain = {links, count, pictures, assumed_focal, kLensOfPair};
-    auto work = make_unfilled_buffer<Workspace>(1);
+    const auto work = make_unfilled_buffer<Workspace>(1);
     if (!work)
         return kPanoNoMemory;
+    const Descent plain = {_plain(task), cancel, work.get()};
     double best = -1.0;
     for (const double factor : kFocalTries) {
         Lenses tried;
         double cost = 0.0;
-        _start(plain, factor * assumed_focal, &tried);
-        PANO_FORWARD(_descend_all(plain, kPlainStages, cancel, work.get(), &tried, &cost));
+        _start(plain.problem, factor * task.assumed_focal, &tried);
+        PANO_FORWARD(_descend_all(plain, kPlainStages, &tried, &cost));
         if (best < 0.0 || cost < best) {
             best = cost;
             *lenses = tried;
         }
-        if (_near_share(plain, tried) >= kFittingShare)
+        if (_near_share(plain.problem, tried) >= kFittingShare)
             break;
     }
-    return freedom == kLensOfPair
-               ? static_cast<int32_t>(kPanoSuccess)
-               : _descend_free({links, count, pictures, assumed_focal, freedom}, cancel, work.get(), lenses);
+    return task.freedom == kLensOfPair ? kPanoSuccess : _descend_free({{task}, cancel, work.get()}, lenses);
 }
 
-int32_t adjust_further(const Link* links, int32_t count, int32_t pictures, double assumed_focal,
-                       LensFreedom freedom, const Cancel& cancel, Lenses* lenses)
+PanoResult adjust_further(const AdjustTask& task, const Cancel& cancel, Lenses* lenses)
 {
-    auto work = make_unfilled_buffer<Workspace>(1);
+    const auto work = make_unfilled_buffer<Workspace>(1);
     if (!work)
         return kPanoNoMemory;
     // Again from a plain lens: how much the last one was bent may be what misled the matches.
-    const Problem plain = {links, count, pictures, assumed_focal, kLensOfPair};
     double cost = 0.0;
     lenses->radial = 0.0;
-    for (int32_t i = 0; i < pictures; ++i) {
+    for (int32_t i = 0; i < task.pictures; ++i) {
         lenses->zooms[i] = 0.0;
         lenses->skews[i] = {};
     }
-    PANO_FORWARD(_descend_all(plain, kPlainStages, cancel, work.get(), lenses, &cost));
-    return _descend_free({links, count, pictures, assumed_focal, freedom}, cancel, work.get(), lenses);
+    PANO_FORWARD(_descend_all({_plain(task), cancel, work.get()}, kPlainStages, lenses, &cost));
+    return _descend_free({{task}, cancel, work.get()}, lenses);
 }
 
 }  // namespace ozr::refined

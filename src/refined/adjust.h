@@ -1,9 +1,10 @@
 // The adjustment: the cameras that agree best with all matches together.
 //
-// Unknown are the turn of every picture and a small zoom of its own, one focal length and one radial term for all, and a
-// small skew of every picture where the rest does not fit closely. What is
-// made small is the distance, in base pixels, of where a match's first place shows in the second picture from where it
-// was seen there. Far-off matches lose their say step by step (the weights of Geman and McClure), so wrong ones do no harm.
+// Unknown are the turn of every picture and a small zoom of its own, one focal length and one
+// radial term for all, and a small skew of every picture where the rest does not fit closely. What
+// is made small is the distance, in base pixels, of where a match's first place shows in the second
+// picture from where it was seen there. Far-off matches lose their say step by step (the weights of
+// Geman and McClure), so wrong ones do no harm.
 #ifndef REFINED_ADJUST_H
 #define REFINED_ADJUST_H
 
@@ -15,8 +16,8 @@
 namespace ozr::refined
 {
 
-// A place that two pictures share, before anything else is known of their turn: where it shows in both, and by how much the
-// second is rolled against the first about it.
+// A place that two pictures share, before anything else is known of their turn: where it shows in
+// both, and by how much the second is rolled against the first about it.
 struct PairGuess {
     Place first;
     Place second;
@@ -57,14 +58,21 @@ double roll_of_turn(const Rotation& turn, Place first, double focal);
 // The camera's view of one picture in another.
 LensPair lens_pair(const Lenses& lenses, int32_t first, int32_t second);
 
-// Finds the cameras of `pictures` pictures from `links`, beginning with the guesses' turns at `assumed_focal`, and with
-// other focal lengths where that one fits badly. kPanoCancelled, kPanoNoMemory.
-int32_t adjust(const Link* links, int32_t count, int32_t pictures, double assumed_focal, LensFreedom freedom,
-               const Cancel& cancel, Lenses* lenses);
+// What cameras are to be found from.
+struct AdjustTask {
+    const Link* links;
+    int32_t count;  // of links
+    int32_t pictures;
+    double assumed_focal;  // base pixels
+    LensFreedom freedom;
+};
+
+// Finds the cameras of all pictures, beginning with the guesses' turns at the assumed focal length,
+// and with other focal lengths where that one fits badly. kPanoCancelled, kPanoNoMemory.
+PanoResult adjust(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
 
 // The same from cameras that are nearly right already.
-int32_t adjust_further(const Link* links, int32_t count, int32_t pictures, double assumed_focal,
-                       LensFreedom freedom, const Cancel& cancel, Lenses* lenses);
+PanoResult adjust_further(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
 
 // How well the matches of a link agree with the cameras.
 struct Agreement {

@@ -1,5 +1,6 @@
-// The small copies are blended by their Laplacian pyramids (Burt and Adelson), each level with masks as soft as the level
-// is coarse. What the blend differs by from a picture's own copy is that picture's correction.
+// The small copies are blended by their Laplacian pyramids (Burt and Adelson), each level with
+// masks as soft as the level is coarse. What the blend differs by from a picture's own copy is
+// that picture's correction.
 #include "refined/bands.h"
 
 #include <algorithm>
@@ -12,10 +13,11 @@ namespace
 
 constexpr int32_t kMaxLevels = 6;
 constexpr int32_t kLeastLevelSide = 4;  // of the coarsest level of one picture
-constexpr int32_t kBaseBits = 1;        // of level 0 against the lattice: finer waves are the feather's
+constexpr int32_t kBaseBits = 1;        // of level 0 against the lattice: finer is the feather's
 constexpr int32_t kMaskOne = 1 << 14;
 
-// Numbers on a lattice. Level 0 has the means of 2 x 2 points, as chroma pairs are; level l has every 2^l-th point of level 0, from the same first one.
+// Numbers on a lattice. Level 0 has the means of 2 x 2 points, as chroma pairs are; level l has
+// every 2^l-th point of level 0, from the same first one.
 struct Grid {
     Buffer<int16_t> at;
     int32_t width, height;
@@ -35,7 +37,8 @@ int32_t _limited(int32_t value, int32_t most)
     return std::min(std::max(value, 0), most);
 }
 
-// Every second point of every second row, from five each way: 1 4 6 4 1. `line` has room for a row of the source.
+// Every second point of every second row, from five each way: 1 4 6 4 1. `line` has room for a row
+// of the source.
 void _reduce(const Grid& src, const Grid& dst, int32_t* line)
 {
     for (int32_t y = 0; y < dst.height; ++y) {
@@ -49,7 +52,7 @@ void _reduce(const Grid& src, const Grid& dst, int32_t* line)
             return static_cast<int16_t>((a + e + 4 * (b + d) + 6 * c + 128) >> 8);
         };
         const auto tap = [&](int32_t x) { return line[_limited(x, src.width - 1)]; };
-        const int32_t inner = std::max(1, (src.width - 3) / 2 + 1);  // up to here all five are there
+        const int32_t inner = std::max(1, (src.width - 3) / 2 + 1);  // up to here there are five
         for (int32_t x = 0; x < dst.width; x = x + 1 == 1 && inner > 1 ? inner : x + 1)
             out[x] = weighed(tap(2 * x - 2), tap(2 * x - 1), tap(2 * x), tap(2 * x + 1), tap(2 * x + 2));
         for (int32_t x = 1; x < std::min(inner, dst.width); ++x) {
@@ -65,8 +68,8 @@ struct Stretch {
     int32_t end;
 };
 
-// A stretch of a row of the finer lattice from the coarser one, in 64ths: between two points 4 4, on a point 1 6 1.
-// `line` has room for a row of the coarser one and two points more.
+// A stretch of a row of the finer lattice from the coarser one, in 64ths: between two points 4 4,
+// on a point 1 6 1. `line` has room for a row of the coarser one and two points more.
 void _expand_row(const Grid& coarse, int32_t y, const Stretch& stretch, int32_t* line, int32_t* out)
 {
     const int32_t last = coarse.height - 1, last_x = coarse.width - 1, middle = y / 2;
@@ -186,7 +189,8 @@ FrameRows _frame_rows(const Blend& blend, int32_t y)
     return {upper, upper + 1};
 }
 
-// Adds half a picture's share of the points of a row of level 0: the columns of one row of the frame that it owns.
+// Adds half a picture's share of the points of a row of level 0: the columns of one row of the
+// frame that it owns.
 void _add_share(int16_t* out, const Blend& blend, const Part& part, int32_t row)
 {
     const int32_t origin = blend.crop.left + 2 * part.first, width = 2 * part.columns;
@@ -335,7 +339,8 @@ void _subtract(const Grid& blended, int32_t channel, Correction* correction)
     }
 }
 
-// A point is the mean of 2 x 2 points of the lattice, so it lies half a lattice step in from its own step's start.
+// A point is the mean of 2 x 2 points of the lattice, so it lies half a lattice step in from its
+// own step's start.
 int32_t _inset(const Corrections& corrections)
 {
     return (1 << corrections.step_bits) / 4;

@@ -1,5 +1,6 @@
-// The slow half of blending in two bands: what each picture is shifted by, so that all slow differences between neighbours
-// run out over a wide range. The fast half is the feather along the seams.
+// The slow half of blending in two bands: what each picture is shifted by, so that all slow
+// differences between neighbours run out over a wide range. The fast half is the feather
+// along the seams.
 #ifndef REFINED_BANDS_H
 #define REFINED_BANDS_H
 
@@ -13,7 +14,8 @@ namespace ozr::refined
 
 constexpr int32_t kChannels = 3;  // luma, first and second byte of chroma pairs
 
-// Shifts of one picture, in Q5 levels, within kernels::kDrawMaxShift; on a lattice from the panorama's first pixel on.
+// Shifts of one picture, in Q5 levels, within kernels::kDrawMaxShift; on a lattice from the
+// panorama's first pixel on.
 struct Correction {
     int32_t first, columns, rows;
     Buffer<int16_t> shift[kChannels];

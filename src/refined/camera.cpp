@@ -8,10 +8,12 @@ namespace ozr::refined
 namespace
 {
 
-// Newton's method for r (1 + k1 r^2) = distance starts within a few percent and doubles its digits in each step.
+// Newton's method for r (1 + k1 r^2) = distance starts within a few percent and doubles its digits
+// in each step.
 constexpr int32_t kNewtonSteps = 5;
 
-// A lens that bends so much that the picture folds over has no inverse; the slope is kept away from 0.
+// A lens that bends so much that the picture folds over has no inverse; the slope is kept
+// away from 0.
 constexpr double kLeastStretch = 0.2;
 
 }  // namespace

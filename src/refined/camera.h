@@ -1,8 +1,9 @@
-// The model of a picture's camera: a pinhole that only turns, with a lens that may bend straight lines.
+// The model of a picture's camera: a pinhole that only turns, with a lens that may
+// bend straight lines.
 //
-// The sweep runs along x; pictures of vertical sweeps have been turned clockwise. World and cameras: x to the right
-// along the sweep, y down, z ahead. The middle of a picture, ((width - 1) / 2, (height - 1) / 2), looks along the
-// camera's z axis.
+// The sweep runs along x; pictures of vertical sweeps have been turned clockwise. World and
+// cameras: x to the right along the sweep, y down, z ahead. The middle of a picture,
+// ((width - 1) / 2, (height - 1) / 2), looks along the camera's z axis.
 #ifndef REFINED_CAMERA_H
 #define REFINED_CAMERA_H
 
@@ -19,9 +20,9 @@ struct Place {
     double y;
 };
 
-// What a shutter that reads row after row, or column after column, does to the picture of a camera that moves meanwhile,
-// as far as a turn and a zoom do not explain it: the place that the lens shows at (x, y) is at
-// (x + stretch x + shear y, y + shear x - stretch y).
+// What a shutter that reads row after row, or column after column, does to the picture of a camera
+// that moves meanwhile, as far as a turn and a zoom do not explain it: the place that the lens
+// shows at (x, y) is at (x + stretch x + shear y, y + shear x - stretch y).
 struct Skew {
     double stretch;
     double shear;
@@ -42,9 +43,9 @@ inline Place unskewed_place(Place p, const Skew& skew)
 struct Camera {
     double rotation[9];  // turns a ray of the camera into the world, row-major
     double focal;        // pixels of the picture, this picture's own (zoom included)
-    double
-        radial;  // k1: the ray of picture place (x, y) is (u d, v d, 1), u = (x - cx) / focal, v = (y - cy) / focal,
-                 // d = 1 + k1 (u^2 + v^2)
+    // k1: the ray of picture place (x, y) is (u d, v d, 1), with u = (x - cx) / focal,
+    // v = (y - cy) / focal and d = 1 + k1 (u^2 + v^2).
+    double radial;
     double gain;  // brightness: luma is multiplied by it
     bool used;    // in the panorama
     Skew skew = {0.0, 0.0};
@@ -53,7 +54,8 @@ struct Camera {
 // Where the straight line of sight of a place on a bent picture goes: (u d, v d).
 Place straightened_place(Place bent, double radial);
 
-// The inverse, and how far it is from being one: `stretch` is d(r d) / dr, which is positive where the lens is usable.
+// The inverse, and how far it is from being one: `stretch` is d(r d) / dr, which is positive where
+// the lens is usable.
 struct BentPlace {
     Place place;
     double scale;    // d

@@ -19,7 +19,7 @@ struct Tensor {
 };
 
 // Central differences, twice the gradient. The block lies inside the plane's border of one pixel.
-Tensor _block_tensor(const GrayView& plane, int32_t left, int32_t top)
+Tensor _block_tensor(const ConstPlane& plane, int32_t left, int32_t top)
 {
     Tensor sums = {};
     for (int32_t y = top; y < top + kCornerStep; ++y) {
@@ -53,7 +53,7 @@ float _window_strength(const Tensor* above, const Tensor* below)
 
 }  // namespace
 
-int32_t find_corners(const GrayView& plane, Corners* out)
+PanoResult find_corners(const ConstPlane& plane, Corners* out)
 {
     const int32_t blocks = std::max((plane.width - 2) / kCornerStep, 0);
     out->columns = std::max(blocks - 1, 0);

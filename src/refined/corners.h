@@ -1,4 +1,5 @@
-// Where a picture has something to hold on to: how well each small window fixes its place in both directions.
+// Where a picture has something to hold on to: how well each small window fixes its place
+// in both directions.
 #ifndef REFINED_CORNERS_H
 #define REFINED_CORNERS_H
 
@@ -7,7 +8,8 @@
 namespace ozr::refined
 {
 
-// Windows of kCornerWindow pixels, kCornerStep apart, each with the smaller eigenvalue of its gradient tensor.
+// Windows of kCornerWindow pixels, kCornerStep apart, each with the smaller eigenvalue of
+// its gradient tensor.
 struct Corners {
     int32_t columns;
     int32_t rows;
@@ -19,14 +21,15 @@ struct Corners {
 constexpr int32_t kCornerStep = 4;
 constexpr int32_t kCornerWindow = 2 * kCornerStep;
 
-// Below this a window holds no more than the noise of a camera: a mean squared gradient of about one level a pixel.
+// Below this a window holds no more than the noise of a camera: a mean squared gradient of about
+// one level a pixel.
 constexpr float kWeakCorner = 60.0F;
 
 // What is tried where little else is to be had: clouds, dunes in haze.
 constexpr float kFaintCorner = 15.0F;
 
 // kPanoNoMemory.
-int32_t find_corners(const GrayView& plane, Corners* out);
+PanoResult find_corners(const ConstPlane& plane, Corners* out);
 
 }  // namespace ozr::refined
 

@@ -41,8 +41,8 @@ int64_t _area(const Crop& crop)
     return int64_t{crop.right - crop.left} * (crop.bottom - crop.top);
 }
 
-// The largest rectangle that ends with this row: each column's height is the smallest of some range of columns, which the
-// columns that are still rising to it begin.
+// The largest rectangle that ends with this row: each column's height is the smallest of some range
+// of columns, which the columns that are still rising to it begin.
 struct Rising {
     int32_t column;
     int32_t height;

@@ -8,7 +8,8 @@
 namespace ozr::refined
 {
 
-struct Crop {  // points of the lattice; the panorama has the pixels from the first to before the last
+// Points of the lattice; the panorama has the pixels from the first to before the last.
+struct Crop {
     int32_t left, top, right, bottom;
 };
 

@@ -15,14 +15,6 @@ namespace ozr::refined
 namespace
 {
 
-// Everything that is found on the small copies.
-struct Plan {
-    Layers layers;
-    Seams seams;
-    Crop crop;
-    Corrections corrections;
-};
-
 PanoResult _plan(const DrawInput& input, Plan* plan, DrawReport* report)
 {
     const Cancel& cancel = input.cancel;
@@ -72,8 +64,7 @@ PanoResult draw(const DrawInput& input, PanoImg* out, DrawReport* report)
     if (pano_create_unfilled(panorama.get(), (crop.right - crop.left) << frame.step_bits,
                              (crop.bottom - crop.top) << frame.step_bits, kPanoNv12) < 0)
         return kPanoNoMemory;
-    PANO_FORWARD(
-        warp_panorama(input.cancel, plan.layers, plan.seams, crop, plan.corrections, panorama.get()));
+    PANO_FORWARD(warp_panorama(input.cancel, plan, panorama.get()));
     _report_seams(&plan, &report->seams);
     *out = *panorama.get();
     *panorama.get() = {};

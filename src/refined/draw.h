@@ -1,8 +1,8 @@
-// Draws a panorama from pictures whose cameras are known: brightness is evened out, seams are laid where neighbours agree,
-// and every pixel is computed once, straight from its picture.
+// Draws a panorama from pictures whose cameras are known: brightness is evened out, seams are laid
+// where neighbours agree, and every pixel is computed once, straight from its picture.
 //
-// All of it in the orientation in which the sweep runs along x; sweeps up or down hand over turned pictures and turn the
-// result back.
+// All of it in the orientation in which the sweep runs along x; sweeps up or down hand over turned
+// pictures and turn the result back.
 #ifndef REFINED_DRAW_H
 #define REFINED_DRAW_H
 
@@ -26,14 +26,14 @@ struct DrawPicture {
 };
 
 struct DrawInput {
-    const DrawPicture*
-        pictures;   // all of one size, in order of capture; those whose camera is not used are left out
+    // All of one size, in order of capture; those whose camera is not used are left out.
+    const DrawPicture* pictures;
     int32_t count;  // at most kMaxPictures
     Cancel cancel;
 };
 
-// The seams of a panorama, as coarsely as they were found: a point every `step` rows. Pixels of the panorama, some of
-// which lie beyond it.
+// The seams of a panorama, as coarsely as they were found: a point every `step` rows. Pixels of the
+// panorama, some of which lie beyond it.
 struct SeamLines {
     Buffer<int32_t> columns;  // `rows` for each seam
     int32_t rows;
@@ -44,18 +44,18 @@ struct SeamLines {
 };
 
 struct DrawReport {
-    float gain[kMaxPictures];  // that the middle of each picture was multiplied by; 1 where it was left out
-    double radius;             // of the cylinder, in pixels of the panorama
-    double
-        first_heading;    // of the panorama's first column, in radians against the middle picture's direction
-    double first_height;  // of its first row, in radii; negative above the horizon
+    // What the middle of each picture was multiplied by; 1 where it was left out.
+    float gain[kMaxPictures];
+    double radius;         // of the cylinder, in pixels of the panorama
+    double first_heading;  // of its first column, radians against the middle picture's direction
+    double first_height;   // of its first row, in radii; negative above the horizon
     SeamLines seams;
 };
 
-// Draws a panorama into *out, which is created (NV12, even sides, to be released with PanoImg_Destroy) if and only if the
-// call succeeds. kPanoBadArgument: no picture is used, pictures of different sizes, cameras that do not look along one
-// sweep; kPanoNotSupported: pictures or a panorama too large for 32 bits, or nothing that all rows cover;
-// kPanoCancelled; kPanoNoMemory.
+// Draws a panorama into *out, which is created (NV12, even sides, to be released with
+// PanoImg_Destroy) if and only if the call succeeds. kPanoBadArgument: no picture is used, pictures
+// of different sizes, cameras that do not look along one sweep; kPanoNotSupported: pictures or a
+// panorama too large for 32 bits, or nothing that all rows cover; kPanoCancelled; kPanoNoMemory.
 PanoResult draw(const DrawInput& input, PanoImg* out, DrawReport* report);
 
 }  // namespace ozr::refined

@@ -1,5 +1,6 @@
-// The elementary functions of the drawing half, from sums, products and quotients alone: the C libraries of different
-// systems differ in the last bit, and a panorama is to be the same everywhere.
+// The elementary functions of the drawing half, from sums, products and quotients alone:
+// the C libraries of different systems differ in the last bit, and a panorama is to be
+// the same everywhere.
 #ifndef REFINED_ELEMENTARY_H
 #define REFINED_ELEMENTARY_H
 

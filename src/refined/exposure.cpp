@@ -1,7 +1,7 @@
-// The logarithm of a block's mean is that of the scene, plus what the picture's exposure adds, less what the lens takes
-// away. Where two pictures show the same block, the scene drops out: one linear equation for the exposures of both and
-// the two terms of the falloff, which all pictures share. Blocks that differ for other reasons, such as people who walk,
-// count little.
+// The logarithm of a block's mean is that of the scene, plus what the picture's exposure adds, less
+// what the lens takes away. Where two pictures show the same block, the scene drops out: one linear
+// equation for the exposures of both and the two terms of the falloff, which all pictures share.
+// Blocks that differ for other reasons, such as people who walk, count little.
 #include "refined/exposure.h"
 
 #include <algorithm>
@@ -97,8 +97,9 @@ int32_t _between(int32_t from, int32_t to, int32_t part)
     return from + ((to - from) * part >> 4);
 }
 
-// A level of the pyramid at a place of the picture, between four pixels; 0 where one is too dark or too bright.
-int32_t _light(const GrayView& plane, int32_t level, const NodePlace& place)
+// A level of the pyramid at a place of the picture, between four pixels; 0 where one is too dark
+// or too bright.
+int32_t _light(const ConstPlane& plane, int32_t level, const NodePlace& place)
 {
     constexpr int32_t kHalf = 1 << (kNodePlaceBits - 1), kBits = 6, kOne = 1 << kBits;
     constexpr int32_t kDropped = kNodePlaceBits - kBits;
@@ -117,8 +118,9 @@ int32_t _light(const GrayView& plane, int32_t level, const NodePlace& place)
     return (upper * (kOne - down) + lower * down) >> (2 * kBits - kLightBits);
 }
 
-// The mean of 4 x 4 places of a level whose pixels are a quarter of a block; 0 where one is too dark or too bright.
-double _mean(const GrayView& plane, int32_t level, const Corners& corners)
+// The mean of 4 x 4 places of a level whose pixels are a quarter of a block; 0 where one is too
+// dark or too bright.
+double _mean(const ConstPlane& plane, int32_t level, const Corners& corners)
 {
     constexpr int32_t kSide = 4;
     int32_t sum = 0;
@@ -153,7 +155,7 @@ Block _measure_block(const Layer& layer, const Corners& corners)
         return {};
     const NodePlace middle = {_between(corners.left_top.x, corners.right_bottom.x, 8),
                               _between(corners.left_top.y, corners.right_bottom.y, 8)};
-    constexpr double kLost = 0.375;  // levels: what each halving of a truncating pyramid loses on average
+    constexpr double kLost = 0.375;  // levels that a halving loses on average, as it truncates
     return {static_cast<float>(logarithm(mean + kLost * level)),
             static_cast<float>(layer.view.spread(middle))};
 }
@@ -166,22 +168,27 @@ void _measure_row(const Layer& layer, const NodePlace* above, const NodePlace* b
         blocks[x] = _measure_block(layer, {above[x], above[x + 1], below[x], below[x + 1]});
 }
 
-PanoResult _measure_layer(const Layer& layer, const Frame& frame, const Heading* headings, int32_t columns,
-                          int32_t rows, Block* blocks)
+// `headings` are those of the frame's corners.
+PanoResult _measure_layer(const Layers& layers, int32_t i, const Heading* headings, Blocks* blocks)
 {
-    const int32_t corners = columns + 1;
+    const Layer& layer = layers.at[i];
+    const Frame& frame = layers.frame;
+    const int32_t columns = layer.columns / kBlock, corners = columns + 1;
+    blocks->first[i] = layer.first / kBlock;
+    blocks->columns[i] = columns;
+    blocks->at[i] = make_unfilled_buffer<Block>(int64_t{columns} * blocks->rows);
     const Buffer<NodePlace> places = make_unfilled_buffer<NodePlace>(2 * int64_t{corners});
-    if (!places)
+    if (!blocks->at[i] || !places)
         return kPanoNoMemory;
-    for (int32_t y = 0; y <= rows; ++y) {
+    for (int32_t y = 0; y <= blocks->rows; ++y) {
         NodePlace* row = places.get() + y % 2 * ptrdiff_t{corners};
         const double height = (frame.first_row + y * kBlock) * (1 << frame.step_bits) / frame.radius;
         int16_t gain;
         for (int32_t x = 0; x < corners; ++x)
-            row[x] = layer.view.place(headings[x], height, &gain);
+            row[x] = layer.view.place(headings[blocks->first[i] + x], height, &gain);
         if (y > 0)
             _measure_row(layer, places.get() + (y - 1) % 2 * ptrdiff_t{corners}, row, columns,
-                         blocks + int64_t{y - 1} * columns);
+                         blocks->at[i].get() + int64_t{y - 1} * columns);
     }
     return kPanoSuccess;
 }
@@ -196,23 +203,23 @@ PanoResult _measure_blocks(const Cancel& cancel, const Layers& layers, Blocks* b
         return kPanoNoMemory;
     blocks->rows = frame.rows / kBlock;
     for (int32_t i = 0; i < layers.count; ++i) {
-        const Layer& layer = layers.at[i];
-        blocks->first[i] = layer.first / kBlock;
-        blocks->columns[i] = layer.columns / kBlock;
-        blocks->at[i] = make_unfilled_buffer<Block>(int64_t{blocks->columns[i]} * blocks->rows);
-        if (!blocks->at[i])
-            return kPanoNoMemory;
-        PANO_FORWARD(_measure_layer(layer, frame, headings.get() + blocks->first[i], blocks->columns[i],
-                                    blocks->rows, blocks->at[i].get()));
+        PANO_FORWARD(_measure_layer(layers, i, headings.get(), blocks));
         if (cancel.asked())
             return kPanoCancelled;
     }
     return kPanoSuccess;
 }
 
-// The equations of two pictures, each weighted by how well the solution so far meets it.
-void _add_pair(const Blocks& blocks, int32_t a, int32_t b, const double* solution, double scale,
-               int32_t falloff, Equations* equations)
+// One round of the fit: errors are weighed by how far they are beyond `scale` with the solution so
+// far, whose terms of the falloff follow the exposures.
+struct Round {
+    const double* solution;
+    int32_t falloff;
+    double scale;
+};
+
+// The equations of two pictures.
+void _add_pair(const Blocks& blocks, int32_t a, int32_t b, const Round& round, Equations* equations)
 {
     const int32_t from = std::max(blocks.first[a], blocks.first[b]);
     const int32_t to = std::min(blocks.first[a] + blocks.columns[a], blocks.first[b] + blocks.columns[b]);
@@ -223,12 +230,13 @@ void _add_pair(const Blocks& blocks, int32_t a, int32_t b, const double* solutio
             if (in_a[x].light == 0.0F || in_b[x].light == 0.0F)
                 continue;
             const double p = static_cast<double>(in_a[x].spread), q = static_cast<double>(in_b[x].spread);
-            const Term terms[] = {{a, 1.0}, {b, -1.0}, {falloff, q - p}, {falloff + 1, q * q - p * p}};
+            const Term terms[] = {
+                {a, 1.0}, {b, -1.0}, {round.falloff, q - p}, {round.falloff + 1, q * q - p * p}};
             const double value = static_cast<double>(in_a[x].light) - static_cast<double>(in_b[x].light);
             double error = value;
             for (const Term& term : terms)
-                error -= term.factor * solution[term.unknown];
-            const double far = error / scale, near = 1.0 / (1.0 + far * far);
+                error -= term.factor * round.solution[term.unknown];
+            const double far = error / round.scale, near = 1.0 / (1.0 + far * far);
             _add_equation(equations, terms, 4, value, near * near);
         }
     }
@@ -237,8 +245,8 @@ void _add_pair(const Blocks& blocks, int32_t a, int32_t b, const double* solutio
 // The exposures of the pictures, as logarithms, then the two terms of the falloff.
 void _fit(const Blocks& blocks, int32_t count, double* solution)
 {
-    // Weights of one block at an error of 1: exposures are near each other, a lens loses little. They hold back what no
-    // block tells, and are outvoted by a dozen blocks.
+    // Weights of one block at an error of 1: exposures are near each other, a lens loses little.
+    // They hold back what no block tells, and are outvoted by a dozen blocks.
     constexpr double kExposurePrior = 0.1, kFalloffPrior = 3.0;
     constexpr double kScales[] = {1.0, 0.5, 0.25, 0.12, 0.06, 0.06};  // logarithms
     const int32_t unknowns = count + kTerms;
@@ -249,7 +257,7 @@ void _fit(const Blocks& blocks, int32_t count, double* solution)
             equations.matrix[i][i] = i < count ? kExposurePrior : kFalloffPrior;
         for (int32_t a = 0; a < count; ++a) {
             for (int32_t b = a + 1; b < count; ++b)
-                _add_pair(blocks, a, b, solution, scale, count, &equations);
+                _add_pair(blocks, a, b, {solution, count, scale}, &equations);
         }
         _solve(&equations, unknowns);
         std::copy_n(equations.right, unknowns, solution);

@@ -1,4 +1,5 @@
-// Evens out brightness: a gain for each picture, and the light that the lens loses towards the corners.
+// Evens out brightness: a gain for each picture, and the light that the lens loses
+// towards the corners.
 #ifndef REFINED_EXPOSURE_H
 #define REFINED_EXPOSURE_H
 
@@ -7,7 +8,8 @@
 namespace ozr::refined
 {
 
-// From the pictures' pyramids, before layers are laid; sets the views' gains and reports those of the middles.
+// From the pictures' pyramids, before layers are laid; sets the views' gains and reports those
+// of the middles.
 PanoResult even_exposure(const Cancel& cancel, Layers* layers, DrawReport* report);
 
 }  // namespace ozr::refined

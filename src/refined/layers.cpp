@@ -37,7 +37,7 @@ bool _is_picture(const PanoImg* img)
            img->stride >= img->width;
 }
 
-kernels::DrawPlane _plane(const GrayView& view)
+kernels::DrawPlane _plane(const ConstPlane& view)
 {
     return {view.data, view.stride, view.width, view.height};
 }
@@ -71,7 +71,8 @@ PanoResult _collect(const DrawInput& input, Layers* layers)
     return layers->count > 0 ? kPanoSuccess : kPanoBadArgument;
 }
 
-// Each picture lies within half a turn of the one before it: so a sweep may go round more than once.
+// Each picture lies within half a turn of the one before it: so a sweep may go round
+// more than once.
 void _follow_headings(Layers* layers)
 {
     for (int32_t i = 0; i < layers->count; ++i) {
@@ -196,8 +197,8 @@ bool _is_shown(const uint8_t* block)
     return points != 0;
 }
 
-// Draws the blocks of which something is shown, a run at a time; others repeat what is above them, so that slow waves run
-// out there.
+// Draws the blocks of which something is shown, a run at a time; others repeat what is above them,
+// so that slow waves run out there.
 template <class Draw>
 void _draw_shown(uint8_t* dst, const Layer& layer, int32_t y, Draw draw)
 {

@@ -1,7 +1,9 @@
-// Small copies of the pictures, laid where they belong: what brightness, seams, cropping and slow transitions are found on.
+// Small copies of the pictures, laid where they belong: what brightness, seams, cropping and slow
+// transitions are found on.
 //
-// The lattice has a point every 2^step_bits pixels of the panorama, at multiples of that from heading 0 and height 0; it
-// carries luma at every point, and chroma pairs at every second one of every second row.
+// The lattice has a point every 2^step_bits pixels of the panorama, at multiples of that from
+// heading 0 and height 0; it carries luma at every point, and chroma pairs at every second one of
+// every second row.
 #ifndef REFINED_LAYERS_H
 #define REFINED_LAYERS_H
 
@@ -31,7 +33,7 @@ struct Layer {
     double heading;                               // radians; counted on beyond a full turn
     kernels::DrawPlane small_luma, small_chroma;  // of the picture, reduced by the frame's step
     int32_t first, columns;                       // of the lattice, in multiples of 8
-    int32_t middle;                               // the column that the picture's middle is nearest to
+    int32_t middle;                               // column nearest to the picture's middle
     Buffer<uint8_t> luma, chroma;                 // rows of `columns` bytes
     Buffer<uint8_t> shown;                        // 255 where the picture shows a point, else 0
 

@@ -10,15 +10,16 @@ namespace ozr::refined
 namespace
 {
 
-// Nodes that lie further apart are beyond the picture; within these limits 32 bits hold a step times kNodeParts.
+// Nodes that lie further apart are beyond the picture; within these limits 32 bits hold a
+// step times kNodeParts.
 int32_t _step(int32_t above, int32_t below)
 {
     constexpr int32_t kMost = 1 << 25;
     return std::min(std::max(below - above, -kMost), kMost);
 }
 
-// Places `part` parts below the row above: from Q14 pixels of the picture to Q10 pixels of the reduced one, whose first
-// pixel is the mean of several.
+// Places `part` parts below the row above: from Q14 pixels of the picture to Q10 pixels of the
+// reduced one, whose first pixel is the mean of several.
 void _places(int32_t* __restrict dst, const int32_t* __restrict above, const int32_t* __restrict step,
              int32_t part, int32_t level_bits)
 {

@@ -1,5 +1,5 @@
-// The nodes of a drawing: places in a picture are exact every eighth column and every sixteenth row, and run linearly in
-// between.
+// The nodes of a drawing: places in a picture are exact every eighth column and every sixteenth
+// row, and run linearly in between.
 #ifndef REFINED_NODES_H
 #define REFINED_NODES_H
 
@@ -23,8 +23,8 @@ struct NodeRange {
     int32_t end;
 };
 
-// Rows of nodes are worked on so many at once, and hold whole groups: the compiler makes vectors of loops whose length it
-// knows.
+// Rows of nodes are worked on so many at once, and hold whole groups: the compiler makes vectors of
+// loops whose length it knows.
 constexpr int32_t kNodesAtOnce = 8;
 
 inline int32_t whole_groups(int32_t nodes)
@@ -37,7 +37,8 @@ inline int32_t first_of_group(int32_t node)
     return node / kNodesAtOnce * kNodesAtOnce;
 }
 
-// The nodes of one row of a drawing, numbered from its first column, and those of the exact rows around it.
+// The nodes of one row of a drawing, numbered from its first column, and those of the exact
+// rows around it.
 class NodeRows
 {
 public:
@@ -46,7 +47,8 @@ public:
     // Makes `range` of the next exact row; the one that was next is now the one above.
     void advance(const View& view, const Heading* headings, double height, const NodeRange& range);
 
-    // The nodes `part` parts below the exact row above, for a picture reduced by 2^level_bits. Shifts stay as they are.
+    // The nodes `part` parts below the exact row above, for a picture reduced by 2^level_bits.
+    // Shifts stay as they are.
     void interpolate(int32_t part, int32_t level_bits, const NodeRange& range);
 
     // Of the block that begins with a node.
@@ -69,7 +71,8 @@ private:
     Buffer<int16_t> shift_[2];
 };
 
-// The headings of `count` columns, `step` pixels apart, the first one at `first` pixels; null when memory is out.
+// The headings of `count` columns, `step` pixels apart, the first one at `first` pixels; null when
+// memory is out.
 Buffer<Heading> make_headings(double radius, double first, double step, int32_t count);
 
 }  // namespace ozr::refined

@@ -20,7 +20,8 @@ struct NormalEquations {
 
 void clear_equations(NormalEquations* equations, int32_t unknowns);
 
-// Solves by Cholesky's decomposition, which replaces the matrix. False where it is not positive definite.
+// Solves by Cholesky's decomposition, which replaces the matrix. False where it is
+// not positive definite.
 bool solve_equations(NormalEquations* equations, double* solution);
 
 }  // namespace ozr::refined

@@ -17,8 +17,9 @@ namespace
 // Fewer matches than these agree by chance.
 constexpr int32_t kLeastNear = 8;
 
-// The confidence is a logistic curve over four signs of a true match: the likeness of the whole overlap, the share of
-// matches that agree, how closely they do (base pixels) and how many they are.
+// The confidence is a logistic curve over four signs of a true match: the likeness of the
+// whole overlap, the share of matches that agree, how closely they do (base pixels) and how
+// many they are.
 constexpr double kByLikeness = 8.0;
 constexpr double kByShare = 5.0;
 constexpr double kByResidual = 2.0;
@@ -37,7 +38,8 @@ constexpr double kHintReachY = 0.12;
 constexpr double kReachAlong = 0.92;
 constexpr double kReachAcross = 0.20;
 
-// Rolls tried where upright pictures do not correlate, in degrees, over more of the picture. Correlation dies at about five.
+// Rolls tried where upright pictures do not correlate, in degrees, over more of the picture.
+// Correlation dies at about five.
 constexpr double kRolls[] = {0.0, 3.0, -3.0, 6.0, -6.0, 9.0, -9.0};
 constexpr ShiftRange kFarRange = {-kReachAlong, kReachAlong, -0.4, 0.4};
 constexpr int32_t kMostTried = 6;
@@ -49,8 +51,7 @@ constexpr double kMostShare = 0.8;
 constexpr int32_t kRounds = 3;
 
 struct Attempt {
-    const Sight& first;
-    const Sight& second;
+    const SightPair& sights;
     const Cancel& cancel;
     PairMatch* best;
 };
@@ -64,12 +65,13 @@ Place _on_cylinder(double angle, double height, double focal)
 // The middle of the overlap, as both pictures see it.
 PairGuess _guess(const Attempt& attempt, const Shift& shift, double roll)
 {
-    const int32_t width = attempt.first.pyramid.levels[0].width;
+    const Sight& first = attempt.sights.first;
+    const int32_t width = first.pyramid.levels[0].width;
     const double focal = assumed_focal(width);
-    const double scale = focal * attempt.first.unrolled.fine.width / width;
+    const double scale = focal * first.unrolled.fine.width / width;
     const double angle = 0.5 * shift.x / scale;
     const double height = 0.5 * shift.y / scale;
-    const double base_focal = focal / attempt.first.base_scale();
+    const double base_focal = assumed_base_focal(first);
     const Place second = _on_cylinder(-angle, -height, base_focal);
     const SineCosine turn = sine_cosine(roll);
     return {_on_cylinder(angle, height, base_focal),
@@ -87,19 +89,18 @@ PairGuess _refined_guess(const PairGuess& guess, const LensPair& found)
     return refined;
 }
 
-// Matches the patches where `lenses` foretell them and finds the cameras that most of them agree on.
-int32_t _measure(const Attempt& attempt, const LensPair& lenses, PairMatch* match, LensPair* found)
+// Matches the patches where `lenses` foretell them and finds the cameras that most of
+// them agree on.
+PanoResult _measure(const Attempt& attempt, const LensPair& lenses, PairMatch* match, LensPair* found)
 {
-    match->count =
-        match_patches(attempt.first, attempt.second, lenses, kSearchWide, attempt.cancel, match->matches);
-    PANO_FORWARD(match->count);
+    PANO_FORWARD(match_patches(attempt.sights, lenses, kSearchWide, attempt.cancel, &match->matches));
     match->near = 0;
-    if (match->count < kLeastSeen)
+    if (match->matches.count < kLeastSeen)
         return kPanoSuccess;
-    const Link link = {0, 1, match->guess, match->count, match->matches};
-    const double focal = assumed_focal(attempt.first.pyramid.levels[0].width) / attempt.first.base_scale();
+    const Link link = {0, 1, match->guess, match->matches.count, match->matches.at};
+    const double focal = assumed_base_focal(attempt.sights.first);
     Lenses adjusted;
-    PANO_FORWARD(adjust(&link, 1, 2, focal, kLensOfPair, attempt.cancel, &adjusted));
+    PANO_FORWARD(adjust({&link, 1, 2, focal, kLensOfPair}, attempt.cancel, &adjusted));
     const Agreement agreement = agreement_of(link, adjusted);
     match->near = agreement.near;
     match->residual = agreement.residual;
@@ -111,13 +112,15 @@ int32_t _measure(const Attempt& attempt, const LensPair& lenses, PairMatch* matc
 // Whether another look, from the cameras found, may show more.
 bool _deserves_more(const PairMatch& match)
 {
-    return match.near >= kLeastSeen && (match.near < kManyNear || match.near < kMostShare * match.count);
+    return match.near >= kLeastSeen &&
+           (match.near < kManyNear || match.near < kMostShare * match.matches.count);
 }
 
-// Matches the patches for one rough shift and sees how many of them agree; from there once more where few do.
-int32_t _try_guess(const Attempt& attempt, const PairGuess& guess)
+// Matches the patches for one rough shift and sees how many of them agree; from there once more
+// where few do.
+PanoResult _try_guess(const Attempt& attempt, const PairGuess& guess)
 {
-    const double focal = assumed_focal(attempt.first.pyramid.levels[0].width) / attempt.first.base_scale();
+    const double focal = assumed_base_focal(attempt.sights.first);
     LensPair found = {turn_of_guess(guess, focal), focal, focal, 0.0, {}, {}};
     PairMatch best = {};
     best.guess = guess;
@@ -133,21 +136,20 @@ int32_t _try_guess(const Attempt& attempt, const PairGuess& guess)
     }
     if (best.near < kLeastNear)
         return kPanoSuccess;
-    best.likeness = likeness_of_overlap(attempt.first, attempt.second, found);
+    best.likeness = likeness_of_overlap(attempt.sights, found);
     if (best.confidence() > attempt.best->confidence())
         *attempt.best = best;
     return kPanoSuccess;
 }
 
-int32_t _try_range(const Attempt& attempt, const ShiftRange& range)
+PanoResult _try_range(const Attempt& attempt, const ShiftRange& range)
 {
-    Shift shifts[kMaxShifts];
-    const int32_t found =
-        find_shifts(attempt.first.unrolled, attempt.second.unrolled, range, attempt.cancel, shifts);
-    PANO_FORWARD(found);
-    for (int32_t i = 0; i < found && !attempt.best->is_good(); ++i) {
-        if (shifts[i].value >= kLeastValue)
-            PANO_FORWARD(_try_guess(attempt, _guess(attempt, shifts[i], 0.0)));
+    const SightPair& sights = attempt.sights;
+    Shifts shifts;
+    PANO_FORWARD(find_shifts(sights.first.unrolled, sights.second.unrolled, range, attempt.cancel, &shifts));
+    for (int32_t i = 0; i < shifts.count && !attempt.best->is_good(); ++i) {
+        if (shifts.best[i].value >= kLeastValue)
+            PANO_FORWARD(_try_guess(attempt, _guess(attempt, shifts.best[i], 0.0)));
     }
     return kPanoSuccess;
 }
@@ -165,36 +167,47 @@ struct RolledShift {
 };
 
 // The best shifts over all rolls, the best first.
-int32_t _find_rolled(const Attempt& attempt, RolledShift best[kMostTried])
+struct RolledShifts {
+    int32_t count;
+    RolledShift best[kMostTried];
+};
+
+void _keep(const Shift& shift, double roll, RolledShifts* kept)
 {
-    int32_t count = 0;
-    for (const double degrees : kRolls) {
-        UnrolledPair rolled;
-        Shift shifts[kMaxShifts];
-        PANO_FORWARD(unroll_pair(attempt.second, degrees * kDegree, &rolled));
-        const int32_t found = find_shifts(attempt.first.unrolled, rolled, kFarRange, attempt.cancel, shifts);
-        PANO_FORWARD(found);
-        for (int32_t i = 0; i < found; ++i) {
-            int32_t place = count;
-            while (place > 0 && best[place - 1].shift.value < shifts[i].value)
-                --place;
-            if (place >= kMostTried || shifts[i].value < kLeastValue)
-                continue;
-            count = std::min(count + 1, kMostTried);
-            std::copy_backward(best + place, best + count - 1, best + count);
-            best[place] = {shifts[i], degrees * kDegree};
-        }
-    }
-    return count;
+    int32_t place = kept->count;
+    while (place > 0 && kept->best[place - 1].shift.value < shift.value)
+        --place;
+    if (place >= kMostTried || shift.value < kLeastValue)
+        return;
+    kept->count = std::min(kept->count + 1, kMostTried);
+    std::copy_backward(kept->best + place, kept->best + kept->count - 1, kept->best + kept->count);
+    kept->best[place] = {shift, roll};
 }
 
-int32_t _try_rolled(const Attempt& attempt)
+PanoResult _find_rolled(const Attempt& attempt, RolledShifts* rolled)
 {
-    RolledShift best[kMostTried];
-    const int32_t count = _find_rolled(attempt, best);
-    PANO_FORWARD(count);
-    for (int32_t i = 0; i < count && !attempt.best->is_good(); ++i)
-        PANO_FORWARD(_try_guess(attempt, _guess(attempt, best[i].shift, best[i].roll)));
+    rolled->count = 0;
+    for (const double degrees : kRolls) {
+        const double roll = degrees * kDegree;
+        UnrolledPair unrolled;
+        Shifts shifts;
+        PANO_FORWARD(unroll_pair(attempt.sights.second, roll, &unrolled));
+        PANO_FORWARD(
+            find_shifts(attempt.sights.first.unrolled, unrolled, kFarRange, attempt.cancel, &shifts));
+        for (int32_t i = 0; i < shifts.count; ++i)
+            _keep(shifts.best[i], roll, rolled);
+    }
+    return kPanoSuccess;
+}
+
+PanoResult _try_rolled(const Attempt& attempt)
+{
+    RolledShifts rolled;
+    PANO_FORWARD(_find_rolled(attempt, &rolled));
+    for (int32_t i = 0; i < rolled.count && !attempt.best->is_good(); ++i) {
+        const RolledShift& tried = rolled.best[i];
+        PANO_FORWARD(_try_guess(attempt, _guess(attempt, tried.shift, tried.roll)));
+    }
     return kPanoSuccess;
 }
 
@@ -204,7 +217,7 @@ double PairMatch::confidence() const
 {
     if (near < kLeastNear)
         return 0.0;
-    const double share = static_cast<double>(near) / count;
+    const double share = static_cast<double>(near) / matches.count;
     const double number = static_cast<double>(near - kUsualNear) / (near + kUsualNear);
     const double sum = kByLikeness * (likeness - 0.45) + kByShare * (share - 0.45) -
                        kByResidual * (residual - 1.0) + kByNumber * number - kDoubt;
@@ -216,13 +229,12 @@ bool PairMatch::is_good() const
     return confidence() >= 0.5;
 }
 
-int32_t match_pair(const Sight& first, const Sight& second, const ShiftHint& hint, const Cancel& cancel,
-                   PairMatch* match)
+PanoResult match_pair(const SightPair& sights, const ShiftHint& hint, const Cancel& cancel, PairMatch* match)
 {
     *match = {};
-    if (first.is_plain || second.is_plain)
+    if (sights.first.is_plain || sights.second.is_plain)
         return kPanoSuccess;
-    const Attempt attempt = {first, second, cancel, match};
+    const Attempt attempt = {sights, cancel, match};
     if (hint.is_known)
         PANO_FORWARD(_try_range(attempt, _around(hint)));
     const ShiftRange everywhere = {-kReachAlong, kReachAlong, -kReachAcross, kReachAcross};
@@ -233,15 +245,10 @@ int32_t match_pair(const Sight& first, const Sight& second, const ShiftHint& hin
     return kPanoSuccess;
 }
 
-int32_t match_pair_again(const Sight& first, const Sight& second, const LensPair& lenses,
-                         const Cancel& cancel, PairMatch* match)
+PanoResult match_pair_again(const SightPair& sights, const LensPair& lenses, const Cancel& cancel,
+                            PairMatch* match)
 {
-    Match matches[kMaxMatches];
-    const int32_t count = match_patches(first, second, lenses, kSearchNear, cancel, matches);
-    PANO_FORWARD(count);
-    std::copy_n(matches, count, match->matches);
-    match->count = count;
-    return kPanoSuccess;
+    return match_patches(sights, lenses, kSearchNear, cancel, &match->matches);
 }
 
 }  // namespace ozr::refined

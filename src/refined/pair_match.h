@@ -1,4 +1,5 @@
-// Matching of two pictures: their rough shift, the matches of patches, and whether these make sense together.
+// Matching of two pictures: their rough shift, the matches of patches, and whether these
+// make sense together.
 #ifndef REFINED_PAIR_MATCH_H
 #define REFINED_PAIR_MATCH_H
 
@@ -11,8 +12,7 @@ namespace ozr::refined
 // What two pictures have in common.
 struct PairMatch {
     PairGuess guess;
-    int32_t count;
-    Match matches[kMaxMatches];
+    Matches matches;
     int32_t near;     // matches that agree on how the camera turned
     double residual;  // root mean square distance of those, base pixels
     double likeness;  // of the whole overlap, 1: the same
@@ -24,21 +24,22 @@ struct PairMatch {
     bool is_good() const;
 };
 
-// Where the second picture is expected: the shift of its middle, in shares of the picture's width and height.
+// Where the second picture is expected: the shift of its middle, in shares of the picture's
+// width and height.
 struct ShiftHint {
     bool is_known;
     double x;
     double y;
 };
 
-// Finds what two pictures have in common, near the hint first, then anywhere along the sweep. Pictures that do not belong
-// together end with a match that is not good. kPanoNoMemory, kPanoCancelled.
-int32_t match_pair(const Sight& first, const Sight& second, const ShiftHint& hint, const Cancel& cancel,
-                   PairMatch* match);
+// Finds what two pictures have in common, near the hint first, then anywhere along the sweep.
+// Pictures that do not belong together end with a match that is not good. kPanoNoMemory,
+// kPanoCancelled.
+PanoResult match_pair(const SightPair& sights, const ShiftHint& hint, const Cancel& cancel, PairMatch* match);
 
 // Matches the patches once more with cameras found before. kPanoCancelled.
-int32_t match_pair_again(const Sight& first, const Sight& second, const LensPair& lenses,
-                         const Cancel& cancel, PairMatch* match);
+PanoResult match_pair_again(const SightPair& sights, const LensPair& lenses, const Cancel& cancel,
+                            PairMatch* match);
 
 }  // namespace ozr::refined
 

@@ -1,6 +1,7 @@
-// Both steps sample the second picture in the shape of the first, with 3 fractional bits: a level is 8 units. The fit is
-// that of Lucas and Kanade in its inverse form: gradients are the first picture's, so the normal equations are solved
-// once; brightness and contrast are unknowns beside the two of the place.
+// Both steps sample the second picture in the shape of the first, with 3 fractional bits: a level
+// is 8 units. The fit is that of Lucas and Kanade in its inverse form: gradients are the first
+// picture's, so the normal equations are solved once; brightness and contrast are unknowns beside
+// the two of the place.
 #include "refined/patch_fit.h"
 
 #include <algorithm>
@@ -33,13 +34,13 @@ constexpr int32_t kFitSteps = 6;
 constexpr double kFitDone = 0.01;        // pixels
 constexpr double kLeastContrast = 0.25;  // of the second patch against the first
 
-// What was too bright for the camera has one value, white, and ends elsewhere than in a darker picture. Video's white is
-// 235; some cameras go on to 255. A patch may have so many pixels of it.
+// What was too bright for the camera has one value, white, and ends elsewhere than in a darker
+// picture. Video's white is 235; some cameras go on to 255. A patch may have so many pixels of it.
 constexpr int32_t kDarkestWhite = 234 << kLevelBits;
 constexpr int32_t kSameLevel = kLevelOne / 2;
 constexpr int32_t kMostWhite = 16;
 
-bool _holds(const GrayView& plane, int32_t x, int32_t y, int32_t half)
+bool _holds(const ConstPlane& plane, int32_t x, int32_t y, int32_t half)
 {
     return x >= half && y >= half && x + half < plane.width && y + half < plane.height;
 }
@@ -50,9 +51,13 @@ int32_t _dot(const int16_t* a, const int16_t* b)
     return kernels::active()->match.dot_product(a, b, kFitPixels);
 }
 
-// Samples (2 half + 1)^2 places around (x, y), bilinear. False where one lies outside.
-bool _sample(const GrayView& plane, double x, double y, const PatchShape& shape, int32_t half, int16_t* out)
+// Samples (2 half + 1)^2 places around that of the second picture, bilinear. False where one lies
+// outside.
+bool _sample(const PatchTask& task, int32_t half, int16_t* out)
 {
+    const ConstPlane& plane = *task.second_plane;
+    const PatchShape& shape = task.shape;
+    const double x = task.second_x, y = task.second_y;
     const double reach_x = half * ((shape.right_x < 0 ? -shape.right_x : shape.right_x) +
                                    (shape.down_x < 0 ? -shape.down_x : shape.down_x));
     const double reach_y = half * ((shape.right_y < 0 ? -shape.right_y : shape.right_y) +
@@ -93,14 +98,15 @@ void _move(PatchTask* task, double right, double down)
     task->second_y += right * task->shape.right_y + down * task->shape.down_y;
 }
 
-// The patch of the first picture less its mean in whole units; what is left of the sum is taken off at the end.
+// The patch of the first picture less its mean in whole units; what is left of the sum is taken off
+// at the end.
 struct Template {
     int16_t values[kSearchPixels];
     int32_t sum;
     int32_t square;
 };
 
-void _make_template(const GrayView& plane, int32_t x, int32_t y, Template* out)
+void _make_template(const ConstPlane& plane, int32_t x, int32_t y, Template* out)
 {
     int32_t sum = 0;
     int32_t at = 0;
@@ -125,7 +131,8 @@ struct PartSums {
     int32_t square;  // the sum of squares
 };
 
-// Sums over as many rows of a window as a template has, for each of its columns: of values and of their squares.
+// Sums over as many rows of a window as a template has, for each of its columns: of values and
+// of their squares.
 class ColumnSums
 {
 public:
@@ -193,7 +200,8 @@ double _correlation(const PatchLikeness& likeness)
 
 constexpr int32_t kUnknowns = 4;  // right, down, contrast, brightness
 
-// What a fit keeps of the first picture: the patch, its gradients, ones; and the inverse of their normal equations.
+// What a fit keeps of the first picture: the patch, its gradients, ones; and the inverse of
+// their normal equations.
 struct FitBasis {
     int16_t values[kUnknowns][kFitPixels];
     double inverse[kUnknowns][kUnknowns];
@@ -202,7 +210,7 @@ struct FitBasis {
 
 enum FitUnknown { kRight, kDown, kContrast, kBrightness };
 
-void _fill_basis(const GrayView& plane, int32_t x, int32_t y, FitBasis* basis)
+void _fill_basis(const ConstPlane& plane, int32_t x, int32_t y, FitBasis* basis)
 {
     int32_t at = 0;
     for (int32_t j = -kFitHalf; j <= kFitHalf; ++j) {
@@ -246,7 +254,7 @@ bool _invert(double a[kUnknowns][kUnknowns], double inverse[kUnknowns][kUnknowns
     return true;
 }
 
-bool _make_basis(const GrayView& plane, int32_t x, int32_t y, FitBasis* basis)
+bool _make_basis(const ConstPlane& plane, int32_t x, int32_t y, FitBasis* basis)
 {
     _fill_basis(plane, x, y, basis);
     double normal[kUnknowns][kUnknowns];
@@ -258,7 +266,8 @@ bool _make_basis(const GrayView& plane, int32_t x, int32_t y, FitBasis* basis)
     }
     const double sum = normal[kContrast][kBrightness];
     basis->square = normal[kContrast][kContrast] - sum * sum / kFitPixels;
-    // Elimination from the last unknown to the first leaves the gradients what brightness and contrast do not explain.
+    // Elimination from the last unknown to the first leaves the gradients what brightness and
+    // contrast do not explain.
     return _invert(normal, basis->inverse);
 }
 
@@ -310,7 +319,7 @@ bool compare_patch(const PatchTask& task, PatchLikeness* likeness)
 {
     int16_t window[kSearchPixels];
     if (!_holds(*task.first_plane, task.first_x, task.first_y, kSearchHalf) ||
-        !_sample(*task.second_plane, task.second_x, task.second_y, task.shape, kSearchHalf, window))
+        !_sample(task, kSearchHalf, window))
         return false;
     Template patch;
     _make_template(*task.first_plane, task.first_x, task.first_y, &patch);
@@ -322,8 +331,7 @@ double search_patch(PatchTask* task, int32_t reach)
 {
     int16_t window[kWindowSide * kWindowSide];
     if (!_holds(*task->first_plane, task->first_x, task->first_y, kSearchHalf) ||
-        !_sample(*task->second_plane, task->second_x, task->second_y, task->shape, kSearchHalf + reach,
-                 window))
+        !_sample(*task, kSearchHalf + reach, window))
         return -1.0;
     Template patch;
     _make_template(*task->first_plane, task->first_x, task->first_y, &patch);
@@ -363,7 +371,7 @@ double fit_patch(PatchTask* task, double drift)
     int16_t sampled[kFitPixels];
     FitState state = {};
     for (int32_t step = 0; step < kFitSteps; ++step) {
-        if (!_sample(*task->second_plane, task->second_x, task->second_y, task->shape, kFitHalf, sampled))
+        if (!_sample(*task, kFitHalf, sampled))
             return -1.0;
         state = _measure(basis, sampled);
         if (state.contrast < kLeastContrast)

@@ -1,4 +1,5 @@
-// The place of one patch in another picture: a search over whole pixels, then a fit to fractions of a pixel.
+// The place of one patch in another picture: a search over whole pixels, then a fit to fractions
+// of a pixel.
 #ifndef REFINED_PATCH_FIT_H
 #define REFINED_PATCH_FIT_H
 
@@ -7,7 +8,8 @@
 namespace ozr::refined
 {
 
-// How the first picture's surroundings of a place show in the second: by a step to the right and a step down.
+// How the first picture's surroundings of a place show in the second: by a step to the right and
+// a step down.
 struct PatchShape {
     double right_x;
     double right_y;
@@ -15,10 +17,11 @@ struct PatchShape {
     double down_y;
 };
 
-// A place that is looked for: `first` in whole pixels of its plane, `second` where it is expected in the other.
+// A place that is looked for: `first` in whole pixels of its plane, `second` where it is expected
+// in the other.
 struct PatchTask {
-    const GrayView* first_plane;
-    const GrayView* second_plane;
+    const ConstPlane* first_plane;
+    const ConstPlane* second_plane;
     int32_t first_x;
     int32_t first_y;
     double second_x;
@@ -26,8 +29,8 @@ struct PatchTask {
     PatchShape shape;
 };
 
-// Moves task->second to the best place within `reach` pixels (at most kMaxReach) and returns the correlation there; -1
-// where the search leaves a picture. A patch is kSearchSide pixels wide.
+// Moves task->second to the best place within `reach` pixels (at most kMaxReach) and returns the
+// correlation there; -1 where the search leaves a picture. A patch is kSearchSide pixels wide.
 constexpr int32_t kMaxReach = 4;
 constexpr int32_t kSearchSide = 9;
 double search_patch(PatchTask* task, int32_t reach);
@@ -42,8 +45,9 @@ struct PatchLikeness {
 // False where the patch leaves a picture.
 bool compare_patch(const PatchTask& task, PatchLikeness* likeness);
 
-// Moves task->second to the best fit and returns the correlation there; -1 where the fit leaves the picture, drifts off by
-// more than `drift` pixels, or has nothing to hold on to: a patch without contrast, or one that is overexposed.
+// Moves task->second to the best fit and returns the correlation there; -1 where the fit leaves the
+// picture, drifts off by more than `drift` pixels, or has nothing to hold on to: a patch without
+// contrast, or one that is overexposed.
 double fit_patch(PatchTask* task, double drift);
 
 }  // namespace ozr::refined

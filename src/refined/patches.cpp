@@ -1,5 +1,5 @@
-// The overlap is divided into cells; in each, the place of the first picture that is best to hold on to is looked for in
-// the second, from coarse levels to fine ones.
+// The overlap is divided into cells; in each, the place of the first picture that is best to hold
+// on to is looked for in the second, from coarse levels to fine ones.
 #include "refined/patches.h"
 
 #include <algorithm>
@@ -28,7 +28,8 @@ constexpr int32_t kFewMatches = 30;
 // The share of the first picture that shows in the second is counted on this many places to a side.
 constexpr int32_t kShareSide = 12;
 
-// Correlation that a patch must reach at two levels above the base, one above it, and after the fit.
+// Correlation that a patch must reach at two levels above the base, one above it, and
+// after the fit.
 constexpr double kLeastCorrelation[kSearchLevels + 1] = {0.70, 0.50, 0.40};
 constexpr int32_t kReach[kSearchLevels + 1] = {2, 2, 4};
 constexpr int32_t kReachBase = 3;  // where only the base is searched
@@ -37,18 +38,20 @@ constexpr int32_t kReachBase = 3;  // where only the base is searched
 constexpr int32_t kFinest = -1;
 constexpr int32_t kLevels = kSearchLevels + 1 - kFinest;
 
-// A fit may drift so far from where it starts, in pixels of its level: further off lies something else.
+// A fit may drift so far from where it starts, in pixels of its level: further off
+// lies something else.
 constexpr double kBaseDrift = 2.5;
 constexpr double kFinestDrift = 1.5;
 
 // The shape of a patch is taken from the map at places so many base pixels off.
 constexpr double kShapeStep = 8.0;
 
-// The overlap is compared at the highest of the search's levels that has so many pixels: noise is small there, and a lens
-// that is a little off does no harm.
+// The overlap is compared at the highest of the search's levels that has so many pixels: noise is
+// small there, and a lens that is a little off does no harm.
 constexpr int32_t kLikenessPixels = 8000;
 
-// Patches count by their contrast, up to deviations of four levels (of 8 units): a horizon is not to outweigh all else.
+// Patches count by their contrast, up to deviations of four levels (of 8 units): a horizon is not
+// to outweigh all else.
 constexpr double kFullContrast = (4.0 * 8) * (4.0 * 8) * kSearchSide * kSearchSide;
 constexpr int32_t kLeastPatches = 6;
 
@@ -67,7 +70,7 @@ struct LevelFrame {
 
 LevelFrame _frame(const Sight& sight, int32_t above_base)
 {
-    const GrayView& full = sight.pyramid.levels[0];
+    const ConstPlane& full = sight.pyramid.levels[0];
     const double scale = 2.0 * sight.base_scale();
     const double to_level = above_base < 0 ? 1 << -above_base : 1.0 / static_cast<double>(1 << above_base);
     return {to_level, full.width / scale, full.height / scale};
@@ -81,16 +84,16 @@ bool _shows(const Sight& second, Place place)
 }
 
 // Share of the first picture that shows in the second.
-double _share(const Sight& first, const Sight& second, const LensPair& lenses)
+double _share(const SightPair& sights, const LensPair& lenses)
 {
-    const LevelFrame frame = _frame(first, 0);
+    const LevelFrame frame = _frame(sights.first, 0);
     int32_t inside = 0;
     for (int32_t j = 0; j < kShareSide; ++j) {
         for (int32_t i = 0; i < kShareSide; ++i) {
             const Place place = {frame.middle_x * ((2 * i + 1.0) / kShareSide - 1.0),
                                  frame.middle_y * ((2 * j + 1.0) / kShareSide - 1.0)};
             Place shown = {};
-            inside += place_in_second(lenses, place, &shown) && _shows(second, shown) ? 1 : 0;
+            inside += place_in_second(lenses, place, &shown) && _shows(sights.second, shown) ? 1 : 0;
         }
     }
     return static_cast<double>(inside) / (kShareSide * kShareSide);
@@ -98,17 +101,16 @@ double _share(const Sight& first, const Sight& second, const LensPair& lenses)
 
 // One search over the overlap of two pictures.
 struct Search {
-    const Sight& first;
-    const Sight& second;
+    const SightPair& sights;
     const LensPair& lenses;
     LevelFrame first_frames[kLevels];
     LevelFrame second_frames[kLevels];
 
-    Search(const Sight& a, const Sight& b, const LensPair& l) : first(a), second(b), lenses(l)
+    Search(const SightPair& s, const LensPair& l) : sights(s), lenses(l)
     {
         for (int32_t i = 0; i < kLevels; ++i) {
-            first_frames[i] = _frame(a, i + kFinest);
-            second_frames[i] = _frame(b, i + kFinest);
+            first_frames[i] = _frame(s.first, i + kFinest);
+            second_frames[i] = _frame(s.second, i + kFinest);
         }
     }
 
@@ -125,7 +127,8 @@ Place _window_place(const Search& search, int32_t column, int32_t row)
     return search.first_frame(1).from_level(x, y);
 }
 
-// How the map turns and stretches the surroundings of a place. False at the edge of what can be seen.
+// How the map turns and stretches the surroundings of a place. False at the edge of what
+// can be seen.
 bool _shape_at(const LensPair& lenses, Place first, Place second, PatchShape* shape)
 {
     Place right = {};
@@ -138,13 +141,13 @@ bool _shape_at(const LensPair& lenses, Place first, Place second, PatchShape* sh
     return true;
 }
 
-// Sets the task up for a level: the nearest whole pixel of the first picture, and where that is expected in the second,
-// which the levels above have moved by `off` (base pixels).
+// Sets the task up for a level: the nearest whole pixel of the first picture, and where that is
+// expected in the second, which the levels above have moved by `off` (base pixels).
 bool _aim(const Search& search, Place first, Place off, int32_t level, PatchTask* task)
 {
     const Place at = search.first_frame(level).at_level(first);
-    task->first_plane = &search.first.plane(level);
-    task->second_plane = &search.second.plane(level);
+    task->first_plane = &search.sights.first.plane(level);
+    task->second_plane = &search.sights.second.plane(level);
     task->first_x = _whole(at.x);
     task->first_y = _whole(at.y);
     const Place whole = search.first_frame(level).from_level(task->first_x, task->first_y);
@@ -172,7 +175,7 @@ Place _off(const Search& search, int32_t level, const PatchTask& task)
 void _sharpen(const Search& search, Place off, Match* match)
 {
     PatchTask task = {};
-    if (search.first.base + kFinest < 0 || !_aim(search, match->first, off, kFinest, &task) ||
+    if (search.sights.first.base + kFinest < 0 || !_aim(search, match->first, off, kFinest, &task) ||
         fit_patch(&task, kFinestDrift) < kLeastCorrelation[0])
         return;
     match->first = search.first_frame(kFinest).from_level(task.first_x, task.first_y);
@@ -208,7 +211,7 @@ struct Cells {
 // The best window of a cell that shows in the second picture.
 bool _best_place(const Search& search, const Cells& cells, int32_t column, int32_t row, Place* best)
 {
-    const Corners& corners = search.first.corners;
+    const Corners& corners = search.sights.first.corners;
     const int32_t side = cells.side;
     float strength = cells.least_strength;
     for (int32_t j = row; j < std::min(row + side, corners.rows); ++j) {
@@ -217,7 +220,7 @@ bool _best_place(const Search& search, const Cells& cells, int32_t column, int32
                 continue;
             const Place place = _window_place(search, i, j);
             Place shown = {};
-            if (!place_in_second(search.lenses, place, &shown) || !_shows(search.second, shown))
+            if (!place_in_second(search.lenses, place, &shown) || !_shows(search.sights.second, shown))
                 continue;
             strength = corners.at(i, j);
             *best = place;
@@ -229,53 +232,54 @@ bool _best_place(const Search& search, const Cells& cells, int32_t column, int32
 // Cells so large that the overlap holds about kPatches of them.
 int32_t _cell_side(const Search& search)
 {
-    const Corners& corners = search.first.corners;
+    const Corners& corners = search.sights.first.corners;
     const double windows = static_cast<double>(int64_t{corners.columns} * corners.rows);
-    const double overlap = windows * _share(search.first, search.second, search.lenses);
+    const double overlap = windows * _share(search.sights, search.lenses);
     return std::max(static_cast<int32_t>(std::sqrt(overlap / kPatches)), kLeastCell);
 }
 
 // kPanoCancelled.
-int32_t _match_cells(const Search& search, const Cells& cells, PatchSearch kind, const Cancel& cancel,
-                     Match matches[kMaxMatches])
+PanoResult _match_cells(const Search& search, const Cells& cells, PatchSearch kind, const Cancel& cancel,
+                        Matches* matches)
 {
-    const Corners& corners = search.first.corners;
+    const Corners& corners = search.sights.first.corners;
     const int32_t side = cells.side;
-    int32_t found = 0;
+    matches->count = 0;
     for (int32_t row = 0; row < corners.rows; row += side) {
         if (cancel.asked())
             return kPanoCancelled;
-        for (int32_t column = 0; column < corners.columns && found < kMaxMatches; column += side) {
+        for (int32_t column = 0; column < corners.columns && matches->count < kMaxMatches; column += side) {
             Place place = {};
             if (_best_place(search, cells, column, row, &place) &&
-                _match(search, place, kind, &matches[found]))
-                ++found;
+                _match(search, place, kind, &matches->at[matches->count]))
+                ++matches->count;
         }
     }
-    return found;
+    return kPanoSuccess;
 }
 
 }  // namespace
 
-int32_t match_patches(const Sight& first, const Sight& second, const LensPair& lenses, PatchSearch kind,
-                      const Cancel& cancel, Match matches[kMaxMatches])
+PanoResult match_patches(const SightPair& sights, const LensPair& lenses, PatchSearch kind,
+                         const Cancel& cancel, Matches* matches)
 {
-    const Search search(first, second, lenses);
+    const Search search(sights, lenses);
     const int32_t side = _cell_side(search);
-    int32_t found = _match_cells(search, {side, kWeakCorner}, kind, cancel, matches);
+    PANO_FORWARD(_match_cells(search, {side, kWeakCorner}, kind, cancel, matches));
+    if (matches->count >= kFewMatches)
+        return kPanoSuccess;
     // Where little of the overlap has texture, it is looked at more closely.
-    if (found >= 0 && found < kFewMatches)
-        found = _match_cells(search, {std::max(side / 2, 1), kFaintCorner}, kind, cancel, matches);
-    return found;
+    return _match_cells(search, {std::max(side / 2, 1), kFaintCorner}, kind, cancel, matches);
 }
 
-double likeness_of_overlap(const Sight& first, const Sight& second, const LensPair& lenses)
+double likeness_of_overlap(const SightPair& sights, const LensPair& lenses)
 {
-    const Search search(first, second, lenses);
+    const Search search(sights, lenses);
+    const Sight& first = sights.first;
     int32_t level = kSearchLevels;
     while (level > 0 && int64_t{first.plane(level).width} * first.plane(level).height < kLikenessPixels)
         --level;
-    const GrayView& plane = first.plane(level);
+    const ConstPlane& plane = first.plane(level);
     double sum = 0.0;
     double all = 0.0;
     int32_t patches = 0;

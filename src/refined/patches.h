@@ -1,4 +1,5 @@
-// Matching of small patches of two neighbours: places that are seen in both, measured to a few hundredths of a pixel.
+// Matching of small patches of two neighbours: places that are seen in both, measured to a few
+// hundredths of a pixel.
 #ifndef REFINED_PATCHES_H
 #define REFINED_PATCHES_H
 
@@ -16,19 +17,25 @@ struct Match {
 
 constexpr int32_t kMaxMatches = 160;
 
+struct Matches {
+    int32_t count;
+    Match at[kMaxMatches];
+};
+
 // How far off the places of the second picture may be that `lenses` foretells.
 enum PatchSearch {
     kSearchWide,  // by a few pixels of two levels above the base: after a rough shift
     kSearchNear,  // by a few pixels of the base: with cameras found before
 };
 
-// Writes the matches over the whole overlap and returns how many. kPanoCancelled.
-int32_t match_patches(const Sight& first, const Sight& second, const LensPair& lenses, PatchSearch kind,
-                      const Cancel& cancel, Match matches[kMaxMatches]);
+// Finds the matches over the whole overlap. kPanoCancelled.
+PanoResult match_patches(const SightPair& sights, const LensPair& lenses, PatchSearch kind,
+                         const Cancel& cancel, Matches* matches);
 
-// How alike the pictures are over their whole overlap, seen through `lenses`: the mean correlation of small patches, those
-// with little in them counting for less. 1: the same; around 0: nothing to do with each other, or no overlap.
-double likeness_of_overlap(const Sight& first, const Sight& second, const LensPair& lenses);
+// How alike the pictures are over their whole overlap, seen through `lenses`: the mean correlation
+// of small patches, those with little in them counting for less. 1: the same; around 0: nothing to
+// do with each other, or no overlap.
+double likeness_of_overlap(const SightPair& sights, const LensPair& lenses);
 
 }  // namespace ozr::refined
 

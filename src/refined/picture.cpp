@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "image/pano_result.h"
 #include "kernels/kernels.h"
 
 namespace ozr::refined
@@ -14,8 +13,10 @@ namespace
 // No level is smaller than this to a side: there is nothing left to compare.
 constexpr int32_t kLeastSide = 8;
 
-constexpr int32_t kLongestSmall = 512;  // side of the small level: finer seams were not seen to be better ...
-constexpr int32_t kLeastSmall = 2;      // ... and nothing finer than 4 pixels hides under a feather
+// The small level's longer side, at most: finer seams were not seen to be better. And the least of
+// such levels: nothing finer than 4 pixels hides under a feather.
+constexpr int32_t kLongestSmall = 512;
+constexpr int32_t kLeastSmall = 2;
 
 int32_t _count_levels(int32_t width, int32_t height)
 {
@@ -26,21 +27,21 @@ int32_t _count_levels(int32_t width, int32_t height)
 }
 
 // Describes the levels and allocates them; the first is the picture's own.
-int32_t _lay_out(const PanoImg* kept, Pyramid* pyramid)
+PanoResult _lay_out(const PanoImg* kept, Pyramid* pyramid)
 {
     pyramid->count = _count_levels(kept->width, kept->height);
     int64_t bytes = 0;
     for (int32_t i = 0; i < pyramid->count; ++i) {
         const int32_t width = kept->width >> i;
         const int32_t height = kept->height >> i;
-        pyramid->levels[i] = {nullptr, width, width, height};
+        pyramid->levels[i] = {nullptr, width, height, width};
         bytes += i > 0 ? int64_t{width} * height : 0;
     }
     pyramid->small =
         std::min(std::max(level_within(*pyramid, kLongestSmall), kLeastSmall), pyramid->count - 1);
-    GrayView* pairs = &pyramid->small_pairs;
-    *pairs = {nullptr, 0, kept->width / 2 >> pyramid->small, kept->height / 2 >> pyramid->small};
-    pairs->stride = 2 * ptrdiff_t{pairs->width};
+    ConstPlane* pairs = &pyramid->small_pairs;
+    *pairs = {nullptr, kept->width / 2 >> pyramid->small, kept->height / 2 >> pyramid->small, 0};
+    pairs->stride = 2 * pairs->width;
     pyramid->block = make_unfilled_buffer<uint8_t>(bytes + int64_t{pairs->stride} * pairs->height);
     if (!pyramid->block)
         return kPanoNoMemory;
@@ -59,7 +60,7 @@ int32_t _lay_out(const PanoImg* kept, Pyramid* pyramid)
 class PyramidFiller
 {
 public:
-    int32_t init(const PanoImg* kept, Pyramid* pyramid)
+    PanoResult init(const PanoImg* kept, Pyramid* pyramid)
     {
         kept_ = kept;
         pyramid_ = pyramid;
@@ -68,17 +69,19 @@ public:
         return waiting_ ? kPanoSuccess : kPanoNoMemory;
     }
 
-    // Row `y` of the picture's luma is there: so are all the rows of coarser levels that it completes.
+    // Row `y` of the picture's luma is there: so are all the rows of coarser levels
+    // that it completes.
     void add_luma_row(int32_t y) const
     {
         for (int32_t level = 1; level < pyramid_->count && y % 2 != 0; ++level) {
-            const GrayView &finer = pyramid_->levels[level - 1], &view = pyramid_->levels[level];
+            const ConstPlane &finer = pyramid_->levels[level - 1], &view = pyramid_->levels[level];
             y /= 2;
             table_->half_gray_row(to_fill(view, y), finer.row(2 * y), finer.row(2 * y + 1), view.width);
         }
     }
 
-    // The same for chroma, of which the small level alone is kept: of each level between, two rows wait for each other.
+    // The same for chroma, of which the small level alone is kept: of each level between, two rows
+    // wait for each other.
     void add_chroma_row(int32_t y) const
     {
         const uint8_t *lower = pano_chroma_row(kept_, y), *upper = lower - kept_->stride;
@@ -97,7 +100,7 @@ public:
 
 private:
     // The rows of the pyramid's block are the pyramid's to write.
-    uint8_t* to_fill(const GrayView& view, int32_t y) const
+    uint8_t* to_fill(const ConstPlane& view, int32_t y) const
     {
         return pyramid_->block.get() + (view.row(y) - pyramid_->small_pairs.data);
     }
@@ -123,15 +126,15 @@ void _copy(const PanoImg* picture, const PanoImg* kept, const PyramidFiller* fil
     }
 }
 
-int32_t _turn(const PanoImg* picture, PanoImg* kept)
+PanoResult _turn(const PanoImg* picture, PanoImg* kept)
 {
     PANO_FORWARD(pano_create_unfilled(kept, picture->height, picture->width, kPanoNv12));
-    return PanoImg_RotateCW90(kept, picture);
+    return as_result(PanoImg_RotateCW90(kept, picture));
 }
 
 }  // namespace
 
-int32_t build_pyramid(const PanoImg* kept, Pyramid* pyramid)
+PanoResult build_pyramid(const PanoImg* kept, Pyramid* pyramid)
 {
     PyramidFiller filler;
     PANO_FORWARD(filler.init(kept, pyramid));
@@ -142,7 +145,7 @@ int32_t build_pyramid(const PanoImg* kept, Pyramid* pyramid)
     return kPanoSuccess;
 }
 
-int32_t keep_picture(const PanoImg* picture, bool turn, PanoImg* kept, Pyramid* pyramid)
+PanoResult keep_picture(const PanoImg* picture, bool turn, PanoImg* kept, Pyramid* pyramid)
 {
     const int32_t width = picture->width & ~1;
     const int32_t height = picture->height & ~1;

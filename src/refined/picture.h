@@ -1,52 +1,48 @@
-// A picture of the sweep as the refined quality keeps it: NV12 with the sweep along x, and its pyramid.
+// A picture of the sweep as the refined quality keeps it: NV12 with the sweep along x,
+// and its pyramid.
 #ifndef REFINED_PICTURE_H
 #define REFINED_PICTURE_H
 
-#include <stddef.h>
 #include <stdint.h>
 
+#include "base/plane.h"
+#include "image/pano_result.h"
 #include "image/panorama_img.h"
 #include "support/buffer.h"
 
 namespace ozr::refined
 {
 
-// One plane of bytes, only read.
-struct GrayView {
-    const uint8_t* data;
-    ptrdiff_t stride;
-    int32_t width;
-    int32_t height;
-
-    const uint8_t* row(int32_t y) const { return data + y * stride; }
-};
-
 // Halvings of the largest pictures that 32-bit sizes allow: 2^15 pixels to a side.
 constexpr int32_t kMaxLevels = 16;
 
-// Level 0 is the picture's own luma; every further level is the truncated mean of 2 x 2 pixels of the one before.
+// Level 0 is the picture's own luma; every further level is the truncated mean of 2 x 2 pixels of
+// the one before.
 struct Pyramid {
-    GrayView levels[kMaxLevels];
+    ConstPlane levels[kMaxLevels];
     int32_t count;
-    // The level that brightness, seams and slow transitions are found on: 2 or more, unless a picture is smaller than 32 to
-    // a side. And its chroma, rounded means of 2 x 2 pairs at each halving; its width is counted in pairs.
+    // The level that brightness, seams and slow transitions are found on: 2 or more, unless a
+    // picture is smaller than 32 to a side. And its chroma, rounded means of 2 x 2 pairs at each
+    // halving; its width is counted in pairs.
     int32_t small;
-    GrayView small_pairs;
+    ConstPlane small_pairs;
     Buffer<uint8_t> block;  // of all levels but the first
 };
 
-// Copies an NV12 picture into `kept`, with tight rows and even sizes (an odd last row or column is left out), and builds
-// its pyramid in the same pass: while two rows are at hand, their means cost little. `turn` makes a quarter turn
-// clockwise. kPanoBadArgument: smaller than 2 x 2; kPanoNoMemory.
-int32_t keep_picture(const PanoImg* picture, bool turn, PanoImg* kept, Pyramid* pyramid);
+// Copies an NV12 picture into `kept`, with tight rows and even sizes (an odd last row or column
+// is left out), and builds its pyramid in the same pass: while two rows are at hand, their
+// means cost little. `turn` makes a quarter turn clockwise. kPanoBadArgument: smaller than
+// 2 x 2; kPanoNoMemory.
+PanoResult keep_picture(const PanoImg* picture, bool turn, PanoImg* kept, Pyramid* pyramid);
 
 // Builds the pyramid of a picture that is kept already.
-int32_t build_pyramid(const PanoImg* kept, Pyramid* pyramid);
+PanoResult build_pyramid(const PanoImg* kept, Pyramid* pyramid);
 
 // The first level whose longer side is at most `side`.
 int32_t level_within(const Pyramid& pyramid, int32_t side);
 
-// Places of the picture and of level `level`: a pixel of a level stands for the middle of its 2^level x 2^level.
+// Places of the picture and of level `level`: a pixel of a level stands for the middle of its
+// 2^level x 2^level.
 inline double place_at_level(double place, int32_t level)
 {
     return (place + 0.5) / static_cast<double>(1 << level) - 0.5;

@@ -23,7 +23,8 @@ StraightSlope _by_change(Vector change, Place straight, double depth)
     return {(change.x - straight.x * change.z) / depth, (change.y - straight.y * change.z) / depth};
 }
 
-// From straight places to picture places, for changes: along the radius by 1 / stretch, across it by 1 / scale.
+// From straight places to picture places, for changes: along the radius by 1 / stretch, across it
+// by 1 / scale.
 struct Bending {
     double xx;
     double xy;

@@ -7,8 +7,9 @@
 namespace ozr::refined
 {
 
-// One coordinate of a distance, by small changes of the unknowns. A turn of the second camera changes it by the opposite of
-// what the same turn of the first does; the common focal length by what both zooms do together.
+// One coordinate of a distance, by small changes of the unknowns. A turn of the second camera
+// changes it by the opposite of what the same turn of the first does; the common focal length by
+// what both zooms do together.
 struct Slope {
     double turn[3];  // of the first camera, about the world's axes, radians
     double first_zoom;

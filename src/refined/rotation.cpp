@@ -13,10 +13,12 @@ namespace
 // Below this a turn is its first-order part: the rest is under 1e-16.
 constexpr double kSmallAngle = 1e-8;
 
-// Sweeps over the three off-diagonal elements; the method of Jacobi converges quadratically, and five are plenty.
+// Sweeps over the three off-diagonal elements; the method of Jacobi converges quadratically, and
+// five are plenty.
 constexpr int32_t kJacobiSweeps = 8;
 
-// Turns rows and columns p and q of a symmetric matrix so that element (p, q) vanishes, and `vectors` with them.
+// Turns rows and columns p and q of a symmetric matrix so that element (p, q) vanishes, and
+// `vectors` with them.
 void _annihilate(double a[3][3], double vectors[3][3], int32_t p, int32_t q)
 {
     if (a[p][q] == 0.0)

@@ -13,8 +13,9 @@ namespace
 {
 
 constexpr uint8_t kForbidden = 255;
-// A difference as noise and rounding make it costs nothing, one as people make it costs all: differences are squared.
-// 55 levels and more reach the limit. Where no seam should be it costs more still, and more and more off the middle.
+// A difference as noise and rounding make it costs nothing, one as people make it costs all:
+// differences are squared. 55 levels and more reach the limit. Where no seam should be it costs
+// more still, and more and more off the middle.
 constexpr int32_t kSquareBits = 4;
 constexpr int32_t kDearest = 191;
 
@@ -35,10 +36,21 @@ Pair _pair(const Layer& a, const Layer& b, int32_t row)
             b.chroma_row(row / 2) - b.first, a.shown_row(row) - a.first, b.shown_row(row) - b.first};
 }
 
-// What a seam through each point of a row costs; nothing counts where one of the two shows nothing within `reach` points.
-void _cost_row(uint8_t* costs, uint8_t* forbidden, const Layer& a, const Layer& b, const Region& region,
-               int32_t row, int32_t reach)
+// Two neighbours, and where a seam may run between them: a point counts where both show something
+// `reach` points to either side.
+struct Overlap {
+    const Layer& a;
+    const Layer& b;
+    Region region;
+    int32_t reach;
+};
+
+// What a seam through each point of a row costs.
+void _cost_row(uint8_t* costs, uint8_t* forbidden, const Overlap& overlap, int32_t row)
 {
+    const Layer &a = overlap.a, &b = overlap.b;
+    const Region region = overlap.region;
+    const int32_t reach = overlap.reach;
     const Pair pair = _pair(a, b, row);
     const int32_t begin = std::max(region.first, std::max(a.first, b.first) + reach);
     const int32_t end = std::min(region.end, std::min(a.first + a.columns, b.first + b.columns) - reach);
@@ -60,8 +72,8 @@ void _cost_row(uint8_t* costs, uint8_t* forbidden, const Layer& a, const Layer& 
     }
 }
 
-// What a place costs for being off the middle between the two pictures, which decides where nothing else does: where a
-// seam may be, and where it should not.
+// What a place costs for being off the middle between the two pictures, which decides where nothing
+// else does: where a seam may be, and where it should not.
 struct Pull {
     uint8_t allowed;
     uint8_t forbidden;
@@ -129,17 +141,17 @@ Region _region(const Layers& layers, int32_t seam)
 PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, const int32_t* before,
                       int32_t* columns)
 {
-    const Layer &a = layers.at[seam], &b = layers.at[seam + 1];
     const int32_t rows = layers.frame.rows, last = rows - 1;
+    const int32_t reach = (feather_width(layers.frame) / 2 >> layers.frame.step_bits) + 1;
     const Region region = _region(layers, seam);
+    const Overlap overlap = {layers.at[seam], layers.at[seam + 1], region, reach};
     const int32_t width = region.width();
     Work work;
     PANO_FORWARD(_make_work(width, rows, &work));
-    const int32_t reach = (feather_width(layers.frame) / 2 >> layers.frame.step_bits) + 1;
     uint8_t* costs = work.costs.get();
     for (int32_t y = 0; y < rows; ++y) {
         const int64_t at = int64_t{y} * width;
-        _cost_row(costs + at, work.forbidden.get() + at, a, b, region, y, reach);
+        _cost_row(costs + at, work.forbidden.get() + at, overlap, y);
         const int32_t crossing = before != nullptr ? before[y] + 2 * reach - region.first : 0;
         std::fill_n(work.forbidden.get() + at, std::min(std::max(crossing, 0), width), kForbidden);
         if (cancel.asked())

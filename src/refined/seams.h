@@ -8,8 +8,8 @@
 namespace ozr::refined
 {
 
-// Picture i of the layers owns the columns from seam i - 1 to before seam i; the first picture begins, and the last one
-// ends, with the lattice.
+// Picture i of the layers owns the columns from seam i - 1 to before seam i; the first picture
+// begins, and the last one ends, with the lattice.
 struct Seams {
     Buffer<int32_t> columns;  // `rows` for each seam: lattice columns
     int32_t rows;

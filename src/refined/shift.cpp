@@ -23,7 +23,8 @@ int32_t _whole(double x)
 constexpr int32_t kFollowed = 6;
 constexpr int32_t kFineReach = 2;
 
-// Shifts whose overlap is smaller than this share of the picture count for less: a few pixels agree easily.
+// Shifts whose overlap is smaller than this share of the picture count for less: a few
+// pixels agree easily.
 constexpr double kFullShare = 0.25;
 
 struct Area {
@@ -69,7 +70,8 @@ double _correlation(const Common& common)
     return sums.ab / std::sqrt(static_cast<double>(sums.aa) * sums.bb);
 }
 
-// A correlation over few pixels is high by chance. Masks count: of rolled pictures, corners are all that meet far out.
+// A correlation over few pixels is high by chance. Masks count: of rolled pictures, corners are all
+// that meet far out.
 double _weight(const Common& common, const Unrolled& a)
 {
     if (common.columns < 1 || common.rows < 1)
@@ -98,8 +100,8 @@ struct ValueMap {
     float* at(int32_t x, int32_t y) const { return values.get() + int64_t{y + 1} * (columns + 2) + x + 1; }
 };
 
-int32_t _fill(const Unrolled& a, const Unrolled& b, const ShiftRange& range, const Cancel& cancel,
-              ValueMap* map)
+PanoResult _fill(const Unrolled& a, const Unrolled& b, const ShiftRange& range, const Cancel& cancel,
+                 ValueMap* map)
 {
     map->left = _whole(range.left * a.width);
     map->up = _whole(range.up * a.height);
@@ -131,7 +133,8 @@ bool _is_maximum(const ValueMap& map, int32_t x, int32_t y)
     return true;
 }
 
-// Keeps the best `most` of the shifts offered, the best first; of equal ones the first. Returns how many are kept.
+// Keeps the best `most` of the shifts offered, the best first; of equal ones the first. Returns how
+// many are kept.
 int32_t _keep(Shift* kept, int32_t count, int32_t most, const Shift& offered)
 {
     int32_t place = count;
@@ -168,8 +171,8 @@ bool _is_near(const Shift& a, const Shift& b)
 
 }  // namespace
 
-int32_t find_shifts(const UnrolledPair& first, const UnrolledPair& second, const ShiftRange& range,
-                    const Cancel& cancel, Shift shifts[kMaxShifts])
+PanoResult find_shifts(const UnrolledPair& first, const UnrolledPair& second, const ShiftRange& range,
+                       const Cancel& cancel, Shifts* shifts)
 {
     ValueMap map = {};
     PANO_FORWARD(_fill(first.coarse, second.coarse, range, cancel, &map));
@@ -184,16 +187,16 @@ int32_t find_shifts(const UnrolledPair& first, const UnrolledPair& second, const
             maxima = _keep(followed, maxima, kFollowed, {map.left + x, map.up + y, value});
         }
     }
-    int32_t found = 0;
+    shifts->count = 0;
     for (int32_t i = 0; i < maxima; ++i) {
         if (cancel.asked())
             return kPanoCancelled;
         const Shift fine = _follow(first, second, followed[i]);
         // Neighbouring maxima often lead to one place, which is not to be tried twice.
-        if (found == 0 || !_is_near(shifts[0], fine))
-            found = _keep(shifts, found, kMaxShifts, fine);
+        if (shifts->count == 0 || !_is_near(shifts->best[0], fine))
+            shifts->count = _keep(shifts->best, shifts->count, kMaxShifts, fine);
     }
-    return found;
+    return kPanoSuccess;
 }
 
 }  // namespace ozr::refined

@@ -8,7 +8,8 @@ namespace ozr::refined
 namespace
 {
 
-// Longer sides: of the base, whose pixels are fine enough to measure in, and of the size at which every shift is tried.
+// Longer sides: of the base, whose pixels are fine enough to measure in, and of the size at which
+// every shift is tried.
 constexpr int32_t kBaseSide = 1000;
 constexpr int32_t kCoarseSide = 96;
 
@@ -27,7 +28,12 @@ double assumed_focal(int32_t width)
     return blocks > 0 ? focal : 1.078 * width;
 }
 
-int32_t unroll_pair(const Sight& sight, double roll, UnrolledPair* unrolled)
+double assumed_base_focal(const Sight& sight)
+{
+    return assumed_focal(sight.pyramid.levels[0].width) / sight.base_scale();
+}
+
+PanoResult unroll_pair(const Sight& sight, double roll, UnrolledPair* unrolled)
 {
     const int32_t coarse = _coarse_level(sight);
     const int32_t fine = coarse > 0 ? coarse - 1 : 0;
@@ -37,7 +43,7 @@ int32_t unroll_pair(const Sight& sight, double roll, UnrolledPair* unrolled)
     return unroll(sight.pyramid.levels[fine], focal / static_cast<double>(1 << fine), roll, &unrolled->fine);
 }
 
-int32_t look_at(Sight* sight)
+PanoResult look_at(Sight* sight)
 {
     sight->base = level_within(sight->pyramid, kBaseSide);
     // The rough search works at two sizes, the coarser half the finer.

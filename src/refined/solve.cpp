@@ -15,12 +15,24 @@ namespace
 constexpr double kFocalMoved = 0.05;
 constexpr double kZoomMoved = 0.01;
 
-// A pair that the others contradict is dropped, and the cameras are found anew; each round drops one or more.
+// A pair that the others contradict is dropped, and the cameras are found anew; each round drops
+// one or more.
 constexpr int32_t kRounds = 4;
 
 double _base_focal(const SweepView& view)
 {
-    return assumed_focal(view.sights[0].pyramid.levels[0].width) / view.sights[0].base_scale();
+    return assumed_base_focal(view.sights[0]);
+}
+
+Link _link(const Pair& pair)
+{
+    const PairMatch& match = pair.match;
+    return {pair.first, pair.second, match.guess, match.matches.count, match.matches.at};
+}
+
+SightPair _sights(const SweepView& view, const Pair& pair)
+{
+    return {view.sights[pair.first], view.sights[pair.second]};
 }
 
 // Marks the largest group of pictures that good pairs join. Returns how many they are.
@@ -57,8 +69,7 @@ int32_t _collect_links(const SweepView& view, const bool* used, Link links[kMaxP
     for (int32_t i = 0; i < view.count; ++i) {
         const Pair& pair = view.pairs[i];
         if (pair.match.is_good() && used[pair.first])
-            links[count++] = {pair.first, pair.second, pair.match.guess, pair.match.count,
-                              pair.match.matches};
+            links[count++] = _link(pair);
     }
     return count;
 }
@@ -74,7 +85,8 @@ bool _has_moved(const SweepView& view, const Solution& solution)
     return moved;
 }
 
-// Notes how well every pair within the group agrees with the cameras. False if a pair that was good no longer is.
+// Notes how well every pair within the group agrees with the cameras. False if a pair that was good
+// no longer is.
 bool _review(const SweepView& view, const Solution& solution)
 {
     bool all_hold = true;
@@ -83,42 +95,40 @@ bool _review(const SweepView& view, const Solution& solution)
         if (!solution.used[pair.first] || !solution.used[pair.second])
             continue;
         const bool was_good = pair.match.is_good();
-        const Link link = {pair.first, pair.second, pair.match.guess, pair.match.count, pair.match.matches};
-        const Agreement agreement = agreement_of(link, solution.lenses);
+        const Agreement agreement = agreement_of(_link(pair), solution.lenses);
         pair.match.near = agreement.near;
         pair.match.residual = agreement.residual;
-        pair.match.likeness = likeness_of_overlap(view.sights[pair.first], view.sights[pair.second],
-                                                  lens_pair(solution.lenses, pair.first, pair.second));
+        pair.match.likeness =
+            likeness_of_overlap(_sights(view, pair), lens_pair(solution.lenses, pair.first, pair.second));
         all_hold = all_hold && (pair.match.is_good() || !was_good);
     }
     return all_hold;
 }
 
-int32_t _match_again(const SweepView& view, const Cancel& cancel, Solution* solution)
+PanoResult _match_again(const SweepView& view, const Cancel& cancel, Solution* solution)
 {
     for (int32_t i = 0; i < view.count; ++i) {
         Pair& pair = view.pairs[i];
         if (!solution->used[pair.first] || !solution->used[pair.second])
             continue;
-        PANO_FORWARD(match_pair_again(view.sights[pair.first], view.sights[pair.second],
-                                      lens_pair(solution->lenses, pair.first, pair.second), cancel,
-                                      &pair.match));
+        PANO_FORWARD(match_pair_again(
+            _sights(view, pair), lens_pair(solution->lenses, pair.first, pair.second), cancel, &pair.match));
     }
     _review(view, *solution);
     Link links[kMaxPairs];
     const int32_t count = _collect_links(view, solution->used, links);
     if (count == 0)
         return kPanoSuccess;
-    return adjust_further(links, count, view.pictures, _base_focal(view), kLensOfSweep, cancel,
+    return adjust_further({links, count, view.pictures, _base_focal(view), kLensOfSweep}, cancel,
                           &solution->lenses);
 }
 
-int32_t _solve_group(const SweepView& view, const Cancel& cancel, Solution* solution)
+PanoResult _solve_group(const SweepView& view, const Cancel& cancel, Solution* solution)
 {
     Link links[kMaxPairs];
     const int32_t count = _collect_links(view, solution->used, links);
-    PANO_FORWARD(
-        adjust(links, count, view.pictures, _base_focal(view), kLensOfSweep, cancel, &solution->lenses));
+    const AdjustTask task = {links, count, view.pictures, _base_focal(view), kLensOfSweep};
+    PANO_FORWARD(adjust(task, cancel, &solution->lenses));
     if (_has_moved(view, *solution))
         PANO_FORWARD(_match_again(view, cancel, solution));
     return kPanoSuccess;
@@ -134,7 +144,7 @@ void _single(const SweepView& view, Solution* solution)
 
 }  // namespace
 
-int32_t solve_sweep(const SweepView& view, const Cancel& cancel, Solution* solution)
+PanoResult solve_sweep(const SweepView& view, const Cancel& cancel, Solution* solution)
 {
     for (int32_t round = 0; round < kRounds; ++round) {
         if (_choose_group(view, solution->used) < 2) {

@@ -1,4 +1,5 @@
-// From the matches of all pairs to the cameras of the sweep: which pictures belong together, and how each looked.
+// From the matches of all pairs to the cameras of the sweep: which pictures belong together, and
+// how each looked.
 #ifndef REFINED_SOLVE_H
 #define REFINED_SOLVE_H
 
@@ -29,9 +30,10 @@ struct Solution {
     bool used[kMaxPictures];
 };
 
-// Finds the cameras of the pictures that good pairs join; of several such groups that of most pictures, the earliest
-// of equal ones. Pairs that turn out not to fit get fewer near matches. kPanoNoMemory, kPanoCancelled.
-int32_t solve_sweep(const SweepView& view, const Cancel& cancel, Solution* solution);
+// Finds the cameras of the pictures that good pairs join; of several such groups that of most
+// pictures, the earliest of equal ones. Pairs that turn out not to fit get fewer near
+// matches. kPanoNoMemory, kPanoCancelled.
+PanoResult solve_sweep(const SweepView& view, const Cancel& cancel, Solution* solution);
 
 }  // namespace ozr::refined
 

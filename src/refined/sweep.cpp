@@ -17,14 +17,14 @@ namespace
 // Pictures before the last one that a picture is compared with when the last one does not fit.
 constexpr int32_t kBridged = 2;
 
-int32_t _add_sight(const PanoImg& picture, bool turned, Sight* sight)
+PanoResult _add_sight(const PanoImg& picture, bool turned, Sight* sight)
 {
     PANO_FORWARD(keep_picture(&picture, turned, sight->picture.get(), &sight->pyramid));
     return look_at(sight);
 }
 
 // Turns a picture that is kept already.
-int32_t _turn_sight(bool clockwise, Sight* sight)
+PanoResult _turn_sight(bool clockwise, Sight* sight)
 {
     PanoImg* kept = sight->picture.get();
     PanoImgOwner turned;
@@ -44,8 +44,9 @@ bool _runs_across(const PairGuess& guess)
     return across * across > along * along;
 }
 
-// Whether the cameras moved up or down rather than aside, from the first used one to the last: steps along each camera's
-// own axes, so that shaking cancels out and a tilted camera's circle counts as what it is.
+// Whether the cameras moved up or down rather than aside, from the first used one to the last:
+// steps along each camera's own axes, so that shaking cancels out and a tilted camera's circle
+// counts as what it is.
 bool _runs_across(const Solution& solution, int32_t pictures)
 {
     double along = 0.0;
@@ -81,8 +82,8 @@ void _turn_match(bool clockwise, PairMatch* match)
 {
     match->guess.first = _quarter_turned(match->guess.first, clockwise);
     match->guess.second = _quarter_turned(match->guess.second, clockwise);
-    for (int32_t i = 0; i < match->count; ++i) {
-        Match& own = match->matches[i];
+    for (int32_t i = 0; i < match->matches.count; ++i) {
+        Match& own = match->matches.at[i];
         own = {_quarter_turned(own.first, clockwise), _quarter_turned(own.second, clockwise)};
     }
 }
@@ -128,7 +129,7 @@ bool Sweep::has_good_pair() const
 }
 
 // Turns all pictures that came in, because the sweep seems to run the other way.
-int32_t Sweep::turn_pictures()
+PanoResult Sweep::turn_pictures()
 {
     turned_ = !turned_;
     for (int32_t i = 0; i < pictures_; ++i)
@@ -136,12 +137,12 @@ int32_t Sweep::turn_pictures()
     return kPanoSuccess;
 }
 
-int32_t Sweep::match(int32_t first, int32_t second, const ShiftHint& hint, const Cancel& cancel)
+PanoResult Sweep::match(int32_t first, int32_t second, const ShiftHint& hint, const Cancel& cancel)
 {
     Pair* pair = &pairs_[count_];
     pair->first = first;
     pair->second = second;
-    PANO_FORWARD(match_pair(sights_[first], sights_[second], hint, cancel, &pair->match));
+    PANO_FORWARD(match_pair({sights_[first], sights_[second]}, hint, cancel, &pair->match));
     ++count_;
     return kPanoSuccess;
 }
@@ -154,8 +155,9 @@ ShiftHint Sweep::shift_hint(const PictureHint& hint) const
                    : ShiftHint{true, hint.offset_x, hint.offset_y};
 }
 
-// The pair just matched is tried once more with everything turned; where that does not help, all is turned back.
-int32_t Sweep::match_turned(const PictureHint& hint, const Cancel& cancel)
+// The pair just matched is tried once more with everything turned; where that does not help, all
+// is turned back.
+PanoResult Sweep::match_turned(const PictureHint& hint, const Cancel& cancel)
 {
     const PairMatch upright = pairs_[count_ - 1].match;
     PANO_FORWARD(turn_pictures());
@@ -167,7 +169,7 @@ int32_t Sweep::match_turned(const PictureHint& hint, const Cancel& cancel)
     return turn_pictures();
 }
 
-int32_t Sweep::bridge(const Cancel& cancel)
+PanoResult Sweep::bridge(const Cancel& cancel)
 {
     const int32_t newest = pictures_ - 1;
     for (int32_t first = newest - 2; first >= std::max(newest - 1 - kBridged, 0); --first) {
@@ -178,7 +180,7 @@ int32_t Sweep::bridge(const Cancel& cancel)
     return kPanoSuccess;
 }
 
-int32_t Sweep::match_newest(const PictureHint& hint, const Cancel& cancel)
+PanoResult Sweep::match_newest(const PictureHint& hint, const Cancel& cancel)
 {
     const bool is_open = !has_good_pair();
     PANO_FORWARD(match(pictures_ - 2, pictures_ - 1, shift_hint(hint), cancel));
@@ -187,7 +189,7 @@ int32_t Sweep::match_newest(const PictureHint& hint, const Cancel& cancel)
     return pairs_[count_ - 1].match.is_good() ? kPanoSuccess : bridge(cancel);
 }
 
-int32_t Sweep::add(const PanoImg& picture, const PictureHint& hint, const Cancel& cancel)
+PanoResult Sweep::add(const PanoImg& picture, const PictureHint& hint, const Cancel& cancel)
 {
     if (pictures_ >= kMaxPictures)
         return kPanoTooManyPictures;
@@ -197,17 +199,17 @@ int32_t Sweep::add(const PanoImg& picture, const PictureHint& hint, const Cancel
     if (!has_good_pair() && hint.direction != kDirectionUndecided && is_vertical(hint.direction) != turned_)
         PANO_FORWARD(turn_pictures());
     PANO_FORWARD(_add_sight(picture, turned_, &sights_[pictures_]));
-    const GrayView& plane = sights_[pictures_].pyramid.levels[0];
-    const GrayView& first = sights_[0].pyramid.levels[0];
+    const ConstPlane& plane = sights_[pictures_].pyramid.levels[0];
+    const ConstPlane& first = sights_[0].pyramid.levels[0];
     if (plane.width != first.width || plane.height != first.height)
         return kPanoBadArgument;
     ++pictures_;
     return pictures_ > 1 ? match_newest(hint, cancel) : kPanoSuccess;
 }
 
-// The first pair decided along which side the sweep runs, the whole of it knows better: a shaking hand may move more up
-// than along from one picture to the next.
-int32_t Sweep::turn_along()
+// The first pair decided along which side the sweep runs, the whole of it knows better: a shaking
+// hand may move more up than along from one picture to the next.
+PanoResult Sweep::turn_along()
 {
     if (!_runs_across(solution_, pictures_))
         return kPanoSuccess;
@@ -236,7 +238,7 @@ void Sweep::fill_cameras()
     }
 }
 
-int32_t Sweep::draw_cameras(const Cancel& cancel, PanoImg* drawn)
+PanoResult Sweep::draw_cameras(const Cancel& cancel, PanoImg* drawn)
 {
     DrawPicture pictures[kMaxPictures] = {};
     for (int32_t i = 0; i < pictures_; ++i) {
@@ -250,7 +252,7 @@ int32_t Sweep::draw_cameras(const Cancel& cancel, PanoImg* drawn)
     return kPanoSuccess;
 }
 
-int32_t Sweep::compose(const Cancel& cancel, PanoImg* out)
+PanoResult Sweep::compose(const Cancel& cancel, PanoImg* out)
 {
     if (pictures_ == 0)
         return kPanoPictureMissing;
@@ -312,7 +314,7 @@ bool Sweep::joint(int32_t index, ozr_panorama_joint* joint) const
         return false;
     const Camera& first = cameras_[pair->first];
     const Camera& second = cameras_[pair->second];
-    const Place offset = pair->match.count > 0 ? offset_of(*pair) : Place{0.0, 0.0};
+    const Place offset = pair->match.matches.count > 0 ? offset_of(*pair) : Place{0.0, 0.0};
     joint->first = pair->first;
     joint->second = pair->second;
     joint->offset_x = static_cast<float>(turned_ ? offset.y : offset.x);

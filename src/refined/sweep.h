@@ -1,4 +1,5 @@
-// The refined quality, as the session sees it: pictures go in, a panorama with its joints and cameras comes out.
+// The refined quality, as the session sees it: pictures go in, a panorama with its joints and
+// cameras comes out.
 //
 // One sweep is used by one thread. What it allocates beyond the panorama goes with it.
 #ifndef REFINED_SWEEP_H
@@ -20,8 +21,9 @@ namespace ozr::refined
 struct PictureHint {
     int32_t direction;  // of the sweep, PanoDirection
     bool has_offset;
-    double
-        offset_x;  // from the middle of the last picture, in shares of the width and height of the caller's picture
+    // From the middle of the last picture, in shares of the width and height of the caller's
+    // picture.
+    double offset_x;
     double offset_y;
 };
 
@@ -30,13 +32,14 @@ class Sweep
 public:
     static Sweep* create();  // null: memory is out
 
-    // Copies a picture and matches it with the one before. kPanoBadArgument: smaller than 2 x 2 or of another size than
-    // the first; kPanoTooManyPictures; kPanoNoMemory; kPanoCancelled.
-    int32_t add(const PanoImg& picture, const PictureHint& hint, const Cancel& cancel);
+    // Copies a picture and matches it with the one before. kPanoBadArgument: smaller than 2 x 2 or
+    // of another size than the first; kPanoTooManyPictures; kPanoNoMemory; kPanoCancelled.
+    PanoResult add(const PanoImg& picture, const PictureHint& hint, const Cancel& cancel);
 
-    // Finds the cameras and draws the panorama, in the orientation of the caller's pictures; to be released with
-    // PanoImg_Destroy. Can be called once. Codes of draw; kPanoPictureMissing without a picture.
-    int32_t compose(const Cancel& cancel, PanoImg* out);
+    // Finds the cameras and draws the panorama, in the orientation of the caller's pictures; to be
+    // released with PanoImg_Destroy. Can be called once. Codes of draw; kPanoPictureMissing
+    // without a picture.
+    PanoResult compose(const Cancel& cancel, PanoImg* out);
 
     // After compose. False beyond the last.
     bool joint(int32_t index, ozr_panorama_joint* joint) const;
@@ -58,16 +61,16 @@ private:
     static void* operator new(size_t size, const std::nothrow_t& tag) noexcept;
     static void operator delete(void* sweep, const std::nothrow_t& tag) noexcept;
 
-    int32_t turn_pictures();
-    int32_t match(int32_t first, int32_t second, const ShiftHint& hint, const Cancel& cancel);
-    int32_t match_newest(const PictureHint& hint, const Cancel& cancel);
-    int32_t match_turned(const PictureHint& hint, const Cancel& cancel);
-    int32_t bridge(const Cancel& cancel);
+    PanoResult turn_pictures();
+    PanoResult match(int32_t first, int32_t second, const ShiftHint& hint, const Cancel& cancel);
+    PanoResult match_newest(const PictureHint& hint, const Cancel& cancel);
+    PanoResult match_turned(const PictureHint& hint, const Cancel& cancel);
+    PanoResult bridge(const Cancel& cancel);
     bool has_good_pair() const;
     ShiftHint shift_hint(const PictureHint& hint) const;
-    int32_t turn_along();
+    PanoResult turn_along();
     void fill_cameras();
-    int32_t draw_cameras(const Cancel& cancel, PanoImg* drawn);
+    PanoResult draw_cameras(const Cancel& cancel, PanoImg* drawn);
     const Pair* pair_of_joint(int32_t index) const;
     Place offset_of(const Pair& pair) const;
 

@@ -1,5 +1,6 @@
-// What can be looked at inside a sweep after its panorama was made: the matches as they were solved with, and where the
-// cameras found show them. For those who want to see how good a joint is, not only how good it is said to be.
+// What can be looked at inside a sweep after its panorama was made: the matches as they were solved
+// with, and where the cameras found show them. For those who want to see how good a joint is, not
+// only how good it is said to be.
 #ifndef REFINED_TRACE_H
 #define REFINED_TRACE_H
 
@@ -9,7 +10,8 @@
 namespace ozr::refined
 {
 
-// Where the first place of a match shows in the second picture, in pixels of the base level from its middle.
+// Where the first place of a match shows in the second picture, in pixels of the base level
+// from its middle.
 struct ShownPlace {
     float x;
     float y;

@@ -17,7 +17,8 @@ constexpr double kPlaceOne = 1 << kPlaceBits;
 constexpr int32_t kWeightBits = 8;
 constexpr int32_t kWeightOne = 1 << kWeightBits;
 
-// Half of the window whose mean is taken off: light and vignetting are slower, what is worth matching is finer.
+// Half of the window whose mean is taken off: light and vignetting are slower, what is worth
+// matching is finer.
 constexpr int32_t kWindowHalf = 4;
 
 int32_t _fixed(double place)
@@ -27,7 +28,7 @@ int32_t _fixed(double place)
 }
 
 // Bilinear; x and y in 16.16 and at least one pixel inside the last column and row.
-int32_t _sample(const GrayView& plane, int32_t x, int32_t y)
+int32_t _sample(const ConstPlane& plane, int32_t x, int32_t y)
 {
     const uint8_t* top = plane.row(y >> kPlaceBits) + (x >> kPlaceBits);
     const uint8_t* bottom = top + plane.stride;
@@ -38,7 +39,8 @@ int32_t _sample(const GrayView& plane, int32_t x, int32_t y)
     return (upper * (kWeightOne - fy) + lower * fy + (1 << (2 * kWeightBits - 1))) >> (2 * kWeightBits);
 }
 
-// One column of the cylinder: the source runs along a straight line, which is upright unless the picture is rolled.
+// One column of the cylinder: the source runs along a straight line, which is upright unless the
+// picture is rolled.
 struct SourceLine {
     double x;  // of row 0
     double y;
@@ -46,7 +48,7 @@ struct SourceLine {
     double step_y;
 };
 
-SourceLine _source_line(const GrayView& plane, double focal, SineCosine roll, int32_t column)
+SourceLine _source_line(const ConstPlane& plane, double focal, SineCosine roll, int32_t column)
 {
     const double cx = 0.5 * (plane.width - 1);
     const double cy = 0.5 * (plane.height - 1);
@@ -58,7 +60,7 @@ SourceLine _source_line(const GrayView& plane, double focal, SineCosine roll, in
             roll.cosine * stretch};
 }
 
-void _unroll_column(const GrayView& plane, const SourceLine& line, int32_t column, Unrolled* out)
+void _unroll_column(const ConstPlane& plane, const SourceLine& line, int32_t column, Unrolled* out)
 {
     const double last_x = plane.width - 1.001;
     const double last_y = plane.height - 1.001;
@@ -89,9 +91,10 @@ int32_t _contrast(int32_t luma, int32_t sum, int32_t count)
     return std::clamp(luma - (sum + count / 2) / count, -kMaxContrast, kMaxContrast);
 }
 
-void _contrast_row(const int16_t* luma, const int16_t* mask, const int32_t* sums, const int32_t* counts,
-                   int32_t width, int16_t* out)
+void _contrast_row(const Unrolled& image, int32_t y, const int32_t* sums, const int32_t* counts, int16_t* out)
 {
+    const int16_t *luma = image.contrast_row(y), *mask = image.mask_row(y);
+    const int32_t width = image.width;
     int32_t sum = 0;
     int32_t count = 0;
     for (int32_t x = 0; x < std::min(kWindowHalf, width); ++x) {
@@ -112,7 +115,7 @@ void _contrast_row(const int16_t* luma, const int16_t* mask, const int32_t* sums
 }
 
 // Takes the mean of the window off every pixel, by running sums over the columns.
-int32_t _take_off_means(Unrolled* image)
+PanoResult _take_off_means(Unrolled* image)
 {
     const int32_t width = image->width;
     auto contrast = make_unfilled_buffer<int16_t>(int64_t{width} * image->height);
@@ -127,8 +130,7 @@ int32_t _take_off_means(Unrolled* image)
             _add_row(image, y + kWindowHalf, 1, sums.get(), counts);
         if (y > kWindowHalf)
             _add_row(image, y - kWindowHalf - 1, -1, sums.get(), counts);
-        _contrast_row(image->contrast_row(y), image->mask_row(y), sums.get(), counts, width,
-                      contrast.get() + int64_t{y} * width);
+        _contrast_row(*image, y, sums.get(), counts, contrast.get() + int64_t{y} * width);
     }
     image->contrast = std::move(contrast);
     return kPanoSuccess;
@@ -136,7 +138,7 @@ int32_t _take_off_means(Unrolled* image)
 
 }  // namespace
 
-int32_t unroll(const GrayView& plane, double focal, double roll, Unrolled* out)
+PanoResult unroll(const ConstPlane& plane, double focal, double roll, Unrolled* out)
 {
     out->width = plane.width;
     out->height = plane.height;

@@ -1,5 +1,6 @@
-// A small copy of a picture, unrolled onto a cylinder and freed of its slow brightness: what neighbours are compared on
-// to find their rough shift. On the cylinder a turn of the camera is a shift of the picture, nearly the same everywhere.
+// A small copy of a picture, unrolled onto a cylinder and freed of its slow brightness: what
+// neighbours are compared on to find their rough shift. On the cylinder a turn of the camera is a
+// shift of the picture, nearly the same everywhere.
 #ifndef REFINED_UNROLL_H
 #define REFINED_UNROLL_H
 
@@ -8,7 +9,8 @@
 namespace ozr::refined
 {
 
-// Luma less its mean over a window, at most kMaxContrast either way, with 0 outside the picture; and all ones inside.
+// Luma less its mean over a window, at most kMaxContrast either way, with 0 outside the picture;
+// and all ones inside.
 struct Unrolled {
     int32_t width;
     int32_t height;
@@ -21,9 +23,9 @@ struct Unrolled {
 
 constexpr int32_t kMaxContrast = 60;
 
-// Unrolls a plane for a camera of this focal length (pixels of the plane), whose picture is first rolled by `roll` radians
-// about its middle. kPanoNoMemory.
-int32_t unroll(const GrayView& plane, double focal, double roll, Unrolled* out);
+// Unrolls a plane for a camera of this focal length (pixels of the plane), whose picture is first
+// rolled by `roll` radians about its middle. kPanoNoMemory.
+PanoResult unroll(const ConstPlane& plane, double focal, double roll, Unrolled* out);
 
 }  // namespace ozr::refined
 

@@ -10,10 +10,11 @@ namespace
 
 constexpr double kFixedOne = 1 << 30;  // a camera's numbers are multiples of its inverse
 constexpr double kNodeOne = 1 << kNodePlaceBits;
-constexpr double kFarAway = 65536.0;      // pixels; what a camera cannot see
-constexpr double kLeastAhead = 1.0 / 16;  // of a ray's part along the camera's axis: some 86 degrees from it
-constexpr double kSteepest = 4.0;         // height over distance: 76 degrees
-constexpr double kReach = 1.2;            // of the lens table against the corners
+constexpr double kFarAway = 65536.0;  // pixels; what a camera cannot see
+// Of a ray's part along the camera's axis: some 86 degrees from it.
+constexpr double kLeastAhead = 1.0 / 16;
+constexpr double kSteepest = 4.0;  // height over distance: 76 degrees
+constexpr double kReach = 1.2;     // of the lens table against the corners
 
 double _fixed(double value)
 {
@@ -25,8 +26,8 @@ double _limited(double value, double limit)
     return value < -limit ? -limit : value > limit ? limit : value;
 }
 
-// How far (square) from the middle the lens can be followed: to the corners and a little beyond, but not to where a
-// negative radial term folds the picture back.
+// How far (square) from the middle the lens can be followed: to the corners and a little beyond,
+// but not to where a negative radial term folds the picture back.
 double _followed(double corner, double radial)
 {
     constexpr double kLeastSlope = 0.1;  // of the undistorted against the distorted distance
@@ -35,7 +36,8 @@ double _followed(double corner, double radial)
     return reach < fold ? reach : fold;
 }
 
-// The distorted distance over the undistorted one: t with t (1 + k1 q t^2) = 1, by Newton's method from 1.
+// The distorted distance over the undistorted one: t with t (1 + k1 q t^2) = 1, by Newton's
+// method from 1.
 double _distortion(double q, double radial)
 {
     double t = 1.0;

@@ -1,7 +1,9 @@
-// Where a picture shows what the panorama shows: from a place on the cylinder to a place in the picture.
+// Where a picture shows what the panorama shows: from a place on the cylinder to a place
+// in the picture.
 //
-// A cylinder of radius r stands upright around the cameras; pixel (X, Y) of the panorama looks along the ray
-// (sin(X / r), Y / r, cos(X / r)). The camera's numbers are rounded to fixed point before anything is drawn with them.
+// A cylinder of radius r stands upright around the cameras; pixel (X, Y) of the panorama looks
+// along the ray (sin(X / r), Y / r, cos(X / r)). The camera's numbers are rounded to fixed point
+// before anything is drawn with them.
 #ifndef REFINED_VIEW_H
 #define REFINED_VIEW_H
 
@@ -17,8 +19,8 @@ constexpr int32_t kNodePlaceBits = 14;
 constexpr int32_t kGainBits = 13;
 constexpr int32_t kMaxGain = 32767;
 
-// Light that a lens loses towards the corners: luma falls by exp(first p + second p^2), where p is the square of the
-// distance to the middle, 1 at the corners.
+// Light that a lens loses towards the corners: luma falls by exp(first p + second p^2), where p is
+// the square of the distance to the middle, 1 at the corners.
 struct Falloff {
     double first;
     double second;
@@ -44,7 +46,8 @@ public:
     // Counts brightness in from now on.
     void set_gain(double gain, const Falloff& falloff);
 
-    // The place, and what luma there is multiplied by. Places that the camera cannot see lie far outside the picture.
+    // The place, and what luma there is multiplied by. Places that the camera cannot see lie far
+    // outside the picture.
     NodePlace place(const Heading& heading, double height, int16_t* gain) const;
 
     double heading() const;  // of the picture's middle, -pi to pi
@@ -54,7 +57,8 @@ public:
     // The square of the distance of a place from the middle, 1 at the corners.
     double spread(const NodePlace& place) const;
 
-    // Heading and height of the ray of a picture place; false where it looks up or down too steeply for a cylinder.
+    // Heading and height of the ray of a picture place; false where it looks up or down too steeply
+    // for a cylinder.
     bool ray(double x, double y, double* heading, double* height) const;
 
 private:

@@ -15,8 +15,8 @@ namespace
 
 constexpr int32_t kWeightBits = 8;
 
-// Columns [begin, end) of the panorama, in pixels; the feather over the picture before begins at `ramp`, which may lie
-// left of the panorama.
+// Columns [begin, end) of the panorama, in pixels; the feather over the picture before begins at
+// `ramp`, which may lie left of the panorama.
 struct Span {
     int32_t begin;
     int32_t end;
@@ -25,10 +25,7 @@ struct Span {
 
 struct Warp {
     const Cancel& cancel;
-    const Layers& layers;
-    const Seams& seams;
-    const Crop& crop;
-    const Corrections& corrections;
+    const Plan& plan;
     PanoImg* out;
     const kernels::Kernels* table;
     Buffer<Heading> headings;
@@ -41,11 +38,11 @@ struct Warp {
 // Where a seam crosses a row, in pixels.
 int32_t _crossing(const Warp& warp, int32_t seam, int32_t row)
 {
-    const int32_t bits = warp.layers.frame.step_bits, part = row & ((1 << bits) - 1);
-    const int32_t above = std::min(warp.crop.top + (row >> bits), warp.seams.rows - 1);
-    const int32_t below = std::min(above + 1, warp.seams.rows - 1);
-    const int32_t* columns = warp.seams.at(seam);
-    const int32_t left = warp.crop.left;
+    const int32_t bits = warp.plan.layers.frame.step_bits, part = row & ((1 << bits) - 1);
+    const int32_t above = std::min(warp.plan.crop.top + (row >> bits), warp.plan.seams.rows - 1);
+    const int32_t below = std::min(above + 1, warp.plan.seams.rows - 1);
+    const int32_t* columns = warp.plan.seams.at(seam);
+    const int32_t left = warp.plan.crop.left;
     return (columns[above] - left) * (1 << bits) + (columns[below] - columns[above]) * part;
 }
 
@@ -57,7 +54,7 @@ Span _span(const Warp& warp, int32_t picture, int32_t row)
         span.ramp = _crossing(warp, picture - 1, row) - warp.feather / 2;
         span.begin = std::max(0, span.ramp);
     }
-    if (picture + 1 < warp.layers.count)
+    if (picture + 1 < warp.plan.layers.count)
         span.end = std::min(span.end, _crossing(warp, picture, row) + warp.feather / 2);
     return span;
 }
@@ -79,14 +76,16 @@ NodeRange _nodes_of_rows(const Warp& warp, int32_t picture, int32_t first, int32
 // The exact row of nodes at `row`, which the rows before and behind it need.
 void _advance(Warp* warp, int32_t row)
 {
-    const Frame& frame = warp->layers.frame;
-    const double height = ((frame.first_row + warp->crop.top) * (1 << frame.step_bits) + row) / frame.radius;
-    for (int32_t i = 0; i < warp->layers.count; ++i)
-        warp->nodes[i].advance(warp->layers.at[i].view, warp->headings.get(), height,
+    const Frame& frame = warp->plan.layers.frame;
+    const double height =
+        ((frame.first_row + warp->plan.crop.top) * (1 << frame.step_bits) + row) / frame.radius;
+    for (int32_t i = 0; i < warp->plan.layers.count; ++i)
+        warp->nodes[i].advance(warp->plan.layers.at[i].view, warp->headings.get(), height,
                                _nodes_of_rows(*warp, i, row - kNodeRows, row + kNodeRows));
 }
 
-// Writes one picture's part of a row over the one before it. Units are pixels or pairs of `bytes` bytes.
+// Writes one picture's part of a row over the one before it. Units are pixels or pairs
+// of `bytes` bytes.
 void _compose(uint8_t* dst, const uint8_t* line, const Span& span, int32_t feather, int32_t bytes)
 {
     int32_t x = span.begin;
@@ -109,10 +108,10 @@ void _draw_luma(Warp* warp, int32_t picture, int32_t row)
         return;
     const NodeRange range = {span.begin / kernels::kDrawBlock,
                              (span.end + kernels::kDrawBlock - 1) / kernels::kDrawBlock + 1};
-    const PanoImg* source = warp->layers.at[picture].source->picture;
+    const PanoImg* source = warp->plan.layers.at[picture].source->picture;
     NodeRows& nodes = warp->nodes[picture];
     nodes.interpolate(2 * (row % kNodeRows), 0, range);
-    warp->shifts[picture].fill(nodes.shift(0), warp->corrections, 0, row, range);
+    warp->shifts[picture].fill(nodes.shift(0), warp->plan.corrections, 0, row, range);
     const kernels::DrawPlane plane = {pano_row(source, 0), source->stride, source->width, source->height};
     uint8_t* line = warp->line.get();
     warp->table->draw.luma_row(line + range.first * kernels::kDrawBlock, plane, nodes.at(range.first),
@@ -127,11 +126,11 @@ void _draw_chroma(Warp* warp, int32_t picture, int32_t row)
         return;
     const NodeRange range = {span.begin / kernels::kDrawBlock,
                              (span.end + kernels::kDrawBlock - 1) / kernels::kDrawBlock + 1};
-    const PanoImg* source = warp->layers.at[picture].source->picture;
+    const PanoImg* source = warp->plan.layers.at[picture].source->picture;
     NodeRows& nodes = warp->nodes[picture];
     nodes.interpolate(2 * (row % kNodeRows) + 1, 0, range);
     for (int32_t channel = 0; channel < 2; ++channel)
-        warp->shifts[picture].fill(nodes.shift(channel), warp->corrections, channel + 1, row, range);
+        warp->shifts[picture].fill(nodes.shift(channel), warp->plan.corrections, channel + 1, row, range);
     const kernels::DrawPlane plane = {pano_chroma_row(source, 0), source->stride, source->width / 2,
                                       source->height / 2};
     uint8_t* line = warp->line.get();
@@ -143,14 +142,15 @@ void _draw_chroma(Warp* warp, int32_t picture, int32_t row)
 
 PanoResult _make_buffers(Warp* warp)
 {
-    const Frame& frame = warp->layers.frame;
+    const Frame& frame = warp->plan.layers.frame;
     const int32_t nodes = warp->out->width / kernels::kDrawBlock + 2;
-    const double first = (frame.first_column + warp->crop.left) * static_cast<double>(1 << frame.step_bits);
+    const double first =
+        (frame.first_column + warp->plan.crop.left) * static_cast<double>(1 << frame.step_bits);
     warp->headings = make_headings(frame.radius, first, kernels::kDrawBlock, nodes);
     warp->line = make_buffer<uint8_t>(int64_t{nodes} * kernels::kDrawBlock);
     if (!warp->headings || !warp->line)
         return kPanoNoMemory;
-    for (int32_t i = 0; i < warp->layers.count; ++i) {
+    for (int32_t i = 0; i < warp->plan.layers.count; ++i) {
         PANO_FORWARD(warp->nodes[i].init(nodes));
         PANO_FORWARD(warp->shifts[i].init(nodes));
     }
@@ -159,30 +159,19 @@ PanoResult _make_buffers(Warp* warp)
 
 }  // namespace
 
-PanoResult warp_panorama(const Cancel& cancel, const Layers& layers, const Seams& seams, const Crop& crop,
-                         const Corrections& corrections, PanoImg* out)
+PanoResult warp_panorama(const Cancel& cancel, const Plan& plan, PanoImg* out)
 {
-    Warp warp = {cancel,
-                 layers,
-                 seams,
-                 crop,
-                 corrections,
-                 out,
-                 kernels::active(),
-                 nullptr,
-                 nullptr,
-                 {},
-                 {},
-                 feather_width(layers.frame)};
+    Warp warp = {
+        cancel, plan, out, kernels::active(), nullptr, nullptr, {}, {}, feather_width(plan.layers.frame)};
     PANO_FORWARD(_make_buffers(&warp));
     _advance(&warp, 0);
     for (int32_t row = 0; row < out->height; ++row) {
         if (row % kNodeRows == 0)
             _advance(&warp, row + kNodeRows);
-        for (int32_t i = 0; i < layers.count; ++i) {
-            if (warp.shifts[i].needs(corrections, row))
-                warp.shifts[i].prepare(corrections, i, row,
-                                       _nodes_of_rows(warp, i, row, row + (2 << corrections.step_bits)));
+        for (int32_t i = 0; i < plan.layers.count; ++i) {
+            if (warp.shifts[i].needs(plan.corrections, row))
+                warp.shifts[i].prepare(plan.corrections, i, row,
+                                       _nodes_of_rows(warp, i, row, row + (2 << plan.corrections.step_bits)));
             _draw_luma(&warp, i, row);
             if (row % 2 == 0)
                 _draw_chroma(&warp, i, row);

@@ -1,4 +1,5 @@
-// Draws the panorama itself: every pixel from the picture that owns it, two of them under a feather.
+// Draws the panorama itself: every pixel from the picture that owns it, two of them
+// under a feather.
 #ifndef REFINED_WARP_H
 #define REFINED_WARP_H
 
@@ -10,9 +11,16 @@
 namespace ozr::refined
 {
 
+// Everything that is found on the small copies.
+struct Plan {
+    Layers layers;
+    Seams seams;
+    Crop crop;
+    Corrections corrections;
+};
+
 // `out` has the size of the crop, in pixels of the panorama.
-PanoResult warp_panorama(const Cancel& cancel, const Layers& layers, const Seams& seams, const Crop& crop,
-                         const Corrections& corrections, PanoImg* out);
+PanoResult warp_panorama(const Cancel& cancel, const Plan& plan, PanoImg* out);
 
 }  // namespace ozr::refined
 

@@ -284,7 +284,8 @@ ozr_err panorama_t::run(ozr_image* output)
 {
     OZR_RAISE_IF(output == nullptr, ozr_err_invalid_argument);
     RAISE_IF_FAILED(panorama_engine_stop_capture(engine));
-    RAISE_IF_FAILED(is_refined(this) ? compose_refined(this) : panorama_engine_process_synthesis(engine));
+    RAISE_IF_FAILED(is_refined(this) ? compose_refined(this)
+                                     : as_result(panorama_engine_process_synthesis(engine)));
     const PanoImg& img = engine->out_img;
     *output = {img.data, img.size, img.width, img.height, _public_format(img.format), img.stride, 0};
     return ozr_success;

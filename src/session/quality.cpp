@@ -33,7 +33,7 @@ void reset_quality(ozr_config* config)
     quality->quality = ozr_panorama_quality_classic;
 }
 
-int32_t add_refined_picture(panorama_t* session, const PanoImg* picture, const ozr_point* offset)
+PanoResult add_refined_picture(panorama_t* session, const PanoImg* picture, const ozr_point* offset)
 {
     SessionQuality* quality = quality_of(session);
     if (quality->sweep == nullptr)
@@ -44,7 +44,7 @@ int32_t add_refined_picture(panorama_t* session, const PanoImg* picture, const o
                                                session->stitched_count, offset);
 }
 
-int32_t compose_refined(panorama_t* session)
+PanoResult compose_refined(panorama_t* session)
 {
     return engine::panorama_engine_compose_refined(session->engine, quality_of(session)->sweep);
 }

@@ -1,6 +1,8 @@
-// The quality of a session: which engine path its sweeps take, and what can be told of them afterwards.
+// The quality of a session: which engine path its sweeps take, and what can be told
+// of them afterwards.
 //
-// The session's record is of the interface and has no room for more, so this is kept behind its configuration.
+// The session's record is of the interface and has no room for more, so this is kept
+// behind its configuration.
 #ifndef SESSION_QUALITY_H
 #define SESSION_QUALITY_H
 
@@ -33,9 +35,9 @@ ozr_config* create_quality(const ozr_config* source);
 // Back to classic; releases the sweep. Null is no fault.
 void reset_quality(ozr_config* config);
 
-// The refined steps of the session's calls, as PanoResult codes.
-int32_t add_refined_picture(panorama_t* session, const PanoImg* picture, const ozr_point* offset);
-int32_t compose_refined(panorama_t* session);
+// The refined steps of the session's calls.
+PanoResult add_refined_picture(panorama_t* session, const PanoImg* picture, const ozr_point* offset);
+PanoResult compose_refined(panorama_t* session);
 
 // What the calls of the interface do, in a session that exists; they log their own failures.
 ozr_err panorama_set_quality(panorama_t* session, ozr_panorama_quality quality);

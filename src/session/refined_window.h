@@ -2,30 +2,21 @@
 // the panorama, and its seams. To be included by way of session/window.h; inline like all of it.
 //
 // Positions are those of the sweep along x: pictures of vertical sweeps were turned clockwise.
+// Planes are the session's, valid until its next sweep.
 #ifndef SESSION_REFINED_WINDOW_H
 #define SESSION_REFINED_WINDOW_H
 
-#include <stddef.h>
 #include <stdint.h>
 
 #include <algorithm>
 
+#include "base/plane.h"
 #include "refined/sweep.h"
 #include "session/handle.h"
 #include "session/quality.h"
 
 namespace ozr::session
 {
-
-// Pixels of a picture, one byte each. The session's, valid until its next sweep.
-struct LumaView {
-    const uint8_t* data;
-    ptrdiff_t stride;  // bytes
-    int32_t width;
-    int32_t height;
-
-    const uint8_t* row(int32_t y) const { return data + static_cast<ptrdiff_t>(y) * stride; }
-};
 
 // A point of the first picture that was found in the second one, in pixels from the middle of that.
 struct MatchRecord {
@@ -62,10 +53,10 @@ struct CameraRecord {
 
 struct RefinedRecord {
     bool is_vertical;
-    int32_t count;                   // pictures of the sweep, in its order
-    int32_t width;                   // of a picture
-    int32_t height;                  // likewise
-    LumaView reduced[kMaxPictures];  // the pictures, smaller
+    int32_t count;                     // pictures of the sweep, in its order
+    int32_t width;                     // of a picture
+    int32_t height;                    // likewise
+    ConstPlane reduced[kMaxPictures];  // the pictures' luma, smaller
     CameraRecord cameras[kMaxPictures];
     CylinderRecord cylinder;
     int32_t pairs;                    // that were compared
@@ -80,12 +71,6 @@ inline const refined::Sweep* refined_sweep_of(const ozr_panorama* handle)
 {
     const panorama_t* session = static_cast<const ozr_panorama_internal_t*>(handle)->panorama;
     return session != nullptr && is_refined(session) ? quality_of(session)->sweep : nullptr;
-}
-
-inline LumaView reduced_luma(const refined::Sight& sight)
-{
-    const refined::GrayView& base = sight.plane(0);
-    return {base.data, base.stride, base.width, base.height};
 }
 
 inline CameraRecord camera_record(const refined::Camera& camera)
@@ -121,7 +106,7 @@ inline RefinedRecord look_at_refined(const ozr_panorama* handle)
     record.width = inside.sights[0].pyramid.levels[0].width;
     record.height = inside.sights[0].pyramid.levels[0].height;
     for (int32_t i = 0; i < record.count; ++i) {
-        record.reduced[i] = window::reduced_luma(inside.sights[i]);
+        record.reduced[i] = inside.sights[i].plane(0);
         record.cameras[i] = window::camera_record(inside.cameras[i]);
     }
     record.cylinder = {inside.drawn->radius, inside.drawn->first_heading, inside.drawn->first_height};
@@ -138,9 +123,9 @@ inline MatchesRecord look_at_matches(const ozr_panorama* handle, int32_t index)
     MatchesRecord record = {};
     record.first = pair.first;
     record.second = pair.second;
-    record.count = pair.match.count;
+    record.count = pair.match.matches.count;
     for (int32_t i = 0; i < record.count; ++i)
-        record.matches[i] = window::match_record(pair.match.matches[i], inside.trace->shown[index][i],
+        record.matches[i] = window::match_record(pair.match.matches.at[i], inside.trace->shown[index][i],
                                                  inside.sights[pair.second].base_scale());
     return record;
 }

@@ -1,13 +1,13 @@
 // The window of the report page: what a session knows of its panorama, as plain records. It is the
 // only internal header that a program outside the library includes.
 //
-// Of a classic sweep the core keeps the projected pictures and their alignment until the next sweep. The seams are
-// found again by the exported function, with the layout and the mask of the composition. Everything
-// here is inline, because the shared library exports no more than its list.
+// Of a classic sweep the core keeps the projected pictures and their alignment until the next
+// sweep. The seams are found again by the exported function, with the layout and the mask of the
+// composition. Everything here is inline, because the shared library exports no more than its list.
 //
 // Positions are pixels of the canvas: x runs along the sweep (pictures of vertical sweeps were
 // turned clockwise) from the left edge of the leftmost picture, y from the first row of the
-// panorama.
+// panorama. Planes are luma, the session's, valid until its next sweep.
 #ifndef SESSION_WINDOW_H
 #define SESSION_WINDOW_H
 
@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/plane.h"
 #include "core/layout.h"
 #include "core/panorama_core.h"
 #include "core/panorama_seam.h"
@@ -31,7 +32,7 @@ namespace ozr::session
 {
 
 struct PictureRecord {
-    LumaView luma;
+    ConstPlane luma;
     bool is_used;  // in the panorama, and so at (x, y)
     int32_t x;
     int32_t y;
@@ -48,8 +49,8 @@ struct SeamRecord {
     int32_t right;  // likewise
     int32_t x;      // of the overlap
     int32_t y;
-    LumaView left_luma;  // the overlap in both pictures; of one size
-    LumaView right_luma;
+    ConstPlane left_luma;  // the overlap in both pictures; of one size
+    ConstPlane right_luma;
     Buffer<int32_t> columns;  // of the overlap, one for each of its rows
 };
 
@@ -64,14 +65,14 @@ struct PanoramaRecord {
 namespace window
 {
 
-inline LumaView luma_of(const PanoImg& img)
+inline ConstPlane luma_of(const PanoImg& img)
 {
-    return {img.data, img.stride, img.width, img.height};
+    return {img.data, img.width, img.height, img.stride};
 }
 
-inline LumaView luma_of(const SeamRegion& region)
+inline ConstPlane luma_of(const SeamRegion& region)
 {
-    return {core::region_row(&region, 0), region.img->stride, region.width, region.height};
+    return {core::region_row(&region, 0), region.width, region.height, region.img->stride};
 }
 
 inline void set_picture(const PanoramaCore& core, int32_t i, PictureRecord* picture)

@@ -8,7 +8,7 @@ namespace
 {
 
 constexpr uintptr_t kLargePage = uintptr_t{1} << 21;  // of x86 and, with pages of 4 KiB, of ARM
-constexpr uint64_t kWorthwhile = 2 * kLargePage;      // contains one aligned page, wherever the block starts
+constexpr uint64_t kWorthwhile = 2 * kLargePage;      // holds an aligned page wherever it starts
 
 }  // namespace
 

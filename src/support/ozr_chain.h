@@ -1,7 +1,8 @@
 // The chain of failure lines. A function that detects a failure logs it once and returns its code;
 // every caller that passes the code on logs a line of its own with the source text of the call. The
 // argument of OZR_FORWARD,
-// OZR_FORWARD_AS and OZR_REQUIRE is therefore output: never reformat it and never wrap these macros in another one.
+// OZR_FORWARD_AS and OZR_REQUIRE is therefore output: never reformat it and never wrap these macros
+// in another one.
 #ifndef OZR_CHAIN_H
 #define OZR_CHAIN_H
 

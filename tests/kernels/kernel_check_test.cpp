@@ -266,8 +266,8 @@ TEST(KernelCheck, QuarterTurns)
                     const int32_t src_stride = width * bytes + padding;
                     const int32_t dst_stride = height * bytes + padding;
                     Guarded src = c.bytes(int64_t{src_stride} * height);
-                    c.check(kernel, int64_t{dst_stride} * width, dst_stride, src.data(), src_stride, width,
-                            height);
+                    const RotateTask task = {src.data(), src_stride, width, height};
+                    c.check(kernel, int64_t{dst_stride} * width, dst_stride, task);
                 };
                 check(KERNEL(rotate, bytes_cw), 1);
                 check(KERNEL(rotate, bytes_ccw), 1);
@@ -300,7 +300,8 @@ TEST(KernelCheck, Projection)
             }
         }
         const ProjectionRow row = {offsets.as<int32_t>(), columns.data(), rows.data()};
-        c.check(KERNEL(project, luma_row), 8 * blocks, src.data(), kBytes, kStride, row, blocks);
+        const ProjectionSource source = {src.data(), kBytes, kStride};
+        c.check(KERNEL(project, luma_row), 8 * blocks, source, row, blocks);
         c.check(KERNEL(project, weights_row), 128 * blocks, row, blocks);
     });
 }
@@ -441,7 +442,8 @@ TEST(KernelCheck, MotionAndAlignment)
         constexpr int32_t kRows = 3;
         Guarded a = c.bytes(kRows * n), b = c.bytes(kRows * (n + 5)), above = c.bytes(4 * n, 4);
         for (int32_t b_stride : {n + 5, 0})
-            c.check_result(KERNEL(motion, sad_area), a.data(), n, b.data(), b_stride, n, kRows);
+            c.check_result(KERNEL(motion, sad_area), FrameArea{a.data(), n}, FrameArea{b.data(), b_stride}, n,
+                           kRows);
         c.check_result(KERNEL(motion, sad_const_row), a.data(), uint8_t{77}, n);
         c.check(KERNEL(align, integral_row), n, above.as<uint32_t>(), a.data(), n);
         c.check(KERNEL(align, integral_row), n, nullptr, a.data(), n);  // of the first row
@@ -458,7 +460,8 @@ TEST(KernelCheck, SumsOfWideRows)
     for (int32_t width : {2064, 4133}) {
         Case ones(width, Edge::kEnd, Fill::kOnes), zeros(width, Edge::kStart, Fill::kZeros);
         Guarded a = ones.bytes(2 * width), b = zeros.bytes(2 * width);
-        ones.check_result(KERNEL(motion, sad_area), a.data(), width, b.data(), width, width, 2);
+        ones.check_result(KERNEL(motion, sad_area), FrameArea{a.data(), width}, FrameArea{b.data(), width},
+                          width, 2);
         ones.check_result(KERNEL(motion, sad_const_row), a.data(), uint8_t{0}, width);
         const AreaPair areas = {a.data(), width, 0, b.data(), width, 255, width, 2};
         ones.check_result(KERNEL(align, correlate_areas), areas, 0);

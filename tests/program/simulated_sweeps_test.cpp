@@ -132,7 +132,8 @@ void _photograph(const Simulated& sweep, size_t i, ozr_image* picture)
     const double focal = sweep.focal * kUsualFocal;
     Lens lens = {picture->width, picture->height, focal, sweep.vertical, sweep.radial, sweep.vignetting};
     const View& view = sweep.views[i];
-    const std::vector<Walker> walkers = walkers_at(static_cast<double>(i), sweep.walkers, 1000, 3700, 300, 5);
+    const std::vector<Walker> walkers =
+        walkers_at(static_cast<double>(i), sweep.walkers, {1000, 3700, 300}, 5);
     const Instant instant = {sweep.sweep * kDegree, i < sweep.brightness.size() ? sweep.brightness[i] : 1,
                              &walkers};
     // A picture that does not belong shows a part of the tower.

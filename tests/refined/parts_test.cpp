@@ -148,7 +148,7 @@ TEST(Pyramid, HalvesLumaAndChroma)
             std::vector<uint8_t> level = _bytes_of(kept->data, int64_t{kept->stride} * h);
             for (int32_t l = 1, pitch = kept->stride; l < pyramid.count; pitch = w >> l, ++l) {
                 level = halved(level, pitch, w >> (l - 1), h >> (l - 1), 1, 0);
-                const GrayView& view = pyramid.levels[l];
+                const ConstPlane& view = pyramid.levels[l];
                 ASSERT_EQ(level, _bytes_of(view.data, int64_t{view.width} * view.height)) << l;
             }
             ASSERT_EQ(pyramid.small, small);
@@ -156,7 +156,7 @@ TEST(Pyramid, HalvesLumaAndChroma)
                 _bytes_of(pano_chroma_row(kept.get(), 0), int64_t{kept->stride} * h / 2);
             for (int32_t l = 1, pitch = kept->stride; l <= small; pitch = w / 2 >> l << 1, ++l)
                 pairs = halved(pairs, pitch, w / 2 >> (l - 1), h / 2 >> (l - 1), 2, 2);
-            const GrayView& chroma = pyramid.small_pairs;
+            const ConstPlane& chroma = pyramid.small_pairs;
             EXPECT_EQ(pairs, _bytes_of(chroma.data, 2 * int64_t{chroma.width} * chroma.height));
         }
     }

@@ -84,8 +84,8 @@ void _add_common(CLI::App* command, CommonOptions* options, const char* output)
     command->add_flag("--verbose", options->verbose, "Show the library's log on standard error");
 }
 
-// What makes a panorama of a sweep. `--quality` had a JPEG's number before there were two qualities,
-// and still takes one.
+// What makes a panorama of a sweep. `--quality` had a JPEG's number before there were two
+// qualities, and still takes one.
 void _add_sweep(CLI::App* command, SweepOptions* options)
 {
     const auto parse = [options](const std::string& text) {
@@ -137,33 +137,39 @@ void _add_size(CLI::App* command, const char* name, Size* size, const char* desc
 
 // Not by CLI::Range, which takes what is no number.
 template <class Number>
-void _add_range(CLI::App* command, const char* name, Number* value, Number low, Number high, const char* text,
+struct Limits {
+    Number low, high;
+    const char* text;  // what the help says behind the option's name
+};
+
+template <class Number>
+void _add_range(CLI::App* command, const char* name, Number* value, const Limits<Number>& limits,
                 const char* description)
 {
     const auto parse = [=](const Number& given) {
-        if (!(given >= low && given <= high))
+        if (!(given >= limits.low && given <= limits.high))
             throw CLI::ValidationError(name, CLI::detail::to_string(given) + " is not in range");
         *value = given;
     };
-    command->add_option_function<Number>(name, parse, description)->option_text(text);
+    command->add_option_function<Number>(name, parse, description)->option_text(limits.text);
 }
 
 // What the demonstration's camera and street have beyond the plainest.
 void _add_camera(CLI::App* command, DemoOptions* options)
 {
-    _add_range(command, "--focal", &options->focal, 0.6, 2.2, "F [1]",
+    _add_range(command, "--focal", &options->focal, {0.6, 2.2, "F [1]"},
                "Focal length, 0.6 (wide) to 2.2 times the usual one");
-    _add_range(command, "--lens", &options->lens, -0.1, 0.1, "K [0]",
+    _add_range(command, "--lens", &options->lens, {-0.1, 0.1, "K [0]"},
                "Radial distortion of the lens, -0.1 to 0.1");
-    _add_range(command, "--tilt", &options->tilt, -15.0, 15.0, "DEG [0]",
+    _add_range(command, "--tilt", &options->tilt, {-15.0, 15.0, "DEG [0]"},
                "Hold the camera tilted across the sweep, -15 to 15 degrees");
-    _add_range(command, "--exposure", &options->exposure, 0.0, 50.0, "P [0]",
+    _add_range(command, "--exposure", &options->exposure, {0.0, 50.0, "P [0]"},
                "Let the brightness of the pictures differ by 0 to 50 percent");
-    _add_range(command, "--vignetting", &options->vignetting, 0.0, 80.0, "P [0]",
+    _add_range(command, "--vignetting", &options->vignetting, {0.0, 80.0, "P [0]"},
                "Light that the corners lose, 0 to 80 percent");
-    _add_range(command, "--shutter", &options->shutter, 0.0, 50.0, "MS [0]",
+    _add_range(command, "--shutter", &options->shutter, {0.0, 50.0, "MS [0]"},
                "Rolling shutter: 0 to 50 ms from the first row to the last");
-    _add_range(command, "--walkers", &options->walkers, 0, 20, "N [0]",
+    _add_range(command, "--walkers", &options->walkers, {0, 20, "N [0]"},
                "People who walk through the scene, 0 to 20");
 }
 

@@ -157,15 +157,15 @@ public:
     Moment(const DemoOptions& options, const Stage& stage, const Box& scene) : options_(options)
     {
         const bool vertical = stage.picture.vertical;
-        from_ = scene.left, to_ = scene.right;
-        ground_ = (vertical ? scene.bottom - kBelowStreet : kCityStreet) + kPavement;
+        pavement_ = {scene.left, scene.right,
+                     (vertical ? scene.bottom - kBelowStreet : kCityStreet) + kPavement};
         instant_.sweep = stage.step * kFramesPerSecond * options.shutter / 1000;
         instant_.walkers = &walkers_;
     }
 
     const Instant& at(double seconds, size_t pictures)
     {
-        walkers_ = walkers_at(seconds, options_.walkers, from_, to_, ground_, options_.seed);
+        walkers_ = walkers_at(seconds, options_.walkers, pavement_, options_.seed);
         const double swing = hash_at(static_cast<int32_t>(pictures), 1, options_.seed) / 2147483648.0 - 1;
         instant_.brightness = 1 + (pictures > 0 ? swing : 0) * options_.exposure / 100;
         return instant_;
@@ -175,7 +175,7 @@ private:
     static constexpr double kPavement = 90;  // units from the street's edge to the feet
 
     const DemoOptions& options_;
-    double from_, to_, ground_;
+    Pavement pavement_;
     std::vector<Walker> walkers_;
     Instant instant_;
 };

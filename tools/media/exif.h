@@ -15,8 +15,8 @@ namespace ozr_pano
 // Returns 1 to 8 by Exif's numbering; 1, upright, when the tag is missing or the block is broken.
 int exif_orientation(const uint8_t* tiff, size_t size);
 
-// A TIFF block for a panorama of this size: what the block of its first picture says of camera, time,
-// place and author. The orientation is normal; thumbnails and makers' notes stay behind.
+// A TIFF block for a panorama of this size: what the block of its first picture says of camera,
+// time, place and author. The orientation is normal; thumbnails and makers' notes stay behind.
 //
 // `tiff`: any bytes are allowed; a broken block gives an empty one, a broken entry is left out.
 std::vector<uint8_t> carried_exif(const std::vector<uint8_t>& tiff, int32_t width, int32_t height);

@@ -1,5 +1,5 @@
-// Viewers map the whole round, twice as wide as high, to the sphere. Around the horizon a cylinder has
-// as many pixels to a degree as that, so its rows keep their distance from the horizon.
+// Viewers map the whole round, twice as wide as high, to the sphere. Around the horizon a cylinder
+// has as many pixels to a degree as that, so its rows keep their distance from the horizon.
 #include "media/gpano.h"
 
 #include "base/quoting.h"

@@ -11,10 +11,10 @@ namespace ozr_pano
 
 // A part of a cylinder that stands upright around the camera.
 struct PanoramaView {
-    int32_t width, height;  // of the panorama, pixels
-    double radius;          // of the cylinder: pixels to a radian, and to a height of 1 at a distance of 1
-    double horizon;         // pixels from the panorama's upper edge down to eye level; may lie beyond it
-    std::optional<double> heading;  // degrees clockwise from north to the panorama's middle, if known
+    int32_t width, height;          // of the panorama, pixels
+    double radius;                  // of the cylinder: pixels to a radian
+    double horizon;                 // eye level, pixels below the upper edge; may lie outside
+    std::optional<double> heading;  // of the middle, degrees clockwise from north, if known
     size_t pictures;                // that it is made of
     std::string software;
 };

@@ -204,7 +204,8 @@ Picture decode_jpeg(const std::vector<uint8_t>& file)
     if (!is_sane_picture_size(header.image_width, header.image_height))
         fail("%ux%u pixels are too many; scale it down to 16384 a side and 64 million in all",
              header.image_width, header.image_height);
-    const std::vector<uint8_t> exif = decoder.exif();  // libjpeg drops the markers with the last row
+    // Asked now: libjpeg drops the markers with the last row.
+    const std::vector<uint8_t> exif = decoder.exif();
     Picture picture(static_cast<int32_t>(header.image_width), static_cast<int32_t>(header.image_height));
     if (!decoder.read_pixels(&picture))
         fail("broken JPEG: %s; save or fetch it again", decoder.error.text);

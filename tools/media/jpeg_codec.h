@@ -23,7 +23,8 @@ struct Metadata {
     std::string xmp;            // an XMP packet
 };
 
-// Encodes at a quality of 1 to 100. Metadata that do not fit a segment are left out. Throws ProgramError with the reason alone.
+// Encodes at a quality of 1 to 100. Metadata that do not fit a segment are left out. Throws
+// ProgramError with the reason alone.
 std::vector<uint8_t> encode_jpeg(const Picture& picture, int quality, const Metadata& metadata = Metadata());
 
 }  // namespace ozr_pano

@@ -1,4 +1,5 @@
-// Where the cameras of a refined sweep looked: the pictures' borders on the cylinder around them, unrolled.
+// Where the cameras of a refined sweep looked: the pictures' borders on the cylinder
+// around them, unrolled.
 #include "report/page.h"
 
 #include <algorithm>
@@ -15,7 +16,7 @@ constexpr double kDegrees = 57.29577951308232;  // of a radian
 // Units of the drawing, which is scaled to the page.
 constexpr double kWidth = 440, kMaxHeight = 330, kLeft = 34, kRight = 10, kTop = 10, kBottom = 28;
 constexpr double kNumberRadius = 7;
-constexpr double kUpright = 0.7;  // share of the way to the upper edge that the mark of the upright has
+constexpr double kUpright = 0.7;  // length of the upright's mark, of the way to the upper edge
 
 // Degrees from one line of the grid to the next: few enough that their numbers do not touch.
 double _grid_step(double degrees)
@@ -27,7 +28,8 @@ double _grid_step(double degrees)
     return 90;
 }
 
-// From the cylinder to the drawing. Along the sweep the cylinder's surface runs as the angle does, across it as its tangent.
+// From the cylinder to the drawing. Along the sweep the cylinder's surface runs as the angle does,
+// across it as its tangent.
 class Strip
 {
 public:

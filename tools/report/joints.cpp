@@ -1,5 +1,6 @@
-// How the pictures were joined: for each joint what the library says of it, over a drawing of where its two pictures lie on
-// each other. Of refined joints that drawing shows every matched point and how far off it is.
+// How the pictures were joined: for each joint what the library says of it, over a drawing of where
+// its two pictures lie on each other. Of refined joints that drawing shows every matched point and
+// how far off it is.
 #include "report/page.h"
 
 #include <algorithm>
@@ -42,8 +43,9 @@ double _unit(const ozr_rect& box)
     return std::max({(box.right - box.left) / kDrawingWidth, (box.bottom - box.top) / kDrawingHeight, 1e-3});
 }
 
-// How much longer than the errors the arrows are drawn, the same in all drawings so that they compare. Nearly all of them
-// are shorter than the usual length then, and the longest one stays within the drawing. 0 without errors.
+// How much longer than the errors the arrows are drawn, the same in all drawings so that they
+// compare. Nearly all of them are shorter than the usual length then, and the longest one stays
+// within the drawing. 0 without errors.
 double _enlargement(const Layout& layout)
 {
     double unit = 1e-3;
@@ -63,7 +65,8 @@ double _enlargement(const Layout& layout)
         std::clamp(unit * std::min(kArrowLength / usual, kLongestArrow / errors.back()), 1.0, 1000.0));
 }
 
-// From where the cameras show a point to where it was found, the way enlarged, with a head of two strokes.
+// From where the cameras show a point to where it was found, the way enlarged, with a head
+// of two strokes.
 void _add_arrow(const MatchView& match, double enlargement, double unit, Html* html)
 {
     const double x = (match.found.x - match.shown.x) * enlargement;

@@ -1,4 +1,5 @@
-// Where the pictures of a sweep lie on its panorama, how they were joined, and where their cameras looked.
+// Where the pictures of a sweep lie on its panorama, how they were joined, and where
+// their cameras looked.
 #ifndef LAYOUT_H
 #define LAYOUT_H
 
@@ -11,7 +12,8 @@
 namespace ozr_pano
 {
 
-// Differences of two pictures are shown brighter than they are, and with so many pixels on the longer side.
+// Differences of two pictures are shown brighter than they are, and with so many pixels on
+// the longer side.
 constexpr int32_t kDifferenceGain = 4, kDifferenceExtent = 480;
 
 // A place between pixels.
@@ -40,7 +42,7 @@ struct OverlapView {
     size_t first = 0, second = 0;  // pictures, in the order of the sweep
     ozr_rect box = {0, 0, 0, 0};   // pixels of the panorama, ends exclusive; may reach beyond it
     std::vector<ozr_point> seam;   // corners of the line, pixels of the panorama
-    Picture difference;            // of the two, grey: 0 where they are equal; reduced; may be empty
+    Picture difference;            // grey: 0 where they are equal; reduced; may be empty
     double mean_difference = 0;    // grey levels
 };
 
@@ -55,16 +57,17 @@ struct MatchView {
 // What a refined joint was made from.
 struct JointView {
     std::vector<MatchView> matches;
-    // The part of the second picture that the first one shows too, in its pixels; all of it where the cameras are not
-    // known. The picture is grey and reduced: the difference of the two, or the second one.
+    // The part of the second picture that the first one shows too, in its pixels; all of it where
+    // the cameras are not known. The picture is grey and reduced: the difference of the two, or
+    // the second one.
     ozr_rect box = {0, 0, 0, 0};
     Picture part;
 };
 
 // Where a picture of a refined sweep looked.
 struct CameraView {
-    // The picture's middle, its upper edge's middle and its border: radians along the sweep, and across it what a
-    // cylinder of radius 1 shows there.
+    // The picture's middle, its upper edge's middle and its border: radians along the sweep, and
+    // across it what a cylinder of radius 1 shows there.
     Spot middle, top;
     std::vector<Spot> outline;
 };

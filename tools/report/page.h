@@ -32,8 +32,9 @@ std::string picture_colour(size_t picture);
 // The line of a seam, in pixels of the panorama.
 void add_seam(const OverlapView& overlap, Html* html);
 
-// The sections of page.cpp's neighbours: both qualities side by side (where that was asked for), how the pictures were
-// joined, where their cameras looked (none for classic sweeps), and the motion of the previews.
+// The sections of page.cpp's neighbours: both qualities side by side (where that was asked for),
+// how the pictures were joined, where their cameras looked (none for classic sweeps), and the
+// motion of the previews.
 void add_qualities_section(const ReportPage& page, Html* html);
 void add_joints_section(const Journal& journal, const Layout& layout, Html* html);
 void add_cameras_section(const Journal& journal, const Layout& layout, Html* html);

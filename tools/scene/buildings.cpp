@@ -69,7 +69,7 @@ void _paint_window(Canvas& canvas, const Box& box, Rgb frame, Dice& dice)
 
 void _paint_brick_wall(Canvas& canvas, const Box& box, Dice& dice)
 {
-    paint_bricks(canvas, box, 11, 4.6, _pick(kBrickColours, dice), dice);
+    paint_bricks(canvas, box, {11, 4.6, _pick(kBrickColours, dice)}, dice);
     _for_cells(box, 34, 48, [&](const Box& cell) {
         const Box window = {cell.left + 8, cell.top + 10, cell.right - 8, cell.bottom - 8};
         canvas.fill({window.left - 3, window.top - 4, window.right + 3, window.top}, kStone);
@@ -125,7 +125,7 @@ void _paint_plaster_wall(Canvas& canvas, const Box& box, Dice& dice)
 void _paint_stone_wall(Canvas& canvas, const Box& box, Dice& dice)
 {
     const Rgb stone = lighten(kStone, -static_cast<int32_t>(dice.below(50)));
-    paint_bricks(canvas, box, 30, 13, stone, dice);
+    paint_bricks(canvas, box, {30, 13, stone}, dice);
     _for_cells(box, 40, 64, [&](const Box& cell) {
         canvas.fill({cell.left, cell.top, cell.right, cell.top + 4}, lighten(stone, 22));
         canvas.fill({cell.left, cell.top + 4, cell.right, cell.top + 6}, lighten(stone, -60), 170);
@@ -171,16 +171,15 @@ void _paint_antenna(Canvas& canvas, double x, double roof, double height)
 
 }  // namespace
 
-void paint_bricks(Canvas& canvas, const Box& box, double brick_width, double brick_height, Rgb colour,
-                  Dice& dice)
+void paint_bricks(Canvas& canvas, const Box& box, const Bricks& bricks, Dice& dice)
 {
-    canvas.fill(box, mix(colour, {190, 182, 172}, 130));
+    canvas.fill(box, mix(bricks.colour, {190, 182, 172}, 130));
     bool odd = false;
-    repeat(box.top, box.bottom, brick_height, [&](double y) {
-        repeat(box.left - (odd ? brick_width / 2 : 0), box.right, brick_width, [&](double x) {
-            const Box brick = {std::max(x, box.left), y, std::min(x + brick_width - 0.9, box.right),
-                               std::min(y + brick_height - 0.9, box.bottom)};
-            canvas.fill(brick, lighten(colour, static_cast<int32_t>(dice.below(44)) - 22));
+    repeat(box.top, box.bottom, bricks.height, [&](double y) {
+        repeat(box.left - (odd ? bricks.width / 2 : 0), box.right, bricks.width, [&](double x) {
+            const Box brick = {std::max(x, box.left), y, std::min(x + bricks.width - 0.9, box.right),
+                               std::min(y + bricks.height - 0.9, box.bottom)};
+            canvas.fill(brick, lighten(bricks.colour, static_cast<int32_t>(dice.below(44)) - 22));
         });
         odd = !odd;
     });
@@ -235,7 +234,7 @@ void paint_roof(Canvas& canvas, const Box& box, Dice& dice)
     for (uint32_t count = dice.below(4); count > 0; --count) {
         const double x = dice.between(box.left + 20, box.right - 30);
         const double height = dice.between(14, 34);
-        paint_bricks(canvas, {x, box.top - 6 - height, x + 13, box.top - 6}, 6, 4, kBrickColours[0], dice);
+        paint_bricks(canvas, {x, box.top - 6 - height, x + 13, box.top - 6}, {6, 4, kBrickColours[0]}, dice);
     }
     const double x = dice.between(box.left + 25, box.right - 25);
     if (dice.chance(35))
@@ -257,24 +256,25 @@ void paint_building(Canvas& canvas, const Box& box, Dice& dice)
     paint_facade(canvas, wall, facade, dice);
     if (dice.chance(40)) {
         const char* text = dice.chance(50) ? "HOTEL" : "MUSIC";
-        paint_hanging_sign(canvas, wall.right - 24, wall.bottom - 178, 18, text, _pick(kAwningColours, dice));
+        paint_hanging_sign(canvas, wall.right - 24, wall.bottom - 178,
+                           {18, text, _pick(kAwningColours, dice)});
     }
     paint_shop(canvas, {box.left, wall.bottom, box.right, box.bottom}, dice);
     canvas.fill({box.right - 3, wall.top, box.right, box.bottom}, {30, 26, 30}, 120);
 }
 
-void paint_hanging_sign(Canvas& canvas, double x, double y, double letter_height, const char* text,
-                        Rgb colour)
+void paint_hanging_sign(Canvas& canvas, double x, double y, const HangingSign& sign)
 {
+    const double letter_height = sign.letter_height;
     double bottom = y + 4;
-    for (const char* letter = text; *letter != '\0'; ++letter)
+    for (const char* letter = sign.text; *letter != '\0'; ++letter)
         bottom += letter_height + 4;
     const double width = letter_height * 5 / 7 + 10;
     canvas.fill({x - 2, y - 2, x + width + 2, bottom + 2}, {40, 36, 40});
-    canvas.fill({x, y, x + width, bottom}, colour);
+    canvas.fill({x, y, x + width, bottom}, sign.colour);
     double top = y + 4;
-    for (; *text != '\0'; ++text) {
-        const char letter[] = {*text, '\0'};
+    for (const char* next = sign.text; *next != '\0'; ++next) {
+        const char letter[] = {*next, '\0'};
         canvas.letters(x + 5, top, letter_height, letter, {255, 246, 220});
         top += letter_height + 4;
     }

@@ -29,15 +29,21 @@ struct Turn {
     }
 };
 
-// Maps pixels of one picture to places of one level of the texture.
+// One level of the texture: its pixels to a radian, and where the line of sight meets it.
+struct Strip {
+    const TextureLevel& level;
+    double scale;
+    double middle;
+};
+
+// Maps pixels of one picture to places of a strip.
 class Rays
 {
 public:
-    Rays(const Lens& lens, const Pose& pose, double sweep, const TextureLevel& level, double scale,
-         double middle)
-        : lens_(lens), pose_(pose), roll_(pose.roll), tilt_(pose.across), sweep_(sweep), scale_(scale),
-          middle_(middle), bend_(lens.radial / (lens.focal * lens.focal)), max_x_(level.width - 4),
-          max_y_(level.height - 4)
+    Rays(const Lens& lens, const Pose& pose, double sweep, const Strip& strip)
+        : lens_(lens), pose_(pose), roll_(pose.roll), tilt_(pose.across), sweep_(sweep), scale_(strip.scale),
+          middle_(strip.middle), bend_(lens.radial / (lens.focal * lens.focal)),
+          max_x_(strip.level.width - 4), max_y_(strip.level.height - 4)
     {
     }
 
@@ -225,7 +231,7 @@ void Surroundings::photograph(const Lens& lens, const Pose& pose, ozr_image* pic
         ++index;
     }
     const TextureLevel& level = texture_.levels()[index];
-    const Rays rays(lens, pose, instant.sweep, level, scale_ / shrink, middle_ / shrink);
+    const Rays rays(lens, pose, instant.sweep, {level, scale_ / shrink, middle_ / shrink});
 
     const std::vector<Walker> nobody;
     const std::vector<Walker>& walkers = instant.walkers != nullptr ? *instant.walkers : nobody;

@@ -30,7 +30,7 @@ struct Lens {
 
 // What happens while a picture is taken.
 struct Instant {
-    double sweep = 0;                              // radians of pan while the rows are read, first to last
+    double sweep = 0;                              // radians of pan from the first row to the last
     double brightness = 1;                         // of the exposure
     const std::vector<Walker>* walkers = nullptr;  // who is before the camera, or nobody
 };

@@ -144,14 +144,19 @@ void repeat(double begin, double end, double step, Paint paint)
         paint(begin + i * step);
 }
 
-// The same at random distances of low to high, the first less than high behind begin.
+struct Interval {
+    double low, high;
+};
+
+// Calls paint(place) for places of a stretch, at random distances; the first one is less than the
+// greatest distance behind its beginning.
 template <class Paint>
-void scatter(Dice& dice, double begin, double end, double low, double high, Paint paint)
+void scatter(Dice& dice, Interval stretch, Interval distances, Paint paint)
 {
-    double place = begin + dice.between(0, high);
-    while (place < end) {
+    double place = stretch.low + dice.between(0, distances.high);
+    while (place < stretch.high) {
         paint(place);
-        place += dice.between(low, high);
+        place += dice.between(distances.low, distances.high);
     }
 }
 

@@ -35,13 +35,21 @@ void paint_roof(Canvas& canvas, const Box& box, Dice& dice);
 // the box.
 void paint_building(Canvas& canvas, const Box& box, Dice& dice);
 
-// A vertical sign with one letter below the other.
-void paint_hanging_sign(Canvas& canvas, double x, double y, double letter_height, const char* text,
-                        Rgb colour);
+// A vertical sign with one letter below the other, hung from (x, y).
+struct HangingSign {
+    double letter_height;
+    const char* text;
+    Rgb colour;
+};
+void paint_hanging_sign(Canvas& canvas, double x, double y, const HangingSign& sign);
 
-// Bricks in running bond. `brick`: size of one with its joint.
-void paint_bricks(Canvas& canvas, const Box& box, double brick_width, double brick_height, Rgb colour,
-                  Dice& dice);
+// Bricks in running bond; the size of one is with its joint.
+struct Bricks {
+    double width;
+    double height;
+    Rgb colour;
+};
+void paint_bricks(Canvas& canvas, const Box& box, const Bricks& bricks, Dice& dice);
 
 // Pavement, road with cars and, nearest, a brick wall; from the top of the box down to whatever the
 // canvas shows.

@@ -19,14 +19,16 @@ constexpr double kTowerSky = 560;
 constexpr double kTowerHalfWidth = 310, kTowerTopHalfWidth = 190, kSetBack = 22;
 constexpr double kMinSection = 330, kMaxSection = 520;
 
-void _paint_houses(Canvas& canvas, double from, double to, double top, double ground, Dice& dice)
+// Buildings side by side, standing on the bottom of the box and at most as high as it.
+void _paint_houses(Canvas& canvas, const Box& box, Dice& dice)
 {
     constexpr double kNarrowest = 90;
-    while (from < to) {
+    double left = box.left;
+    while (left < box.right) {
         const double width = dice.between(130, 270);
-        const double right = from + width + kNarrowest > to ? to : from + width;
-        paint_building(canvas, {from, top, right, ground}, dice);
-        from = right + (dice.chance(30) ? dice.between(40, 150) : 0.0);
+        const double right = left + width + kNarrowest > box.right ? box.right : left + width;
+        paint_building(canvas, {left, box.top, right, box.bottom}, dice);
+        left = right + (dice.chance(30) ? dice.between(40, 150) : 0.0);
     }
 }
 
@@ -52,7 +54,7 @@ void _paint_tower_shaft(Canvas& canvas, double roof, double street, Dice& dice)
                 std::min(34.0, (wall.height() - 60) / static_cast<double>(strlen(text)) - 6);
             const double x = wall.left + wall.width() * dice.between(0.05, 0.9);
             const Rgb colour = mix({176, 36, 44}, {34, 70, 130}, dice.below(257));
-            paint_hanging_sign(canvas, x, wall.top + 30, letter, text, colour);
+            paint_hanging_sign(canvas, x, wall.top + 30, {letter, text, colour});
         }
         bottom = wall.top;
         half_width = std::max(half_width - kSetBack, kTowerTopHalfWidth);
@@ -84,9 +86,9 @@ Canvas paint_city(double along, double across, double scale, uint32_t seed)
     paint_sun(canvas, along * 0.62, -230);
     paint_mountains(canvas, {0, kPeaks, along, kCityStreet}, dice.roll());
     paint_far_buildings(canvas, {0, -40, along, kCityStreet}, dice);
-    _paint_houses(canvas, -40, along, kRoofLimit, kCityStreet, dice);
+    _paint_houses(canvas, {-40, kRoofLimit, along, kCityStreet}, dice);
     paint_street(canvas, {0, kCityStreet, along, std::max(all.bottom, kCityStreet)}, dice);
-    scatter(dice, 0, along, 110, 300, [&](double x) {
+    scatter(dice, {0, along}, {110, 300}, [&](double x) {
         paint_tree(canvas, x, kCityStreet + 12, dice.between(120, 190), dice);
         paint_lamp(canvas, x + 60, kCityStreet + 20, 130);
     });
@@ -102,13 +104,13 @@ Canvas paint_tower(double along, double across, double street, double scale, uin
     paint_mountains(canvas, {all.left, street - 900, all.right, street}, dice.roll());
     paint_far_buildings(canvas, {all.left, street - 700, all.right, street}, dice);
     const double neighbours = street - std::min(1500.0, along * 0.4);
-    _paint_houses(canvas, all.left - 60, -kTowerHalfWidth - 14, neighbours, street, dice);
-    _paint_houses(canvas, kTowerHalfWidth + 14, all.right, neighbours, street, dice);
+    _paint_houses(canvas, {all.left - 60, neighbours, -kTowerHalfWidth - 14, street}, dice);
+    _paint_houses(canvas, {kTowerHalfWidth + 14, neighbours, all.right, street}, dice);
     const double roof = std::min(kTowerSky, street / 2);
     _paint_tower_shaft(canvas, roof, street, dice);
     _paint_clock(canvas, 0, roof + 120, 74);
     paint_street(canvas, {all.left, street, all.right, along}, dice);
-    scatter(dice, all.left, all.right, 170, 330, [&](double x) {
+    scatter(dice, {all.left, all.right}, {170, 330}, [&](double x) {
         paint_tree(canvas, x, street + 12, dice.between(130, 200), dice);
         paint_lamp(canvas, x + 70, street + 20, 140);
     });

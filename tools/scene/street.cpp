@@ -49,13 +49,14 @@ void _paint_road(Canvas& canvas, const Box& box, Dice& dice)
     repeat(box.left, box.right, 64, [&](double x) {
         canvas.fill({x, middle - 1.5, x + 34, middle + 1.5}, {236, 232, 214}, 230);
     });
-    scatter(dice, box.left, box.right, 280, 700, [&](double x) {
+    scatter(dice, {box.left, box.right}, {280, 700}, [&](double x) {
         for (int stripe = 0; stripe < 6; ++stripe)
             canvas.fill({x + stripe * 12, box.top + 3, x + stripe * 12 + 7, box.bottom - 3}, {226, 224, 214},
                         200);
     });
-    scatter(dice, box.left, box.right, 120, 320, [&](double x) { _paint_car(canvas, x, middle - 6, dice); });
-    scatter(dice, box.left, box.right, 140, 380,
+    scatter(dice, {box.left, box.right}, {120, 320},
+            [&](double x) { _paint_car(canvas, x, middle - 6, dice); });
+    scatter(dice, {box.left, box.right}, {140, 380},
             [&](double x) { _paint_car(canvas, x, box.bottom - 4, dice); });
 }
 
@@ -82,14 +83,14 @@ void _paint_poster(Canvas& canvas, const Box& box, Dice& dice)
 // The near wall: a stone cap, bricks, and posters here and there.
 void _paint_wall(Canvas& canvas, const Box& box, Dice& dice)
 {
-    paint_bricks(canvas, box, 26, 11, {142, 96, 80}, dice);
+    paint_bricks(canvas, box, {26, 11, {142, 96, 80}}, dice);
     canvas.fill({box.left, box.top, box.right, box.top + kWallCap}, {200, 194, 182});
     canvas.grain({box.left, box.top, box.right, box.top + kWallCap}, 16, dice.roll());
     canvas.fill({box.left, box.top + kWallCap, box.right, box.top + kWallCap + 4}, {40, 28, 28}, 140);
     repeat(box.left, box.right, 96, [&](double x) {
         canvas.fill({x, box.top, x + 1.4, box.top + kWallCap}, {120, 112, 104});
     });
-    scatter(dice, box.left, box.right, 150, 340, [&](double x) {
+    scatter(dice, {box.left, box.right}, {150, 340}, [&](double x) {
         _paint_poster(canvas, {x, box.top + 34, x + 84, box.top + 150}, dice);
     });
 }

@@ -20,8 +20,8 @@ uint8_t _luma(Rgb c)
     return static_cast<uint8_t>((66 * c.r + 129 * c.g + 25 * c.b + 128 + (16 << 8)) >> 8);
 }
 
-// The chroma of a block, U or V by its coefficients. Q8 coefficients times a sum of four: 10 bits to
-// shift out; 128.5 in Q10 is the neutral value, rounded.
+// The chroma of a block, U or V by its coefficients. Q8 coefficients times a sum of four: 10 bits
+// to shift out; 128.5 in Q10 is the neutral value, rounded.
 uint8_t _chroma(const RgbSum& sum, int32_t r, int32_t g, int32_t b)
 {
     constexpr int32_t kNeutral = (128 << 10) + 512;

@@ -1,5 +1,5 @@
-// A person is a few rounded strokes; how far a place is from a stroke's middle line says how much of
-// it is covered.
+// A person is a few rounded strokes; how far a place is from a stroke's middle line says how much
+// of it is covered.
 #include "scene/walkers.h"
 
 #include <math.h>
@@ -48,8 +48,7 @@ Rgb _cloth(Dice& dice, double low, double high)
 
 }  // namespace
 
-std::vector<Walker> walkers_at(double seconds, int32_t count, double from, double to, double ground,
-                               uint32_t seed)
+std::vector<Walker> walkers_at(double seconds, int32_t count, const Pavement& pavement, uint32_t seed)
 {
     std::vector<Walker> walkers;
     Dice dice(seed + 77);
@@ -57,11 +56,12 @@ std::vector<Walker> walkers_at(double seconds, int32_t count, double from, doubl
         Walker walker = {};
         walker.height = dice.between(kShortest, kTallest);
         const double speed = kUnitsPerSecond * dice.between(0.7, 1.3) * (dice.chance(50) ? 1 : -1);
-        const double start = from + (to - from) * (i + dice.between(0.2, 0.8)) / count;
+        const double start =
+            pavement.from + (pavement.to - pavement.from) * (i + dice.between(0.2, 0.8)) / count;
         walker.coat = _cloth(dice, 50, 220);
         walker.trousers = _cloth(dice, 25, 110);
         walker.x = start + speed * seconds;
-        walker.y = ground;
+        walker.y = pavement.ground;
         walker.stride = _swing(walker.x / walker.height);
         walkers.push_back(walker);
     }

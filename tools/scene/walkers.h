@@ -24,10 +24,15 @@ struct WalkerPaint {
     uint32_t cover;
 };
 
-// Who walks where at a time.
-// `from`, `to`: where they walk, along x. `ground`: y of their feet. `seconds`: since the sweep began.
-std::vector<Walker> walkers_at(double seconds, int32_t count, double from, double to, double ground,
-                               uint32_t seed);
+// Where people walk: along x, their feet at y = ground.
+struct Pavement {
+    double from;
+    double to;
+    double ground;
+};
+
+// Who walks where, so many seconds after the sweep began.
+std::vector<Walker> walkers_at(double seconds, int32_t count, const Pavement& pavement, uint32_t seed);
 
 // `pixel`: units of one; edges are as soft as that.
 WalkerPaint paint_walker(const Walker& walker, double x, double y, double pixel);

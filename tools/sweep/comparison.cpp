@@ -15,7 +15,8 @@ namespace
 
 constexpr int32_t kShownExtent = 1600;  // longer side on the page
 
-// The overlap of neighbours, in percent, as far as it can be asked for; what was asked for where no joint is trusted.
+// The overlap of neighbours, in percent, as far as it can be asked for; what was asked for where no
+// joint is trusted.
 int32_t _overlap_of(const Journal& done, const ozr_panorama& limits)
 {
     const bool is_vertical =

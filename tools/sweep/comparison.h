@@ -19,8 +19,9 @@ public:
     // Keeps a copy of a picture. Throws std::bad_alloc.
     void keep(const ozr_image& picture, const PictureEntry& entry);
 
-    // What becomes of the pictures in the quality that `done` does not have. The classic quality, which finds neither, is
-    // told the direction and the overlap that `done` ended with. Throws ProgramError when there is no session.
+    // What becomes of the pictures in the quality that `done` does not have. The classic quality,
+    // which finds neither, is told the direction and the overlap that `done` ended with. Throws
+    // ProgramError when there is no session.
     Counterpart join(const CommonOptions& options, const Journal& done);
 
 private:

@@ -14,8 +14,8 @@ namespace
 
 constexpr double kDegree = 3.14159265358979323846 / 180;
 
-// The classic projection takes a camera for granted: 41.8 pixels of the panorama to a radian for every
-// 32 of a picture's width. Where the horizon is it does not know.
+// The classic projection takes a camera for granted: 41.8 pixels of the panorama to a radian for
+// every 32 of a picture's width. Where the horizon is it does not know.
 constexpr double kClassicRadius = 41.8 / 32;
 
 bool _is_vertical(ozr_panorama_direction direction)

@@ -8,7 +8,7 @@ namespace ozr_pano
 namespace
 {
 
-constexpr double kLeastAhead = 0.1;  // rays that go further aside than 84 degrees show on no picture
+constexpr double kLeastAhead = 0.1;  // rays beyond 84 degrees aside show on no picture
 constexpr int kNewtonSteps = 8;      // each doubles the digits
 
 // Solves r (1 + radial r^2) = distance for r / distance.

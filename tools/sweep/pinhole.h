@@ -1,5 +1,5 @@
-// The camera that a refined sweep found for a picture, as the report page draws with it. What is drawn here is looked at
-// and never stitched, so it may use the C library's functions.
+// The camera that a refined sweep found for a picture, as the report page draws with it. What is
+// drawn here is looked at and never stitched, so it may use the C library's functions.
 #ifndef PINHOLE_H
 #define PINHOLE_H
 
@@ -16,7 +16,7 @@ struct Ray {
 struct Pinhole {
     double rotation[9];  // of a ray of the camera into the world, row-major
     double focal;        // pixels
-    double radial;       // a place at r focal lengths from the middle is seen r (1 + radial r^2) off the axis
+    double radial;       // r focal lengths from the middle are seen r (1 + radial r^2) off the axis
 
     // The direction in which the camera sees a place.
     Ray ray(const Spot& place) const;

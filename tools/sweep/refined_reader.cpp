@@ -17,8 +17,8 @@ namespace ozr_pano
 namespace
 {
 
+using ozr::ConstPlane;
 using ozr::session::CameraRecord;
-using ozr::session::LumaView;
 using ozr::session::MatchesRecord;
 using ozr::session::MatchRecord;
 using ozr::session::RefinedRecord;
@@ -128,12 +128,13 @@ OverlapView _seam(const ozr::refined::SeamLines& lines, int32_t index, const Tur
 
 // Everything about a joint's two pictures that its view is drawn from.
 struct JointPictures {
-    LumaView first, second;
+    ConstPlane first, second;
     Pinhole first_camera, second_camera;
     double scale;  // pixels of a picture for each of the views
     double gain;   // brightness of the second picture over the first
 
-    // Luma of the first picture at a place of the second one's view; negative where it shows nothing.
+    // Luma of the first picture at a place of the second one's view; negative where
+    // it shows nothing.
     double first_at(int32_t x, int32_t y) const
     {
         const Spot from_middle = {(x - (second.width - 1) / 2.0) * scale,
@@ -166,7 +167,8 @@ struct Part {
     int32_t height() const { return bottom - top; }
 };
 
-// The difference of the two pictures where both show the same, and which part of the second picture that is.
+// The difference of the two pictures where both show the same, and which part of the second
+// picture that is.
 Part _differences(const JointPictures& pictures, std::vector<uint8_t>* grey)
 {
     const int32_t width = pictures.second.width;
@@ -187,7 +189,7 @@ Part _differences(const JointPictures& pictures, std::vector<uint8_t>* grey)
 }
 
 // Pictures that do not both have a camera have no overlap to show.
-Part _plain(const LumaView& luma, std::vector<uint8_t>* grey)
+Part _plain(const ConstPlane& luma, std::vector<uint8_t>* grey)
 {
     grey->clear();
     for (int32_t y = 0; y < luma.height; ++y)
@@ -212,7 +214,7 @@ Picture _upright(const std::vector<uint8_t>& grey, int32_t stride, const Part& p
 void _add_part(const RefinedRecord& record, const Turn& turn, const ozr_panorama_joint& joint,
                JointView* view)
 {
-    const LumaView& luma = record.reduced[joint.second];
+    const ConstPlane& luma = record.reduced[joint.second];
     const double scale = record.width / static_cast<double>(luma.width);
     std::vector<uint8_t> grey;
     Part part;

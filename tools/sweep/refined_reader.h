@@ -9,9 +9,9 @@
 namespace ozr_pano
 {
 
-// What a refined panorama lies on: its pixel (x, y) looks along first_heading + x / radius, in radians to
-// the right of the middle picture, and first_height + y / radius down for every 1 ahead. In sweeps up and
-// down the panorama is turned clockwise for that.
+// What a refined panorama lies on: its pixel (x, y) looks along first_heading + x / radius, in
+// radians to the right of the middle picture, and first_height + y / radius down for every 1 ahead.
+// In sweeps up and down the panorama is turned clockwise for that.
 struct Cylinder {
     double radius, first_heading, first_height;
 };

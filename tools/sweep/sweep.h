@@ -38,8 +38,8 @@ public:
     // Adds a picture. Its entry tells the offset, or that the library is to derive it.
     void add(ozr_image* picture, PictureEntry entry);
 
-    // Composes the panorama, writes it, and completes the journal. Says which pictures are left out,
-    // and which joints are not to be trusted.
+    // Composes the panorama, writes it, and completes the journal. Says which pictures are left
+    // out, and which joints are not to be trusted.
     void finish();
 
     // Ends a sweep that makes no panorama: the report page, if one is wanted, says why.

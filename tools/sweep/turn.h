@@ -1,5 +1,5 @@
-// Pictures of vertical sweeps were turned clockwise, so that inside the library every sweep runs along x; here everything is
-// turned back.
+// Pictures of vertical sweeps were turned clockwise, so that inside the library every sweep runs
+// along x; here everything is turned back.
 #ifndef TURN_H
 #define TURN_H
 

@@ -41,8 +41,8 @@ int32x4_t _add_products(int32x4_t sums, const Words& a, const Words& b)
     return vmlal_s16(sums, vget_high_s16(a.high), vget_high_s16(b.high));
 }
 
-// Sums of one run. Pixels less their mean lie within -255 and 255, so a 32-bit lane has room for 33 000 products; a half
-// row gives it a quarter of its columns.
+// Sums of one run. Pixels less their mean lie within -255 and 255, so a 32-bit lane has room for
+// 33 000 products; a half row gives it a quarter of its columns.
 struct Sums {
     int32x4_t aa = vdupq_n_s32(0);
     int32x4_t bb = vdupq_n_s32(0);
@@ -59,7 +59,8 @@ struct Sums {
     int32x4_t totals() const { return neighbours_added(neighbours_added(aa, bb), neighbours_added(ab, ab)); }
 };
 
-// A half row: its columns, kStep or more, and the lanes of its last step that the one before has not counted.
+// A half row: its columns, kStep or more, and the lanes of its last step that the one before
+// has not counted.
 struct Run {
     int32_t columns;
     Words fresh;

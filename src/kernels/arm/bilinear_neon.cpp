@@ -1,5 +1,6 @@
-// Bilinear resampling, NEON, eight columns at a time: lookups in what one or two loads brought fetch their samples. Where
-// these are is worked out once for a strip of columns and used in every row.
+// Bilinear resampling, NEON, eight columns at a time: lookups in what one or two loads
+// brought fetch their samples. Where these are is worked out once for a strip of columns and
+// used in every row.
 #include <arm_neon.h>
 #include <stddef.h>
 
@@ -17,11 +18,12 @@ constexpr int32_t kGroup = 8;  // columns
 constexpr int32_t kHalf = kGroup / 2;
 constexpr int32_t kGroups = 40;  // of a strip, so that the 320 columns of a small preview fit one
 
-// How many source bytes the samples of a group are looked up in: 16 or 32, or 32 for the samples of half a group.
+// How many source bytes the samples of a group are looked up in: 16 or 32, or 32 for the samples of
+// half a group.
 enum class Reach { kOneLoad, kTwoLoads, kTwoLoadsEach };
 
-// Neighbouring columns. Each half has the samples at the positions of four columns, then those right of them; their
-// weights likewise.
+// Neighbouring columns. Each half has the samples at the positions of four columns, then those
+// right of them; their weights likewise.
 struct Group {
     uint8_t order[2 * kGroup];
     uint16_t weights[2 * kGroup];
@@ -58,7 +60,8 @@ Reach _reach(const ResampleTask& task, int32_t pixel_bytes)
     return span <= kLoad ? Reach::kOneLoad : span <= 2 * kLoad ? Reach::kTwoLoads : Reach::kTwoLoadsEach;
 }
 
-// Whether lookups reach the samples of a row, `pixel_bytes` bytes apart, and the row has all that is loaded for them.
+// Whether lookups reach the samples of a row, `pixel_bytes` bytes apart, and the row has all that
+// is loaded for them.
 bool _is_in_reach(const ResampleTask& task, int32_t pixel_bytes)
 {
     const int64_t row_bytes = _row_bytes(task, pixel_bytes);
@@ -90,8 +93,8 @@ void _fill_group(Group* group, const ResampleTask& task, int32_t pixel_bytes, in
     }
 }
 
-// The plan for columns `first` and on. The last columns of a row fill a whole group too, so this overlaps the one before
-// it. Returns the column after the strip's last.
+// The plan for columns `first` and on. The last columns of a row fill a whole group too, so this
+// overlaps the one before it. Returns the column after the strip's last.
 int32_t _make_plan(Plan* plan, const ResampleTask& task, int32_t pixel_bytes, int32_t first)
 {
     plan->reach = _reach(task, pixel_bytes);

@@ -1,5 +1,6 @@
-// Transitions, NEON, 16 bytes at a time. In 128ths a byte is 128 e + a (l - e), none negative and at most 128 * 255: the
-// difference may be negative, the whole fits 16 bits. The 128 that is added comes as one level after the shift.
+// Transitions, NEON, 16 bytes at a time. In 128ths a byte is 128 e + a (l - e), none negative and
+// at most 128 * 255: the difference may be negative, the whole fits 16 bits. The 128 that is added
+// comes as one level after the shift.
 #include <arm_neon.h>
 #include <stdint.h>
 
@@ -22,8 +23,8 @@ uint8x8_t _blend_words(uint8x8_t earlier, uint8x8_t later, int16x8_t weights)
     return vshrn_n_u16(vreinterpretq_u16_s16(vmlaq_s16(whole, change, weights)), kWeightBits);
 }
 
-// Blends whole vectors of `count` bytes and says how many bytes that were. `weights` are those of the first eight,
-// `half_step` lies between the weights of a byte and of the one eight bytes on.
+// Blends whole vectors of `count` bytes and says how many bytes that were. `weights` are those of
+// the first eight, `half_step` lies between the weights of a byte and of the one eight bytes on.
 int32_t _blend(uint8_t* dst, const uint8_t* later, int32_t count, int16x8_t weights, int32_t half_step)
 {
     const int16x8_t step = vdupq_n_s16(static_cast<int16_t>(half_step));

@@ -1,5 +1,5 @@
-// Texture codes, NEON: sixteen windows at a time. Nine times a pixel exceeds the sum of nine when the pixel exceeds a ninth
-// of it, rounded down: a byte.
+// Texture codes, NEON: sixteen windows at a time. Nine times a pixel exceeds the sum of nine when
+// the pixel exceeds a ninth of it, rounded down: a byte.
 #include <arm_neon.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -17,8 +17,9 @@ constexpr uint32_t kStep = 16;  // windows
 constexpr int32_t kEdge = 3;    // rows and columns of a window
 constexpr int32_t kPixels = kEdge * kEdge;
 
-// A ninth of sums of at most 2295, rounded down, as sum * 7282 >> 16: 7282 / 65536 is too much by a 32 768th part, which
-// makes less than a hundredth here, and a ninth is what lies between a quotient and the next whole number at least.
+// A ninth of sums of at most 2295, rounded down, as sum * 7282 >> 16: 7282 / 65536 is too much by a
+// 32 768th part, which makes less than a hundredth here, and a ninth is what lies between a
+// quotient and the next whole number at least.
 uint8x8_t _ninths(uint16x8_t sums)
 {
     const int16x8_t ninths = vqdmulhq_n_s16(vreinterpretq_s16_u16(sums), 7282 / 2);

@@ -1,12 +1,14 @@
-// Colour conversion, NEON, 16 pixels at a time; loads and stores take the components apart and weave them.
+// Colour conversion, NEON, 16 pixels at a time; loads and stores take the components apart
+// and weave them.
 //
-// To RGBA everything stays within signed 16 bits once whole levels are taken out of the products: with y = Y - 16,
-// d = U - 128 and e = V - 128,
+// To RGBA everything stays within signed 16 bits once whole levels are taken out of the products:
+// with y = Y - 16, d = U - 128 and e = V - 128,
 //   R = y + e  + ((42 y         + 153 e + 128) >> 8)     -20 128 to 29 597 before the shift
 //   G = y - e  + ((42 y - 100 d +  48 e + 128) >> 8)     -19 388 to 29 062
 //   B = y + 2d + ((42 y +   4 d         + 128) >> 8)      -1 056 to 10 674
-// as 298 = 256 + 42, 409 = 256 + 153, -208 = -256 + 48 and 516 = 2 * 256 + 4. From RGBA, sums of three products fit
-// unsigned 16 bits. In place, 16 bytes are written over pixels that were read before.
+// as 298 = 256 + 42, 409 = 256 + 153, -208 = -256 + 48 and 516 = 2 * 256 + 4. From RGBA, sums
+// of three products fit unsigned 16 bits. In place, 16 bytes are written over pixels that
+// were read before.
 #include <arm_neon.h>
 
 #include "kernels/arm/vectors_neon.h"
@@ -24,7 +26,8 @@ constexpr int32_t kRgbaBytes = 4;
 
 // --- To RGBA ---
 
-// Eight components, one a pair: of the pixels with even numbers, of those with odd ones, and of both.
+// Eight components, one a pair: of the pixels with even numbers, of those with odd ones,
+// and of both.
 struct Pixels {
     uint8x8_t even;
     uint8x8_t odd;
@@ -121,7 +124,8 @@ uint8x8_t _even(uint8x16_t bytes)
     return vmovn_u16(vreinterpretq_u16_u8(bytes));
 }
 
-// (kMore more - kLess1 less1 - kLess2 less2 + 32896) >> 8; the first product is added first, so that nothing is negative.
+// (kMore more - kLess1 less1 - kLess2 less2 + 32896) >> 8; the first product is added first, so
+// that nothing is negative.
 template <uint8_t kMore, uint8_t kLess1, uint8_t kLess2>
 uint8x8_t _chroma(uint8x8_t more, uint8x8_t less1, uint8x8_t less2)
 {

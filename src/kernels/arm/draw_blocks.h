@@ -1,5 +1,5 @@
-// The blocks of a drawing: the samples of one are fetched from one load of each source row. Blocks at the edge of a picture,
-// turned by much or strongly reduced are left to the scalar kernel.
+// The blocks of a drawing: the samples of one are fetched from one load of each source row. Blocks
+// at the edge of a picture, turned by much or strongly reduced are left to the scalar kernel.
 //
 // Within a block places count from the pixel that its leftmost tap lies on, so that they fit words.
 #ifndef OZR_DRAW_BLOCKS_H
@@ -13,14 +13,14 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 
 constexpr int32_t kMostTurn = 2;  // rows that the places of a block may lie apart
 
-// What all blocks of a row have in common. A plane by value: what is written is bytes, which might be anything that is read
-// through a pointer.
+// What all blocks of a row have in common. A plane by value: what is written is bytes, which might
+// be anything that is read through a pointer.
 template <class Shape>
 struct DrawLimits {
     const uint8_t* src;

@@ -37,7 +37,8 @@ int16x8_t _ramp(int32_t first, int32_t factor, int32_t pixels_of_lane)
     return vld1q_s16(steps);
 }
 
-// Rows per pixel from those per block: a pixel whose place is n rows further down has its taps n rows further down.
+// Rows per pixel from those per block: a pixel whose place is n rows further down has its taps n
+// rows further down.
 template <int32_t kTaps, int32_t kTurn, size_t kRows>
 OZR_INLINED void _pick_rows(int16x8_t (&rows)[kRows], int16x8_t down)
 {
@@ -74,7 +75,8 @@ uint8x16_t _cubic(int32_t tap)
     return vreinterpretq_u8_s8(vld1q_s8(kDrawCubic[tap]));
 }
 
-// The magnitudes of the row weights: of the outer taps, which are none positive, and of the inner ones, none negative.
+// The magnitudes of the row weights: of the outer taps, which are none positive, and of the inner
+// ones, none negative.
 struct RowWeights {
     uint8x16_t outer;
     uint8x16_t inner;

@@ -1,5 +1,5 @@
-// Mirrors, NEON: two vectors from either end change places and order; the scalar function mirrors what remains in the
-// middle.
+// Mirrors, NEON: two vectors from either end change places and order; the scalar function mirrors
+// what remains in the middle.
 #include <arm_neon.h>
 
 #include "kernels/mirror.h"
@@ -36,7 +36,8 @@ struct Quads {
     }
 };
 
-// Two vectors at a time from either end, as long as they do not meet; returns the bytes done at either end.
+// Two vectors at a time from either end, as long as they do not meet; returns the bytes done
+// at either end.
 template <class Element>
 int64_t _swap_ends(uint8_t* row, int64_t bytes)
 {

@@ -1,5 +1,5 @@
-// Sums of absolute differences, NEON. A step adds two differences to a lane of 16 bits, 510 at most: after 128 steps it is
-// emptied into one of 32 bits.
+// Sums of absolute differences, NEON. A step adds two differences to a lane of 16 bits, 510 at
+// most: after 128 steps it is emptied into one of 32 bits.
 #include <arm_neon.h>
 #include <stddef.h>
 
@@ -45,20 +45,21 @@ uint32x4_t _add_row(uint32x4_t total, const uint8_t* a, int32_t whole, Other oth
 
 }  // namespace
 
-uint32_t sad_area(const uint8_t* a, int64_t a_stride, const uint8_t* b, int64_t b_stride, int32_t columns,
-                  int32_t rows)
+uint32_t sad_area(FrameArea a, FrameArea b, int32_t columns, int32_t rows)
 {
     if (columns < kStep)
-        return scalar::sad_area(a, a_stride, b, b_stride, columns, rows);
+        return scalar::sad_area(a, b, columns, rows);
     const int32_t last = columns - kStep;
     const uint8x16_t fresh = vld1q_u8(last_lanes(kStep, columns % kStep));
     uint32x4_t sums = vdupq_n_u32(0);
     for (int32_t y = 0; y < rows; ++y) {
-        const uint8x16_t rest = vandq_u8(vabdq_u8(vld1q_u8(a + last), vld1q_u8(b + last)), fresh);
-        sums = _add_row(sums, a, columns - columns % kStep, [b](int32_t x) { return vld1q_u8(b + x); });
+        const uint8x16_t rest = vandq_u8(vabdq_u8(vld1q_u8(a.data + last), vld1q_u8(b.data + last)), fresh);
+        const uint8_t* const other = b.data;
+        sums = _add_row(sums, a.data, columns - columns % kStep,
+                        [other](int32_t x) { return vld1q_u8(other + x); });
         sums = vpadalq_u16(sums, vpaddlq_u8(rest));
-        a += static_cast<ptrdiff_t>(a_stride);
-        b += static_cast<ptrdiff_t>(b_stride);
+        a.data += static_cast<ptrdiff_t>(a.stride);
+        b.data += static_cast<ptrdiff_t>(b.stride);
     }
     return total(sums);
 }

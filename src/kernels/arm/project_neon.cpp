@@ -1,5 +1,6 @@
-// Projection, NEON, a block at a time. A source row is weighed column by column with byte products, which give at most
-// 255 * 16, and the sums then by rows: 255 * 256 and the rounding fit unsigned 16 bits.
+// Projection, NEON, a block at a time. A source row is weighed column by column with byte
+// products, which give at most 255 * 16, and the sums then by rows: 255 * 256 and the rounding fit
+// unsigned 16 bits.
 #include <arm_neon.h>
 #include <stddef.h>
 #include <string.h>
@@ -47,7 +48,8 @@ uint16x8_t _tent(uint16x8_t behind, uint16_t i)
     return vqsubq_u16(vdupq_n_u16(kPixel), distance);
 }
 
-// Neighbouring pixels lie at nearly one height: the last two rows of the patches are seldom reached.
+// Neighbouring pixels lie at nearly one height: the last two rows of the patches are seldom
+// reached.
 void _project_block(uint8_t* dst, const uint8_t* src, ptrdiff_t stride, const uint8_t* column_weights,
                     const uint8_t* rows)
 {
@@ -70,17 +72,17 @@ void _project_block(uint8_t* dst, const uint8_t* src, ptrdiff_t stride, const ui
 }  // namespace
 
 // Blocks whose loads could leave the source go to the scalar variant.
-void project_luma_row(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
-                      const ProjectionRow& row, int32_t blocks)
+void project_luma_row(uint8_t* dst, const ProjectionSource& src, const ProjectionRow& row, int32_t blocks)
 {
-    const int64_t last_offset = src_bytes - (kPatch - 1) * int64_t{stride} - kLoad;
+    const ProjectionSource from = src;  // a copy, which no store below can change
+    const int64_t last_offset = from.bytes - (kPatch - 1) * int64_t{from.stride} - kLoad;
     ProjectionRow at = row;
     for (int32_t b = 0; b < blocks; ++b, dst += kBlock) {
         const int32_t offset = *at.offsets;
         if (offset >= 0 && offset <= last_offset)
-            _project_block(dst, src + offset, stride, at.columns, at.rows);
+            _project_block(dst, from.data + offset, from.stride, at.columns, at.rows);
         else
-            scalar::project_luma_row(dst, src, src_bytes, stride, at, 1);
+            scalar::project_luma_row(dst, from, at, 1);
         at = {at.offsets + 1, at.columns + kColumnWeights, at.rows + kBlock};
     }
 }

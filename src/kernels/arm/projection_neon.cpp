@@ -52,13 +52,19 @@ Rows _rows(const Values& values, int32_t least, int32_t most)
     return {vget_low_u8(limited), vget_high_u8(limited)};
 }
 
+// Two blocks that mirror each other.
+struct Mirrored {
+    ptrdiff_t right;
+    ptrdiff_t left;
+};
+
 void _store(const ProjectionRowOut& out, const int32_t* bases, int32_t line_offset, uint8x8_t rows,
-            ptrdiff_t right, ptrdiff_t left)
+            Mirrored blocks)
 {
-    out.offsets[right] = line_offset + bases[right];
-    out.offsets[left] = line_offset + bases[left];
-    vst1_u8(out.rows + kBlock * right, rows);
-    vst1_u8(out.rows + kBlock * left, vrev64_u8(rows));
+    out.offsets[blocks.right] = line_offset + bases[blocks.right];
+    out.offsets[blocks.left] = line_offset + bases[blocks.left];
+    vst1_u8(out.rows + kBlock * blocks.right, rows);
+    vst1_u8(out.rows + kBlock * blocks.left, vrev64_u8(rows));
 }
 
 uint8x8_t _tent(uint8x8_t behind, int32_t i)
@@ -78,8 +84,8 @@ void projection_rows_of_curves(const ProjectionRowPair& out, ProjectionCurves* c
         const int32_t most = (v[kBlock - 1] + kPixel - 1) >> kFracBits;
         const Values values = {vld1q_s32(v), vld1q_s32(v + kLanes)};
         const Rows rows = _rows(values, least, most);
-        _store(pair.below, pair.bases, (pair.centre + least) * pair.stride, rows.below, right, left);
-        _store(pair.above, pair.bases, (pair.centre - 1 - most) * pair.stride, rows.above, right, left);
+        _store(pair.below, pair.bases, (pair.centre + least) * pair.stride, rows.below, {right, left});
+        _store(pair.above, pair.bases, (pair.centre - 1 - most) * pair.stride, rows.above, {right, left});
         _advance(curves, 0, values.first, farthest);
         _advance(curves, kLanes, values.last, farthest);
     }

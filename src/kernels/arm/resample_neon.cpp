@@ -17,8 +17,8 @@ uint8x8_t _half(const uint8_t* top, const uint8_t* bottom)
     return vshrn_n_u16(vpadalq_u8(vpaddlq_u8(vld1q_u8(top)), vld1q_u8(bottom)), 2);
 }
 
-// The last sample of a vector has a neighbour that is not read: a vector counts only when another sample follows. Returns
-// the samples done.
+// The last sample of a vector has a neighbour that is not read: a vector counts only when another
+// sample follows. Returns the samples done.
 int32_t _every_other(uint8_t* dst, const uint8_t* src, int32_t count)
 {
     int32_t x = 0;

@@ -1,5 +1,6 @@
-// Quarter turns, NEON: blocks of 16 x 16 bytes or 8 x 8 pairs are transposed in registers. Two rows that change every other
-// element between them transpose squares of two; the same with elements of twice the size, squares of four, and so on.
+// Quarter turns, NEON: blocks of 16 x 16 bytes or 8 x 8 pairs are transposed in registers. Two rows
+// that change every other element between them transpose squares of two; the same with elements of
+// twice the size, squares of four, and so on.
 #include <arm_neon.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -101,28 +102,24 @@ struct Pairs {
 
 }  // namespace
 
-void rotate_bytes_cw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
-                     int32_t height)
+void rotate_bytes_cw(uint8_t* dst, int32_t dst_stride, const RotateTask& task)
 {
-    RotateTiles<Bytes, true>::rotate(dst, dst_stride, src, src_stride, width, height);
+    RotateTiles<Bytes, true>::rotate(dst, dst_stride, task);
 }
 
-void rotate_bytes_ccw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
-                      int32_t height)
+void rotate_bytes_ccw(uint8_t* dst, int32_t dst_stride, const RotateTask& task)
 {
-    RotateTiles<Bytes, false>::rotate(dst, dst_stride, src, src_stride, width, height);
+    RotateTiles<Bytes, false>::rotate(dst, dst_stride, task);
 }
 
-void rotate_pairs_cw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
-                     int32_t height)
+void rotate_pairs_cw(uint8_t* dst, int32_t dst_stride, const RotateTask& task)
 {
-    RotateTiles<Pairs, true>::rotate(dst, dst_stride, src, src_stride, width, height);
+    RotateTiles<Pairs, true>::rotate(dst, dst_stride, task);
 }
 
-void rotate_pairs_ccw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
-                      int32_t height)
+void rotate_pairs_ccw(uint8_t* dst, int32_t dst_stride, const RotateTask& task)
 {
-    RotateTiles<Pairs, false>::rotate(dst, dst_stride, src, src_stride, width, height);
+    RotateTiles<Pairs, false>::rotate(dst, dst_stride, task);
 }
 
 }  // namespace ozr::kernels::neon

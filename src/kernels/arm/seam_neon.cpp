@@ -1,5 +1,5 @@
-// Rows of seam sums, NEON, 16 columns at a time. Sums are compared by how far they lie from the one straight above, which
-// fits signed 16 bits although the sums themselves wrap around.
+// Rows of seam sums, NEON, 16 columns at a time. Sums are compared by how far they lie from the one
+// straight above, which fits signed 16 bits although the sums themselves wrap around.
 #include <arm_neon.h>
 
 #include "kernels/seam.h"
@@ -13,7 +13,8 @@ namespace
 constexpr int32_t kStep = 16;  // columns
 constexpr int32_t kLanes = 8;
 
-// Which neighbour is less than the one straight above, and than what was better so far: all bits of a lane, or none.
+// Which neighbour is less than the one straight above, and than what was better so far: all bits of
+// a lane, or none.
 struct Taken {
     uint16x8_t left;
     uint16x8_t right;
@@ -55,8 +56,8 @@ void seam_sum_row(uint16_t* sums, int8_t* steps, const uint16_t* above, const Se
     for (int32_t x = 1; x < end - kStep; x += kStep)
         _sum_columns(sums, steps, above, row, x);
     _sum_columns(sums, steps, above, row, end - kStep);  // in part once more
-    scalar::seam_sum_columns(sums, steps, above, row, 0, 1);
-    scalar::seam_sum_columns(sums, steps, above, row, end, row.width);
+    scalar::seam_sum_columns(sums, steps, above, row, {0, 1});
+    scalar::seam_sum_columns(sums, steps, above, row, {end, row.width});
 }
 
 }  // namespace ozr::kernels::neon

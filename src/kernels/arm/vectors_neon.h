@@ -1,5 +1,5 @@
-// What 64-bit ARM does in one instruction and 32-bit ARM in two; for all else both have the same intrinsics. They put the
-// halves of a vector together and take them apart without an instruction.
+// What 64-bit ARM does in one instruction and 32-bit ARM in two; for all else both have the same
+// intrinsics. They put the halves of a vector together and take them apart without an instruction.
 #ifndef OZR_VECTORS_NEON_H
 #define OZR_VECTORS_NEON_H
 
@@ -9,7 +9,7 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 
@@ -17,7 +17,8 @@ namespace
 #define OZR_INLINED __attribute__((always_inline)) inline
 #define OZR_INLINED_STEP __attribute__((always_inline))
 
-// Does a step for 0, 1 ... kCount - 1, unrolled: an array of vectors whose numbers the compiler knows is one of registers.
+// Does a step for 0, 1 ... kCount - 1, unrolled: an array of vectors whose numbers the compiler
+// knows is one of registers.
 template <int32_t kCount, class Step>
 OZR_INLINED void unrolled(Step step)
 {
@@ -54,8 +55,8 @@ inline uint8x16_t woven(uint8x8_t a, uint8x8_t b)
     return vqtbl1q_u8(vcombine_u8(a, b), vld1q_u8(kTurns));
 }
 
-// The upper halves multiplied; and subtracted from a sum. The compiler knows these from halves taken apart, but not where
-// they are used more than once.
+// The upper halves multiplied; and subtracted from a sum. The compiler knows these from halves
+// taken apart, but not where they are used more than once.
 inline uint16x8_t high_multiplied(uint8x16_t a, uint8x16_t b)
 {
     return vmull_high_u8(a, b);
@@ -78,7 +79,8 @@ inline uint32_t total(uint32x4_t sums)
 
 #else
 
-// The same registers by another name; put together from halves, the compiler would send them through memory.
+// The same registers by another name; put together from halves, the compiler would send
+// them through memory.
 template <class To, class From>
 inline To same_registers(const From& from)
 {

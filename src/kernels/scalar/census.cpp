@@ -17,7 +17,7 @@ void census_run(uint16_t* dst, const uint8_t* src, uint32_t width, uint32_t coun
         }
         uint32_t code = 0;
         for (size_t i = 0; i < 9; ++i)
-            code |= ((sum - 9 * pixels[i]) >> 31) << i;  // the sign: 9 times the pixel exceeds the sum
+            code |= ((sum - 9 * pixels[i]) >> 31) << i;  // the sign: 9 pixels exceed the sum
         dst[k + stride + 1] = static_cast<uint16_t>(code);
     }
 }

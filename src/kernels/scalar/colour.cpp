@@ -39,7 +39,8 @@ void _to_rgba_row(uint8_t* dst, const uint8_t* luma, const uint8_t* u, const uin
     }
 }
 
-// Kept: green has the weight 128 where the usual integer form has 129, so white becomes 234, not 235.
+// Kept: green has the weight 128 where the usual integer form has 129, so white becomes
+// 234, not 235.
 uint8_t _luma(const uint8_t* rgba)
 {
     return static_cast<uint8_t>(((66 * rgba[0] + 128 * rgba[1] + 25 * rgba[2] + 128) >> 8) + 16);

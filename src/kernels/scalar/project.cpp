@@ -11,7 +11,8 @@ namespace ozr::kernels::scalar
 namespace
 {
 
-// Bytes of one source row under the column weights of a pixel. `columns` are those of its first two columns.
+// Bytes of one source row under the column weights of a pixel. `columns` are those of its
+// first two columns.
 uint32_t _weighed(const uint8_t* src, ptrdiff_t at, const uint8_t* columns)
 {
     uint32_t sum = 0;
@@ -40,16 +41,16 @@ uint8_t _project_pixel(const uint8_t* src, ptrdiff_t patch, ptrdiff_t stride, co
 
 }  // namespace
 
-void project_luma_row(uint8_t* dst, const uint8_t* src, int64_t, int32_t stride, const ProjectionRow& row,
-                      int32_t blocks)
+void project_luma_row(uint8_t* dst, const ProjectionSource& src, const ProjectionRow& row, int32_t blocks)
 {
+    const ProjectionSource from = src;  // a copy, which no store below can change
     for (int32_t b = 0; b < blocks; ++b) {
         const uint8_t* columns = row.columns + ptrdiff_t{kColumnWeights} * b;
         const ptrdiff_t first = ptrdiff_t{kBlock} * b;
         const ptrdiff_t offset = row.offsets[b];
         for (int32_t k = 0; k < kBlock; ++k)
-            dst[first + k] =
-                _project_pixel(src, offset + k, stride, columns + ptrdiff_t{2} * k, row.rows[first + k]);
+            dst[first + k] = _project_pixel(from.data, offset + k, from.stride, columns + ptrdiff_t{2} * k,
+                                            row.rows[first + k]);
     }
 }
 

@@ -27,7 +27,8 @@ namespace ozr::kernels::scalar
 namespace
 {
 
-// Interpolates the four samples around a position; `right` is the distance of the right-hand ones in bytes.
+// Interpolates the four samples around a position; `right` is the distance of the right-hand
+// ones in bytes.
 uint8_t _interpolate(const uint8_t* top, const uint8_t* bottom, uint32_t right, uint32_t fx, uint32_t fy)
 {
     const uint32_t upper = top[0] * (kResampleOne - fx) + top[right] * fx;
@@ -43,7 +44,7 @@ void _resample_row(uint8_t* dst, int32_t width, const ResampleRows& rows, uint32
     for (int32_t x = 0; x < width; ++x) {
         const uint32_t column = (position >> kResampleFracBits) * kPixelBytes;
         const uint32_t fx = position & kResampleFracMask;
-        const uint32_t right = fx != 0 ? kPixelBytes : 0;  // the last sample of a row has no neighbour
+        const uint32_t right = fx != 0 ? kPixelBytes : 0;  // the last sample has no neighbour
         dst[x] = _interpolate(rows.top + column, rows.bottom + column, right, fx, rows.fraction);
         position += step;
     }
@@ -113,9 +114,10 @@ void resample_rgb(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
     });
 }
 
-void resample_pairs_row(uint8_t* dst, int32_t dst_bytes, PairsRow top, PairsRow bottom, uint32_t step,
-                        uint32_t fraction)
+void resample_pairs_row(uint8_t* dst, int32_t dst_bytes, const PairsRows& rows, uint32_t step)
 {
+    const PairsRow top = rows.top, bottom = rows.bottom;  // copies, which no store below can change
+    const uint32_t fraction = rows.fraction;
     for (uint32_t x = 0; x < static_cast<uint32_t>(dst_bytes); ++x) {
         const uint32_t position = (x >> 1) * step;
         const uint32_t byte = 2 * (position >> kResampleFracBits) + (x & 1);

@@ -12,10 +12,10 @@ namespace
 
 // `Difference` is the signed number as wide as a `Sum`.
 template <class Sum, class Difference>
-void _sum_columns(Sum* sums, int8_t* steps, const Sum* above, const SeamRow& row, int32_t first, int32_t end)
+void _sum_columns(Sum* sums, int8_t* steps, const Sum* above, const SeamRow& row, SeamColumns columns)
 {
     const SeamRow r = row;  // a copy: the compiler knows that no store below changes it
-    for (int32_t x = first; x < end; ++x) {
+    for (int32_t x = columns.first; x < columns.end; ++x) {
         const Sum straight = above[x];
         // Signed distances of the neighbours. A missing one has distance 0: a tie, and so no step.
         const auto left = static_cast<Difference>(x > 0 ? above[x - 1] - straight : 0);
@@ -33,20 +33,20 @@ void _sum_columns(Sum* sums, int8_t* steps, const Sum* above, const SeamRow& row
 
 }  // namespace
 
-void seam_sum_columns(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& row, int32_t first,
-                      int32_t end)
+void seam_sum_columns(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& row,
+                      SeamColumns columns)
 {
-    _sum_columns<uint16_t, int16_t>(sums, steps, above, row, first, end);
+    _sum_columns<uint16_t, int16_t>(sums, steps, above, row, columns);
 }
 
 void seam_sum_row(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& row)
 {
-    seam_sum_columns(sums, steps, above, row, 0, row.width);
+    seam_sum_columns(sums, steps, above, row, {0, row.width});
 }
 
 void seam_sum_wide_row(uint32_t* sums, int8_t* steps, const uint32_t* above, const SeamRow& row)
 {
-    _sum_columns<uint32_t, int32_t>(sums, steps, above, row, 0, row.width);
+    _sum_columns<uint32_t, int32_t>(sums, steps, above, row, {0, row.width});
 }
 
 }  // namespace ozr::kernels::scalar

@@ -9,8 +9,8 @@ namespace ozr::kernels::scalar
 namespace
 {
 
-// The sample at a byte offset. Offsets are outside the source where it has a single row or column, and
-// where a packed row has fewer columns than its stride: the nearest byte is taken.
+// The sample at a byte offset. Offsets are outside the source where it has a single row or column,
+// and where a packed row has fewer columns than its stride: the nearest byte is taken.
 int32_t _sample(const Warp& warp, int64_t offset)
 {
     return warp.src[std::clamp<int64_t>(offset, 0, warp.last)];

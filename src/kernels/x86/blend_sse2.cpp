@@ -1,6 +1,6 @@
-// Transitions, SSE2, 16 bytes at a time. In 128ths a byte is 128 e + a (l - e) + 128, at most 128 * 255 + 128 = 32 768:
-// the product may be negative, but the sum fits unsigned 16 bits. After the shift it is at most 256, which the
-// packing clamps to 255.
+// Transitions, SSE2, 16 bytes at a time. In 128ths a byte is 128 e + a (l - e) + 128, at most
+// 128 * 255 + 128 = 32 768: the product may be negative, but the sum fits unsigned 16 bits. After
+// the shift it is at most 256, which the packing clamps to 255.
 #include <emmintrin.h>
 #include <stdint.h>
 
@@ -23,8 +23,8 @@ __m128i _blend_words(__m128i earlier, __m128i later, __m128i weights)
     return _mm_srli_epi16(_mm_add_epi16(sum, _mm_set1_epi16(128)), 7);
 }
 
-// Blends as many whole vectors as `count` bytes have; returns the number of bytes blended. `weights` are those of the
-// first eight bytes; over eight bytes a weight grows by `half_step`.
+// Blends as many whole vectors as `count` bytes have; returns the number of bytes blended.
+// `weights` are those of the first eight bytes; over eight bytes a weight grows by `half_step`.
 int32_t _blend(uint8_t* dst, const uint8_t* later, int32_t count, __m128i weights, int32_t half_step)
 {
     const __m128i zero = _mm_setzero_si128();

@@ -1,4 +1,5 @@
-// Texture codes, SSE2: eight windows in 16-bit lanes. Nine times a pixel and the sum of nine are at most 2295.
+// Texture codes, SSE2: eight windows in 16-bit lanes. Nine times a pixel and the sum of nine are
+// at most 2295.
 #include <emmintrin.h>
 #include <stddef.h>
 #include <stdint.h>

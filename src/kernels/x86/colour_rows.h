@@ -1,12 +1,13 @@
-// Colour conversion in vectors of any width, `V` being Sse2 or Avx2: as many pixels at a time as a vector has bytes.
+// Colour conversion in vectors of any width, `V` being Sse2 or Avx2: as many pixels at a time as a
+// vector has bytes.
 //
-// To RGBA, the sums fit signed 16 bits once the multiples of 256 are taken out of the factors and added as whole
-// levels: with y = Y - 16, d = U - 128 and e = V - 128,
+// To RGBA, the sums fit signed 16 bits once the multiples of 256 are taken out of the factors and
+// added as whole levels: with y = Y - 16, d = U - 128 and e = V - 128,
 //   R = y + e  + ((42 y         + 153 e + 128) >> 8)     -20 128 to 29 597 before the shift
 //   G = y - e  + ((42 y - 100 d +  48 e + 128) >> 8)     -19 388 to 29 062
 //   B = y + 2d + ((42 y +   4 d         + 128) >> 8)      -1 056 to 10 674
-// as 298 = 256 + 42, 409 = 256 + 153, -208 = -256 + 48 and 516 = 2 * 256 + 4; the packing clamps. From RGBA, sums of
-// three products are made in 32 bits.
+// as 298 = 256 + 42, 409 = 256 + 153, -208 = -256 + 48 and 516 = 2 * 256 + 4; the packing clamps.
+// From RGBA, sums of three products are made in 32 bits.
 #ifndef OZR_COLOUR_ROWS_H
 #define OZR_COLOUR_ROWS_H
 
@@ -15,7 +16,7 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 
@@ -44,7 +45,8 @@ struct ColourRows {
 
     // --- To RGBA ---
 
-    // The components of every second pixel; or what the chroma of a pair adds to them, in levels or in 256ths of one.
+    // The components of every second pixel; or what the chroma of a pair adds to them, in levels or
+    // in 256ths of one.
     struct Rgb {
         Words r;
         Words g;
@@ -69,8 +71,9 @@ struct ColourRows {
         return {V::weave_low_bytes(rb, ga), V::weave_high_bytes(rb, ga)};
     }
 
-    // Writes the pixels of a vector of luma bytes and the chroma of their pairs. Always inlined: g++ omits vzeroupper at the
-    // end of a function that has called another one with vectors, and the SSE code after it would run at half speed.
+    // Writes the pixels of a vector of luma bytes and the chroma of their pairs. Always inlined:
+    // g++ omits vzeroupper at the end of a function that has called another one with vectors, and
+    // the SSE code after it would run at half speed.
     __attribute__((always_inline)) static void write_rgba(uint8_t* dst, Vector luma, Words u, Words v)
     {
         const Words d = u - 128;
@@ -98,13 +101,14 @@ struct ColourRows {
         rest(dst, luma + x, chroma + x, pairs - x / 2);
     }
 
+    template <PlanarToRgbaRow* kRest>
     static void planar_to_rgba(uint8_t* dst, const uint8_t* luma, const uint8_t* u, const uint8_t* v,
-                               int32_t pairs, PlanarToRgbaRow* rest)
+                               int32_t pairs)
     {
         int32_t p = 0;
         for (; p <= pairs - kStep / 2; p += kStep / 2, dst += kStep * kRgbaBytes)
             write_rgba(dst, V::load(luma + 2 * p), V::load_words(u + p), V::load_words(v + p));
-        rest(dst, luma + 2 * p, u + p, v + p, pairs - p);
+        kRest(dst, luma + 2 * p, u + p, v + p, pairs - p);
     }
 
     static void yuyv_to_rgba(uint8_t* dst, const uint8_t* src, int32_t pairs, YuyvToRgbaRow* rest)

@@ -28,7 +28,7 @@ void yuv_to_rgba_row(uint8_t* dst, const uint8_t* luma, const uint8_t* chroma, i
 
 void planar_to_rgba_row(uint8_t* dst, const uint8_t* luma, const uint8_t* u, const uint8_t* v, int32_t pairs)
 {
-    Rows::planar_to_rgba(dst, luma, u, v, pairs, scalar::planar_to_rgba_row);
+    Rows::planar_to_rgba<scalar::planar_to_rgba_row>(dst, luma, u, v, pairs);
 }
 
 void yuyv_to_rgba_row(uint8_t* dst, const uint8_t* src, int32_t pairs)

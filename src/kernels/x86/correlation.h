@@ -1,5 +1,5 @@
-// The correlation of two areas, 16 columns at a time: two vectors of words with Sse2 as `V`, one with Avx2. Narrow areas go
-// by 8.
+// The correlation of two areas, 16 columns at a time: two vectors of words with Sse2 as `V`, one
+// with Avx2. Narrow areas go by 8.
 #ifndef OZR_CORRELATION_H
 #define OZR_CORRELATION_H
 
@@ -12,7 +12,7 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 
@@ -30,8 +30,9 @@ struct Correlation {
         Words b;
     };
 
-    // A half row: its columns, kStep or more, and masks of the lanes of its last step, which ends with the half row and so
-    // overlaps the step before: only the lanes that were not yet counted are set.
+    // A half row: its columns, kStep or more, and masks of the lanes of its last step, which
+    // ends with the half row and so overlaps the step before: only the lanes that were not yet
+    // counted are set.
     struct Run {
         int32_t columns;
         Words fresh_first;
@@ -44,8 +45,8 @@ struct Correlation {
         return {columns, V::load_words(fresh) > 0, V::load_words(fresh + kStep - kLanes) > 0};
     }
 
-    // Sums of one half row. A pixel minus the mean is between -255 and 255, so a 32-bit lane holds 16 000 sums of two
-    // products; a half row needs a fraction of that.
+    // Sums of one half row. A pixel minus the mean is between -255 and 255, so a 32-bit lane holds
+    // 16 000 sums of two products; a half row needs a fraction of that.
     Sums aa = {};
     Sums bb = {};
     Sums ab = {};

@@ -56,12 +56,12 @@ struct DrawAvx2 : Avx2 {
 
 void draw_luma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
 {
-    DrawLuma<DrawAvx2>::draw_row(dst, plane, nodes, blocks, ssse3::draw_luma_row);
+    DrawLuma<DrawAvx2>::draw_row<ssse3::draw_luma_row>(dst, plane, nodes, blocks);
 }
 
 void draw_chroma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
 {
-    DrawChroma<DrawAvx2>::draw_row(dst, plane, nodes, blocks, ssse3::draw_chroma_row);
+    DrawChroma<DrawAvx2>::draw_row<ssse3::draw_chroma_row>(dst, plane, nodes, blocks);
 }
 
 }  // namespace ozr::kernels::avx2

@@ -1,6 +1,6 @@
-// Drawing, written once for vectors of one block and of two: a block has a half of 16 bytes to itself, its pixels a word
-// each. Where blocks begin is worked out for many of them at once; those at the edge of a picture, turned by much or
-// strongly reduced are left to the level below.
+// Drawing, written once for vectors of one block and of two: a block has a half of 16 bytes to
+// itself, its pixels a word each. Where blocks begin is worked out for many of them at once; those
+// at the edge of a picture, turned by much or strongly reduced are left to the level below.
 //
 // Within a block places count from the pixel that its first tap lies on, so that they fit words.
 #ifndef OZR_DRAW_ROWS_H
@@ -15,7 +15,7 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 
@@ -23,7 +23,8 @@ constexpr int32_t kMostTurn = 3;       // rows that the places of a block may li
 constexpr int32_t kBlocksAtOnce = 32;  // whose starts are worked out together
 constexpr int32_t kTooMuch = 99;       // rows: the turn of a block that is not for vectors
 
-// Where blocks begin: the column and row of the first tap, the place within, and twice the way to the next node.
+// Where blocks begin: the column and row of the first tap, the place within, and twice the way to
+// the next node.
 struct DrawStarts {
     int32_t column[kBlocksAtOnce], row[kBlocksAtOnce];
     int32_t x[kBlocksAtOnce], step_x[kBlocksAtOnce], y[kBlocksAtOnce], step_y[kBlocksAtOnce];
@@ -129,8 +130,8 @@ protected:
         }
     };
 
-    // Multiples of a way from a node to the next, in 2^-16: ways of up to a whole word need a factor of up to 2, which is
-    // the signed factor and once more the way where it exceeds 1.
+    // Multiples of a way from a node to the next, in 2^-16: ways of up to a whole word need a
+    // factor of up to 2, which is the signed factor and once more the way where it exceeds 1.
     struct Ramp {
         Words factor;
         Words once_more;
@@ -169,8 +170,8 @@ protected:
         return Words(here + Counts(V::multiply_high(way, ramp.factor)) + Counts(way & ramp.once_more));
     }
 
-    // Rows per pixel from those per block: a pixel whose place is n rows further down has its taps n rows further down.
-    // The compiler keeps rows in registers only where no loop counts them.
+    // Rows per pixel from those per block: a pixel whose place is n rows further down has its taps
+    // n rows further down. The compiler keeps rows in registers only where no loop counts them.
     template <int32_t kTurn, int32_t kRow = 0>
     static void pick_row(Words* rows, Words mask)
     {
@@ -199,10 +200,11 @@ protected:
         return {nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nodes.shift[1] + b}};
     }
 
-    // Draws all blocks: kind.template draw<turn>(dst, sources, starts, b, nodes) those of a vector, `below` all others.
-    template <class Kind, class Below>
+    // Draws all blocks: kind.template draw<turn>(dst, sources, starts, b, nodes) those of a vector,
+    // `kBelow` all others.
+    template <DrawLumaRow* kBelow, class Kind>
     static void draw_all(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
-                         const Kind& kind, Below below)
+                         const Kind& kind)
     {
         DrawStarts starts;
         for (int32_t done = 0; done < blocks; done += kBlocksAtOnce) {
@@ -226,11 +228,11 @@ protected:
                     kind.template draw<kMostTurn>(out + b * kDrawBlock, plane, starts, b, from(here, b));
                     break;
                 default:
-                    below(out + b * kDrawBlock, plane, from(here, b), kBlocks);
+                    kBelow(out + b * kDrawBlock, plane, from(here, b), kBlocks);
                 }
             }
             if (b < count)
-                below(out + b * kDrawBlock, plane, from(here, b), count - b);
+                kBelow(out + b * kDrawBlock, plane, from(here, b), count - b);
         }
     }
 };
@@ -247,8 +249,8 @@ class DrawLuma : DrawRows<V, LumaShape>
     Vector weights_[4] = {V::repeated(kDrawCubic[0]), V::repeated(kDrawCubic[1]), V::repeated(kDrawCubic[2]),
                           V::repeated(kDrawCubic[3])};
 
-    // Horizontal weights of a pixel, in pairs of bytes: of its first two taps, and of the last two. And which bytes these
-    // are.
+    // Horizontal weights of a pixel, in pairs of bytes: of its first two taps, and of the last two.
+    // And which bytes these are.
     struct Across {
         Words first, last;
         Words first_taps, last_taps;
@@ -295,11 +297,11 @@ public:
                                             Base::between(nodes.shift[0], ramp_)));
     }
 
-    static void draw_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
-                         DrawLumaRow* below)
+    template <DrawLumaRow* kBelow>
+    static void draw_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
     {
-        Base::draw_all(dst, plane, {nodes.x, nodes.y, nodes.gain, {nodes.shift[0], nodes.shift[0]}}, blocks,
-                       DrawLuma(), below);
+        Base::template draw_all<kBelow>(
+            dst, plane, {nodes.x, nodes.y, nodes.gain, {nodes.shift[0], nodes.shift[0]}}, blocks, DrawLuma());
     }
 };
 
@@ -346,10 +348,10 @@ public:
                                             shift + (128 << kDrawShiftBits)));
     }
 
-    static void draw_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
-                         DrawChromaRow* below)
+    template <DrawChromaRow* kBelow>
+    static void draw_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
     {
-        Base::draw_all(dst, plane, nodes, blocks, DrawChroma(), below);
+        Base::template draw_all<kBelow>(dst, plane, nodes, blocks, DrawChroma());
     }
 };
 

@@ -32,12 +32,12 @@ struct DrawSsse3 : Sse2 {
 
 void draw_luma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
 {
-    DrawLuma<DrawSsse3>::draw_row(dst, plane, nodes, blocks, scalar::draw_luma_row);
+    DrawLuma<DrawSsse3>::draw_row<scalar::draw_luma_row>(dst, plane, nodes, blocks);
 }
 
 void draw_chroma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
 {
-    DrawChroma<DrawSsse3>::draw_row(dst, plane, nodes, blocks, scalar::draw_chroma_row);
+    DrawChroma<DrawSsse3>::draw_row<scalar::draw_chroma_row>(dst, plane, nodes, blocks);
 }
 
 }  // namespace ozr::kernels::ssse3

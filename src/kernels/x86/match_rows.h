@@ -1,5 +1,5 @@
-// Sums of products, written once for vectors of two widths. The last vector of a row ends with the row, and counts only
-// the lanes that no other has counted.
+// Sums of products, written once for vectors of two widths. The last vector of a row ends with the
+// row, and counts only the lanes that no other has counted.
 #ifndef OZR_MATCH_ROWS_H
 #define OZR_MATCH_ROWS_H
 
@@ -12,7 +12,7 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 

@@ -1,5 +1,6 @@
-// Mirrors in vectors of any width: two vectors from either end are reversed and swapped; the scalar function mirrors the
-// rest in the middle. `V` is Sse2 or Avx2 with `reversed`, which takes the byte order of a reversed block of 16 bytes.
+// Mirrors in vectors of any width: two vectors from either end are reversed and swapped; the scalar
+// function mirrors the rest in the middle. `V` is Sse2 or Avx2 with `reversed`, which takes the
+// byte order of a reversed block of 16 bytes.
 #ifndef OZR_MIRROR_ROWS_H
 #define OZR_MIRROR_ROWS_H
 
@@ -11,7 +12,7 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 
@@ -20,7 +21,8 @@ struct MirrorRows {
     static constexpr int64_t kStep = 2 * V::kBytes;
     using Vector = typename V::Vector;
 
-    // Swaps two vectors at a time from either end until they would meet; returns the bytes swapped at each end.
+    // Swaps two vectors at a time from either end until they would meet; returns the bytes swapped
+    // at each end.
     static int64_t swap_ends(uint8_t* row, int64_t bytes, __m128i order)
     {
         int64_t x = 0;

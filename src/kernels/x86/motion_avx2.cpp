@@ -5,12 +5,11 @@
 namespace ozr::kernels::avx2
 {
 
-uint32_t sad_area(const uint8_t* a, int64_t a_stride, const uint8_t* b, int64_t b_stride, int32_t columns,
-                  int32_t rows)
+uint32_t sad_area(FrameArea a, FrameArea b, int32_t columns, int32_t rows)
 {
     if (columns < Avx2::kBytes)
-        return sse2::sad_area(a, a_stride, b, b_stride, columns, rows);
-    return _sad_area<Avx2>(a, a_stride, b, b_stride, columns, rows);
+        return sse2::sad_area(a, b, columns, rows);
+    return _sad_area<Avx2>(a, b, columns, rows);
 }
 
 uint32_t sad_const_row(const uint8_t* a, uint8_t value, int32_t count)

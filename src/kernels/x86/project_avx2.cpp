@@ -41,11 +41,9 @@ struct ProjectAvx2 : Avx2 {
 
 }  // namespace
 
-void project_luma_row(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
-                      const ProjectionRow& row, int32_t blocks)
+void project_luma_row(uint8_t* dst, const ProjectionSource& src, const ProjectionRow& row, int32_t blocks)
 {
-    ProjectionRows<ProjectAvx2>::project_row(dst, src, src_bytes, stride, row, blocks,
-                                             ssse3::project_luma_row);
+    ProjectionRows<ProjectAvx2>::project_row(dst, src, row, blocks, ssse3::project_luma_row);
 }
 
 }  // namespace ozr::kernels::avx2

@@ -33,11 +33,9 @@ struct ProjectSse2 : Sse2 {
 
 }  // namespace
 
-void project_luma_row(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
-                      const ProjectionRow& row, int32_t blocks)
+void project_luma_row(uint8_t* dst, const ProjectionSource& src, const ProjectionRow& row, int32_t blocks)
 {
-    ProjectionRows<ProjectSse2>::project_row(dst, src, src_bytes, stride, row, blocks,
-                                             scalar::project_luma_row);
+    ProjectionRows<ProjectSse2>::project_row(dst, src, row, blocks, scalar::project_luma_row);
 }
 
 }  // namespace ozr::kernels::sse2

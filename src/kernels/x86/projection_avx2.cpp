@@ -16,7 +16,8 @@ struct CurvesAvx2 : Avx2 {
     static Ints all_ints(int32_t value) { return Ints(_mm256_set1_epi32(value)); }
     static Vector lesser_ints(Ints a, Ints b) { return _mm256_min_epi32(Vector(a), Vector(b)); }
 
-    // The row below the centre, then that above. The wide vectors have four pixels of each in either half.
+    // The row below the centre, then that above. The wide vectors have four pixels of each
+    // in either half.
     static __m128i limited_rows(const Ints* values, int32_t least, int32_t most)
     {
         const Words behind = pack(values[0] - all_ints(least), all_ints(most) - values[0]);

@@ -1,4 +1,5 @@
-// The curves of a projection, in vectors of any width. `V` is Sse2 or Avx2 with what else they need.
+// The curves of a projection, in vectors of any width. `V` is Sse2 or Avx2 with what
+// else they need.
 #ifndef OZR_PROJECTION_CURVES_H
 #define OZR_PROJECTION_CURVES_H
 
@@ -10,7 +11,7 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 

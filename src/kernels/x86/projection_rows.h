@@ -1,7 +1,8 @@
-// Rows of a projection from the factors of the weights, in vectors of any width: one block of 8 pixels to 16 bytes. A
-// source row is weighed column by column with byte products, which give at most 255 * 16, and the sums then by rows:
-// 255 * 256 and the rounding fit unsigned 16 bits. `V` is Sse2 or Avx2 with what else bytes need: first_pairs() are bytes
-// k and k + 1 for k = 0, 1, ... 7, second_pairs() those two bytes on.
+// Rows of a projection from the factors of the weights, in vectors of any width: one block of 8
+// pixels to 16 bytes. A source row is weighed column by column with byte products, which give at
+// most 255 * 16, and the sums then by rows: 255 * 256 and the rounding fit unsigned 16 bits. `V` is
+// Sse2 or Avx2 with what else bytes need: first_pairs() are bytes k and k + 1 for k = 0, 1, ... 7,
+// second_pairs() those two bytes on.
 #ifndef OZR_PROJECTION_ROWS_H
 #define OZR_PROJECTION_ROWS_H
 
@@ -14,14 +15,14 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 
 template <class V>
 struct ProjectionRows {
     static constexpr int32_t kBlocks = V::kBytes / 16;
-    static constexpr int32_t kLoad = 16;  // bytes read of a source row, of which the patches cover 11
+    static constexpr int32_t kLoad = 16;  // bytes of a source row; the patches cover 11
     using Vector = typename V::Vector;
     using Words = typename V::Words;
     using Sums = typename V::WordSums;
@@ -41,8 +42,9 @@ struct ProjectionRows {
         return Sums(V::subtract_limited(V::all_words(kPixel), distance));
     }
 
-    // Neighbouring pixels are at nearly one height, and the last row of the patches is seldom reached: then the weights of
-    // the third are what exceeds the second, and those of the second what is left of 16.
+    // Neighbouring pixels are at nearly one height, and the last row of the patches is seldom
+    // reached: then the weights of the third are what exceeds the second, and those of the second
+    // what is left of 16.
     static void project(uint8_t* dst, const uint8_t* src, ptrdiff_t stride, const ProjectionRow& row)
     {
         const Two columns = V::halves(V::load(row.columns), V::load(row.columns + V::kBytes));
@@ -69,8 +71,8 @@ struct ProjectionRows {
         return {row.offsets + b, row.columns + kColumnWeights * b, row.rows + kBlock * b};
     }
 
-    // A row as a whole, as far as vectors go: without calls, constants stay in registers. The row is a copy, which nothing
-    // that is stored can change.
+    // A row as a whole, as far as vectors go: without calls, constants stay in registers. The row
+    // is a copy, which nothing that is stored can change.
     static void project_inside(uint8_t* dst, const uint8_t* src, int32_t stride, ProjectionRow row,
                                int32_t blocks)
     {
@@ -79,14 +81,14 @@ struct ProjectionRows {
     }
 
     // Rows with loads that could leave the source, and blocks left over, go to another variant.
-    static void project_row(uint8_t* dst, const uint8_t* src, int64_t src_bytes, int32_t stride,
-                            const ProjectionRow& row, int32_t blocks, ProjectLumaRow* narrow)
+    static void project_row(uint8_t* dst, const ProjectionSource& src, const ProjectionRow& row,
+                            int32_t blocks, ProjectLumaRow* narrow)
     {
-        const int64_t last_offset = src_bytes - (kPatch - 1) * int64_t{stride} - kLoad;
+        const int64_t last_offset = src.bytes - (kPatch - 1) * int64_t{src.stride} - kLoad;
         const int32_t whole = is_inside(row.offsets, blocks, last_offset) ? blocks / kBlocks * kBlocks : 0;
-        project_inside(dst, src, stride, row, whole);
+        project_inside(dst, src.data, src.stride, row, whole);
         if (whole < blocks)
-            narrow(dst + ptrdiff_t{kBlock} * whole, src, src_bytes, stride, from(row, whole), blocks - whole);
+            narrow(dst + ptrdiff_t{kBlock} * whole, src, from(row, whole), blocks - whole);
     }
 
     static bool is_inside(const int32_t* offsets, int32_t blocks, int64_t last_offset)

@@ -1,5 +1,5 @@
-// Bilinear resampling, AVX2: byte shuffles fetch the samples of eight columns at a time; where these are too far apart
-// for that, gathers do.
+// Bilinear resampling, AVX2: byte shuffles fetch the samples of eight columns at a time; where
+// these are too far apart for that, gathers do.
 #include <immintrin.h>
 #include <stddef.h>
 
@@ -72,8 +72,8 @@ void _resample_planned(uint8_t* dst, int32_t dst_stride, const ResampleTask& tas
     }
 }
 
-// Gathers the samples at a position and to its right as the two 16-bit halves of a lane; reads four bytes from the
-// position on.
+// Gathers the samples at a position and to its right as the two 16-bit halves of a lane; reads four
+// bytes from the position on.
 struct GatherGray {
     static constexpr int32_t kPixelBytes = 1;
     static constexpr uint32_t kReach = 3;  // columns right of the position that are read

@@ -1,5 +1,5 @@
-// The source bytes and weights of resampled columns, for variants that fetch samples with byte shuffles: computed once for
-// a strip of columns and used in every row.
+// The source bytes and weights of resampled columns, for variants that fetch samples with byte
+// shuffles: computed once for a strip of columns and used in every row.
 #ifndef RESAMPLE_PLAN_H
 #define RESAMPLE_PLAN_H
 
@@ -13,12 +13,12 @@ constexpr int32_t kPlanLanes = 4;    // columns of a group
 constexpr int32_t kPlanLoad = 16;    // source bytes of one load
 constexpr int32_t kPlanGroups = 80;  // of a strip: enough for the 320 columns of a small preview
 
-// Four neighbouring columns. Lane k of the shuffled bytes holds the sample of column k and, two bytes further, its
-// right-hand neighbour, each followed by a zero byte.
+// Four neighbouring columns. Lane k of the shuffled bytes holds the sample of column k and, two
+// bytes further, its right-hand neighbour, each followed by a zero byte.
 struct PlanGroup {
     uint8_t order[2][kPlanLoad];  // shuffles of the two loads, whose results are combined by or
     uint16_t weights[2 * kPlanLanes];
-    int32_t loads[2];  // offsets of the loads in a row; the second one only where one load is too short
+    int32_t loads[2];  // offsets in a row; the second only where one load is too short
 };
 
 struct ResamplePlan {
@@ -28,15 +28,16 @@ struct ResamplePlan {
     PlanGroup group[kPlanGroups];
 };
 
-// Whether shuffles can fetch the samples of this task, `pixel_bytes` bytes apart: a row is at least one load long, a load
-// spans two columns, and the result has two groups or more.
+// Whether shuffles can fetch the samples of this task, `pixel_bytes` bytes apart: a row is at least
+// one load long, a load spans two columns, and the result has two groups or more.
 bool resample_plan_fits(const ResampleTask& task, int32_t pixel_bytes);
 
-// Plans a strip that begins with the column `first`, in an even number of groups. The groups at the end of a row are whole
-// too, so they overlap those before them. Returns the column after the last one of the strip.
+// Plans a strip that begins with the column `first`, in an even number of groups. The groups at the
+// end of a row are whole too, so they overlap those before them. Returns the column after the last
+// one of the strip.
 int32_t resample_plan_make(ResamplePlan* plan, const ResampleTask& task, int32_t pixel_bytes, int32_t first);
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 

@@ -67,8 +67,8 @@ void half_pairs_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int
 void yuyv_luma_row(uint8_t* dst, const uint8_t* src, int32_t dst_width)
 {
     int32_t x = 0;
-    // A vector also reads the byte after its last luma byte, which may be beyond the row: the scalar function takes the
-    // last pixel.
+    // A vector also reads the byte after its last luma byte, which may be beyond the row: the
+    // scalar function takes the last pixel.
     for (; x + kStep < dst_width; x += kStep) {
         const __m128i luma =
             _mm_packus_epi16(_even(Sse2::load(src + 2 * x)), _even(Sse2::load(src + 2 * x + kStep)));

@@ -12,7 +12,7 @@ namespace ozr::kernels::ssse3
 namespace
 {
 
-constexpr int32_t kLowBits = 9;  // splits the 18 bits of a weighed pair of samples into two halves of 9
+constexpr int32_t kLowBits = 9;  // splits the 18 bits of a weighed pair of samples into halves
 
 // The two samples of each column in `row`, times their weights: at most 255 * 1024.
 template <bool kTwoLoads>
@@ -25,8 +25,8 @@ __m128i _columns(const uint8_t* row, const PlanGroup& group)
     return _mm_madd_epi16(samples, Sse2::load(group.weights));
 }
 
-// floor((upper * above + lower * below) / 2^20), the weights as 16-bit pairs. SSSE3 multiplies 16-bit numbers only, and
-// the sums have 18 bits: each is split into two halves.
+// floor((upper * above + lower * below) / 2^20), the weights as 16-bit pairs. SSSE3 multiplies
+// 16-bit numbers only, and the sums have 18 bits: each is split into two halves.
 __m128i _rows(__m128i upper, __m128i lower, __m128i weights)
 {
     const __m128i low_half = _mm_set1_epi32((1 << kLowBits) - 1);

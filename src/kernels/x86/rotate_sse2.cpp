@@ -1,6 +1,6 @@
-// Quarter turns, SSE2: blocks of 16 x 16 bytes or 8 x 8 pairs are transposed in registers. A tile meets each of its rows
-// for one cache line only, too short for the processor's own prefetching, so every block asks for what the same block of
-// the next tile will read and write.
+// Quarter turns, SSE2: blocks of 16 x 16 bytes or 8 x 8 pairs are transposed in registers. A tile
+// meets each of its rows for one cache line only, too short for the processor's own prefetching, so
+// every block asks for what the same block of the next tile will read and write.
 #include <emmintrin.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -33,8 +33,9 @@ void _transpose(uint8_t* to, ptrdiff_t write_step, const uint8_t* from, ptrdiff_
     }
 }
 
-// Weaving row i with row i + kEdge / 2, for all i, turns the index bits (row, column) of every element by one; after as
-// many rounds as a row index has bits, rows and columns have changed places.
+// Weaving row i with row i + kEdge / 2, for all i, turns the index bits (row, column) of
+// every element by one; after as many rounds as a row index has bits, rows and columns
+// have changed places.
 struct Bytes {
     static constexpr int32_t kEdge = 16;
     static constexpr int32_t kBytes = 1;
@@ -107,28 +108,24 @@ struct Pairs {
 
 }  // namespace
 
-void rotate_bytes_cw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
-                     int32_t height)
+void rotate_bytes_cw(uint8_t* dst, int32_t dst_stride, const RotateTask& task)
 {
-    RotateTiles<Bytes, true>::rotate(dst, dst_stride, src, src_stride, width, height);
+    RotateTiles<Bytes, true>::rotate(dst, dst_stride, task);
 }
 
-void rotate_bytes_ccw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
-                      int32_t height)
+void rotate_bytes_ccw(uint8_t* dst, int32_t dst_stride, const RotateTask& task)
 {
-    RotateTiles<Bytes, false>::rotate(dst, dst_stride, src, src_stride, width, height);
+    RotateTiles<Bytes, false>::rotate(dst, dst_stride, task);
 }
 
-void rotate_pairs_cw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
-                     int32_t height)
+void rotate_pairs_cw(uint8_t* dst, int32_t dst_stride, const RotateTask& task)
 {
-    RotateTiles<Pairs, true>::rotate(dst, dst_stride, src, src_stride, width, height);
+    RotateTiles<Pairs, true>::rotate(dst, dst_stride, task);
 }
 
-void rotate_pairs_ccw(uint8_t* dst, int32_t dst_stride, const uint8_t* src, int32_t src_stride, int32_t width,
-                      int32_t height)
+void rotate_pairs_ccw(uint8_t* dst, int32_t dst_stride, const RotateTask& task)
 {
-    RotateTiles<Pairs, false>::rotate(dst, dst_stride, src, src_stride, width, height);
+    RotateTiles<Pairs, false>::rotate(dst, dst_stride, task);
 }
 
 }  // namespace ozr::kernels::sse2

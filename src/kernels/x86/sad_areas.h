@@ -10,24 +10,23 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 
 // Areas at least as wide as a vector.
 template <class V>
-uint32_t _sad_area(const uint8_t* a, int64_t a_stride, const uint8_t* b, int64_t b_stride, int32_t columns,
-                   int32_t rows)
+uint32_t _sad_area(FrameArea a, FrameArea b, int32_t columns, int32_t rows)
 {
     const int32_t last = columns - V::kBytes;
     const auto fresh = V::load(last_lanes(V::kBytes, columns % V::kBytes));
     typename V::Sums64 sums = {};
     for (int32_t y = 0; y < rows; ++y) {
         for (int32_t x = 0; x <= last; x += V::kBytes)
-            sums += V::sad(V::load(a + x), V::load(b + x));
-        sums += V::sad(V::load(a + last) & fresh, V::load(b + last) & fresh);
-        a += static_cast<ptrdiff_t>(a_stride);
-        b += static_cast<ptrdiff_t>(b_stride);
+            sums += V::sad(V::load(a.data + x), V::load(b.data + x));
+        sums += V::sad(V::load(a.data + last) & fresh, V::load(b.data + last) & fresh);
+        a.data += static_cast<ptrdiff_t>(a.stride);
+        b.data += static_cast<ptrdiff_t>(b.stride);
     }
     return V::total(sums);
 }

@@ -21,8 +21,9 @@ __m128i _even_bytes(const uint8_t* src)
 
 }  // namespace
 
-// A vector also reads the byte after its last sample, which may be beyond the row: the scalar function takes the last
-// sample. In place, a store of 16 bytes overwrites only samples that were already read.
+// A vector also reads the byte after its last sample, which may be beyond the row: the scalar
+// function takes the last sample. In place, a store of 16 bytes overwrites only samples that
+// were already read.
 void sample_bytes_row(uint8_t* dst, const uint8_t* src, int32_t count, int64_t step)
 {
     int32_t x = 0;

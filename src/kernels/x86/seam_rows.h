@@ -1,5 +1,6 @@
-// Rows of seam sums in vectors of any width. `V` is Sse2 or Avx2. Sums are compared by their signed distance from the one
-// straight above, which fits 16 bits although the sums themselves wrap around.
+// Rows of seam sums in vectors of any width. `V` is Sse2 or Avx2. Sums are compared by their
+// signed distance from the one straight above, which fits 16 bits although the sums
+// themselves wrap around.
 #ifndef OZR_SEAM_ROWS_H
 #define OZR_SEAM_ROWS_H
 
@@ -8,7 +9,7 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 
@@ -21,8 +22,8 @@ struct SeamRows {
     using Words = typename V::Words;
     using Sums = typename V::WordSums;
 
-    // Masks of the lanes where the left neighbour is less than the sum straight above, and where the right one is less
-    // than the better of the two.
+    // Masks of the lanes where the left neighbour is less than the sum straight above, and where
+    // the right one is less than the better of the two.
     struct Taken {
         Words left;
         Words right;
@@ -61,7 +62,8 @@ struct SeamRows {
     static void sum_row(uint16_t* sums, int8_t* steps, const uint16_t* above, const SeamRow& r,
                         SeamSumRow* narrow)
     {
-        const SeamRow row = r;              // a copy: the compiler knows that no store below changes it
+        // A copy: the compiler knows that no store below changes it.
+        const SeamRow row = r;
         const int32_t end = row.width - 1;  // the outer columns lack a neighbour
         if (end - 1 < kStep) {
             narrow(sums, steps, above, row);
@@ -69,9 +71,10 @@ struct SeamRows {
         }
         for (int32_t x = 1; x < end - kStep; x += kStep)
             sum_columns(sums, steps, above, row, x);
-        sum_columns(sums, steps, above, row, end - kStep);  // may repeat columns, with the same result
-        scalar::seam_sum_columns(sums, steps, above, row, 0, 1);
-        scalar::seam_sum_columns(sums, steps, above, row, end, row.width);
+        // May repeat columns, with the same result.
+        sum_columns(sums, steps, above, row, end - kStep);
+        scalar::seam_sum_columns(sums, steps, above, row, {0, 1});
+        scalar::seam_sum_columns(sums, steps, above, row, {end, row.width});
     }
 };
 

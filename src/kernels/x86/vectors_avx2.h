@@ -1,5 +1,6 @@
-// The operations of AVX2 that kernels written for any vector width use; vectors_sse2.h describes them. Packing and weaving
-// work within each half of 16 bytes: the operation of SSE2, twice side by side.
+// The operations of AVX2 that kernels written for any vector width use; vectors_sse2.h
+// describes them. Packing and weaving work within each half of 16 bytes: the operation of SSE2,
+// twice side by side.
 #ifndef OZR_VECTORS_AVX2_H
 #define OZR_VECTORS_AVX2_H
 
@@ -9,7 +10,7 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 
@@ -107,7 +108,8 @@ struct Avx2 {
         return {_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(a, b, 0x31)};
     }
 
-    // Packing two vectors leaves their quarters in the order 0 2 1 3, packing four their eighths in 0 2 4 6 1 3 5 7.
+    // Packing two vectors leaves their quarters in the order 0 2 1 3, packing four their eighths in
+    // 0 2 4 6 1 3 5 7.
     static Vector in_order(Vector packed)
     {
         return _mm256_permute4x64_epi64(packed, _MM_SHUFFLE(3, 1, 2, 0));

@@ -1,5 +1,5 @@
-// The operations of SSE2 that kernels written for any vector width use. vectors_avx2.h has the same names for AVX2. Sums,
-// products and shifts of lanes are operators of the vector types.
+// The operations of SSE2 that kernels written for any vector width use. vectors_avx2.h has the same
+// names for AVX2. Sums, products and shifts of lanes are operators of the vector types.
 #ifndef OZR_VECTORS_SSE2_H
 #define OZR_VECTORS_SSE2_H
 
@@ -9,7 +9,7 @@
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has a copy of its own, compiled for its own instruction set.
+// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
 namespace
 {
 
@@ -74,10 +74,12 @@ struct Sse2 {
 
     static Words lesser(Words a, Words b) { return Words(_mm_min_epi16(Vector(a), Vector(b))); }
 
-    // ~a & b. Not by operators: the compiler would replace the complement of a comparison by a second comparison.
+    // ~a & b. Not by operators: the compiler would replace the complement of a comparison by
+    // a second comparison.
     static Bytes and_not(Bytes a, Bytes b) { return Bytes(_mm_andnot_si128(Vector(a), Vector(b))); }
 
-    // Sums of the absolute differences of eight bytes each; total() adds these up and returns the low 32 bits.
+    // Sums of the absolute differences of eight bytes each; total() adds these up and returns the
+    // low 32 bits.
     static Sums64 sad(Vector a, Vector b) { return Sums64(_mm_sad_epu8(a, b)); }
     static uint32_t total(Sums64 sums)
     {
