@@ -8,60 +8,37 @@
 #include "core/panorama_seam.h"
 #include "support/cores.h"
 
-namespace
-{
-
 // Differences of a few values, so that many paths tie; or the steepest that bytes can have beside a free path that runs slantwise
 // to and fro, so that the sums of neighbours lie ever further apart.
-struct Texture {
-    bool is_slanted;
-    int32_t values, period, first, step;
-
-    Texture(Random& random, int32_t width, bool slanted)
-        : is_slanted(slanted), values(1 << random.below(slanted ? 5 : 9)),
-          period(width + random.below(2 * width)), first(random.below(2) * (width - 1)),
-          step(first == 0 ? 1 : -1)
-    {
-    }
-    int32_t difference(Random& random, int32_t column, int32_t row) const
-    {
-        const int32_t way = std::min(row % period, period - row % period);
-        return !is_slanted                    ? random.below(values)
-               : column == first + step * way ? 0
-                                              : 255 - random.below(values);
-    }
-    uint8_t mask(Random& random) const
-    {
-        const int32_t bits = random.below(is_slanted ? 1 : 3);
-        return static_cast<uint8_t>(bits == 2 && random.below(2) == 0 ? 255 : bits);
-    }
-};
-
-}  // namespace
-
 TEST(Seam, IsTheCheapestPath)
 {
     int32_t trial = 0;
     for_trials(2000, [&](Random& random) {
-        const bool is_large = ++trial % 100 < 2;
+        const bool is_large = ++trial % 100 < 2, is_slanted = is_large || random.below(3) == 0;
         const int32_t width = 2 + random.below(40) + (is_large ? 170 : 0);
         const int32_t height = 1 + random.below(30) + (is_large ? 500 : 0);
+        const int32_t values = 1 << random.below(is_slanted ? 5 : 9),
+                      period = width + random.below(2 * width);
+        const bool from_right = random.below(2) == 0;
         const int32_t x[] = {random.below(4), random.below(4)}, y[] = {random.below(4), random.below(4)};
-        const Texture texture(random, width, random.below(3) == 0 || is_large);
         const TestImg a(kPanoGray, width + x[0], height + y[0], random.below(3)),
             b(kPanoGray, width + x[1], height + y[1]);
         ozr_reference::Table<uint8_t> mask(width * height);
         ozr_reference::Table<uint32_t> cost(width * height);
         for (int32_t i = 0; i < width * height; ++i) {
             const int32_t column = i % width, row = i / width;
+            const int32_t way = std::min(row % period, period - row % period);
+            const bool is_free = column == (from_right ? width - 1 - way : way);
+            const int32_t few = random.below(values), steep = is_free ? 0 : 255 - few,
+                          difference = is_slanted ? steep : few;
             uint8_t &p = ozr::pano_row(&a.img, y[0] + row)[x[0] + column],
                     &q = ozr::pano_row(&b.img, y[1] + row)[x[1] + column];
-            const int32_t difference = texture.difference(random, column, row);
             q = static_cast<uint8_t>(random.below(256 - difference));
             p = static_cast<uint8_t>(q + difference);
             if (random.below(2) == 0)
                 std::swap(p, q);
-            mask[i] = texture.mask(random);
+            const uint8_t masks[] = {0, 0, 1, 1, 2, 255};
+            mask[i] = is_slanted ? 0 : masks[random.below(6)];
             cost[i] = static_cast<uint32_t>(std::abs(p - q) | mask[i]);
         }
         ozr_reference::Table<int32_t> seam(height + 1),
@@ -82,16 +59,10 @@ TEST(Seam, RefusalsInOrder)
     const uint8_t mask[64] = {};
     const SeamRegion good = {&img.img, 0, 0, 8, 8}, null = {nullptr, 0, 0, 8, 8},
                      empty = {&no_pixels, 0, 0, 8, 8};
-    const struct {
-        SeamRegion a, b;
-        int32_t want;
-    } cases[] = {{null, good, -4},
-                 {good, null, -4},
-                 {good, {nullptr, 0, 0, 0, 0}, -4},
-                 {empty, good, -4},
-                 {good, empty, -4}};
-    for (const auto& c : cases)
-        EXPECT_EQ(panorama_seam_find(seam, mask, &c.a, &c.b), c.want);
+    for (const SeamRegion& other : {null, empty, {nullptr, 0, 0, 0, 0}}) {
+        EXPECT_EQ(panorama_seam_find(seam, mask, &other, &good), -4);
+        EXPECT_EQ(panorama_seam_find(seam, mask, &good, &other), -4);
+    }
     const int32_t sizes[][3] = {{0, 8, -2}, {8, 0, -2}, {1, 8, -2}, {-2, 8, -4}, {8, -2, -4}};
     for (const auto& size : sizes) {
         const SeamRegion a = {&img.img, 0, 0, size[0], size[1]};

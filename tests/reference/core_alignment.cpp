@@ -130,8 +130,7 @@ int32_t Core::add(const PanoImg* img, int32_t index, int32_t x, int32_t y, Event
         if (before.empty())
             return -3;
         if (r.forward == 1) {
-            r.align[index].expected.x = x;
-            r.align[index].expected.y = y;
+            r.align[index].expected = {x, y};
             r.offsets[index] = search(before, now, x, y);
         } else {
             r.offsets[index - 1] = search(now, before, -int64_t{x}, -int64_t{y});

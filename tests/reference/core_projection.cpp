@@ -27,11 +27,7 @@ int32_t Core::init(int32_t forward, int32_t width, int32_t height, int32_t strid
         r.added[i] = r.aligned[i] = 0;
     }
     r.g_nCount = 0;
-    r.input.width = width;
-    r.input.half_width = width >> 1;
-    r.input.height = height;
-    r.input.half_height = height >> 1;
-    r.input.stride = stride;
+    r.input = {width, width >> 1, height, height >> 1, stride};
     r.margin = static_cast<int32_t>(width * 0.025);
     // Halved until what overlaps has few enough pixels to try all positions.
     const auto is_large = [&](int32_t halvings) {
@@ -48,10 +44,8 @@ int32_t Core::init(int32_t forward, int32_t width, int32_t height, int32_t strid
     for (int32_t n = wrapped(int64_t{r.pyramid.work_width} * r.pyramid.work_height); n >= 2048; n /= 2)
         ++r.pyramid.ncc_shift;
     const float w = static_cast<float>(width), h = static_cast<float>(height);
-    r.search.x_min = static_cast<int32_t>(-w * 0.1F);
-    r.search.x_max = static_cast<int32_t>(w * 0.3F);
-    r.search.y_min = static_cast<int32_t>(-h * 0.1F);
-    r.search.y_max = static_cast<int32_t>(h * 0.1F);
+    r.search = {static_cast<int32_t>(-w * 0.1F), static_cast<int32_t>(w * 0.3F),
+                static_cast<int32_t>(-h * 0.1F), static_cast<int32_t>(h * 0.1F)};
     projection = Projection();
     // A radius of 0 cannot be divided by, and nothing may exceed 32 bits.
     const int64_t w8 = width / 8 * 8, end = int64_t{stride} * (height - 1) + w8;

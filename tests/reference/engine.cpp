@@ -1,15 +1,11 @@
 #include "reference/engine.h"
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
 #include <utility>
 
 #include "core/panorama_core.h"
-#include "engine/panorama_me.h"
 #include "image/panorama_util.h"
 #include "reference/codes.h"
-#include "reference/detection.h"
 
 namespace ozr_reference
 {
@@ -17,28 +13,9 @@ namespace ozr_reference
 namespace
 {
 
-OZR_PRINTF(2, 3) void log(const char* function, const char* format, ...)
-{
-    char text[256];
-    va_list args;
-    va_start(args, format);
-    vsnprintf(text, sizeof(text), format, args);
-    va_end(args);
-    PanoLog(function, 0, "%s", text);
-}
-
 bool is_vertical(const PanoramaInternal* pe)
 {
     return pe->direction == 3 || pe->direction == 4;
-}
-
-int32_t scale_frame(const PanoramaInternal* pe, uint8_t* small, const PanoImg* frame)
-{
-    PanoImg gray = {};
-    PanoImg_CreateRef(&gray, small, pe->small.width, pe->small.height, pe->small.width, 0);
-    if (frame->format == 0 || frame->format == 1)
-        return PanoImg_ResizeGray(&gray, frame);
-    return frame->format == 3 ? PanoImg_ResizeGrayYUYV(&gray, frame) : kUnsupported;
 }
 
 // Marks a slot, where there is one.
@@ -55,7 +32,7 @@ int32_t add_frame(PanoramaInternal* pe, const PanoImg* picture, int32_t index)
         return kUnsupported;
     // Without a direction the held first picture comes back: it stays.
     if (picture != &pe->frames[index] && PanoImg_Clone(picture, &pe->frames[index]) < 0) {
-        log("_panorama_engine_Addframe", "not enough memory for %dth.", index);
+        PanoLog("_panorama_engine_Addframe", 0, "not enough memory for %dth.", index);
         return kOutOfMemory;
     }
     pe->frame_present[index] = 1;
@@ -102,10 +79,10 @@ int32_t add_incremental(PanoramaInternal* pe, const PanoImg* picture, int32_t in
 int32_t finish(PanoramaInternal* pe, int32_t result, int32_t status)
 {
     const char* const name = "panorama_engine_process_synthesis";
-    log(name, "out_img size = %dx%d", pe->out_img.width, pe->out_img.height);
-    log(name, "return = %d", result);
+    PanoLog(name, 0, "out_img size = %dx%d", pe->out_img.width, pe->out_img.height);
+    PanoLog(name, 0, "return = %d", result);
     pe->status = static_cast<PanoStatus>(status);
-    log(name, "process_synthesis end pe->status = %d ", status);
+    PanoLog(name, 0, "process_synthesis end pe->status = %d ", status);
     return result;
 }
 
@@ -125,7 +102,7 @@ void release(PanoramaInternal* pe)
 // Everything is as at first but the records of released pictures and strict mode.
 int32_t init(PanoramaInternal* pe)
 {
-    log("panorama_engine_init", "panorama_engine_init() status = %d", pe->status.load());
+    PanoLog("panorama_engine_init", 0, "panorama_engine_init() status = %d", pe->status.load());
     release(pe);
     PanoramaInternal fresh = {};
     if (panorama_core_create(&fresh.core) < 0)
@@ -154,8 +131,9 @@ int32_t set_param(PanoramaInternal* pe, int32_t id, int32_t value)
     else if (id != 2 || value < 30 || value > 95)
         return kUnsupported;
     if (id == 2) {
-        pe->overlap = fraction_of(value);
-        pe->max_images = pictures_for(pe->overlap);
+        pe->overlap = static_cast<float>(value) / 100.0F;
+        const float rest = 1.0F - pe->overlap, steps = 2.734F / rest, pictures = steps + 1.5F;
+        pe->max_images = std::min(static_cast<int32_t>(pictures), 10);
         panorama_core_set_param(pe->core, 0, static_cast<uint32_t>(value));
     }
     return 0;
@@ -163,75 +141,8 @@ int32_t set_param(PanoramaInternal* pe, int32_t id, int32_t value)
 
 int32_t get_param(PanoramaInternal* pe, int32_t id)
 {
-    const int32_t values[] = {pe->strict_mode, pe->max_images, percent_of(pe->overlap)};
+    const int32_t values[] = {pe->strict_mode, pe->max_images, static_cast<int32_t>(100.0F * pe->overlap)};
     return id >= 0 && id <= 2 ? values[id] : kUnsupported;
-}
-
-int32_t start_capture(PanoramaInternal* pe, const PanoImg* first)
-{
-    if (first == nullptr || first->data == nullptr)
-        return kNull;
-    if (pe->status != 1)
-        return kWrongState;
-    if (!is_measurable(*first))
-        return kBad;
-    const int32_t longer = first->width > first->height ? first->width : first->height;
-    const float scale = 320.0F / static_cast<float>(longer);
-    const int32_t width = static_cast<int32_t>(scale * static_cast<float>(first->width)),
-                  height = static_cast<int32_t>(scale * static_cast<float>(first->height));
-    pe->direction = static_cast<PanoDirection>(pe->motion.x = pe->motion.y = 0);
-    pe->small.width = width;
-    pe->small.height = height;
-    pe->inv_scale = 1.0F / scale;
-    pe->tolerance = pe->strict_mode != 0 ? 0.05F : 0.02F;
-    refer_to(pe, first->width, first->height);
-    if (width < 1 || height < 1)
-        return kBad;
-    PanoFree(pe->preview_prev);
-    PanoFree(pe->preview_cur);
-    pe->preview_prev = static_cast<uint8_t*>(PanoMalloc(static_cast<uint32_t>(width * height)));
-    pe->preview_cur = static_cast<uint8_t*>(PanoMalloc(static_cast<uint32_t>(width * height)));
-    if (pe->preview_prev == nullptr || pe->preview_cur == nullptr)
-        return kOutOfMemory;
-    const int32_t result = scale_frame(pe, pe->preview_prev, first);
-    if (result == 0)
-        pe->status = static_cast<PanoStatus>(2);
-    return result;
-}
-
-int32_t process_frame(PanoramaInternal* pe, const PanoImg* frame)
-{
-    if (frame == nullptr || frame->data == nullptr)
-        return kNull;
-    if (pe->status != 2)
-        return kWrongState;
-    if (pe->count >= pe->max_images) {
-        pe->status = static_cast<PanoStatus>(3);
-        return 0;
-    }
-    if (!is_measurable(*frame))
-        return kBad;
-    const int32_t scaled = scale_frame(pe, pe->preview_cur, frame);
-    if (scaled < 0)
-        return scaled;
-    ozr_point shift = {0, 0};
-    if (frame->width == pe->reference.width) {
-        MotionEstimate(pe->preview_prev, pe->preview_cur, pe->small.width, pe->small.height, &shift.x,
-                       &shift.y);
-    } else {
-        refer_to(pe, frame->width, frame->height);
-        const float scale = static_cast<float>(pe->small.width) / static_cast<float>(frame->width);
-        pe->inv_scale = 1.0F / scale;
-    }
-    std::swap(pe->preview_prev, pe->preview_cur);
-    add_motion(pe, shift);
-    if (pe->direction == 0) {
-        pe->direction = static_cast<PanoDirection>(direction_of(*pe));
-        const char* const names[] = {"", "RIGHT", "LEFT", "DOWN", "UP"};
-        if (pe->direction != 0)
-            log("panorama_engine_process_frame", "direction = PANO_DIR_%s", names[pe->direction]);
-    }
-    return is_due(*pe) ? 1 : 0;
 }
 
 int32_t prepare_stitch(PanoramaInternal* pe)
@@ -290,7 +201,7 @@ int32_t stop_capture(PanoramaInternal* pe)
 int32_t process_synthesis(PanoramaInternal* pe, const void* logged_block)
 {
     const char* const name = "panorama_engine_process_synthesis";
-    log(name, "process_synthesis()");
+    PanoLog(name, 0, "process_synthesis()");
     int32_t usable = 0;
     for (int32_t i = 0; i < std::min(pe->count.load(), 10); ++i)
         usable += pe->image_state[i] == 3 ? 1 : 0;
@@ -306,7 +217,7 @@ int32_t process_synthesis(PanoramaInternal* pe, const void* logged_block)
         const int32_t created =
             PanoImg_CreateAligned(&pe->out_img, only->width, only->height, only->format, &pe->out_raw);
         if (created < 0) {
-            log(name, "bitmap create err : %d", created);
+            PanoLog(name, 0, "bitmap create err : %d", created);
             pe->status = static_cast<PanoStatus>(6);
             return created;
         }
@@ -339,7 +250,8 @@ int32_t process_synthesis(PanoramaInternal* pe, const void* logged_block)
         pe->out_img = composed;
         pe->out_raw = block;
     }
-    log(name, "Original Pointer : 0x%X", static_cast<uint32_t>(reinterpret_cast<uintptr_t>(logged_block)));
+    PanoLog(name, 0, "Original Pointer : 0x%X",
+            static_cast<uint32_t>(reinterpret_cast<uintptr_t>(logged_block)));
     return finish(pe, result, result < 0 ? 6 : 4);
 }
 
@@ -354,7 +266,7 @@ void request_cancel(PanoramaInternal* pe)
 int32_t cancel_process(PanoramaInternal* pe)
 {
     const char* const name = "panorama_engine_cancel_process";
-    log(name, "panorama_engine_cancel_process() status = %d", pe->status.load());
+    PanoLog(name, 0, "panorama_engine_cancel_process() status = %d", pe->status.load());
     if (pe->status != 2 && pe->status != 3)
         return pe->status == 5 ? 0 : kWrongState;
     request_cancel(pe);
@@ -366,20 +278,20 @@ int32_t cancel_process(PanoramaInternal* pe)
             return kNoEnd;
     }
     for (int32_t look = 0; look < 100 && pe->status == 3; ++look) {
-        log(name, "wait canceling synthesis process....");
+        PanoLog(name, 0, "wait canceling synthesis process....");
         PanoSleep(1);
     }
     if (pe->status == 3)
         return kNoEnd;
-    log(name, "canceled synthesis process.");
+    PanoLog(name, 0, "canceled synthesis process.");
     pe->cancel_requested = 0;
     return pe->status == 5 ? 0 : kWrongState;
 }
 
 int32_t cancel_process_async(PanoramaInternal* pe)
 {
-    log("panorama_engine_cancel_process_async", "panorama_engine_cancel_process() status = %d",
-        pe->status.load());
+    PanoLog("panorama_engine_cancel_process_async", 0, "panorama_engine_cancel_process() status = %d",
+            pe->status.load());
     request_cancel(pe);
     return 0;
 }

@@ -29,19 +29,18 @@ uint8_t* byte_at(const PanoImg& img, int64_t y, int64_t byte)
 namespace
 {
 
-int32_t describe(Picture* picture, const PanoImg& record)
+// A record that is refused keeps what was written before.
+int32_t describe(PanoImg* out, const PanoImg& record)
 {
     if (record.width < 1 || record.height < 1)
         return kBad;
-    picture->img = record;
+    *out = record;
     if (record.format < 0 || record.format > 5)
         return kUnsupported;
     if (!is_possible(record))
         return kBad;
     const int32_t plane = record.height * record.stride;
-    picture->img.size = has_chroma(record) ? plane * 3 / 2 : plane;
-    picture->bytes.assign(static_cast<size_t>(picture->img.size), 0);
-    picture->record();
+    out->size = has_chroma(record) ? plane * 3 / 2 : plane;
     return 0;
 }
 
@@ -59,30 +58,18 @@ void copy_rows(const Place& to, const Place& from, int64_t bytes, int64_t rows)
 
 }  // namespace
 
-int32_t create(Picture* picture, int32_t width, int32_t height, int32_t format, bool aligned)
+int32_t create(PanoImg* record, int32_t width, int32_t height, int32_t format, bool aligned)
 {
     const int32_t stride = format >= 0 && format <= 5 ? static_cast<int32_t>(row_bytes(format, width)) : 0;
-    const int32_t result =
-        describe(picture, {format, width, height, stride, 0, aligned ? width : 0, nullptr});
-    if (result != 0 && picture->bytes.empty() && width > 0 && height > 0)
-        picture->img.stride = 0;
+    const int32_t result = describe(record, {format, width, height, stride, 0, aligned ? width : 0, nullptr});
+    if (result != 0 && width > 0 && height > 0)
+        record->stride = 0;
     return result;
 }
 
-int32_t create_ref(Picture* picture, int32_t width, int32_t height, int32_t stride, int32_t format)
+int32_t create_ref(PanoImg* record, int32_t width, int32_t height, int32_t stride, int32_t format)
 {
-    return describe(picture, {format, width, height, stride, 0, width, nullptr});
-}
-
-int32_t clone(const PanoImg* src, Picture* dst)
-{
-    if (src == nullptr || src->data == nullptr)
-        return kBad;
-    const PanoImg from = *src;
-    const int32_t result = create_ref(dst, from.width, from.height, from.stride, from.format);
-    if (result == 0)
-        std::copy_n(from.data, std::min(from.size, dst->img.size), dst->bytes.begin());
-    return result;
+    return describe(record, {format, width, height, stride, 0, width, nullptr});
 }
 
 int32_t copy(PanoImg* dst, const PanoImg* src, int32_t x, int32_t y)

@@ -1,4 +1,4 @@
-#include "reference/motion.h"
+#include "reference/engine.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -13,20 +13,6 @@ int32_t step(int32_t src, int32_t dst)
     return (src - 1) * 1024 / dst;
 }
 
-// The weighted mean of the four pixels around (x, y), truncated; pixel(column, row) where the weight is not 0.
-template <class Pixel>
-uint8_t sample(int32_t x, int32_t y, Pixel pixel)
-{
-    const int32_t column = x / 1024, row = y / 1024;
-    const uint32_t right = static_cast<uint32_t>(x % 1024), below = static_cast<uint32_t>(y % 1024);
-    const uint32_t left = 1024 - right, above = 1024 - below;
-    uint32_t sum = pixel(column, row) * left * above;
-    sum += right > 0 ? pixel(column + 1, row) * right * above : 0;
-    sum += below > 0 ? pixel(column, row + 1) * left * below : 0;
-    sum += right > 0 && below > 0 ? pixel(column + 1, row + 1) * right * below : 0;
-    return static_cast<uint8_t>(sum >> 20);
-}
-
 // With sides of so many pixels at least.
 bool can_scale(const PanoImg* dst, const PanoImg* src, int32_t least = 1)
 {
@@ -53,10 +39,10 @@ int32_t resize_luma(PanoImg* dst, const PanoImg* src, int32_t pixel_bytes)
     for (int32_t y = 0; y < dst->height; ++y) {
         const bool black = !copies && y * step_y / 1024 + 1 >= src->height;
         for (int32_t x = 0; x < dst->width; ++x) {
-            const uint8_t value = sample(x * step_x, y * step_y, [&](int32_t column, int32_t row) {
-                return uint32_t{at(*src, row, column * pixel_bytes)};
+            const int32_t value = bilinear(x * step_x, y * step_y, [&](int32_t column, int32_t row) {
+                return at(*src, row, column * pixel_bytes);
             });
-            at(*dst, y, x) = black ? 0 : value;
+            at(*dst, y, x) = static_cast<uint8_t>(black ? 0 : value);
         }
     }
     return 0;
@@ -95,11 +81,11 @@ int32_t resize_yuv(PanoImg* dst, const PanoImg* src, uint8_t beyond)
     const int32_t step_x = step(src->width, dst->width), step_y = step(src->height, dst->height);
     const auto put = [&](int32_t x, int32_t y, int32_t at_x, int32_t at_y, auto pixel) {
         if (uint8_t* const out = byte_at(*dst, y, x))
-            *out = sample(at_x, at_y, pixel);
+            *out = static_cast<uint8_t>(bilinear(at_x, at_y, pixel));
     };
     const auto read = [&](int32_t y, int32_t byte) {
         const uint8_t* const at = byte_at(*src, y, byte);
-        return uint32_t{at != nullptr ? *at : beyond};
+        return at != nullptr ? *at : beyond;
     };
     for (int32_t y = 0; y < dst->height; ++y) {
         for (int32_t x = 0; x < dst->width; ++x)

@@ -11,17 +11,17 @@
 #include "reference/session_model.h"
 #include "support/contexts.h"
 #include "support/log_capture.h"
+#include "support/noise.h"
 #include "support/points.h"
-#include "support/sleeps.h"
-#include "support/sweeps.h"
 #include "support/wrapped_heap.h"
+#include "support/wrapped_time.h"
 
 namespace
 {
 
 using ozr_reference::SessionModel;
 
-constexpr uint32_t kSequences = 2500;
+constexpr uint32_t kSequences = 3000;
 constexpr int32_t kCalls = 34;
 constexpr int32_t kScene = 512;  // pixels and bytes of a side
 
@@ -228,20 +228,24 @@ private:
     void call(Subject* s)
     {
         const int32_t kind = random_.below(100);
+        const bool has_panorama = s->model.stitched_count > 1 || one_in(8),
+                   has_ended = s->is_whole() && s->model.pe.status > kStatusStopped;
         if (s->handle == nullptr && !one_in(8))
             create(s);
-        else if (kind < 26)
+        else if (has_ended && one_in(3))
+            reset(s);
+        else if (s->is_whole() && s->model.pe.direction == 0 && one_in(4))
+            parameters(s);
+        else if (kind < 20)
             detect(s);
-        else if (kind < 60)
+        else if (kind < 52 || (kind < 68 && !has_panorama))
             stitch(s);
         else if (kind < 68)
             run(s);
         else if (kind < 82)
             parameters(s);
         else if (kind < 88)
-            both(
-                s, "reset", {one_in(6) ? 1 + random_.below(2) : 0},
-                [&] { return ozr_panorama_reset(s->handle); }, [&] { return s->model.reset(); });
+            reset(s);
         else if (kind < 91)
             destroy(s);
         else if (s->is_whole())
@@ -295,6 +299,13 @@ private:
         s->handle = nullptr;
         s->model.handle = SessionModel::kNone;
         choose_camera(s);
+    }
+
+    void reset(Subject* s)
+    {
+        both(
+            s, "reset", {one_in(6) ? 1 + random_.below(2) : 0}, [&] { return ozr_panorama_reset(s->handle); },
+            [&] { return s->model.reset(); });
     }
 
     void parameters(Subject* s)
@@ -379,11 +390,11 @@ private:
     {
         ozr_image got = {nullptr, 1, 2, 3, ozr_image_format_yuy2, 5, 6}, want = got;
         const bool given = !one_in(12);
-        // Turning a panorama back allocates once more, after the last check for a request.
-        const int32_t kind = random_.below(5) + (ozr::is_vertical(s->model.pe.direction) ? 2 : 0);
+        const int32_t kind = random_.below(3);
         Disturbance now;
-        now.failing = kind == 0 ? 1 + random_.below(12) : 0;
-        now.asking = kind == 1 ? 1 + random_.below(12) : 0;
+        now.failing = kind == 0 ? 1 + random_.below(7) : 0;
+        // Turning a panorama back allocates once more, after the last check for a request.
+        now.asking = kind == 1 && !ozr::is_vertical(s->model.pe.direction) ? 1 + random_.below(12) : 0;
         now.asking_line = kind == 2 ? static_cast<size_t>(1 + random_.below(7)) : 0;
         now.by_reset = one_in(2);
         const ozr_err code = both(
@@ -411,10 +422,6 @@ private:
                 s, "set session " + std::to_string(p.overlap_percent), {},
                 [&] { return session_of(s->handle)->set_parameters(&p); },
                 [&] { return s->model.write_parameters(p); });
-        else if (kind < 98)
-            both(
-                s, "cancel and wait", {}, [&] { return panorama_engine_cancel_process(pe); },
-                [&] { return ozr_reference::cancel_process(&s->model.pe); });
         else if (kind < 99)
             both(
                 s, "cancel", {}, [&] { return panorama_engine_cancel_process_async(pe), 0; },

@@ -8,7 +8,7 @@
 #include "session/calls.h"
 #include "session/panorama.h"
 #include "support/log_capture.h"
-#include "support/sleeps.h"
+#include "support/wrapped_time.h"
 
 namespace
 {

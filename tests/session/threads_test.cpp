@@ -9,8 +9,10 @@
 #include "image/pano_result.h"
 #include "ozr_log.h"
 #include "session/calls.h"
+#include "support/contexts.h"
 #include "support/handle.h"
-#include "support/sweeps.h"
+#include "support/images.h"
+#include "support/noise.h"
 #include "support/wrapped_heap.h"
 
 namespace
@@ -20,6 +22,59 @@ using Clock = std::chrono::steady_clock;
 
 constexpr uint32_t kSeed = 2611;
 constexpr int32_t kRounds = 1000;
+constexpr int32_t kWidth = 96, kHeight = 32, kStep = kWidth / 4;
+
+// A session for sweeps to the right.
+ozr_panorama* create()
+{
+    const ozr_panorama_parameters parameters = {70, ozr_panorama_direction_right};
+    ozr_panorama* const pano = create_panorama().release();
+    EXPECT_EQ(ozr_panorama_set_parameters(pano, &parameters), ozr_success);
+    return pano;
+}
+
+// A sweep in front of the noise texture, call by call: three pictures, and a preview frame of another shape.
+class Sweep
+{
+public:
+    enum Step { kFirst, kPreview, kSecond, kThird, kRun, kSteps };
+
+    Sweep()
+    {
+        for (int32_t step = kFirst; step < kRun; ++step) {
+            const int32_t height = step == kPreview ? kHeight * 3 / 4 : kHeight;
+            const int32_t left = step < kSecond ? 0 : kStep * (step - kPreview);
+            const ozr_image& frame = frames_.emplace_back(ozr_image_format_nv12, kWidth, height, kWidth, 1);
+            for (int32_t i = 0; i < kWidth * height; ++i)
+                frame.data[i] = static_cast<uint8_t>(noise(left + i % kWidth, i / kWidth));
+        }
+    }
+
+    ozr_err call(ozr_panorama* pano, int32_t step)
+    {
+        if (step == kRun)
+            return ozr_panorama_run(pano, &panorama_);
+        ozr_image* const frame = &frames_[static_cast<size_t>(step)];
+        ozr_point offset = {kStep, 0};
+        ozr_panorama_direction direction = ozr_panorama_direction_auto;
+        return step == kPreview ? ozr_panorama_detect_frame_to_stitch(pano, frame, &offset, &direction)
+                                : ozr_panorama_stitch_one_image(pano, frame, &offset);
+    }
+
+    // The panorama of a whole sweep; empty when a call fails.
+    Bytes whole(ozr_panorama* pano)
+    {
+        for (int32_t step = 0; step < kSteps; ++step) {
+            if (call(pano, step) < 0)
+                return {};
+        }
+        return {panorama_.data, panorama_.data + panorama_.size};
+    }
+
+private:
+    std::vector<TestImage> frames_;
+    ozr_image panorama_ = {};
+};
 
 enum Disturbance { kReset, kDestroy, kCancel, kCancelAsync, kDisturbances };
 
@@ -65,7 +120,7 @@ struct Moment {
 };
 
 // One call, disturbed by a second thread at some moment. Returns the results of the call and of the disturbance.
-std::pair<ozr_err, int32_t> disturbed_call(NoiseSweep* sweep, ozr_panorama* pano, int32_t step,
+std::pair<ozr_err, int32_t> disturbed_call(Sweep* sweep, ozr_panorama* pano, int32_t step,
                                            int32_t disturbance, const Moment& moment)
 {
     const int64_t meeting = moment.allocation;
@@ -99,14 +154,14 @@ std::pair<ozr_err, int32_t> disturbed_call(NoiseSweep* sweep, ozr_panorama* pano
 TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
 {
     ozr_log_disable();
-    NoiseSweep sweep(kDirectionRight, 96, 32);
-    ozr_panorama* pano = create_panorama().release();
-    const std::vector<uint8_t> undisturbed = sweep.whole(pano);
+    Sweep sweep;
+    ozr_panorama* pano = create();
+    const Bytes undisturbed = sweep.whole(pano);
     ASSERT_FALSE(undisturbed.empty());
     ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
-    Clock::duration lasts[NoiseSweep::kSteps];
-    int64_t allocations[NoiseSweep::kSteps];
-    for (int32_t step = 0; step < NoiseSweep::kSteps; ++step) {
+    Clock::duration lasts[Sweep::kSteps];
+    int64_t allocations[Sweep::kSteps];
+    for (int32_t step = 0; step < Sweep::kSteps; ++step) {
         const WrappedHeap heap;
         const Clock::time_point begun = Clock::now();
         ASSERT_GE(sweep.call(pano, step), 0);
@@ -116,11 +171,11 @@ TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
     ASSERT_EQ(ozr_panorama_reset(pano), ozr_success);
     Random random(kSeed);
     for (int32_t round = 0; round < kRounds && !testing::Test::HasFailure(); ++round) {
-        const int32_t disturbed_step = NoiseSweep::kFirst + round % (NoiseSweep::kSteps - NoiseSweep::kFirst);
+        const int32_t disturbed_step = round % Sweep::kSteps;
         const int32_t disturbance = random.below(kDisturbances), share = random.below(110);
         // Half of the longer calls wait for the second thread; before the second picture there is no request to wait
         // for.
-        const bool meets = disturbed_step >= NoiseSweep::kSecond && random.below(2) == 0;
+        const bool meets = disturbed_step >= Sweep::kSecond && random.below(2) == 0;
         const int32_t meeting =
             meets ? 1 + random.below(static_cast<int32_t>(allocations[disturbed_step])) : 0;
         SCOPED_TRACE(testing::Message()
@@ -135,7 +190,7 @@ TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
         if (disturbance == kReset)
             EXPECT_EQ(disturbed, ozr_success);
         else if (disturbance == kDestroy)
-            pano = create_panorama().release();
+            pano = create();
         else
             EXPECT_EQ(ozr_panorama_reset(pano), ozr_success);
         EXPECT_EQ(sweep.whole(pano), undisturbed);

@@ -9,10 +9,13 @@
 #include "kernels/kernels.h"
 #include "ozr_support.h"
 #include "reference/core.h"
+#include "support/contexts.h"
 #include "support/noise.h"
 #include "support/pictures.h"
+#include "support/points.h"
 #include "support/wrapped_heap.h"
 
+// A core, and what it should hold.
 class TestCore
 {
 public:
@@ -23,6 +26,7 @@ public:
     PanoramaCore* operator->() { return core; }
 
     PanoramaCore* core = nullptr;
+    ozr_reference::Core want;
 };
 
 // Runs a test on random numbers, each trial with its own seed; every second one with the scalar kernels.
@@ -67,19 +71,11 @@ inline std::vector<uint32_t> integral_of(const ozr_reference::Image& img)
     return sums;
 }
 
-// Compares runs of words without the gaps between them, whose bytes are undefined.
-inline void expect_same(const PanoramaCore& is, const ozr_reference::Core& want)
+inline void expect_same(const TestCore& test)
 {
-    const auto same = [&](const void* from, const void* to) {
-        const ptrdiff_t at = static_cast<const char*>(from) - reinterpret_cast<const char*>(&is);
-        return memcmp(from, reinterpret_cast<const char*>(&want.record) + at,
-                      static_cast<size_t>(static_cast<const char*>(to) - static_cast<const char*>(from))) ==
-               0;
-    };
-    EXPECT_TRUE(same(&is, &is.initialised + 1)) << "score, state";
-    EXPECT_TRUE(same(&is.overlap, &is.forward + 1)) << "search";
-    EXPECT_TRUE(same(is.offsets, is.aligned + kMaxPictures)) << "results and flags";
-    EXPECT_TRUE(same(&is.input, &is.cancel + 1)) << "geometry and counts";
+    const PanoramaCore& is = *test.core;
+    const ozr_reference::Core& want = test.want;
+    expect_same_words(is, want.record);
     if (is.has_tables != 0) {
         EXPECT_EQ(is.proj.block_offsets != nullptr, want.projection.height > 0);
         EXPECT_TRUE(holds(is.proj.block_offsets, want.projection.block_offsets));
@@ -92,8 +88,7 @@ inline void expect_same(const PanoramaCore& is, const ozr_reference::Core& want)
         SCOPED_TRACE(testing::Message() << "picture " << i);
         EXPECT_TRUE(holds(is.frames[i], want.pictures[i]));
         const AlignItem &item = is.align[i], &words = want.record.align[i];
-        EXPECT_EQ(item.expected.x, words.expected.x);
-        EXPECT_EQ(item.expected.y, words.expected.y);
+        EXPECT_EQ(item.expected, words.expected);
         ASSERT_EQ(item.pyramid_levels, words.pyramid_levels);
         EXPECT_EQ(item.pyramid != nullptr, item.pyramid_levels > 0);
         EXPECT_EQ(item.integrals != nullptr, item.pyramid_levels > 0);
@@ -159,10 +154,11 @@ struct CoreSetup {
 
 // Prepares both for a sweep; the allocation `failing` fails (0: none). The tables of an earlier sweep are only released
 // when the first pointer, which nothing fills, is set.
-inline void init_both(PanoramaCore* core, ozr_reference::Core* want, const CoreSetup& setup, Tables tables,
-                      int32_t failing = 0)
+inline void init_both(TestCore& test, const CoreSetup& setup, Tables tables, int32_t failing = 0)
 {
     const auto& [forward, width, height, stride] = setup;
+    PanoramaCore* const core = test.core;
+    ozr_reference::Core& want = test.want;
     if (core->proj.block_offsets != nullptr) {
         core->proj.unused[0] = ozr_malloc(1);
         core->proj.unused[1] = forward != 0 ? ozr_malloc(1) : nullptr;
@@ -170,15 +166,15 @@ inline void init_both(PanoramaCore* core, ozr_reference::Core* want, const CoreS
     const Disturbance disturbance(core, false, failing);
     const int32_t code = tables == Tables::kMade ? panorama_core_init(core, forward, width, height, stride)
                                                  : ozr::core::prepare(core, forward, width, height, stride);
-    const uint8_t initialised = want->record.initialised;
-    const int32_t wanted = want->init(forward, width, height, stride);
+    const uint8_t initialised = want.record.initialised;
+    const int32_t wanted = want.init(forward, width, height, stride);
     const bool is_out = failing > 0 && disturbance.happened();
     EXPECT_EQ(code, is_out ? -7 : wanted);
     if (is_out) {
-        want->projection = {};
-        want->record.initialised = initialised;
+        want.projection = {};
+        want.record.initialised = initialised;
     }
-    expect_same(*core, *want);
+    expect_same(test);
 }
 
 #endif

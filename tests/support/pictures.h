@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "image/panorama_img.h"
-#include "ozr_image.h"
 #include "support/random.h"
 
 constexpr int32_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};  // of the working formats
@@ -50,13 +49,7 @@ public:
         for (int32_t i = 0; i < img.size; ++i)
             img.data[i] = random.byte();
     }
-    uint8_t& at(int32_t x, int32_t y) { return img.data[y * img.stride + x]; }
-    uint8_t& chroma(int32_t x, int32_t y) { return at(x, img.height + y); }
     std::vector<uint8_t> pixels() const { return {img.data, img.data + img.size}; }
-    ozr_image as_public(ozr_image_format format) const
-    {
-        return {img.data, img.size, img.width, img.height, format, img.stride, 0};
-    }
 
     PanoImg img = {};
 
@@ -65,31 +58,5 @@ private:
     static constexpr uint8_t kCanary = 0xC7;
     std::vector<uint8_t> bytes_;
 };
-
-// Value of a bilinear sample at (x, y) in 1/1024 pixel; read(i, j) where its weight is not 0.
-template <class Read>
-int32_t bilinear(int64_t x, int64_t y, Read read)
-{
-    int64_t sum = 0;
-    for (int64_t corner = 0; corner < 4; ++corner) {
-        const int64_t right = corner % 2, below = corner / 2;
-        const int64_t weight = (right ? x % 1024 : 1024 - x % 1024) * (below ? y % 1024 : 1024 - y % 1024);
-        sum += weight == 0 ? 0
-                           : weight * read(static_cast<int32_t>(x / 1024 + right),
-                                           static_cast<int32_t>(y / 1024 + below));
-    }
-    return static_cast<int32_t>(sum / 1048576);
-}
-
-// Sets the luma of every pixel (x, y), and the chroma between the luma of packed formats, to value(x, y).
-template <class Value>
-void fill_luma(const PanoImg& img, Value value)
-{
-    const int32_t pixel_bytes = img.format == kPanoYuyv ? 2 : 1;
-    for (int32_t y = 0; y < img.height; ++y) {
-        for (int32_t byte = 0; byte < img.width * pixel_bytes; ++byte)
-            ozr::pano_row(&img, y)[byte] = static_cast<uint8_t>(value(byte / pixel_bytes, y));
-    }
-}
 
 #endif

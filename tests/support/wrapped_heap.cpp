@@ -1,6 +1,8 @@
 #include "wrapped_heap.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstring>
 
 extern "C" {
 void* __real_malloc(size_t size);
@@ -32,9 +34,11 @@ void* counted(void* block)
 
 extern "C" {
 
+// New memory is anything but zero; of the largest blocks only the beginning, so that no machine has to hold them.
 void* __wrap_malloc(size_t size)
 {
-    return refuse() ? nullptr : counted(__real_malloc(size));
+    void* const block = refuse() ? nullptr : counted(__real_malloc(size));
+    return block != nullptr ? memset(block, 0xAA, std::min(size, size_t{1} << 20)) : nullptr;
 }
 
 void* __wrap_calloc(size_t count, size_t size)

@@ -21,7 +21,6 @@ public:
     WrappedHeap(const WrappedHeap&) = delete;
     WrappedHeap& operator=(const WrappedHeap&) = delete;
 
-    void stop_failing() { failing = 0; }
     int64_t allocations() const { return tried; }  // so far
     int64_t live_blocks() const { return live; }   // allocated minus freed
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "support/images.h"
@@ -10,12 +11,8 @@
 namespace
 {
 
-struct Yuv {
-    int y, u, v;
-};
-struct Rgb {
-    int r, g, b;
-};
+using Yuv = std::array<int, 3>;
+using Rgb = std::array<int, 3>;
 
 const ozr_image_format kFormats[] = {ozr_image_format_nv12,   ozr_image_format_yv12, ozr_image_format_gray,
                                      ozr_image_format_rgba32, ozr_image_format_yuy2, ozr_image_format_nv21};
@@ -51,22 +48,24 @@ int per_256(int sum)
     return static_cast<int>(floor(sum / 256.0));
 }
 
-Rgb to_rgb(ozr_image_format format, Yuv p)
+Rgb to_rgb(ozr_image_format format, const Yuv& p)
 {
+    const auto& [y, u, v] = p;
     if (format == ozr_image_format_gray)
-        return {p.y, p.y, p.y};
-    const auto byte = [](int sum) { return std::max(0, std::min(255, per_256(sum))); };
-    const int c = 298 * (p.y - 16) + 128, d = p.u - 128, e = p.v - 128;
+        return {y, y, y};
+    const auto byte = [](int sum) { return std::clamp(per_256(sum), 0, 255); };
+    const int c = 298 * (y - 16) + 128, d = u - 128, e = v - 128;
     return {byte(c + 409 * e), byte(c - 100 * d - 208 * e), byte(c + 516 * d)};
 }
 
-Yuv from_rgb(ozr_image_format format, Rgb p, Rgb chroma)
+Yuv from_rgb(ozr_image_format format, const Rgb& p, const Rgb& chroma)
 {
+    const auto& [r, g, b] = p;
     if (format == ozr_image_format_gray)
-        return {per_256(77 * p.r + 151 * p.g + 28 * p.b), 128, 128};
-    return {per_256(66 * p.r + 128 * p.g + 25 * p.b + 128) + 16,
-            per_256(-38 * chroma.r - 74 * chroma.g + 112 * chroma.b + 32896),
-            per_256(112 * chroma.r - 94 * chroma.g - 18 * chroma.b + 32896)};
+        return {per_256(77 * r + 151 * g + 28 * b), 128, 128};
+    return {per_256(66 * r + 128 * g + 25 * b + 128) + 16,
+            per_256(-38 * chroma[0] - 74 * chroma[1] + 112 * chroma[2] + 32896),
+            per_256(112 * chroma[0] - 94 * chroma[1] - 18 * chroma[2] + 32896)};
 }
 
 TEST(Convert, EveryPixelFollowsTheFormulas)
@@ -92,13 +91,11 @@ TEST(Convert, EveryPixelFollowsTheFormulas)
             EXPECT_EQ(to_yuv.rotation, 33);
             for (int y = 0; y < height; ++y)
                 for (int x = 0; x < width; ++x) {
-                    const Rgb a = to_rgb(format, yuv_at(yuv, x, y)), b = rgb_at(to_rgba, x, y);
-                    ASSERT_TRUE(a.r == b.r && a.g == b.g && a.b == b.b) << x << ',' << y;
+                    ASSERT_EQ(rgb_at(to_rgba, x, y), to_rgb(format, yuv_at(yuv, x, y))) << x << ',' << y;
                     ASSERT_EQ(to_rgba.data[y * to_rgba.stride + 4 * x + 3], 255);
                     const int top = format == ozr_image_format_yuy2 ? y : y / 2 * 2;
-                    const Yuv c = from_rgb(format, rgb_at(rgb, x, y), rgb_at(rgb, x / 2 * 2, top));
-                    const Yuv d = yuv_at(to_yuv, x, y);
-                    ASSERT_TRUE(c.y == d.y && c.u == d.u && c.v == d.v) << x << ',' << y;
+                    const Yuv want = from_rgb(format, rgb_at(rgb, x, y), rgb_at(rgb, x / 2 * 2, top));
+                    ASSERT_EQ(yuv_at(to_yuv, x, y), want) << x << ',' << y;
                 }
         }
 }

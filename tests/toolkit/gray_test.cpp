@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "ozr_gray.h"
+#include "reference/image.h"
 #include "support/images.h"
 
 namespace
@@ -45,7 +46,7 @@ int slow_nearest(const Picture& src, Size dst, int x, int y)
 int slow_bilinear(const Picture& src, Size dst, int x, int y)
 {
     const int64_t px = position(src.size.width, dst.width, x), py = position(src.size.height, dst.height, y);
-    return bilinear(px, py, [&](int64_t column, int64_t row) {
+    return ozr_reference::bilinear(px, py, [&](int64_t column, int64_t row) {
         return src.at(x + 1 < dst.width ? column : px / 1024, y + 1 < dst.height ? row : py / 1024);
     });
 }
@@ -72,7 +73,7 @@ TEST(Resize, OverlappingRowsAreMadeInOrder)
     Bytes row(picture.begin(), picture.begin() + 60), row_want = row;
     for (int32_t x = 0; x < 60; ++x) {
         const auto read = [&](int32_t i, int32_t) { return row_want[static_cast<size_t>(x < 59 ? i : 29)]; };
-        row_want[static_cast<size_t>(x)] = static_cast<uint8_t>(bilinear(x * 512, 0, read));
+        row_want[static_cast<size_t>(x)] = static_cast<uint8_t>(ozr_reference::bilinear(x * 512, 0, read));
     }
     ASSERT_EQ(resize_grayimage_bi(row.data(), 60, 1, 60, row.data(), 30, 1, 0), ozr_success);
     EXPECT_EQ(row, row_want);
@@ -297,14 +298,11 @@ TEST(SampleByN, Refuses)
     }
 }
 
-struct Walk {
-    uint32_t width, height;
-};
-
 TEST(Census, CodesBrighterThanTheMeanAlongTheWholeWalk)
 {
-    for (const auto& [width, height] :
-         {Walk{3, 3}, {4, 3}, {2, 4}, {1, 6}, {23, 9}, {5, 0}, {5, 1}, {2, 2}, {1, 4}, {1, 3}, {0, 5}}) {
+    const uint32_t walks[][2] = {{3, 3}, {4, 3}, {2, 4}, {1, 6}, {23, 9}, {5, 0},
+                                 {5, 1}, {2, 2}, {1, 4}, {1, 3}, {0, 5}};
+    for (const auto& [width, height] : walks) {
         const uint32_t count = width * height;
         Bytes src = random_bytes(count, 61);
         for (uint8_t& pixel : src)

@@ -5,6 +5,7 @@
 
 #include "support/images.h"
 #include "support/log_capture.h"
+#include "support/wrapped_heap.h"
 
 TEST(Image, CreateChoosesStrideAndSize)
 {
@@ -137,6 +138,47 @@ TEST(Image, CopyTakesRowsLongerThanTheStrideWhereTheSizeCoversThem)
     const ozr_image odd = {from, 11, 5, 3, ozr_image_format_nv12, 2, 0};
     ozr_image odd_copy = {to, 11, 5, 3, ozr_image_format_nv12, 2, 0};
     EXPECT_EQ(ozr_image_copy(&odd, &odd_copy), ozr_success);
+}
+
+// Each of these calls makes one allocation; when it fails, the lines name the calls that it failed in.
+TEST(Image, NamesTheCallsWhoseMemoryIsOut)
+{
+    const std::string create =
+        "image->data = (uint8_t*)ozr_malloc_aligned(image->size, 0x1000) @ ozr_image_create";
+    const std::string recreate =
+        "ozr_image_create(image, width, height, stride, format, image->rotation) @ ozr_image_recreate";
+    const std::string clone =
+        "ozr_image_recreate(dst, src->width, src->height, src->stride, src->format) @ ozr_image_clone";
+    const std::string convert =
+        "validate_image_format_conversion(src, dst, ozr_image_format_nv12) @ ozr_image_convert_to_nv12";
+    const struct {
+        ozr_err (*call)(const ozr_image* src, ozr_image* dst);
+        Lines failed;
+    } rows[] = {
+        {[](auto src, auto dst) { return ozr_image_create(dst, 9, 9, 0, src->format, 0); }, {create}},
+        {[](auto src, auto dst) { return ozr_image_sample_gray(dst, src, 2); }, {create}},
+        {[](auto src, auto dst) { return ozr_image_recreate(dst, 9, 9, 0, src->format); },
+         {create, recreate}},
+        {ozr_image_clone, {create, recreate, clone}},
+        {ozr_image_convert_to_nv12, {create, recreate, convert}},
+    };
+    const TestImage src(ozr_image_format_rgba32, 8, 8, 32, 2);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.failed.back());
+        Chain chain;
+        for (const std::string& call : row.failed)
+            chain.push_back("ozr_err_nomem: from " + call);
+        for (int64_t failing : {1, 2}) {
+            const LogCapture log;
+            const WrappedHeap heap(failing);
+            {
+                OwnedImage dst;
+                EXPECT_EQ(row.call(&src, &dst), failing == 1 ? ozr_err_nomem : ozr_success);
+            }
+            EXPECT_EQ(log.chain(), failing == 1 ? chain : Chain{});
+            EXPECT_EQ(heap.live_blocks(), 0);
+        }
+    }
 }
 
 TEST(Image, BitsAndChannels)

@@ -1,11 +1,13 @@
 // Integer trigonometry, square root, rectangles and points: hand-made values, and the odd results callers rely on.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "base/wrap32.h"
 #include "ozr_geometry.h"
 #include "support/points.h"
+#include "support/random.h"
 #include "support/trig_tables.h"
 
 namespace
@@ -67,30 +69,29 @@ TEST(NormalizeAngle, UsesSixteenBits)
         EXPECT_EQ(ozr_math_normalize_angle(row.degrees), row.normal) << row.degrees;
 }
 
+// Apart, touching, or one in the other. The area of what two have in common is signed, in each direction.
 TEST(Rect, CombinesTwo)
 {
-    const struct {
-        ozr_rect a, b;
-        int32_t intersecting;
-        ozr_rect common, around;
-        int32_t area;
-    } rows[] = {
-        {{0, 0, 10, 8}, {4, 5, 20, 6}, 1, {4, 5, 10, 6}, {0, 0, 20, 8}, 6},
-        {{0, 0, 10, 8}, {10, 0, 12, 8}, 0, {10, 0, 10, 8}, {0, 0, 12, 8}, 0},
-        {{0, 0, 4, 4}, {7, 0, 9, 4}, 0, {7, 0, 4, 4}, {0, 0, 9, 4}, -12},
-        {{0, 0, 4, 4}, {7, 6, 9, 9}, 0, {7, 6, 4, 4}, {0, 0, 9, 9}, 6},
-        {{0, 0, 4, 4}, {0, -3, 4, 0}, 0, {0, 0, 4, 0}, {0, -3, 4, 4}, 0},
+    Random random(1);
+    const auto any = [&random] {
+        const int32_t left = random.below(9) - 4, top = random.below(9) - 4;
+        return ozr_rect{left, top, left + 1 + random.below(6), top + 1 + random.below(6)};
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(ozr_rect_is_intersecting(&row.a, &row.b), row.intersecting);
-        EXPECT_EQ(ozr_rect_is_intersecting(&row.b, &row.a), row.intersecting);
-        EXPECT_EQ(ozr_rect_get_intersecting_area(&row.a, &row.b), row.area);
-        ozr_rect out = row.a;
-        EXPECT_EQ(ozr_rect_get_intersecting_rect(&out, &row.b, &out), ozr_success);
-        EXPECT_EQ(out, row.common);
-        out = row.b;
-        EXPECT_EQ(ozr_rect_get_bounding_rect(&row.a, &out, &out), ozr_success);
-        EXPECT_EQ(out, row.around);
+    for (int32_t trial = 0; trial < 2000; ++trial) {
+        const ozr_rect a = any(), b = any();
+        const ozr_rect common = {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
+                                 std::min(a.bottom, b.bottom)},
+                       around = {std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right),
+                                 std::max(a.bottom, b.bottom)};
+        const int32_t width = common.right - common.left, height = common.bottom - common.top;
+        EXPECT_EQ(ozr_rect_is_intersecting(&a, &b), width > 0 && height > 0);
+        EXPECT_EQ(ozr_rect_get_intersecting_area(&a, &b), width * height);
+        ozr_rect out = a;
+        EXPECT_EQ(ozr_rect_get_intersecting_rect(&out, &b, &out), ozr_success);
+        EXPECT_EQ(out, common);
+        out = b;
+        EXPECT_EQ(ozr_rect_get_bounding_rect(&a, &out, &out), ozr_success);
+        EXPECT_EQ(out, around);
     }
 }
 

@@ -13,8 +13,8 @@
 #include "ozr_prof.h"
 #include "ozr_version.h"
 #include "support/log_capture.h"
-#include "support/wrapped_clock.h"
 #include "support/wrapped_heap.h"
+#include "support/wrapped_time.h"
 
 namespace
 {

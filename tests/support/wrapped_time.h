@@ -1,6 +1,6 @@
-// The time of day as the library sees it.
-#ifndef WRAPPED_CLOCK_H
-#define WRAPPED_CLOCK_H
+// Time as the library sees it: the time of day, and its sleeps.
+#ifndef WRAPPED_TIME_H
+#define WRAPPED_TIME_H
 
 #include <cstdint>
 #include <sys/time.h>
@@ -28,6 +28,27 @@ public:
 
     static inline bool standing;
     static inline timeval now;
+};
+
+// While it exists nothing sleeps: sleeps are added up, and each calls `told`. Of one thread at a time.
+class Sleeps
+{
+public:
+    explicit Sleeps(void (*told)() = nullptr)
+    {
+        watch = told;
+        microseconds = 0;
+        recording = true;
+    }
+    ~Sleeps() { recording = false; }
+    Sleeps(const Sleeps&) = delete;
+    Sleeps& operator=(const Sleeps&) = delete;
+
+    int64_t milliseconds() const { return microseconds / 1000; }
+
+    static inline bool recording;
+    static inline int64_t microseconds;
+    static inline void (*watch)();
 };
 
 #endif
