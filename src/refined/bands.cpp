@@ -306,7 +306,7 @@ PanoResult _collapse(const Blend& blend, int32_t channel, Grid* blended)
     int32_t* slow = blend.line[1].get();
     Grid coarse = {};
     for (int32_t l = sums.levels - 1; l >= 0; --l) {
-        Grid grid;
+        Grid grid = {};
         if (!_make_grid(sums.width[l], sums.height[l], &grid))
             return kPanoNoMemory;
         std::fill_n(slow, grid.width, 0);

@@ -45,7 +45,7 @@ double _heading(const Rotation& rotation)
 
 }  // namespace
 
-int32_t straighten(Rotation* rotations, const bool* used, int32_t count)
+void straighten(Rotation* rotations, const bool* used, int32_t count)
 {
     const Vector down = unit(_axis(rotations, used, count));
     // Any camera's view, made level, may be ahead for the moment.
@@ -77,7 +77,6 @@ int32_t straighten(Rotation* rotations, const bool* used, int32_t count)
     const Rotation turn = rotation_about({0.0, -headings[nearest], 0.0});
     for (int32_t i = 0; i < count; ++i)
         rotations[i] = squared(turn * rotations[i]);
-    return nearest;
 }
 
 }  // namespace ozr::refined

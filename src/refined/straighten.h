@@ -11,8 +11,8 @@ namespace ozr::refined
 
 // Turns the world so that the axis the cameras swept about becomes its y axis, and the camera that
 // looks to the middle of the sweep looks ahead. Rotations whose `used` is false turn along and do
-// not count. Returns the middle camera's index.
-int32_t straighten(Rotation* rotations, const bool* used, int32_t count);
+// not count.
+void straighten(Rotation* rotations, const bool* used, int32_t count);
 
 }  // namespace ozr::refined
 
