@@ -1,5 +1,6 @@
 #include "kernel_passes.h"
 
+#include <iterator>
 #include <map>
 #include <memory>
 
@@ -377,8 +378,11 @@ void add_refined(Passes* passes)
     passes->add(KERNEL(match, dot_product), 4 * n, [&p, w, h, words](auto f) {
         each_row(h, [&](int32_t y) { keep(f(words(p.zeros) + y, words(p.b) + y, w)); });
     });
-    passes->add(KERNEL(match, correlate_masked), 8 * n, [&p, w, h, words](auto f) {
-        keep(f({words(p.zeros), words(p.b), w}, {words(p.zeros), words(p.c), w}, w, h).ab);
+    passes->add(KERNEL(match, correlate_shifts), 4 * n, [&p, w, h, words](auto f) {
+        int32_t sums[2 * ozr::kernels::kShiftGroup];
+        const int32_t shifts = static_cast<int32_t>(std::size(sums));
+        f(sums, {words(p.zeros), w, words(p.b), w, w - shifts, h}, shifts);
+        keep(sums[0]);
     });
 }
 

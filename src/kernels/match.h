@@ -7,77 +7,78 @@
 namespace ozr::kernels
 {
 
-// A part of an unrolled picture: its contrast, 0 where the mask is, and where it shows the picture
-// (-1, else 0).
-struct MaskedArea {
-    const int16_t* contrast;
-    const int16_t* mask;
-    int64_t stride;  // elements
+// Rows of two pictures, strides in elements.
+struct ShiftedRows {
+    const int16_t* a;
+    int64_t a_stride;
+    const int16_t* b;
+    int64_t b_stride;
+    int32_t columns;
+    int32_t rows;
 };
 
-struct MaskedSums {
-    int32_t aa;  // over what the other picture shows too
-    int32_t bb;
-    int32_t ab;
-};
+constexpr int32_t kShiftGroup = 8;
+constexpr int32_t kMostCorrelated = 63;
 
-// The sums over an area of both. The caller sees to it that they fit 32 bits: 596 000 pixels of at
-// most 60 do.
-using CorrelateMasked = MaskedSums(const MaskedArea& a, const MaskedArea& b, int32_t columns, int32_t rows);
+// sums[s] = the sum over all rows and columns of a[y][x + s] * b[y][x], for s < shifts, a multiple
+// of kShiftGroup: of each row of `a`, columns + shifts - 1 elements are read. None is larger than
+// kMostCorrelated either way, so that eight products fit 16 bits (8 * 63 * 63 = 31752). The caller
+// sees to it that the sums fit 32: 541 000 products do.
+using CorrelateShifts = void(int32_t* sums, const ShiftedRows& both, int32_t shifts);
 
 // The sum of a[i] * b[i], i < count; the caller sees to it that it fits 32 bits in any order. Two
 // products of -32768 next to each other do not.
 using DotProduct = int32_t(const int16_t* a, const int16_t* b, int32_t count);
 
 struct MatchKernels {
-    CorrelateMasked* correlate_masked;
+    CorrelateShifts* correlate_shifts;
     DotProduct* dot_product;
 };
 
 namespace scalar
 {
-CorrelateMasked correlate_masked;
+CorrelateShifts correlate_shifts;
 DotProduct dot_product;
 
 constexpr void fill(MatchKernels* table)
 {
-    table->correlate_masked = correlate_masked;
+    table->correlate_shifts = correlate_shifts;
     table->dot_product = dot_product;
 }
 }  // namespace scalar
 
 namespace sse2
 {
-CorrelateMasked correlate_masked;
+CorrelateShifts correlate_shifts;
 DotProduct dot_product;
 
 constexpr void fill(MatchKernels* table)
 {
-    table->correlate_masked = correlate_masked;
+    table->correlate_shifts = correlate_shifts;
     table->dot_product = dot_product;
 }
 }  // namespace sse2
 
 namespace avx2
 {
-CorrelateMasked correlate_masked;
+CorrelateShifts correlate_shifts;
 DotProduct dot_product;
 
 constexpr void fill(MatchKernels* table)
 {
-    table->correlate_masked = correlate_masked;
+    table->correlate_shifts = correlate_shifts;
     table->dot_product = dot_product;
 }
 }  // namespace avx2
 
 namespace neon
 {
-CorrelateMasked correlate_masked;
+CorrelateShifts correlate_shifts;
 DotProduct dot_product;
 
 constexpr void fill(MatchKernels* table)
 {
-    table->correlate_masked = correlate_masked;
+    table->correlate_shifts = correlate_shifts;
     table->dot_product = dot_product;
 }
 }  // namespace neon

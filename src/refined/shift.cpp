@@ -5,8 +5,8 @@
 #include <cstdlib>
 
 #include "image/pano_result.h"
-#include "kernels/kernels.h"
 #include "refined/elementary.h"
+#include "refined/shift_sums.h"
 
 namespace ozr::refined
 {
@@ -27,64 +27,11 @@ constexpr int32_t kFineReach = 2;
 // pixels agree easily.
 constexpr double kFullShare = 0.25;
 
-struct Area {
-    int32_t x0;  // in the first picture, ends exclusive
-    int32_t x1;
-    int32_t y0;
-    int32_t y1;
-};
-
-Area _common_area(const Unrolled& a, const Unrolled& b, int32_t shift_x, int32_t shift_y)
+// A correlation over few pixels is high by chance. What shows counts: of rolled pictures, corners
+// are all that meet far out.
+double _weight(const Unrolled& a, const Unrolled& b, int32_t shift_x, int32_t shift_y)
 {
-    return {std::max(0, shift_x), std::min(a.width, b.width + shift_x), std::max(0, shift_y),
-            std::min(a.height, b.height + shift_y)};
-}
-
-// Both pictures over the area they have in common.
-struct Common {
-    kernels::MaskedArea first;
-    kernels::MaskedArea second;
-    int32_t columns;
-    int32_t rows;
-};
-
-Common _common(const Unrolled& a, const Unrolled& b, int32_t shift_x, int32_t shift_y)
-{
-    const Area area = _common_area(a, b, shift_x, shift_y);
-    const int64_t at_a = int64_t{area.y0} * a.width + area.x0;
-    const int64_t at_b = int64_t{area.y0 - shift_y} * b.width + area.x0 - shift_x;
-    return {{a.contrast.get() + at_a, a.mask.get() + at_a, a.width},
-            {b.contrast.get() + at_b, b.mask.get() + at_b, b.width},
-            area.x1 - area.x0,
-            area.y1 - area.y0};
-}
-
-double _correlation(const Common& common)
-{
-    if (common.columns < 1 || common.rows < 1)
-        return 0.0;
-    const kernels::MaskedSums sums =
-        kernels::active()->match.correlate_masked(common.first, common.second, common.columns, common.rows);
-    if (sums.aa == 0 || sums.bb == 0)
-        return 0.0;
-    return sums.ab / std::sqrt(static_cast<double>(sums.aa) * sums.bb);
-}
-
-// A correlation over few pixels is high by chance. Masks count: of rolled pictures, corners are all
-// that meet far out.
-double _weight(const Common& common, const Unrolled& a)
-{
-    if (common.columns < 1 || common.rows < 1)
-        return 0.0;
-    int64_t shared = 0;
-    for (int32_t y = 0; y < common.rows; ++y) {
-        const int16_t* first = common.first.mask + y * common.first.stride;
-        const int16_t* second = common.second.mask + y * common.second.stride;
-        int32_t row = 0;
-        for (int32_t x = 0; x < common.columns; ++x)
-            row -= first[x] & second[x];
-        shared += row;
-    }
+    const int64_t shared = count_shared(a, b, shift_x, shift_y);
     const double share = static_cast<double>(shared) / static_cast<double>(int64_t{a.width} * a.height);
     return std::min(1.0, std::sqrt(share / kFullShare));
 }
@@ -110,11 +57,15 @@ PanoResult _fill(const Unrolled& a, const Unrolled& b, const ShiftRange& range, 
     map->values = make_buffer<float>(int64_t{map->columns + 2} * (map->rows + 2));
     if (!map->values)
         return kPanoNoMemory;
+    const Columns shifts = {map->left, map->left + map->columns};
+    ShiftSums sums;
+    PANO_FORWARD(sums.init(a, b, shifts));
     for (int32_t y = 0; y < map->rows; ++y) {
         if (cancel.asked())
             return kPanoCancelled;
+        sums.measure(shifts, map->up + y);
         for (int32_t x = 0; x < map->columns; ++x)
-            *map->at(x, y) = static_cast<float>(_correlation(_common(a, b, map->left + x, map->up + y)));
+            *map->at(x, y) = static_cast<float>(sums.correlation(map->left + x));
     }
     return kPanoSuccess;
 }
@@ -148,19 +99,21 @@ int32_t _keep(Shift* kept, int32_t count, int32_t most, const Shift& offered)
     return std::min(count + 1, most);
 }
 
-Shift _follow(const UnrolledPair& first, const UnrolledPair& second, const Shift& coarse)
+// The best shift around twice a coarse one.
+Shift _follow(const UnrolledPair& first, const UnrolledPair& second, const Shift& coarse, ShiftSums* sums)
 {
     Shift best = {2 * coarse.x, 2 * coarse.y, -1.0};
+    const Columns near = {2 * coarse.x - kFineReach, 2 * coarse.x + kFineReach + 1};
     for (int32_t dy = -kFineReach; dy <= kFineReach; ++dy) {
-        for (int32_t dx = -kFineReach; dx <= kFineReach; ++dx) {
-            const int32_t x = 2 * coarse.x + dx;
-            const int32_t y = 2 * coarse.y + dy;
-            const double value = _correlation(_common(first.fine, second.fine, x, y));
+        const int32_t y = 2 * coarse.y + dy;
+        sums->measure(near, y);
+        for (int32_t x = near.first; x < near.end; ++x) {
+            const double value = sums->correlation(x);
             if (value > best.value)
                 best = {x, y, value};
         }
     }
-    best.value *= _weight(_common(first.fine, second.fine, best.x, best.y), first.fine);
+    best.value *= _weight(first.fine, second.fine, best.x, best.y);
     return best;
 }
 
@@ -182,16 +135,19 @@ PanoResult find_shifts(const UnrolledPair& first, const UnrolledPair& second, co
         for (int32_t x = 0; x < map.columns; ++x) {
             if (!_is_maximum(map, x, y))
                 continue;
-            const Common common = _common(first.coarse, second.coarse, map.left + x, map.up + y);
-            const double value = static_cast<double>(*map.at(x, y)) * _weight(common, first.coarse);
+            const double value = static_cast<double>(*map.at(x, y)) *
+                                 _weight(first.coarse, second.coarse, map.left + x, map.up + y);
             maxima = _keep(followed, maxima, kFollowed, {map.left + x, map.up + y, value});
         }
     }
     shifts->count = 0;
+    const int32_t end = map.left + map.columns;
+    ShiftSums sums;
+    PANO_FORWARD(sums.init(first.fine, second.fine, {2 * map.left - kFineReach, 2 * end + kFineReach}));
     for (int32_t i = 0; i < maxima; ++i) {
         if (cancel.asked())
             return kPanoCancelled;
-        const Shift fine = _follow(first, second, followed[i]);
+        const Shift fine = _follow(first, second, followed[i], &sums);
         // Neighbouring maxima often lead to one place, which is not to be tried twice.
         if (shifts->count == 0 || !_is_near(shifts->best[0], fine))
             shifts->count = _keep(shifts->best, shifts->count, kMaxShifts, fine);

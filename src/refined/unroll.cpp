@@ -60,79 +60,111 @@ SourceLine _source_line(const ConstPlane& plane, double focal, SineCosine roll, 
             roll.cosine * stretch};
 }
 
-void _unroll_column(const ConstPlane& plane, const SourceLine& line, int32_t column, Unrolled* out)
+// A picture on the cylinder as it is sampled: a value is kNothing where nothing shows.
+constexpr int16_t kNothing = -1;
+
+struct Samples {
+    int32_t width;
+    int32_t height;
+    Buffer<int16_t> luma;
+
+    int16_t* row(int32_t y) const { return luma.get() + int64_t{y} * width; }
+};
+
+void _unroll_column(const ConstPlane& plane, const SourceLine& line, int32_t column, const Samples& out)
 {
     const double last_x = plane.width - 1.001;
     const double last_y = plane.height - 1.001;
-    for (int32_t y = 0; y < out->height; ++y) {
+    for (int32_t y = 0; y < out.height; ++y) {
         const double x_at = line.x + y * line.step_x;
         const double y_at = line.y + y * line.step_y;
-        if (!(x_at >= 0.0 && y_at >= 0.0 && x_at <= last_x && y_at <= last_y))
-            continue;
-        const int64_t at = int64_t{y} * out->width + column;
-        out->contrast.get()[at] = static_cast<int16_t>(_sample(plane, _fixed(x_at), _fixed(y_at)));
-        out->mask.get()[at] = -1;
+        const bool shows = x_at >= 0.0 && y_at >= 0.0 && x_at <= last_x && y_at <= last_y;
+        out.row(y)[column] =
+            shows ? static_cast<int16_t>(_sample(plane, _fixed(x_at), _fixed(y_at))) : kNothing;
     }
 }
+
+Columns _shown(const int16_t* luma, int32_t width)
+{
+    Columns shown = {0, width};
+    while (shown.end > 0 && luma[shown.end - 1] == kNothing)
+        --shown.end;
+    while (shown.first < shown.end && luma[shown.first] == kNothing)
+        ++shown.first;
+    return shown;
+}
+
+// What a window holds of a column, or all of it.
+struct WindowSum {
+    int32_t luma;
+    int32_t count;
+};
 
 // Adds (or with sign -1 takes away) a row to the sums of the columns.
-void _add_row(const Unrolled* image, int32_t y, int32_t sign, int32_t* sums, int32_t* counts)
+void _add_row(const int16_t* luma, const Columns& shown, int32_t sign, WindowSum* sums)
 {
-    const int16_t* luma = image->contrast_row(y);
-    const int16_t* mask = image->mask_row(y);
-    for (int32_t x = 0; x < image->width; ++x) {
-        sums[x] += sign * luma[x];
-        counts[x] -= sign * mask[x];
+    for (int32_t x = shown.first; x < shown.end; ++x) {
+        sums[x].luma += sign * luma[x];
+        sums[x].count += sign;
     }
 }
 
-int32_t _contrast(int32_t luma, int32_t sum, int32_t count)
+// Rounded quotients of sums of up to `count` bytes by their count, without dividing: a sum and half
+// of its count is below 256 * count, so that neither do products exceed 32 bits nor is a quotient
+// off by more than 21000 / 2^24 of one.
+class Means
 {
-    return std::clamp(luma - (sum + count / 2) / count, -kMaxContrast, kMaxContrast);
-}
-
-void _contrast_row(const Unrolled& image, int32_t y, const int32_t* sums, const int32_t* counts, int16_t* out)
-{
-    const int16_t *luma = image.contrast_row(y), *mask = image.mask_row(y);
-    const int32_t width = image.width;
-    int32_t sum = 0;
-    int32_t count = 0;
-    for (int32_t x = 0; x < std::min(kWindowHalf, width); ++x) {
-        sum += sums[x];
-        count += counts[x];
+public:
+    Means()
+    {
+        for (int32_t count = 1; count <= kMost; ++count)
+            factors_[count] = (1U << kBits) / static_cast<uint32_t>(count) + 1;
     }
-    for (int32_t x = 0; x < width; ++x) {
-        if (x + kWindowHalf < width) {
-            sum += sums[x + kWindowHalf];
-            count += counts[x + kWindowHalf];
-        }
-        if (x > kWindowHalf) {
-            sum -= sums[x - kWindowHalf - 1];
-            count -= counts[x - kWindowHalf - 1];
-        }
-        out[x] = static_cast<int16_t>(mask[x] != 0 ? _contrast(luma[x], sum, count) : 0);
+    int32_t of(const WindowSum& sum) const
+    {
+        const uint32_t rounded = static_cast<uint32_t>(sum.luma + sum.count / 2);
+        return static_cast<int32_t>(rounded * factors_[sum.count] >> kBits);
+    }
+
+private:
+    static constexpr int32_t kMost = (2 * kWindowHalf + 1) * (2 * kWindowHalf + 1), kBits = 24;
+    uint32_t factors_[kMost + 1] = {};
+};
+
+// `sums` has an empty margin of half a window on each side.
+void _contrast_row(const int16_t* luma, const Columns& shown, const WindowSum* sums, const Means& means,
+                   int16_t* out)
+{
+    WindowSum window = {};
+    for (int32_t x = shown.first - kWindowHalf; x < shown.first + kWindowHalf; ++x)
+        window = {window.luma + sums[x].luma, window.count + sums[x].count};
+    for (int32_t x = shown.first; x < shown.end; ++x) {
+        const WindowSum &next = sums[x + kWindowHalf], &last = sums[x - kWindowHalf];
+        window = {window.luma + next.luma, window.count + next.count};
+        out[x] = static_cast<int16_t>(std::clamp(luma[x] - means.of(window), -kMaxContrast, kMaxContrast));
+        window = {window.luma - last.luma, window.count - last.count};
     }
 }
 
 // Takes the mean of the window off every pixel, by running sums over the columns.
-PanoResult _take_off_means(Unrolled* image)
+PanoResult _take_off_means(const Samples& samples, Unrolled* out)
 {
-    const int32_t width = image->width;
-    auto contrast = make_unfilled_buffer<int16_t>(int64_t{width} * image->height);
-    auto sums = make_buffer<int32_t>(2 * int64_t{width});
-    if (!contrast || !sums)
+    auto sums = make_buffer<WindowSum>(int64_t{samples.width} + 2 * kWindowHalf);
+    if (!sums)
         return kPanoNoMemory;
-    int32_t* counts = sums.get() + width;
-    for (int32_t y = 0; y < std::min(kWindowHalf, image->height); ++y)
-        _add_row(image, y, 1, sums.get(), counts);
-    for (int32_t y = 0; y < image->height; ++y) {
-        if (y + kWindowHalf < image->height)
-            _add_row(image, y + kWindowHalf, 1, sums.get(), counts);
-        if (y > kWindowHalf)
-            _add_row(image, y - kWindowHalf - 1, -1, sums.get(), counts);
-        _contrast_row(*image, y, sums.get(), counts, contrast.get() + int64_t{y} * width);
+    WindowSum* columns = sums.get() + kWindowHalf;
+    const Columns* shown = out->shown.get();
+    const Means means;
+    for (int32_t y = -kWindowHalf; y < out->height; ++y) {
+        const int32_t next = y + kWindowHalf, last = y - kWindowHalf - 1;
+        if (next < out->height)
+            _add_row(samples.row(next), shown[next], 1, columns);
+        if (last >= 0)
+            _add_row(samples.row(last), shown[last], -1, columns);
+        if (y >= 0)
+            _contrast_row(samples.row(y), shown[y], columns, means,
+                          out->contrast.get() + kUnrolledMargin + int64_t{y} * out->stride);
     }
-    image->contrast = std::move(contrast);
     return kPanoSuccess;
 }
 
@@ -142,15 +174,19 @@ PanoResult unroll(const ConstPlane& plane, double focal, double roll, Unrolled* 
 {
     out->width = plane.width;
     out->height = plane.height;
-    const int64_t pixels = int64_t{plane.width} * plane.height;
-    out->contrast = make_buffer<int16_t>(pixels);
-    out->mask = make_buffer<int16_t>(pixels);
-    if (!out->contrast || !out->mask)
+    out->stride = plane.width + kUnrolledMargin;
+    out->contrast = make_buffer<int16_t>(int64_t{out->stride} * plane.height + kUnrolledMargin);
+    out->shown = make_unfilled_buffer<Columns>(plane.height);
+    const Samples samples = {plane.width, plane.height,
+                             make_unfilled_buffer<int16_t>(int64_t{plane.width} * plane.height)};
+    if (!out->contrast || !out->shown || !samples.luma)
         return kPanoNoMemory;
     const SineCosine turn = sine_cosine(roll);
     for (int32_t x = 0; x < out->width; ++x)
-        _unroll_column(plane, _source_line(plane, focal, turn, x), x, out);
-    return _take_off_means(out);
+        _unroll_column(plane, _source_line(plane, focal, turn, x), x, samples);
+    for (int32_t y = 0; y < out->height; ++y)
+        out->shown.get()[y] = _shown(samples.row(y), out->width);
+    return _take_off_means(samples, out);
 }
 
 }  // namespace ozr::refined

@@ -9,19 +9,29 @@
 namespace ozr::refined
 {
 
-// Luma less its mean over a window, at most kMaxContrast either way, with 0 outside the picture;
-// and all ones inside.
+constexpr int32_t kMaxContrast = 60;
+
+// Zeros before and behind every row of contrast: what is shifted a little too far meets nothing.
+constexpr int32_t kUnrolledMargin = 16;
+
+// Columns of a row, [first, end).
+struct Columns {
+    int32_t first;
+    int32_t end;
+};
+
+// Luma less its mean over a window, at most kMaxContrast either way, with 0 outside the picture.
 struct Unrolled {
     int32_t width;
     int32_t height;
+    int32_t stride;  // elements: the margin behind a row is the one before the next
     Buffer<int16_t> contrast;
-    Buffer<int16_t> mask;  // -1 where the cylinder shows the picture, else 0
+    // Of each row: where the cylinder shows the picture. Edges of pictures are cosines on it, so
+    // what lies between two columns that show something shows something too.
+    Buffer<Columns> shown;
 
-    const int16_t* contrast_row(int32_t y) const { return contrast.get() + int64_t{y} * width; }
-    const int16_t* mask_row(int32_t y) const { return mask.get() + int64_t{y} * width; }
+    const int16_t* row(int32_t y) const { return contrast.get() + kUnrolledMargin + int64_t{y} * stride; }
 };
-
-constexpr int32_t kMaxContrast = 60;
 
 // Unrolls a plane for a camera of this focal length (pixels of the plane), whose picture is first
 // rolled by `roll` radians about its middle. kPanoNoMemory.

@@ -478,17 +478,17 @@ TEST(KernelCheck, MatchingOfPatches)
             for (int32_t i = 0; i < count; ++i)
                 block.as<int16_t>()[i] = static_cast<int16_t>(block.as<int16_t>()[i] % most);
         };
-        Guarded a = c.bytes(2 * kRows * n, 2), b = c.bytes(2 * kRows * (n + 5), 2);
-        Guarded a_mask = c.bytes(2 * kRows * n, 2), b_mask = c.bytes(2 * kRows * (n + 5), 2);
+        constexpr int32_t kMostShifts = 5 * kShiftGroup;
+        const int32_t wide = n + kMostShifts - 1;
+        Guarded a = c.bytes(2 * kRows * n, 2), b = c.bytes(2 * kRows * wide, 2);
         limit(a, kRows * n, 1021);
-        limit(b, kRows * (n + 5), 1021);
+        limit(b, kRows * wide, 1021);
         c.check_result(KERNEL(match, dot_product), a.as<int16_t>(), b.as<int16_t>(), n);
-        const MaskedArea first = {a.as<int16_t>(), a_mask.as<int16_t>(), n};
-        const MaskedArea second = {b.as<int16_t>(), b_mask.as<int16_t>(), n + 5};
-        limit(a, kRows * n, 61);
-        limit(b, kRows * (n + 5), 61);
-        c.check_result(KERNEL(match, correlate_masked), first, second, n, kRows);
-        c.check_result(KERNEL(match, correlate_masked), second, first, n, kRows);
+        limit(a, kRows * n, kMostCorrelated + 1);
+        limit(b, kRows * wide, kMostCorrelated + 1);
+        const ShiftedRows both = {b.as<int16_t>(), wide, a.as<int16_t>(), n, n, kRows};
+        for (int32_t shifts : {kShiftGroup, 2 * kShiftGroup, kMostShifts})
+            c.check(KERNEL(match, correlate_shifts), shifts, both, shifts);
     });
 }
 

@@ -22,39 +22,46 @@ int32_t _total(int32x4_t sums)
     return static_cast<int32_t>(total(vreinterpretq_u32_s32(sums)));
 }
 
-void _add(MaskedSums* sums, const MaskedSums& more)
+// The products of four columns, at eight shifts.
+int16x8_t _add_columns(int16x8_t sums, const int16_t* a, const int16_t* b)
 {
-    sums->aa += more.aa;
-    sums->bb += more.bb;
-    sums->ab += more.ab;
+    const int16x4_t four = vld1_s16(b);
+    sums = vmlaq_lane_s16(sums, vld1q_s16(a), four, 0);
+    sums = vmlaq_lane_s16(sums, vld1q_s16(a + 1), four, 1);
+    sums = vmlaq_lane_s16(sums, vld1q_s16(a + 2), four, 2);
+    return vmlaq_lane_s16(sums, vld1q_s16(a + 3), four, 3);
+}
+
+void _correlate_group(int32_t* sums, const ShiftedRows& both)
+{
+    int32x4_t low = vdupq_n_s32(0);
+    int32x4_t high = low;
+    for (int32_t y = 0; y < both.rows; ++y) {
+        const int16_t* a = both.a + y * both.a_stride;
+        const int16_t* b = both.b + y * both.b_stride;
+        for (int32_t x = 0; x < both.columns; x += kLanes) {
+            int16x8_t products = vdupq_n_s16(0);
+            if (x + kLanes <= both.columns) {
+                products = _add_columns(_add_columns(products, a + x, b + x), a + x + 4, b + x + 4);
+            } else {
+                for (int32_t last = x; last < both.columns; ++last)
+                    products = vmlaq_n_s16(products, vld1q_s16(a + last), b[last]);
+            }
+            low = vaddw_s16(low, vget_low_s16(products));
+            high = vaddw_s16(high, vget_high_s16(products));
+        }
+    }
+    vst1q_s32(sums, low);
+    vst1q_s32(sums + 4, high);
 }
 
 }  // namespace
 
-// Whole vectors of all rows first, then what is left of the columns as one narrow area.
-MaskedSums correlate_masked(const MaskedArea& a, const MaskedArea& b, int32_t columns, int32_t rows)
+void correlate_shifts(int32_t* sums, const ShiftedRows& both, int32_t shifts)
 {
-    const int32_t whole = columns > 0 ? columns - columns % kLanes : 0;
-    int32x4_t aa = vdupq_n_s32(0);
-    int32x4_t bb = aa;
-    int32x4_t ab = aa;
-    for (int32_t y = 0; y < rows; ++y) {
-        const int64_t at_a = y * a.stride;
-        const int64_t at_b = y * b.stride;
-        for (int32_t x = 0; x < whole; x += kLanes) {
-            const int16x8_t p = vld1q_s16(a.contrast + at_a + x);
-            const int16x8_t q = vld1q_s16(b.contrast + at_b + x);
-            aa = _add_products(aa, p, vandq_s16(p, vld1q_s16(b.mask + at_b + x)));
-            bb = _add_products(bb, q, vandq_s16(q, vld1q_s16(a.mask + at_a + x)));
-            ab = _add_products(ab, p, q);
-        }
-    }
-    MaskedSums sums = {_total(aa), _total(bb), _total(ab)};
-    if (whole < columns)
-        _add(&sums,
-             scalar::correlate_masked({a.contrast + whole, a.mask + whole, a.stride},
-                                      {b.contrast + whole, b.mask + whole, b.stride}, columns - whole, rows));
-    return sums;
+    for (int32_t first = 0; first < shifts; first += kShiftGroup)
+        _correlate_group(sums + first,
+                         {both.a + first, both.a_stride, both.b, both.b_stride, both.columns, both.rows});
 }
 
 int32_t dot_product(const int16_t* a, const int16_t* b, int32_t count)

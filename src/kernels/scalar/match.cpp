@@ -3,21 +3,21 @@
 namespace ozr::kernels::scalar
 {
 
-MaskedSums correlate_masked(const MaskedArea& a, const MaskedArea& b, int32_t columns, int32_t rows)
+void correlate_shifts(int32_t* sums, const ShiftedRows& both, int32_t shifts)
 {
-    MaskedSums sums = {};
-    for (int32_t y = 0; y < rows; ++y) {
-        const int16_t* p = a.contrast + y * a.stride;
-        const int16_t* p_mask = a.mask + y * a.stride;
-        const int16_t* q = b.contrast + y * b.stride;
-        const int16_t* q_mask = b.mask + y * b.stride;
-        for (int32_t x = 0; x < columns; ++x) {
-            sums.aa += p[x] * (p[x] & q_mask[x]);
-            sums.bb += q[x] * (q[x] & p_mask[x]);
-            sums.ab += p[x] * q[x];
+    for (int32_t first = 0; first < shifts; first += kShiftGroup, sums += kShiftGroup) {
+        int32_t group[kShiftGroup] = {};
+        for (int32_t y = 0; y < both.rows; ++y) {
+            const int16_t* a = both.a + y * both.a_stride + first;
+            const int16_t* b = both.b + y * both.b_stride;
+            for (int32_t x = 0; x < both.columns; ++x) {
+                for (int32_t s = 0; s < kShiftGroup; ++s)
+                    group[s] += a[x + s] * b[x];
+            }
         }
+        for (int32_t s = 0; s < kShiftGroup; ++s)
+            sums[s] = group[s];
     }
-    return sums;
 }
 
 int32_t dot_product(const int16_t* a, const int16_t* b, int32_t count)

@@ -1,18 +1,41 @@
 #include "kernels/match.h"
 #include "kernels/x86/match_rows.h"
 #include "kernels/x86/vectors_avx2.h"
+#include "kernels/x86/vectors_sse2.h"
 
 namespace ozr::kernels::avx2
 {
 
-MaskedSums correlate_masked(const MaskedArea& a, const MaskedArea& b, int32_t columns, int32_t rows)
+namespace
 {
-    return MatchRows<Avx2>::correlate(a, b, columns, rows, sse2::correlate_masked);
+
+// One of eight words in all lanes, straight from memory: of a whole vector, and of half of one.
+template <class V>
+struct Match : V {
+    using Eight = const int16_t*;
+    static Eight eight(const int16_t* words) { return words; }
+    template <int32_t kIndex>
+    static typename V::Words one(Eight words)
+    {
+        return V::all_words(words[kIndex]);
+    }
+};
+
+void _correlate_half(int32_t* sums, const ShiftedRows& both, int32_t shifts)
+{
+    MatchRows<Match<Sse2>>::correlate(sums, both, shifts, nullptr);
+}
+
+}  // namespace
+
+void correlate_shifts(int32_t* sums, const ShiftedRows& both, int32_t shifts)
+{
+    MatchRows<Match<Avx2>>::correlate(sums, both, shifts, _correlate_half);
 }
 
 int32_t dot_product(const int16_t* a, const int16_t* b, int32_t count)
 {
-    return MatchRows<Avx2>::dot(a, b, count, sse2::dot_product);
+    return MatchRows<Match<Avx2>>::dot(a, b, count, sse2::dot_product);
 }
 
 }  // namespace ozr::kernels::avx2

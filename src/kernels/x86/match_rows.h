@@ -1,18 +1,17 @@
-// Sums of products, written once for vectors of two widths. The last vector of a row ends with the
-// row, and counts only the lanes that no other has counted.
+// Sums of products, written once for vectors of two widths.
 #ifndef OZR_MATCH_ROWS_H
 #define OZR_MATCH_ROWS_H
 
 #include <emmintrin.h>
 #include <stdint.h>
 
-#include "kernels/last_lanes.h"
 #include "kernels/match.h"
 
 namespace ozr::kernels
 {
 
-// Unnamed: each file that includes this has its own copy, compiled for its own instruction set.
+// Unnamed: each file that includes this has a copy of its own, compiled for its own
+// instruction set.
 namespace
 {
 
@@ -20,7 +19,9 @@ template <class V>
 class MatchRows
 {
     using Words = typename V::Words;
+    using Ints = typename V::Ints;
     using Sums = typename V::Sums;
+    using Vector = typename V::Vector;
     static constexpr int32_t kLanes = V::kBytes / 2;
 
     static Words words(const int16_t* from) { return Words(V::load(from)); }
@@ -34,32 +35,56 @@ class MatchRows
         return _mm_cvtsi128_si32(four);
     }
 
-public:
-    static MaskedSums correlate(const MaskedArea& a, const MaskedArea& b, int32_t columns, int32_t rows,
-                                CorrelateMasked* below)
+    static ShiftedRows from(const ShiftedRows& both, int32_t shift)
     {
-        if (columns < kLanes)
-            return below(a, b, columns, rows);
-        const int32_t whole = columns - columns % kLanes, last = columns - kLanes;
-        const Words left =
-            words(reinterpret_cast<const int16_t*>(last_lanes(V::kBytes, 2 * (columns - whole))));
-        Sums aa = {}, bb = {}, ab = {};
-        const auto add = [&](const int16_t* p, const int16_t* p_mask, const int16_t* q, const int16_t* q_mask,
-                             Words counted) {
-            const Words of_a = words(p) & counted, of_b = words(q) & counted;
-            aa += V::multiply_add(of_a, of_a & words(q_mask));
-            bb += V::multiply_add(of_b, of_b & words(p_mask));
-            ab += V::multiply_add(of_a, of_b);
-        };
-        for (int32_t y = 0; y < rows; ++y) {
-            const int16_t *p = a.contrast + y * a.stride, *p_mask = a.mask + y * a.stride;
-            const int16_t *q = b.contrast + y * b.stride, *q_mask = b.mask + y * b.stride;
-            for (int32_t x = 0; x < whole; x += kLanes)
-                add(p + x, p_mask + x, q + x, q_mask + x, V::all_words(-1));
-            if (whole < columns)
-                add(p + last, p_mask + last, q + last, q_mask + last, left);
+        return {both.a + shift, both.a_stride, both.b, both.b_stride, both.columns, both.rows};
+    }
+
+    // The sum of the products of some columns, of the eight of `b`.
+    template <int32_t kCount>
+    static Words add_columns(const int16_t* a, typename V::Eight b)
+    {
+        const Words product = words(a + kCount - 1) * V::template one<kCount - 1>(b);
+        if constexpr (kCount > 1)
+            return add_columns<kCount - 1>(a, b) + product;
+        else
+            return product;
+    }
+
+    // As many shifts as a vector has lanes, products of eight columns at a time.
+    static void correlate_some(int32_t* sums, const ShiftedRows& both)
+    {
+        constexpr int32_t kColumns = 8;
+        Ints even = {}, odd = {};  // by the lanes of words
+        for (int32_t y = 0; y < both.rows; ++y) {
+            const int16_t* a = both.a + y * both.a_stride;
+            const int16_t* b = both.b + y * both.b_stride;
+            const auto add = [&](Words products) {
+                even += Ints(Sums(products) << 16) >> 16;
+                odd += Ints(products) >> 16;
+            };
+            int32_t x = 0;
+            for (; x + kColumns <= both.columns; x += kColumns)
+                add(add_columns<kColumns>(a + x, V::eight(b + x)));
+            Words rest = {};
+            for (; x < both.columns; ++x)
+                rest += words(a + x) * V::all_words(b[x]);
+            add(rest);
         }
-        return {total(aa), total(bb), total(ab)};
+        const typename V::Two ordered = V::halves(V::weave_low_ints(Vector(even), Vector(odd)),
+                                                  V::weave_high_ints(Vector(even), Vector(odd)));
+        V::store(sums, ordered.first);
+        V::store(sums + kLanes / 2, ordered.second);
+    }
+
+public:
+    static void correlate(int32_t* sums, const ShiftedRows& both, int32_t shifts, CorrelateShifts* below)
+    {
+        int32_t first = 0;
+        for (; first + kLanes <= shifts; first += kLanes)
+            correlate_some(sums + first, from(both, first));
+        if (first < shifts)
+            below(sums + first, from(both, first), shifts - first);
     }
 
     static int32_t dot(const int16_t* a, const int16_t* b, int32_t count, DotProduct* below)

@@ -5,14 +5,36 @@
 namespace ozr::kernels::sse2
 {
 
-MaskedSums correlate_masked(const MaskedArea& a, const MaskedArea& b, int32_t columns, int32_t rows)
+namespace
 {
-    return MatchRows<Sse2>::correlate(a, b, columns, rows, scalar::correlate_masked);
+
+struct MatchSse2 : Sse2 {
+    // Eight words, each twice, and one of them in all lanes.
+    using Eight = TwoWords;
+    static Eight eight(const int16_t* words)
+    {
+        const Words all = Words(load(words));
+        return {Words(weave_low_words(all, all)), Words(weave_high_words(all, all))};
+    }
+    template <int32_t kIndex>
+    static Words one(const Eight& words)
+    {
+        const Vector half = Vector(kIndex < 4 ? words.first : words.second);
+        constexpr int32_t kLane = kIndex % 4;
+        return Words(_mm_shuffle_epi32(half, _MM_SHUFFLE(kLane, kLane, kLane, kLane)));
+    }
+};
+
+}  // namespace
+
+void correlate_shifts(int32_t* sums, const ShiftedRows& both, int32_t shifts)
+{
+    MatchRows<MatchSse2>::correlate(sums, both, shifts, scalar::correlate_shifts);
 }
 
 int32_t dot_product(const int16_t* a, const int16_t* b, int32_t count)
 {
-    return MatchRows<Sse2>::dot(a, b, count, scalar::dot_product);
+    return MatchRows<MatchSse2>::dot(a, b, count, scalar::dot_product);
 }
 
 }  // namespace ozr::kernels::sse2
