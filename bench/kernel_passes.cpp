@@ -378,6 +378,16 @@ void add_refined(Passes* passes)
     passes->add(KERNEL(match, dot_product), 4 * n, [&p, w, h, words](auto f) {
         each_row(h, [&](int32_t y) { keep(f(words(p.zeros) + y, words(p.b) + y, w)); });
     });
+    passes->add(KERNEL(match, sample_patch), 2 * n, [&p, w, h](auto f) {
+        constexpr int32_t kSide = 17, kOne = 1 << 16;
+        int16_t patch[kSide * kSide];
+        for (int32_t y = 0; y + kSide + 4 < h; y += kSide) {
+            for (int32_t x = 0; x + kSide + 4 < w; x += kSide)
+                f(patch, {p.a.data(), w, w, h},
+                  {x * kOne + 9999, y * kOne + 9999, kOne + 999, 999, -999, kOne - 999, kSide});
+        }
+        keep(patch[0]);
+    });
     passes->add(KERNEL(match, correlate_shifts), 4 * n, [&p, w, h, words](auto f) {
         int32_t sums[2 * ozr::kernels::kShiftGroup];
         const int32_t shifts = static_cast<int32_t>(std::size(sums));

@@ -30,20 +30,45 @@ using CorrelateShifts = void(int32_t* sums, const ShiftedRows& both, int32_t shi
 // products of -32768 next to each other do not.
 using DotProduct = int32_t(const int16_t* a, const int16_t* b, int32_t count);
 
+// A square of places in a picture, Q16 pixels: the first one at (x, y), from there in steps to the
+// right and down.
+struct PatchPlaces {
+    int32_t x, y;
+    int32_t right_x, right_y;
+    int32_t down_x, down_y;
+    int32_t side;
+};
+
+// The plane of a picture: at least 2 x 2 pixels.
+struct PatchPlane {
+    const uint8_t* src;
+    int64_t stride;
+    int32_t width, height;
+};
+
+// dst[side * j + i] = (u (256 - ty) + l ty) >> 13 in Q3, for the place of row j and column i, with
+// the 8 bits tx and ty below its point, from the pixels around it:
+//   u = pixel(0, 0) (256 - tx) + pixel(0, 1) tx, l = pixel(1, 0) (256 - tx) + pixel(1, 1) tx
+// All places are within [0, width - 1) and [0, height - 1).
+using SamplePatch = void(int16_t* dst, const PatchPlane& plane, const PatchPlaces& places);
+
 struct MatchKernels {
     CorrelateShifts* correlate_shifts;
     DotProduct* dot_product;
+    SamplePatch* sample_patch;
 };
 
 namespace scalar
 {
 CorrelateShifts correlate_shifts;
 DotProduct dot_product;
+SamplePatch sample_patch;
 
 constexpr void fill(MatchKernels* table)
 {
     table->correlate_shifts = correlate_shifts;
     table->dot_product = dot_product;
+    table->sample_patch = sample_patch;
 }
 }  // namespace scalar
 
@@ -59,15 +84,27 @@ constexpr void fill(MatchKernels* table)
 }
 }  // namespace sse2
 
+namespace ssse3
+{
+SamplePatch sample_patch;
+
+constexpr void fill(MatchKernels* table)
+{
+    table->sample_patch = sample_patch;
+}
+}  // namespace ssse3
+
 namespace avx2
 {
 CorrelateShifts correlate_shifts;
 DotProduct dot_product;
+SamplePatch sample_patch;
 
 constexpr void fill(MatchKernels* table)
 {
     table->correlate_shifts = correlate_shifts;
     table->dot_product = dot_product;
+    table->sample_patch = sample_patch;
 }
 }  // namespace avx2
 

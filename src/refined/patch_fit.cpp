@@ -17,7 +17,6 @@ namespace
 
 constexpr int32_t kPlaceBits = 16;
 constexpr int32_t kWeightBits = 8;
-constexpr int32_t kWeightOne = 1 << kWeightBits;
 constexpr int32_t kLevelBits = 3;
 constexpr int32_t kLevelOne = 1 << kLevelBits;
 
@@ -67,28 +66,17 @@ bool _sample(const PatchTask& task, int32_t half, int16_t* out)
         return false;
     const double one = 1 << kPlaceBits;
     const auto fixed = [=](double v) { return static_cast<int32_t>(v < 0 ? v * one - 0.5 : v * one + 0.5); };
-    const int32_t right_x = fixed(shape.right_x);
-    const int32_t right_y = fixed(shape.right_y);
-    const int32_t down_x = fixed(shape.down_x);
-    const int32_t down_y = fixed(shape.down_y);
+    kernels::PatchPlaces places = {};
+    places.right_x = fixed(shape.right_x);
+    places.right_y = fixed(shape.right_y);
+    places.down_x = fixed(shape.down_x);
+    places.down_y = fixed(shape.down_y);
+    places.side = 2 * half + 1;
     // Half a weight is added once, so that cutting the lower bits off rounds.
     const int32_t rounding = 1 << (kPlaceBits - kWeightBits - 1);
-    int32_t row_x = fixed(x) + rounding - half * (right_x + down_x);
-    int32_t row_y = fixed(y) + rounding - half * (right_y + down_y);
-    for (int32_t j = -half; j <= half; ++j, row_x += down_x, row_y += down_y) {
-        int32_t at_x = row_x;
-        int32_t at_y = row_y;
-        for (int32_t i = -half; i <= half; ++i, at_x += right_x, at_y += right_y) {
-            const uint8_t* top = plane.row(at_y >> kPlaceBits) + (at_x >> kPlaceBits);
-            const uint8_t* bottom = top + plane.stride;
-            const int32_t fx = (at_x >> (kPlaceBits - kWeightBits)) & (kWeightOne - 1);
-            const int32_t fy = (at_y >> (kPlaceBits - kWeightBits)) & (kWeightOne - 1);
-            const int32_t upper = top[0] * (kWeightOne - fx) + top[1] * fx;
-            const int32_t lower = bottom[0] * (kWeightOne - fx) + bottom[1] * fx;
-            *out++ = static_cast<int16_t>((upper * (kWeightOne - fy) + lower * fy) >>
-                                          (2 * kWeightBits - kLevelBits));
-        }
-    }
+    places.x = fixed(x) + rounding - half * (places.right_x + places.down_x);
+    places.y = fixed(y) + rounding - half * (places.right_y + places.down_y);
+    kernels::active()->match.sample_patch(out, {plane.data, plane.stride, plane.width, plane.height}, places);
     return true;
 }
 

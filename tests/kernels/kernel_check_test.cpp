@@ -492,6 +492,40 @@ TEST(KernelCheck, MatchingOfPatches)
     });
 }
 
+// Patches of all sides, shapes from a third of the size to thrice, turned and mirrored ones, up to
+// the edges of pictures of which some are too small for vectors.
+TEST(KernelCheck, PatchesOfPictures)
+{
+    constexpr int32_t kOne = 1 << 16;
+    for_each_case([](Case c) {
+        const int32_t width = 2 + c.count % 45, height = 2 + c.random()->below(40), side = 1 + c.count % 18;
+        const int32_t stride = width + c.random()->below(3);
+        Guarded pixels = c.bytes(stride * (height - 1) + width);
+        for (int32_t wild : {kOne / 50, kOne / 4, 3 * kOne}) {
+            const auto off = [&] { return c.random()->below(2 * wild + 1) - wild; };
+            const int32_t upright = wild > kOne ? 0 : kOne;
+            PatchPlaces places = {0, 0, upright + off(), off(), off(), upright + off(), side};
+            // Shrunk until it fits, then laid anywhere inside: often at an edge.
+            const auto lay = [&](int32_t* right, int32_t* down, int32_t pixels_there) {
+                const int32_t room = (pixels_there - 1) * kOne - 1;
+                const auto reach = [&] { return (side - 1) * (std::abs(*right) + std::abs(*down)); };
+                while (reach() > room) {
+                    *right /= 2;
+                    *down /= 2;
+                }
+                const int32_t before = (side - 1) * (std::min(*right, 0) + std::min(*down, 0));
+                const int32_t left = room - reach();
+                const int32_t at = c.random()->below(3);
+                return (at == 0 ? 0 : at == 1 ? left : c.random()->below(left + 1)) - before;
+            };
+            places.x = lay(&places.right_x, &places.down_x, width);
+            places.y = lay(&places.right_y, &places.down_y, height);
+            const PatchPlane plane = {pixels.data(), stride, width, height};
+            c.check(KERNEL(match, sample_patch), side * side, plane, places);
+        }
+    });
+}
+
 // A level is chosen only with all of its features; this machine's own do not matter.
 TEST(KernelCheck, LevelsAreChosenByAllOfTheirFeatures)
 {

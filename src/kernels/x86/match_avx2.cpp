@@ -1,5 +1,6 @@
 #include "kernels/match.h"
 #include "kernels/x86/match_rows.h"
+#include "kernels/x86/patch_rows.h"
 #include "kernels/x86/vectors_avx2.h"
 #include "kernels/x86/vectors_sse2.h"
 
@@ -21,6 +22,37 @@ struct Match : V {
     }
 };
 
+struct PatchAvx2 : Avx2 {
+    // Numbers of the blocks, each in all of its half.
+    static Ints spread(const int32_t* blocks)
+    {
+        const Vector both = _mm256_castsi128_si256(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(blocks)));
+        return Ints(_mm256_permutevar8x32_epi32(both, _mm256_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1)));
+    }
+    static Ints repeated(const int32_t* ints)
+    {
+        return Ints(_mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(ints))));
+    }
+    static Words multiply_add_bytes(Vector a, Words b) { return Words(_mm256_maddubs_epi16(a, Vector(b))); }
+    static Words shuffled(Vector bytes, Words order)
+    {
+        return Words(_mm256_shuffle_epi8(bytes, Vector(order)));
+    }
+    static Vector load_blocks(const uint8_t* const* src, int64_t offset)
+    {
+        const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src[0] + offset));
+        const __m128i second = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src[1] + offset));
+        return _mm256_inserti128_si256(_mm256_castsi128_si256(first), second, 1);
+    }
+    static void store_blocks(int16_t* dst, const int32_t* to, Words words)
+    {
+        const __m128i first = _mm256_castsi256_si128(Vector(words));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + to[0]), first);
+        const __m128i second = _mm256_extracti128_si256(Vector(words), 1);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + to[1]), second);
+    }
+};
+
 void _correlate_half(int32_t* sums, const ShiftedRows& both, int32_t shifts)
 {
     MatchRows<Match<Sse2>>::correlate(sums, both, shifts, nullptr);
@@ -36,6 +68,11 @@ void correlate_shifts(int32_t* sums, const ShiftedRows& both, int32_t shifts)
 int32_t dot_product(const int16_t* a, const int16_t* b, int32_t count)
 {
     return MatchRows<Match<Avx2>>::dot(a, b, count, sse2::dot_product);
+}
+
+void sample_patch(int16_t* dst, const PatchPlane& plane, const PatchPlaces& places)
+{
+    PatchRows<PatchAvx2>::sample(dst, plane, places, scalar::sample_patch);
 }
 
 }  // namespace ozr::kernels::avx2
