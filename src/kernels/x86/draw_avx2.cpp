@@ -8,22 +8,26 @@ namespace ozr::kernels::avx2
 namespace
 {
 
+// The bytes of the first number for the first half, those of the second one for the other: of
+// words, and of the lower words of numbers of 32 bits.
+alignas(32) constexpr uint16_t kSpreadWords[] = {0x0100, 0x0100, 0x0100, 0x0100, 0x0100, 0x0100,
+                                                 0x0100, 0x0100, 0x0302, 0x0302, 0x0302, 0x0302,
+                                                 0x0302, 0x0302, 0x0302, 0x0302};
+alignas(32) constexpr uint16_t kSpreadInts[] = {0x0100, 0x0100, 0x0100, 0x0100, 0x0100, 0x0100,
+                                                0x0100, 0x0100, 0x0504, 0x0504, 0x0504, 0x0504,
+                                                0x0504, 0x0504, 0x0504, 0x0504};
+
 struct DrawAvx2 : Avx2 {
     static Words spread(const int16_t* blocks)
     {
         const Vector both = _mm256_broadcastd_epi32(_mm_loadu_si32(blocks));
-        return shuffled(both, halves(0x0100, 0x0302));
+        return shuffled(both, Words(load(kSpreadWords)));
     }
     static Words spread(const int32_t* blocks)
     {
         const Vector both =
             _mm256_broadcastq_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(blocks)));
-        return shuffled(both, halves(0x0100, 0x0504));
-    }
-    // One word for all of the first half, another for all of the second.
-    static Words halves(int16_t first, int16_t second)
-    {
-        return Words(_mm256_set_m128i(_mm_set1_epi16(second), _mm_set1_epi16(first)));
+        return shuffled(both, Words(load(kSpreadInts)));
     }
     static Words repeated(const int16_t* words) { return Words(twice(words)); }
     static Vector repeated(const int8_t* bytes) { return twice(bytes); }

@@ -52,6 +52,14 @@ protected:
 
     static void store(int32_t* dst, Ints ints) { V::store(dst, Vector(ints)); }
 
+    // A constant by way of memory: what the compiler knows it makes anew for every vector.
+    static Words kept_pairs(int16_t even, int16_t odd)
+    {
+        const int16_t words[8] = {even, odd, even, odd, even, odd, even, odd};
+        return V::repeated(words);
+    }
+    static Words kept(int16_t value) { return kept_pairs(value, value); }
+
     // Starts of as many blocks as a vector has numbers, from nodes of which there is one more.
     static void start_some(const DrawPlane& plane, const int32_t* xs, const int32_t* ys, DrawStarts* starts,
                            int32_t first)
@@ -189,10 +197,12 @@ protected:
         }
     }
 
-    static Words finished(Words sample, Words gain, Words shift)
+    Words half_level_ = kept(1 << (kDrawShiftBits - 1));
+
+    Words finished(Words sample, Words gain, Words shift) const
     {
         const Words level = V::add_limited(V::multiply_round(sample, gain), shift);
-        return V::add_limited(level, V::all_words(1 << (kDrawShiftBits - 1))) >> kDrawShiftBits;
+        return V::add_limited(level, half_level_) >> kDrawShiftBits;
     }
 
     static DrawNodes from(const DrawNodes& nodes, int32_t b)
@@ -256,13 +266,20 @@ class DrawLuma : DrawRows<V, LumaShape>
         Words first_taps, last_taps;
     };
 
+    // Sixteenths of a pixel as numbers of weights: a zero comes from the other byte.
+    Words low_ = Base::kept(0x000F), no_high_ = Base::kept(INT16_MIN);
+    Words high_ = Base::kept(0x0F00), no_low_ = Base::kept(0x0080);
+    Words first_taps_ = Base::kept(0x0100), last_taps_ = Base::kept(0x0302);
+
+    Words in_high(Words place) const { return ((place << 2) & high_) | no_low_; }
+
     Across across(Words x) const
     {
-        constexpr int16_t kNone = INT16_MIN;  // in the upper byte: a zero comes from there
-        const Words low = ((x >> 6) & 0x000F) | kNone, high = ((x << 2) & 0x0F00) | 0x0080;
-        const Words column = x >> kDrawPlaceBits, taps = (column | (column << 8)) + 0x0100;
+        const Words low = ((x >> 6) & low_) | no_high_, high = in_high(x);
+        const Words column = x >> kDrawPlaceBits, taps = column | (column << 8);
         return {V::shuffled(weights_[0], low) | V::shuffled(weights_[1], high),
-                V::shuffled(weights_[2], low) | V::shuffled(weights_[3], high), taps, taps + 0x0202};
+                V::shuffled(weights_[2], low) | V::shuffled(weights_[3], high), taps + first_taps_,
+                taps + last_taps_};
     }
 
     template <int32_t kRows, int32_t kRow = 0>
@@ -288,12 +305,12 @@ public:
                              across(Base::places(starts.x + b, starts.step_x + b, steps_)), rows);
         const Words y = Base::places(starts.y + b, starts.step_y + b, steps_);
         Base::template pick_rows<kTurn>(rows, y >> kDrawPlaceBits);
-        const Words down = ((y << 2) & 0x0F00) | 0x0080;  // weights in the upper bytes: Q15
+        const Words down = in_high(y);  // weights in the upper bytes: Q15
         const auto part = [&](int32_t i) {
             return V::multiply_round(rows[i], V::shuffled(weights_[i], down));
         };
         const Words sample = V::add_limited(V::add_limited(part(1), part(0) + part(3)), part(2));
-        V::store_blocks(dst, Base::finished(sample, Base::between(nodes.gain, ramp_),
+        V::store_blocks(dst, this->finished(sample, Base::between(nodes.gain, ramp_),
                                             Base::between(nodes.shift[0], ramp_)));
     }
 
@@ -314,6 +331,9 @@ class DrawChroma : DrawRows<V, ChromaShape>
 
     Words steps_ = Base::half_ramp();
     typename Base::Ramp ramp_ = Base::ramp();
+    Words part_ = Base::kept(63), one_ = Base::kept(64), down_ = Base::kept(127 << 8);
+    Words middle_ = Base::kept(128 * 64), neutral_ = Base::kept(128 << kDrawShiftBits);
+    Words pairs_ = Base::kept_pairs(0x0200, 0x0301), odd_ = Base::kept_pairs(0, -1);
 
     template <int32_t kRows, int32_t kRow = 0>
     static void load_rows(const typename Base::Sources& sources, int64_t stride, Words order, Words across,
@@ -333,19 +353,18 @@ public:
     {
         const Words x = Base::places(starts.x + b, starts.step_x + b, steps_) >> 1;
         const Words y = Base::places(starts.y + b, starts.step_y + b, steps_) >> 1;
-        const Words part = (x >> 4) & 63, across = (64 - part) | (part << 8);
+        const Words part = (x >> 4) & part_, across = (one_ - part) | (part << 8);
         const Words column = (x >> kDrawPlaceBits) << 1;
         // A pair and the next one, the same byte of both.
-        const Words order = (column | (column << 8)) + V::all_pairs(0x0200, 0x0301);
+        const Words order = (column | (column << 8)) + pairs_;
         Words rows[size_t{2} + kTurn];
         load_rows<2 + kTurn>({plane, starts, b}, plane.stride, order, across, rows);
         Base::template pick_rows<kTurn>(rows, y >> kDrawPlaceBits);
-        const Words down = ((y >> 3) & 127) << 8;
-        const Words half = rows[0] + V::multiply_round(rows[1] - rows[0], down) - 128 * 64;
-        const Words shift = Base::chosen(V::all_pairs(0, -1), Base::between(nodes.shift[1], ramp_),
-                                         Base::between(nodes.shift[0], ramp_));
-        V::store_blocks(dst, Base::finished(half + half, Base::between(nodes.gain, ramp_),
-                                            shift + (128 << kDrawShiftBits)));
+        const Words down = (y << 5) & down_;
+        const Words half = rows[0] + V::multiply_round(rows[1] - rows[0], down) - middle_;
+        const Words shift =
+            Base::chosen(odd_, Base::between(nodes.shift[1], ramp_), Base::between(nodes.shift[0], ramp_));
+        V::store_blocks(dst, this->finished(half + half, Base::between(nodes.gain, ramp_), shift + neutral_));
     }
 
     template <DrawChromaRow* kBelow>
