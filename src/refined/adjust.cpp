@@ -68,6 +68,12 @@ constexpr int32_t kSkewUnknowns = 2;
 constexpr int32_t kMatchUnknowns = 14;
 constexpr int32_t kUnknownsOfFreedom[] = {7, 10, kMatchUnknowns};
 
+// The second picture's turn changes a match by the opposite of what the first one's does, so that
+// sums are kept of the first one's alone.
+constexpr int32_t kTurnUnknowns = 3;
+constexpr int32_t kSumUnknowns = kMatchUnknowns - kTurnUnknowns;
+constexpr int32_t kSumWidth = kSumUnknowns + 1;  // even: numbers are added two at a time
+
 // A task with the places of its unknowns.
 struct Problem : AdjustTask {
     int32_t unknowns() const
@@ -86,37 +92,68 @@ struct Problem : AdjustTask {
     int32_t match_unknowns() const { return kUnknownsOfFreedom[freedom]; }
 };
 
-void _spread(const Slope& slope, double row[kMatchUnknowns])
-{
-    for (int32_t i = 0; i < 3; ++i) {
-        row[i] = slope.turn[i];
-        row[3 + i] = -slope.turn[i];
-    }
-    row[6] = slope.first_zoom + slope.second_zoom;
-    row[7] = slope.first_zoom;
-    row[8] = slope.second_zoom;
-    row[9] = slope.radial;
-    for (int32_t i = 0; i < kSkewUnknowns; ++i) {
-        row[10 + i] = slope.first_skew[i];
-        row[12 + i] = slope.second_skew[i];
-    }
-}
+// The slopes of one coordinate, with a 0 behind those that count.
+struct Row {
+    double at[kSumWidth];
+    double residual;
 
-// The equations of one link, before its unknowns find their place among all.
-struct LinkEquations {
-    double matrix[kMatchUnknowns][kMatchUnknowns];
-    double right[kMatchUnknowns];
-
-    void add(const double row[kMatchUnknowns], int32_t unknowns, double residual, double weight)
+    Row(const Slope& slope, LensFreedom freedom, double residual_of_row) : at{}, residual(residual_of_row)
     {
-        for (int32_t i = 0; i < unknowns; ++i) {
-            const double weighted = weight * row[i];
-            right[i] -= weighted * residual;
-            for (int32_t j = 0; j <= i; ++j)
-                matrix[i][j] += weighted * row[j];
+        for (int32_t i = 0; i < kTurnUnknowns; ++i)
+            at[i] = slope.turn[i];
+        at[3] = slope.first_zoom + slope.second_zoom;
+        if (freedom == kLensOfPair)
+            return;
+        at[4] = slope.first_zoom;
+        at[5] = slope.second_zoom;
+        at[6] = slope.radial;
+        for (int32_t i = 0; freedom == kShutterToo && i < kSkewUnknowns; ++i) {
+            at[7 + i] = slope.first_skew[i];
+            at[9 + i] = slope.second_skew[i];
         }
     }
 };
+
+// The equations of one link, before its unknowns find their place among all.
+struct LinkEquations {
+    double matrix[kSumUnknowns][kSumWidth];
+    double right[kSumUnknowns];
+
+    // Both coordinates of a match.
+    template <int32_t kUnknowns>
+    void add(const Row& x, const Row& y, double weight)
+    {
+        constexpr int32_t kWidth = (kUnknowns + 1) / 2 * 2;
+        for (int32_t i = 0; i < kUnknowns; ++i) {
+            const double by_x = weight * x.at[i], by_y = weight * y.at[i];
+            right[i] = right[i] - by_x * x.residual - by_y * y.residual;
+            for (int32_t j = 0; j < kWidth; ++j)
+                matrix[i][j] = matrix[i][j] + by_x * x.at[j] + by_y * y.at[j];
+        }
+    }
+
+    void add(const Row& x, const Row& y, LensFreedom freedom, double weight)
+    {
+        if (freedom == kLensOfPair)
+            add<kUnknownsOfFreedom[kLensOfPair] - kTurnUnknowns>(x, y, weight);
+        else if (freedom == kLensOfSweep)
+            add<kUnknownsOfFreedom[kLensOfSweep] - kTurnUnknowns>(x, y, weight);
+        else
+            add<kSumUnknowns>(x, y, weight);
+    }
+};
+
+// Which sum an unknown of a match has, and its sign there.
+struct SumPlace {
+    int32_t index;
+    double sign;
+};
+
+SumPlace _sum_place(int32_t unknown)
+{
+    return {unknown < kTurnUnknowns ? unknown : unknown - kTurnUnknowns,
+            unknown >= kTurnUnknowns && unknown < 2 * kTurnUnknowns ? -1.0 : 1.0};
+}
 
 void _scatter(const Problem& problem, const Link& link, const LinkEquations& part, NormalEquations* all)
 {
@@ -137,9 +174,13 @@ void _scatter(const Problem& problem, const Link& link, const LinkEquations& par
                                            skews[1],
                                            skews[1] + 1};
     for (int32_t i = 0; i < problem.match_unknowns(); ++i) {
-        all->right[place[i]] += part.right[i];
-        for (int32_t j = 0; j <= i; ++j)
-            all->matrix[std::max(place[i], place[j])][std::min(place[i], place[j])] += part.matrix[i][j];
+        const SumPlace row = _sum_place(i);
+        all->right[place[i]] += row.sign * part.right[row.index];
+        for (int32_t j = 0; j <= i; ++j) {
+            const SumPlace column = _sum_place(j);
+            all->matrix[std::max(place[i], place[j])][std::min(place[i], place[j])] +=
+                row.sign * column.sign * part.matrix[row.index][column.index];
+        }
     }
 }
 
@@ -149,23 +190,21 @@ double _add_link(const Problem& problem, const Link& link, const Lenses& lenses,
                  NormalEquations* equations)
 {
     const LinkView view = link_view(lenses, link.first, link.second);
+    const LensFreedom freedom = problem.freedom;
     const double square = width * width;
     LinkEquations part = {};
     double cost = 0.0;
     for (int32_t i = 0; i < link.count; ++i) {
         Residual residual;
-        if (!residual_of(view, link.matches[i], &residual)) {
+        if (!residual_of(view, link.matches[i], freedom, &residual)) {
             cost += square;
             continue;
         }
         const double distance = residual.x * residual.x + residual.y * residual.y;
         const double share = square / (square + distance);
         cost += share * distance;
-        double row[kMatchUnknowns];
-        _spread(residual.slope_x, row);
-        part.add(row, problem.match_unknowns(), residual.x, share * share);
-        _spread(residual.slope_y, row);
-        part.add(row, problem.match_unknowns(), residual.y, share * share);
+        const Row x(residual.slope_x, freedom, residual.x), y(residual.slope_y, freedom, residual.y);
+        part.add(x, y, freedom, share * share);
     }
     _scatter(problem, link, part, equations);
     return cost;

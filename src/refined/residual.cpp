@@ -55,7 +55,7 @@ LinkView link_view(const Lenses& lenses, int32_t first, int32_t second)
             lenses.skews[second]};
 }
 
-bool residual_of(const LinkView& view, const Match& match, Residual* residual)
+bool residual_of(const LinkView& view, const Match& match, LensFreedom freedom, Residual* residual)
 {
     const Place seen =
         unskewed_place({match.first.x / view.first_focal, match.first.y / view.first_focal}, view.first_skew);
@@ -94,6 +94,8 @@ bool residual_of(const LinkView& view, const Match& match, Residual* residual)
     take_seen({-seen.x, -seen.y}, &x->first_zoom, &y->first_zoom);
     x->second_zoom = view.second_focal * shown.x;
     y->second_zoom = view.second_focal * shown.y;
+    if (freedom == kLensOfPair)
+        return true;
     take(view.second.turn_back(view.first.turn({square * seen.x, square * seen.y, 0.0})), &x->radial,
          &y->radial);
     // The second lens bends back: r (1 + k1 r^2) stays what it is while k1 grows.
@@ -101,6 +103,8 @@ bool residual_of(const LinkView& view, const Match& match, Residual* residual)
     const double back = -view.second_focal * bent_square / bent.stretch;
     x->radial += back * bent.place.x;
     y->radial += back * bent.place.y;
+    if (freedom == kLensOfSweep)
+        return true;
     take_seen({-seen.x, seen.y}, &x->first_skew[0], &y->first_skew[0]);
     take_seen({-seen.y, -seen.x}, &x->first_skew[1], &y->first_skew[1]);
     x->second_skew[0] = view.second_focal * bent.place.x;
