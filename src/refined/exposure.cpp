@@ -39,22 +39,6 @@ struct Equations {
     double right[kUnknowns];
 };
 
-struct Term {
-    int32_t unknown;
-    double factor;
-};
-
-// Terms come in order of their unknowns.
-void _add_equation(Equations* equations, const Term* terms, int32_t count, double value, double weight)
-{
-    for (int32_t i = 0; i < count; ++i) {
-        for (int32_t j = 0; j <= i; ++j)
-            equations->matrix[terms[i].unknown][terms[j].unknown] +=
-                weight * terms[i].factor * terms[j].factor;
-        equations->right[terms[i].unknown] += weight * terms[i].factor * value;
-    }
-}
-
 // By Cholesky's method; priors keep the matrix far from singular.
 void _solve(Equations* e, int32_t count)
 {
@@ -218,11 +202,55 @@ struct Round {
     double scale;
 };
 
+// The unknowns of two pictures' blocks: their exposures and the terms of the falloff. While blocks
+// are added their equations are at hand, going on from what other pairs left.
+constexpr int32_t kPairUnknowns = 2 + kTerms;
+
+class PairEquations
+{
+public:
+    PairEquations(Equations* all, int32_t a, int32_t b, int32_t falloff)
+        : all_(all), places_{a, b, falloff, falloff + 1}
+    {
+        for (int32_t i = 0; i < kPairUnknowns; ++i) {
+            for (int32_t j = 0; j <= i; ++j)
+                matrix_[i][j] = all_->matrix[places_[i]][places_[j]];
+            right_[i] = all_->right[places_[i]];
+        }
+    }
+    void put_back() const
+    {
+        for (int32_t i = 0; i < kPairUnknowns; ++i) {
+            for (int32_t j = 0; j <= i; ++j)
+                all_->matrix[places_[i]][places_[j]] = matrix_[i][j];
+            all_->right[places_[i]] = right_[i];
+        }
+    }
+    // The whole square, which is quicker than its lower half.
+    void add(const double factors[kPairUnknowns], double value, double weight)
+    {
+        for (int32_t i = 0; i < kPairUnknowns; ++i) {
+            const double weighted = weight * factors[i];
+            for (int32_t j = 0; j < kPairUnknowns; ++j)
+                matrix_[i][j] += weighted * factors[j];
+            right_[i] += weighted * value;
+        }
+    }
+
+private:
+    Equations* all_;
+    int32_t places_[kPairUnknowns];
+    double matrix_[kPairUnknowns][kPairUnknowns] = {};
+    double right_[kPairUnknowns];
+};
+
 // The equations of two pictures.
 void _add_pair(const Blocks& blocks, int32_t a, int32_t b, const Round& round, Equations* equations)
 {
     const int32_t from = std::max(blocks.first[a], blocks.first[b]);
     const int32_t to = std::min(blocks.first[a] + blocks.columns[a], blocks.first[b] + blocks.columns[b]);
+    const double *exposures = round.solution, *terms = round.solution + round.falloff;
+    PairEquations pair(equations, a, b, round.falloff);
     for (int32_t y = 0; y < blocks.rows; ++y) {
         const Block* in_a = blocks.at[a].get() + int64_t{y} * blocks.columns[a] - blocks.first[a];
         const Block* in_b = blocks.at[b].get() + int64_t{y} * blocks.columns[b] - blocks.first[b];
@@ -230,16 +258,15 @@ void _add_pair(const Blocks& blocks, int32_t a, int32_t b, const Round& round, E
             if (in_a[x].light == 0.0F || in_b[x].light == 0.0F)
                 continue;
             const double p = static_cast<double>(in_a[x].spread), q = static_cast<double>(in_b[x].spread);
-            const Term terms[] = {
-                {a, 1.0}, {b, -1.0}, {round.falloff, q - p}, {round.falloff + 1, q * q - p * p}};
+            const double factors[] = {1.0, -1.0, q - p, q * q - p * p};
             const double value = static_cast<double>(in_a[x].light) - static_cast<double>(in_b[x].light);
-            double error = value;
-            for (const Term& term : terms)
-                error -= term.factor * round.solution[term.unknown];
+            const double error =
+                value - exposures[a] + exposures[b] - factors[2] * terms[0] - factors[3] * terms[1];
             const double far = error / round.scale, near = 1.0 / (1.0 + far * far);
-            _add_equation(equations, terms, 4, value, near * near);
+            pair.add(factors, value, near * near);
         }
     }
+    pair.put_back();
 }
 
 // The exposures of the pictures, as logarithms, then the two terms of the falloff.

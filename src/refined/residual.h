@@ -39,8 +39,8 @@ struct LinkView {
 
 LinkView link_view(const Lenses& lenses, int32_t first, int32_t second);
 
-// With the slopes that the freedom leaves open: turns and zooms, the radial term, skews. False where
-// the second camera looks away.
+// With the slopes that the freedom leaves open: turns and zooms, the radial term, skews. False
+// where the second camera looks away.
 bool residual_of(const LinkView& view, const Match& match, LensFreedom freedom, Residual* residual);
 
 // The distance alone, squared; very large where the second camera looks away.
