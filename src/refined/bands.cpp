@@ -427,16 +427,25 @@ bool ShiftRows::needs(const Corrections& corrections, int32_t row) const
     return _down(corrections, row) >> corrections.step_bits != prepared_;
 }
 
+// The row below is the one above a step later, as far as it was made.
 void ShiftRows::prepare(const Corrections& corrections, int32_t picture, int32_t row, const NodeRange& range)
 {
     const Correction& correction = corrections.at[picture];
+    const int32_t before = prepared_;
     prepared_ = _down(corrections, row) >> corrections.step_bits;
     const int32_t above = std::min(prepared_, correction.rows - 1);
     const int32_t below = std::min(above + 1, correction.rows - 1);
+    const bool is_next = before >= 0 && prepared_ == before + 1;
+    const NodeRange made = is_next ? made_ : NodeRange{range.first, range.first};
+    made_ = range;
     for (int32_t channel = 0; channel < kChannels; ++channel) {
         const int16_t* shifts = correction.shift[channel].get();
-        _shifts_at_nodes(above_[channel].get(), corrections, correction,
-                         shifts + int64_t{above} * correction.columns, range);
+        const int16_t* shifts_above = shifts + int64_t{above} * correction.columns;
+        std::swap(above_[channel], below_[channel]);
+        _shifts_at_nodes(above_[channel].get(), corrections, correction, shifts_above,
+                         {range.first, std::min(made.first, range.end)});
+        _shifts_at_nodes(above_[channel].get(), corrections, correction, shifts_above,
+                         {std::max(made.end, range.first), range.end});
         _shifts_at_nodes(below_[channel].get(), corrections, correction,
                          shifts + int64_t{below} * correction.columns, range);
     }

@@ -49,6 +49,7 @@ private:
     // Shifts of the correction's rows above and below, times the pixels of a step.
     Buffer<int32_t> above_[kChannels], below_[kChannels];
     int32_t prepared_ = -1;  // the correction's row above
+    NodeRange made_ = {0, 0};
 };
 
 }  // namespace ozr::refined

@@ -1,5 +1,7 @@
 #include "refined/crop.h"
 
+#include <string.h>
+
 #include <algorithm>
 
 namespace ozr::refined
@@ -8,31 +10,46 @@ namespace ozr::refined
 namespace
 {
 
-// Clears the columns [begin, end) that a picture does not show.
-void _clear_hidden(int32_t* heights, const Layer& layer, int32_t begin, int32_t end, int32_t row)
+// Columns of the lattice, [first, end).
+struct Columns {
+    int32_t first;
+    int32_t end;
+};
+
+// Columns [begin, end) that a picture does not show are covered from the next row on at the best.
+void _skip_hidden(int32_t* tops, const Layer& layer, const Columns& columns, int32_t row)
 {
+    constexpr int32_t kAtOnce = 8;
     const uint8_t* shown = layer.shown_row(row) - layer.first;
-    const int32_t first = std::min(std::max(begin, layer.first), end);
-    const int32_t last = std::max(std::min(end, layer.first + layer.columns), first);
-    std::fill(heights + begin, heights + first, 0);
-    for (int32_t x = first; x < last; ++x)
-        heights[x] &= -(shown[x] & 1);
-    std::fill(heights + last, heights + end, 0);
+    const int32_t first = std::min(std::max(columns.first, layer.first), columns.end);
+    const int32_t last = std::max(std::min(columns.end, layer.first + layer.columns), first);
+    std::fill(tops + columns.first, tops + first, row + 1);
+    for (int32_t x = first; x < last;) {
+        uint64_t points = 0;
+        if (x + kAtOnce <= last)
+            memcpy(&points, shown + x, kAtOnce);
+        if (points == UINT64_MAX) {
+            x += kAtOnce;
+            continue;
+        }
+        if (shown[x] == 0)
+            tops[x] = row + 1;
+        ++x;
+    }
+    std::fill(tops + last, tops + columns.end, row + 1);
 }
 
-// Counts, for every column, the covered points up to and with this row.
-void _extend_heights(int32_t* heights, const Layers& layers, const Seams& seams, int32_t row)
+// Finds, for every column, where the covered points up to and with this row begin.
+void _extend(int32_t* tops, const Layers& layers, const Seams& seams, int32_t row)
 {
     const int32_t columns = layers.frame.columns;
     const int32_t reach = (feather_width(layers.frame) / 2 >> layers.frame.step_bits) + 1;
-    for (int32_t x = 0; x < columns; ++x)
-        ++heights[x];
     for (int32_t i = 0; i < layers.count; ++i) {
         // Under a feather the neighbours show through.
         const int32_t first = i > 0 ? seams.begin(i, row) - reach : 0;
         const int32_t last = i + 1 < layers.count ? seams.end(i, row, columns) + reach : columns;
         const int32_t begin = std::min(std::max(first, 0), columns);
-        _clear_hidden(heights, layers.at[i], begin, std::max(std::min(last, columns), begin), row);
+        _skip_hidden(tops, layers.at[i], {begin, std::max(std::min(last, columns), begin)}, row);
     }
 }
 
@@ -41,27 +58,29 @@ int64_t _area(const Crop& crop)
     return int64_t{crop.right - crop.left} * (crop.bottom - crop.top);
 }
 
-// The largest rectangle that ends with this row: each column's height is the smallest of some range
-// of columns, which the columns that are still rising to it begin.
+// The largest rectangle that ends with this row: the highest of each range of columns begins where
+// the lowest of their tops is, and the columns that are still rising to it begin it.
 struct Rising {
     int32_t column;
-    int32_t height;
+    int32_t top;
 };
 
-void _try_row(const int32_t* heights, int32_t columns, int32_t row, Rising* rising, Crop* best)
+void _try_row(const int32_t* tops, int32_t columns, int32_t row, Rising* rising, Crop* best)
 {
     int32_t count = 0;
     for (int32_t x = 0; x <= columns; ++x) {
-        const int32_t height = x < columns ? heights[x] : 0;
+        const int32_t top = x < columns ? tops[x] : row + 1;
         int32_t first = x;
-        for (; count > 0 && rising[count - 1].height >= height; --count) {
-            const Rising& top = rising[count - 1];
-            first = top.column;
-            const Crop found = {top.column, row + 1 - top.height, x - 1, row};
-            if (top.height > 1 && x - 1 > top.column && _area(found) > _area(*best))
+        for (; count > 0 && rising[count - 1].top < top; --count) {
+            const Rising& last = rising[count - 1];
+            first = last.column;
+            const Crop found = {last.column, last.top, x - 1, row};
+            if (last.top < row && x - 1 > last.column && _area(found) > _area(*best))
                 *best = found;
         }
-        rising[count++] = {first, height};
+        // Columns as high as those before only make their rectangle wider.
+        if (count == 0 || rising[count - 1].top > top)
+            rising[count++] = {first, top};
     }
 }
 
@@ -70,14 +89,14 @@ void _try_row(const int32_t* heights, int32_t columns, int32_t row, Rising* risi
 PanoResult find_crop(const Layers& layers, const Seams& seams, Crop* crop)
 {
     const int32_t columns = layers.frame.columns;
-    const Buffer<int32_t> heights = make_buffer<int32_t>(columns);
+    const Buffer<int32_t> tops = make_buffer<int32_t>(columns);
     const Buffer<Rising> rising = make_unfilled_buffer<Rising>(int64_t{columns} + 1);
-    if (!heights || !rising)
+    if (!tops || !rising)
         return kPanoNoMemory;
     *crop = {};
     for (int32_t y = 0; y < layers.frame.rows; ++y) {
-        _extend_heights(heights.get(), layers, seams, y);
-        _try_row(heights.get(), columns, y, rising.get(), crop);
+        _extend(tops.get(), layers, seams, y);
+        _try_row(tops.get(), columns, y, rising.get(), crop);
     }
     // Chroma is there at every second point.
     crop->left = (crop->left + 1) / 2 * 2;

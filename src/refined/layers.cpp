@@ -181,12 +181,21 @@ void _mark_shown(uint8_t* dst, const kernels::DrawNodes& nodes, const kernels::D
 {
     const int32_t most_x = ((small.width - 1) << kernels::kDrawPlaceBits) - margin;
     const int32_t most_y = ((small.height - 1) << kernels::kDrawPlaceBits) - margin;
-    for (int32_t b = 0; b < blocks; ++b) {
-        const int32_t step_x = nodes.x[b + 1] - nodes.x[b], step_y = nodes.y[b + 1] - nodes.y[b];
-        for (int32_t k = 0; k < kBlock; ++k) {
-            const int32_t x = nodes.x[b] + step_x / kBlock * k, y = nodes.y[b] + step_y / kBlock * k;
-            *dst++ = x >= margin && x <= most_x && y >= margin && y <= most_y ? 255 : 0;
+    const auto is_inside = [=](int32_t x, int32_t y) {
+        return x >= margin && x <= most_x && y >= margin && y <= most_y;
+    };
+    for (int32_t b = 0; b < blocks; ++b, dst += kBlock) {
+        const int32_t step_x = (nodes.x[b + 1] - nodes.x[b]) / kBlock;
+        const int32_t step_y = (nodes.y[b + 1] - nodes.y[b]) / kBlock;
+        const int32_t last_x = nodes.x[b] + step_x * (kBlock - 1);
+        const int32_t last_y = nodes.y[b] + step_y * (kBlock - 1);
+        // What is between two places that are shown is shown too.
+        if (is_inside(nodes.x[b], nodes.y[b]) && is_inside(last_x, last_y)) {
+            memset(dst, 255, kBlock);
+            continue;
         }
+        for (int32_t k = 0; k < kBlock; ++k)
+            dst[k] = is_inside(nodes.x[b] + step_x * k, nodes.y[b] + step_y * k) ? 255 : 0;
     }
 }
 
