@@ -1,5 +1,7 @@
 #include "refined/corners.h"
 
+#include <stddef.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -18,23 +20,58 @@ struct Tensor {
     int32_t xy;
 };
 
-// Central differences, twice the gradient. The block lies inside the plane's border of one pixel.
-Tensor _block_tensor(const ConstPlane& plane, int32_t left, int32_t top)
-{
-    Tensor sums = {};
-    for (int32_t y = top; y < top + kCornerStep; ++y) {
-        const uint8_t* above = plane.row(y - 1) + left;
-        const uint8_t* row = plane.row(y) + left;
-        const uint8_t* below = plane.row(y + 1) + left;
-        for (int32_t x = 0; x < kCornerStep; ++x) {
-            const int32_t gx = row[x + 1] - row[x - 1];
-            const int32_t gy = below[x] - above[x];
-            sums.xx += gx * gx;
-            sums.yy += gy * gy;
-            sums.xy += gx * gy;
+// Sums over some columns of a block's rows. The compiler makes vectors of loops whose length it
+// knows, if that is 16 bytes.
+template <size_t kColumns>
+struct ColumnTensors {
+    int32_t xx[kColumns];
+    int32_t yy[kColumns];
+    int32_t xy[kColumns];
+
+    // Central differences, twice the gradient.
+    void add(const uint8_t* above, const uint8_t* row, const uint8_t* below)
+    {
+        for (size_t x = 0; x < kColumns; ++x) {
+            const int16_t gx = static_cast<int16_t>(row[x + 1] - row[x - 1]);
+            const int16_t gy = static_cast<int16_t>(below[x] - above[x]);
+            xx[x] += gx * gx;
+            yy[x] += gy * gy;
+            xy[x] += gx * gy;
         }
     }
-    return sums;
+};
+
+int32_t _block_sum(const int32_t* columns)
+{
+    int32_t sum = 0;
+    for (int32_t x = 0; x < kCornerStep; ++x)
+        sum += columns[x];
+    return sum;
+}
+
+// Blocks side by side, inside the plane's border of one pixel.
+template <int32_t kBlocks>
+void _measure_blocks(const ConstPlane& plane, int32_t left, int32_t top, Tensor* blocks)
+{
+    ColumnTensors<size_t{kBlocks}* kCornerStep> columns = {};
+    for (int32_t y = top; y < top + kCornerStep; ++y)
+        columns.add(plane.row(y - 1) + left, plane.row(y) + left, plane.row(y + 1) + left);
+    for (int32_t i = 0; i < kBlocks; ++i) {
+        const int32_t first = i * kCornerStep;
+        blocks[i] = {_block_sum(columns.xx + first), _block_sum(columns.yy + first),
+                     _block_sum(columns.xy + first)};
+    }
+}
+
+void _measure_row(const ConstPlane& plane, int32_t row, int32_t count, Tensor* blocks)
+{
+    constexpr int32_t kAtOnce = 4;
+    const int32_t top = 1 + row * kCornerStep;
+    int32_t i = 0;
+    for (; i + kAtOnce <= count; i += kAtOnce)
+        _measure_blocks<kAtOnce>(plane, 1 + i * kCornerStep, top, blocks + i);
+    for (; i < count; ++i)
+        _measure_blocks<1>(plane, 1 + i * kCornerStep, top, blocks + i);
 }
 
 float _smaller_eigenvalue(double xx, double yy, double xy)
@@ -66,8 +103,7 @@ PanoResult find_corners(const ConstPlane& plane, Corners* out)
     Tensor* below = above + blocks;
     for (int32_t row = 0; row <= out->rows && out->rows > 0; ++row) {
         std::swap(above, below);
-        for (int32_t i = 0; i < blocks; ++i)
-            below[i] = _block_tensor(plane, 1 + i * kCornerStep, 1 + row * kCornerStep);
+        _measure_row(plane, row, blocks, below);
         if (row == 0)
             continue;
         float* strength = out->strength.get() + int64_t{row - 1} * out->columns;
