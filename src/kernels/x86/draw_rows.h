@@ -9,6 +9,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "base/prefetch.h"
 #include "kernels/draw.h"
 #include "kernels/draw_shapes.h"
 
@@ -137,6 +138,14 @@ protected:
             }
         }
     };
+
+    // A row of a drawing reads a few cache lines of a row of the picture, too few for the
+    // processor's own prefetching. The next row of the drawing reads the next one of the picture.
+    OZR_PREFETCHING static void ask_ahead(const Sources& sources, int64_t stride)
+    {
+        constexpr int32_t kRowsAhead = 4;
+        prefetch(sources.at[0], rows_on(kTaps + kRowsAhead, static_cast<ptrdiff_t>(stride)));
+    }
 
     // Multiples of a way from a node to the next, in 2^-16: ways of up to a whole word need a
     // factor of up to 2, which is the signed factor and once more the way where it exceeds 1.
@@ -301,7 +310,9 @@ public:
               const DrawNodes& nodes) const
     {
         Words rows[size_t{4} + kTurn];
-        load_rows<4 + kTurn>({plane, starts, b}, plane.stride,
+        const typename Base::Sources sources(plane, starts, b);
+        Base::ask_ahead(sources, plane.stride);
+        load_rows<4 + kTurn>(sources, plane.stride,
                              across(Base::places(starts.x + b, starts.step_x + b, steps_)), rows);
         const Words y = Base::places(starts.y + b, starts.step_y + b, steps_);
         Base::template pick_rows<kTurn>(rows, y >> kDrawPlaceBits);
@@ -358,7 +369,9 @@ public:
         // A pair and the next one, the same byte of both.
         const Words order = (column | (column << 8)) + pairs_;
         Words rows[size_t{2} + kTurn];
-        load_rows<2 + kTurn>({plane, starts, b}, plane.stride, order, across, rows);
+        const typename Base::Sources sources(plane, starts, b);
+        Base::ask_ahead(sources, plane.stride);
+        load_rows<2 + kTurn>(sources, plane.stride, order, across, rows);
         Base::template pick_rows<kTurn>(rows, y >> kDrawPlaceBits);
         const Words down = (y << 5) & down_;
         const Words half = rows[0] + V::multiply_round(rows[1] - rows[0], down) - middle_;
