@@ -45,72 +45,96 @@ struct Overlap {
     int32_t reach;
 };
 
-// What a seam through each point of a row costs.
-void _cost_row(uint8_t* costs, uint8_t* forbidden, const Overlap& overlap, int32_t row)
+// How far the chroma of both pictures is apart at each point of a row: from an even column on.
+void _off_colour(uint16_t* off, const uint8_t* a, const uint8_t* b, int32_t columns)
+{
+    for (int32_t x = 0; x < columns; x += 2)
+        off[x] = off[x + 1] = static_cast<uint16_t>(abs(a[x] - b[x]) + abs(a[x + 1] - b[x + 1]));
+}
+
+// Beyond kMostOff a squared difference exceeds the limit, below it fits 16 bits.
+uint8_t _cost(int32_t off_luma, uint16_t off_colour)
+{
+    constexpr uint16_t kMostOff = 60;
+    const uint16_t off = std::min(kMostOff, static_cast<uint16_t>(off_luma + off_colour));
+    const uint16_t square = static_cast<uint16_t>(off * off);
+    return static_cast<uint8_t>(std::min<uint16_t>(kDearest, square >> kSquareBits));
+}
+
+// What a seam through each point of a row costs. `off` has room for a row, an even number of points.
+void _cost_row(uint8_t* __restrict costs, uint8_t* __restrict forbidden, const Overlap& overlap, int32_t row,
+               uint16_t* __restrict off)
 {
     const Layer &a = overlap.a, &b = overlap.b;
     const Region region = overlap.region;
     const int32_t reach = overlap.reach;
-    const Pair pair = _pair(a, b, row);
-    const int32_t begin = std::max(region.first, std::max(a.first, b.first) + reach);
-    const int32_t end = std::min(region.end, std::min(a.first + a.columns, b.first + b.columns) - reach);
     std::fill_n(costs, region.width(), uint8_t{0});
     std::fill_n(forbidden, region.width(), kForbidden);
-    int32_t off_colour = 0;
-    for (int32_t x = begin; x < end; ++x) {
-        const int32_t even = x & ~1;
-        if (x == even || x == begin)
-            off_colour = abs(pair.chroma_a[even] - pair.chroma_b[even]) +
-                         abs(pair.chroma_a[even + 1] - pair.chroma_b[even + 1]);
-        const int32_t difference = abs(pair.luma_a[x] - pair.luma_b[x]) + off_colour;
-        const uint8_t both = pair.shown_a[x - reach] & pair.shown_a[x + reach] & pair.shown_b[x - reach] &
-                             pair.shown_b[x + reach];
-        const int32_t comparable = pair.shown_a[x] & pair.shown_b[x];
-        forbidden[x - region.first] = static_cast<uint8_t>(~both);
-        costs[x - region.first] =
-            static_cast<uint8_t>(std::min(kDearest, difference * difference >> kSquareBits) & comparable);
-    }
+    const int32_t begin = std::max(region.first, std::max(a.first, b.first) + reach);
+    const int32_t end = std::min(region.end, std::min(a.first + a.columns, b.first + b.columns) - reach);
+    if (begin >= end)
+        return;
+    const Pair pair = _pair(a, b, row);
+    const int32_t even = begin & ~1, columns = end - begin;
+    _off_colour(off, pair.chroma_a + even, pair.chroma_b + even, end - even);
+    off += begin - even;
+    costs += begin - region.first;
+    forbidden += begin - region.first;
+    const uint8_t *luma_a = pair.luma_a + begin, *luma_b = pair.luma_b + begin;
+    const uint8_t *shown_a = pair.shown_a + begin, *shown_b = pair.shown_b + begin;
+    for (int32_t x = 0; x < columns; ++x)
+        costs[x] = _cost(abs(luma_a[x] - luma_b[x]), off[x]) & shown_a[x] & shown_b[x];
+    for (int32_t x = 0; x < columns; ++x)
+        forbidden[x] = static_cast<uint8_t>(
+            ~(shown_a[x - reach] & shown_a[x + reach] & shown_b[x - reach] & shown_b[x + reach]));
 }
 
-// What a place costs for being off the middle between the two pictures, which decides where nothing
+// What places cost for being off the middle between the two pictures, which decides where nothing
 // else does: where a seam may be, and where it should not.
-struct Pull {
-    uint8_t allowed;
-    uint8_t forbidden;
+struct Pulls {
+    Buffer<uint8_t> allowed;
+    Buffer<uint8_t> forbidden;
 };
 
-void _make_pulls(Pull* pulls, int32_t width)
+void _make_pulls(const Pulls& pulls, int32_t width)
 {
     constexpr int32_t kPull = 6, kForbiddenPull = 63, kPullBits = 16;  // at the ends
     const int64_t one = (int64_t{1} << kPullBits) / (int64_t{width} * width);
     for (int32_t x = 0; x < width; ++x) {
         const int64_t off = 2 * x + 1 - width, share = off * off * one;
-        pulls[x] = {static_cast<uint8_t>(share * kPull >> kPullBits),
-                    static_cast<uint8_t>(kDearest + 1 + (share * kForbiddenPull >> kPullBits))};
+        pulls.allowed.get()[x] = static_cast<uint8_t>(share * kPull >> kPullBits);
+        pulls.forbidden.get()[x] = static_cast<uint8_t>(kDearest + 1 + (share * kForbiddenPull >> kPullBits));
     }
 }
 
-// The mean of 3 x 3 costs, of rows that may be the same, and the pull.
-void _spread_row(uint8_t* dst, const uint8_t* const rows[3], const uint8_t* forbidden, const Pull* pulls,
-                 int32_t width)
+// Sums of three costs above each other, the ends once more before and behind them.
+void _add_columns(uint16_t* __restrict sums, const uint8_t* const rows[3], int32_t width)
 {
     const uint8_t *above = rows[0], *row = rows[1], *below = rows[2];
-    int32_t before = above[0] + row[0] + below[0], here = before;
+    for (int32_t x = 0; x < width; ++x)
+        sums[x + 1] = static_cast<uint16_t>(above[x] + row[x] + below[x]);
+    sums[0] = sums[1];
+    sums[width + 1] = sums[width];
+}
+
+// The mean of 3 x 3 costs and the pull. A ninth is 7282 / 2^16: exact for sums of up to 9 * 255.
+void _spread_row(uint8_t* __restrict dst, const uint16_t* __restrict sums,
+                 const uint8_t* __restrict forbidden, const Pulls& pulls, int32_t width)
+{
+    const uint8_t *allowed = pulls.allowed.get(), *dear = pulls.forbidden.get();
     for (int32_t x = 0; x < width; ++x) {
-        const int32_t ahead = std::min(x + 1, width - 1);
-        const int32_t next = above[ahead] + row[ahead] + below[ahead];
-        const int32_t mean = static_cast<int32_t>(static_cast<uint32_t>(before + here + next) / 9);
-        const int32_t cost = std::min(kDearest, mean + pulls[x].allowed);
-        dst[x] = forbidden[x] == 0 ? static_cast<uint8_t>(cost) : pulls[x].forbidden;
-        before = here;
-        here = next;
+        const uint16_t nine = static_cast<uint16_t>(sums[x] + sums[x + 1] + sums[x + 2]);
+        const uint16_t mean = static_cast<uint16_t>(nine * 7282U >> 16);
+        const uint16_t cost = std::min<uint16_t>(kDearest, static_cast<uint16_t>(mean + allowed[x]));
+        dst[x] = static_cast<uint8_t>((cost & ~forbidden[x]) | (dear[x] & forbidden[x]));
     }
 }
 
 // Buffers of one seam.
 struct Work {
     Buffer<uint8_t> costs, forbidden, spread, zeros;
-    Buffer<Pull> pulls;
+    Buffer<uint16_t> sums;  // of a row, with room on both sides
+    Pulls pulls;
     core::SeamWorkspace paths;
 };
 
@@ -121,9 +145,12 @@ PanoResult _make_work(int32_t width, int32_t rows, Work* work)
     work->forbidden = make_unfilled_buffer<uint8_t>(points);
     work->spread = make_unfilled_buffer<uint8_t>(width);
     work->zeros = make_buffer<uint8_t>(width);
-    work->pulls = make_unfilled_buffer<Pull>(width);
+    work->sums = make_unfilled_buffer<uint16_t>(int64_t{width} + 3);
+    work->pulls.allowed = make_unfilled_buffer<uint8_t>(width);
+    work->pulls.forbidden = make_unfilled_buffer<uint8_t>(width);
     work->paths = core::make_seam_workspace(core::seam_workspace_size(width, rows));
-    return work->costs && work->forbidden && work->spread && work->zeros && work->pulls && work->paths
+    return work->costs && work->forbidden && work->spread && work->zeros && work->sums &&
+                   work->pulls.allowed && work->pulls.forbidden && work->paths
                ? kPanoSuccess
                : kPanoNoMemory;
 }
@@ -151,19 +178,20 @@ PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, 
     uint8_t* costs = work.costs.get();
     for (int32_t y = 0; y < rows; ++y) {
         const int64_t at = int64_t{y} * width;
-        _cost_row(costs + at, work.forbidden.get() + at, overlap, y);
+        _cost_row(costs + at, work.forbidden.get() + at, overlap, y, work.sums.get());
         const int32_t crossing = before != nullptr ? before[y] + 2 * reach - region.first : 0;
         std::fill_n(work.forbidden.get() + at, std::min(std::max(crossing, 0), width), kForbidden);
         if (cancel.asked())
             return kPanoCancelled;
     }
-    _make_pulls(work.pulls.get(), width);
+    _make_pulls(work.pulls, width);
     core::SeamPaths paths(work.paths.get(), width);
     for (int32_t y = 0; y < rows; ++y) {
         const uint8_t* around[] = {costs + int64_t{std::max(y - 1, 0)} * width, costs + int64_t{y} * width,
                                    costs + int64_t{std::min(y + 1, last)} * width};
         const uint8_t* forbidden = work.forbidden.get() + int64_t{y} * width;
-        _spread_row(work.spread.get(), around, forbidden, work.pulls.get(), width);
+        _add_columns(work.sums.get(), around, width);
+        _spread_row(work.spread.get(), work.sums.get(), forbidden, work.pulls, width);
         paths.add_row(work.spread.get(), work.zeros.get(), work.zeros.get());
     }
     paths.trace(columns);
