@@ -87,10 +87,17 @@ void _expand_row(const Grid& coarse, int32_t y, const Stretch& stretch, int32_t*
     }
     line[-1] = line[0];
     line[coarse.width] = line[last_x];
-    for (int32_t x = stretch.first; x < stretch.end; ++x) {
-        const int32_t* at = line + std::min(x / 2, last_x);
-        out[x] = x % 2 != 0 ? 4 * (at[0] + at[1]) : at[-1] + 6 * at[0] + at[1];
+    const auto even = [&](int32_t at) { return line[at - 1] + 6 * line[at] + line[at + 1]; };
+    const auto odd = [&](int32_t at) { return 4 * (line[at] + line[at + 1]); };
+    const int32_t first_pair = (stretch.first + 1) / 2, end_pair = std::min(stretch.end / 2, last_x + 1);
+    if (stretch.first % 2 != 0)
+        out[stretch.first] = odd(std::min(stretch.first / 2, last_x));
+    for (int32_t at = first_pair; at < end_pair; ++at) {
+        out[2 * at] = even(at);
+        out[2 * at + 1] = odd(at);
     }
+    for (int32_t x = std::max(2 * end_pair, stretch.first); x < stretch.end; ++x)
+        out[x] = x % 2 != 0 ? odd(std::min(x / 2, last_x)) : even(std::min(x / 2, last_x));
 }
 
 int32_t _expanded(int32_t in_64ths)
@@ -299,6 +306,12 @@ PanoResult _add_picture(const Blend& blend, int32_t picture, Correction* correct
     return kPanoSuccess;
 }
 
+// Far from seams one picture has all the weight, and no division is needed.
+int32_t _mean(int32_t sum, int32_t weight)
+{
+    return weight == kMaskOne ? sum / kMaskOne : sum / std::max(weight, 1);
+}
+
 // The blended numbers of level 0, from the coarsest level down.
 PanoResult _collapse(const Blend& blend, int32_t channel, Grid* blended)
 {
@@ -317,7 +330,7 @@ PanoResult _collapse(const Blend& blend, int32_t channel, Grid* blended)
             const int32_t* weight = sums.weight[l].get() + int64_t{y} * grid.width;
             int16_t* out = grid.row(y);
             for (int32_t x = 0; x < grid.width; ++x)
-                out[x] = static_cast<int16_t>(_expanded(slow[x]) + sum[x] / std::max(weight[x], 1));
+                out[x] = static_cast<int16_t>(_expanded(slow[x]) + _mean(sum[x], weight[x]));
         }
         coarse = std::move(grid);
     }

@@ -63,10 +63,12 @@ Span _span(const Warp& warp, int32_t picture, int32_t row)
 NodeRange _nodes_of_rows(const Warp& warp, int32_t picture, int32_t first, int32_t end)
 {
     Span all = {INT32_MAX, INT32_MIN, 0};
-    for (int32_t row = std::max(first, 0); row < std::min(end, warp.out->height); ++row) {
+    // Seams are straight from a row of the lattice to the next: those and the ends reach furthest.
+    const int32_t last = std::min(end, warp.out->height) - 1, bits = warp.plan.layers.frame.step_bits;
+    for (int32_t row = std::max(first, 0); row <= last;
+         row = row < last ? std::min(((row >> bits) + 1) << bits, last) : last + 1) {
         const Span span = _span(warp, picture, row);
-        if (span.begin < span.end)
-            all = {std::min(all.begin, span.begin), std::max(all.end, span.end), 0};
+        all = {std::min(all.begin, span.begin), std::max(all.end, span.end), 0};
     }
     if (all.begin >= all.end)
         return {0, 0};
