@@ -235,12 +235,17 @@ void _make_channel(const Blend& blend, const Part& part, int32_t channel, const 
         const uint8_t *upper = layer.luma_row(rows.upper), *lower = layer.luma_row(rows.lower);
         const uint8_t* chroma = layer.chroma_row(rows.upper / 2) + channel - 1;
         int16_t* out = base.row(y);
-        for (int32_t x = 0; x < base.width; ++x) {
-            const int32_t at = _limited(origin + 2 * x, last);
+        const auto four_at = [&](int32_t at) {
             const int32_t four =
                 channel == 0 ? upper[at] + upper[at + 1] + lower[at] + lower[at + 1] : 4 * chroma[at];
-            out[x] = static_cast<int16_t>(four << (kernels::kDrawShiftBits - 2));
-        }
+            return static_cast<int16_t>(four << (kernels::kDrawShiftBits - 2));
+        };
+        const int32_t first = _limited((1 - origin) >> 1, base.width);
+        const int32_t end = std::max(std::min(((last - origin) >> 1) + 1, base.width), first);
+        std::fill_n(out, first, four_at(_limited(origin, last)));
+        for (int32_t x = first; x < end; ++x)
+            out[x] = four_at(origin + 2 * x);
+        std::fill_n(out + end, base.width - end, four_at(last));
     }
 }
 
