@@ -112,11 +112,13 @@ namespace neon
 {
 CorrelateShifts correlate_shifts;
 DotProduct dot_product;
+SamplePatch sample_patch;
 
 constexpr void fill(MatchKernels* table)
 {
     table->correlate_shifts = correlate_shifts;
     table->dot_product = dot_product;
+    table->sample_patch = sample_patch;
 }
 }  // namespace neon
 

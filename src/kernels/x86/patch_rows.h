@@ -1,13 +1,12 @@
-// Patches of pictures, written once for vectors of eight samples and of twice eight: eight have a
-// half of 16 bytes to themselves, and each pixel row of theirs is loaded once. Patches turned or
-// reduced by much, and those near the right and the lower edge, are left to the level below.
+// Patches of pictures, written once for vectors of one run and of two: a run has a half of 16 bytes
+// to itself. Patches that are no good for runs are left to the level below.
 #ifndef OZR_PATCH_ROWS_H
 #define OZR_PATCH_ROWS_H
 
-#include <stddef.h>
 #include <stdint.h>
 
 #include "kernels/match.h"
+#include "kernels/patch_runs.h"
 
 namespace ozr::kernels
 {
@@ -24,68 +23,12 @@ class PatchRows
     using Counts = typename V::Counts;
     using Ints = typename V::Ints;
     using Vector = typename V::Vector;
-    static constexpr int32_t kRun = 8;  // samples of a half
+    static constexpr int32_t kRun = kPatchRun;  // samples of a half
     static constexpr int32_t kRuns = V::kBytes / 16;
-    static constexpr int32_t kMostRuns = 64;
-    static constexpr int32_t kLoad = 16;
-    static constexpr int32_t kOne = 1 << 16;
-    static constexpr int32_t kMostTurn = 2;  // rows that the samples of a run may lie apart
 
     static Counts chosen(Counts mask, Counts later, Counts earlier)
     {
         return earlier ^ (mask & (later ^ earlier));
-    }
-
-    // Runs of eight samples: the first pixel and the first row that are loaded, the place of the
-    // first sample from there on, and where they go. The last run of a row ends with it.
-    struct Runs {
-        const uint8_t* at[kMostRuns + 1];
-        int32_t x[kMostRuns + 1], y[kMostRuns + 1];
-        int32_t to[kMostRuns + 1];
-        int32_t count = 0;
-
-        Runs(const PatchPlane& plane, const PatchPlaces& places)
-        {
-            const int32_t side = places.side;
-            const int32_t rises = places.right_y < 0 ? (kRun - 1) * places.right_y : 0;
-            for (int32_t row = 0; row < side; ++row) {
-                for (int32_t column = 0; column < side; column += kRun) {
-                    const int32_t first = column < side - kRun ? column : side - kRun;
-                    const int32_t x_at = places.x + first * places.right_x + row * places.down_x;
-                    const int32_t y_at = places.y + first * places.right_y + row * places.down_y;
-                    const int32_t top = (y_at + rises) >> 16;
-                    at[count] = plane.src + top * plane.stride + (x_at >> 16);
-                    x[count] = x_at & (kOne - 1);
-                    y[count] = y_at - top * kOne;
-                    to[count] = row * side + first;
-                    ++count;
-                }
-            }
-            // A vector of two may hold the last one twice.
-            at[count] = at[count - 1];
-            x[count] = x[count - 1];
-            y[count] = y[count - 1];
-            to[count] = to[count - 1];
-        }
-    };
-
-    // How far the samples of a patch reach from the first one.
-    static int32_t most(int32_t right, int32_t down, int32_t side)
-    {
-        return (side - 1) * ((right > 0 ? right : 0) + (down > 0 ? down : 0));
-    }
-
-    // Whether whole loads of whole runs stay inside the picture, and hold what they are for.
-    static bool is_fit(const PatchPlane& plane, const PatchPlaces& places)
-    {
-        constexpr int32_t kMostDown = kMostTurn * kOne / (kRun - 1);
-        const int32_t side = places.side, in_row = (side + kRun - 1) / kRun;
-        if (side < kRun || side * in_row > kMostRuns || places.right_x < 0 || places.right_x > 2 * kOne ||
-            places.right_y < -kMostDown || places.right_y > kMostDown)
-            return false;
-        const int32_t right = places.x + most(places.right_x, places.down_x, side);
-        const int32_t bottom = places.y + most(places.right_y, places.down_y, side);
-        return (right >> 16) + kLoad <= plane.width && (bottom >> 16) + kMostTurn + 2 <= plane.height;
     }
 
     // Q8 places of all samples from those of the first ones, in Q16.
@@ -147,7 +90,7 @@ class PatchRows
     }
 
     template <int32_t kTurn>
-    static void sample_runs(int16_t* dst, const Runs& runs, int64_t stride, const PatchPlaces& places)
+    static void sample_runs(int16_t* dst, const PatchRuns& runs, int64_t stride, const PatchPlaces& places)
     {
         const Steps right(places.right_x), down(places.right_y);
         for (int32_t i = 0; i < runs.count; i += kRuns)
@@ -159,16 +102,17 @@ class PatchRows
 public:
     static void sample(int16_t* dst, const PatchPlane& plane, const PatchPlaces& places, SamplePatch* below)
     {
-        if (!is_fit(plane, places))
+        if (!PatchRuns::are_fit(plane, places))
             return below(dst, plane, places);
-        const Runs runs(plane, places);
-        const int32_t way = (kRun - 1) * (places.right_y < 0 ? -places.right_y : places.right_y);
-        if (way == 0)
-            sample_runs<0>(dst, runs, plane.stride, places);
-        else if (way <= kOne)
-            sample_runs<1>(dst, runs, plane.stride, places);
-        else
-            sample_runs<2>(dst, runs, plane.stride, places);
+        const PatchRuns runs(plane, places);
+        switch (PatchRuns::turn_of(places)) {
+        case 0:
+            return sample_runs<0>(dst, runs, plane.stride, places);
+        case 1:
+            return sample_runs<1>(dst, runs, plane.stride, places);
+        default:
+            return sample_runs<2>(dst, runs, plane.stride, places);
+        }
     }
 };
 
