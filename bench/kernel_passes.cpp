@@ -376,7 +376,7 @@ void add_refined(Passes* passes)
     });
     const auto words = [](Bytes& bytes) { return numbers<int16_t>(bytes); };
     passes->add(KERNEL(match, dot_product), 4 * n, [&p, w, h, words](auto f) {
-        each_row(h, [&](int32_t y) { keep(f(words(p.zeros) + y, words(p.b) + y, w)); });
+        keep(f({words(p.zeros), 16, words(p.b), 16, 16, w * h / 16}));
     });
     passes->add(KERNEL(match, sample_patch), 2 * n, [&p, w, h](auto f) {
         constexpr int32_t kSide = 17, kOne = 1 << 16;

@@ -8,7 +8,7 @@ namespace ozr::kernels
 {
 
 // Rows of two pictures, strides in elements.
-struct ShiftedRows {
+struct PairedRows {
     const int16_t* a;
     int64_t a_stride;
     const int16_t* b;
@@ -24,11 +24,11 @@ constexpr int32_t kMostCorrelated = 63;
 // of kShiftGroup: of each row of `a`, columns + shifts - 1 elements are read. None is larger than
 // kMostCorrelated either way, so that eight products fit 16 bits (8 * 63 * 63 = 31752). The caller
 // sees to it that the sums fit 32: 541 000 products do.
-using CorrelateShifts = void(int32_t* sums, const ShiftedRows& both, int32_t shifts);
+using CorrelateShifts = void(int32_t* sums, const PairedRows& both, int32_t shifts);
 
-// The sum of a[i] * b[i], i < count; the caller sees to it that it fits 32 bits in any order. Two
-// products of -32768 next to each other do not.
-using DotProduct = int32_t(const int16_t* a, const int16_t* b, int32_t count);
+// The sum over all rows and columns of a[y][x] * b[y][x]; the caller sees to it that it fits 32 bits
+// in any order. Two products of -32768 next to each other do not.
+using DotProduct = int32_t(const PairedRows& both);
 
 // A square of places in a picture, Q16 pixels: the first one at (x, y), from there in steps to the
 // right and down.

@@ -28,6 +28,12 @@ constexpr int32_t kFitHalf = 8;
 constexpr int32_t kFitSide = 2 * kFitHalf + 1;
 constexpr int32_t kFitPixels = kFitSide * kFitSide;
 
+// Patches are multiplied in rows of 16 numbers, whole vectors of all kinds: zeros of one factor
+// fill up what is less.
+constexpr int32_t kVector = 16;
+constexpr int32_t kFitRoom = (kFitPixels + kVector - 1) / kVector * kVector;
+static_assert(kSearchSide <= kVector);
+
 // Steps of a fit; most end after three or four.
 constexpr int32_t kFitSteps = 6;
 constexpr double kFitDone = 0.01;        // pixels
@@ -45,9 +51,10 @@ bool _holds(const ConstPlane& plane, int32_t x, int32_t y, int32_t half)
 }
 
 // Values of 3 fractional bits are at most 2040, so that the 289 products of a fit stay below 2^31.
+// One of both has zeros behind them.
 int32_t _dot(const int16_t* a, const int16_t* b)
 {
-    return kernels::active()->match.dot_product(a, b, kFitPixels);
+    return kernels::active()->match.dot_product({a, kVector, b, kVector, kVector, kFitRoom / kVector});
 }
 
 // Samples (2 half + 1)^2 places around that of the second picture, bilinear. False where one lies
@@ -89,28 +96,32 @@ void _move(PatchTask* task, double right, double down)
 // The patch of the first picture less its mean in whole units; what is left of the sum is taken off
 // at the end.
 struct Template {
-    int16_t values[kSearchPixels];
+    int16_t values[kSearchSide * kVector];  // zeros behind each row
     int32_t sum;
     int32_t square;
 };
 
 void _make_template(const ConstPlane& plane, int32_t x, int32_t y, Template* out)
 {
+    int16_t values[kSearchPixels];
     int32_t sum = 0;
     int32_t at = 0;
     for (int32_t j = -kSearchHalf; j <= kSearchHalf; ++j) {
         for (int32_t i = -kSearchHalf; i <= kSearchHalf; ++i, ++at) {
-            out->values[at] = static_cast<int16_t>(plane.row(y + j)[x + i] << kLevelBits);
-            sum += out->values[at];
+            values[at] = static_cast<int16_t>(plane.row(y + j)[x + i] << kLevelBits);
+            sum += values[at];
         }
     }
     const int16_t mean = static_cast<int16_t>(sum / kSearchPixels);
     out->sum = sum - mean * kSearchPixels;
     out->square = 0;
-    for (int16_t& value : out->values) {
+    for (int16_t& value : values) {
         value = static_cast<int16_t>(value - mean);
         out->square += value * value;
     }
+    std::fill_n(out->values, kSearchSide * kVector, int16_t{0});
+    for (int32_t j = 0; j < kSearchSide; ++j)
+        std::copy_n(values + j * kSearchSide, kSearchSide, out->values + j * kVector);
 }
 
 // Of a part of a window, as large as a template.
@@ -169,10 +180,8 @@ private:
 // The template against the part of a window whose top left corner is given.
 PatchLikeness _likeness(const Template& patch, const int16_t* window, int32_t side, const PartSums& part)
 {
-    int16_t values[kSearchPixels];
-    for (int32_t y = 0; y < kSearchSide; ++y)
-        std::copy_n(window + y * side, kSearchSide, values + y * kSearchSide);
-    const int32_t product = kernels::active()->match.dot_product(patch.values, values, kSearchPixels);
+    const int32_t product =
+        kernels::active()->match.dot_product({patch.values, kVector, window, side, kVector, kSearchSide});
     const double mean = static_cast<double>(part.sum) / kSearchPixels;
     return {product - mean * patch.sum,
             patch.square - static_cast<double>(patch.sum) * patch.sum / kSearchPixels,
@@ -191,8 +200,9 @@ constexpr int32_t kUnknowns = 4;  // right, down, contrast, brightness
 // What a fit keeps of the first picture: the patch, its gradients, ones; and the inverse of
 // their normal equations.
 struct FitBasis {
-    int16_t values[kUnknowns][kFitPixels];
+    int16_t values[kUnknowns][kFitRoom] = {};
     double inverse[kUnknowns][kUnknowns];
+    double sum;     // of the patch
     double square;  // of the patch less its mean
 };
 
@@ -253,6 +263,7 @@ bool _make_basis(const ConstPlane& plane, int32_t x, int32_t y, FitBasis* basis)
         }
     }
     const double sum = normal[kContrast][kBrightness];
+    basis->sum = sum;
     basis->square = normal[kContrast][kContrast] - sum * sum / kFitPixels;
     // Elimination from the last unknown to the first leaves the gradients what brightness and
     // contrast do not explain.
@@ -289,8 +300,7 @@ FitState _measure(const FitBasis& basis, const int16_t* sampled)
     }
     const double sum = products[kBrightness];
     const double square = _dot(sampled, sampled) - sum * sum / kFitPixels;
-    const double own_sum = _dot(basis.values[kContrast], basis.values[kBrightness]);
-    const double product = products[kContrast] - sum * own_sum / kFitPixels;
+    const double product = products[kContrast] - sum * basis.sum / kFitPixels;
     FitState state = {0.0, 0.0, solution[kContrast], 0.0};
     if (product > 0.0 && square > 0.0 && basis.square > 0.0)
         state.correlation = product / std::sqrt(square * basis.square);
@@ -305,7 +315,7 @@ FitState _measure(const FitBasis& basis, const int16_t* sampled)
 
 bool compare_patch(const PatchTask& task, PatchLikeness* likeness)
 {
-    int16_t window[kSearchPixels];
+    int16_t window[kSearchPixels + kVector] = {};
     if (!_holds(*task.first_plane, task.first_x, task.first_y, kSearchHalf) ||
         !_sample(task, kSearchHalf, window))
         return false;
@@ -317,13 +327,14 @@ bool compare_patch(const PatchTask& task, PatchLikeness* likeness)
 
 double search_patch(PatchTask* task, int32_t reach)
 {
-    int16_t window[kWindowSide * kWindowSide];
+    int16_t window[kWindowSide * kWindowSide + kVector];
     if (!_holds(*task->first_plane, task->first_x, task->first_y, kSearchHalf) ||
         !_sample(*task, kSearchHalf + reach, window))
         return -1.0;
     Template patch;
     _make_template(*task->first_plane, task->first_x, task->first_y, &patch);
     const int32_t side = kSearchSide + 2 * reach;
+    std::fill_n(window + side * side, kVector, int16_t{0});
     double best = -1.0;
     int32_t best_right = 0;
     int32_t best_down = 0;
@@ -356,7 +367,7 @@ double fit_patch(PatchTask* task, double drift)
         return -1.0;
     const double start_x = task->second_x;
     const double start_y = task->second_y;
-    int16_t sampled[kFitPixels];
+    int16_t sampled[kFitRoom] = {};
     FitState state = {};
     for (int32_t step = 0; step < kFitSteps; ++step) {
         if (!_sample(*task, kFitHalf, sampled))

@@ -483,10 +483,11 @@ TEST(KernelCheck, MatchingOfPatches)
         Guarded a = c.bytes(2 * kRows * n, 2), b = c.bytes(2 * kRows * wide, 2);
         limit(a, kRows * n, 1021);
         limit(b, kRows * wide, 1021);
-        c.check_result(KERNEL(match, dot_product), a.as<int16_t>(), b.as<int16_t>(), n);
+        const PairedRows apart = {a.as<int16_t>(), n, b.as<int16_t>(), wide, n, kRows};
+        c.check_result(KERNEL(match, dot_product), apart);
         limit(a, kRows * n, kMostCorrelated + 1);
         limit(b, kRows * wide, kMostCorrelated + 1);
-        const ShiftedRows both = {b.as<int16_t>(), wide, a.as<int16_t>(), n, n, kRows};
+        const PairedRows both = {b.as<int16_t>(), wide, a.as<int16_t>(), n, n, kRows};
         for (int32_t shifts : {kShiftGroup, 2 * kShiftGroup, kMostShifts})
             c.check(KERNEL(match, correlate_shifts), shifts, both, shifts);
     });

@@ -32,7 +32,7 @@ int16x8_t _add_columns(int16x8_t sums, const int16_t* a, const int16_t* b)
     return vmlaq_lane_s16(sums, vld1q_s16(a + 3), four, 3);
 }
 
-void _correlate_group(int32_t* sums, const ShiftedRows& both)
+void _correlate_group(int32_t* sums, const PairedRows& both)
 {
     int32x4_t low = vdupq_n_s32(0);
     int32x4_t high = low;
@@ -57,20 +57,27 @@ void _correlate_group(int32_t* sums, const ShiftedRows& both)
 
 }  // namespace
 
-void correlate_shifts(int32_t* sums, const ShiftedRows& both, int32_t shifts)
+void correlate_shifts(int32_t* sums, const PairedRows& both, int32_t shifts)
 {
     for (int32_t first = 0; first < shifts; first += kShiftGroup)
         _correlate_group(sums + first,
                          {both.a + first, both.a_stride, both.b, both.b_stride, both.columns, both.rows});
 }
 
-int32_t dot_product(const int16_t* a, const int16_t* b, int32_t count)
+// Whole vectors of all rows, and what is left of the columns as one narrow area.
+int32_t dot_product(const PairedRows& both)
 {
+    const int32_t whole = both.columns > 0 ? both.columns - both.columns % kLanes : 0;
     int32x4_t sums = vdupq_n_s32(0);
-    int32_t i = 0;
-    for (; i + kLanes <= count; i += kLanes)
-        sums = _add_products(sums, vld1q_s16(a + i), vld1q_s16(b + i));
-    return _total(sums) + scalar::dot_product(a + i, b + i, count - i);
+    for (int32_t x = 0; x < whole; x += kLanes) {
+        const int16_t *a = both.a + x, *b = both.b + x;
+        for (int32_t y = 0; y < both.rows; ++y, a += both.a_stride, b += both.b_stride)
+            sums = _add_products(sums, vld1q_s16(a), vld1q_s16(b));
+    }
+    if (whole == both.columns)
+        return _total(sums);
+    return _total(sums) + scalar::dot_product({both.a + whole, both.a_stride, both.b + whole, both.b_stride,
+                                               both.columns - whole, both.rows});
 }
 
 }  // namespace ozr::kernels::neon

@@ -53,21 +53,21 @@ struct PatchAvx2 : Avx2 {
     }
 };
 
-void _correlate_half(int32_t* sums, const ShiftedRows& both, int32_t shifts)
+void _correlate_half(int32_t* sums, const PairedRows& both, int32_t shifts)
 {
     MatchRows<Match<Sse2>>::correlate(sums, both, shifts, nullptr);
 }
 
 }  // namespace
 
-void correlate_shifts(int32_t* sums, const ShiftedRows& both, int32_t shifts)
+void correlate_shifts(int32_t* sums, const PairedRows& both, int32_t shifts)
 {
     MatchRows<Match<Avx2>>::correlate(sums, both, shifts, _correlate_half);
 }
 
-int32_t dot_product(const int16_t* a, const int16_t* b, int32_t count)
+int32_t dot_product(const PairedRows& both)
 {
-    return MatchRows<Match<Avx2>>::dot(a, b, count, sse2::dot_product);
+    return MatchRows<Match<Avx2>>::dot(both, sse2::dot_product);
 }
 
 void sample_patch(int16_t* dst, const PatchPlane& plane, const PatchPlaces& places)

@@ -35,7 +35,7 @@ class MatchRows
         return _mm_cvtsi128_si32(four);
     }
 
-    static ShiftedRows from(const ShiftedRows& both, int32_t shift)
+    static PairedRows from(const PairedRows& both, int32_t shift)
     {
         return {both.a + shift, both.a_stride, both.b, both.b_stride, both.columns, both.rows};
     }
@@ -52,7 +52,7 @@ class MatchRows
     }
 
     // As many shifts as a vector has lanes, products of eight columns at a time.
-    static void correlate_some(int32_t* sums, const ShiftedRows& both)
+    static void correlate_some(int32_t* sums, const PairedRows& both)
     {
         constexpr int32_t kColumns = 8;
         Ints even = {}, odd = {};  // by the lanes of words
@@ -78,7 +78,7 @@ class MatchRows
     }
 
 public:
-    static void correlate(int32_t* sums, const ShiftedRows& both, int32_t shifts, CorrelateShifts* below)
+    static void correlate(int32_t* sums, const PairedRows& both, int32_t shifts, CorrelateShifts* below)
     {
         int32_t first = 0;
         for (; first + kLanes <= shifts; first += kLanes)
@@ -87,14 +87,21 @@ public:
             below(sums + first, from(both, first), shifts - first);
     }
 
-    static int32_t dot(const int16_t* a, const int16_t* b, int32_t count, DotProduct* below)
+    // Whole vectors of all rows, and what is left of the columns as one narrow area.
+    static int32_t dot(const PairedRows& both, DotProduct* below)
     {
+        const int32_t whole = both.columns > 0 ? both.columns - both.columns % kLanes : 0;
         Sums sums = {};
-        int32_t i = 0;
-        for (; i + kLanes <= count; i += kLanes)
-            sums += V::multiply_add(words(a + i), words(b + i));
-        return static_cast<int32_t>(static_cast<uint32_t>(total(sums)) +
-                                    static_cast<uint32_t>(below(a + i, b + i, count - i)));
+        for (int32_t x = 0; x < whole; x += kLanes) {
+            const int16_t *a = both.a + x, *b = both.b + x;
+            for (int32_t y = 0; y < both.rows; ++y, a += both.a_stride, b += both.b_stride)
+                sums += V::multiply_add(words(a), words(b));
+        }
+        if (whole == both.columns)
+            return total(sums);
+        const PairedRows left = {both.a + whole, both.a_stride,        both.b + whole,
+                                 both.b_stride,  both.columns - whole, both.rows};
+        return static_cast<int32_t>(static_cast<uint32_t>(total(sums)) + static_cast<uint32_t>(below(left)));
     }
 };
 

@@ -27,14 +27,14 @@ struct MatchSse2 : Sse2 {
 
 }  // namespace
 
-void correlate_shifts(int32_t* sums, const ShiftedRows& both, int32_t shifts)
+void correlate_shifts(int32_t* sums, const PairedRows& both, int32_t shifts)
 {
     MatchRows<MatchSse2>::correlate(sums, both, shifts, scalar::correlate_shifts);
 }
 
-int32_t dot_product(const int16_t* a, const int16_t* b, int32_t count)
+int32_t dot_product(const PairedRows& both)
 {
-    return MatchRows<MatchSse2>::dot(a, b, count, scalar::dot_product);
+    return MatchRows<MatchSse2>::dot(both, scalar::dot_product);
 }
 
 }  // namespace ozr::kernels::sse2
