@@ -26,8 +26,8 @@ constexpr int32_t kMostCorrelated = 63;
 // sees to it that the sums fit 32: 541 000 products do.
 using CorrelateShifts = void(int32_t* sums, const PairedRows& both, int32_t shifts);
 
-// The sum over all rows and columns of a[y][x] * b[y][x]; the caller sees to it that it fits 32 bits
-// in any order. Two products of -32768 next to each other do not.
+// The sum over all rows and columns of a[y][x] * b[y][x]; the caller sees to it that it fits
+// 32 bits in any order. Two products of -32768 next to each other do not.
 using DotProduct = int32_t(const PairedRows& both);
 
 // A square of places in a picture, Q16 pixels: the first one at (x, y), from there in steps to the

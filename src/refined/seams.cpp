@@ -61,7 +61,8 @@ uint8_t _cost(int32_t off_luma, uint16_t off_colour)
     return static_cast<uint8_t>(std::min<uint16_t>(kDearest, square >> kSquareBits));
 }
 
-// What a seam through each point of a row costs. `off` has room for a row, an even number of points.
+// What a seam through each point of a row costs. `off` has room for a row, an even number
+// of points.
 void _cost_row(uint8_t* __restrict costs, uint8_t* __restrict forbidden, const Overlap& overlap, int32_t row,
                uint16_t* __restrict off)
 {

@@ -14,8 +14,8 @@ namespace ozr::refined
 // Sums of the squares of how many elements a row begins with; none before it, all behind it.
 struct SquaresBefore {
     Buffer<int32_t> sums;
-    int32_t least;  // number of elements, which may be negative
-    int32_t stride;
+    int32_t least = 0;  // number of elements, which may be negative
+    int32_t stride = 0;
 
     PanoResult init(const Unrolled& image, int32_t least_count, int32_t most_count);
     const int32_t* at(int32_t row, int32_t count) const

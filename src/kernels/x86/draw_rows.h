@@ -206,12 +206,12 @@ protected:
         }
     }
 
-    Words half_level_ = kept(1 << (kDrawShiftBits - 1));
+    Words half_level = kept(1 << (kDrawShiftBits - 1));
 
     Words finished(Words sample, Words gain, Words shift) const
     {
         const Words level = V::add_limited(V::multiply_round(sample, gain), shift);
-        return V::add_limited(level, half_level_) >> kDrawShiftBits;
+        return V::add_limited(level, half_level) >> kDrawShiftBits;
     }
 
     static DrawNodes from(const DrawNodes& nodes, int32_t b)

@@ -55,7 +55,7 @@ struct PatchAvx2 : Avx2 {
 
 void _correlate_half(int32_t* sums, const PairedRows& both, int32_t shifts)
 {
-    MatchRows<Match<Sse2>>::correlate(sums, both, shifts, nullptr);
+    MatchRows<Match<Sse2>>::correlate(sums, both, shifts, scalar::correlate_shifts);
 }
 
 }  // namespace
