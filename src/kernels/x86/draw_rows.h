@@ -1,6 +1,6 @@
 // Drawing, written once for vectors of one block and of two: a block has a half of 16 bytes to
 // itself, its pixels a word each. Where blocks begin is worked out for many of them at once; those
-// at the edge of a picture, turned by much or strongly reduced are left to the level below.
+// turned by much, strongly reduced or far outside the picture are left to the level below.
 //
 // Within a block places count from the pixel that its first tap lies on, so that they fit words.
 #ifndef OZR_DRAW_ROWS_H
@@ -22,15 +22,16 @@ namespace
 
 constexpr int32_t kMostTurn = 3;       // rows that the places of a block may lie apart
 constexpr int32_t kBlocksAtOnce = 32;  // whose starts are worked out together
-constexpr int32_t kTooMuch = 99;       // rows: the turn of a block that is not for vectors
+constexpr int32_t kEdge = 4;           // the turn of a block whose places must be limited
+constexpr int32_t kTooMuch = 99;       // the turn of a block that is not for vectors
 
-// Where blocks begin: the column and row of the first tap, the place within, and twice the way to
-// the next node.
+// Where blocks begin: the first column and row that are loaded, the place from there on, twice the
+// way to the next node, and the limits of places. Loads stay inside the picture, whatever the turn.
 struct DrawStarts {
     int32_t column[kBlocksAtOnce], row[kBlocksAtOnce];
     int32_t x[kBlocksAtOnce], step_x[kBlocksAtOnce], y[kBlocksAtOnce], step_y[kBlocksAtOnce];
-    int32_t turn[kBlocksAtOnce];  // rows that are read beyond the taps of one pixel ...
-    int32_t room[kBlocksAtOnce];  // ... and how many there are
+    int32_t least_x[kBlocksAtOnce], most_x[kBlocksAtOnce], least_y[kBlocksAtOnce], most_y[kBlocksAtOnce];
+    int32_t turn[kBlocksAtOnce];  // rows that are read beyond the taps of one pixel
 };
 
 template <class V, class Shape>
@@ -50,6 +51,12 @@ protected:
     {
         return earlier ^ (mask & (later ^ earlier));
     }
+
+    static Ints at_least(Ints value, int32_t least)
+    {
+        return chosen(Ints(value < least), Ints{} + least, value);
+    }
+    static Ints at_most(Ints value, int32_t most) { return chosen(Ints(value > most), Ints{} + most, value); }
 
     static void store(int32_t* dst, Ints ints) { V::store(dst, Vector(ints)); }
 
@@ -81,21 +88,28 @@ protected:
         const Ints rises = Ints(last_y < first_y);
         const Ints upper = chosen(rises, last_y, first_y), lower = chosen(rises, first_y, last_y);
         const Ints column = x >> kBits, row = upper >> kBits;
-        const Ints turn = (lower >> kBits) - row;
-        fine &= Ints(x >= kLeast) & Ints(last_x <= most_x) & Ints(upper >= kLeast) & Ints(lower <= most_y) &
-                Ints(((last_x >> kBits) - column) <= kLastColumn);
-        // Loads may reach beyond the end of a row, but not of the last one.
-        const Ints overhangs =
-            Ints((column - Shape::kBefore) * Shape::kPixelBytes > plane.width * Shape::kPixelBytes - kLoad);
-        const Ints room = (plane.height - kTaps + Shape::kBefore) - row + overhangs;
-        store(starts->column + first, column - Shape::kBefore);
-        store(starts->row + first, row - Shape::kBefore);
-        store(starts->x + first, x & (kUnit - 1));
-        store(starts->y + first, y - (row << kBits));
+        const Ints left =
+            at_least(at_most(column - Shape::kBefore, plane.width - kLoad / Shape::kPixelBytes), 0);
+        const Ints top = at_least(at_most(row - Shape::kBefore, plane.height - kTaps - kMostTurn), 0);
+        const Ints origin_x = (left + Shape::kBefore) << kBits, origin_y = (top + Shape::kBefore) << kBits;
+        const Ints x_in = x - origin_x, y_in = y - origin_y;
+        fine &= Ints(((last_x >> kBits) - column) <= kLastColumn) &
+                Ints(((lower >> kBits) - row) <= kMostTurn) & Ints(x_in >= -kMostStep) &
+                Ints(x_in <= kMostStep) & Ints(y_in >= -kMostStep) & Ints(y_in <= kMostStep);
+        const Ints inside =
+            Ints(x >= kLeast) & Ints(last_x <= most_x) & Ints(upper >= kLeast) & Ints(lower <= most_y);
+        const Ints turn = (lower >> kBits) - Shape::kBefore - top;
+        store(starts->column + first, left);
+        store(starts->row + first, top);
+        store(starts->x + first, x_in);
+        store(starts->y + first, y_in);
         store(starts->step_x + first, step_x + step_x);
         store(starts->step_y + first, step_y + step_y);
-        store(starts->turn + first, chosen(fine, turn, Ints{} + kTooMuch));
-        store(starts->room + first, chosen(Ints(room > kMostTurn), Ints{} + kMostTurn, room));
+        store(starts->least_x + first, at_least(kLeast - origin_x, INT16_MIN));
+        store(starts->most_x + first, at_most(most_x - origin_x, INT16_MAX));
+        store(starts->least_y + first, at_least(kLeast - origin_y, INT16_MIN));
+        store(starts->most_y + first, at_most(most_y - origin_y, INT16_MAX));
+        store(starts->turn + first, chosen(fine, chosen(inside, turn, Ints{} + kEdge), Ints{} + kTooMuch));
     }
 
     // At most kBlocksAtOnce. The last nodes are repeated where there are not enough for a vector.
@@ -119,12 +133,10 @@ protected:
     // The turn of the blocks of a vector; too much where they are not for vectors.
     static int32_t turn_of(const DrawStarts& starts, int32_t b)
     {
-        int32_t turn = starts.turn[b], room = starts.room[b];
-        for (int32_t i = 1; i < kBlocks; ++i) {
+        int32_t turn = starts.turn[b];
+        for (int32_t i = 1; i < kBlocks; ++i)
             turn = turn < starts.turn[b + i] ? starts.turn[b + i] : turn;
-            room = room > starts.room[b + i] ? starts.room[b + i] : room;
-        }
-        return turn <= room ? turn : kTooMuch;
+        return turn;
     }
 
     // Where the first rows of a vector's blocks are loaded.
@@ -179,6 +191,23 @@ protected:
     {
         return V::spread(starts) + V::multiply_high(V::spread(steps), half_ramp);
     }
+    template <bool kLimited>
+    static Words places_x(const DrawStarts& starts, int32_t b, Words half_ramp)
+    {
+        const Words x = places(starts.x + b, starts.step_x + b, half_ramp);
+        return kLimited ? within(x, starts.least_x + b, starts.most_x + b) : x;
+    }
+    template <bool kLimited>
+    static Words places_y(const DrawStarts& starts, int32_t b, Words half_ramp)
+    {
+        const Words y = places(starts.y + b, starts.step_y + b, half_ramp);
+        return kLimited ? within(y, starts.least_y + b, starts.most_y + b) : y;
+    }
+    static Words within(Words places, const int32_t* least, const int32_t* most)
+    {
+        const Words lowest = V::spread(least), limited = V::lesser(places, V::spread(most));
+        return chosen(Words(limited < lowest), lowest, limited);
+    }
     // Ways and sums on the way wrap; what lies between two words is one.
     static Words between(const int16_t* nodes, const Ramp& ramp)
     {
@@ -225,6 +254,8 @@ protected:
     static void draw_all(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks,
                          const Kind& kind)
     {
+        if (plane.width < kLoad / Shape::kPixelBytes || plane.height < kTaps + kMostTurn)
+            return kBelow(dst, plane, nodes, blocks);
         DrawStarts starts;
         for (int32_t done = 0; done < blocks; done += kBlocksAtOnce) {
             const int32_t left = blocks - done, count = left < kBlocksAtOnce ? left : kBlocksAtOnce;
@@ -245,6 +276,10 @@ protected:
                     break;
                 case kMostTurn:
                     kind.template draw<kMostTurn>(out + b * kDrawBlock, plane, starts, b, from(here, b));
+                    break;
+                case kEdge:
+                    kind.template draw<kMostTurn, true>(out + b * kDrawBlock, plane, starts, b,
+                                                        from(here, b));
                     break;
                 default:
                     kBelow(out + b * kDrawBlock, plane, from(here, b), kBlocks);
@@ -305,7 +340,7 @@ class DrawLuma : DrawRows<V, LumaShape>
     }
 
 public:
-    template <int32_t kTurn>
+    template <int32_t kTurn, bool kLimited = false>
     void draw(uint8_t* dst, const DrawPlane& plane, const DrawStarts& starts, int32_t b,
               const DrawNodes& nodes) const
     {
@@ -313,8 +348,8 @@ public:
         const typename Base::Sources sources(plane, starts, b);
         Base::ask_ahead(sources, plane.stride);
         load_rows<4 + kTurn>(sources, plane.stride,
-                             across(Base::places(starts.x + b, starts.step_x + b, steps_)), rows);
-        const Words y = Base::places(starts.y + b, starts.step_y + b, steps_);
+                             across(Base::template places_x<kLimited>(starts, b, steps_)), rows);
+        const Words y = Base::template places_y<kLimited>(starts, b, steps_);
         Base::template pick_rows<kTurn>(rows, y >> kDrawPlaceBits);
         const Words down = in_high(y);  // weights in the upper bytes: Q15
         const auto part = [&](int32_t i) {
@@ -358,12 +393,12 @@ class DrawChroma : DrawRows<V, ChromaShape>
     }
 
 public:
-    template <int32_t kTurn>
+    template <int32_t kTurn, bool kLimited = false>
     void draw(uint8_t* dst, const DrawPlane& plane, const DrawStarts& starts, int32_t b,
               const DrawNodes& nodes) const
     {
-        const Words x = Base::places(starts.x + b, starts.step_x + b, steps_) >> 1;
-        const Words y = Base::places(starts.y + b, starts.step_y + b, steps_) >> 1;
+        const Words x = Base::template places_x<kLimited>(starts, b, steps_) >> 1;
+        const Words y = Base::template places_y<kLimited>(starts, b, steps_) >> 1;
         const Words part = (x >> 4) & part_, across = (one_ - part) | (part << 8);
         const Words column = (x >> kDrawPlaceBits) << 1;
         // A pair and the next one, the same byte of both.
