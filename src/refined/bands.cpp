@@ -389,8 +389,10 @@ void _shifts_at_nodes(int32_t* dst, const Corrections& corrections, const Correc
 void _mix(int16_t* __restrict dst, const int32_t* __restrict above, const int32_t* __restrict below,
           int32_t part, int32_t bits)
 {
-    for (int32_t i = 0; i < kNodesAtOnce; ++i)
-        dst[i] = static_cast<int16_t>((above[i] * ((1 << bits) - part) + below[i] * part) >> (2 * bits));
+    for (int32_t i = 0; i < kNodesAtOnce; ++i) {
+        const int32_t whole = static_cast<int32_t>(static_cast<uint32_t>(above[i]) << bits);
+        dst[i] = static_cast<int16_t>((whole + (below[i] - above[i]) * part) >> (2 * bits));
+    }
 }
 
 // So many that the coarsest level of one picture still has a few points each way.

@@ -69,8 +69,10 @@ protected:
     static Words kept(int16_t value) { return kept_pairs(value, value); }
 
     // Starts of as many blocks as a vector has numbers, from nodes of which there is one more.
-    static void start_some(const DrawPlane& plane, const int32_t* xs, const int32_t* ys, DrawStarts* starts,
-                           int32_t first)
+    // Inlined, so that its constants are made once for all blocks of a row.
+    __attribute__((always_inline)) static void start_some(const DrawPlane& plane, const int32_t* xs,
+                                                          const int32_t* ys, DrawStarts* starts,
+                                                          int32_t first)
     {
         constexpr int32_t kBits = Shape::kUnitBits, kUnit = 1 << kBits, kLeast = Shape::kBefore * kUnit;
         constexpr int32_t kLastColumn = kLoad / Shape::kPixelBytes - kTaps;
