@@ -26,13 +26,17 @@ namespace
 enum class Edge { kStart, kEnd, kOffset };
 enum class Fill { kRandom, kZeros, kOnes, kExtremes };
 
-std::vector<const Kernels*> levels_of_this_machine()
+// Looked up once: in a virtual machine, asking the processor takes longer than most kernels.
+const std::vector<const Kernels*>& levels_of_this_machine()
 {
-    std::vector<const Kernels*> levels;
-    for (const Kernels* const* level = kLevels; *level != nullptr; ++level) {
-        if (((*level)->features & ~cpu_features()) == 0)
-            levels.push_back(*level);
-    }
+    static const std::vector<const Kernels*> levels = [] {
+        std::vector<const Kernels*> found;
+        for (const Kernels* const* level = kLevels; *level != nullptr; ++level) {
+            if (((*level)->features & ~cpu_features()) == 0)
+                found.push_back(*level);
+        }
+        return found;
+    }();
     return levels;
 }
 
