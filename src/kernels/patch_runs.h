@@ -49,7 +49,7 @@ public:
             return false;
         const int32_t right = places.x + reach(places.right_x, places.down_x, side);
         const int32_t bottom = places.y + reach(places.right_y, places.down_y, side);
-        return (right >> 16) + kLoad <= plane.width && (bottom >> 16) + kMostTurn + 2 <= plane.height;
+        return (right >> 16) + kLoad <= plane.width && (bottom >> 16) + turn_of(places) + 2 <= plane.height;
     }
 
     // Rows that the samples of a run may lie apart: 0, 1 or 2.

@@ -506,7 +506,7 @@ TEST(KernelCheck, PatchesOfPictures)
         const int32_t width = 2 + c.count % 45, height = 2 + c.random()->below(40), side = 1 + c.count % 18;
         const int32_t stride = width + c.random()->below(3);
         Guarded pixels = c.bytes(stride * (height - 1) + width);
-        for (int32_t wild : {kOne / 50, kOne / 4, 3 * kOne}) {
+        for (int32_t wild : {0, kOne / 90, kOne / 50, kOne / 20, kOne / 4, 3 * kOne}) {
             const auto off = [&] { return c.random()->below(2 * wild + 1) - wild; };
             const int32_t upright = wild > kOne ? 0 : kOne;
             PatchPlaces places = {0, 0, upright + off(), off(), off(), upright + off(), side};
@@ -520,8 +520,10 @@ TEST(KernelCheck, PatchesOfPictures)
                 }
                 const int32_t before = (side - 1) * (std::min(*right, 0) + std::min(*down, 0));
                 const int32_t left = room - reach();
-                const int32_t at = c.random()->below(3);
-                return (at == 0 ? 0 : at == 1 ? left : c.random()->below(left + 1)) - before;
+                const int32_t near = std::min(left, 4 * kOne);
+                const int32_t at[] = {0, left, left - c.random()->below(near + 1),
+                                      c.random()->below(left + 1)};
+                return at[c.random()->below(4)] - before;
             };
             places.x = lay(&places.right_x, &places.down_x, width);
             places.y = lay(&places.right_y, &places.down_y, height);
