@@ -110,15 +110,22 @@ private:
     ozr_image panorama_ = {};
 };
 
+/** Whether the cylinder shows the picture at a column of a row. */
+bool shows(const ozr::refined::Unrolled& unrolled, int32_t x, int32_t y)
+{
+    const ozr::refined::Columns& shown = unrolled.shown.get()[y];
+    return x >= shown.first && x < shown.end;
+}
+
 /** Contrast as grey: 0 in the middle, white where the cylinder shows nothing. */
 Picture contrast(const ozr::refined::Unrolled& unrolled, int32_t zoom)
 {
     Picture picture(unrolled.width, unrolled.height);
     for (int32_t y = 0; y < unrolled.height; ++y) {
         for (int32_t x = 0; x < unrolled.width; ++x) {
-            const int32_t value = 128 + unrolled.contrast_row(y)[x] * 2;
+            const int32_t value = 128 + unrolled.row(y)[x] * 2;
             const uint8_t grey =
-                static_cast<uint8_t>(unrolled.mask_row(y)[x] != 0 ? std::clamp(value, 0, 255) : 255);
+                static_cast<uint8_t>(shows(unrolled, x, y) ? std::clamp(value, 0, 255) : 255);
             tint(&picture, {x, y, 1, 1}, {grey, grey, grey}, 100);
         }
     }
@@ -133,9 +140,9 @@ double correlation(const ozr::refined::Unrolled& a, const ozr::refined::Unrolled
     double ab = 0, aa = 1, bb = 1, common = 0;
     for (int32_t y = std::max(0, shift_y); y < std::min(a.height, b.height + shift_y); ++y) {
         for (int32_t x = std::max(0, shift_x); x < std::min(a.width, b.width + shift_x); ++x) {
-            if ((a.mask_row(y)[x] & b.mask_row(y - shift_y)[x - shift_x]) == 0)
+            if (!shows(a, x, y) || !shows(b, x - shift_x, y - shift_y))
                 continue;
-            const double p = a.contrast_row(y)[x], q = b.contrast_row(y - shift_y)[x - shift_x];
+            const double p = a.row(y)[x], q = b.row(y - shift_y)[x - shift_x];
             ab += p * q;
             aa += p * p;
             bb += q * q;

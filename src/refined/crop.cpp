@@ -86,7 +86,7 @@ void _try_row(const int32_t* tops, int32_t columns, int32_t row, Rising* rising,
 
 }  // namespace
 
-PanoResult find_crop(const Layers& layers, const Seams& seams, Crop* crop)
+PanoResult find_crop(const Cancel& cancel, const Layers& layers, const Seams& seams, Crop* crop)
 {
     const int32_t columns = layers.frame.columns;
     const Buffer<int32_t> tops = make_buffer<int32_t>(columns);
@@ -95,6 +95,8 @@ PanoResult find_crop(const Layers& layers, const Seams& seams, Crop* crop)
         return kPanoNoMemory;
     *crop = {};
     for (int32_t y = 0; y < layers.frame.rows; ++y) {
+        if (cancel.asked())
+            return kPanoCancelled;
         _extend(tops.get(), layers, seams, y);
         _try_row(tops.get(), columns, y, rising.get(), crop);
     }

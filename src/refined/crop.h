@@ -2,6 +2,7 @@
 #ifndef REFINED_CROP_H
 #define REFINED_CROP_H
 
+#include "refined/cancel.h"
 #include "refined/layers.h"
 #include "refined/seams.h"
 
@@ -14,7 +15,7 @@ struct Crop {
 };
 
 // kPanoNotSupported where no rectangle of two points each way is covered.
-PanoResult find_crop(const Layers& layers, const Seams& seams, Crop* crop);
+PanoResult find_crop(const Cancel& cancel, const Layers& layers, const Seams& seams, Crop* crop);
 
 }  // namespace ozr::refined
 

@@ -22,7 +22,7 @@ PanoResult _plan(const DrawInput& input, Plan* plan, DrawReport* report)
     PANO_FORWARD(even_exposure(cancel, &plan->layers, report));
     PANO_FORWARD(lay_layers(cancel, &plan->layers));
     PANO_FORWARD(find_seams(cancel, plan->layers, &plan->seams));
-    PANO_FORWARD(find_crop(plan->layers, plan->seams, &plan->crop));
+    PANO_FORWARD(find_crop(cancel, plan->layers, plan->seams, &plan->crop));
     PANO_FORWARD(find_corrections(cancel, plan->layers, plan->seams, plan->crop, &plan->corrections));
     return kPanoSuccess;
 }

@@ -153,7 +153,8 @@ void _measure_row(const Layer& layer, const NodePlace* above, const NodePlace* b
 }
 
 // `headings` are those of the frame's corners.
-PanoResult _measure_layer(const Layers& layers, int32_t i, const Heading* headings, Blocks* blocks)
+PanoResult _measure_layer(const Cancel& cancel, const Layers& layers, int32_t i, const Heading* headings,
+                          Blocks* blocks)
 {
     const Layer& layer = layers.at[i];
     const Frame& frame = layers.frame;
@@ -165,6 +166,8 @@ PanoResult _measure_layer(const Layers& layers, int32_t i, const Heading* headin
     if (!blocks->at[i] || !places)
         return kPanoNoMemory;
     for (int32_t y = 0; y <= blocks->rows; ++y) {
+        if (cancel.asked())
+            return kPanoCancelled;
         NodePlace* row = places.get() + y % 2 * ptrdiff_t{corners};
         const double height = (frame.first_row + y * kBlock) * (1 << frame.step_bits) / frame.radius;
         int16_t gain;
@@ -186,11 +189,8 @@ PanoResult _measure_blocks(const Cancel& cancel, const Layers& layers, Blocks* b
     if (!headings)
         return kPanoNoMemory;
     blocks->rows = frame.rows / kBlock;
-    for (int32_t i = 0; i < layers.count; ++i) {
-        PANO_FORWARD(_measure_layer(layers, i, headings.get(), blocks));
-        if (cancel.asked())
-            return kPanoCancelled;
-    }
+    for (int32_t i = 0; i < layers.count; ++i)
+        PANO_FORWARD(_measure_layer(cancel, layers, i, headings.get(), blocks));
     return kPanoSuccess;
 }
 

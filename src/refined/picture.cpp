@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "kernels/kernels.h"
+#include "refined/quarter_turn.h"
 
 namespace ozr::refined
 {
@@ -112,40 +113,44 @@ private:
 };
 
 // The filler may be null.
-void _copy(const PanoImg* picture, const PanoImg* kept, const PyramidFiller* filler)
+PanoResult _copy(const PanoImg* picture, const Cancel& cancel, const PanoImg* kept,
+                 const PyramidFiller* filler)
 {
     for (int32_t y = 0; y < kept->height; ++y) {
+        if (cancel.asked())
+            return kPanoCancelled;
         std::copy_n(pano_row(picture, y), kept->width, pano_row(kept, y));
         if (filler != nullptr)
             filler->add_luma_row(y);
     }
     for (int32_t y = 0; y < kept->height / 2; ++y) {
+        if (cancel.asked())
+            return kPanoCancelled;
         std::copy_n(pano_chroma_row(picture, y), kept->width, pano_chroma_row(kept, y));
         if (filler != nullptr)
             filler->add_chroma_row(y);
     }
-}
-
-PanoResult _turn(const PanoImg* picture, PanoImg* kept)
-{
-    PANO_FORWARD(pano_create_unfilled(kept, picture->height, picture->width, kPanoNv12));
-    return as_result(PanoImg_RotateCW90(kept, picture));
+    return kPanoSuccess;
 }
 
 }  // namespace
 
-PanoResult build_pyramid(const PanoImg* kept, Pyramid* pyramid)
+PanoResult build_pyramid(const PanoImg* kept, const Cancel& cancel, Pyramid* pyramid)
 {
     PyramidFiller filler;
     PANO_FORWARD(filler.init(kept, pyramid));
-    for (int32_t y = 0; y < kept->height; ++y)
+    for (int32_t y = 0; y < kept->height; ++y) {
+        if (cancel.asked())
+            return kPanoCancelled;
         filler.add_luma_row(y);
-    for (int32_t y = 0; y < kept->height / 2; ++y)
-        filler.add_chroma_row(y);
+        if (y % 2 != 0)
+            filler.add_chroma_row(y / 2);
+    }
     return kPanoSuccess;
 }
 
-PanoResult keep_picture(const PanoImg* picture, bool turn, PanoImg* kept, Pyramid* pyramid)
+PanoResult keep_picture(const PanoImg* picture, bool turn, const Cancel& cancel, PanoImg* kept,
+                        Pyramid* pyramid)
 {
     const int32_t width = picture->width & ~1;
     const int32_t height = picture->height & ~1;
@@ -153,21 +158,20 @@ PanoResult keep_picture(const PanoImg* picture, bool turn, PanoImg* kept, Pyrami
         return kPanoBadArgument;
     const bool is_even = width == picture->width && height == picture->height;
     if (turn && is_even) {
-        PANO_FORWARD(_turn(picture, kept));
-        return build_pyramid(kept, pyramid);
+        PANO_FORWARD(quarter_turn(*picture, true, cancel, kept));
+        return build_pyramid(kept, cancel, pyramid);
     }
     PanoImgOwner straight;
     PanoImg* copy = turn ? straight.get() : kept;
     PANO_FORWARD(pano_create_unfilled(copy, width, height, kPanoNv12));
     if (turn) {
-        _copy(picture, copy, nullptr);
-        PANO_FORWARD(_turn(copy, kept));
-        return build_pyramid(kept, pyramid);
+        PANO_FORWARD(_copy(picture, cancel, copy, nullptr));
+        PANO_FORWARD(quarter_turn(*copy, true, cancel, kept));
+        return build_pyramid(kept, cancel, pyramid);
     }
     PyramidFiller filler;
     PANO_FORWARD(filler.init(kept, pyramid));
-    _copy(picture, kept, &filler);
-    return kPanoSuccess;
+    return _copy(picture, cancel, kept, &filler);
 }
 
 int32_t level_within(const Pyramid& pyramid, int32_t side)

@@ -8,6 +8,7 @@
 #include "base/plane.h"
 #include "image/pano_result.h"
 #include "image/panorama_img.h"
+#include "refined/cancel.h"
 #include "support/buffer.h"
 
 namespace ozr::refined
@@ -32,11 +33,12 @@ struct Pyramid {
 // Copies an NV12 picture into `kept`, with tight rows and even sizes (an odd last row or column
 // is left out), and builds its pyramid in the same pass: while two rows are at hand, their
 // means cost little. `turn` makes a quarter turn clockwise. kPanoBadArgument: smaller than
-// 2 x 2; kPanoNoMemory.
-PanoResult keep_picture(const PanoImg* picture, bool turn, PanoImg* kept, Pyramid* pyramid);
+// 2 x 2; kPanoNoMemory; kPanoCancelled.
+PanoResult keep_picture(const PanoImg* picture, bool turn, const Cancel& cancel, PanoImg* kept,
+                        Pyramid* pyramid);
 
-// Builds the pyramid of a picture that is kept already.
-PanoResult build_pyramid(const PanoImg* kept, Pyramid* pyramid);
+// Builds the pyramid of a picture that is kept already. kPanoNoMemory; kPanoCancelled.
+PanoResult build_pyramid(const PanoImg* kept, const Cancel& cancel, Pyramid* pyramid);
 
 // The first level whose longer side is at most `side`.
 int32_t level_within(const Pyramid& pyramid, int32_t side);

@@ -194,6 +194,8 @@ PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, 
         _add_columns(work.sums.get(), around, width);
         _spread_row(work.spread.get(), work.sums.get(), forbidden, work.pulls, width);
         paths.add_row(work.spread.get(), work.zeros.get(), work.zeros.get());
+        if (cancel.asked())
+            return kPanoCancelled;
     }
     paths.trace(columns);
     for (int32_t y = 0; y < rows; ++y)

@@ -6,6 +6,7 @@
 #include "image/pano_result.h"
 #include "refined/angles.h"
 #include "refined/draw.h"
+#include "refined/quarter_turn.h"
 #include "refined/straighten.h"
 
 namespace ozr::refined
@@ -17,22 +18,20 @@ namespace
 // Pictures before the last one that a picture is compared with when the last one does not fit.
 constexpr int32_t kBridged = 2;
 
-PanoResult _add_sight(const PanoImg& picture, bool turned, Sight* sight)
+PanoResult _add_sight(const PanoImg& picture, bool turned, const Cancel& cancel, Sight* sight)
 {
-    PANO_FORWARD(keep_picture(&picture, turned, sight->picture.get(), &sight->pyramid));
+    PANO_FORWARD(keep_picture(&picture, turned, cancel, sight->picture.get(), &sight->pyramid));
     return look_at(sight);
 }
 
 // Turns a picture that is kept already.
-PanoResult _turn_sight(bool clockwise, Sight* sight)
+PanoResult _turn_sight(bool clockwise, const Cancel& cancel, Sight* sight)
 {
     PanoImg* kept = sight->picture.get();
     PanoImgOwner turned;
-    PANO_FORWARD(pano_create_unfilled(turned.get(), kept->height, kept->width, kPanoNv12));
-    PANO_FORWARD(clockwise ? PanoImg_RotateCW90(turned.get(), kept)
-                           : PanoImg_RotateCW270(turned.get(), kept));
+    PANO_FORWARD(quarter_turn(*kept, clockwise, cancel, turned.get()));
     std::swap(*kept, *turned.get());
-    PANO_FORWARD(build_pyramid(kept, &sight->pyramid));
+    PANO_FORWARD(build_pyramid(kept, cancel, &sight->pyramid));
     return look_at(sight);
 }
 
@@ -129,11 +128,11 @@ bool Sweep::has_good_pair() const
 }
 
 // Turns all pictures that came in, because the sweep seems to run the other way.
-PanoResult Sweep::turn_pictures()
+PanoResult Sweep::turn_pictures(const Cancel& cancel)
 {
     turned_ = !turned_;
     for (int32_t i = 0; i < pictures_; ++i)
-        PANO_FORWARD(_turn_sight(turned_, &sights_[i]));
+        PANO_FORWARD(_turn_sight(turned_, cancel, &sights_[i]));
     return kPanoSuccess;
 }
 
@@ -160,13 +159,13 @@ ShiftHint Sweep::shift_hint(const PictureHint& hint) const
 PanoResult Sweep::match_turned(const PictureHint& hint, const Cancel& cancel)
 {
     const PairMatch upright = pairs_[count_ - 1].match;
-    PANO_FORWARD(turn_pictures());
+    PANO_FORWARD(turn_pictures(cancel));
     --count_;
     PANO_FORWARD(match(pictures_ - 2, pictures_ - 1, shift_hint(hint), cancel));
     if (has_good_pair())
         return kPanoSuccess;
     pairs_[count_ - 1].match = upright;
-    return turn_pictures();
+    return turn_pictures(cancel);
 }
 
 PanoResult Sweep::bridge(const Cancel& cancel)
@@ -197,8 +196,8 @@ PanoResult Sweep::add(const PanoImg& picture, const PictureHint& hint, const Can
         return kPanoCancelled;
     // As long as nothing is joined, the caller's word on the direction counts.
     if (!has_good_pair() && hint.direction != kDirectionUndecided && is_vertical(hint.direction) != turned_)
-        PANO_FORWARD(turn_pictures());
-    PANO_FORWARD(_add_sight(picture, turned_, &sights_[pictures_]));
+        PANO_FORWARD(turn_pictures(cancel));
+    PANO_FORWARD(_add_sight(picture, turned_, cancel, &sights_[pictures_]));
     const ConstPlane& plane = sights_[pictures_].pyramid.levels[0];
     const ConstPlane& first = sights_[0].pyramid.levels[0];
     if (plane.width != first.width || plane.height != first.height)
@@ -209,11 +208,11 @@ PanoResult Sweep::add(const PanoImg& picture, const PictureHint& hint, const Can
 
 // The first pair decided along which side the sweep runs, the whole of it knows better: a shaking
 // hand may move more up than along from one picture to the next.
-PanoResult Sweep::turn_along()
+PanoResult Sweep::turn_along(const Cancel& cancel)
 {
     if (!_runs_across(solution_, pictures_))
         return kPanoSuccess;
-    PANO_FORWARD(turn_pictures());
+    PANO_FORWARD(turn_pictures(cancel));
     for (int32_t i = 0; i < pictures_; ++i) {
         solution_.lenses.rotations[i] = _quarter_turned(solution_.lenses.rotations[i], turned_);
         Skew& skew = solution_.lenses.skews[i];
@@ -258,15 +257,14 @@ PanoResult Sweep::compose(const Cancel& cancel, PanoImg* out)
         return kPanoPictureMissing;
     const SweepView view = {sights_, pictures_, pairs_, count_};
     PANO_FORWARD(solve_sweep(view, cancel, &solution_));
-    PANO_FORWARD(turn_along());
+    PANO_FORWARD(turn_along(cancel));
     trace_matches(view, solution_, &trace_);
     fill_cameras();
     PanoImgOwner drawn;
     PANO_FORWARD(draw_cameras(cancel, drawn.get()));
     if (turned_) {
         PanoImgOwner upright;
-        PANO_FORWARD(pano_create_unfilled(upright.get(), drawn->height, drawn->width, kPanoNv12));
-        PANO_FORWARD(PanoImg_RotateCW270(upright.get(), drawn.get()));
+        PANO_FORWARD(quarter_turn(*drawn.get(), false, cancel, upright.get()));
         std::swap(*drawn.get(), *upright.get());
     }
     std::swap(*out, *drawn.get());

@@ -61,14 +61,14 @@ private:
     static void* operator new(size_t size, const std::nothrow_t& tag) noexcept;
     static void operator delete(void* sweep, const std::nothrow_t& tag) noexcept;
 
-    PanoResult turn_pictures();
+    PanoResult turn_pictures(const Cancel& cancel);
     PanoResult match(int32_t first, int32_t second, const ShiftHint& hint, const Cancel& cancel);
     PanoResult match_newest(const PictureHint& hint, const Cancel& cancel);
     PanoResult match_turned(const PictureHint& hint, const Cancel& cancel);
     PanoResult bridge(const Cancel& cancel);
     bool has_good_pair() const;
     ShiftHint shift_hint(const PictureHint& hint) const;
-    PanoResult turn_along();
+    PanoResult turn_along(const Cancel& cancel);
     void fill_cameras();
     PanoResult draw_cameras(const Cancel& cancel, PanoImg* drawn);
     const Pair* pair_of_joint(int32_t index) const;

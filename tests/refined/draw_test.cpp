@@ -49,7 +49,7 @@ struct PaintedSweep : SimulatedCamera {
         pyramids.resize(views.size());
         for (size_t i = 0; i < views.size(); ++i) {
             images.push_back(photographs.emplace_back(*this, i).img);
-            EXPECT_EQ(build_pyramid(&images[i], &pyramids[i]), kPanoSuccess);
+            EXPECT_EQ(build_pyramid(&images[i], {nullptr}, &pyramids[i]), kPanoSuccess);
             cameras.push_back(camera_of_pose(views[i], focal, radial));
         }
         for (size_t i = 0; i < views.size(); ++i)

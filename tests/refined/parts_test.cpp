@@ -94,7 +94,7 @@ TEST(Crop, IsTheLargestCoveredRectangle)
         }
         Seams seams = {nullptr, rows, 1};
         Crop crop;
-        const PanoResult result = find_crop(layers, seams, &crop);
+        const PanoResult result = find_crop({nullptr}, layers, seams, &crop);
         if (result == kPanoSuccess) {
             for (int32_t y = crop.top; y <= crop.bottom; ++y) {
                 for (int32_t x = crop.left; x <= crop.right; ++x)
@@ -138,7 +138,7 @@ TEST(Pyramid, HalvesLumaAndChroma)
             picture.randomize(4);
             PanoImgOwner kept;
             Pyramid pyramid;
-            ASSERT_EQ(keep_picture(&picture.img, turn, kept.get(), &pyramid), kPanoSuccess);
+            ASSERT_EQ(keep_picture(&picture.img, turn, {nullptr}, kept.get(), &pyramid), kPanoSuccess);
             const int32_t w = kept->width, h = kept->height;
             ASSERT_EQ(w, (turn ? height : width) & ~1);
             for (int32_t i = 0; i < w * h; ++i) {
