@@ -177,6 +177,8 @@ class Source:
         called = self.tokens[i - 1]
         if token.text not in ("(", "{") or called.kind != "word" or called.end < token.start or called.text in NO_CALL:
             return
+        if called.text in ("min", "max"):  # their order does not matter
+            return
         close = self.partner[i]
         commas = [j for j in range(i + 1, close) if self.opener[j] == i and self.tokens[j].text == ","]
         for before, comma, after in zip([i, *commas], commas, [*commas[1:], close]):
