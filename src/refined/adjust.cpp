@@ -7,8 +7,8 @@
 #include <cmath>
 
 #include "image/pano_result.h"
+#include "refined/adjust_problem.h"
 #include "refined/angles.h"
-#include "refined/normal_equations.h"
 #include "refined/residual.h"
 #include "support/buffer.h"
 
@@ -35,15 +35,6 @@ constexpr double kSharpResidual = 0.2;  // base pixels, root mean square
 // Where matches are less close, pictures may be skewed, if that leaves so much less.
 constexpr double kSkewPays = 0.8;
 
-// What is known of lenses without looking: deviations that two thirds of all stay within, against
-// matches that are good to kMatchNoise. A pair alone is told to have a plain lens.
-constexpr double kMatchNoise = 0.3;      // base pixels
-constexpr double kFocalDeviation = 0.3;  // of ln(focal / assumed)
-constexpr double kZoomDeviation = 0.01;
-constexpr double kRadialDeviation = 0.1;
-constexpr double kSkewDeviation = 0.01;
-constexpr double kRigid = 1e-4;
-
 // Focal lengths are tried in this order, times the assumed one, while no try fits.
 constexpr double kFocalTries[] = {1.0, 1.3, 0.77, 1.7, 0.6, 2.2};
 
@@ -55,198 +46,7 @@ constexpr double kDampingStep = 8.0;
 constexpr double kLastDamping = 1e4;
 constexpr double kDone = 1e-6;  // relative gain of a step that ends a stage
 
-// One camera is held where it is: turning all together changes nothing.
-constexpr double kHeld = 1e12;
 constexpr double kRidge = 1e-9;  // keeps unknowns that nothing depends on at rest
-
-// Unknowns of a picture: three of its turn, one of its zoom; and two of its skew.
-constexpr int32_t kPictureUnknowns = 4;
-constexpr int32_t kSkewUnknowns = 2;
-
-// Unknowns of one match, in this order: turns of both, focal length; zooms of both, radial term;
-// skews of both. The freer the lens, the more of them count.
-constexpr int32_t kMatchUnknowns = 14;
-constexpr int32_t kUnknownsOfFreedom[] = {7, 10, kMatchUnknowns};
-
-// The second picture's turn changes a match by the opposite of what the first one's does, so that
-// sums are kept of the first one's alone.
-constexpr int32_t kTurnUnknowns = 3;
-constexpr int32_t kSumUnknowns = kMatchUnknowns - kTurnUnknowns;
-constexpr int32_t kSumWidth = kSumUnknowns + 1;  // even: numbers are added two at a time
-
-// A task with the places of its unknowns.
-struct Problem : AdjustTask {
-    int32_t unknowns() const
-    {
-        return skew_index(0) + (freedom == kShutterToo ? kSkewUnknowns * pictures : 0);
-    }
-    static int32_t turn_index(int32_t picture) { return kPictureUnknowns * picture; }
-    static int32_t zoom_index(int32_t picture) { return kPictureUnknowns * picture + 3; }
-    int32_t focal_index() const { return kPictureUnknowns * pictures; }
-    int32_t radial_index() const { return kPictureUnknowns * pictures + 1; }
-    int32_t skew_index(int32_t picture) const
-    {
-        return kPictureUnknowns * pictures + 2 + kSkewUnknowns * picture;
-    }
-
-    int32_t match_unknowns() const { return kUnknownsOfFreedom[freedom]; }
-};
-
-// The slopes of one coordinate, with a 0 behind those that count.
-struct Row {
-    double at[kSumWidth];
-    double residual;
-
-    Row(const Slope& slope, LensFreedom freedom, double residual_of_row) : at{}, residual(residual_of_row)
-    {
-        for (int32_t i = 0; i < kTurnUnknowns; ++i)
-            at[i] = slope.turn[i];
-        at[3] = slope.first_zoom + slope.second_zoom;
-        if (freedom == kLensOfPair)
-            return;
-        at[4] = slope.first_zoom;
-        at[5] = slope.second_zoom;
-        at[6] = slope.radial;
-        for (int32_t i = 0; freedom == kShutterToo && i < kSkewUnknowns; ++i) {
-            at[7 + i] = slope.first_skew[i];
-            at[9 + i] = slope.second_skew[i];
-        }
-    }
-};
-
-// The equations of one link, before its unknowns find their place among all.
-struct LinkEquations {
-    double matrix[kSumUnknowns][kSumWidth];
-    double right[kSumUnknowns];
-
-    // Both coordinates of a match.
-    template <int32_t kUnknowns>
-    void add(const Row& x, const Row& y, double weight)
-    {
-        constexpr int32_t kWidth = (kUnknowns + 1) / 2 * 2;
-        for (int32_t i = 0; i < kUnknowns; ++i) {
-            const double by_x = weight * x.at[i], by_y = weight * y.at[i];
-            right[i] = right[i] - by_x * x.residual - by_y * y.residual;
-            for (int32_t j = 0; j < kWidth; ++j)
-                matrix[i][j] = matrix[i][j] + by_x * x.at[j] + by_y * y.at[j];
-        }
-    }
-
-    void add(const Row& x, const Row& y, LensFreedom freedom, double weight)
-    {
-        if (freedom == kLensOfPair)
-            add<kUnknownsOfFreedom[kLensOfPair] - kTurnUnknowns>(x, y, weight);
-        else if (freedom == kLensOfSweep)
-            add<kUnknownsOfFreedom[kLensOfSweep] - kTurnUnknowns>(x, y, weight);
-        else
-            add<kSumUnknowns>(x, y, weight);
-    }
-};
-
-// Which sum an unknown of a match has, and its sign there.
-struct SumPlace {
-    int32_t index;
-    double sign;
-};
-
-SumPlace _sum_place(int32_t unknown)
-{
-    return {unknown < kTurnUnknowns ? unknown : unknown - kTurnUnknowns,
-            unknown >= kTurnUnknowns && unknown < 2 * kTurnUnknowns ? -1.0 : 1.0};
-}
-
-void _scatter(const Problem& problem, const Link& link, const LinkEquations& part, NormalEquations* all)
-{
-    const int32_t turns[2] = {Problem::turn_index(link.first), Problem::turn_index(link.second)};
-    const int32_t skews[2] = {problem.skew_index(link.first), problem.skew_index(link.second)};
-    const int32_t place[kMatchUnknowns] = {turns[0],
-                                           turns[0] + 1,
-                                           turns[0] + 2,
-                                           turns[1],
-                                           turns[1] + 1,
-                                           turns[1] + 2,
-                                           problem.focal_index(),
-                                           Problem::zoom_index(link.first),
-                                           Problem::zoom_index(link.second),
-                                           problem.radial_index(),
-                                           skews[0],
-                                           skews[0] + 1,
-                                           skews[1],
-                                           skews[1] + 1};
-    for (int32_t i = 0; i < problem.match_unknowns(); ++i) {
-        const SumPlace row = _sum_place(i);
-        all->right[place[i]] += row.sign * part.right[row.index];
-        for (int32_t j = 0; j <= i; ++j) {
-            const SumPlace column = _sum_place(j);
-            all->matrix[std::max(place[i], place[j])][std::min(place[i], place[j])] +=
-                row.sign * column.sign * part.matrix[row.index][column.index];
-        }
-    }
-}
-
-// The robust cost k^2 e^2 / (k^2 + e^2), which no match can raise by more than k^2; its weight is
-// (k^2 / (k^2 + e^2))^2.
-double _add_link(const Problem& problem, const Link& link, const Lenses& lenses, double width,
-                 NormalEquations* equations)
-{
-    const LinkView view = link_view(lenses, link.first, link.second);
-    const LensFreedom freedom = problem.freedom;
-    const double square = width * width;
-    LinkEquations part = {};
-    double cost = 0.0;
-    for (int32_t i = 0; i < link.count; ++i) {
-        Residual residual;
-        if (!residual_of(view, link.matches[i], freedom, &residual)) {
-            cost += square;
-            continue;
-        }
-        const double distance = residual.x * residual.x + residual.y * residual.y;
-        const double share = square / (square + distance);
-        cost += share * distance;
-        const Row x(residual.slope_x, freedom, residual.x), y(residual.slope_y, freedom, residual.y);
-        part.add(x, y, freedom, share * share);
-    }
-    _scatter(problem, link, part, equations);
-    return cost;
-}
-
-// One thing known beforehand about one unknown: it deviates from 0 by about `deviation`.
-double _add_prior(NormalEquations* equations, int32_t index, double value, double deviation)
-{
-    const double weight = kMatchNoise * kMatchNoise / (deviation * deviation);
-    equations->matrix[index][index] += weight;
-    equations->right[index] -= weight * value;
-    return weight * value * value;
-}
-
-double _add_priors(const Problem& problem, const Lenses& lenses, NormalEquations* equations)
-{
-    const bool is_pair = problem.freedom == kLensOfPair;
-    double cost = _add_prior(equations, problem.focal_index(),
-                             logarithm(lenses.focal / problem.assumed_focal), kFocalDeviation);
-    cost += _add_prior(equations, problem.radial_index(), lenses.radial, is_pair ? kRigid : kRadialDeviation);
-    for (int32_t i = 0; i < problem.pictures; ++i)
-        cost +=
-            _add_prior(equations, Problem::zoom_index(i), lenses.zooms[i], is_pair ? kRigid : kZoomDeviation);
-    for (int32_t i = 0; problem.freedom == kShutterToo && i < problem.pictures; ++i) {
-        cost += _add_prior(equations, problem.skew_index(i), lenses.skews[i].stretch, kSkewDeviation);
-        cost += _add_prior(equations, problem.skew_index(i) + 1, lenses.skews[i].shear, kSkewDeviation);
-    }
-    const int32_t held = Problem::turn_index(problem.links[0].first);
-    for (int32_t i = 0; i < 3; ++i)
-        equations->matrix[held + i][held + i] += kHeld;
-    return cost;
-}
-
-// The equations at these cameras, and their robust cost.
-double _set_up(const Problem& problem, const Lenses& lenses, double width, NormalEquations* equations)
-{
-    clear_equations(equations, problem.unknowns());
-    double cost = 0.0;
-    for (int32_t i = 0; i < problem.count; ++i)
-        cost += _add_link(problem, problem.links[i], lenses, width, equations);
-    return cost + _add_priors(problem, lenses, equations);
-}
 
 bool _step(const NormalEquations& equations, double damping, NormalEquations* scratch, double* step)
 {
@@ -254,26 +54,6 @@ bool _step(const NormalEquations& equations, double damping, NormalEquations* sc
     for (int32_t i = 0; i < scratch->unknowns; ++i)
         scratch->matrix[i][i] += damping * scratch->matrix[i][i] + kRidge;
     return solve_equations(scratch, step);
-}
-
-Lenses _moved(const Problem& problem, const Lenses& lenses, const double* step)
-{
-    Lenses moved = lenses;
-    for (int32_t i = 0; i < problem.pictures; ++i) {
-        const double* own = step + Problem::turn_index(i);
-        moved.rotations[i] = squared(rotation_about({own[0], own[1], own[2]}) * lenses.rotations[i]);
-        moved.zooms[i] += step[Problem::zoom_index(i)];
-        if (problem.freedom != kShutterToo)
-            continue;
-        moved.skews[i].stretch += step[problem.skew_index(i)];
-        moved.skews[i].shear += step[problem.skew_index(i) + 1];
-    }
-    // A single step changes the focal length by half at most: beyond that the
-    // equations tell nothing.
-    const double by = std::clamp(step[problem.focal_index()], -0.5, 0.5);
-    moved.focal *= exponential(by);
-    moved.radial = std::clamp(moved.radial + step[problem.radial_index()], -0.5, 0.5);
-    return moved;
 }
 
 // Two sets of equations and a copy to decompose, too large together for the stack of
@@ -297,7 +77,7 @@ PanoResult _descend(const Descent& descent, const Stage& stage, Lenses* lenses, 
     Workspace* work = descent.work;
     double damping = kFirstDamping;
     double& cost = *reached_cost;
-    cost = _set_up(problem, *lenses, stage.width, &work->here);
+    cost = set_up(problem, *lenses, stage.width, &work->here);
     for (int32_t i = 0; i < stage.steps && damping < kLastDamping; ++i) {
         if (descent.cancel.asked())
             return kPanoCancelled;
@@ -306,8 +86,8 @@ PanoResult _descend(const Descent& descent, const Stage& stage, Lenses* lenses, 
             damping *= kDampingStep;
             continue;
         }
-        const Lenses moved = _moved(problem, *lenses, step);
-        const double reached = _set_up(problem, moved, stage.width, &work->there);
+        const Lenses moved = after_step(problem, *lenses, step);
+        const double reached = set_up(problem, moved, stage.width, &work->there);
         if (!(reached < cost)) {
             damping *= kDampingStep;
             continue;
