@@ -65,7 +65,7 @@ def faults(objdump, path):
     function = "?"
     wide, cleared = set(), set()
     for line in text.splitlines():
-        label = re.match(r"[0-9a-f]+ <(.*)>:$", line)
+        label = re.match(r"[0-9a-f]+ <(?!\.L)(.*)>:$", line)  # .L: a place within a function, as tables of jumps name it
         function = label[1] if label else function
         if "%ymm" in line:
             wide.add(function)
