@@ -19,13 +19,19 @@ static Session* session_of(jlong handle)
     return (Session*)(intptr_t)handle;
 }
 
+/* How Android lays out a plane: bytes from row to row, and from pixel to pixel. */
+typedef struct Layout {
+    jint columns, rows, stride, step;
+} Layout;
+
 /* First byte of a plane; null unless the buffer is direct and holds all of it. The last row may be cut off behind its
    last pixel, as Android's are. */
-static uint8_t* plane(JNIEnv* env, jobject buffer, jint columns, jint rows, jint stride, jint step)
+static uint8_t* plane(JNIEnv* env, jobject buffer, Layout layout)
 {
-    if (buffer == NULL || columns < 1 || rows < 1 || stride < 1 || step < 1)
+    if (buffer == NULL || layout.columns < 1 || layout.rows < 1 || layout.stride < 1 || layout.step < 1)
         return NULL;
-    const int64_t bytes = (int64_t)(rows - 1) * stride + (int64_t)(columns - 1) * step + 1;
+    const int64_t bytes =
+        (int64_t)(layout.rows - 1) * layout.stride + (int64_t)(layout.columns - 1) * layout.step + 1;
     return (*env)->GetDirectBufferCapacity(env, buffer) >= bytes ? (*env)->GetDirectBufferAddress(env, buffer)
                                                                  : NULL;
 }
@@ -67,7 +73,7 @@ NATIVE(jint, detect)
 (JNIEnv* env, jclass type, jlong handle, jobject luma, jint width, jint height, jint stride, jintArray motion)
 {
     (void)type;
-    uint8_t* pixels = plane(env, luma, width, height, stride, 1);
+    uint8_t* pixels = plane(env, luma, (Layout){width, height, stride, 1});
     if (pixels == NULL || motion == NULL)
         return ozr_err_invalid_argument;
     const ozr_image preview = {pixels, 0, width, height, ozr_image_format_gray, stride, 0};
@@ -80,18 +86,22 @@ NATIVE(jint, detect)
     return due;
 }
 
-/* NV12 has the chroma of two columns and two rows side by side, below the luma. */
-static void copy_planes(ozr_image* nv12, const uint8_t* y, jint y_stride, const uint8_t* u, const uint8_t* v,
-                        jint chroma_stride, jint chroma_step)
+static void copy_luma(ozr_image* nv12, const uint8_t* y, jint stride)
 {
     uint8_t* row = nv12->data;
-    for (int32_t i = 0; i < nv12->height; ++i, row += nv12->stride, y += y_stride)
+    for (int32_t i = 0; i < nv12->height; ++i, row += nv12->stride, y += stride)
         memcpy(row, y, (size_t)nv12->width);
+}
+
+/* NV12 has the chroma of two columns and two rows side by side, below the luma. */
+static void copy_chroma(ozr_image* nv12, const uint8_t* u, const uint8_t* v, Layout layout)
+{
+    uint8_t* row = nv12->data + (ptrdiff_t)nv12->height * nv12->stride;
     for (int32_t i = 0; i < nv12->height / 2;
-         ++i, row += nv12->stride, u += chroma_stride, v += chroma_stride) {
+         ++i, row += nv12->stride, u += layout.stride, v += layout.stride) {
         for (int32_t x = 0; x < nv12->width / 2; ++x) {
-            row[2 * x] = u[(ptrdiff_t)x * chroma_step];
-            row[2 * x + 1] = v[(ptrdiff_t)x * chroma_step];
+            row[2 * x] = u[(ptrdiff_t)x * layout.step];
+            row[2 * x + 1] = v[(ptrdiff_t)x * layout.step];
         }
     }
 }
@@ -101,16 +111,19 @@ NATIVE(jint, copyPicture)
  jint chroma_stride, jint chroma_step, jint width, jint height)
 {
     (void)type;
-    const uint8_t* y = plane(env, y_buffer, width, height, y_stride, 1);
-    const uint8_t* u = plane(env, u_buffer, width / 2, height / 2, chroma_stride, chroma_step);
-    const uint8_t* v = plane(env, v_buffer, width / 2, height / 2, chroma_stride, chroma_step);
+    const Layout chroma = {width / 2, height / 2, chroma_stride, chroma_step};
+    const uint8_t* y = plane(env, y_buffer, (Layout){width, height, y_stride, 1});
+    const uint8_t* u = plane(env, u_buffer, chroma);
+    const uint8_t* v = plane(env, v_buffer, chroma);
     if (y == NULL || u == NULL || v == NULL)
         return ozr_err_invalid_argument;
     ozr_image* picture = &session_of(handle)->picture;
     const ozr_err error = ozr_image_recreate(picture, width & ~1, height & ~1, 0, ozr_image_format_nv12);
-    if (error == ozr_success)
-        copy_planes(picture, y, y_stride, u, v, chroma_stride, chroma_step);
-    return error;
+    if (error != ozr_success)
+        return error;
+    copy_luma(picture, y, y_stride);
+    copy_chroma(picture, u, v, chroma);
+    return ozr_success;
 }
 
 NATIVE(jint, stitch)(JNIEnv* env, jclass type, jlong handle, jintArray motion)
@@ -159,7 +172,7 @@ NATIVE(jint, copyRgba)(JNIEnv* env, jclass type, jlong handle, jobject pixels)
     (void)type;
     const ozr_image* panorama = &session_of(handle)->panorama;
     const jint row = panorama->width * 4;
-    uint8_t* to = plane(env, pixels, row, panorama->height, row, 1);
+    uint8_t* to = plane(env, pixels, (Layout){row, panorama->height, row, 1});
     if (to == NULL)
         return ozr_err_invalid_argument;
     ozr_image rgba = {0};
