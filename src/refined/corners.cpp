@@ -31,8 +31,9 @@ struct ColumnTensors {
     // Central differences, twice the gradient.
     void add(const uint8_t* above, const uint8_t* row, const uint8_t* below)
     {
+        const uint8_t *before = row - 1, *behind = row + 1;
         for (size_t x = 0; x < kColumns; ++x) {
-            const int16_t gx = static_cast<int16_t>(row[x + 1] - row[x - 1]);
+            const int16_t gx = static_cast<int16_t>(behind[x] - before[x]);
             const int16_t gy = static_cast<int16_t>(below[x] - above[x]);
             xx[x] += gx * gx;
             yy[x] += gy * gy;
