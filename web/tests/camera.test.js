@@ -107,6 +107,9 @@ async function compareWithClip(page, recording, folder) {
   const [ours, truth] = await Promise.all([nativeAnswers(recording), nativeAnswers(original)]);
   const announced = (answers) => answers.filter(({ call, result }) => call === 'preview' && result > 0).map(({ result, x, y }) => [result, x, y]);
   assert.deepEqual(announced(ours), announced(truth));
+  const joined = (answers) => answers.filter(({ call }) => call === 'joint').map(({ first, second, numbers: [x, y] }) => [first, second, x, y]);
+  assert.ok(joined(ours).length >= 5);
+  assert.deepEqual(joined(ours), joined(truth));
   const sizeOf = (answers) => answers.filter(({ call }) => call === 'panorama').map(({ width, height }) => [width, height])[0];
   assert.deepEqual(sizeOf(ours), sizeOf(truth));
 
