@@ -86,6 +86,14 @@ TEST(Convert, EveryPixelFollowsTheFormulas)
             ASSERT_EQ(ozr_image_convert(&yuv, &to_rgba, ozr_image_format_rgba32), ozr_success);
             ASSERT_EQ(ozr_image_convert(&rgb, &to_yuv, format), ozr_success);
             EXPECT_EQ(to_rgba.stride, (4 * width + 15) / 16 * 16);
+            // Into memory of the caller's: nothing beside the rows changes.
+            TestImage guarded(ozr_image_format_rgba32, width, height, 4 * width + padding, 9, 16);
+            ASSERT_EQ(ozr_image_convert(&yuv, &guarded, ozr_image_format_rgba32), ozr_success);
+            for (int at = 0; at < 4 * width * height; ++at) {
+                const int row = at / (4 * width), byte = at % (4 * width);
+                guarded.buffer.expect(row * guarded.stride + byte, to_rgba.data[row * to_rgba.stride + byte]);
+            }
+            ASSERT_EQ(guarded.buffer.now, guarded.buffer.want);
             EXPECT_EQ(to_yuv.stride, stride + 1);
             EXPECT_EQ(to_rgba.rotation, 0);
             EXPECT_EQ(to_yuv.rotation, 33);
