@@ -188,6 +188,7 @@ TEST(RefinedQuality, IsChosenBetweenSweepsOnly)
     EXPECT_EQ(ozr_panorama_get_joint(pano, 1, &joint), ozr_err_out_of_bound);
     EXPECT_EQ(ozr_panorama_get_joint(pano, -1, &joint), ozr_err_out_of_bound);
     EXPECT_EQ(ozr_panorama_get_camera(pano, 2, &camera), ozr_err_out_of_bound);
+    EXPECT_EQ(ozr_panorama_get_camera(pano, -1, &camera), ozr_err_out_of_bound);
     EXPECT_EQ(ozr_panorama_reset(pano), ozr_success);
     // Classic again: the second picture needs a direction.
     EXPECT_EQ(stitch(pano, pictures[0]), ozr_success);
