@@ -45,7 +45,7 @@ constexpr size_t kFrames = 10;
 // A camera that trembles, so that no picture falls due.
 bool detect(const Library& library, Size size)
 {
-    const Session session = create_session(library);
+    const Session session = create_session(library, ozr_panorama_quality_classic);
     ozr_image first = preview_frames(size)[0].image;
     bool fine = library.stitch_one_image(session.get(), &first, nullptr) == ozr_success;
     for (size_t i = 1; i <= kFrames; ++i) {
@@ -59,9 +59,9 @@ bool detect(const Library& library, Size size)
 
 bool sweep(const Library& library, ozr_panorama_quality quality)
 {
-    const Session session = create_session(library);
+    const Session session = create_session(library, quality);
     const ozr_point offset = {kScreenSweep.step(), 0};
-    bool fine = ozr_panorama_set_quality(session.get(), quality) == ozr_success;
+    bool fine = session != nullptr;
     for (Nv12Picture& picture : sweep_pictures(kScreenSweep))
         fine = fine && library.stitch_one_image(session.get(), &picture.image, &offset) == ozr_success;
     ozr_image panorama = {};
