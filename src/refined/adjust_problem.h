@@ -29,7 +29,7 @@ struct Problem : AdjustTask {
     }
 };
 
-// The equations at these cameras, and their robust cost. `width` is that of the weights, base pixels.
+// The equations at these cameras, and their robust cost; `width` of the weights in base pixels.
 double set_up(const Problem& problem, const Lenses& lenses, double width, NormalEquations* equations);
 
 // Cameras moved by a step of all unknowns.
