@@ -16,6 +16,7 @@ install_library() {
 
 with_cmake() {  # LANGUAGE OPTION...
     cmake -S "$consumer" -B "$work/build" -DLANGUAGE="$@" >/dev/null
+    [ "$way" != subdirectory ] || "$source/tests/packaging/take_objects.py" "$build" "$work/build"
     cmake --build "$work/build" -j 2 >/dev/null
     ctest --test-dir "$work/build" --output-on-failure --no-tests=error
 }
@@ -55,7 +56,10 @@ case $way in
         with_pkg_config "$CXX $CXXFLAGS -pedantic-errors" "$work/consumer.cpp"
         ;;
     subdirectory)
-        with_cmake C -DSOURCE="$source"
-        with_cmake CXX -DSOURCE="$source"  # in the same folder: the library is not compiled again
+        # With this build's flags the library is compiled as it was here.
+        mapfile -t flags < <(sed -nE 's/^(CMAKE_BUILD_TYPE|CMAKE_C(XX)?_FLAGS(_[A-Z]+)?|OZR_WARNINGS_AS_ERRORS):/-D&/p' \
+            "$build/CMakeCache.txt")
+        with_cmake C -DSOURCE="$source" --no-warn-unused-cli "${flags[@]}"
+        with_cmake CXX
         ;;
 esac

@@ -1,0 +1,35 @@
+#!/usr/bin/env python3
+"""usage: take_objects.py BUILD OTHER_BUILD
+
+Checks that both builds compile the same sources of the library by the same commands, and copies the objects of the first
+into the second, which then need not compile them again.
+"""
+import json
+import os
+import re
+import shutil
+import sys
+
+
+def library_objects(build):
+    """The command and the object of each source of the library."""
+    with open(os.path.join(build, "compile_commands.json"), encoding="utf-8") as file:
+        entries = json.load(file)
+    found = {}
+    for entry in entries:
+        match = re.search(r" -o (\S*ozr_objects\.dir\S*)", entry["command"])
+        if match:
+            command = entry["command"].replace(match[0], "")
+            found[entry["file"]] = command, os.path.join(entry["directory"], match[1])
+    return found
+
+
+ours, others = map(library_objects, sys.argv[1:])
+if not ours or ours.keys() != others.keys():
+    sys.exit(f"not the same sources: {sorted(ours.keys() ^ others.keys())}")
+for source, (command, made) in ours.items():
+    other_command, wanted = others[source]
+    if command != other_command:
+        sys.exit(f"{source} is compiled alone by\n{command}\nand within another project by\n{other_command}")
+    os.makedirs(os.path.dirname(wanted), exist_ok=True)
+    shutil.copyfile(made, wanted)
