@@ -25,7 +25,7 @@ namespace
 
 namespace reference = ozr_reference;
 
-constexpr uint32_t kSeeds = 600;
+constexpr int32_t kSeeds = trials(600);
 constexpr int32_t kCalls = 60;  // of each seed
 
 class Calls
@@ -377,8 +377,8 @@ private:
 
 TEST(Engine, DoesWhatItMeans)
 {
-    for (uint32_t seed = 0; seed < kSeeds && !HasFailure(); ++seed) {
-        Calls calls(seed);
+    for (int32_t seed = 0; seed < kSeeds && !HasFailure(); ++seed) {
+        Calls calls(static_cast<uint32_t>(seed));
         for (int32_t call = 0; call < kCalls && !HasFailure(); ++call) {
             SCOPED_TRACE(testing::Message() << "seed " << seed << " call " << call);
             calls.next();

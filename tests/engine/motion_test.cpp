@@ -38,8 +38,8 @@ struct Scene {
 
 TEST(MotionEstimate, IsWhatItMeans)
 {
-    for (uint32_t seed = 0; seed < 1500 && !HasFailure(); ++seed) {
-        Random random(seed);
+    for (int32_t seed = 0; seed < trials(1500) && !HasFailure(); ++seed) {
+        Random random(static_cast<uint32_t>(seed));
         const int32_t most = random.below(8) == 0 ? 160 : 40;
         const auto side = [&random](int32_t limit) {  // at times there are no pixels
             return random.below(50) == 0 ? -random.below(5) : 1 + random.below(limit);

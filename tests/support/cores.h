@@ -34,7 +34,7 @@ template <class Trial>
 void for_trials(int32_t count, Trial trial)
 {
     const WrappedHeap heap;
-    for (int32_t seed = 0; seed < count && !testing::Test::HasFailure(); ++seed) {
+    for (int32_t seed = 0; seed < trials(count) && !testing::Test::HasFailure(); ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
         ozr::kernels::set_for_test(seed % 2 == 0 ? nullptr : &ozr::kernels::kScalarKernels);
         Random random(static_cast<uint32_t>(seed));
