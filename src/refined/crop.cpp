@@ -75,7 +75,7 @@ void _try_row(const int32_t* tops, int32_t columns, int32_t row, Rising* rising,
             const Rising& last = rising[count - 1];
             first = last.column;
             const Crop found = {last.column, last.top, x - 1, row};
-            if (last.top < row && x - 1 > last.column && _area(found) > _area(*best))
+            if (_area(found) > _area(*best))
                 *best = found;
         }
         // Columns as high as those before only make their rectangle wider.

@@ -32,6 +32,22 @@ TEST(CoreInit, IsAsTheReferenceHasIt)
     }
 }
 
+// Who has tables made may change them: a picture is taken from where they say.
+TEST(CoreInit, PicturesAreProjectedByTheTablesMade)
+{
+    TestCore core;
+    ASSERT_EQ(panorama_core_init(core.core, 1, 64, 32, 64), 0);
+    TestImg picture(kPanoNv12, 64, 32);
+    picture.randomize(1);
+    std::fill_n(core->proj.chroma_map, ozr::core::projected_width(core.core) / 2 * 32 / 2, 0);
+    ASSERT_EQ(ozr::core::add_lent(core.core, &picture.img, 0, 0, 0), 0);
+    const PanoImg& projected = core->frames[0];
+    for (int32_t i = 0; i < projected.width * projected.height / 2; ++i)
+        ASSERT_EQ(*(ozr::pano_chroma_row(&projected, i / projected.width) + i % projected.width),
+                  *(ozr::pano_chroma_row(&picture.img, 0) + i % 2))
+            << i;
+}
+
 // A size is refused for tables beyond 32-bit sizes, made or not; what the sweep before it had is gone.
 TEST(CoreInit, RefusesPicturesWhoseTablesNeedLongSizes)
 {

@@ -1,9 +1,13 @@
-// The parts of drawing, each against its plain meaning.
+// The parts of the refined quality, each against its plain meaning.
 #include <gtest/gtest.h>
+
+#include <memory>
 
 #include "refined/crop.h"
 #include "refined/picture.h"
+#include "refined/residual.h"
 #include "refined/simulated_camera.h"
+#include "refined/trace.h"
 #include "refined/view.h"
 
 using namespace ozr;
@@ -59,6 +63,76 @@ TEST(View, PlacesAndRaysAreInverse)
         int16_t gain;
         EXPECT_LT(view.place({sine(kPi + 0.7), cosine(kPi + 0.7)}, 0, &gain).x, 0);  // behind
     }
+}
+
+// Against differences of the distance itself.
+TEST(Residual, SlopesAreItsDerivatives)
+{
+    Random random(4);
+    for (double radial : {0.0, 0.1, -0.1}) {
+        const LinkView view = {
+            rotation_of_pose({10, 3, 2}), rotation_of_pose({28, -4, -3}), 1100, 1150, radial, {}, {}};
+        for (int32_t i = 0; i < 100; ++i) {
+            const Match match = {{random.below(800) - 400.0, random.below(600) - 300.0}, {7, -9}};
+            Residual at;
+            ASSERT_TRUE(residual_of(view, match, kShutterToo, &at));
+            const auto expect = [&](double slope_x, double slope_y, auto change) {
+                constexpr double kStep = 1e-5;
+                LinkView less = view, more = view;
+                change(&less, -kStep);
+                change(&more, kStep);
+                Residual before, after;
+                ASSERT_TRUE(residual_of(less, match, kLensOfPair, &before));
+                ASSERT_TRUE(residual_of(more, match, kLensOfPair, &after));
+                EXPECT_NEAR(slope_x, (after.x - before.x) / (2 * kStep), 0.01);
+                EXPECT_NEAR(slope_y, (after.y - before.y) / (2 * kStep), 0.01);
+            };
+            const Slope &x = at.slope_x, &y = at.slope_y;
+            for (size_t axis = 0; axis < 3; ++axis)
+                expect(x.turn[axis], y.turn[axis], [&](LinkView* v, double by) {
+                    const Vector about = {axis == 0 ? by : 0, axis == 1 ? by : 0, axis == 2 ? by : 0};
+                    v->first = refined::rotation_about(about) * v->first;
+                });
+            const auto bend = [](LinkView* v, double by) { v->radial += by; };
+            const auto zoom_first = [](LinkView* v, double by) { v->first_focal *= std::exp(by); };
+            const auto zoom_second = [](LinkView* v, double by) { v->second_focal *= std::exp(by); };
+            expect(x.radial, y.radial, bend);
+            expect(x.first_zoom, y.first_zoom, zoom_first);
+            expect(x.second_zoom, y.second_zoom, zoom_second);
+            const auto stretch_first = [](LinkView* v, double by) { v->first_skew.stretch += by; };
+            const auto stretch_second = [](LinkView* v, double by) { v->second_skew.stretch += by; };
+            const auto shear_first = [](LinkView* v, double by) { v->first_skew.shear += by; };
+            const auto shear_second = [](LinkView* v, double by) { v->second_skew.shear += by; };
+            expect(x.first_skew[0], y.first_skew[0], stretch_first);
+            expect(x.second_skew[0], y.second_skew[0], stretch_second);
+            expect(x.first_skew[1], y.first_skew[1], shear_first);
+            expect(x.second_skew[1], y.second_skew[1], shear_second);
+        }
+    }
+}
+
+// Three pictures, the third without a camera of its own.
+TEST(Trace, ShowsMatchesWhereBothPicturesHaveCameras)
+{
+    Solution solution = {};
+    solution.lenses.focal = 500;
+    std::vector<Pair> pairs(3);
+    for (int32_t i = 0; i < 3; ++i) {
+        solution.lenses.rotations[i] = rotation_of_pose({5.0 * i, 0, 0});
+        solution.used[i] = i < 2;
+        Pair& pair = pairs[static_cast<size_t>(i)];
+        pair.first = i / 2;  // 0 and 1, 0 and 2, 1 and 2
+        pair.second = i == 0 ? 1 : 2;
+        pair.match.matches.count = 1;
+        pair.match.matches.at[0].first = {500 * std::tan(0.1), 0};
+    }
+    const auto trace = std::make_unique<Trace>();
+    trace_matches({nullptr, 3, pairs.data(), 3}, solution, trace.get());
+    EXPECT_TRUE(trace->shown[0][0].is_known);
+    EXPECT_NEAR(trace->shown[0][0].x, 500 * std::tan(0.1 - 5 * kDegree), 1e-3);
+    EXPECT_NEAR(trace->shown[0][0].y, 0, 1e-3);
+    EXPECT_FALSE(trace->shown[1][0].is_known);
+    EXPECT_FALSE(trace->shown[2][0].is_known);
 }
 
 // Against every rectangle, on random coverage.
