@@ -272,7 +272,8 @@ private:
         if (pe_->reference.width > 0 && pe_->reference.height > 0)
             offset = {offset.x * pe_->reference.width / width_, offset.y * pe_->reference.height / height_};
         if (rarely())
-            offset = {random_.below(2) == 0 ? INT32_MAX : 1000, static_cast<int32_t>(random_.next() >> 8)};
+            offset = {random_.below(2) == 0 ? INT32_MAX : 1000,
+                      random_.below(3) == 0 ? INT32_MIN : static_cast<int32_t>(random_.next() >> 8)};
         const auto img =
             picture(rarely() ? random_.below(6) : int32_t{kPanoNv12}, width_ + (rarely() ? 1 : 0), height_);
         const PanoImg* const taken = spoil(&img->img);

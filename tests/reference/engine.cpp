@@ -43,7 +43,8 @@ int32_t add_frame(PanoramaInternal* pe, const PanoImg* picture, int32_t index)
 int32_t give_to_core(PanoramaInternal* pe, const PanoImg* picture, int32_t index, int32_t x, int32_t y)
 {
     const bool turns = is_vertical(pe);
-    if (!turns && (picture->data == nullptr || picture->stride < picture->width))
+    const bool has_opposite = y != INT32_MIN;
+    if (turns ? !has_opposite : picture->data == nullptr || picture->stride < picture->width)
         return kBad;
     if (!turns && picture->size >= picture->height * picture->stride * 3 / 2)
         return ozr::core::add_lent(pe->core, picture, index, x, y);

@@ -6,9 +6,11 @@
 #include "refined/crop.h"
 #include "refined/picture.h"
 #include "refined/residual.h"
+#include "refined/shift.h"
 #include "refined/simulated_camera.h"
 #include "refined/trace.h"
 #include "refined/view.h"
+#include "support/noise.h"
 
 using namespace ozr;
 using namespace ozr::refined;
@@ -109,6 +111,72 @@ TEST(Residual, SlopesAreItsDerivatives)
             expect(x.second_skew[1], y.second_skew[1], shear_second);
         }
     }
+}
+
+// Matches of cameras whose pictures are skewed, each in its own way, from the same cameras without skews.
+TEST(Adjust, FindsWhatAShutterDidToEachPicture)
+{
+    Lenses truth = {};
+    truth.focal = 450;
+    for (int32_t i = 0; i < 3; ++i)
+        truth.rotations[i] = rotation_of_pose({14.0 * i, 1.0 * (i % 2), 0});
+    Lenses found = truth;
+    truth.skews[0] = {0.006, -0.005};
+    truth.skews[1] = {-0.004, 0.007};
+    truth.skews[2] = {0.005, 0.004};
+    std::vector<Match> matches[2];
+    std::vector<Link> links;
+    for (int32_t i = 0; i < 2; ++i) {
+        for (double x = -40; x <= 240; x += 20) {
+            for (double y = -170; y <= 170; y += 20) {
+                Place shown;
+                ASSERT_TRUE(place_in_second(lens_pair(truth, i, i + 1), {x, y}, &shown));
+                matches[i].push_back({{x, y}, shown});
+            }
+        }
+        links.push_back({i, i + 1, {}, static_cast<int32_t>(matches[i].size()), matches[i].data()});
+    }
+    EXPECT_GT(agreement_of(links[0], found).residual, 1);
+    ASSERT_EQ(adjust_further({links.data(), 2, 3, truth.focal, kLensOfSweep}, {nullptr}, &found),
+              kPanoSuccess);
+    for (const Link& link : links) {
+        EXPECT_EQ(agreement_of(link, found).near, link.count);
+        EXPECT_LT(agreement_of(link, found).residual, 0.02);
+    }
+}
+
+// Soft noise; with `parted`, as a second picture shows it whose upper part is at (42, 6) of the first, and whose lower part
+// is at (-24, -6), in pixels of 384 x 256.
+static Unrolled _unrolled(int32_t scale, bool parted)
+{
+    Unrolled out = {384 / scale, 256 / scale, 384 / scale + kUnrolledMargin, {}, {}};
+    out.contrast = make_buffer<int16_t>(int64_t{out.stride} * out.height + kUnrolledMargin);
+    out.shown = make_buffer<Columns>(out.height);
+    for (int32_t y = 0; y < out.height; ++y) {
+        out.shown.get()[y] = {0, out.width};
+        const bool is_upper = y * scale < 160;
+        const int32_t right = !parted ? 0 : is_upper ? 42 : -24, down = !parted ? 0 : is_upper ? 6 : -6;
+        for (int32_t x = 0; x < out.width; ++x)
+            out.contrast.get()[kUnrolledMargin + y * out.stride + x] = static_cast<int16_t>(
+                (noise((x * scale + right + 400) / 3, (y * scale + down + 400) / 3) - 128) * kMaxContrast /
+                128);
+    }
+    return out;
+}
+
+// The second best shift is that of the lower part, not one beside the best.
+TEST(Shifts, AreTheBestTwoApart)
+{
+    const UnrolledPair first = {_unrolled(2, false), _unrolled(1, false)};
+    const UnrolledPair second = {_unrolled(2, true), _unrolled(1, true)};
+    Shifts shifts;
+    ASSERT_EQ(find_shifts(first, second, {-0.15, 0.15, -0.1, 0.1}, {nullptr}, &shifts), kPanoSuccess);
+    ASSERT_EQ(shifts.count, 2);
+    EXPECT_EQ(shifts.best[0].x, 42);
+    EXPECT_EQ(shifts.best[0].y, 6);
+    EXPECT_EQ(shifts.best[1].x, -24);
+    EXPECT_EQ(shifts.best[1].y, -6);
+    EXPECT_GT(shifts.best[0].value, shifts.best[1].value);
 }
 
 // Three pictures, the third without a camera of its own.
