@@ -15,7 +15,7 @@ namespace
 
 constexpr int32_t kSide = 8;  // pixels of a block
 constexpr int32_t kPixels = kSide * kSide;
-constexpr int32_t kMostAlong = 24;  // blocks to a side
+constexpr int32_t kMostAlong = 16;  // blocks to a side
 constexpr int32_t kLeastBlocks = 32;
 
 // The weights are 1 -2 1 in both directions: of white noise their sums have so many times its

@@ -73,7 +73,7 @@ TEST(Grain, IsThatOfTheBlocks)
         const int32_t black = random.below(60), white = 255 - random.below(60);
         for (uint8_t& byte : luma.bytes)
             byte = static_cast<uint8_t>(std::clamp(byte - 80 + random.below(2), black, white));
-        const int32_t columns = std::min((width - 2) / 8, 24), rows = std::min((height - 2) / 8, 24);
+        const int32_t columns = std::min((width - 2) / 8, 16), rows = std::min((height - 2) / 8, 16);
         std::vector<double> blocks;
         for (int32_t i = 0; i < columns * rows; ++i) {
             const int32_t block = luma.block(1 + (width - 2) * (i % columns) / columns,
