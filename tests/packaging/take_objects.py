@@ -12,19 +12,15 @@ import sys
 
 
 def library_objects(build):
-    """The command and the object of each source of the library."""
+    """The command, and the object, of each source of the library."""
     with open(os.path.join(build, "compile_commands.json"), encoding="utf-8") as file:
-        entries = json.load(file)
-    found = {}
-    for entry in entries:
-        match = re.search(r" -o (\S*ozr_objects\.dir\S*)", entry["command"])
-        if match:
-            command = entry["command"].replace(match[0], "")
-            found[entry["file"]] = command, os.path.join(entry["directory"], match[1])
-    return found
+        for entry in json.load(file):
+            match = re.fullmatch(r"(.*) -o (\S*/ozr_objects\.dir/\S*)( .*)", entry["command"])
+            if match:
+                yield entry["file"], (match[1] + match[3], os.path.join(entry["directory"], match[2]))
 
 
-ours, others = map(library_objects, sys.argv[1:])
+ours, others = (dict(library_objects(build)) for build in sys.argv[1:])
 if not ours or ours.keys() != others.keys():
     sys.exit(f"not the same sources: {sorted(ours.keys() ^ others.keys())}")
 for source, (command, made) in ours.items():

@@ -75,7 +75,7 @@ protected:
     std::string page(const Counterpart* counterpart = nullptr)
     {
         session->publish(panorama, counterpart);
-        return read_text("page.html");
+        return read_page("page.html");
     }
 
     CommonOptions options;
@@ -219,6 +219,7 @@ void _check_cameras_of_page(const std::string& page, const std::vector<ozr_panor
             EXPECT_NEAR(cells[7 * i + k], want[k], most[k]) << i << " " << k;
     }
     EXPECT_EQ(count_of(page, "class=\"sight\""), static_cast<int>(cameras.size()));
+    EXPECT_EQ(count_of(page, "grid ahead"), 2);
 }
 
 TEST_F(QualityReport, ShowsRefinedSweepsAlongAndUp)
@@ -247,7 +248,7 @@ TEST_F(QualityReport, ShowsTheJointsOfClassicSweeps)
     const std::string text = page();
     _check_joints_of_page(text, layout, journal.joints);
     EXPECT_EQ(count_of(text, "class=\"arrow\"") + count_of(text, "id=\"cameras\"") +
-                  count_of(text, "<dt>residual"),
+                  count_of(text, "<dt>residual") + count_of(text, "times as long"),
               0);
     EXPECT_EQ(count_of(text, "id=\"qualities\""), 0);
 }

@@ -64,7 +64,7 @@ struct Journey {
     std::string page() const
     {
         write_report_page("page.html", {journal, layout, panorama, log, "OZR <"});
-        return read_text("page.html");
+        return read_page("page.html");
     }
 };
 

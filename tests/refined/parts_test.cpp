@@ -6,11 +6,9 @@
 #include "refined/crop.h"
 #include "refined/picture.h"
 #include "refined/residual.h"
-#include "refined/shift.h"
 #include "refined/simulated_camera.h"
 #include "refined/trace.h"
 #include "refined/view.h"
-#include "support/noise.h"
 
 using namespace ozr;
 using namespace ozr::refined;
@@ -90,25 +88,19 @@ TEST(Residual, SlopesAreItsDerivatives)
                 EXPECT_NEAR(slope_y, (after.y - before.y) / (2 * kStep), 0.01);
             };
             const Slope &x = at.slope_x, &y = at.slope_y;
+            using V = LinkView;
             for (size_t axis = 0; axis < 3; ++axis)
-                expect(x.turn[axis], y.turn[axis], [&](LinkView* v, double by) {
+                expect(x.turn[axis], y.turn[axis], [axis](V* v, double by) {
                     const Vector about = {axis == 0 ? by : 0, axis == 1 ? by : 0, axis == 2 ? by : 0};
                     v->first = refined::rotation_about(about) * v->first;
                 });
-            const auto bend = [](LinkView* v, double by) { v->radial += by; };
-            const auto zoom_first = [](LinkView* v, double by) { v->first_focal *= std::exp(by); };
-            const auto zoom_second = [](LinkView* v, double by) { v->second_focal *= std::exp(by); };
-            expect(x.radial, y.radial, bend);
-            expect(x.first_zoom, y.first_zoom, zoom_first);
-            expect(x.second_zoom, y.second_zoom, zoom_second);
-            const auto stretch_first = [](LinkView* v, double by) { v->first_skew.stretch += by; };
-            const auto stretch_second = [](LinkView* v, double by) { v->second_skew.stretch += by; };
-            const auto shear_first = [](LinkView* v, double by) { v->first_skew.shear += by; };
-            const auto shear_second = [](LinkView* v, double by) { v->second_skew.shear += by; };
-            expect(x.first_skew[0], y.first_skew[0], stretch_first);
-            expect(x.second_skew[0], y.second_skew[0], stretch_second);
-            expect(x.first_skew[1], y.first_skew[1], shear_first);
-            expect(x.second_skew[1], y.second_skew[1], shear_second);
+            expect(x.radial, y.radial, [](V* v, double by) { v->radial += by; });
+            expect(x.first_zoom, y.first_zoom, [](V* v, double by) { v->first_focal *= 1 + by; });
+            expect(x.second_zoom, y.second_zoom, [](V* v, double by) { v->second_focal *= 1 + by; });
+            expect(x.first_skew[0], y.first_skew[0], [](V* v, double by) { v->first_skew.stretch = by; });
+            expect(x.first_skew[1], y.first_skew[1], [](V* v, double by) { v->first_skew.shear = by; });
+            expect(x.second_skew[0], y.second_skew[0], [](V* v, double by) { v->second_skew.stretch = by; });
+            expect(x.second_skew[1], y.second_skew[1], [](V* v, double by) { v->second_skew.shear = by; });
         }
     }
 }
@@ -143,40 +135,6 @@ TEST(Adjust, FindsWhatAShutterDidToEachPicture)
         EXPECT_EQ(agreement_of(link, found).near, link.count);
         EXPECT_LT(agreement_of(link, found).residual, 0.02);
     }
-}
-
-// Soft noise; with `parted`, as a second picture shows it whose upper part is at (42, 6) of the first, and whose lower part
-// is at (-24, -6), in pixels of 384 x 256.
-static Unrolled _unrolled(int32_t scale, bool parted)
-{
-    Unrolled out = {384 / scale, 256 / scale, 384 / scale + kUnrolledMargin, {}, {}};
-    out.contrast = make_buffer<int16_t>(int64_t{out.stride} * out.height + kUnrolledMargin);
-    out.shown = make_buffer<Columns>(out.height);
-    for (int32_t y = 0; y < out.height; ++y) {
-        out.shown.get()[y] = {0, out.width};
-        const bool is_upper = y * scale < 160;
-        const int32_t right = !parted ? 0 : is_upper ? 42 : -24, down = !parted ? 0 : is_upper ? 6 : -6;
-        for (int32_t x = 0; x < out.width; ++x)
-            out.contrast.get()[kUnrolledMargin + y * out.stride + x] = static_cast<int16_t>(
-                (noise((x * scale + right + 400) / 3, (y * scale + down + 400) / 3) - 128) * kMaxContrast /
-                128);
-    }
-    return out;
-}
-
-// The second best shift is that of the lower part, not one beside the best.
-TEST(Shifts, AreTheBestTwoApart)
-{
-    const UnrolledPair first = {_unrolled(2, false), _unrolled(1, false)};
-    const UnrolledPair second = {_unrolled(2, true), _unrolled(1, true)};
-    Shifts shifts;
-    ASSERT_EQ(find_shifts(first, second, {-0.15, 0.15, -0.1, 0.1}, {nullptr}, &shifts), kPanoSuccess);
-    ASSERT_EQ(shifts.count, 2);
-    EXPECT_EQ(shifts.best[0].x, 42);
-    EXPECT_EQ(shifts.best[0].y, 6);
-    EXPECT_EQ(shifts.best[1].x, -24);
-    EXPECT_EQ(shifts.best[1].y, -6);
-    EXPECT_GT(shifts.best[0].value, shifts.best[1].value);
 }
 
 // Three pictures, the third without a camera of its own.

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <set>
 #include <sstream>
 #include <stdlib.h>
 
@@ -30,6 +31,26 @@ inline void expect_lines(const std::string& text, const std::string& parts)
     std::istringstream lines(parts);
     for (std::string part; std::getline(lines, part);)
         EXPECT_NE(text.find(part), std::string::npos) << part << "\nis not in\n" << text.substr(0, 2000);
+}
+
+// Reads a page and expects that what is opened in it is closed, the innermost first.
+inline std::string read_page(const std::string& path)
+{
+    const std::string page = read_text(path);
+    std::vector<std::string> open = {""};
+    for (size_t at = page.find('<'); at != std::string::npos; at = page.find('<', at + 1)) {
+        const std::string name = page.substr(at + 1, page.find_first_of(" >\n", at) - at - 1);
+        const std::set<std::string> empty = {"!doctype", "meta", "link", "img", "input"};
+        const bool is_alone = empty.count(name) != 0 || page[page.find('>', at) - 1] == '/';
+        if (name[0] == '/') {
+            EXPECT_EQ(name, '/' + open.back()) << page.substr(at, 200);
+            open.resize(open.size() - (open.size() > 1 ? 1 : 0));
+        } else if (!is_alone) {
+            open.push_back(name);
+        }
+    }
+    EXPECT_EQ(open.size(), 1U) << open.back();
+    return page;
 }
 
 // Expects a ProgramError whose text contains `message`.
