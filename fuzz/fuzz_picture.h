@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "fuzz_digest.h"
 #include "fuzz_input.h"
 
 /** Above this, executions would become slow. */
@@ -109,18 +110,6 @@ inline int32_t fuzz_stride(int64_t row_bytes, int32_t padding)
 inline int64_t fuzz_honest_bytes(int64_t bytes)
 {
     return bytes < 0 || bytes > INT32_MAX ? 0 : bytes;
-}
-
-/** Keeps what is read from being optimised away. */
-inline volatile uint32_t g_fuzz_sink;
-
-/** Reads every byte, so that memory that is not there shows. */
-inline void fuzz_read_all(const uint8_t* data, int64_t bytes)
-{
-    uint32_t sum = 0;
-    for (int64_t i = 0; i < bytes; ++i)
-        sum += data[i];
-    g_fuzz_sink = sum;
 }
 
 #endif
