@@ -44,7 +44,8 @@ public:
         for (int32_t step = kFirst; step < kRun; ++step) {
             const int32_t height = step == kPreview ? kHeight * 3 / 4 : kHeight;
             const int32_t left = step < kSecond ? 0 : kStep * (step - kPreview);
-            const ozr_image& frame = frames_.emplace_back(ozr_image_format_nv12, kWidth, height, kWidth, 1);
+            const ozr_image& frame =
+                frames_.emplace_back(Geometry{ozr_image_format_nv12, kWidth, height, kWidth}, 1);
             for (int32_t i = 0; i < kWidth * height; ++i)
                 frame.data[i] = static_cast<uint8_t>(noise(left + i % kWidth, i / kWidth));
         }

@@ -27,7 +27,7 @@ TEST(Hflip, ExchangesPixelsAndKeepsPadding)
     };
     for (const auto& row : rows) {
         const int32_t stride = static_cast<int32_t>(row.luma.size());
-        TestImage image(row.format, row.width, row.height, stride, 1, 16);
+        TestImage image({row.format, row.width, row.height, stride}, 1, 16);
         for (int at = 0; at < image.size; ++at) {
             const bool in_luma = at < stride * row.height;
             const size_t byte = static_cast<size_t>(at % stride);
@@ -38,12 +38,12 @@ TEST(Hflip, ExchangesPixelsAndKeepsPadding)
         EXPECT_EQ(image.buffer.now, image.buffer.want) << row.luma << row.chroma;
     }
     for (ozr_image_format format : {ozr_image_format_yv12, ozr_image_format_yuy2, ozr_image_format(6)}) {
-        TestImage image(format, 4, 2, 8, 3);
+        TestImage image({format, 4, 2, 8}, 3);
         EXPECT_EQ(ozr_image_hflip(&image), ozr_err_not_supported);
         EXPECT_EQ(image.buffer.now, image.buffer.want);
     }
     // A stride shorter than a row: the last chroma row ends behind the image, though all luma rows are inside.
-    TestImage image(ozr_image_format_nv12, 8, 4, 7, 4);
+    TestImage image({ozr_image_format_nv12, 8, 4, 7}, 4);
     EXPECT_EQ(ozr_image_hflip(&image), ozr_err_invalid_argument);
     image.data = nullptr;
     image.stride = 8;
@@ -66,9 +66,9 @@ TEST(SampleGray, TakesEveryNthLuma)
         for (int32_t n : {1, 2, 3, 5, 40})
             for (int32_t width : {7, 16, 33}) {
                 SCOPED_TRACE(testing::Message() << "format " << format << " n " << n << " width " << width);
-                const TestImage src(ozr_image_format(format), width, 11, 4 * width, 21);
+                const TestImage src({ozr_image_format(format), width, 11, 4 * width}, 21);
                 // A destination of the right size is used, whatever its format; an empty one is created.
-                TestImage fitting(ozr_image_format_yv12, width / n, 11 / n, width / n + 2, 22, 16);
+                TestImage fitting({ozr_image_format_yv12, width / n, 11 / n, width / n + 2}, 22, 16);
                 const uint8_t* const before = fitting.data;
                 fitting.rotation = 0;
                 OwnedImage made;
@@ -91,8 +91,8 @@ TEST(SampleGray, TakesEveryNthLuma)
                 ASSERT_EQ(fitting.buffer.now, fitting.buffer.want);
             }
     // Equal strides: the plane is copied with its padding.
-    const TestImage src(ozr_image_format_nv12, 6, 4, 8, 24);
-    TestImage dst(ozr_image_format_gray, 6, 4, 8, 25, 16);
+    const TestImage src({ozr_image_format_nv12, 6, 4, 8}, 24);
+    TestImage dst({ozr_image_format_gray, 6, 4, 8}, 25, 16);
     ASSERT_EQ(ozr_image_sample_gray(&dst, &src, 1), ozr_success);
     for (int at = 0; at < 32; ++at)
         dst.buffer.expect(at, src.data[at]);
@@ -101,7 +101,7 @@ TEST(SampleGray, TakesEveryNthLuma)
 
 TEST(SampleGray, Refuses)
 {
-    TestImage src(ozr_image_format_gray, 8, 8, 8, 27);
+    TestImage src({ozr_image_format_gray, 8, 8, 8}, 27);
     OwnedImage dst, empty, narrow(ozr_image_format_rgba32, 25, 10, 98);
     EXPECT_EQ(ozr_image_sample_gray(nullptr, &src, 2), ozr_err_invalid_argument);
     EXPECT_EQ(ozr_image_sample_gray(&dst, nullptr, 2), ozr_err_invalid_argument);
@@ -116,7 +116,7 @@ TEST(SampleGray, Refuses)
     EXPECT_EQ(ozr_image_sample_gray(&dst, &src, 2), ozr_err_not_supported);
     EXPECT_EQ(dst.width, 4);  // shaped before the format is looked at
     EXPECT_EQ(ozr_image_sample_gray(&dst, &narrow, 1), ozr_err_invalid_argument);  // 99 bytes are read
-    const TestImage exact(ozr_image_format_rgba32, 25, 10, 99, 28);
+    const TestImage exact({ozr_image_format_rgba32, 25, 10, 99}, 28);
     EXPECT_EQ(ozr_image_sample_gray(&dst, &exact, 1), ozr_success);
 }
 
@@ -180,9 +180,9 @@ void expect_warp(const Warp& w, ozr_image_format format, int32_t width, int32_t 
 {
     SCOPED_TRACE(testing::Message() << "format " << format << " warp " << &w - kWarps << " width " << width);
     const int32_t pixel = pixel_bytes(format);
-    TestImage src(format, width, height, width * pixel + padding, 31);
-    TestImage dst(ozr_image_format_nv12, 29, 21, 31, 32, 16),
-        plain(ozr_image_format_nv12, 29, 21, 31, 32, 16);
+    TestImage src({format, width, height, width * pixel + padding}, 31);
+    TestImage dst({ozr_image_format_nv12, 29, 21, 31}, 32, 16),
+        plain({ozr_image_format_nv12, 29, 21, 31}, 32, 16);
     if (pixel == 1 && padding == 0)
         src.stride = 0;  // means the width
     ASSERT_EQ(warp_image(w, &src, &dst), ozr_success);
@@ -216,7 +216,7 @@ TEST(Warp, FollowsTheFormulaInEveryFormat)
 
 TEST(Warp, Refuses)
 {
-    TestImage src(ozr_image_format_gray, 8, 6, 8, 37), dst(ozr_image_format_gray, 8, 6, 8, 38);
+    TestImage src({ozr_image_format_gray, 8, 6, 8}, 37), dst({ozr_image_format_gray, 8, 6, 8}, 38);
     const Warp good = {0, 0, 4, 0, 2, 3, 6, 3}, coinciding = {0, 0, 4, 0, 2, 3, 2, 3};
     EXPECT_EQ(warp_image(good, nullptr, &dst), ozr_err_invalid_argument);
     EXPECT_EQ(warp_image(good, &src, nullptr), ozr_err_invalid_argument);
