@@ -358,7 +358,7 @@ public:
             return V::multiply_round(rows[i], V::shuffled(weights_[i], down));
         };
         const Words sample = V::add_limited(V::add_limited(part(1), part(0) + part(3)), part(2));
-        V::store_blocks(dst, this->finished(sample, Base::between(nodes.gain, ramp_),
+        V::store_packed(dst, this->finished(sample, Base::between(nodes.gain, ramp_),
                                             Base::between(nodes.shift[0], ramp_)));
     }
 
@@ -414,7 +414,7 @@ public:
         const Words half = rows[0] + V::multiply_round(rows[1] - rows[0], down) - middle_;
         const Words shift =
             Base::chosen(odd_, Base::between(nodes.shift[1], ramp_), Base::between(nodes.shift[0], ramp_));
-        V::store_blocks(dst, this->finished(half + half, Base::between(nodes.gain, ramp_), shift + neutral_));
+        V::store_packed(dst, this->finished(half + half, Base::between(nodes.gain, ramp_), shift + neutral_));
     }
 
     template <DrawChromaRow* kBelow>
