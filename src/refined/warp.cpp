@@ -6,6 +6,7 @@
 
 #include "kernels/kernels.h"
 #include "refined/nodes.h"
+#include "refined/shift_rows.h"
 
 namespace ozr::refined
 {
