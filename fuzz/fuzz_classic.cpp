@@ -1,10 +1,12 @@
-// What the fuzzers have of their own where the library below them is a shared one, whose place an older one may take
-// (scripts/compare-builds --against): what is not exported, and what the first releases did not have.
+// What the fuzzers have of their own where the library below them is a shared one, whose place
+// an older one may take (scripts/compare-builds --against): what is not exported, and what the
+// first releases did not have.
 #include "core/panorama_core.h"
 #include "fuzz_process.h"
 #include "ozr_panorama.h"
 
-/** The library chooses; the byte is read, so that the rest of the input means what it means elsewhere. */
+/** The library chooses; the byte is read, so that the rest of the input means
+    what it means elsewhere. */
 void fuzz_choose_kernels(FuzzInput* input)
 {
     input->byte();

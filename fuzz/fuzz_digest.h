@@ -1,5 +1,6 @@
-// A number made of everything that an input's calls gave: results, records, pixels, lines of errors. Builds that do the
-// same have the same number, which replay_main.cpp prints and scripts/compare-builds compares.
+// A number made of everything that an input's calls gave: results, records, pixels, lines of
+// errors. Builds that do the same have the same number, which replay_main.cpp prints and
+// scripts/compare-builds compares.
 #ifndef FUZZ_DIGEST_H
 #define FUZZ_DIGEST_H
 

@@ -1,4 +1,5 @@
-// The library's objects are inside these fuzzers, so that an input can choose among the kernels of this machine.
+// The library's objects are inside these fuzzers, so that an input can choose among
+// the kernels of this machine.
 #include "fuzz_process.h"
 #include "kernels/cpu.h"
 #include "kernels/kernels.h"

@@ -27,7 +27,8 @@ struct Plane {
 
     void note() const { fuzz_read_all(block.get(), block_bytes); }
 
-    /** Memory for `rows` rows; of the last one for `row_bytes` bytes or the whole stride. None when it is too much. */
+    /** Memory for `rows` rows; of the last one for `row_bytes` bytes or the whole
+        stride. None when it is too much. */
     void allocate(int64_t row_bytes, int64_t rows, const FuzzInput& input, bool whole_rows = false)
     {
         const int64_t distance = std::abs(int64_t{stride});
@@ -213,7 +214,8 @@ void _warp(FuzzInput* input)
     _warp_rows(input, at);
 }
 
-/** Any numbers are allowed here: nothing may overflow where that is undefined, nor divide by zero, nor go on forever. */
+/** Any numbers are allowed here: nothing may overflow where that is undefined, nor divide
+    by zero, nor go on forever. */
 void _calculate(FuzzInput* input)
 {
     const int32_t a = input->number(), b = input->number(), c = input->number(), degrees = input->number();
@@ -253,7 +255,8 @@ void _allocate(FuzzInput* input)
 {
     const uint32_t alignment = 1U << input->between(0, 15);
     const uint32_t small = static_cast<uint32_t>(input->between(0, 5000));
-    const uint32_t size = input->flag() ? small : 0U - small;  // the latter wraps to a small request
+    // The latter wraps around to a small request.
+    const uint32_t size = input->flag() ? small : 0U - small;
     const bool wraps = size + alignment + 2 < size;
     if (size != small && !wraps)
         return;

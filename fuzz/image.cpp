@@ -14,8 +14,9 @@ int64_t _row_bytes(const ozr_image& image)
     return int64_t{image.width} * ozr_image_get_channel(&image);
 }
 
-/** What a caller's record promises: the rows of its planes at its stride, and `size` where that is more. Where a stride
-    of 0 has a meaning, it is that of the width. A warp looks at neither the width nor the destination's format. */
+/** What a caller's record promises: the rows of its planes at its stride, and `size` where that is
+    more. Where a stride of 0 has a meaning, it is that of the width. A warp looks at neither the
+    width nor the destination's format. */
 int64_t _promised_bytes(const ozr_image& image)
 {
     if (image.height < 1)

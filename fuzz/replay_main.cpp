@@ -1,5 +1,6 @@
-// Runs a fuzzer's entry once for every file named, or found in a folder named: a corpus as an ordinary test. With
-// --digests first it prints what number each file's calls gave, and how a file ended that gave none.
+// Runs a fuzzer's entry once for every file named, or found in a folder named: a corpus as
+// an ordinary test. With --digests first it prints what number each file's calls gave, and
+// how a file ended that gave none.
 #include <inttypes.h>
 #include <stdio.h>
 #include <string.h>
@@ -52,7 +53,8 @@ void _limit_process()
     alarm(kSeconds);
 }
 
-/** In a process of its own: files share no state, and the next one is read even if the library fails in this one. */
+/** In a process of its own: files share no state, and the next one is read even if
+    the library fails in this one. */
 void _print_digest(const path& name)
 {
     fflush(stdout);

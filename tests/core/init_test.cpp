@@ -32,7 +32,8 @@ TEST(CoreInit, IsAsTheReferenceHasIt)
     }
 }
 
-// A size is refused for tables beyond 32-bit sizes, made or not; what the sweep before it had is gone.
+// A size is refused for tables beyond 32-bit sizes, made or not; what the
+// sweep before it had is gone.
 TEST(CoreInit, RefusesPicturesWhoseTablesNeedLongSizes)
 {
     TestCore core;

@@ -1,5 +1,5 @@
-// The report page of a sweep of either quality says of joints and cameras what the library says, and draws each matched
-// point of a refined one where the cameras found show it.
+// The report page of a sweep of either quality says of joints and cameras what the library says,
+// and draws each matched point of a refined one where the cameras found show it.
 #include "support/files.h"
 #include "support/pages.h"
 #include "support/random.h"
@@ -18,7 +18,8 @@ namespace
 constexpr int32_t kWidth = 480, kHeight = 360, kPictures = 4;
 constexpr double kDegrees = 57.29577951308232;
 
-// A sweep across the painted city, or up and down the tower; the pictures are brighter and rolled by turns.
+// A sweep across the painted city, or up and down the tower; the pictures are
+// brighter and rolled by turns.
 class QualityReport : public FolderTest
 {
 protected:
@@ -86,8 +87,8 @@ protected:
     Layout layout;
 };
 
-// The errors that are drawn are those that the library's residuals are made from, and where they are drawn is where the
-// two pictures overlap.
+// The errors that are drawn are those that the library's residuals are made from, and where they
+// are drawn is where the two pictures overlap.
 void _check_matches(const Layout& layout, const std::vector<ozr_panorama_joint>& joints)
 {
     ASSERT_EQ(layout.joints.size(), joints.size());
@@ -126,7 +127,8 @@ void _check_cameras(const Layout& layout, const std::vector<ozr_panorama_camera>
     }
 }
 
-// The borders are those of the cameras, as large as the joints say, and together they cover the panorama closely.
+// The borders are those of the cameras, as large as the joints say, and together they
+// cover the panorama closely.
 void _check_borders(const Layout& layout, const std::vector<ozr_panorama_joint>& joints,
                     const ozr_image& panorama)
 {
@@ -171,7 +173,8 @@ void _check_seams(const Layout& layout, const ozr_image& panorama)
     }
 }
 
-// What the joints' drawings and facts say, against the library's numbers and the matches of a refined layout.
+// What the joints' drawings and facts say, against the library's numbers and the
+// matches of a refined layout.
 void _check_joints_of_page(const std::string& page, const Layout& layout,
                            const std::vector<ozr_panorama_joint>& joints)
 {

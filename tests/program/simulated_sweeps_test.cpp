@@ -1,5 +1,5 @@
-// Twenty sweeps of the simulated camera, each hard in its own way, through the library: the cameras and joints that it
-// tells against the truth, and all bytes against those of before.
+// Twenty sweeps of the simulated camera, each hard in its own way, through the library: the cameras
+// and joints that it tells against the truth, and all bytes against those of before.
 #include "media/image_owner.h"
 #include "record/recording.h"
 #include "support/handle.h"
@@ -73,8 +73,9 @@ std::vector<Simulated> _sweeps()
     };
 }
 
-// Of the bytes of each sweep's pictures, panorama, cameras and joints: every build, at every level of kernels, makes the
-// same. A change that is to make better pictures brings new ones along; all others keep them.
+// Of the bytes of each sweep's pictures, panorama, cameras and joints: every build, at every
+// level of kernels, makes the same. A change that is to make better pictures brings new ones
+// along; all others keep them.
 constexpr uint32_t kChecksums[] = {0xDE14C6B7, 0x7FD92142, 0x32C7FBED, 0x638D08B6, 0xB886B7A7,
                                    0x6080A283, 0xF84CDFFD, 0xAA3E6FF6, 0x143590D7, 0x6DDD1B11,
                                    0xCAB6B340, 0xB56F8181, 0xA9C5EE03, 0x2D26B872, 0x49B3C9D9,

@@ -37,8 +37,9 @@ struct Overlap {
     Table<int32_t> seam;
 };
 
-// A row of a later picture and where it goes, in units of a byte of luma or a pair of chroma: `x` and the width of the
-// overlap, in this picture the seam and how far the transition reaches to both sides of it.
+// A row of a later picture and where it goes, in units of a byte of luma or a pair of chroma:
+// `x` and the width of the overlap, in this picture the seam and how far the transition
+// reaches to both sides of it.
 struct LaterRow {
     const uint8_t* bytes;
     int32_t width, x, seam, overlap, reach;
@@ -49,7 +50,8 @@ struct Row {
     uint8_t* bytes;
     int32_t width, unit;
 
-    // Writes the later row from the seam onward; or blended into what is there, as far as the overlap goes.
+    // Writes the later row from the seam onward; or blended into what is there,
+    // as far as the overlap goes.
     void write(const LaterRow& later)
     {
         const int32_t first = later.seam - later.reach,

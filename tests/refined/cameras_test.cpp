@@ -1,5 +1,6 @@
-// The cameras of simulated sweeps, found through the public interface, against the truth; and what must never happen: a
-// wrong joint that claims to be right, a leak, a call that goes on after it was asked to stop.
+// The cameras of simulated sweeps, found through the public interface, against the truth; and
+// what must never happen: a wrong joint that claims to be right, a leak, a call that goes on
+// after it was asked to stop.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -13,8 +14,9 @@
 namespace
 {
 
-// Every picture against the one before and against the first, because the world may have been turned as a whole. A pixel of
-// these small pictures is a ninth of a degree, and a focal length that is off adds up along the sweep.
+// Every picture against the one before and against the first, because the world may have been
+// turned as a whole. A pixel of these small pictures is a ninth of a degree, and a focal length
+// that is off adds up along the sweep.
 void expect_true_cameras(const Simulated& sweep, const Found& found)
 {
     ASSERT_EQ(found.error, ozr_success);
@@ -73,7 +75,8 @@ TEST(RefinedCameras, AreThoseOfTheSweep)
     }
 }
 
-// Rows that are read one after the other while the camera moves: what fits no turn goes into a skew of each picture.
+// Rows that are read one after the other while the camera moves: what fits no turn goes
+// into a skew of each picture.
 TEST(RefinedCameras, KnowShuttersThatRoll)
 {
     Simulated sweep = Simulated::pan(5, 14);

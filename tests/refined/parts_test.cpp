@@ -135,7 +135,8 @@ Interleaved halved(const Interleaved& from, int32_t rounding)
     return half;
 }
 
-// Turned or not, of odd sizes: the picture's own rows are kept, and everything coarser is made of them.
+// Turned or not, of odd sizes: the picture's own rows are kept, and
+// everything coarser is made of them.
 TEST(Pyramid, HalvesLumaAndChroma)
 {
     for (const auto& [width, height, small] :

@@ -1,4 +1,5 @@
-// Simulated sweeps over a painted world of chance, taken through the public interface; what was found is kept as records.
+// Simulated sweeps over a painted world of chance, taken through the public interface; what
+// was found is kept as records.
 #ifndef SIMULATED_SWEEP_H
 #define SIMULATED_SWEEP_H
 
@@ -40,7 +41,7 @@ struct Simulated : SimulatedCamera {
     double contrast = 0.4;
     double horizon = 0;  // levels by which the sky is brighter than the ground, in every world
 
-    Simulated() : SimulatedCamera{480, 360, 517} {}  // the focal length that is assumed of 480 columns
+    Simulated() : SimulatedCamera{480, 360, 517} {}  // the focal length assumed of 480 columns
 
     Paint seen(const Vector& ray, size_t picture) const
     {

@@ -1,5 +1,5 @@
-// Cancellation from a second thread, at every stage of a sweep: it ends the work in bounded time and leaves a session that
-// makes the same panorama as an undisturbed one.
+// Cancellation from a second thread, at every stage of a sweep: it ends the work in bounded time
+// and leaves a session that makes the same panorama as an undisturbed one.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -33,7 +33,8 @@ ozr_panorama* create()
     return pano;
 }
 
-// A sweep in front of the noise texture, call by call: three pictures, and a preview frame of another shape.
+// A sweep in front of the noise texture, call by call: three pictures, and a
+// preview frame of another shape.
 class Sweep
 {
 public:
@@ -79,7 +80,8 @@ private:
 
 enum Disturbance { kReset, kDestroy, kCancel, kCancelAsync, kDisturbances };
 
-// The allocation at which the working call waits for the second thread, and the core whose request it waits for.
+// The allocation at which the working call waits for the second thread, and the core
+// whose request it waits for.
 std::atomic<int64_t> g_meeting;
 std::atomic<const PanoramaCore*> g_core;
 std::atomic<bool> g_met;
@@ -120,7 +122,8 @@ struct Moment {
     Clock::duration delay;  // after its begin
 };
 
-// One call, disturbed by a second thread at some moment. Returns the results of the call and of the disturbance.
+// One call, disturbed by a second thread at some moment. Returns the results of the
+// call and of the disturbance.
 std::pair<ozr_err, int32_t> disturbed_call(Sweep* sweep, ozr_panorama* pano, int32_t step,
                                            int32_t disturbance, const Moment& moment)
 {
@@ -174,8 +177,8 @@ TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
     for (int32_t round = 0; round < kRounds && !testing::Test::HasFailure(); ++round) {
         const int32_t disturbed_step = round % Sweep::kSteps;
         const int32_t disturbance = random.below(kDisturbances), share = random.below(110);
-        // Half of the longer calls wait for the second thread; before the second picture there is no request to wait
-        // for.
+        // Half of the longer calls wait for the second thread; before the second picture
+        // there is no request to wait for.
         const bool meets = disturbed_step >= Sweep::kSecond && random.below(2) == 0;
         const int32_t meeting =
             meets ? 1 + random.below(static_cast<int32_t>(allocations[disturbed_step])) : 0;

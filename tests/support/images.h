@@ -20,8 +20,8 @@ inline Bytes random_bytes(int64_t count, uint32_t seed)
     return bytes;
 }
 
-// Random bytes that end with the plane, so that sanitised builds see reads beyond it. A destination has guards around it
-// and the bytes that are expected in it, at first its own.
+// Random bytes that end with the plane, so that sanitised builds see reads beyond it. A destination
+// has guards around it and the bytes that are expected in it, at first its own.
 struct Buffer {
     int64_t guard;
     Bytes now, want;

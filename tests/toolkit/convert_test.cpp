@@ -1,4 +1,5 @@
-// Conversions between pixel formats: the bytes, the chain of failure lines, and the state of the destination.
+// Conversions between pixel formats: the bytes, the chain of failure lines, and
+// the state of the destination.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -82,7 +83,7 @@ TEST(Convert, EveryPixelFollowsTheFormulas)
             const int32_t stride = pixel_bytes(format) * width + padding;
             const TestImage yuv({format, width, height, stride}, 7);
             const TestImage rgb({ozr_image_format_rgba32, width, height, 4 * width + padding}, 8);
-            OwnedImage to_rgba, to_yuv(format, width, height, stride + 1);  // fits already: its stride stays
+            OwnedImage to_rgba, to_yuv(format, width, height, stride + 1);  // its stride stays
             ASSERT_EQ(ozr_image_convert(&yuv, &to_rgba, ozr_image_format_rgba32), ozr_success);
             ASSERT_EQ(ozr_image_convert(&rgb, &to_yuv, format), ozr_success);
             EXPECT_EQ(to_rgba.stride, (4 * width + 15) / 16 * 16);

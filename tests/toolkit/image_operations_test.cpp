@@ -42,7 +42,8 @@ TEST(Hflip, ExchangesPixelsAndKeepsPadding)
         EXPECT_EQ(ozr_image_hflip(&image), ozr_err_not_supported);
         EXPECT_EQ(image.buffer.now, image.buffer.want);
     }
-    // A stride shorter than a row: the last chroma row ends behind the image, though all luma rows are inside.
+    // A stride shorter than a row: the last chroma row ends behind the image,
+    // though all luma rows are inside.
     TestImage image({ozr_image_format_nv12, 8, 4, 7}, 4);
     EXPECT_EQ(ozr_image_hflip(&image), ozr_err_invalid_argument);
     image.data = nullptr;
@@ -67,7 +68,8 @@ TEST(SampleGray, TakesEveryNthLuma)
             for (int32_t width : {7, 16, 33}) {
                 SCOPED_TRACE(testing::Message() << "format " << format << " n " << n << " width " << width);
                 const TestImage src({ozr_image_format(format), width, 11, 4 * width}, 21);
-                // A destination of the right size is used, whatever its format; an empty one is created.
+                // A destination of the right size is used, whatever its
+                // format; an empty one is created.
                 TestImage fitting({ozr_image_format_yv12, width / n, 11 / n, width / n + 2}, 22, 16);
                 const uint8_t* const before = fitting.data;
                 fitting.rotation = 0;
@@ -115,7 +117,7 @@ TEST(SampleGray, Refuses)
     src.format = ozr_image_format(6);
     EXPECT_EQ(ozr_image_sample_gray(&dst, &src, 2), ozr_err_not_supported);
     EXPECT_EQ(dst.width, 4);  // shaped before the format is looked at
-    EXPECT_EQ(ozr_image_sample_gray(&dst, &narrow, 1), ozr_err_invalid_argument);  // 99 bytes are read
+    EXPECT_EQ(ozr_image_sample_gray(&dst, &narrow, 1), ozr_err_invalid_argument);  // reads 99 bytes
     const TestImage exact({ozr_image_format_rgba32, 25, 10, 99}, 28);
     EXPECT_EQ(ozr_image_sample_gray(&dst, &exact, 1), ozr_success);
 }
@@ -175,7 +177,8 @@ ozr_err warp_image(const Warp& w, const ozr_image* src, ozr_image* dst)
     return ozr_image_warp_by_2points(src, w.sx1, w.sy1, w.sx2, w.sy2, dst, w.dx1, w.dy1, w.dx2, w.dy2);
 }
 
-// Compares with the formula. Sources end with their last byte, so that sanitised builds see reads beyond it.
+// Compares with the formula. Sources end with their last byte, so that sanitised
+// builds see reads beyond it.
 void expect_warp(const Warp& w, ozr_image_format format, int32_t width, int32_t height, int32_t padding)
 {
     SCOPED_TRACE(testing::Message() << "format " << format << " warp " << &w - kWarps << " width " << width);
@@ -220,8 +223,9 @@ TEST(Warp, Refuses)
     const Warp good = {0, 0, 4, 0, 2, 3, 6, 3}, coinciding = {0, 0, 4, 0, 2, 3, 2, 3};
     EXPECT_EQ(warp_image(good, nullptr, &dst), ozr_err_invalid_argument);
     EXPECT_EQ(warp_image(good, &src, nullptr), ozr_err_invalid_argument);
-    EXPECT_EQ(warp_image({0, 0, 4, 0, 2, 3, 3, 3}, &src, &dst), ozr_err_invalid_argument);  // D * D >> 4 is 0
-    EXPECT_EQ(warp_image({0, 0, 4, 0, 2, 3, 65538, 3}, &src, &dst), ozr_err_invalid_status);  // D wraps to 0
+    // D * D >> 4 is 0; D wraps around to 0.
+    EXPECT_EQ(warp_image({0, 0, 4, 0, 2, 3, 3, 3}, &src, &dst), ozr_err_invalid_argument);
+    EXPECT_EQ(warp_image({0, 0, 4, 0, 2, 3, 65538, 3}, &src, &dst), ozr_err_invalid_status);
     for (ozr_image_format format : {ozr_image_format_yv12, ozr_image_format_rgba32, ozr_image_format(6)}) {
         src.format = format;
         EXPECT_EQ(warp_image(coinciding, &src, &dst), ozr_err_invalid_status);
@@ -241,13 +245,13 @@ TEST(WarpIntoRows, HalvesDistantPointsFirst)
 {
     const Buffer src(40 * 30, 41);
     const struct {
-        Warp given,
-            used;  // the second by hand: each point to (centre + point + 1) >> 1 while D * D > 6000000
+        Warp given;
+        Warp used;  // by hand: each point to (centre + point + 1) >> 1 while D * D > 6000000
     } rows[] = {
         {{4, 4, 30, 20, 3, 5, 33, 22}, {4, 4, 30, 20, 3, 5, 33, 22}},          // D * D = 1413721
         {{1, 10, 39, 11, 2, 9, 50, 9}, {1, 10, 39, 11, 2, 9, 50, 9}},          // 5308416
-        {{1, 10, 39, 11, 0, 9, 60, 9}, {11, 11, 30, 11, 15, 9, 45, 9}},        // 60 apart: one round
-        {{0, 10, 39, 11, -100, 9, 200, 9}, {0, 10, 39, 11, -100, 9, 200, 9}},  // 300: D * D wraps below 0
+        {{1, 10, 39, 11, 0, 9, 60, 9}, {11, 11, 30, 11, 15, 9, 45, 9}},        // 60 apart: once
+        {{0, 10, 39, 11, -100, 9, 200, 9}, {0, 10, 39, 11, -100, 9, 200, 9}},  // D * D: below 0
     };
     for (const auto& [g, used] : rows) {
         Buffer dst(25 * 33, 42, 16);

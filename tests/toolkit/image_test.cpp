@@ -140,7 +140,8 @@ TEST(Image, CopyTakesRowsLongerThanTheStrideWhereTheSizeCoversThem)
     EXPECT_EQ(ozr_image_copy(&odd, &odd_copy), ozr_success);
 }
 
-// Each of these calls makes one allocation; when it fails, the lines name the calls that it failed in.
+// Each of these calls makes one allocation; when it fails, the lines name the
+// calls that it failed in.
 TEST(Image, NamesTheCallsWhoseMemoryIsOut)
 {
     const std::string create =

@@ -14,7 +14,8 @@ namespace
 {
 
 struct Ssse3 : Sse2 {
-    // Sums of the products of neighbouring bytes, those of `a` unsigned, those of `b` signed; limited to 16 bits.
+    // Sums of the products of neighbouring bytes, those of `a` unsigned, those of `b`
+    // signed; limited to 16 bits.
     static Words multiply_add_bytes(Vector a, Words b) { return Words(_mm_maddubs_epi16(a, Vector(b))); }
 
     // The bytes whose numbers `order` has; 0 where its number is negative.
