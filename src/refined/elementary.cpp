@@ -1,5 +1,7 @@
 #include "refined/elementary.h"
 
+#include <cmath>
+
 namespace ozr::refined
 {
 
@@ -30,7 +32,7 @@ double _arctangent_of(double t)
 {
     constexpr int32_t kHalvings = 3;
     for (int32_t i = 0; i < kHalvings; ++i)
-        t = t / (1.0 + __builtin_sqrt(1.0 + t * t));
+        t = t / (1.0 + std::sqrt(1.0 + t * t));
     const double s = t * t;
     double sum = 0.0;
     for (int32_t k = 17; k >= 1; k -= 2)

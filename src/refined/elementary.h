@@ -1,6 +1,5 @@
-// The elementary functions of the drawing half, from sums, products and quotients alone:
-// the C libraries of different systems differ in the last bit, and a panorama is to be
-// the same everywhere.
+// Elementary functions from sums, products, quotients and square roots alone: the C libraries of
+// different systems differ in the last bit, and a panorama is to be the same everywhere.
 #ifndef REFINED_ELEMENTARY_H
 #define REFINED_ELEMENTARY_H
 
@@ -17,6 +16,12 @@ inline int64_t nearest(double value)
     const double shifted = value + 0.5;
     const int64_t whole = static_cast<int64_t>(shifted);
     return whole - (static_cast<double>(whole) > shifted ? 1 : 0);
+}
+
+// The same, for what fits 32 bits.
+inline int32_t nearest_int(double value)
+{
+    return static_cast<int32_t>(nearest(value));
 }
 
 double sine(double angle);

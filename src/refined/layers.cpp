@@ -13,8 +13,8 @@ namespace
 {
 
 constexpr int32_t kLeastSide = 32;  // of a picture
-constexpr int32_t kShownMargin =
-    2;  // pixels at a picture's edge that are not drawn: the cubic reaches two further
+// Pixels at a picture's edge that are not drawn: the cubic reaches two further.
+constexpr int32_t kShownMargin = 2;
 constexpr int32_t kBlock = kernels::kDrawBlock;
 
 // Bounds of what can be a camera; comparisons fail for what is not a number.
@@ -100,8 +100,8 @@ struct Extent {
 
 bool _extent(const Layer& layer, Extent* extent)
 {
-    constexpr int32_t kSamples =
-        16;  // along each edge; the lens bends edges by less than a lattice step in between
+    // Along each edge; in between the lens bends it by less than a lattice step.
+    constexpr int32_t kSamples = 16;
     const double width = layer.source->picture->width - 1, height = layer.source->picture->height - 1;
     *extent = {1e9, -1e9, 1e9, -1e9};
     for (int32_t i = 0; i <= 2 * kSamples + 1; ++i) {
@@ -126,7 +126,7 @@ bool _extent(const Layer& layer, Extent* extent)
 
 int32_t _floored(double value)
 {
-    return static_cast<int32_t>(nearest(value - 0.5));
+    return nearest_int(value - 0.5);
 }
 
 int32_t _rounded_up(int32_t value, int32_t unit)
@@ -153,7 +153,7 @@ PanoResult _choose_frame(Layers* layers)
         if (i > 0 && layer.heading + extent.left > reach)
             return kPanoBadArgument;  // a gap that no picture shows
         reach = layer.heading + extent.right;
-        layer.middle = static_cast<int32_t>(nearest(layer.heading * steps));
+        layer.middle = nearest_int(layer.heading * steps);
         layer.first = _floored((layer.heading + extent.left) * steps);
         layer.columns = _floored((layer.heading + extent.right) * steps) + 2 - layer.first;
         left = std::min(left, layer.first);
@@ -230,8 +230,7 @@ PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* h
     const NodeRange all = {0, blocks + 1};
     const kernels::Kernels* table = kernels::active();
     NodeRows nodes;
-    if (const PanoResult result = nodes.init(blocks + 1); result < 0)
-        return result;
+    PANO_FORWARD(nodes.init(blocks + 1));
     // The small picture's middle pixels lie half a small pixel in from the picture's edge.
     const int32_t margin = ((2 * kShownMargin + 1) << kernels::kDrawPlaceBits >> (frame.step_bits + 1)) -
                            (1 << (kernels::kDrawPlaceBits - 1));

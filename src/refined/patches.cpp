@@ -15,11 +15,6 @@ namespace ozr::refined
 namespace
 {
 
-int32_t _whole(double x)
-{
-    return static_cast<int32_t>(nearest(x));
-}
-
 // Patches looked for over the overlap. Twice as many measure no better.
 constexpr int32_t kPatches = 90;
 constexpr int32_t kLeastCell = 3;  // corner windows to a side: a patch is no wider
@@ -148,8 +143,8 @@ bool _aim(const Search& search, Place first, Place off, int32_t level, PatchTask
     const Place at = search.first_frame(level).at_level(first);
     task->first_plane = &search.sights.first.plane(level);
     task->second_plane = &search.sights.second.plane(level);
-    task->first_x = _whole(at.x);
-    task->first_y = _whole(at.y);
+    task->first_x = nearest_int(at.x);
+    task->first_y = nearest_int(at.y);
     const Place whole = search.first_frame(level).from_level(task->first_x, task->first_y);
     Place second = {};
     if (!place_in_second(search.lenses, whole, &second) ||

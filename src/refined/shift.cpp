@@ -14,11 +14,6 @@ namespace ozr::refined
 namespace
 {
 
-int32_t _whole(double x)
-{
-    return static_cast<int32_t>(nearest(x));
-}
-
 // Local maxima that are followed to the fine size, and how far around twice their place.
 constexpr int32_t kFollowed = 6;
 constexpr int32_t kFineReach = 2;
@@ -50,10 +45,10 @@ struct ValueMap {
 PanoResult _fill(const Unrolled& a, const Unrolled& b, const ShiftRange& range, const Cancel& cancel,
                  ValueMap* map)
 {
-    map->left = _whole(range.left * a.width);
-    map->up = _whole(range.up * a.height);
-    map->columns = _whole(range.right * a.width) - map->left + 1;
-    map->rows = _whole(range.down * a.height) - map->up + 1;
+    map->left = nearest_int(range.left * a.width);
+    map->up = nearest_int(range.up * a.height);
+    map->columns = nearest_int(range.right * a.width) - map->left + 1;
+    map->rows = nearest_int(range.down * a.height) - map->up + 1;
     map->values = make_buffer<float>(int64_t{map->columns + 2} * (map->rows + 2));
     if (!map->values)
         return kPanoNoMemory;

@@ -1,5 +1,7 @@
 #include "refined/view.h"
 
+#include <cmath>
+
 #include "refined/elementary.h"
 
 namespace ozr::refined
@@ -91,8 +93,8 @@ NodePlace View::place(const Heading& heading, double height, int16_t* gain) cons
     const double places = (here.scale + (next.scale - here.scale) * part) * focal_;
     *gain = static_cast<int16_t>(nearest(here.gain + (next.gain - here.gain) * part));
     const Place shown = skewed_place({x * places, y * places}, skew_);
-    return {static_cast<int32_t>(nearest(_limited(shown.x + middle_x_, kFarAway) * kNodeOne)),
-            static_cast<int32_t>(nearest(_limited(shown.y + middle_y_, kFarAway) * kNodeOne))};
+    return {nearest_int(_limited(shown.x + middle_x_, kFarAway) * kNodeOne),
+            nearest_int(_limited(shown.y + middle_y_, kFarAway) * kNodeOne)};
 }
 
 double View::heading() const
@@ -117,7 +119,7 @@ bool View::ray(double x, double y, double* heading, double* height) const
     const double right = turn_[0] * a + turn_[3] * b + turn_[6];
     const double down = turn_[1] * a + turn_[4] * b + turn_[7];
     const double ahead = turn_[2] * a + turn_[5] * b + turn_[8];
-    const double distance = __builtin_sqrt(right * right + ahead * ahead);
+    const double distance = std::sqrt(right * right + ahead * ahead);
     if (distance * kSteepest < (down < 0.0 ? -down : down))
         return false;
     *heading = arctangent(right, ahead);

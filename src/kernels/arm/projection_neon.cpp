@@ -58,8 +58,9 @@ struct Mirrored {
     ptrdiff_t left;
 };
 
-void _store(const ProjectionRowOut& out, const int32_t* bases, int32_t line_offset, uint8x8_t rows,
-            Mirrored blocks)
+// A call would cost more than the work.
+OZR_INLINED void _store(const ProjectionRowOut& out, const int32_t* bases, int32_t line_offset,
+                        uint8x8_t rows, Mirrored blocks)
 {
     out.offsets[blocks.right] = line_offset + bases[blocks.right];
     out.offsets[blocks.left] = line_offset + bases[blocks.left];
