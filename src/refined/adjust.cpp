@@ -74,20 +74,20 @@ struct Descent {
 PanoResult _descend(const Descent& descent, const Stage& stage, Lenses* lenses, double* reached_cost)
 {
     const Problem& problem = descent.problem;
-    Workspace* work = descent.work;
+    NormalEquations *here = &descent.work->here, *there = &descent.work->there;
     double damping = kFirstDamping;
     double& cost = *reached_cost;
-    cost = set_up(problem, *lenses, stage.width, &work->here);
+    cost = set_up(problem, *lenses, stage.width, here);
     for (int32_t i = 0; i < stage.steps && damping < kLastDamping; ++i) {
         if (descent.cancel.asked())
             return kPanoCancelled;
         double step[kMaxUnknowns];
-        if (!_step(work->here, damping, &work->scratch, step)) {
+        if (!_step(*here, damping, &descent.work->scratch, step)) {
             damping *= kDampingStep;
             continue;
         }
         const Lenses moved = after_step(problem, *lenses, step);
-        const double reached = set_up(problem, moved, stage.width, &work->there);
+        const double reached = set_up(problem, moved, stage.width, there);
         if (!(reached < cost)) {
             damping *= kDampingStep;
             continue;
@@ -95,7 +95,7 @@ PanoResult _descend(const Descent& descent, const Stage& stage, Lenses* lenses, 
         const bool done = cost - reached < kDone * cost;
         *lenses = moved;
         cost = reached;
-        std::swap(work->here, work->there);
+        std::swap(here, there);
         damping /= kDampingStep;
         if (done)
             break;

@@ -272,7 +272,10 @@ bool _make_basis(const ConstPlane& plane, int32_t x, int32_t y, FitBasis* basis)
 
 bool _is_overexposed(const int16_t* patch)
 {
-    const int32_t brightest = *std::max_element(patch, patch + kFitPixels);
+    // The compiler makes vectors of this one, not of std::max_element.
+    int16_t brightest = patch[0];
+    for (int32_t i = 1; i < kFitPixels; ++i)
+        brightest = std::max(brightest, patch[i]);
     if (brightest < kDarkestWhite)
         return false;
     const auto is_white = [=](int16_t value) { return value + kSameLevel >= brightest; };
