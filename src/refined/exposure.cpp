@@ -145,7 +145,8 @@ void _add_pair(const Blocks& blocks, int32_t a, int32_t b, LightRound* round)
 
 LightSolution _fit(const Blocks& blocks, int32_t count)
 {
-    return fit_light(count, [&](LightRound* round) {
+    constexpr double kFalloffPrior = 3.0;  // against blocks in hundreds
+    return fit_light(count, kFalloffPrior, [&](LightRound* round) {
         for (int32_t a = 0; a < count; ++a) {
             for (int32_t b = a + 1; b < count; ++b)
                 _add_pair(blocks, a, b, round);

@@ -10,17 +10,17 @@ namespace ozr::refined
 namespace
 {
 
-// Weights of one place at an error of 1: exposures are near each other, a lens loses little. They
-// hold back what no place tells, and are outvoted by a dozen places.
-constexpr double kExposurePrior = 0.1, kFalloffPrior = 3.0;
+// Exposures are near each other: places that say so, each with an error of 1. They hold back what
+// no other place tells, and are outvoted by a few.
+constexpr double kExposurePrior = 0.1;
 
 }  // namespace
 
-LightRound::LightRound(int32_t pictures, const LightSolution& so_far, double scale)
+LightRound::LightRound(int32_t pictures, double falloff_prior, const LightSolution& so_far, double scale)
     : pictures_(pictures), so_far_(so_far), scale_(scale)
 {
     for (int32_t i = 0; i < pictures + kTerms; ++i)
-        matrix_[i][i] = i < pictures ? kExposurePrior : kFalloffPrior;
+        matrix_[i][i] = i < pictures ? kExposurePrior : falloff_prior;
 }
 
 // The equations of the two pictures' unknowns are at hand while places are added.

@@ -33,7 +33,7 @@ struct LightSolution {
 class LightRound
 {
 public:
-    LightRound(int32_t pictures, const LightSolution& so_far, double scale);
+    LightRound(int32_t pictures, double falloff_prior, const LightSolution& so_far, double scale);
 
     // `count` places that picture `a` shows and, at the same index, a later picture `b`.
     void add(int32_t a, int32_t b, const Light* in_a, const Light* in_b, int32_t count);
@@ -52,14 +52,15 @@ private:
     double right_[kUnknowns] = {};
 };
 
-// `add_all(&round)` adds all places to a round.
+// `add_all(&round)` adds all places to a round. A lens loses little: `falloff_prior` places say so, each
+// with an error of 1, and hold back what the others do not tell.
 template <class AddAll>
-LightSolution fit_light(int32_t pictures, const AddAll& add_all)
+LightSolution fit_light(int32_t pictures, double falloff_prior, const AddAll& add_all)
 {
     constexpr double kScales[] = {1.0, 0.5, 0.25, 0.12, 0.06, 0.06};  // logarithms
     LightSolution solution = {};
     for (const double scale : kScales) {
-        LightRound round(pictures, solution, scale);
+        LightRound round(pictures, falloff_prior, solution, scale);
         add_all(&round);
         solution = round.solve();
     }
