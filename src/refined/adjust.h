@@ -60,8 +60,8 @@ struct AdjustTask {
     double assumed_focal;  // base pixels
 };
 
-// Finds the turns of all pictures and a plain lens, beginning with the guesses' turns at the assumed
-// focal length, and with other focal lengths where that one fits badly. kPanoCancelled,
+// Finds the turns of all pictures and a plain lens, beginning with the guesses' turns at the
+// assumed focal length, and with other focal lengths where that one fits badly. kPanoCancelled,
 // kPanoNoMemory.
 PanoResult adjust(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
 

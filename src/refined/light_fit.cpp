@@ -26,13 +26,13 @@ LightRound::LightRound(int32_t pictures, double falloff_prior, const LightSoluti
 // The equations of the two pictures' unknowns are at hand while places are added.
 void LightRound::add(int32_t a, int32_t b, const Light* in_a, const Light* in_b, int32_t count)
 {
-    constexpr int32_t kOwn = 2 + kTerms;
-    const int32_t places[kOwn] = {a, b, pictures_, pictures_ + 1};
+    constexpr int32_t kPairUnknowns = 2 + kTerms;
+    const int32_t places[kPairUnknowns] = {a, b, pictures_, pictures_ + 1};
     const double* exposures = so_far_.exposures;
     const Falloff& falloff = so_far_.falloff;
-    double matrix[kOwn][kOwn] = {};
-    double right[kOwn];
-    for (int32_t i = 0; i < kOwn; ++i) {
+    double matrix[kPairUnknowns][kPairUnknowns] = {};
+    double right[kPairUnknowns];
+    for (int32_t i = 0; i < kPairUnknowns; ++i) {
         for (int32_t j = 0; j <= i; ++j)
             matrix[i][j] = matrix_[places[i]][places[j]];
         right[i] = right_[places[i]];
@@ -41,20 +41,20 @@ void LightRound::add(int32_t a, int32_t b, const Light* in_a, const Light* in_b,
         if (in_a[n].level == 0.0F || in_b[n].level == 0.0F)
             continue;
         const double p = static_cast<double>(in_a[n].spread), q = static_cast<double>(in_b[n].spread);
-        const double factors[kOwn] = {1.0, -1.0, q - p, q * q - p * p};
+        const double factors[kPairUnknowns] = {1.0, -1.0, q - p, q * q - p * p};
         const double value = static_cast<double>(in_a[n].level) - static_cast<double>(in_b[n].level);
         const double error =
             value - exposures[a] + exposures[b] - factors[2] * falloff.first - factors[3] * falloff.second;
         const double far = error / scale_, near = 1.0 / (1.0 + far * far), weight = near * near;
         // The whole square, which is quicker than its lower half.
-        for (int32_t i = 0; i < kOwn; ++i) {
+        for (int32_t i = 0; i < kPairUnknowns; ++i) {
             const double weighted = weight * factors[i];
-            for (int32_t j = 0; j < kOwn; ++j)
+            for (int32_t j = 0; j < kPairUnknowns; ++j)
                 matrix[i][j] += weighted * factors[j];
             right[i] += weighted * value;
         }
     }
-    for (int32_t i = 0; i < kOwn; ++i) {
+    for (int32_t i = 0; i < kPairUnknowns; ++i) {
         for (int32_t j = 0; j <= i; ++j)
             matrix_[places[i]][places[j]] = matrix[i][j];
         right_[places[i]] = right[i];

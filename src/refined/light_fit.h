@@ -52,8 +52,8 @@ private:
     double right_[kUnknowns] = {};
 };
 
-// `add_all(&round)` adds all places to a round. A lens loses little: `falloff_prior` places say so, each
-// with an error of 1, and hold back what the others do not tell.
+// `add_all(&round)` adds all places to a round. A lens loses little: `falloff_prior` places say so,
+// each with an error of 1, and hold back what the others do not tell.
 template <class AddAll>
 LightSolution fit_light(int32_t pictures, double falloff_prior, const AddAll& add_all)
 {
