@@ -22,12 +22,13 @@ constexpr int32_t kDrawShiftBits = 5;
 constexpr int32_t kDrawMaxShift = 4095;  // the magnitude of a shift: some 128 levels
 
 // A plane of a picture: at least 4 x 4 luma pixels, or 2 x 2 chroma pairs, whose width is
-// counted in pairs.
+// counted in pairs. How soft luma is drawn from it: which of kDrawCubic.
 struct DrawPlane {
     const uint8_t* src;
     int64_t stride;
     int32_t width;
     int32_t height;
+    int32_t softness = 0;
 };
 
 struct DrawNodes {
@@ -37,14 +38,25 @@ struct DrawNodes {
     const int16_t* shift[2];  // Q5: of luma; or of the first and the second byte of chroma pairs
 };
 
-// Cubic weights (Catmull and Rom) of four pixels, Q7, for a place t / 16 of the way from the second
-// to the third: (2 t^2 - t^3 - t) / 2, (2 - 5 t^2 + 3 t^3) / 2, (t + 4 t^2 - 3 t^3) / 2 and
-// (t^3 - t^2) / 2. They are at most 127 and add up to 128.
-constexpr int8_t kDrawCubic[4][16] = {
-    {0, -4, -6, -8, -9, -9, -9, -9, -8, -7, -6, -4, -3, -2, -1, 0},
-    {127, 127, 123, 118, 111, 103, 93, 83, 72, 61, 50, 39, 29, 20, 12, 5},
-    {1, 5, 12, 20, 29, 38, 50, 61, 72, 83, 93, 102, 111, 118, 123, 127},
-    {0, 0, -1, -2, -3, -4, -6, -7, -8, -9, -9, -9, -9, -8, -6, -4},
+// Cubic weights of four pixels, Q7, for a place t / 16 of the way from the second to the third: the
+// sharper, the more noise they let through. The sharpest are Catmull's and Rom's,
+// (2 t^2 - t^3 - t) / 2, (2 - 5 t^2 + 3 t^3) / 2, (t + 4 t^2 - 3 t^3) / 2 and (t^3 - t^2) / 2; the
+// others have 35 and 70 percent of the cubic B-spline's (1 - t)^3 / 6, (4 - 6 t^2 + 3 t^3) / 6 and
+// so on. They are at most 127 and add up to 128, the first two or the last two to no more.
+constexpr int32_t kDrawSoftnesses = 3;
+constexpr int8_t kDrawCubic[kDrawSoftnesses][4][16] = {
+    {{0, -4, -6, -8, -9, -9, -9, -9, -8, -7, -6, -4, -3, -2, -1, 0},
+     {127, 127, 123, 118, 111, 103, 93, 83, 72, 61, 50, 39, 29, 20, 12, 5},
+     {1, 5, 12, 20, 29, 38, 50, 61, 72, 83, 93, 102, 111, 118, 123, 127},
+     {0, 0, -1, -2, -3, -4, -6, -7, -8, -9, -9, -9, -9, -8, -6, -4}},
+    {{7, 4, 1, -1, -3, -4, -4, -4, -4, -4, -3, -2, -2, -1, 0, 0},
+     {114, 112, 109, 105, 100, 93, 85, 77, 68, 59, 50, 41, 33, 25, 18, 12},
+     {7, 12, 18, 25, 33, 41, 50, 59, 68, 77, 85, 93, 100, 105, 109, 112},
+     {0, 0, 0, -1, -2, -2, -3, -4, -4, -4, -4, -4, -3, -1, 1, 4}},
+    {{15, 11, 8, 6, 4, 2, 1, 0, -1, -1, -1, -1, -1, 0, 0, 0},
+     {98, 98, 95, 92, 88, 83, 77, 71, 65, 58, 51, 44, 37, 30, 25, 19},
+     {15, 19, 25, 30, 37, 44, 51, 58, 65, 71, 77, 83, 88, 92, 95, 98},
+     {0, 0, 0, 0, -1, -1, -1, -1, -1, 0, 1, 2, 4, 6, 8, 11}},
 };
 
 // dst[k] for the places (x + 32) >> 6 and (y + 32) >> 6, Q4, limited to [1, width - 2) and

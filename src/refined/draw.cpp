@@ -15,10 +15,22 @@ namespace ozr::refined
 namespace
 {
 
+// Of all pictures together, so that none looks softer than its neighbours.
+int32_t _softness(const Layers& layers)
+{
+    Grain mean = {0.0, 0.0};
+    for (int32_t i = 0; i < layers.count; ++i) {
+        mean.noise += layers.at[i].source->grain.noise / layers.count;
+        mean.all += layers.at[i].source->grain.all / layers.count;
+    }
+    return softness_for(mean);
+}
+
 PanoResult _plan(const DrawInput& input, Plan* plan, DrawReport* report)
 {
     const Cancel& cancel = input.cancel;
     PANO_FORWARD(arrange_layers(input, &plan->layers));
+    plan->softness = _softness(plan->layers);
     PANO_FORWARD(even_exposure(cancel, &plan->layers, report));
     PANO_FORWARD(lay_layers(cancel, &plan->layers));
     PANO_FORWARD(find_seams(cancel, plan->layers, &plan->seams));

@@ -13,6 +13,7 @@
 #include "image/panorama_img.h"
 #include "refined/camera.h"
 #include "refined/cancel.h"
+#include "refined/grain.h"
 #include "refined/picture.h"
 #include "support/buffer.h"
 
@@ -23,6 +24,7 @@ struct DrawPicture {
     const PanoImg* picture;  // NV12, even sides of 32 or more
     const Pyramid* pyramid;  // of the picture
     const Camera* camera;
+    Grain grain;
 };
 
 struct DrawInput {

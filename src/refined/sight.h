@@ -4,6 +4,7 @@
 
 #include "refined/cancel.h"
 #include "refined/corners.h"
+#include "refined/grain.h"
 #include "refined/picture.h"
 #include "refined/shift.h"
 
@@ -15,6 +16,7 @@ struct Sight {
     Pyramid pyramid;
     Corners corners;  // of the level above the base
     UnrolledPair unrolled;
+    Grain grain;
     int32_t base;   // the level whose pixels places are measured in
     bool is_plain;  // too small or too plain to be matched with anything
 

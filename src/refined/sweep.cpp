@@ -21,6 +21,7 @@ constexpr int32_t kBridged = 2;
 PanoResult _add_sight(const PanoImg& picture, bool turned, const Cancel& cancel, Sight* sight)
 {
     PANO_FORWARD(keep_picture(&picture, turned, cancel, sight->picture.get(), &sight->pyramid));
+    sight->grain = measure_grain(sight->pyramid.levels[0]);
     return look_at(sight);
 }
 
@@ -267,6 +268,7 @@ PanoResult Sweep::draw_cameras(const Cancel& cancel, PanoImg* drawn)
         pictures[i].picture = sights_[i].picture.get();
         pictures[i].pyramid = &sights_[i].pyramid;
         pictures[i].camera = &cameras_[i];
+        pictures[i].grain = sights_[i].grain;
     }
     PANO_FORWARD(draw({pictures, pictures_, cancel}, drawn, &drawn_));
     for (int32_t i = 0; i < pictures_; ++i)

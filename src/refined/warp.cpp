@@ -114,7 +114,8 @@ void _draw_luma(Warp* warp, int32_t picture, int32_t row)
     NodeRows& nodes = warp->nodes[picture];
     nodes.interpolate(2 * (row % kNodeRows), 0, range);
     warp->shifts[picture].fill(nodes.shift(0), warp->plan.corrections, 0, row, range);
-    const kernels::DrawPlane plane = {pano_row(source, 0), source->stride, source->width, source->height};
+    const kernels::DrawPlane plane = {pano_row(source, 0), source->stride, source->width, source->height,
+                                      warp->plan.softness};
     uint8_t* line = warp->line.get();
     warp->table->draw.luma_row(line + range.first * kernels::kDrawBlock, plane, nodes.at(range.first),
                                range.end - 1 - range.first);

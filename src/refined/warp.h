@@ -17,6 +17,7 @@ struct Plan {
     Seams seams;
     Crop crop;
     Corrections corrections;
+    int32_t softness;  // of kernels::DrawPlane
 };
 
 // `out` has the size of the crop, in pixels of the panorama.

@@ -411,8 +411,8 @@ TEST(KernelCheck, Drawing)
         const int32_t n = c.count;
         Guarded luma = c.bytes(kStride * (kHeight - 1) + kWidth);
         Guarded chroma = c.bytes(kStride * (kHeight / 2 - 1) + 2 * (kWidth / 2));
-        const DrawPlane planes[] = {{luma.data(), kStride, kWidth, kHeight},
-                                    {chroma.data(), kStride, kWidth / 2, kHeight / 2}};
+        DrawPlane planes[] = {{luma.data(), kStride, kWidth, kHeight},
+                              {chroma.data(), kStride, kWidth / 2, kHeight / 2}};
         Guarded xs = c.bytes(4 * n + 4, 4), ys = c.bytes(4 * n + 4, 4), numbers = c.bytes(6 * n + 6, 2);
         int16_t* number = numbers.as<int16_t>();
         for (int32_t turn : {40, 400, 4000}) {
@@ -433,7 +433,10 @@ TEST(KernelCheck, Drawing)
             }
             const DrawNodes nodes = {
                 xs.as<int32_t>(), ys.as<int32_t>(), number, {number + n + 1, number + 2 * n + 2}};
-            c.check(KERNEL(draw, luma_row), 8 * n, planes[0], nodes, n);
+            for (int32_t softness = 0; softness < kDrawSoftnesses; ++softness) {
+                planes[0].softness = softness;
+                c.check(KERNEL(draw, luma_row), 8 * n, planes[0], nodes, n);
+            }
             c.check(KERNEL(draw, chroma_row), 8 * n, planes[1], nodes, n);
         }
     });

@@ -53,7 +53,7 @@ struct PaintedSweep : SimulatedCamera {
             cameras.push_back(camera_of_pose(views[i], focal, radial));
         }
         for (size_t i = 0; i < views.size(); ++i)
-            pictures.push_back({&images[i], &pyramids[i], &cameras[i]});
+            pictures.push_back({&images[i], &pyramids[i], &cameras[i], {}});
     }
 
     DrawInput input(const SharedWord<uint8_t>* cancel = nullptr) const
@@ -120,15 +120,22 @@ struct Errors {
     double rms() const { return std::sqrt(squares / static_cast<double>(count)); }
 };
 
-// Every pixel against the paint, both times a common gain.
-void expect_shows(const Drawn& drawn, double gain, double most_rms, double most)
+Errors luma_errors(const Drawn& drawn, double gain)
 {
-    ASSERT_EQ(drawn.result, kPanoSuccess);
-    Errors luma, chroma;
+    Errors luma;
     for (int32_t y = 0; y < drawn.image.height; ++y) {
         for (int32_t x = 0; x < drawn.image.width; ++x)
             luma.add(drawn.luma(x, y) - gain * painted(drawn.ray(x, y)).luma);
     }
+    return luma;
+}
+
+// Every pixel against the paint, both times a common gain.
+void expect_shows(const Drawn& drawn, double gain, double most_rms, double most)
+{
+    ASSERT_EQ(drawn.result, kPanoSuccess);
+    const Errors luma = luma_errors(drawn, gain);
+    Errors chroma;
     for (int32_t y = 0; y < drawn.image.height / 2; ++y) {
         for (int32_t x = 0; x < drawn.image.width / 2; ++x) {
             const Paint want = painted(drawn.ray(2 * x + 0.5, 2 * y + 0.5));
@@ -162,6 +169,27 @@ TEST(Draw, EveryPixelShowsWhatItsRayMeets)
     }
 }
 
+// What is noisy is drawn softly, all of it alike, and is nearer to the world then.
+TEST(Draw, TakesNoiseOff)
+{
+    Random random(5);
+    PaintedSweep sweep;
+    sweep.seen = [&random](const Vector& ray, size_t) {
+        Paint paint = painted(ray);
+        for (int32_t i = 0; i < 4; ++i)
+            paint.luma += random.below(21) - 10;
+        return paint;
+    };
+    sweep.turn();
+    sweep.take();
+    const Drawn sharp(sweep);
+    for (size_t i = 0; i < sweep.pictures.size(); ++i)
+        sweep.pictures[i].grain = measure_grain(sweep.pyramids[i].levels[0]);
+    const Drawn soft(sweep);
+    ASSERT_EQ(sharp.result + soft.result, 2 * kPanoSuccess);
+    EXPECT_LT(luma_errors(soft, 1).rms(), 0.75 * luma_errors(sharp, 1).rms());
+}
+
 // Order of capture, pictures left out, a sweep that turns back: all the same panorama.
 TEST(Draw, OrderDoesNotMatterAndUnusedPicturesAreLeftOut)
 {
@@ -180,7 +208,7 @@ TEST(Draw, OrderDoesNotMatterAndUnusedPicturesAreLeftOut)
     Camera unused = sweep.cameras[2];
     unused.used = false;
     unused.focal = 0;
-    sweep.pictures.insert(sweep.pictures.begin() + 2, {&other, &sweep.pyramids[0], &unused});
+    sweep.pictures.insert(sweep.pictures.begin() + 2, {&other, &sweep.pyramids[0], &unused, {900, 900}});
     const Drawn with_another(sweep);
     ASSERT_EQ(with_another.result, kPanoSuccess);
     EXPECT_EQ(with_another.bytes(), kept);

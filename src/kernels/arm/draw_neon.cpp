@@ -70,63 +70,60 @@ uint8x8_t _sixteenths(int16x8_t places)
     return vmovn_u16(vreinterpretq_u16_s16(vandq_s16(vshrq_n_s16(places, 6), vdupq_n_s16(15))));
 }
 
-uint8x16_t _cubic(int32_t tap)
-{
-    return vreinterpretq_u8_s8(vld1q_s8(kDrawCubic[tap]));
-}
+// The weights of the four taps for every sixteenth.
+struct Cubic {
+    uint8x16_t of[4];
 
-// The magnitudes of the row weights: of the outer taps, which are none positive, and of the inner
-// ones, none negative.
-struct RowWeights {
-    uint8x16_t outer;
-    uint8x16_t inner;
+    explicit Cubic(const int8_t (&weights)[4][16])
+    {
+        unrolled<4>([&](int32_t i) OZR_INLINED_STEP { of[i] = vreinterpretq_u8_s8(vld1q_s8(weights[i])); });
+    }
 };
 
-OZR_INLINED RowWeights _row_weights(uint8x8_t sixteenths)
-{
-    const auto weights = [&](int32_t left, int32_t right) OZR_INLINED_STEP {
-        return vcombine_u8(looked_up(_cubic(left), sixteenths), looked_up(_cubic(right), sixteenths));
-    };
-    const int8x16_t outer = vreinterpretq_s8_u8(weights(0, 3));
-    return {vreinterpretq_u8_s8(vnegq_s8(outer)), weights(1, 2)};
-}
-
 // A column weight as Q15.
-OZR_INLINED int16x8_t _column_weight(int32_t tap, uint8x8_t sixteenths)
+OZR_INLINED int16x8_t _column_weight(uint8x16_t cubic, uint8x8_t sixteenths)
 {
-    return vshll_n_s8(vreinterpret_s8_u8(looked_up(_cubic(tap), sixteenths)), 8);
+    return vshll_n_s8(vreinterpret_s8_u8(looked_up(cubic, sixteenths)), 8);
 }
 
-// What all rows of a block have in common: where their taps are, and their weights.
+// What all rows of a block have in common: where their outer and inner taps are, and their weights.
 struct Taps {
     uint8x16_t outer;
     uint8x16_t inner;
-    RowWeights across;
+    int8x16_t outer_weights;
+    int8x16_t inner_weights;
 };
 
-OZR_INLINED Taps _taps(int16x8_t x)
+OZR_INLINED Taps _taps(int16x8_t x, const Cubic& cubic)
 {
     const uint8x8_t column = vshrn_n_u16(vreinterpretq_u16_s16(vshrq_n_s16(x, 2)), kDrawPlaceBits - 2);
     const uint8x16_t columns = vcombine_u8(column, column);
+    const uint8x8_t sixteenths = _sixteenths(x);
+    const auto weights = [&](int32_t left, int32_t right) OZR_INLINED_STEP {
+        return vreinterpretq_s8_u8(
+            vcombine_u8(looked_up(cubic.of[left], sixteenths), looked_up(cubic.of[right], sixteenths)));
+    };
     return {vaddq_u8(columns, vcombine_u8(vdup_n_u8(0), vdup_n_u8(3))),
-            vaddq_u8(columns, vcombine_u8(vdup_n_u8(1), vdup_n_u8(2))), _row_weights(_sixteenths(x))};
+            vaddq_u8(columns, vcombine_u8(vdup_n_u8(1), vdup_n_u8(2))), weights(0, 3), weights(1, 2)};
 }
 
-// A source row under the row weights. Neither half of the sum leaves 16 bits; the sum is limited.
+// A source row under the row weights, as signed numbers: the weights add up to 128, so what pixels
+// are less by, 128, is 128 * 128 in the sum. Neither half of that leaves 16 bits; the sum is limited.
 OZR_INLINED int16x8_t _weighed_row(const uint8_t* src, const Taps& taps)
 {
-    const uint8x16_t bytes = vld1q_u8(src);
-    const uint8x16_t outer = looked_up(bytes, taps.outer);
-    const uint8x16_t inner = looked_up(bytes, taps.inner);
-    const uint16x8_t left = vmlsl_u8(vmull_u8(vget_low_u8(inner), vget_low_u8(taps.across.inner)),
-                                     vget_low_u8(outer), vget_low_u8(taps.across.outer));
-    const uint16x8_t right =
-        less_high_multiplied(high_multiplied(inner, taps.across.inner), outer, taps.across.outer);
-    return vqaddq_s16(vreinterpretq_s16_u16(left), vreinterpretq_s16_u16(right));
+    const uint8x16_t bytes = veorq_u8(vld1q_u8(src), vdupq_n_u8(128));
+    const int8x16_t outer = vreinterpretq_s8_u8(looked_up(bytes, taps.outer));
+    const int8x16_t inner = vreinterpretq_s8_u8(looked_up(bytes, taps.inner));
+    const int16x8_t of_outer =
+        vmlal_s8(vdupq_n_s16(128 * 128), vget_low_s8(outer), vget_low_s8(taps.outer_weights));
+    const int16x8_t of_inner = vmull_s8(vget_low_s8(inner), vget_low_s8(taps.inner_weights));
+    return vqaddq_s16(plus_high_multiplied(of_outer, outer, taps.outer_weights),
+                      plus_high_multiplied(of_inner, inner, taps.inner_weights));
 }
 
 template <int32_t kTurn>
-OZR_INLINED int16x8_t _luma_samples(const uint8_t* src, int64_t stride, const Taps& taps, int16x8_t y)
+OZR_INLINED int16x8_t _luma_samples(const uint8_t* src, int64_t stride, const Taps& taps, int16x8_t y,
+                                    const Cubic& cubic)
 {
     constexpr int32_t kTaps = LumaShape::kTaps;
     int16x8_t rows[size_t{kTaps} + kTurn];
@@ -136,21 +133,23 @@ OZR_INLINED int16x8_t _luma_samples(const uint8_t* src, int64_t stride, const Ta
     });
     _pick_rows<kTaps, kTurn>(rows, vshrq_n_s16(y, kDrawPlaceBits));
     const uint8x8_t sixteenths = _sixteenths(y);
-    const auto part = [&](int32_t i)
-                          OZR_INLINED_STEP { return _product(rows[i], _column_weight(i, sixteenths)); };
+    const auto part = [&](int32_t i) OZR_INLINED_STEP {
+        return _product(rows[i], _column_weight(cubic.of[i], sixteenths));
+    };
     return vqaddq_s16(vqaddq_s16(part(1), vaddq_s16(part(0), part(3))), part(2));
 }
 
-OZR_INLINED int16x8_t _luma_samples(const DrawStart& start, int64_t stride, int16x8_t x, int16x8_t y)
+OZR_INLINED int16x8_t _luma_samples(const DrawStart& start, int64_t stride, int16x8_t x, int16x8_t y,
+                                    const Cubic& cubic)
 {
-    const Taps taps = _taps(x);
+    const Taps taps = _taps(x, cubic);
     switch (start.turn) {
     case 0:
-        return _luma_samples<0>(start.src, stride, taps, y);
+        return _luma_samples<0>(start.src, stride, taps, y, cubic);
     case 1:
-        return _luma_samples<1>(start.src, stride, taps, y);
+        return _luma_samples<1>(start.src, stride, taps, y, cubic);
     default:
-        return _luma_samples<kMostTurn>(start.src, stride, taps, y);
+        return _luma_samples<kMostTurn>(start.src, stride, taps, y, cubic);
     }
 }
 
@@ -194,6 +193,7 @@ int16x8_t _chroma_samples(const DrawStart& start, int64_t stride, int16x8_t x, i
 void draw_luma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
 {
     const int16x8_t steps = _ramp(0, 2048, 1);
+    const Cubic cubic(kDrawCubic[plane.softness]);
     const DrawLimits<LumaShape> limits(plane);
     for (int32_t b = 0; b < blocks; ++b, dst += kDrawBlock) {
         const DrawNodes here = {nodes.x + b, nodes.y + b, nodes.gain + b, {nodes.shift[0] + b, nullptr}};
@@ -204,7 +204,7 @@ void draw_luma_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes,
         }
         const int16x8_t x = _on_the_way(start.x, start.step_x, steps);
         const int16x8_t y = _on_the_way(start.y, start.step_y, steps);
-        _store_finished(dst, _luma_samples(start, limits.stride, x, y), _between(here.gain, steps),
+        _store_finished(dst, _luma_samples(start, limits.stride, x, y, cubic), _between(here.gain, steps),
                         _between(here.shift[0], steps));
     }
 }

@@ -55,15 +55,11 @@ inline uint8x16_t woven(uint8x8_t a, uint8x8_t b)
     return vqtbl1q_u8(vcombine_u8(a, b), vld1q_u8(kTurns));
 }
 
-// The upper halves multiplied; and subtracted from a sum. The compiler knows these from halves
-// taken apart, but not where they are used more than once.
-inline uint16x8_t high_multiplied(uint8x16_t a, uint8x16_t b)
+// The upper halves multiplied and added to a sum. The compiler knows this from halves taken apart,
+// but not where they are used more than once.
+inline int16x8_t plus_high_multiplied(int16x8_t sum, int8x16_t a, int8x16_t b)
 {
-    return vmull_high_u8(a, b);
-}
-inline uint16x8_t less_high_multiplied(uint16x8_t sum, uint8x16_t a, uint8x16_t b)
-{
-    return vmlsl_high_u8(sum, a, b);
+    return vmlal_high_s8(sum, a, b);
 }
 
 // Sums of neighbours: those of `a`, then those of `b`.
@@ -113,13 +109,9 @@ inline uint8x16_t woven(uint8x8_t a, uint8x8_t b)
     return vcombine_u8(both.val[0], both.val[1]);
 }
 
-inline uint16x8_t high_multiplied(uint8x16_t a, uint8x16_t b)
+inline int16x8_t plus_high_multiplied(int16x8_t sum, int8x16_t a, int8x16_t b)
 {
-    return vmull_u8(vget_high_u8(a), vget_high_u8(b));
-}
-inline uint16x8_t less_high_multiplied(uint16x8_t sum, uint8x16_t a, uint8x16_t b)
-{
-    return vmlsl_u8(sum, vget_high_u8(a), vget_high_u8(b));
+    return vmlal_s8(sum, vget_high_s8(a), vget_high_s8(b));
 }
 
 inline int32x4_t neighbours_added(int32x4_t a, int32x4_t b)

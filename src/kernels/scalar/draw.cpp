@@ -46,12 +46,13 @@ int32_t _luma_sample(const DrawPlane& plane, int32_t x, int32_t y)
 {
     const int32_t across = x & (kStepOne - 1), down = y & (kStepOne - 1);
     const uint8_t* src = plane.src + ((y >> kStepBits) - 1) * plane.stride + (x >> kStepBits) - 1;
+    const auto& weights = kDrawCubic[plane.softness];
     int32_t parts[4];
     for (int32_t i = 0; i < 4; ++i, src += plane.stride) {
         int32_t line = 0;
         for (int32_t j = 0; j < 4; ++j)
-            line += src[j] * kDrawCubic[j][across];
-        parts[i] = (std::min<int32_t>(INT16_MAX, line) * kDrawCubic[i][down] + 64) >> 7;
+            line += src[j] * weights[j][across];
+        parts[i] = (std::min<int32_t>(INT16_MAX, line) * weights[i][down] + 64) >> 7;
     }
     return _within_16_bits(_within_16_bits(parts[1] + (parts[0] + parts[3])) + parts[2]);
 }

@@ -302,8 +302,7 @@ class DrawLuma : DrawRows<V, LumaShape>
 
     Words steps_ = Base::half_ramp();
     typename Base::Ramp ramp_ = Base::ramp();
-    Vector weights_[4] = {V::repeated(kDrawCubic[0]), V::repeated(kDrawCubic[1]), V::repeated(kDrawCubic[2]),
-                          V::repeated(kDrawCubic[3])};
+    Vector weights_[4];
 
     // Horizontal weights of a pixel, in pairs of bytes: of its first two taps, and of the last two.
     // And which bytes these are.
@@ -341,6 +340,11 @@ class DrawLuma : DrawRows<V, LumaShape>
         }
     }
 
+    explicit DrawLuma(const int8_t (&cubic)[4][16])
+        : weights_{V::repeated(cubic[0]), V::repeated(cubic[1]), V::repeated(cubic[2]), V::repeated(cubic[3])}
+    {
+    }
+
 public:
     template <int32_t kTurn, bool kLimited = false>
     void draw(uint8_t* dst, const DrawPlane& plane, const DrawStarts& starts, int32_t b,
@@ -365,8 +369,9 @@ public:
     template <DrawLumaRow* kBelow>
     static void draw_row(uint8_t* dst, const DrawPlane& plane, const DrawNodes& nodes, int32_t blocks)
     {
-        Base::template draw_all<kBelow>(
-            dst, plane, {nodes.x, nodes.y, nodes.gain, {nodes.shift[0], nodes.shift[0]}}, blocks, DrawLuma());
+        Base::template draw_all<kBelow>(dst, plane,
+                                        {nodes.x, nodes.y, nodes.gain, {nodes.shift[0], nodes.shift[0]}},
+                                        blocks, DrawLuma(kDrawCubic[plane.softness]));
     }
 };
 
