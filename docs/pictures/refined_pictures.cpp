@@ -220,7 +220,7 @@ Picture matches(const JoinedSweep& sweep)
 Pinhole pinhole(const JoinedSweep& sweep, int32_t index)
 {
     const ozr::session::CameraRecord& camera = sweep.record.cameras[index];
-    Pinhole pinhole = {{}, camera.focal, camera.radial};
+    Pinhole pinhole = {{}, camera.focal, camera.radial, camera.skew.stretch, camera.skew.shear};
     std::copy_n(camera.rotation, 9, pinhole.rotation);
     return pinhole;
 }

@@ -5,6 +5,7 @@
 
 #include "refined/adjust.h"
 #include "refined/normal_equations.h"
+#include "refined/residual.h"
 
 namespace ozr::refined
 {
@@ -15,6 +16,8 @@ constexpr int32_t kSkewUnknowns = 2;
 
 // A task with the places of its unknowns.
 struct Problem : AdjustTask {
+    LensFreedom freedom;
+
     int32_t unknowns() const
     {
         return skew_index(0) + (freedom == kShutterToo ? kSkewUnknowns * pictures : 0);

@@ -1,7 +1,8 @@
-// The parts of drawing, each against its plain meaning.
+// The parts of matching and drawing, each against its plain meaning.
 #include <gtest/gtest.h>
 
 #include "refined/crop.h"
+#include "refined/patch_fit.h"
 #include "refined/picture.h"
 #include "refined/simulated_camera.h"
 #include "refined/view.h"
@@ -59,6 +60,30 @@ TEST(View, PlacesAndRaysAreInverse)
         int16_t gain;
         EXPECT_LT(view.place({sine(kPi + 0.7), cosine(kPi + 0.7)}, 0, &gain).x, 0);  // behind
     }
+}
+
+// Two pictures of one place, of which the second grows darker to the left and to the top.
+TEST(PatchFit, TakesLightThatIsKnownForNoShift)
+{
+    constexpr int32_t kSide = 40, kMiddle = kSide / 2;
+    const PatchFade fade = {0.010, 0.006};
+    uint8_t first[kSide * kSide], second[kSide * kSide];
+    for (int32_t y = 0; y < kSide; ++y) {
+        for (int32_t x = 0; x < kSide; ++x) {
+            const double light = 120 + 12 * std::sin(0.4 * x + 0.1 * y) + 12 * std::sin(0.1 * x - 0.5 * y);
+            const double grown = 1 + fade.right * (x - kMiddle) + fade.down * (y - kMiddle);
+            first[y * kSide + x] = static_cast<uint8_t>(light + 0.5);
+            second[y * kSide + x] = static_cast<uint8_t>(light * grown + 0.5);
+        }
+    }
+    const ConstPlane before = {first, kSide, kSide, kSide}, after = {second, kSide, kSide, kSide};
+    const auto shift = [&](const PatchFade& known) {
+        PatchTask task = {&before, &after, kMiddle, kMiddle, kMiddle, kMiddle, {1, 0, 0, 1}, known};
+        EXPECT_GT(fit_patch(&task, 2), 0.8);
+        return std::hypot(task.second_x - kMiddle, task.second_y - kMiddle);
+    };
+    EXPECT_LT(shift(fade), 0.01);
+    EXPECT_GT(shift({0, 0}), 0.1);
 }
 
 // Against every rectangle, on random coverage.
