@@ -48,20 +48,20 @@ constexpr double kDone = 1e-6;  // relative gain of a step that ends a stage
 
 constexpr double kRidge = 1e-9;  // keeps unknowns that nothing depends on at rest
 
-bool _step(const NormalEquations& equations, double damping, NormalEquations* scratch, double* step)
+bool _step(const Equations& equations, double damping, Equations* scratch, double* step)
 {
     *scratch = equations;
     for (int32_t i = 0; i < scratch->unknowns; ++i)
         scratch->matrix[i][i] += damping * scratch->matrix[i][i] + kRidge;
-    return solve_equations(scratch, step);
+    return scratch->solve(step);
 }
 
 // Two sets of equations and a copy to decompose, too large together for the stack of
 // a small thread.
 struct Workspace {
-    NormalEquations here;
-    NormalEquations there;
-    NormalEquations scratch;
+    Equations here;
+    Equations there;
+    Equations scratch;
 };
 
 struct Descent {
@@ -74,7 +74,7 @@ struct Descent {
 PanoResult _descend(const Descent& descent, const Stage& stage, Lenses* lenses, double* reached_cost)
 {
     const Problem& problem = descent.problem;
-    NormalEquations *here = &descent.work->here, *there = &descent.work->there;
+    Equations *here = &descent.work->here, *there = &descent.work->there;
     double damping = kFirstDamping;
     double& cost = *reached_cost;
     cost = set_up(problem, *lenses, stage.width, here);

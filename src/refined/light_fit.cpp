@@ -1,7 +1,5 @@
 #include "refined/light_fit.h"
 
-#include <cmath>
-
 #include "refined/elementary.h"
 
 namespace ozr::refined
@@ -19,8 +17,9 @@ constexpr double kExposurePrior = 0.1;
 LightRound::LightRound(int32_t pictures, double falloff_prior, const LightSolution& so_far, double scale)
     : pictures_(pictures), so_far_(so_far), scale_(scale)
 {
+    equations_.unknowns = pictures + kTerms;
     for (int32_t i = 0; i < pictures + kTerms; ++i)
-        matrix_[i][i] = i < pictures ? kExposurePrior : falloff_prior;
+        equations_.matrix[i][i] = i < pictures ? kExposurePrior : falloff_prior;
 }
 
 // The equations of the two pictures' unknowns are at hand while places are added.
@@ -34,8 +33,8 @@ void LightRound::add(int32_t a, int32_t b, const Light* in_a, const Light* in_b,
     double right[kPairUnknowns];
     for (int32_t i = 0; i < kPairUnknowns; ++i) {
         for (int32_t j = 0; j <= i; ++j)
-            matrix[i][j] = matrix_[places[i]][places[j]];
-        right[i] = right_[places[i]];
+            matrix[i][j] = equations_.matrix[places[i]][places[j]];
+        right[i] = equations_.right[places[i]];
     }
     for (int32_t n = 0; n < count; ++n) {
         if (in_a[n].level == 0.0F || in_b[n].level == 0.0F)
@@ -56,36 +55,19 @@ void LightRound::add(int32_t a, int32_t b, const Light* in_a, const Light* in_b,
     }
     for (int32_t i = 0; i < kPairUnknowns; ++i) {
         for (int32_t j = 0; j <= i; ++j)
-            matrix_[places[i]][places[j]] = matrix[i][j];
-        right_[places[i]] = right[i];
+            equations_.matrix[places[i]][places[j]] = matrix[i][j];
+        equations_.right[places[i]] = right[i];
     }
 }
 
-// By Cholesky's method; priors keep the matrix far from singular.
+// Priors keep the matrix far from singular.
 LightSolution LightRound::solve()
 {
-    const int32_t count = pictures_ + kTerms;
-    for (int32_t j = 0; j < count; ++j) {
-        for (int32_t i = j; i < count; ++i) {
-            double sum = matrix_[i][j];
-            for (int32_t k = 0; k < j; ++k)
-                sum -= matrix_[i][k] * matrix_[j][k];
-            matrix_[i][j] = i == j ? std::sqrt(sum) : sum / matrix_[j][j];
-        }
-    }
-    for (int32_t i = 0; i < count; ++i) {
-        for (int32_t k = 0; k < i; ++k)
-            right_[i] -= matrix_[i][k] * right_[k];
-        right_[i] /= matrix_[i][i];
-    }
-    for (int32_t i = count - 1; i >= 0; --i) {
-        for (int32_t k = i + 1; k < count; ++k)
-            right_[i] -= matrix_[k][i] * right_[k];
-        right_[i] /= matrix_[i][i];
-    }
+    double numbers[kUnknowns] = {};
+    equations_.solve(numbers);
     LightSolution solution = {};
-    std::copy_n(right_, pictures_, solution.exposures);
-    solution.falloff = {right_[pictures_], right_[pictures_ + 1]};
+    std::copy_n(numbers, pictures_, solution.exposures);
+    solution.falloff = {numbers[pictures_], numbers[pictures_ + 1]};
     return solution;
 }
 

@@ -12,6 +12,7 @@
 
 #include "base/limits.h"
 #include "base/plane.h"
+#include "refined/normal_equations.h"
 #include "refined/view.h"
 
 namespace ozr::refined
@@ -47,9 +48,7 @@ private:
     int32_t pictures_;
     const LightSolution& so_far_;
     double scale_;
-    // Normal equations, of which the lower triangle is kept.
-    double matrix_[kUnknowns][kUnknowns] = {};
-    double right_[kUnknowns] = {};
+    NormalEquations<kUnknowns> equations_ = {};
 };
 
 // `add_all(&round)` adds all places to a round. A lens loses little: `falloff_prior` places say so,
