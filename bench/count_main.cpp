@@ -1,6 +1,6 @@
 // usage: ozr_count kernels|sweeps
-// Runs every kernel, or whole sweeps, at every level of this machine between marks that count_plugin.c knows, and prints a
-// line for each: what, level, pixels.
+// Runs every kernel, or whole sweeps, at every level of this machine between marks that
+// count_plugin.c knows, and prints a line for each: what, level, pixels.
 #include <unistd.h>
 
 #include <cstdio>

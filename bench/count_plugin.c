@@ -1,7 +1,8 @@
-/* A plugin for qemu-user that counts the instructions which a program executes from one mark to the next. A mark is a call
- * of getppid(), which nothing else needs. Arguments: out=FILE, which gets a number a mark; blocks=on, which follow it: how
- * often each was executed, its function, and its machine code. A block runs from a target of jumps to the next jump.
- * Debian's package has no qemu-plugin.h: what is used of it is declared here. */
+/* A plugin for qemu-user that counts the instructions which a program executes from one mark to the
+ * next. A mark is a call of getppid(), which nothing else needs. Arguments: out=FILE, which gets a
+ * number a mark; blocks=on, which follow it: how often each was executed, its function, and its
+ * machine code. A block runs from a target of jumps to the next jump. Debian's package has no
+ * qemu-plugin.h: what is used of it is declared here. */
 #include <inttypes.h>
 #include <stdbool.h>
 #include <stdio.h>

@@ -29,7 +29,7 @@ public:
         if (!out.empty())
             return;
         Random random(static_cast<uint32_t>(width));
-        zeros.resize(static_cast<size_t>(width) * static_cast<size_t>(height) * 2);  // of which all sums fit
+        zeros.resize(static_cast<size_t>(width) * static_cast<size_t>(height) * 2);  // all sums fit
         for (Bytes* bytes : {&a, &b, &c, &out}) {
             bytes->resize(static_cast<size_t>(width) * static_cast<size_t>(height) * 4);
             for (uint8_t& byte : *bytes)

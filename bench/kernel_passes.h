@@ -1,4 +1,5 @@
-// A pass of each kernel over a picture, at every level that has a function of its own: what is timed, and counted.
+// A pass of each kernel over a picture, at every level that has a function of its own:
+// what is timed, and counted.
 #ifndef KERNEL_PASSES_H
 #define KERNEL_PASSES_H
 

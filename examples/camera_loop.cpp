@@ -1,5 +1,5 @@
-// Sweeps with PanoramaLoop, most of them cancelled. A camera application has its own camera instead of the
-// one below, which pans along a painted wall.
+// Sweeps with PanoramaLoop, most of them cancelled. A camera application has its own camera instead
+// of the one below, which pans along a painted wall.
 #include "panorama_loop.h"
 
 #include <ozr_log.h>
@@ -12,7 +12,7 @@ namespace
 {
 
 constexpr int32_t kWidth = 320, kHeight = 240, kStep = 8, kPositions = 40;
-constexpr int32_t kWall = kWidth + kStep * kPositions;  // its width, and the stride of every view of it
+constexpr int32_t kWall = kWidth + kStep * kPositions;  // its width, and the stride of its views
 
 // Brightness that changes smoothly from spot to spot.
 std::vector<uint8_t> painted_wall()
@@ -78,7 +78,8 @@ public:
         return columns_;
     }
 
-    // A sweep that the user thinks better of as soon as so many pictures were taken: the last is being added.
+    // A sweep that the user thinks better of as soon as so many pictures were
+    // taken: the last is being added.
     void cancelled_sweep(int32_t pictures)
     {
         start();

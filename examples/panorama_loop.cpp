@@ -125,8 +125,8 @@ bool PanoramaLoop::end_sweep()
     return true;
 }
 
-// Makes a call that a reset from another thread may end. The mutex is free meanwhile, and taken again before anything
-// else is done with the session: a reset that has begun is waited for.
+// Makes a call that a reset from another thread may end. The mutex is free meanwhile, and taken
+// again before anything else is done with the session: a reset that has begun is waited for.
 template <class Call>
 ozr_err PanoramaLoop::interruptibly(Call call)
 {
@@ -150,7 +150,7 @@ ozr_err PanoramaLoop::begin(ozr_panorama_direction direction, ozr_panorama_quali
         error = ozr_panorama_set_parameters(pano_.get(), &parameters);
     }
     if (error == ozr_success)
-        error = ozr_panorama_set_quality(pano_.get(), quality);  // the reset took the last one along
+        error = ozr_panorama_set_quality(pano_.get(), quality);  // the reset has changed it
     if (error == ozr_success)
         listener_->take_picture(working_on_);
     return error;

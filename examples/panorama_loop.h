@@ -1,8 +1,9 @@
 // Stitches sweep after sweep while a camera delivers previews and pictures on threads of its own.
 //
-// The library works on its callers' threads and takes no lock: one thread has to make all calls of a session. Here that
-// is a thread of the loop's own; everyone else leaves tasks for it. Cancelling is the exception: ozr_panorama_reset may
-// come from any thread, but only while a picture behind the first is added or the panorama composed.
+// The library works on its callers' threads and takes no lock: one thread has to make all calls of
+// a session. Here that is a thread of the loop's own; everyone else leaves tasks for it. Cancelling
+// is the exception: ozr_panorama_reset may come from any thread, but only while a picture behind
+// the first is added or the panorama composed.
 #ifndef PANORAMA_LOOP_H
 #define PANORAMA_LOOP_H
 
@@ -24,9 +25,11 @@ public:
     {
     public:
         virtual ~Listener() = default;
-        /** The camera is to take a picture and to pass it to add_picture with the sweep's number. */
+        /** The camera is to take a picture and to pass it to add_picture with
+            the sweep's number. */
         virtual void take_picture(uint32_t sweep) = 0;
-        /** The panorama is done, or failed (then it is null). Its pixels are valid until the call returns. */
+        /** The panorama is done, or failed (then it is null). Its pixels are
+            valid until the call returns. */
         virtual void finished(ozr_err error, const ozr_image* panorama) = 0;
     };
 
@@ -37,10 +40,11 @@ public:
     PanoramaLoop(const PanoramaLoop&) = delete;
     PanoramaLoop& operator=(const PanoramaLoop&) = delete;
 
-    // From any thread. Images are copied; nobody waits for the library, but that a cancelled call needs some
-    // milliseconds, at worst a second, to notice.
+    // From any thread. Images are copied; nobody waits for the library, but that a cancelled call
+    // needs some milliseconds, at worst a second, to notice.
 
-    /** Begins a sweep, instead of the present one if there is one. Classic takes the least memory. */
+    /** Begins a sweep, instead of the present one if there is one. Classic
+        takes the least memory. */
     void start(ozr_panorama_direction direction, ozr_panorama_quality quality = ozr_panorama_quality_refined);
     /** @return false when the frame was left out: there is no sweep, or the loop is behind. */
     bool add_preview(const ozr_image& frame);
@@ -48,7 +52,8 @@ public:
     void add_picture(uint32_t sweep, const ozr_image& picture);
     /** Ends the sweep: the panorama follows. */
     void finish();
-    /** Ends the sweep without a panorama. A call of the listener that is under way may still come to its end. */
+    /** Ends the sweep without a panorama. A call of the listener that is under
+        way may still come to its end. */
     void cancel();
 
 private:

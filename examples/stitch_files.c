@@ -4,8 +4,8 @@
  *     ffmpeg -i sweep.mp4 frame%03d.ppm
  *     stitch_files panorama.ppm frame*.ppm
  *
- * Every frame is shown to the library as a preview, and handed over as a picture when the library asks for one. The
- * files are binary PPM without comments, which needs no other library.
+ * Every frame is shown to the library as a preview, and handed over as a picture when the library
+ * asks for one. The files are binary PPM without comments, which needs no other library.
  */
 #include <ozr_log.h>
 #include <ozr_panorama.h>
@@ -13,7 +13,8 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-/* Makes `rgba` the picture of a PPM file, without its last column or row where their number is odd: NV12 has none. */
+/* Makes `rgba` the picture of a PPM file, without its last column or row where their
+ * number is odd: NV12 has none. */
 static int read_ppm(const char* path, ozr_image* rgba)
 {
     int width = 0, height = 0, max = 0;

@@ -32,7 +32,8 @@ void _require_side(int32_t side)
 
 }  // namespace
 
-// In the place of the commands' own: the linker takes no second definition out of the program's parts.
+// In the place of the commands' own: the linker takes no second definition
+// out of the program's parts.
 namespace ozr_pano
 {
 

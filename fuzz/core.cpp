@@ -41,9 +41,9 @@ private:
             &core_->proj);  // initialising once more replaces the tables without releasing them
         const uint8_t choice = input_->byte();
         if (choice % 4 < 2)
-            ozr::ignore(ozr::core::prepare(core_, choice % 2, width, height, stride));
+            fuzz_note(int32_t{ozr::core::prepare(core_, choice % 2, width, height, stride)});
         else
-            panorama_core_init(core_, choice % 2, width, height, stride);
+            fuzz_note(panorama_core_init(core_, choice % 2, width, height, stride));
         next_ = 0;
     }
 
@@ -62,9 +62,16 @@ private:
         paint.x += 40 * index;
         WorkingPicture picture = fuzz_working_picture(record, paint, *input_);
         picture.block.release();
-        const int32_t result = panorama_core_add_input(core_, &picture.img, index, x, y);
+        const int32_t result = fuzz_note(panorama_core_add_input(core_, &picture.img, index, x, y));
+        fuzz_read_all(core_->offsets, sizeof(core_->offsets));
         PanoImg_Destroy(&picture.img);
         return result;
+    }
+
+    void hand_over_anywhere(const PanoImg& record, int32_t index)
+    {
+        const int32_t x = input_->number(), y = input_->number();
+        hand_over(record, index, x, y);
     }
 
     void add_picture(uint8_t choice)
@@ -80,8 +87,8 @@ private:
     {
         PanoImg output = {};
         const int32_t count = input_->flag() ? next_ : input_->between(-1, kMaxPictures + 1);
-        if (panorama_core_panorama(core_, count, &output) == 0)
-            fuzz_read_all(output.data, output.size);
+        fuzz_note(panorama_core_panorama(core_, count, &output));
+        fuzz_note_image(output);
         PanoImg_Destroy(&output);
     }
 
@@ -94,6 +101,13 @@ private:
         if (width > 0 && height > 0 && pixels > kMaxPixels && pixels <= INT32_MAX / 16)
             return;
         initialise(width, height, stride);
+    }
+
+    void configure()
+    {
+        const int32_t id = input_->between(-1, 1);
+        fuzz_note(panorama_core_set_param(core_, id, static_cast<uint32_t>(input_->number())));
+        fuzz_note(panorama_core_get_param(core_, input_->between(-1, 1)));
     }
 
     void call_rarely(int which)
@@ -110,17 +124,13 @@ private:
             core_->cancel = 0;
             return;
         case 4:
-            hand_over(fuzz_working_record(input_, 200, 120), next_, input_->number(), input_->number());
-            return;
+            return hand_over_anywhere(fuzz_working_record(input_, 200, 120), next_);
         case 5:
-            hand_over(record_, input_->between(-1, kMaxPictures), input_->number(), input_->number());
-            return;
+            return hand_over_anywhere(record_, input_->between(-1, kMaxPictures));
         case 6:
-            panorama_core_set_param(core_, input_->between(-1, 1), static_cast<uint32_t>(input_->number()));
-            panorama_core_get_param(core_, input_->between(-1, 1));
-            return;
+            return configure();
         default:
-            panorama_core_add_input(core_, nullptr, next_, 0, 0);
+            fuzz_note(panorama_core_add_input(core_, nullptr, next_, 0, 0));
             panorama_core_destroy(core_);
             panorama_core_create(&core_);
             next_ = 0;

@@ -55,58 +55,55 @@ private:
     {
         const WorkingPicture next = picture();
         if (engine_->count == 0)
-            panorama_engine_start_capture(engine_, &next.img);
+            fuzz_note(panorama_engine_start_capture(engine_, &next.img));
         if (choice % 8 == 0 || engine_->direction == kDirectionUndecided)
             engine_->direction = static_cast<PanoDirection>(choice % 5);
-        const int32_t index = panorama_engine_prepare_stitch(engine_);
+        const int32_t index = fuzz_note(panorama_engine_prepare_stitch(engine_));
         const ozr_point step = {input_->between(-100, 100), input_->between(-100, 100)};
-        panorama_engine_set_image(engine_, &next.img, index, &step);
+        fuzz_note(panorama_engine_set_image(engine_, &next.img, index, &step));
         position_ = {position_.x + step.x, position_.y + step.y};
     }
 
     void process_frame()
     {
-        const WorkingPicture frame = input_->flag()
-                                         ? picture()
-                                         : fuzz_working_picture(fuzz_working_record(input_, 340, 250),
-                                                                fuzz_working_paint(input_), *input_);
-        panorama_engine_process_frame(engine_, &frame.img);
+        const WorkingPicture frame = input_->flag() ? picture() : fuzz_any_picture(input_, 340, 250);
+        fuzz_note(panorama_engine_process_frame(engine_, &frame.img));
+        fuzz_note(engine_->direction);
+        fuzz_note(engine_->motion);
     }
 
-    void read_output()
+    void compose()
     {
-        const PanoImg& output = engine_->out_img;
-        if (output.data != nullptr)
-            fuzz_read_all(output.data, output.size);
+        fuzz_note(panorama_engine_process_synthesis(engine_));
+        fuzz_note_image(engine_->out_img);
     }
 
     void control(int which)
     {
         switch (which) {
         case 0:
-            panorama_engine_cancel_process(engine_);
+            fuzz_note(panorama_engine_cancel_process(engine_));
             return;
         case 1:
             panorama_engine_cancel_process_async(engine_);
             return;
         case 2:
-            panorama_engine_init(engine_);
+            fuzz_note(panorama_engine_init(engine_));
             return;
         case 3:
             panorama_engine_destroy(&engine_);
             panorama_engine_create(&engine_);
             return;
         case 4:
-            panorama_engine_stop_capture(engine_);
+            fuzz_note(panorama_engine_stop_capture(engine_));
             return;
         case 5:
-            panorama_engine_check_ready_to_destroy(engine_);
-            panorama_engine_get_process_status(engine_);
+            fuzz_note(panorama_engine_check_ready_to_destroy(engine_));
+            fuzz_note(panorama_engine_get_process_status(engine_));
             return;
         default:
-            panorama_engine_stop_capture(engine_);
-            panorama_engine_process_synthesis(engine_);
-            return read_output();
+            fuzz_note(panorama_engine_stop_capture(engine_));
+            return compose();
         }
     }
 
@@ -115,38 +112,37 @@ private:
     {
         const ozr_point offset = {input_->number(), input_->number()};
         const int32_t index = input_->flag() ? input_->between(-1, kMaxPictures) : input_->number();
-        const WorkingPicture odd =
-            fuzz_working_picture(fuzz_working_record(input_, 160, 120), fuzz_working_paint(input_), *input_);
+        const WorkingPicture odd = fuzz_any_picture(input_, 160, 120);
         const WorkingPicture usual = picture();
         switch (which) {
         case 0:
-            panorama_engine_start_capture(engine_, &odd.img);
+            fuzz_note(panorama_engine_start_capture(engine_, &odd.img));
             return;
         case 1:
-            panorama_engine_prepare_stitch(engine_);
+            fuzz_note(panorama_engine_prepare_stitch(engine_));
             return;
         case 2:
-            panorama_engine_set_image(engine_, &odd.img, index, &offset);
+            fuzz_note(panorama_engine_set_image(engine_, &odd.img, index, &offset));
             return;
         case 3:
-            panorama_engine_set_image(engine_, &usual.img, engine_->count - 1, &offset);
+            fuzz_note(panorama_engine_set_image(engine_, &usual.img, engine_->count - 1, &offset));
             return;
         case 4:
-            panorama_engine_process_synthesis(engine_);
-            return read_output();
+            return compose();
         default:
-            panorama_engine_set_image(engine_, &usual.img, index, nullptr);
-            panorama_engine_set_image(engine_, nullptr, index, &offset);
-            panorama_engine_process_frame(engine_, nullptr);
-            panorama_engine_start_capture(nullptr, &usual.img);
+            fuzz_note(panorama_engine_set_image(engine_, &usual.img, index, nullptr));
+            fuzz_note(panorama_engine_set_image(engine_, nullptr, index, &offset));
+            fuzz_note(panorama_engine_process_frame(engine_, nullptr));
+            fuzz_note(panorama_engine_start_capture(nullptr, &usual.img));
         }
     }
 
     void configure(int which)
     {
         const int32_t id = input_->number() % 4;
-        panorama_engine_set_param(engine_, id, which == 0 ? input_->number() : input_->between(0, 100));
-        panorama_engine_get_param(engine_, id);
+        fuzz_note(
+            panorama_engine_set_param(engine_, id, which == 0 ? input_->number() : input_->between(0, 100)));
+        fuzz_note(panorama_engine_get_param(engine_, id));
         if (which == 1)
             record_.width = input_->between(1, 160);
         if (which == 2)

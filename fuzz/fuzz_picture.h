@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "fuzz_digest.h"
 #include "fuzz_input.h"
 
 /** Above this, executions would become slow. */
@@ -25,7 +26,8 @@ inline ExactBlock exact_block(int64_t bytes)
     return ExactBlock(static_cast<uint8_t*>(malloc(static_cast<size_t>(std::max<int64_t>(bytes, 0)))));
 }
 
-/** What a picture shows: a texture without repetition (so that neighbours align), one value, or the input's bytes. */
+/** What a picture shows: a texture without repetition (so that neighbours align), one
+    value, or the input's bytes. */
 struct FuzzPaint {
     uint8_t kind = 0;
     uint8_t value = 0;
@@ -85,7 +87,8 @@ struct FuzzSize {
     int32_t height;
 };
 
-/** Of the pictures of a sweep: usually small, sometimes large enough for work that small ones do not need. */
+/** Of the pictures of a sweep: usually small, sometimes large enough for work
+    that small ones do not need. */
 inline FuzzSize fuzz_sweep_size(FuzzInput* input)
 {
     const uint8_t shape = input->byte();
@@ -105,22 +108,11 @@ inline int32_t fuzz_stride(int64_t row_bytes, int32_t padding)
     return static_cast<int32_t>(std::clamp<int64_t>(row_bytes + padding, INT32_MIN, INT32_MAX));
 }
 
-/** The bytes behind an honest record: none for a number that does not fit 32 bits or is negative. */
+/** The bytes behind an honest record: none for a number that does not fit 32
+    bits or is negative. */
 inline int64_t fuzz_honest_bytes(int64_t bytes)
 {
     return bytes < 0 || bytes > INT32_MAX ? 0 : bytes;
-}
-
-/** Keeps what is read from being optimised away. */
-inline volatile uint32_t g_fuzz_sink;
-
-/** Reads every byte, so that memory that is not there shows. */
-inline void fuzz_read_all(const uint8_t* data, int64_t bytes)
-{
-    uint32_t sum = 0;
-    for (int64_t i = 0; i < bytes; ++i)
-        sum += data[i];
-    g_fuzz_sink = sum;
 }
 
 #endif

@@ -9,10 +9,10 @@
 /** Has the library run with one of the kernel levels of this machine. */
 void fuzz_choose_kernels(FuzzInput* input);
 
-/** Turns logging on or off; lines are formatted and dropped. */
+/** Turns logging on or off. Lines of errors are noted, others formatted and dropped. */
 void fuzz_choose_logging(FuzzInput* input);
 
-/** A log hook that does so. */
+/** A log hook that does the latter. */
 void fuzz_drop_line(const char* format, va_list args);
 
 #endif

@@ -58,4 +58,11 @@ inline FuzzPaint fuzz_working_paint(FuzzInput* input)
     return {static_cast<uint8_t>(kind < 192 ? 0 : kind), kind, input->between(0, 255), kind};
 }
 
+/** Any picture: a record, then what it shows. */
+inline WorkingPicture fuzz_any_picture(FuzzInput* input, int32_t max_width, int32_t max_height)
+{
+    const PanoImg record = fuzz_working_record(input, max_width, max_height);
+    return fuzz_working_picture(record, fuzz_working_paint(input), *input);
+}
+
 #endif

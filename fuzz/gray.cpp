@@ -22,9 +22,13 @@ struct Plane {
     int32_t height = 0;
     int32_t stride = 0;
     ExactBlock block;
+    int64_t block_bytes = 0;
     uint8_t* data = nullptr;
 
-    /** Memory for `rows` rows; of the last one for `row_bytes` bytes or the whole stride. None when it is too much. */
+    void note() const { fuzz_read_all(block.get(), block_bytes); }
+
+    /** Memory for `rows` rows; of the last one for `row_bytes` bytes or the whole
+        stride. None when it is too much. */
     void allocate(int64_t row_bytes, int64_t rows, const FuzzInput& input, bool whole_rows = false)
     {
         const int64_t distance = std::abs(int64_t{stride});
@@ -33,6 +37,7 @@ struct Plane {
         if (bytes > kMaxFuzzBytes)
             return;
         block = exact_block(bytes);
+        block_bytes = bytes;
         data = block.get() + (stride < 0 && bytes > 0 ? (rows - 1) * distance : 0);
         fuzz_paint(block.get(), bytes, distance, {0, 0, 3, 5}, input);
     }
@@ -102,22 +107,24 @@ void _resize(FuzzInput* input)
     switch (kResizer) {
     case Resizer::kNearest:
     case Resizer::kBilinear:
-        resize(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height, src_stride);
-        return;
+        fuzz_note(
+            resize(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height, src_stride));
+        break;
     case Resizer::kCropNearest:
     case Resizer::kCropBilinear:
     case Resizer::kCropRgb:
-        crop_resize(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height, src_stride,
-                    &crop);
-        return;
+        fuzz_note(crop_resize(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height,
+                              src_stride, &crop));
+        break;
     case Resizer::kTurnCropped:
-        rotate_crop_resize_grayimage_nn(dst.data, dst.width, dst.height, dst_stride, src.data, src.width,
-                                        src.height, src_stride, &crop, input->number());
-        return;
+        fuzz_note(rotate_crop_resize_grayimage_nn(dst.data, dst.width, dst.height, dst_stride, src.data,
+                                                  src.width, src.height, src_stride, &crop, input->number()));
+        break;
     case Resizer::kTurn:
-        rotate_grayimage_eighth(dst.data, dst.width, dst.height, dst_stride, src.data, src.width, src.height,
-                                src_stride, input->between(-1, 8));
+        fuzz_note(rotate_grayimage_eighth(dst.data, dst.width, dst.height, dst_stride, src.data, src.width,
+                                          src.height, src_stride, input->between(-1, 8)));
     }
+    dst.note();
 }
 
 /** The bytes in the source from one row of a sampled picture to the next. */
@@ -148,8 +155,10 @@ void _sample(FuzzInput* input)
     const int64_t dst_bytes = out_height > 0 ? (out_height - 1) * dst_stride + out_width : 0;
     const ExactBlock src = exact_block(src_bytes), dst = exact_block(dst_bytes);
     fuzz_paint(src.get(), src_bytes, stride, {}, *input);
-    sample_image_by_n(dst.get(), dst_stride == out_width && input->flag() ? 0 : dst_stride, src.get(), width,
-                      height, stride == width && input->flag() ? 0 : stride, step_x, step_y);
+    const int32_t passed_dst_stride = dst_stride == out_width && input->flag() ? 0 : dst_stride;
+    const int32_t passed_stride = stride == width && input->flag() ? 0 : stride;
+    fuzz_note(sample_image_by_n(dst.get(), passed_dst_stride, src.get(), width, height, passed_stride, step_x,
+                                step_y));
     fuzz_read_all(dst.get(), dst_bytes);
 }
 
@@ -158,23 +167,13 @@ void _code_texture(FuzzInput* input)
     const uint32_t width = input->byte() % 90U, height = input->byte() % 60U;
     const ExactBlock src = exact_block(width * height), dst = exact_block(2 * int64_t{width} * height);
     fuzz_paint(src.get(), width * height, width, {input->byte(), 200, 0, 0}, *input);
-    image2mct(src.get(), width, height, reinterpret_cast<uint16_t*>(dst.get()));
+    fuzz_note(image2mct(src.get(), width, height, reinterpret_cast<uint16_t*>(dst.get())));
+    fuzz_read_all(dst.get(), 2 * int64_t{width} * height);
 }
 
-void _warp(FuzzInput* input)
+/** Of a picture whose rows are blocks of their own. */
+void _warp_rows(FuzzInput* input, const int32_t* at)
 {
-    int32_t at[8];
-    const bool anywhere = input->byte() >= 192;
-    for (int32_t& coordinate : at)
-        coordinate = anywhere ? input->number() : input->between(-20, 90);
-    Plane dst = _choose_plane(input, 1, true), src = _choose_plane(input, 1, true);
-    dst.allocate(dst.width, dst.height, *input);
-    src.allocate(src.width, src.height, *input, true);  // padding is read as pixels
-    warp_image_by_2points(dst.data, dst.width, dst.height, _or_zero(dst, input), src.data, src.width,
-                          src.height, _or_zero(src, input), at[0], at[1], at[2], at[3], at[4], at[5], at[6],
-                          at[7]);
-    int32_t x = 0, y = 0;
-    ozr_warp_point_by_2points(at[0], at[7], at[0], at[1], at[2], at[3], &x, &y, at[4], at[5], at[6], at[7]);
     Plane packed;
     packed.width = packed.stride = input->between(-1, 60);
     packed.height = input->between(-1, 40);
@@ -186,11 +185,37 @@ void _warp(FuzzInput* input)
         blocks.push_back(exact_block(columns));
         row_starts.push_back(blocks.back().get());
     }
-    ozr_warp_image_by_2points_uc_scale(packed.data, packed.width, packed.height, at[0], at[1], at[2], at[3],
-                                       row_starts.data(), columns, rows, at[4], at[5], at[6], at[7]);
+    fuzz_note(ozr_warp_image_by_2points_uc_scale(packed.data, packed.width, packed.height, at[0], at[1],
+                                                 at[2], at[3], row_starts.data(), columns, rows, at[4], at[5],
+                                                 at[6], at[7]));
+    for (const ExactBlock& block : blocks)
+        fuzz_read_all(block.get(), columns);
 }
 
-/** Any numbers are allowed here: nothing may overflow where that is undefined, nor divide by zero, nor go on forever. */
+void _warp(FuzzInput* input)
+{
+    int32_t at[8];
+    const bool anywhere = input->byte() >= 192;
+    for (int32_t& coordinate : at)
+        coordinate = anywhere ? input->number() : input->between(-20, 90);
+    Plane dst = _choose_plane(input, 1, true), src = _choose_plane(input, 1, true);
+    dst.allocate(dst.width, dst.height, *input);
+    src.allocate(src.width, src.height, *input, true);  // padding is read as pixels
+    const int32_t dst_stride = _or_zero(dst, input), src_stride = _or_zero(src, input);
+    fuzz_note(warp_image_by_2points(dst.data, dst.width, dst.height, dst_stride, src.data, src.width,
+                                    src.height, src_stride, at[0], at[1], at[2], at[3], at[4], at[5], at[6],
+                                    at[7]));
+    dst.note();
+    int32_t x = 0, y = 0;
+    fuzz_note(ozr_warp_point_by_2points(at[0], at[7], at[0], at[1], at[2], at[3], &x, &y, at[4], at[5], at[6],
+                                        at[7]));
+    fuzz_note(x);
+    fuzz_note(y);
+    _warp_rows(input, at);
+}
+
+/** Any numbers are allowed here: nothing may overflow where that is undefined, nor divide
+    by zero, nor go on forever. */
 void _calculate(FuzzInput* input)
 {
     const int32_t a = input->number(), b = input->number(), c = input->number(), degrees = input->number();
@@ -199,34 +224,39 @@ void _calculate(FuzzInput* input)
     const ozr_rect s = {input->number(), input->number(), input->number(), input->number()};
     ozr_point out1 = {}, out2 = {};
     ozr_rect out = {};
-    ozr_math_cosi16_d(degrees);
-    ozr_math_sini16_d(degrees);
-    ozr_math_cos_tiny(degrees);
-    ozr_math_sin_tiny(degrees);
-    ozr_math_arctan(a, b);
-    ozr_math_sqrt(static_cast<uint32_t>(a));
-    ozr_math_normalize_angle(degrees);
-    ozr_rect_is_intersecting(&r, &s);
-    ozr_rect_get_intersecting_rect(&r, &s, &out);
-    ozr_rect_get_bounding_rect(&r, &s, &out);
-    ozr_rect_get_area(&r);
-    ozr_rect_get_intersecting_area(&r, &s);
+    for (const int32_t result :
+         {ozr_math_cosi16_d(degrees), ozr_math_sini16_d(degrees), ozr_math_cos_tiny(degrees),
+          ozr_math_sin_tiny(degrees), ozr_math_arctan(a, b), ozr_math_normalize_angle(degrees),
+          ozr_rect_is_intersecting(&r, &s), ozr_rect_get_area(&r), ozr_rect_get_intersecting_area(&r, &s),
+          ozr_point_inside_rect(&p, &r), ozr_point_dist(&p, &q)})
+        fuzz_note(result);
+    fuzz_note(ozr_math_sqrt(static_cast<uint32_t>(a)));
+    fuzz_note(ozr_rect_get_intersecting_rect(&r, &s, &out));
+    fuzz_note(out);
+    fuzz_note(ozr_rect_get_bounding_rect(&r, &s, &out));
+    fuzz_note(out);
     ozr_rect_rotate(&out, &r, &p, degrees);
+    fuzz_note(out);
     ozr_rect_scale(&out, &r, static_cast<uint32_t>(a), static_cast<uint32_t>(b));
-    ozr_point_inside_rect(&p, &r);
+    fuzz_note(out);
     ozr_point_rotate(&out1, &p, &q, degrees);
-    ozr_point_dist(&p, &q);
+    fuzz_note(out1);
     ozr_warp_strength_by_2points_i(&p, &q, &out1, &out2, degrees);
+    fuzz_note(out1);
+    fuzz_note(out2);
     ozr_warp_rotation_degree(&p, &out1, degrees);
-    ozr_rect_move(&r, a, c);
-    ozr_rect_clip(&r, &s);
+    fuzz_note(out1);
+    fuzz_note(ozr_rect_move(&r, a, c));
+    fuzz_note(ozr_rect_clip(&r, &s));
+    fuzz_note(r);
 }
 
 void _allocate(FuzzInput* input)
 {
     const uint32_t alignment = 1U << input->between(0, 15);
     const uint32_t small = static_cast<uint32_t>(input->between(0, 5000));
-    const uint32_t size = input->flag() ? small : 0U - small;  // the latter wraps to a small request
+    // The latter wraps around to a small request.
+    const uint32_t size = input->flag() ? small : 0U - small;
     const bool wraps = size + alignment + 2 < size;
     if (size != small && !wraps)
         return;
@@ -234,12 +264,17 @@ void _allocate(FuzzInput* input)
         ozr_free_aligned(block);
     if (void* block = ozr_calloc_aligned(input->byte() % 4U, size, alignment))
         ozr_free_aligned(block);
-    char text[40];
+    char text[40] = {};
     const ExactBlock src = exact_block(64);
     fuzz_paint(src.get(), 64, 64, {input->byte(), 1, 0, 0}, *input);
     src[63] = 0;
-    ozr_strncpy_s(text, input->byte() % 41U, reinterpret_cast<const char*>(src.get()), input->byte());
-    ozr_memcpy_s(text, input->byte() % 41U, src.get(), input->byte() % 65U);
+    uint32_t room = input->byte() % 41U, count = input->byte();
+    fuzz_note(ozr_strncpy_s(text, room, reinterpret_cast<const char*>(src.get()), count) != nullptr);
+    fuzz_read_all(text, sizeof(text));
+    room = input->byte() % 41U;
+    count = input->byte() % 65U;
+    fuzz_note(ozr_memcpy_s(text, room, src.get(), count) != nullptr);
+    fuzz_read_all(text, sizeof(text));
 }
 
 /** Some versions are null. */
@@ -252,9 +287,11 @@ void _compare_versions(FuzzInput* input)
         entries[i].version = input->byte() < 192 ? &versions[i] : nullptr;
     }
     const ozr_version* wanted = input->byte() < 192 ? &versions[0] : nullptr;
-    ozr_version_compare(wanted, entries[1].version);
-    ozr_version_is_matching(entries[2].version, wanted);
-    ozr_version_variety_get_matching_or_latest(wanted, entries, input->between(-1, 3));
+    fuzz_note(ozr_version_compare(wanted, entries[1].version));
+    fuzz_note(ozr_version_is_matching(entries[2].version, wanted));
+    const ozr_version_variety_entry* found =
+        ozr_version_variety_get_matching_or_latest(wanted, entries, input->between(-1, 3));
+    fuzz_note(found == nullptr ? -1 : static_cast<int32_t>(found - entries));
     ozr_free_aligned(nullptr);
     ozr_memcpy_s(nullptr, 4, &versions, 4);
     ozr_strncpy_s(nullptr, 4, "text", 4);

@@ -14,8 +14,9 @@ int64_t _row_bytes(const ozr_image& image)
     return int64_t{image.width} * ozr_image_get_channel(&image);
 }
 
-/** What a caller's record promises: the rows of its planes at its stride, and `size` where that is more. Where a stride
-    of 0 has a meaning, it is that of the width. A warp looks at neither the width nor the destination's format. */
+/** What a caller's record promises: the rows of its planes at its stride, and `size` where that is
+    more. Where a stride of 0 has a meaning, it is that of the width. A warp looks at neither the
+    width nor the destination's format. */
 int64_t _promised_bytes(const ozr_image& image)
 {
     if (image.height < 1)
@@ -50,6 +51,14 @@ public:
         const ozr_image* source = input_->byte() < 192 ? &wrapped_ : &made_[1 - choice % 2];
         if (source->data == nullptr || choice % 16 >= 14)
             return wrap_memory();
+        call_one(choice, source, image);
+        fuzz_note_image(*image);
+        fuzz_note_image(wrapped_);
+    }
+
+private:
+    void call_one(uint8_t choice, const ozr_image* source, ozr_image* image)
+    {
         switch (choice % 16) {
         case 0:
             ozr_image_destroy(image);
@@ -58,16 +67,16 @@ public:
         case 2:
             return create(image);
         case 3:
-            ozr_image_clone(source, image);
+            fuzz_note(ozr_image_clone(source, image));
             return;
         case 4:
-            ozr_image_copy(source, image);
+            fuzz_note(ozr_image_copy(source, image));
             return;
         case 5:
-            ozr_image_copy(image, &wrapped_);
+            fuzz_note(ozr_image_copy(image, &wrapped_));
             return;
         case 6:
-            ozr_image_hflip(&wrapped_);
+            fuzz_note(ozr_image_hflip(&wrapped_));
             return;
         case 7:
         case 8:
@@ -75,11 +84,10 @@ public:
         case 9:
             return warp(source, image);
         default:
-            ozr_image_convert(source, image, static_cast<ozr_image_format>(choice / 16 % 7));
+            fuzz_note(ozr_image_convert(source, image, static_cast<ozr_image_format>(choice / 16 % 7)));
         }
     }
 
-private:
     /** Memory of the caller's, of exactly the promised size. */
     void wrap_memory()
     {
@@ -118,9 +126,9 @@ private:
         if (longest_row > kMaxFuzzBytes && longest_row <= INT32_MAX)
             return;
         if (input_->flag())
-            ozr_image_recreate(image, width, height, stride, format);
+            fuzz_note(ozr_image_recreate(image, width, height, stride, format));
         else
-            ozr_image_create(image, width, height, stride, format, input_->word());
+            fuzz_note(ozr_image_create(image, width, height, stride, format, input_->word()));
         if (image->data != nullptr && image->size > 0)
             memset(image->data, 3, static_cast<size_t>(image->size));
     }
@@ -131,9 +139,9 @@ private:
         const bool usable = source->width > 0 && source->height > 0 && n > 0 && input_->flag();
         // One of the resulting size already is used whatever its format.
         if (usable && int64_t{source->width / n} * (source->height / n) < kMaxFuzzBytes / 4)
-            ozr_image_recreate(image, source->width / n, source->height / n, 0,
-                               static_cast<ozr_image_format>(input_->between(0, 6)));
-        ozr_image_sample_gray(image, source, n);
+            fuzz_note(ozr_image_recreate(image, source->width / n, source->height / n, 0,
+                                         static_cast<ozr_image_format>(input_->between(0, 6))));
+        fuzz_note(ozr_image_sample_gray(image, source, n));
     }
 
     void warp(const ozr_image* source, ozr_image* image)
@@ -143,7 +151,8 @@ private:
         for (int32_t& coordinate : at)
             coordinate = anywhere ? input_->number() : input_->between(-20, 100);
         ozr_image* target = input_->flag() && source != &wrapped_ ? &wrapped_ : image;
-        ozr_image_warp_by_2points(source, at[0], at[1], at[2], at[3], target, at[4], at[5], at[6], at[7]);
+        fuzz_note(ozr_image_warp_by_2points(source, at[0], at[1], at[2], at[3], target, at[4], at[5], at[6],
+                                            at[7]));
     }
 
     FuzzInput* input_;

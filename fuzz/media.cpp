@@ -49,7 +49,8 @@ std::vector<uint8_t> _rest(const FuzzInput& input)
     return {input.rest(), input.rest() + input.left()};
 }
 
-/** A picture and what is handed on of it: NV12 for the library and back, a file in the other format. */
+/** A picture and what is handed on of it: NV12 for the library and back, a
+    file in the other format. */
 void _read_picture(FuzzInput* input)
 {
     const std::vector<uint8_t> file = _rest(*input);
@@ -99,7 +100,8 @@ private:
     int descriptor_;
 };
 
-/** Where results go: into one folder of this process, in memory where the system has such a place. */
+/** Where results go: into one folder of this process, in memory where the
+    system has such a place. */
 const std::string& _result_folder()
 {
     static const std::string folder = [] {

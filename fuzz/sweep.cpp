@@ -96,9 +96,9 @@ private:
             config.version.patch = static_cast<uint16_t>(input_->between(0, 2));
             config.log_debug = fuzz_drop_line;
         }
-        ozr_panorama_create(oddity % 2 == 0 ? nullptr : &config, &handle_);
+        fuzz_note(ozr_panorama_create(oddity % 2 == 0 ? nullptr : &config, &handle_));
         if (oddity % 4 == 3)
-            ozr_panorama_set_quality(handle_, ozr_panorama_quality_refined);
+            fuzz_note(ozr_panorama_set_quality(handle_, ozr_panorama_quality_refined));
     }
 
     void choose_preview()
@@ -126,7 +126,8 @@ private:
         }
         PublicPicture picture = _make_picture(record_, choose_paint(), input_);
         const ozr_point offset = choice % 4 == 3 ? ozr_point{input_->number(), input_->number()} : step_;
-        ozr_panorama_stitch_one_image(handle_, &picture.image, choice % 2 == 0 ? nullptr : &offset);
+        fuzz_note(
+            ozr_panorama_stitch_one_image(handle_, &picture.image, choice % 2 == 0 ? nullptr : &offset));
         camera_ = {camera_.x + step_.x, camera_.y + step_.y};
     }
 
@@ -145,8 +146,10 @@ private:
     {
         ozr_point offset = {};
         ozr_panorama_direction direction = ozr_panorama_direction_auto;
-        if (ozr_panorama_detect_frame_to_stitch(handle_, preview, &offset, &direction) > 0)
+        if (fuzz_note(ozr_panorama_detect_frame_to_stitch(handle_, preview, &offset, &direction)) > 0)
             announced_ = offset;
+        fuzz_note(offset);
+        fuzz_note(direction);
     }
 
     ozr_image odd_record()
@@ -165,11 +168,17 @@ private:
         return record;
     }
 
+    PublicPicture odd_picture()
+    {
+        const ozr_image record = odd_record();
+        return _make_picture(record, choose_paint(), input_);
+    }
+
     void run()
     {
         ozr_image output = {};
-        if (ozr_panorama_run(handle_, &output) == ozr_success)
-            fuzz_read_all(output.data, output.size);
+        if (fuzz_note(ozr_panorama_run(handle_, &output)) == ozr_success)
+            fuzz_note_image(output);
     }
 
     void set_parameters()
@@ -178,28 +187,29 @@ private:
         params.overlapping_ratio = input_->flag() ? input_->between(45, 95) : input_->number();
         params.direction =
             static_cast<ozr_panorama_direction>(input_->flag() ? input_->between(0, 5) : input_->number());
-        ozr_panorama_set_parameters(handle_, &params);
-        ozr_panorama_get_parameters(handle_, &params);
+        fuzz_note(ozr_panorama_set_parameters(handle_, &params));
+        fuzz_note(ozr_panorama_get_parameters(handle_, &params));
+        fuzz_note(params);
     }
 
     void choose_quality()
     {
         const int32_t quality = input_->flag() ? input_->between(0, 1) : input_->number();
-        ozr_panorama_set_quality(handle_, static_cast<ozr_panorama_quality>(quality));
+        fuzz_note(ozr_panorama_set_quality(handle_, static_cast<ozr_panorama_quality>(quality)));
     }
 
     void ask_for_results()
     {
         const int32_t index = input_->flag() ? input_->between(-1, 10) : input_->number();
         ozr_panorama_joint joint;
-        if (ozr_panorama_get_joint(handle_, index, &joint) == ozr_success)
-            fuzz_read_all(reinterpret_cast<const uint8_t*>(&joint), sizeof(joint));
+        if (fuzz_note(ozr_panorama_get_joint(handle_, index, &joint)) == ozr_success)
+            fuzz_note(joint);
         ozr_panorama_camera camera;
-        if (ozr_panorama_get_camera(handle_, index, &camera) == ozr_success)
-            fuzz_read_all(reinterpret_cast<const uint8_t*>(&camera), sizeof(camera));
+        if (fuzz_note(ozr_panorama_get_camera(handle_, index, &camera)) == ozr_success)
+            fuzz_note(camera);
     }
 
-    void reset() { ozr_panorama_reset(handle_); }
+    void reset() { fuzz_note(ozr_panorama_reset(handle_)); }
 
     void start_anew()
     {
@@ -209,20 +219,20 @@ private:
 
     void add_odd_picture()
     {
-        PublicPicture picture = _make_picture(odd_record(), choose_paint(), input_);
+        PublicPicture picture = odd_picture();
         const ozr_point offset = {input_->number(), input_->number()};
-        ozr_panorama_stitch_one_image(handle_, &picture.image, &offset);
+        fuzz_note(ozr_panorama_stitch_one_image(handle_, &picture.image, &offset));
     }
 
     void add_announced_picture()
     {
         PublicPicture picture = _make_picture(record_, choose_paint(), input_);
-        ozr_panorama_stitch_one_image(handle_, &picture.image, &announced_);
+        fuzz_note(ozr_panorama_stitch_one_image(handle_, &picture.image, &announced_));
     }
 
     void detect_odd_preview()
     {
-        const PublicPicture picture = _make_picture(odd_record(), choose_paint(), input_);
+        const PublicPicture picture = odd_picture();
         detect(&picture.image);
     }
 
@@ -238,18 +248,18 @@ private:
     {
         ozr_point offset = {};
         ozr_panorama_direction direction = ozr_panorama_direction_auto;
-        ozr_panorama_detect_frame_to_stitch(handle_, nullptr, &offset, &direction);
-        ozr_panorama_stitch_one_image(handle_, nullptr, &offset);
-        ozr_panorama_run(handle_, nullptr);
+        fuzz_note(ozr_panorama_detect_frame_to_stitch(handle_, nullptr, &offset, &direction));
+        fuzz_note(ozr_panorama_stitch_one_image(handle_, nullptr, &offset));
+        fuzz_note(ozr_panorama_run(handle_, nullptr));
     }
 
     void forget_records()
     {
-        ozr_panorama_set_parameters(handle_, nullptr);
-        ozr_panorama_get_parameters(handle_, nullptr);
-        ozr_panorama_get_joint(handle_, 0, nullptr);
-        ozr_panorama_get_camera(handle_, 0, nullptr);
-        ozr_panorama_create(nullptr, nullptr);
+        fuzz_note(ozr_panorama_set_parameters(handle_, nullptr));
+        fuzz_note(ozr_panorama_get_parameters(handle_, nullptr));
+        fuzz_note(ozr_panorama_get_joint(handle_, 0, nullptr));
+        fuzz_note(ozr_panorama_get_camera(handle_, 0, nullptr));
+        fuzz_note(ozr_panorama_create(nullptr, nullptr));
     }
 
     void call_rarely(uint8_t choice)

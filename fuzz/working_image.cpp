@@ -20,30 +20,30 @@ void _create(FuzzInput* input)
         return;
     if (width > kMaxFuzzBytes && height == 1)
         width = 4096;
-    if (PanoImg_Create(&img, width, height, format) == 0) {
-        fuzz_read_all(img.data, img.size);
-        if (PanoImg_Clone(&img, &copy) == 0)
-            fuzz_read_all(copy.data, copy.size);
+    if (fuzz_note(PanoImg_Create(&img, width, height, format)) == 0) {
+        fuzz_note_image(img);
+        if (fuzz_note(PanoImg_Clone(&img, &copy)) == 0)
+            fuzz_note_image(copy);
     }
     PanoImg_Destroy(&img);
     PanoImg_Destroy(&copy);
-    if (PanoImg_CreateAligned(&img, width, height, format, &raw) == 0)
-        fuzz_read_all(img.data, img.size);
+    if (fuzz_note(PanoImg_CreateAligned(&img, width, height, format, &raw)) == 0)
+        fuzz_note_image(img);
     PanoImg_DestroyAligned(&img, &raw);
     img = {};
-    PanoImg_CreateRef(&img, nullptr, width, height, stride, format);
+    fuzz_note(PanoImg_CreateRef(&img, nullptr, width, height, stride, format));
+    fuzz_note_image(img);
     PanoImg_Destroy(&img);
 }
 
 void _clone(FuzzInput* input)
 {
-    WorkingPicture src =
-        fuzz_working_picture(fuzz_working_record(input, 80, 60), fuzz_working_paint(input), *input);
+    WorkingPicture src = fuzz_any_picture(input, 80, 60);
     if (input->flag())
         src.img.size = input->between(-1, src.img.size);
     PanoImg copy = {};
-    if (PanoImg_Clone(&src.img, &copy) == 0)
-        fuzz_read_all(copy.data, copy.size);
+    if (fuzz_note(PanoImg_Clone(&src.img, &copy)) == 0)
+        fuzz_note_image(copy);
     PanoImg_Destroy(&copy);
 }
 
@@ -81,14 +81,17 @@ void _transform(FuzzInput* input)
 {
     const Two two = _two(input);
     PanoImg dst = two.dst.img;
-    kTransform(&dst, &two.src.img);
+    fuzz_note(kTransform(&dst, &two.src.img));
+    fuzz_note_image(dst);
 }
 
 void _copy(FuzzInput* input)
 {
     const Two two = _two(input);
     PanoImg dst = two.dst.img;
-    PanoImg_CopyEx(&dst, &two.src.img, input->number(), input->number());
+    const int32_t x = input->number(), y = input->number();
+    fuzz_note(PanoImg_CopyEx(&dst, &two.src.img, x, y));
+    fuzz_note_image(dst);
 }
 
 void _find_seam(FuzzInput* input)
@@ -111,8 +114,9 @@ void _find_seam(FuzzInput* input)
     fuzz_paint(mask.get(), pixels, width, fuzz_working_paint(input), *input);
     const int64_t seam_bytes = std::max(height, 0) * int64_t{sizeof(int32_t)};
     const ExactBlock seam = exact_block(seam_bytes);
-    if (panorama_seam_find(reinterpret_cast<int32_t*>(seam.get()), mask.get(), &regions[0], &regions[1]) == 0)
-        fuzz_read_all(seam.get(), seam_bytes);
+    fuzz_note(
+        panorama_seam_find(reinterpret_cast<int32_t*>(seam.get()), mask.get(), &regions[0], &regions[1]));
+    fuzz_read_all(seam.get(), seam_bytes);
 }
 
 void _estimate_motion(FuzzInput* input)
@@ -124,6 +128,8 @@ void _estimate_motion(FuzzInput* input)
     fuzz_paint(current.get(), pixels, width, fuzz_working_paint(input), *input);
     int32_t shift_x = 0, shift_y = 0;
     MotionEstimate(reference.get(), current.get(), width, height, &shift_x, &shift_y);
+    fuzz_note(shift_x);
+    fuzz_note(shift_y);
 }
 
 // An operation that is here twice is called twice as often.

@@ -1,6 +1,7 @@
 // usage: ozr_doc_pictures FOLDER
-// Makes the pictures of docs/how-it-works.md: takes a short sweep of the painted scene and shows what the library's own
-// functions make of it, step by step. The same bytes on every machine, but for the encoder's.
+// Makes the pictures of docs/how-it-works.md: takes a short sweep of the painted scene and
+// shows what the library's own functions make of it, step by step. The same bytes on every
+// machine, but for the encoder's.
 #include "base/program_error.h"
 #include "core/panorama_core.h"
 #include "core/panorama_seam.h"
@@ -26,8 +27,8 @@ constexpr int32_t kPictures = 4;
 constexpr int32_t kStep = kWidth * 3 / 10;  // an overlap of 70 %
 constexpr uint32_t kSeed = 4;
 
-// How far each picture drifted across the sweep, and how much brighter it came out, as a hand and an automatic exposure
-// have it.
+// How far each picture drifted across the sweep, and how much brighter it came out, as a hand and
+// an automatic exposure have it.
 constexpr double kDrift[kPictures] = {0, 0.02, -0.015, 0.01};     // radians
 constexpr int32_t kBrightness[kPictures] = {256, 274, 262, 250};  // 256ths
 
@@ -194,7 +195,8 @@ Picture alignment(const PanoramaCore* core)
                          halved(difference(core->frames[0], core->frames[1], found.x, found.y))});
 }
 
-/** The correlation coefficient of the overlap of two grey pictures; `margin` columns are left out at each side. */
+/** The correlation coefficient of the overlap of two grey pictures; `margin`
+    columns are left out at each side. */
 double coefficient(const PanoImg& a, const PanoImg& b, int32_t x, int32_t y, int32_t margin)
 {
     const Part part = overlap(a, x, y);
@@ -254,7 +256,8 @@ Picture scores(const Photographer& photographer)
     return map;
 }
 
-/** All pictures where they were found, each framed, and the band of rows that becomes the panorama. */
+/** All pictures where they were found, each framed, and the band of rows that
+    becomes the panorama. */
 Picture layout(const PanoramaCore* core)
 {
     int32_t x = 0, y = 0, highest = 0, lowest = 0;

@@ -104,7 +104,8 @@ void draw_line(Picture* picture, const Spot& from, const Spot& to, double width,
     };
     for (int32_t y = least(from.y, to.y); y < most(from.y, to.y); ++y) {
         for (int32_t x = least(from.x, to.x); x < most(from.x, to.x); ++x) {
-            // From the middle of the pixel to the nearest place of the line; a pixel at its edge is mixed.
+            // From the middle of the pixel to the nearest place of the line; a
+            // pixel at its edge is mixed.
             const double to_x = x + 0.5 - from.x, to_y = y + 0.5 - from.y;
             const double along = std::clamp(to_x * right + to_y * down, 0.0, length);
             const double off = std::hypot(to_x - along * right, to_y - along * down);

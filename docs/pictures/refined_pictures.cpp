@@ -1,5 +1,6 @@
-// The pictures of the refined quality: a sweep whose camera is not the one that is assumed, whose hand rolls and drifts, and
-// whose light changes, joined by a session of the library and looked at through its window.
+// The pictures of the refined quality: a sweep whose camera is not the one that is assumed,
+// whose hand rolls and drifts, and whose light changes, joined by a session of the library and
+// looked at through its window.
 #include "refined_pictures.h"
 
 #include "base/program_error.h"
@@ -29,7 +30,8 @@ constexpr double kStep = 0.30;   // of a picture's width
 constexpr uint32_t kSeed = 4;
 constexpr double kDegree = 3.14159265358979 / 180;
 
-// Tilt and roll of the hand, and the light: 256ths that a picture is brighter at its left and at its right edge.
+// Tilt and roll of the hand, and the light: 256ths that a picture is brighter at its
+// left and at its right edge.
 constexpr double kTilt[kPictures] = {-0.4 * kDegree, 1.0 * kDegree, 0.3 * kDegree, -0.8 * kDegree};
 constexpr double kRoll[kPictures] = {1.5 * kDegree, -1.0 * kDegree, 2.0 * kDegree, -0.5 * kDegree};
 constexpr int32_t kLeftLight[kPictures] = {250, 290, 210, 256}, kRightLight[kPictures] = {262, 254, 246, 236};
@@ -132,7 +134,8 @@ Picture contrast(const ozr::refined::Unrolled& unrolled, int32_t zoom)
     return cut(picture, {0, 0, picture.width, picture.height}, zoom);
 }
 
-/** The correlation of two unrolled pictures at a shift of the second one, less where they have little in common. */
+/** The correlation of two unrolled pictures at a shift of the second one, less where
+    they have little in common. */
 double correlation(const ozr::refined::Unrolled& a, const ozr::refined::Unrolled& b, int32_t shift_x,
                    int32_t shift_y)
 {
@@ -217,12 +220,13 @@ Picture matches(const JoinedSweep& sweep)
 Pinhole pinhole(const JoinedSweep& sweep, int32_t index)
 {
     const ozr::session::CameraRecord& camera = sweep.record.cameras[index];
-    Pinhole pinhole = {{}, camera.focal, camera.radial};
+    Pinhole pinhole = {{}, camera.focal, camera.radial, camera.skew.stretch, camera.skew.shear};
     std::copy_n(camera.rotation, 9, pinhole.rotation);
     return pinhole;
 }
 
-/** Draws what a picture shows onto the panorama's cylinder, its brightness times `gain`, where `mine` says so. */
+/** Draws what a picture shows onto the panorama's cylinder, its brightness times
+    `gain`, where `mine` says so. */
 template <class IsMine>
 void lay(const JoinedSweep& sweep, int32_t index, double gain, const IsMine& mine, Picture* onto)
 {

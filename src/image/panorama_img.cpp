@@ -19,11 +19,6 @@ static_assert(offsetof(PanoImg, widthCopy) == 20 && offsetof(PanoImg, data) == 2
 namespace
 {
 
-bool _is_semi_planar(int32_t format)
-{
-    return format == kPanoNv12 || format == kPanoNv21;
-}
-
 void _describe(PanoImg* img, int32_t width, int32_t height, int32_t format)
 {
     PanoMemset(img, 0, sizeof(PanoImg));
@@ -35,7 +30,7 @@ void _describe(PanoImg* img, int32_t width, int32_t height, int32_t format)
 // Stores stride and size, given a format that exists.
 PanoResult _lay_out(PanoImg* img, int64_t stride)
 {
-    const bool has_chroma = _is_semi_planar(img->format);
+    const bool has_chroma = pano_is_semi_planar(img->format);
     if (stride > INT32_MAX || !product_fits_32_bits(img->height * stride, has_chroma ? 3 : 1))
         return kPanoBadArgument;
     const int64_t plane = img->height * stride;
@@ -63,7 +58,7 @@ PanoResult _lay_out_padded(PanoImg* img, int32_t stride)
 // Clears the bytes behind the last row.
 void _clear_rest(PanoImg* img)
 {
-    const int32_t rows = _is_semi_planar(img->format) ? img->height + img->height / 2 : img->height;
+    const int32_t rows = pano_is_semi_planar(img->format) ? img->height + img->height / 2 : img->height;
     const int32_t covered = rows * img->stride;
     PanoMemset(img->data + covered, 0, static_cast<uint32_t>(img->size - covered));
 }
@@ -130,20 +125,6 @@ void _copy_chroma(PanoImg* dst, const PanoImg* src, const Placement& at)
 }
 
 }  // namespace
-
-int64_t ozr::pano_row_bytes(int32_t format, int32_t width)
-{
-    constexpr int64_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};
-    return format < kPanoGray || format > kPanoRgba ? -1 : kPixelBytes[format] * width;
-}
-
-int64_t ozr::pano_geometry_size(const PanoImg* img)
-{
-    if (img->format < kPanoGray || img->format > kPanoRgba)
-        return -1;
-    const int64_t plane = int64_t{img->height} * img->stride;
-    return _is_semi_planar(img->format) ? plane + (plane >> 1) : plane;
-}
 
 bool ozr::pano_has_whole_rows(const PanoImg* img, int64_t row_bytes)
 {
@@ -244,7 +225,7 @@ int32_t PanoImg_CopyEx(PanoImg* dst, const PanoImg* src, int32_t x, int32_t y)
         !pano_has_whole_rows(src, src->width * pixel_bytes))
         return kPanoBadArgument;
     _copy_plane(dst, src, at, static_cast<uint32_t>(pixel_bytes));
-    if (_is_semi_planar(src->format))
+    if (pano_is_semi_planar(src->format))
         _copy_chroma(dst, src, at);
     return kPanoSuccess;
 }

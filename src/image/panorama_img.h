@@ -53,12 +53,27 @@ inline uint8_t* pano_chroma_row(const PanoImg* img, int32_t y)
     return pano_row(img, img->height + y);
 }
 
+inline bool pano_is_semi_planar(int32_t format)
+{
+    return format == kPanoNv12 || format == kPanoNv21;
+}
+
 // The bytes of a row without padding, in 64 bits so that no width overflows. -1 for an unknown
 // format.
-int64_t pano_row_bytes(int32_t format, int32_t width);
+inline int64_t pano_row_bytes(int32_t format, int32_t width)
+{
+    constexpr int64_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};
+    return format < kPanoGray || format > kPanoRgba ? -1 : kPixelBytes[format] * width;
+}
 
 // The bytes of all planes by the geometry, without regard to `size`. -1 for an unknown format.
-int64_t pano_geometry_size(const PanoImg* img);
+inline int64_t pano_geometry_size(const PanoImg* img)
+{
+    if (img->format < kPanoGray || img->format > kPanoRgba)
+        return -1;
+    const int64_t plane = int64_t{img->height} * img->stride;
+    return pano_is_semi_planar(img->format) ? plane + (plane >> 1) : plane;
+}
 
 // Whether the stride holds rows of `row_bytes` bytes and the whole geometry fits 32 bits: `size`
 // cannot be true of a larger one.

@@ -48,20 +48,20 @@ constexpr double kDone = 1e-6;  // relative gain of a step that ends a stage
 
 constexpr double kRidge = 1e-9;  // keeps unknowns that nothing depends on at rest
 
-bool _step(const NormalEquations& equations, double damping, NormalEquations* scratch, double* step)
+bool _step(const Equations& equations, double damping, Equations* scratch, double* step)
 {
     *scratch = equations;
     for (int32_t i = 0; i < scratch->unknowns; ++i)
         scratch->matrix[i][i] += damping * scratch->matrix[i][i] + kRidge;
-    return solve_equations(scratch, step);
+    return scratch->solve(step);
 }
 
 // Two sets of equations and a copy to decompose, too large together for the stack of
 // a small thread.
 struct Workspace {
-    NormalEquations here;
-    NormalEquations there;
-    NormalEquations scratch;
+    Equations here;
+    Equations there;
+    Equations scratch;
 };
 
 struct Descent {
@@ -74,20 +74,20 @@ struct Descent {
 PanoResult _descend(const Descent& descent, const Stage& stage, Lenses* lenses, double* reached_cost)
 {
     const Problem& problem = descent.problem;
-    Workspace* work = descent.work;
+    Equations *here = &descent.work->here, *there = &descent.work->there;
     double damping = kFirstDamping;
     double& cost = *reached_cost;
-    cost = set_up(problem, *lenses, stage.width, &work->here);
+    cost = set_up(problem, *lenses, stage.width, here);
     for (int32_t i = 0; i < stage.steps && damping < kLastDamping; ++i) {
         if (descent.cancel.asked())
             return kPanoCancelled;
         double step[kMaxUnknowns];
-        if (!_step(work->here, damping, &work->scratch, step)) {
+        if (!_step(*here, damping, &descent.work->scratch, step)) {
             damping *= kDampingStep;
             continue;
         }
         const Lenses moved = after_step(problem, *lenses, step);
-        const double reached = set_up(problem, moved, stage.width, &work->there);
+        const double reached = set_up(problem, moved, stage.width, there);
         if (!(reached < cost)) {
             damping *= kDampingStep;
             continue;
@@ -95,7 +95,7 @@ PanoResult _descend(const Descent& descent, const Stage& stage, Lenses* lenses, 
         const bool done = cost - reached < kDone * cost;
         *lenses = moved;
         cost = reached;
-        std::swap(work->here, work->there);
+        std::swap(here, there);
         damping /= kDampingStep;
         if (done)
             break;
@@ -140,14 +140,6 @@ PanoResult _descend_free(const Descent& descent, Lenses* lenses)
     if (_mean_residual(descent.problem, *lenses) >= kSharpResidual)
         return _descend_skewed(descent, lenses);
     return _descend(descent, kLastStage, lenses, &cost);
-}
-
-// A bent lens and another focal length explain much the same: the plain lens comes first.
-Problem _plain(const AdjustTask& task)
-{
-    Problem plain = {task};
-    plain.freedom = kLensOfPair;
-    return plain;
 }
 
 // Cameras as the guesses have them, from link to link.
@@ -223,7 +215,8 @@ LensPair lens_pair(const Lenses& lenses, int32_t first, int32_t second)
             view.second_focal,
             view.radial,
             view.first_skew,
-            view.second_skew};
+            view.second_skew,
+            lenses.falloff};
 }
 
 Agreement agreement_of(const Link& link, const Lenses& lenses)
@@ -243,12 +236,13 @@ Agreement agreement_of(const Link& link, const Lenses& lenses)
     return agreement;
 }
 
+// A bent lens and another focal length explain much the same: the plain lens comes first.
 PanoResult adjust(const AdjustTask& task, const Cancel& cancel, Lenses* lenses)
 {
     const auto work = make_unfilled_buffer<Workspace>(1);
     if (!work)
         return kPanoNoMemory;
-    const Descent plain = {_plain(task), cancel, work.get()};
+    const Descent plain = {{task, kLensOfPair}, cancel, work.get()};
     double best = -1.0;
     for (const double factor : kFocalTries) {
         Lenses tried;
@@ -262,23 +256,30 @@ PanoResult adjust(const AdjustTask& task, const Cancel& cancel, Lenses* lenses)
         if (_near_share(plain.problem, tried) >= kFittingShare)
             break;
     }
-    return task.freedom == kLensOfPair ? kPanoSuccess : _descend_free({{task}, cancel, work.get()}, lenses);
+    return kPanoSuccess;
 }
 
-PanoResult adjust_further(const AdjustTask& task, const Cancel& cancel, Lenses* lenses)
+// Again from a plain lens: how much the last one was bent may be what misled the matches.
+PanoResult adjust_again(const AdjustTask& task, const Cancel& cancel, Lenses* lenses)
 {
     const auto work = make_unfilled_buffer<Workspace>(1);
     if (!work)
         return kPanoNoMemory;
-    // Again from a plain lens: how much the last one was bent may be what misled the matches.
-    double cost = 0.0;
     lenses->radial = 0.0;
     for (int32_t i = 0; i < task.pictures; ++i) {
         lenses->zooms[i] = 0.0;
         lenses->skews[i] = {};
     }
-    PANO_FORWARD(_descend_all({_plain(task), cancel, work.get()}, kPlainStages, lenses, &cost));
-    return _descend_free({{task}, cancel, work.get()}, lenses);
+    double cost = 0.0;
+    return _descend_all({{task, kLensOfPair}, cancel, work.get()}, kPlainStages, lenses, &cost);
+}
+
+PanoResult adjust_lens(const AdjustTask& task, const Cancel& cancel, Lenses* lenses)
+{
+    const auto work = make_unfilled_buffer<Workspace>(1);
+    if (!work)
+        return kPanoNoMemory;
+    return _descend_free({{task, kLensOfSweep}, cancel, work.get()}, lenses);
 }
 
 }  // namespace ozr::refined

@@ -40,13 +40,7 @@ struct Lenses {
     double focal;                // base pixels
     double radial;
     Skew skews[kMaxPictures];
-};
-
-// How freely the lens may be bent to the matches.
-enum LensFreedom {
-    kLensOfPair,   // two pictures tell a focal length at best
-    kLensOfSweep,  // zooms and the radial term too
-    kShutterToo,   // and what a moving camera's shutter does to each picture
+    Falloff falloff;  // none unless it was found: no place depends on it
 };
 
 // The turn from the first camera of a guess to the second, for a focal length.
@@ -64,15 +58,19 @@ struct AdjustTask {
     int32_t count;  // of links
     int32_t pictures;
     double assumed_focal;  // base pixels
-    LensFreedom freedom;
 };
 
-// Finds the cameras of all pictures, beginning with the guesses' turns at the assumed focal length,
-// and with other focal lengths where that one fits badly. kPanoCancelled, kPanoNoMemory.
+// Finds the turns of all pictures and a plain lens, beginning with the guesses' turns at the
+// assumed focal length, and with other focal lengths where that one fits badly. kPanoCancelled,
+// kPanoNoMemory.
 PanoResult adjust(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
 
 // The same from cameras that are nearly right already.
-PanoResult adjust_further(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
+PanoResult adjust_again(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
+
+// Goes on with all that more than two pictures tell: zooms, the radial term, and skews where these
+// explain much.
+PanoResult adjust_lens(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
 
 // How well the matches of a link agree with the cameras.
 struct Agreement {

@@ -97,7 +97,7 @@ SumPlace _sum_place(int32_t unknown)
             unknown >= kTurnUnknowns && unknown < 2 * kTurnUnknowns ? -1.0 : 1.0};
 }
 
-void _scatter(const Problem& problem, const Link& link, const LinkEquations& part, NormalEquations* all)
+void _scatter(const Problem& problem, const Link& link, const LinkEquations& part, Equations* all)
 {
     const int32_t turns[2] = {Problem::turn_index(link.first), Problem::turn_index(link.second)};
     const int32_t skews[2] = {problem.skew_index(link.first), problem.skew_index(link.second)};
@@ -129,7 +129,7 @@ void _scatter(const Problem& problem, const Link& link, const LinkEquations& par
 // The robust cost k^2 e^2 / (k^2 + e^2), which no match can raise by more than k^2; its weight is
 // (k^2 / (k^2 + e^2))^2.
 double _add_link(const Problem& problem, const Link& link, const Lenses& lenses, double width,
-                 NormalEquations* equations)
+                 Equations* equations)
 {
     const LinkView view = link_view(lenses, link.first, link.second);
     const LensFreedom freedom = problem.freedom;
@@ -153,7 +153,7 @@ double _add_link(const Problem& problem, const Link& link, const Lenses& lenses,
 }
 
 // One thing known beforehand about one unknown: it deviates from 0 by about `deviation`.
-double _add_prior(NormalEquations* equations, int32_t index, double value, double deviation)
+double _add_prior(Equations* equations, int32_t index, double value, double deviation)
 {
     const double weight = kMatchNoise * kMatchNoise / (deviation * deviation);
     equations->matrix[index][index] += weight;
@@ -161,7 +161,7 @@ double _add_prior(NormalEquations* equations, int32_t index, double value, doubl
     return weight * value * value;
 }
 
-double _add_priors(const Problem& problem, const Lenses& lenses, NormalEquations* equations)
+double _add_priors(const Problem& problem, const Lenses& lenses, Equations* equations)
 {
     const bool is_pair = problem.freedom == kLensOfPair;
     double cost = _add_prior(equations, problem.focal_index(),
@@ -182,9 +182,9 @@ double _add_priors(const Problem& problem, const Lenses& lenses, NormalEquations
 
 }  // namespace
 
-double set_up(const Problem& problem, const Lenses& lenses, double width, NormalEquations* equations)
+double set_up(const Problem& problem, const Lenses& lenses, double width, Equations* equations)
 {
-    clear_equations(equations, problem.unknowns());
+    equations->clear(problem.unknowns());
     double cost = 0.0;
     for (int32_t i = 0; i < problem.count; ++i)
         cost += _add_link(problem, problem.links[i], lenses, width, equations);

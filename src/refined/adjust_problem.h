@@ -5,6 +5,7 @@
 
 #include "refined/adjust.h"
 #include "refined/normal_equations.h"
+#include "refined/residual.h"
 
 namespace ozr::refined
 {
@@ -13,8 +14,14 @@ namespace ozr::refined
 constexpr int32_t kPictureUnknowns = 4;
 constexpr int32_t kSkewUnknowns = 2;
 
+// And two of the lens.
+constexpr int32_t kMaxUnknowns = (kPictureUnknowns + kSkewUnknowns) * kMaxPictures + 2;
+using Equations = NormalEquations<kMaxUnknowns>;
+
 // A task with the places of its unknowns.
 struct Problem : AdjustTask {
+    LensFreedom freedom;
+
     int32_t unknowns() const
     {
         return skew_index(0) + (freedom == kShutterToo ? kSkewUnknowns * pictures : 0);
@@ -30,7 +37,7 @@ struct Problem : AdjustTask {
 };
 
 // The equations at these cameras, and their robust cost; `width` of the weights in base pixels.
-double set_up(const Problem& problem, const Lenses& lenses, double width, NormalEquations* equations);
+double set_up(const Problem& problem, const Lenses& lenses, double width, Equations* equations);
 
 // Cameras moved by a step of all unknowns.
 Lenses after_step(const Problem& problem, const Lenses& lenses, const double* step);

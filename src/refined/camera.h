@@ -40,6 +40,15 @@ inline Place unskewed_place(Place p, const Skew& skew)
             scale * (p.y - skew.shear * p.x + skew.stretch * p.y)};
 }
 
+// Light that a lens loses towards the corners: luma falls by exp(first p + second p^2), where p is
+// the square of the distance to the middle, 1 at the corners.
+struct Falloff {
+    double first;
+    double second;
+
+    bool is_none() const { return first == 0.0 && second == 0.0; }
+};
+
 struct Camera {
     double rotation[9];  // turns a ray of the camera into the world, row-major
     double focal;        // pixels of the picture, this picture's own (zoom included)

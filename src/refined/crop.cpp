@@ -10,14 +10,8 @@ namespace ozr::refined
 namespace
 {
 
-// Columns of the lattice, [first, end).
-struct Columns {
-    int32_t first;
-    int32_t end;
-};
-
 // Columns [begin, end) that a picture does not show are covered from the next row on at the best.
-void _skip_hidden(int32_t* tops, const Layer& layer, const Columns& columns, int32_t row)
+void _skip_hidden(int32_t* tops, const Layer& layer, const LatticeColumns& columns, int32_t row)
 {
     constexpr int32_t kAtOnce = 8;
     const uint8_t* shown = layer.shown_row(row) - layer.first;

@@ -15,6 +15,7 @@ struct LensPair {
     double radial;
     Skew first_skew;
     Skew second_skew;
+    Falloff falloff;  // as far as it is known
 };
 
 // False where the second camera looks away.

@@ -100,7 +100,7 @@ PanoResult _measure(const Attempt& attempt, const LensPair& lenses, PairMatch* m
     const Link link = {0, 1, match->guess, match->matches.count, match->matches.at};
     const double focal = assumed_base_focal(attempt.sights.first);
     Lenses adjusted;
-    PANO_FORWARD(adjust({&link, 1, 2, focal, kLensOfPair}, attempt.cancel, &adjusted));
+    PANO_FORWARD(adjust({&link, 1, 2, focal}, attempt.cancel, &adjusted));
     const Agreement agreement = agreement_of(link, adjusted);
     match->near = agreement.near;
     match->residual = agreement.residual;
@@ -121,7 +121,7 @@ bool _deserves_more(const PairMatch& match)
 PanoResult _try_guess(const Attempt& attempt, const PairGuess& guess)
 {
     const double focal = assumed_base_focal(attempt.sights.first);
-    LensPair found = {turn_of_guess(guess, focal), focal, focal, 0.0, {}, {}};
+    LensPair found = {turn_of_guess(guess, focal), focal, focal, 0.0, {}, {}, {}};
     PairMatch best = {};
     best.guess = guess;
     for (int32_t round = 0; round == 0 || (round < kRounds && _deserves_more(best)); ++round) {

@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "kernels/kernels.h"
+#include "refined/elementary.h"
 
 namespace ozr::refined
 {
@@ -50,7 +51,7 @@ bool _holds(const ConstPlane& plane, int32_t x, int32_t y, int32_t half)
     return x >= half && y >= half && x + half < plane.width && y + half < plane.height;
 }
 
-// Values of 3 fractional bits are at most 2040, so that the 289 products of a fit stay below 2^31.
+// Values of 3 fractional bits are at most 2550, so that the 289 products of a fit stay below 2^31.
 // One of both has zeros behind them.
 int32_t _dot(const int16_t* a, const int16_t* b)
 {
@@ -224,6 +225,33 @@ void _fill_basis(const ConstPlane& plane, int32_t x, int32_t y, FitBasis* basis)
     }
 }
 
+// What the second picture's light makes of the patch and of its gradients. Products of 16 bits of
+// which the upper half counts are quick; shares of light are so small that they fit. Numbers stay
+// below 2560: the 289 products of two are below 2^31.
+void _fade(const PatchFade& fade, FitBasis* basis)
+{
+    constexpr int32_t kBits = 16, kOne = 1 << kBits;
+    static_assert(2 * kFitHalf * kMostFade * kOne < INT16_MAX);
+    const int32_t right = nearest_int(fade.right * kOne);
+    const int32_t down = nearest_int(fade.down * kOne);
+    int16_t light[kFitRoom] = {};  // what is added
+    int32_t at = 0;
+    for (int32_t j = -kFitHalf; j <= kFitHalf; ++j) {
+        for (int32_t i = -kFitHalf; i <= kFitHalf; ++i, ++at)
+            light[at] = static_cast<int16_t>(right * i + down * j);
+    }
+    const auto share = [](int32_t value, int32_t of_it) { return value * of_it >> kBits; };
+    int16_t *value = basis->values[kContrast], *rightward = basis->values[kRight],
+            *downward = basis->values[kDown];
+    for (int32_t i = 0; i < kFitRoom; ++i) {
+        rightward[i] =
+            static_cast<int16_t>(rightward[i] + share(rightward[i], light[i]) + share(value[i], right));
+        downward[i] =
+            static_cast<int16_t>(downward[i] + share(downward[i], light[i]) + share(value[i], down));
+        value[i] = static_cast<int16_t>(value[i] + share(value[i], light[i]));
+    }
+}
+
 // Gauss-Jordan on a positive definite matrix; false where it is nearly singular.
 bool _invert(double a[kUnknowns][kUnknowns], double inverse[kUnknowns][kUnknowns])
 {
@@ -252,9 +280,9 @@ bool _invert(double a[kUnknowns][kUnknowns], double inverse[kUnknowns][kUnknowns
     return true;
 }
 
-bool _make_basis(const ConstPlane& plane, int32_t x, int32_t y, FitBasis* basis)
+// Works out the normal equations of a filled basis. False where they have no solution.
+bool _solve_basis(FitBasis* basis)
 {
-    _fill_basis(plane, x, y, basis);
     double normal[kUnknowns][kUnknowns];
     for (int32_t i = 0; i < kUnknowns; ++i) {
         for (int32_t j = 0; j <= i; ++j) {
@@ -272,11 +300,25 @@ bool _make_basis(const ConstPlane& plane, int32_t x, int32_t y, FitBasis* basis)
 
 bool _is_overexposed(const int16_t* patch)
 {
-    const int32_t brightest = *std::max_element(patch, patch + kFitPixels);
+    // The compiler makes vectors of this one, not of std::max_element.
+    int16_t brightest = patch[0];
+    for (int32_t i = 1; i < kFitPixels; ++i)
+        brightest = std::max(brightest, patch[i]);
     if (brightest < kDarkestWhite)
         return false;
     const auto is_white = [=](int16_t value) { return value + kSameLevel >= brightest; };
     return std::count_if(patch, patch + kFitPixels, is_white) > kMostWhite;
+}
+
+// False where a patch has nothing to hold on to.
+bool _make_basis(const PatchTask& task, FitBasis* basis)
+{
+    _fill_basis(*task.first_plane, task.first_x, task.first_y, basis);
+    if (_is_overexposed(basis->values[kContrast]))
+        return false;
+    if (task.fade.right != 0.0 || task.fade.down != 0.0)
+        _fade(task.fade, basis);
+    return _solve_basis(basis);
 }
 
 // The patch as it was sampled, in the terms of the basis.
@@ -362,8 +404,7 @@ double fit_patch(PatchTask* task, double drift)
     if (!_holds(*task->first_plane, task->first_x, task->first_y, kFitHalf + 1))
         return -1.0;
     FitBasis basis;
-    if (!_make_basis(*task->first_plane, task->first_x, task->first_y, &basis) ||
-        _is_overexposed(basis.values[kContrast]))
+    if (!_make_basis(*task, &basis))
         return -1.0;
     const double start_x = task->second_x;
     const double start_y = task->second_y;

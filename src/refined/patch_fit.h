@@ -17,6 +17,14 @@ struct PatchShape {
     double down_y;
 };
 
+// By how much the second picture's light grows against the first's with a step to the right and a
+// step down in the first, as shares of it; known beforehand, and at most kMostFade either way.
+struct PatchFade {
+    double right;
+    double down;
+};
+constexpr double kMostFade = 1.0 / 64;
+
 // A place that is looked for: `first` in whole pixels of its plane, `second` where it is expected
 // in the other.
 struct PatchTask {
@@ -27,6 +35,7 @@ struct PatchTask {
     double second_x;
     double second_y;
     PatchShape shape;
+    PatchFade fade;  // of fit_patch alone
 };
 
 // Moves task->second to the best place within `reach` pixels (at most kMaxReach) and returns the

@@ -166,15 +166,49 @@ Place _off(const Search& search, int32_t level, const PatchTask& task)
     return {found.x - foretold.x, found.y - foretold.y};
 }
 
+// The places of a task that has been fitted.
+Match _found(const Search& search, int32_t level, const PatchTask& task)
+{
+    return {search.first_frame(level).from_level(task.first_x, task.first_y),
+            search.second_frame(level).from_level(task.second_x, task.second_y)};
+}
+
+// How the logarithm of the light that the lens leaves changes with a pixel of a level.
+Place _light_slope(const LevelFrame& frame, const Falloff& falloff, Place place)
+{
+    const double corner = frame.middle_x * frame.middle_x + frame.middle_y * frame.middle_y;
+    const double spread = (place.x * place.x + place.y * place.y) / corner;
+    const double slope = -2.0 * (falloff.first + 2.0 * falloff.second * spread) / (corner * frame.scale);
+    return {slope * place.x, slope * place.y};
+}
+
+PatchFade _fade(const Search& search, int32_t level, const PatchTask& task)
+{
+    const Match match = _found(search, level, task);
+    const Falloff& falloff = search.lenses.falloff;
+    const Place first = _light_slope(search.first_frame(level), falloff, match.first);
+    const Place second = _light_slope(search.second_frame(level), falloff, match.second);
+    const PatchShape& shape = task.shape;
+    return {std::clamp(shape.right_x * second.x + shape.right_y * second.y - first.x, -kMostFade, kMostFade),
+            std::clamp(shape.down_x * second.x + shape.down_y * second.y - first.y, -kMostFade, kMostFade)};
+}
+
+// Fits a task that is aimed. False where it comes to nothing.
+bool _fit(const Search& search, int32_t level, PatchTask* task)
+{
+    if (!search.lenses.falloff.is_none())
+        task->fade = _fade(search, level, *task);
+    return fit_patch(task, level < 0 ? kFinestDrift : kBaseDrift) >= kLeastCorrelation[0];
+}
+
 // Replaces a match by a finer one near it, where the pictures are sharp enough for that.
 void _sharpen(const Search& search, Place off, Match* match)
 {
     PatchTask task = {};
     if (search.sights.first.base + kFinest < 0 || !_aim(search, match->first, off, kFinest, &task) ||
-        fit_patch(&task, kFinestDrift) < kLeastCorrelation[0])
+        !_fit(search, kFinest, &task))
         return;
-    match->first = search.first_frame(kFinest).from_level(task.first_x, task.first_y);
-    match->second = search.second_frame(kFinest).from_level(task.second_x, task.second_y);
+    *match = _found(search, kFinest, task);
 }
 
 bool _match(const Search& search, Place first, PatchSearch kind, Match* match)
@@ -189,10 +223,9 @@ bool _match(const Search& search, Place first, PatchSearch kind, Match* match)
             return false;
         off = _off(search, level, task);
     }
-    if (!_aim(search, first, off, 0, &task) || fit_patch(&task, kBaseDrift) < kLeastCorrelation[0])
+    if (!_aim(search, first, off, 0, &task) || !_fit(search, 0, &task))
         return false;
-    match->first = search.first_frame(0).from_level(task.first_x, task.first_y);
-    match->second = search.second_frame(0).from_level(task.second_x, task.second_y);
+    *match = _found(search, 0, task);
     _sharpen(search, _off(search, 0, task), match);
     return true;
 }
@@ -265,6 +298,22 @@ PanoResult match_patches(const SightPair& sights, const LensPair& lenses, PatchS
         return kPanoSuccess;
     // Where little of the overlap has texture, it is looked at more closely.
     return _match_cells(search, {std::max(side / 2, 1), kFaintCorner}, kind, cancel, matches);
+}
+
+void refit_patches(const SightPair& sights, const LensPair& lenses, Matches* matches)
+{
+    const Search search(sights, lenses);
+    const int32_t level = std::max(kFinest, -sights.first.base);
+    for (int32_t i = 0; i < matches->count; ++i) {
+        Match* match = &matches->at[i];
+        Place foretold = {};
+        PatchTask task = {};
+        if (!place_in_second(lenses, match->first, &foretold))
+            continue;
+        const Place off = {match->second.x - foretold.x, match->second.y - foretold.y};
+        if (_aim(search, match->first, off, level, &task) && _fit(search, level, &task))
+            *match = _found(search, level, task);
+    }
 }
 
 double likeness_of_overlap(const SightPair& sights, const LensPair& lenses)

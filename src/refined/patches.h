@@ -32,6 +32,10 @@ enum PatchSearch {
 PanoResult match_patches(const SightPair& sights, const LensPair& lenses, PatchSearch kind,
                          const Cancel& cancel, Matches* matches);
 
+// Measures matches once more where the lens is known to take from the light towards the corners:
+// across a patch that looks a little like a shift of it.
+void refit_patches(const SightPair& sights, const LensPair& lenses, Matches* matches);
+
 // How alike the pictures are over their whole overlap, seen through `lenses`: the mean correlation
 // of small patches, those with little in them counting for less. 1: the same; around 0: nothing to
 // do with each other, or no overlap.

@@ -7,6 +7,13 @@
 namespace ozr::refined
 {
 
+// How freely the lens may be bent to the matches.
+enum LensFreedom {
+    kLensOfPair,   // two pictures tell a focal length at best
+    kLensOfSweep,  // zooms and the radial term too
+    kShutterToo,   // and what a moving camera's shutter does to each picture
+};
+
 // One coordinate of a distance, by small changes of the unknowns. A turn of the second camera
 // changes it by the opposite of what the same turn of the first does; the common focal length by
 // what both zooms do together.

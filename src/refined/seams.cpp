@@ -19,18 +19,12 @@ constexpr uint8_t kForbidden = 255;
 constexpr int32_t kSquareBits = 4;
 constexpr int32_t kDearest = 191;
 
-struct Region {  // columns [first, end) of the lattice
-    int32_t first;
-    int32_t end;
-    int32_t width() const { return end - first; }
-};
-
 // What both pictures show of a row, from a column of the lattice on.
-struct Pair {
+struct BothRows {
     const uint8_t *luma_a, *luma_b, *chroma_a, *chroma_b, *shown_a, *shown_b;
 };
 
-Pair _pair(const Layer& a, const Layer& b, int32_t row)
+BothRows _both_rows(const Layer& a, const Layer& b, int32_t row)
 {
     return {a.luma_row(row) - a.first,       b.luma_row(row) - b.first,  a.chroma_row(row / 2) - a.first,
             b.chroma_row(row / 2) - b.first, a.shown_row(row) - a.first, b.shown_row(row) - b.first};
@@ -41,7 +35,7 @@ Pair _pair(const Layer& a, const Layer& b, int32_t row)
 struct Overlap {
     const Layer& a;
     const Layer& b;
-    Region region;
+    LatticeColumns region;
     int32_t reach;
 };
 
@@ -67,7 +61,7 @@ void _cost_row(uint8_t* __restrict costs, uint8_t* __restrict forbidden, const O
                uint16_t* __restrict off)
 {
     const Layer &a = overlap.a, &b = overlap.b;
-    const Region region = overlap.region;
+    const LatticeColumns region = overlap.region;
     const int32_t reach = overlap.reach;
     std::fill_n(costs, region.width(), uint8_t{0});
     std::fill_n(forbidden, region.width(), kForbidden);
@@ -75,14 +69,14 @@ void _cost_row(uint8_t* __restrict costs, uint8_t* __restrict forbidden, const O
     const int32_t end = std::min(region.end, std::min(a.first + a.columns, b.first + b.columns) - reach);
     if (begin >= end)
         return;
-    const Pair pair = _pair(a, b, row);
+    const BothRows both = _both_rows(a, b, row);
     const int32_t even = begin & ~1, columns = end - begin;
-    _off_colour(off, pair.chroma_a + even, pair.chroma_b + even, end - even);
+    _off_colour(off, both.chroma_a + even, both.chroma_b + even, end - even);
     off += begin - even;
     costs += begin - region.first;
     forbidden += begin - region.first;
-    const uint8_t *luma_a = pair.luma_a + begin, *luma_b = pair.luma_b + begin;
-    const uint8_t *shown_a = pair.shown_a + begin, *shown_b = pair.shown_b + begin;
+    const uint8_t *luma_a = both.luma_a + begin, *luma_b = both.luma_b + begin;
+    const uint8_t *shown_a = both.shown_a + begin, *shown_b = both.shown_b + begin;
     for (int32_t x = 0; x < columns; ++x)
         costs[x] = _cost(abs(luma_a[x] - luma_b[x]), off[x]) & shown_a[x] & shown_b[x];
     for (int32_t x = 0; x < columns; ++x)
@@ -157,7 +151,7 @@ PanoResult _make_work(int32_t width, int32_t rows, Work* work)
 }
 
 // Where a seam may run: between the middles of its pictures and half as far again beyond both.
-Region _region(const Layers& layers, int32_t seam)
+LatticeColumns _region(const Layers& layers, int32_t seam)
 {
     const Layer &a = layers.at[seam], &b = layers.at[seam + 1];
     const int32_t beyond = (b.middle - a.middle) / 2;
@@ -171,7 +165,7 @@ PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, 
 {
     const int32_t rows = layers.frame.rows, last = rows - 1;
     const int32_t reach = (feather_width(layers.frame) / 2 >> layers.frame.step_bits) + 1;
-    const Region region = _region(layers, seam);
+    const LatticeColumns region = _region(layers, seam);
     const Overlap overlap = {layers.at[seam], layers.at[seam + 1], region, reach};
     const int32_t width = region.width();
     Work work;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "image/pano_result.h"
+#include "refined/match_light.h"
 #include "refined/straighten.h"
 
 namespace ozr::refined
@@ -63,16 +64,21 @@ int32_t _choose_group(const SweepView& view, bool used[kMaxPictures])
     return most;
 }
 
-int32_t _collect_links(const SweepView& view, const bool* used, Link links[kMaxPairs])
-{
+// The good pairs within the group.
+struct Links {
+    Link at[kMaxPairs];
     int32_t count = 0;
-    for (int32_t i = 0; i < view.count; ++i) {
-        const Pair& pair = view.pairs[i];
-        if (pair.match.is_good() && used[pair.first])
-            links[count++] = _link(pair);
+
+    Links(const SweepView& view, const bool* used)
+    {
+        for (int32_t i = 0; i < view.count; ++i) {
+            const Pair& pair = view.pairs[i];
+            if (pair.match.is_good() && used[pair.first])
+                at[count++] = _link(pair);
+        }
     }
-    return count;
-}
+    AdjustTask task(const SweepView& view) const { return {at, count, view.pictures, _base_focal(view)}; }
+};
 
 bool _has_moved(const SweepView& view, const Solution& solution)
 {
@@ -115,20 +121,35 @@ PanoResult _match_again(const SweepView& view, const Cancel& cancel, Solution* s
             _sights(view, pair), lens_pair(solution->lenses, pair.first, pair.second), cancel, &pair.match));
     }
     _review(view, *solution);
-    Link links[kMaxPairs];
-    const int32_t count = _collect_links(view, solution->used, links);
-    if (count == 0)
+    const Links links(view, solution->used);
+    if (links.count == 0)
         return kPanoSuccess;
-    return adjust_further({links, count, view.pictures, _base_focal(view), kLensOfSweep}, cancel,
-                          &solution->lenses);
+    PANO_FORWARD(adjust_again(links.task(view), cancel, &solution->lenses));
+    return adjust_lens(links.task(view), cancel, &solution->lenses);
+}
+
+// Takes what the lens loses of the light towards the corners out of the matches, as far as that is
+// known, before these tell how it bends.
+PanoResult _even_light(const SweepView& view, const Cancel& cancel, Solution* solution)
+{
+    PANO_FORWARD(find_falloff(view, solution->used, &solution->lenses.falloff));
+    for (int32_t i = 0; i < view.count && !solution->lenses.falloff.is_none(); ++i) {
+        Pair& pair = view.pairs[i];
+        if (cancel.asked())
+            return kPanoCancelled;
+        if (pair.match.is_good() && solution->used[pair.first])
+            refit_patches(_sights(view, pair), lens_pair(solution->lenses, pair.first, pair.second),
+                          &pair.match.matches);
+    }
+    return kPanoSuccess;
 }
 
 PanoResult _solve_group(const SweepView& view, const Cancel& cancel, Solution* solution)
 {
-    Link links[kMaxPairs];
-    const int32_t count = _collect_links(view, solution->used, links);
-    const AdjustTask task = {links, count, view.pictures, _base_focal(view), kLensOfSweep};
-    PANO_FORWARD(adjust(task, cancel, &solution->lenses));
+    const Links links(view, solution->used);
+    PANO_FORWARD(adjust(links.task(view), cancel, &solution->lenses));
+    PANO_FORWARD(_even_light(view, cancel, solution));
+    PANO_FORWARD(adjust_lens(links.task(view), cancel, &solution->lenses));
     if (_has_moved(view, *solution))
         PANO_FORWARD(_match_again(view, cancel, solution));
     return kPanoSuccess;

@@ -155,20 +155,15 @@ ShiftHint Sweep::shift_hint(const PictureHint& hint) const
                    : ShiftHint{true, hint.offset_x, hint.offset_y};
 }
 
-// The pair just matched is tried once more with everything turned; where that does not help, all
-// is turned back.
-PanoResult Sweep::match_turned(const PictureHint& hint, const Cancel& cancel)
+// Whether a good pair joins a picture to one before it.
+bool Sweep::is_joined(int32_t picture) const
 {
-    const PairMatch upright = pairs_[count_ - 1].match;
-    PANO_FORWARD(turn_pictures(cancel));
-    --count_;
-    PANO_FORWARD(match(pictures_ - 2, pictures_ - 1, shift_hint(hint), cancel));
-    if (has_good_pair())
-        return kPanoSuccess;
-    pairs_[count_ - 1].match = upright;
-    return turn_pictures(cancel);
+    return std::any_of(pairs_, pairs_ + count_, [picture](const Pair& pair) {
+        return pair.second == picture && pair.match.is_good();
+    });
 }
 
+// Matches the newest picture with those before the last one.
 PanoResult Sweep::bridge(const Cancel& cancel)
 {
     const int32_t newest = pictures_ - 1;
@@ -180,13 +175,41 @@ PanoResult Sweep::bridge(const Cancel& cancel)
     return kPanoSuccess;
 }
 
+// Matches the newest picture with the last one, and goes further back where that does not join it
+// to all before: it does not fit, or the last one fitted none itself.
+PanoResult Sweep::match_back(const PictureHint& hint, const Cancel& cancel)
+{
+    const int32_t newest = pictures_ - 1;
+    PANO_FORWARD(match(newest - 1, newest, shift_hint(hint), cancel));
+    return is_joined(newest) && (newest == 1 || is_joined(newest - 1)) ? kPanoSuccess : bridge(cancel);
+}
+
+// The pairs of the newest picture, from `begin` on, are tried once more with everything turned;
+// where that does not help, all is turned back.
+PanoResult Sweep::match_turned(int32_t begin, const PictureHint& hint, const Cancel& cancel)
+{
+    Pair upright[1 + kBridged];
+    const int32_t count = count_ - begin;
+    std::copy_n(pairs_ + begin, count, upright);
+    PANO_FORWARD(turn_pictures(cancel));
+    count_ = begin;
+    PANO_FORWARD(match_back(hint, cancel));
+    if (has_good_pair())
+        return kPanoSuccess;
+    std::copy_n(upright, count, pairs_ + begin);
+    count_ = begin + count;
+    return turn_pictures(cancel);
+}
+
 PanoResult Sweep::match_newest(const PictureHint& hint, const Cancel& cancel)
 {
     const bool is_open = !has_good_pair();
-    PANO_FORWARD(match(pictures_ - 2, pictures_ - 1, shift_hint(hint), cancel));
-    if (is_open && (!has_good_pair() || _runs_across(pairs_[count_ - 1].match.guess)))
-        PANO_FORWARD(match_turned(hint, cancel));
-    return pairs_[count_ - 1].match.is_good() ? kPanoSuccess : bridge(cancel);
+    const int32_t begin = count_;
+    PANO_FORWARD(match_back(hint, cancel));
+    const bool seems_turned = std::none_of(pairs_ + begin, pairs_ + count_, [](const Pair& pair) {
+        return pair.match.is_good() && !_runs_across(pair.match.guess);
+    });
+    return is_open && seems_turned ? match_turned(begin, hint, cancel) : kPanoSuccess;
 }
 
 PanoResult Sweep::add(const PanoImg& picture, const PictureHint& hint, const Cancel& cancel)

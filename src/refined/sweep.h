@@ -64,9 +64,11 @@ private:
     PanoResult turn_pictures(const Cancel& cancel);
     PanoResult match(int32_t first, int32_t second, const ShiftHint& hint, const Cancel& cancel);
     PanoResult match_newest(const PictureHint& hint, const Cancel& cancel);
-    PanoResult match_turned(const PictureHint& hint, const Cancel& cancel);
+    PanoResult match_back(const PictureHint& hint, const Cancel& cancel);
+    PanoResult match_turned(int32_t begin, const PictureHint& hint, const Cancel& cancel);
     PanoResult bridge(const Cancel& cancel);
     bool has_good_pair() const;
+    bool is_joined(int32_t picture) const;
     ShiftHint shift_hint(const PictureHint& hint) const;
     PanoResult turn_along(const Cancel& cancel);
     void fill_cameras();

@@ -19,13 +19,6 @@ constexpr int32_t kNodePlaceBits = 14;
 constexpr int32_t kGainBits = 13;
 constexpr int32_t kMaxGain = 32767;
 
-// Light that a lens loses towards the corners: luma falls by exp(first p + second p^2), where p is
-// the square of the distance to the middle, 1 at the corners.
-struct Falloff {
-    double first;
-    double second;
-};
-
 // Sine and cosine of a column's heading.
 struct Heading {
     double sine;

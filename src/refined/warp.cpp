@@ -6,6 +6,7 @@
 
 #include "kernels/kernels.h"
 #include "refined/nodes.h"
+#include "refined/shift_rows.h"
 
 namespace ozr::refined
 {
@@ -59,6 +60,12 @@ Span _span(const Warp& warp, int32_t picture, int32_t row)
     return span;
 }
 
+// The nodes at both ends of all blocks that a row touches.
+NodeRange _nodes_around(const Span& span)
+{
+    return {span.begin / kernels::kDrawBlock, (span.end + kernels::kDrawBlock - 1) / kernels::kDrawBlock + 1};
+}
+
 // All nodes that a picture's rows from `first` to before `end` need.
 NodeRange _nodes_of_rows(const Warp& warp, int32_t picture, int32_t first, int32_t end)
 {
@@ -72,7 +79,7 @@ NodeRange _nodes_of_rows(const Warp& warp, int32_t picture, int32_t first, int32
     }
     if (all.begin >= all.end)
         return {0, 0};
-    return {all.begin / kernels::kDrawBlock, (all.end + kernels::kDrawBlock - 1) / kernels::kDrawBlock + 1};
+    return _nodes_around(all);
 }
 
 // The exact row of nodes at `row`, which the rows before and behind it need.
@@ -108,8 +115,7 @@ void _draw_luma(Warp* warp, int32_t picture, int32_t row)
     const Span span = _span(*warp, picture, row);
     if (span.begin >= span.end)
         return;
-    const NodeRange range = {span.begin / kernels::kDrawBlock,
-                             (span.end + kernels::kDrawBlock - 1) / kernels::kDrawBlock + 1};
+    const NodeRange range = _nodes_around(span);
     const PanoImg* source = warp->plan.layers.at[picture].source->picture;
     NodeRows& nodes = warp->nodes[picture];
     nodes.interpolate(2 * (row % kNodeRows), 0, range);
@@ -127,8 +133,7 @@ void _draw_chroma(Warp* warp, int32_t picture, int32_t row)
     Span span = _span(*warp, picture, row);
     if (span.begin >= span.end)
         return;
-    const NodeRange range = {span.begin / kernels::kDrawBlock,
-                             (span.end + kernels::kDrawBlock - 1) / kernels::kDrawBlock + 1};
+    const NodeRange range = _nodes_around(span);
     const PanoImg* source = warp->plan.layers.at[picture].source->picture;
     NodeRows& nodes = warp->nodes[picture];
     nodes.interpolate(2 * (row % kNodeRows) + 1, 0, range);

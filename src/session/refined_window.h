@@ -48,6 +48,7 @@ struct CameraRecord {
     double rotation[9];  // row-major
     double focal;        // pixels
     double radial;
+    refined::Skew skew;  // of the shutter
     bool is_used;
 };
 
@@ -75,7 +76,7 @@ inline const refined::Sweep* refined_sweep_of(const ozr_panorama* handle)
 
 inline CameraRecord camera_record(const refined::Camera& camera)
 {
-    CameraRecord record = {{}, camera.focal, camera.radial, camera.used};
+    CameraRecord record = {{}, camera.focal, camera.radial, camera.skew, camera.used};
     std::copy_n(camera.rotation, 9, record.rotation);
     return record;
 }

@@ -1,4 +1,5 @@
-// Sweeps as the core sees them, call by call against the reference: intake, alignment, and in the end the panorama.
+// Sweeps as the core sees them, call by call against the reference: intake, alignment,
+// and in the end the panorama.
 #include <gtest/gtest.h>
 
 #include "support/cores.h"
@@ -9,7 +10,8 @@ namespace
 
 using ozr_reference::Image;
 
-// A picture of any shape: such that the farthest rows or the reach of a patch end, and with blocks on the centre.
+// A picture of any shape: such that the farthest rows or the reach of a patch end,
+// and with blocks on the centre.
 Image any_picture(Random& random)
 {
     const bool is_tall = random.below(3) == 0;
@@ -58,8 +60,8 @@ struct Scene {
     }
 };
 
-// Adds a copy of a picture, lent or handed over, with a disturbance at times. The core keeps or releases a picture that
-// is handed over, unless it refuses it.
+// Adds a copy of a picture, lent or handed over, with a disturbance at times. The core keeps or
+// releases a picture that is handed over, unless it refuses it.
 void add_both(TestCore& core, const Image& picture, int32_t index, ozr_point at, Random& random)
 {
     const PanoImg view = picture.view();

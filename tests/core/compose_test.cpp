@@ -37,7 +37,7 @@ struct Sweep : TestCore {
         const int32_t w8 = want.record.input.width / 8 * 8, step = 1 + random.below(w8);
         const int32_t drift = random.below(4) == 0 ? want.record.input.height : 5,
                       narrower = random.below(8) == 0 ? 9 : 1;
-        const int32_t first = want.record.forward == 1 ? 0 : count - 1;  // normally without a result
+        const int32_t first = want.record.forward == 1 ? 0 : count - 1;  // usually no result
         const bool has_first = random.below(8) == 0;
         for (int32_t i = 0; i < count; ++i) {
             const int32_t x = std::min(random.below(step), random.below(w8 - 1)),
@@ -48,8 +48,8 @@ struct Sweep : TestCore {
             add(random, i, w8 - random.below(narrower), i == first && !has_first ? AlignResult() : result);
         }
     }
-    // In either of the two ways that the core has. Nothing is left behind where something happens meanwhile; a single picture is
-    // handed out even when cancelled.
+    // In either of the two ways that the core has. Nothing is left behind where something happens
+    // meanwhile; a single picture is handed out even when cancelled.
     void run(Random& random, int32_t count)
     {
         std::vector<std::string> log;

@@ -48,7 +48,8 @@ TEST(CoreInit, PicturesAreProjectedByTheTablesMade)
             << i;
 }
 
-// A size is refused for tables beyond 32-bit sizes, made or not; what the sweep before it had is gone.
+// A size is refused for tables beyond 32-bit sizes, made or not; what the
+// sweep before it had is gone.
 TEST(CoreInit, RefusesPicturesWhoseTablesNeedLongSizes)
 {
     TestCore core;

@@ -8,8 +8,8 @@
 #include "core/panorama_seam.h"
 #include "support/cores.h"
 
-// Differences of a few values, so that many paths tie; or the steepest that bytes can have beside a free path that runs slantwise
-// to and fro, so that the sums of neighbours lie ever further apart.
+// Differences of a few values, so that many paths tie; or the steepest that bytes can have beside a
+// free path that runs slantwise to and fro, so that the sums of neighbours lie ever further apart.
 TEST(Seam, IsTheCheapestPath)
 {
     int32_t trial = 0;

@@ -1,5 +1,6 @@
-// The engine against its meaning: random calls, valid and not, in any order, over many sweeps on one context. After each call
-// every field, picture, code and log line is compared, and in the end what stays allocated.
+// The engine against its meaning: random calls, valid and not, in any order, over many sweeps
+// on one context. After each call every field, picture, code and log line is compared, and in
+// the end what stays allocated.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -114,7 +115,8 @@ private:
              random_.below(25) == 0 ? 1 : 0);
     }
 
-    // The disturbance of a working context: a request to stop at an allocation, the end of the work at a sleep.
+    // The disturbance of a working context: a request to stop at an allocation, the
+    // end of the work at a sleep.
     static void allocate(int64_t)
     {
         if (g_cancels != 0)

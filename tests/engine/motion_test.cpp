@@ -1,4 +1,5 @@
-// Motion estimation against its meaning: random frames of every shape, moved, flat, symmetric and saturated.
+// Motion estimation against its meaning: random frames of every shape, moved,
+// flat, symmetric and saturated.
 #include <gtest/gtest.h>
 
 #include <vector>

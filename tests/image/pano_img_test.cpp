@@ -1,4 +1,5 @@
-// Working images against their meaning: random sizes, strides, formats, contents and faults; every byte and code compared.
+// Working images against their meaning: random sizes, strides, formats, contents and faults;
+// every byte and code compared.
 #include <gtest/gtest.h>
 
 #include <algorithm>

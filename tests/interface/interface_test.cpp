@@ -1,4 +1,5 @@
-// The shared object as an application has it; what its calls do in any order is compared with a model of the session.
+// The shared object as an application has it; what its calls do in any order is compared
+// with a model of the session.
 #include <gtest/gtest.h>
 
 #include <cstring>

@@ -1,6 +1,6 @@
-// The vector kernels against their scalar meaning: every level that the machine has, on random and extreme bytes. Inputs
-// end at, or start behind, a page that must not be touched; outputs do likewise, and are compared with everything around
-// what may be written.
+// The vector kernels against their scalar meaning: every level that the machine has, on random and
+// extreme bytes. Inputs end at, or start behind, a page that must not be touched; outputs do
+// likewise, and are compared with everything around what may be written.
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -21,8 +21,8 @@ using namespace ozr::kernels;
 namespace
 {
 
-// The place of a block between two pages that must not be touched: at the first, at the second, or a few bytes behind
-// the first.
+// The place of a block between two pages that must not be touched: at the first, at the second, or
+// a few bytes behind the first.
 enum class Edge { kStart, kEnd, kOffset };
 enum class Fill { kRandom, kZeros, kOnes, kExtremes };
 
@@ -121,8 +121,8 @@ public:
         });
     }
 
-    // Calls the kernel at every level with the same `size` bytes to write and compares them with what the scalar one
-    // leaves.
+    // Calls the kernel at every level with the same `size` bytes to write and compares them with
+    // what the scalar one leaves.
     template <class Kernel, class Call>
     void check_call(Kernel kernel, int64_t size, int32_t unit, Call call)
     {
@@ -194,7 +194,8 @@ TEST(KernelCheck, ColoursToRgbaAndBack)
     });
 }
 
-// Clamping and the last bit depend on all three samples at once: every luma with every pair of chroma samples.
+// Clamping and the last bit depend on all three samples at once: every luma with
+// every pair of chroma samples.
 TEST(KernelCheck, EveryColourToRgba)
 {
     std::vector<uint8_t> luma(256), chroma(256), want(1024), out(1024);
@@ -216,7 +217,8 @@ TEST(KernelCheck, SeamsAndTransitions)
         const int32_t n = c.count;
         Guarded a = c.bytes(n), b = c.bytes(n), mask = c.bytes(n), above = c.bytes(2 * n, 2),
                 later = c.bytes(2 * n);
-        // Sums wrap around, in both senses; neighbours differ by less than 2^15 and are often equal.
+        // Sums wrap around, in both senses; neighbours differ by less than
+        // 2^15 and are often equal.
         for (int32_t x = 0; x < n; ++x) {
             uint16_t& sum = above.as<uint16_t>()[x];
             sum = static_cast<uint16_t>((x % 3 == 0 ? sum % 0x8000 : 0x4000 + sum % 3) +
@@ -250,7 +252,8 @@ TEST(KernelCheck, MirrorsAndTextureCodes)
         }
         if (n < 3)
             return;
-        // Three rows hold n - 2 windows; their codes end where row 1 of the destination has its last but one.
+        // Three rows hold n - 2 windows; their codes end where row 1 of the
+        // destination has its last but one.
         const uint32_t width = static_cast<uint32_t>(n);
         Guarded src = c.bytes(3 * n);
         c.check(KERNEL(census, run), 2 * n - 1, src.data(), width, width - 2);
@@ -332,8 +335,8 @@ TEST(KernelCheck, ProjectionOfChroma)
     });
 }
 
-// Curves that rise from the centre, where a block mirrors itself when their number is odd: gentle ones, such that leave the patches at once, and
-// such that reach the farthest row.
+// Curves that rise from the centre, where a block mirrors itself when their number is odd: gentle
+// ones, such that leave the patches at once, and such that reach the farthest row.
 TEST(KernelCheck, CurvesOfAProjection)
 {
     for_each_case([](Case c) {
@@ -372,7 +375,8 @@ TEST(KernelCheck, CurvesOfAProjection)
     });
 }
 
-// The source has exactly the bytes that the positions reach. The steps are those of one load, of two, and of gathers.
+// The source has exactly the bytes that the positions reach. The steps are those of one
+// load, of two, and of gathers.
 TEST(KernelCheck, Resampling)
 {
     for_each_case([](Case c) {
@@ -402,8 +406,8 @@ TEST(KernelCheck, Resampling)
     });
 }
 
-// Walks over small planes, straight ones that vectors do and wild ones that they leave, some of them off the plane; the
-// planes end with their last pixel.
+// Walks over small planes, straight ones that vectors do and wild ones that they leave, some of
+// them off the plane; the planes end with their last pixel.
 TEST(KernelCheck, Drawing)
 {
     constexpr int32_t kOne = 1 << kDrawPlaceBits, kStride = 67, kWidth = 65, kHeight = 40;
@@ -555,8 +559,8 @@ TEST(KernelCheck, LevelsAreChosenByAllOfTheirFeatures)
     EXPECT_EQ(kLevels[0], &kScalarKernels);
 }
 
-// A table is its stages' pointers, one behind the other; those that no level fills would be called as null pointers. The
-// log shows the levels that this machine checked.
+// A table is its stages' pointers, one behind the other; those that no level fills would be called
+// as null pointers. The log shows the levels that this machine checked.
 TEST(KernelCheck, LevelsHaveEveryKernel)
 {
     for (const Kernels* level : levels_of_this_machine())

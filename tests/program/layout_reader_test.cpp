@@ -1,5 +1,6 @@
-// What the report page draws is what the library did: pictures of one colour each show in the panorama's chroma which
-// of them every pixel comes from, while alignment and seams look at luma alone.
+// What the report page draws is what the library did: pictures of one colour each
+// show in the panorama's chroma which of them every pixel comes from, while alignment
+// and seams look at luma alone.
 #include "media/image_owner.h"
 #include "support/handle.h"
 #include "support/points.h"
@@ -21,8 +22,9 @@ uint8_t _colour_of(size_t picture)
 }
 
 /**
- * Blocks of 5 pixels with grey levels that hold no pattern, but for two plain stripes across the sweep: one at the edge
- * of an overlap and one inside all of them, so that the seams would run along the edge and through each other.
+ * Blocks of 5 pixels with grey levels that hold no pattern, but for two plain stripes across the
+ * sweep: one at the edge of an overlap and one inside all of them, so that the seams would run
+ * along the edge and through each other.
  */
 uint8_t _texture(const ozr_point& at, int32_t along)
 {
@@ -71,7 +73,7 @@ void _compose(ozr_panorama* handle, const Sweep& sweep, ozr_image* panorama)
 
 void _check_seams(const Sweep& sweep, const ozr_image& panorama, const Layout& layout)
 {
-    constexpr int32_t kBeside = 4;  // pixels: chroma is shared by two, and so is a seam's odd column
+    constexpr int32_t kBeside = 4;  // pixels: two share chroma, and so a seam's odd column
     const int32_t dx = sweep.is_vertical() ? 0 : kBeside, dy = sweep.is_vertical() ? kBeside : 0;
     for (const OverlapView& overlap : layout.overlaps) {
         const size_t before = sweep.first_comes_first ? overlap.first : overlap.second;
@@ -117,8 +119,8 @@ void _check_boxes(const Sweep& sweep, const Layout& layout)
 
 TEST(LayoutReader, FindsPicturesSeamsAndBordersOfThePanorama)
 {
-    // The canvas is laid out from the left, or from the bottom: the first picture that drifts too far
-    // away is left out, with all that follow it there.
+    // The canvas is laid out from the left, or from the bottom: the first picture that drifts too
+    // far away is left out, with all that follow it there.
     struct Row {
         Sweep sweep;
         bool is_used[kPictures];

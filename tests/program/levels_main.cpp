@@ -1,6 +1,6 @@
 // usage: ozr-pano-levels LEVEL COMMAND...
-// The program with the library's objects inside, so that the level of its kernels can be chosen: scripts/compare-builds
-// compares the panoramas of all levels.
+// The program with the library's objects inside, so that the level of its kernels can be chosen:
+// scripts/compare-builds compares the panoramas of all levels.
 #include <cstdio>
 #include <cstring>
 

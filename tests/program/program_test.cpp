@@ -19,7 +19,8 @@ namespace
 
 constexpr int32_t kWidth = 320, kHeight = 240;
 
-/** What a camera that moved to the right sees at a pixel; beyond the last column and row they repeat. */
+/** What a camera that moved to the right sees at a pixel; beyond the last
+    column and row they repeat. */
 uint8_t _seen(int32_t moved, int32_t x, int32_t y)
 {
     return static_cast<uint8_t>(noise((std::min(x, kWidth - 1) + moved) / 4, std::min(y, kHeight - 1) / 4));
@@ -281,7 +282,8 @@ TEST_F(Program, DemoSweepsInEveryDirection)
             swept += truth;
         }
         const Picture panorama = read_picture("out/a.png");
-        // Offsets are those of previews of twice the size, which the projection stretches by up to 418 / 345.
+        // Offsets are those of previews of twice the size, which the projection
+        // stretches by up to 418 / 345.
         EXPECT_NEAR(x != 0 ? panorama.width - 320 : panorama.height - 240, swept / 2 * 1.17, 16);
         const std::string size = std::to_string(panorama.width) + "," + std::to_string(panorama.height);
         expect_lines(json, "\"pictures_used\":3,\"panorama_size\":[" + size + "]");
@@ -335,8 +337,8 @@ TEST_F(Program, VideoReadsFilesAndPipesOfEvenAndOddSizes)
 
 TEST_F(Program, VideoEndsWhenTheSweepIsFull)
 {
-    // 90 percent of overlap: a picture every 26 of 320 pixels, which this pan has covered after some 9 frames.
-    // What comes after the end of the sweep is not even read: it would be refused.
+    // 90 percent of overlap: a picture every 26 of 320 pixels, which this pan has covered after
+    // some 9 frames. What comes after the end of the sweep is not even read: it would be refused.
     write_text("in/long.y4m", _stream("W320 H240", 120, kWidth, kHeight) + "FRAME\nno more");
     expect_lines(run_well("video in/long.y4m --overlap 90 -o out/a.png --json"), "\"pictures_used\":10");
 }

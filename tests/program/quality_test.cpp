@@ -1,4 +1,5 @@
-// What the program does with the two qualities: directions it finds, places it doubts, files that say what they are.
+// What the program does with the two qualities: directions it finds, places it doubts,
+// files that say what they are.
 #include "media/exif.h"
 #include "media/image_owner.h"
 #include "media/picture_io.h"
@@ -61,7 +62,8 @@ TEST_F(Quality, RefinedFindsTheDirection)
             const Picture panorama = read_picture("out/a.png");
             const bool vertical = panorama.height > panorama.width;
             EXPECT_EQ(vertical, pictures[3] == 't');
-            // A picture covers 300 columns of the cylinder, and the crop may give some of them for rows.
+            // A picture covers 300 columns of the cylinder, and the crop may
+            // give some of them for rows.
             EXPECT_NEAR(vertical ? panorama.height : panorama.width, 2 * 0.2443 * kFocal + 280, 21);
         }
     }
@@ -116,7 +118,8 @@ TEST_F(Quality, RecordingsSayTheQualityAndReplayInIt)
     EXPECT_EQ(classic.find("set_quality"), std::string::npos);
     for (const char* folder : {"refined", "classic"})
         expect_lines(run_well(std::string("replay ") + folder), folder + std::string(" panorama "));
-    // Without the call, and as the first format had it, the same pictures make the classic panorama.
+    // Without the call, and as the first format had it, the same pictures make
+    // the classic panorama.
     std::string old = refined;
     old.erase(old.find(call), call.size());
     old.replace(old.find("recording 2"), 11, "recording 1");

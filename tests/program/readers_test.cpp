@@ -27,7 +27,8 @@ std::string _number(size_t value, int bytes)
     return text;
 }
 
-/** Directories of a TIFF block, written plainly: each entry is tag, type, count and the bytes of its value. */
+/** Directories of a TIFF block, written plainly: each entry is tag, type, count
+    and the bytes of its value. */
 struct PlainEntry {
     size_t tag, type, count;
     std::string value;
@@ -116,7 +117,8 @@ TEST(Exif, CarriesOverCameraTimeAndPlaceAlone)
                          latitude = {2, 5, 1, seconds}, direction = {0x11, 5, 1, seconds},
                          orientation = {0x112, 3, 1, plain.number(6, 2)},
                          width = {0xA002, 4, 1, seconds.substr(0, 4)};
-        // A thumbnail's directory, a maker's note, the size of the picture, a value of an unknown type.
+        // A thumbnail's directory, a maker's note, the size of the picture, a
+        // value of an unknown type.
         const size_t at = 8, main = 2 + 5 * 12 + 4 + 6, exif = 2 + 5 * 12 + 4 + 8 + 20 + 8;
         plain.add({make, model, orientation, pointer(0x8769, at + main), pointer(0x8825, at + main + exif)},
                   5);
@@ -155,7 +157,8 @@ TEST(Exif, CarriesOverCameraTimeAndPlaceAlone)
         EXPECT_EQ(carried, want.bytes());
         EXPECT_EQ(exif_heading(block), 3.5);
         EXPECT_EQ(exif_heading(carried), 3.5);
-        // Cut anywhere, and every byte changed to each extreme: something sound comes out, or nothing.
+        // Cut anywhere, and every byte changed to each extreme: something
+        // sound comes out, or nothing.
         for (size_t i = 0; i < block.size(); ++i) {
             for (const int byte : {-1, 0, 1, 255}) {
                 std::vector<uint8_t> broken = block;

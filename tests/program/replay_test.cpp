@@ -1,4 +1,5 @@
-// Recordings: what is recorded replays, what is damaged is refused with a reason, what differs is told.
+// Recordings: what is recorded replays, what is damaged is refused with a
+// reason, what differs is told.
 #include "record/recording.h"
 #include "support/pages.h"
 #include "support/program.h"

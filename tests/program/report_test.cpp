@@ -148,8 +148,8 @@ TEST_F(Report, DrawsTheMotionOfThePreviews)
         SCOPED_TRACE(direction_name(run.journal.direction));
         const bool vertical = i >= ozr_panorama_direction_down, backward = i % 2 == 0;
         run.layout.is_vertical = vertical;
-        // Along: 0 12 24 36, from there 36 48 60 72, then 72; across: -4 to -1, then on from there. The drawing's
-        // x runs from 44 to 428 and its y from 210, the lowest value, up to 14.
+        // Along: 0 12 24 36, from there 36 48 60 72, then 72; across: -4 to -1, then on from there.
+        // The drawing's x runs from 44 to 428 and its y from 210, the lowest value, up to 14.
         for (PreviewEntry& preview : run.journal.previews) {
             const int along = backward ? preview.offset.x : -preview.offset.x, across = preview.offset.y;
             preview.offset = vertical ? ozr_point{across, along} : ozr_point{along, across};

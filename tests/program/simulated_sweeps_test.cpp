@@ -1,5 +1,5 @@
-// Twenty sweeps of the simulated camera, each hard in its own way, through the library: the cameras and joints that it
-// tells against the truth, and all bytes against those of before.
+// Twenty sweeps of the simulated camera, each hard in its own way, through the library: the cameras
+// and joints that it tells against the truth, and all bytes against those of before.
 #include "media/image_owner.h"
 #include "record/recording.h"
 #include "support/handle.h"
@@ -32,8 +32,6 @@ struct Simulated {
     double sweep = 0;  // degrees of pan while the rows are read
     int32_t walkers = 0;
     int32_t foreign = kForeign;  // the picture that shows something else
-    // Degrees of a rotation, as asked for or, where that is not reached yet, as it is.
-    double rotation_bound = 0.05;
 };
 
 std::vector<View> _pan(int32_t pictures, double step, double tilt = 0)
@@ -60,7 +58,7 @@ std::vector<Simulated> _sweeps()
         {"barrel", false, 1, _pan(5, 14), 0.06},
         {"pincushion", false, 1, _pan(5, 14), -0.05},
         {"exposure by a third", false, 1, _pan(5, 14), 0, 0, {1, 1.33, 0.9, 0.7, 1.2}},
-        {"vignetting", false, 0.8, _pan(5, 16), 0.03, 0.4, {}, 0, 0, kForeign, 0.075},
+        {"vignetting", false, 0.8, _pan(5, 16), 0.03, 0.4},
         {"rolling shutter", false, 1, _pan(5, 14), 0, 0, {}, 0.4},
         {"walkers", false, 1, _pan(5, 14), 0, 0, {}, 0, 9},
         {"tilt", false, 1, _pan(5, 14, 10)},
@@ -73,11 +71,12 @@ std::vector<Simulated> _sweeps()
     };
 }
 
-// Of the bytes of each sweep's pictures, panorama, cameras and joints: every build, at every level of kernels, makes the
-// same. A change that is to make better pictures brings new ones along; all others keep them.
+// Of the bytes of each sweep's pictures, panorama, cameras and joints: every build, at every
+// level of kernels, makes the same. A change that is to make better pictures brings new ones
+// along; all others keep them.
 constexpr uint32_t kChecksums[] = {0xDE14C6B7, 0x7FD92142, 0x32C7FBED, 0x638D08B6, 0xB886B7A7,
                                    0x6080A283, 0xF84CDFFD, 0xAA3E6FF6, 0x143590D7, 0x6DDD1B11,
-                                   0xCAB6B340, 0xB56F8181, 0xA9C5EE03, 0x2D26B872, 0x49B3C9D9,
+                                   0xCAB6B340, 0xB56F8181, 0xA9C5EE03, 0x897DC696, 0x49B3C9D9,
                                    0x5C054E7E, 0xC57F8C24, 0x043A0CCA, 0x14209D1B, 0xC4318A27};
 
 // Row by row. Turns of the camera's axes: x to the right, y down, z ahead.
@@ -201,7 +200,7 @@ void _expect_true_cameras(const Simulated& sweep, ozr_panorama* handle, Bytes* b
         worst_angle = std::max(worst_angle, _angle(_product(back, world)));
     printf("%-32s focal length %.3f %%, rotation %.4f degrees\n", sweep.what, worst_focal, worst_angle);
     EXPECT_LT(worst_focal, 0.5);
-    EXPECT_LT(worst_angle, sweep.rotation_bound);
+    EXPECT_LT(worst_angle, 0.05);
 }
 
 void _expect_true_joints(const Simulated& sweep, ozr_panorama* handle, Bytes* bytes)

@@ -1,5 +1,5 @@
-// What the core computes, one value at a time: slow, plain, and without a look at how the library does it. Codes are
-// numbers, so that no changed name hides a changed code.
+// What the core computes, one value at a time: slow, plain, and without a look at how the library
+// does it. Codes are numbers, so that no changed name hides a changed code.
 #ifndef REFERENCE_CORE_H
 #define REFERENCE_CORE_H
 
@@ -45,8 +45,11 @@ struct Projection {
     Projection(int32_t picture_width, int32_t picture_height, int32_t source_stride);
     Image of(const Image& source) const;
 
-    int32_t width = 0, height = 0, stride = 0;  // width: of whole blocks of 8 pixels; stride: of the source
-    Table<int32_t> x, y;  // source position of each pixel, in 1/16 pixel; from them the tables of the library
+    int32_t width = 0;  // of whole blocks of 8 pixels
+    int32_t height = 0;
+    int32_t stride = 0;  // of the source
+    // Source position of each pixel, in 1/16 pixel; from them come the tables of the library.
+    Table<int32_t> x, y;
     Table<int32_t> block_offsets, chroma_map;
     Table<uint16_t> weights;
 
@@ -55,15 +58,17 @@ private:
     void weigh_block(int32_t block);
 };
 
-// sign(r) r^2 of the overlap of two grey pictures when `b` is at the offset `at` of `a`, without `margin` columns at
-// both sides of each.
+// sign(r) r^2 of the overlap of two grey pictures when `b` is at the offset `at` of `a`, without
+// `margin` columns at both sides of each.
 int32_t score(const Image& a, const Image& b, ozr_point at, int32_t margin, int32_t shift);
 
-// The cheapest path from the top to the bottom row, at most one column sideways from row to row. Of equally cheap ones
-// that which ends leftmost, and upwards goes straight rather than to the left, and left rather than right.
+// The cheapest path from the top to the bottom row, at most one column sideways from row to row. Of
+// equally cheap ones that which ends leftmost, and upwards goes straight rather than to the left,
+// and left rather than right.
 Table<int32_t> cheapest_path(Table<uint32_t> cost, int32_t width, int32_t height);
 
-// What may happen while a picture is added, in the order of the steps: memory is out, or a request to cancel comes.
+// What may happen while a picture is added, in the order of the steps: memory is out,
+// or a request to cancel comes.
 enum Event { kNothing, kNoFrame, kCancelledProjection, kNoPyramid, kCancelledPyramid, kCancelledAlignment };
 
 // What a context should hold: its words in `record`, what is behind its pointers beside it.

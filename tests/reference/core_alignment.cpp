@@ -68,8 +68,8 @@ void Core::make_pyramid(int32_t index)
     record.align[index].pyramid_levels = record.pyramid.built_levels;
 }
 
-// Where `b` fits `a` best around the position (x, y), which is counted in full-size pixels. Only a higher score replaces a
-// position, whatever level it comes from.
+// Where `b` fits `a` best around the position (x, y), which is counted in full-size pixels. Only a
+// higher score replaces a position, whatever level it comes from.
 AlignResult Core::search(const Table<Image>& a, const Table<Image>& b, int64_t x, int64_t y) const
 {
     const int32_t top = record.pyramid.built_levels - 1, k = record.pyramid.levels,

@@ -37,22 +37,32 @@ struct Overlap {
     Table<int32_t> seam;
 };
 
-// One row of a plane, in units of a byte of luma or a pair of chroma.
+// A row of a later picture and where it goes, in units of a byte of luma or a pair of chroma:
+// `x` and the width of the overlap, in this picture the seam and how far the transition
+// reaches to both sides of it.
+struct LaterRow {
+    const uint8_t* bytes;
+    int32_t width, x, seam, overlap, reach;
+};
+
+// One row of a plane of the panorama, in the same units.
 struct Row {
     uint8_t* bytes;
     int32_t width, unit;
 
-    // Writes a row of a later picture, which lies at `x`, from the seam onward; or blended into what is there for `reach`
-    // units to both sides of it, as far as the overlap goes.
-    void write(const uint8_t* later, int32_t later_width, int32_t x, int32_t seam, int32_t overlap,
-               int32_t reach)
+    // Writes the later row from the seam onward; or blended into what is there,
+    // as far as the overlap goes.
+    void write(const LaterRow& later)
     {
-        for (int32_t i = std::max(seam - reach, 0); i < later_width && x + i < width; ++i) {
-            const int32_t weight = reach == 0 ? 0 : 1 + (i - (seam - reach)) * 64 / reach;
+        const int32_t first = later.seam - later.reach,
+                      end = std::min(later.seam + later.reach, later.overlap);
+        for (int32_t i = std::max(first, 0); i < later.width && later.x + i < width; ++i) {
+            const int32_t weight = later.reach == 0 ? 0 : 1 + (i - first) * 64 / later.reach;
             for (int32_t byte = i * unit; byte < (i + 1) * unit; ++byte) {
-                uint8_t& e = bytes[x * unit + byte];
-                const int32_t mixed = std::min(255, (weight * later[byte] + (128 - weight) * e + 128) >> 7);
-                e = i < std::min(seam + reach, overlap) ? static_cast<uint8_t>(mixed) : later[byte];
+                uint8_t& e = bytes[later.x * unit + byte];
+                const int32_t mixed =
+                    std::min(255, (weight * later.bytes[byte] + (128 - weight) * e + 128) >> 7);
+                e = i < end ? static_cast<uint8_t>(mixed) : later.bytes[byte];
             }
         }
     }
@@ -122,12 +132,12 @@ struct Canvas {
             if (i > 0 && (in_overlap < 0 || in_overlap >= o.height))
                 continue;
             const int32_t seam = i > 0 ? o.seam[in_overlap] : 0;
-            Row{&out->bytes[r * out->width], out->width, 1}.write(&b.bytes[row * b.stride], b.width, x, seam,
-                                                                  o.width, reach);
+            Row{&out->bytes[r * out->width], out->width, 1}.write(
+                {&b.bytes[row * b.stride], b.width, x, seam, o.width, reach});
             if (r % 2 == 0 && row / 2 < b.height / 2)
                 Row{&out->bytes[(out->height + r / 2) * out->width], out->width / 2, 2}.write(
-                    &b.bytes[(b.height + row / 2) * b.stride], b.width / 2, x >> 1, seam / 2, o.width / 2,
-                    reach / 2);
+                    {&b.bytes[(b.height + row / 2) * b.stride], b.width / 2, x >> 1, seam / 2, o.width / 2,
+                     reach / 2});
         }
     }
 };

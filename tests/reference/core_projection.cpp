@@ -68,8 +68,8 @@ Projection::Projection(int32_t picture_width, int32_t picture_height, int32_t so
         weigh_block(block);
 }
 
-// Columns and rows are counted from the centre; the four quadrants mirror each other. The upper row comes last: with an odd
-// half height both rows have the chroma row at the centre.
+// Columns and rows are counted from the centre; the four quadrants mirror each other. The upper row
+// comes last: with an odd half height both rows have the chroma row at the centre.
 void Projection::place_pixels()
 {
     const int32_t hw = width / 2, hh = height / 2;
@@ -101,7 +101,8 @@ void Projection::place_pixels()
     }
 }
 
-// The weight of the pixel that lies `i` pixels behind the first one, for a position `d` sixteenths behind it.
+// The weight of the pixel that lies `i` pixels behind the first one, for a
+// position `d` sixteenths behind it.
 static int32_t tent(int32_t d, int32_t i)
 {
     return d > 48 ? 0 : std::max(0, 16 - std::abs(d - 16 * i));

@@ -48,7 +48,8 @@ void add_motion(PanoramaInternal* state, ozr_point shift)
     state->motion.y += static_cast<int32_t>(static_cast<float>(-shift.y) * state->inv_scale);
 }
 
-// The direction of the motion so far, or 0 when it is not longer than a twentieth of the sides together.
+// The direction of the motion so far, or 0 when it is not longer than a
+// twentieth of the sides together.
 int32_t direction_of(const PanoramaInternal& state)
 {
     const int64_t x = state.motion.x, y = state.motion.y;

@@ -1,6 +1,6 @@
-// The meaning of the engine: what each call does to a context, its pictures and its core, written down plainly. Each function
-// has the arguments, the result and the log lines of the library's function of that name (0 where that has none), and works on a
-// context of its own.
+// The meaning of the engine: what each call does to a context, its pictures and its core, written
+// down plainly. Each function has the arguments, the result and the log lines of the library's
+// function of that name (0 where that has none), and works on a context of its own.
 #ifndef REFERENCE_ENGINE_H
 #define REFERENCE_ENGINE_H
 
@@ -28,7 +28,8 @@ int32_t check_ready_to_destroy(PanoramaInternal* pe);
 int32_t start_capture(PanoramaInternal* pe, const PanoImg* first);
 int32_t process_frame(PanoramaInternal* pe, const PanoImg* frame);
 
-// motion.cpp. Shift of the content of `current` against `reference`, both of width x height packed pixels.
+// motion.cpp. Shift of the content of `current` against `reference`, both of
+// width x height packed pixels.
 ozr_point estimate_motion(const std::vector<uint8_t>& reference, const std::vector<uint8_t>& current,
                           int32_t width, int32_t height);
 

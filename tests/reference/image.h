@@ -1,5 +1,5 @@
-// The meaning of the operations on working images, one byte at a time. Each function has the arguments and the result of the
-// library's function of that name.
+// The meaning of the operations on working images, one byte at a time. Each function has the
+// arguments and the result of the library's function of that name.
 #ifndef REFERENCE_IMAGE_H
 #define REFERENCE_IMAGE_H
 
@@ -24,7 +24,8 @@ inline uint8_t& at(const PanoImg& img, int64_t y, int64_t byte)
 // The same, null at or beyond `size`.
 uint8_t* byte_at(const PanoImg& img, int64_t y, int64_t byte);
 
-// The record of PanoImg_Create, without its pixels, and with `aligned` that of PanoImg_CreateAligned.
+// The record of PanoImg_Create, without its pixels, and with `aligned` that of
+// PanoImg_CreateAligned.
 int32_t create(PanoImg* record, int32_t width, int32_t height, int32_t format, bool aligned = false);
 // Likewise the record of PanoImg_CreateRef.
 int32_t create_ref(PanoImg* record, int32_t width, int32_t height, int32_t stride, int32_t format);
@@ -45,7 +46,8 @@ int32_t bilinear(int64_t x, int64_t y, Read read)
     return static_cast<int32_t>(sum / 1048576);
 }
 
-// resample.cpp. What the source of `resize_yuv` does not own reads as `beyond`: what depends on it is not defined.
+// resample.cpp. What the source of `resize_yuv` does not own reads as `beyond`: what
+// depends on it is not defined.
 int32_t resize_gray(PanoImg* dst, const PanoImg* src);
 int32_t resize_gray_yuyv(PanoImg* dst, const PanoImg* src);
 int32_t resize_half_gray(PanoImg* dst, const PanoImg* src);

@@ -9,7 +9,8 @@ namespace ozr_reference
 namespace
 {
 
-// Walks from one pixel beside the middle in steps of two while the cost falls; cost(shift) along one axis.
+// Walks from one pixel beside the middle in steps of two while the cost falls;
+// cost(shift) along one axis.
 template <class Cost>
 int32_t walk(Cost cost)
 {

@@ -22,7 +22,8 @@ int32_t turn(PanoImg* dst, const PanoImg* src, bool clockwise)
             at(*dst, clockwise ? x : dst->height - 1 - x, clockwise ? dst->width - 1 - y : y) =
                 at(*src, y, x);
     }
-    // Pairs move whole, half pictures rounded up. Those of odd sizes are moved as far as both records own them.
+    // Pairs move whole, half pictures rounded up. Those of odd sizes are moved as
+    // far as both records own them.
     const bool is_odd = src->width % 2 != 0 || src->height % 2 != 0;
     const int32_t last_pair = (dst->width + 1) / 2 - 1, last_row = (dst->height + 1) / 2 - 1;
     for (int32_t k = 0; k < (src->height + 1) / 2; ++k) {

@@ -1,5 +1,6 @@
-// What a panorama handle should do: a plain state machine over the calls of the interface, which predicts codes, what is
-// written, the words of the session and every log line. Its engine is the meaning of the engine.
+// What a panorama handle should do: a plain state machine over the calls of the interface,
+// which predicts codes, what is written, the words of the session and every log line. Its
+// engine is the meaning of the engine.
 #ifndef SESSION_MODEL_H
 #define SESSION_MODEL_H
 
@@ -32,7 +33,8 @@ public:
     // Behind the handle: a method of the session.
     ozr_err write_parameters(const panorama_param_t& p);
 
-    // In the midst of a call somebody asks it to stop, or resets, which has to give up on the call that is still inside.
+    // In the midst of a call somebody asks it to stop, or resets, which has to give up on
+    // the call that is still inside.
     void interrupt(bool by_reset);
 
     enum { kNone, kHollow, kWhole } handle = kNone;

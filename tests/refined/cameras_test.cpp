@@ -1,9 +1,11 @@
-// The cameras of simulated sweeps, found through the public interface, against the truth; and what must never happen: a
-// wrong joint that claims to be right, a leak, a call that goes on after it was asked to stop.
+// The cameras of simulated sweeps, found through the public interface, against the truth; and
+// what must never happen: a wrong joint that claims to be right, a leak, a call that goes on
+// after it was asked to stop.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
+#include <numeric>
 
 #include "kernels/cpu.h"
 #include "kernels/kernels.h"
@@ -13,8 +15,9 @@
 namespace
 {
 
-// Every picture against the one before and against the first, because the world may have been turned as a whole. A pixel of
-// these small pictures is a ninth of a degree, and a focal length that is off adds up along the sweep.
+// Every picture against the one before and against the first, because the world may have been
+// turned as a whole. A pixel of these small pictures is a ninth of a degree, and a focal length
+// that is off adds up along the sweep.
 void expect_true_cameras(const Simulated& sweep, const Found& found)
 {
     ASSERT_EQ(found.error, ozr_success);
@@ -73,7 +76,8 @@ TEST(RefinedCameras, AreThoseOfTheSweep)
     }
 }
 
-// Rows that are read one after the other while the camera moves: what fits no turn goes into a skew of each picture.
+// Rows that are read one after the other while the camera moves: what fits no turn goes
+// into a skew of each picture.
 TEST(RefinedCameras, KnowShuttersThatRoll)
 {
     Simulated sweep = Simulated::pan(5, 14);
@@ -85,6 +89,48 @@ TEST(RefinedCameras, KnowShuttersThatRoll)
         EXPECT_LT(moved.joints[i].residual, still.joints[i].residual + 0.15F) << i;
         EXPECT_GE(moved.joints[i].confidence, 0.9F) << i;
         EXPECT_NEAR(static_cast<double>(moved.cameras[i].focal_length) / sweep.focal, 1, 0.01) << i;
+    }
+}
+
+// Each pixel becomes the mean of so many to the right of it; of all, the picture is flat.
+static void _blur(int32_t pixels, const PanoImg& img)
+{
+    for (int32_t y = 0; y < img.height; ++y) {
+        uint8_t* row = ozr::pano_row(&img, y);
+        for (int32_t x = 0; x < img.width; ++x) {
+            const int32_t count = std::min(pixels, img.width - x);
+            row[x] = pixels < img.width
+                         ? static_cast<uint8_t>(std::accumulate(row + x, row + x + count, 0) / count)
+                         : uint8_t{70};
+        }
+    }
+}
+
+// Over a picture that nothing, or only one of its neighbours, can be matched with: no other is lost.
+TEST(RefinedCameras, AreBridged)
+{
+    Simulated across = Simulated::pan(4, 12);
+    across.width = 320;
+    across.height = 240;
+    across.focal = 345;
+    Simulated up = across;
+    up.vertical = true;
+    up.views = {{0, 0, 0}, {0, 9, 0}, {0, 18, 0}, {0, 27, 0}};
+    for (const Simulated* sweep : {&across, &up}) {
+        for (const int32_t blur : {25, 320}) {
+            for (const int32_t bad : {1, 2}) {
+                SCOPED_TRACE(testing::Message()
+                             << bad << " blurred by " << blur << ", up " << sweep->vertical);
+                std::deque<Photograph> pictures = photographs(*sweep);
+                _blur(blur, pictures[static_cast<size_t>(bad)].img);
+                const Found found = find(pictures);
+                ASSERT_EQ(found.cameras.size(), 4U);
+                for (const int32_t i : {0, 3 - bad, 3})
+                    EXPECT_EQ(found.cameras[static_cast<size_t>(i)].used, 1) << i;
+                EXPECT_LT(turn_error(*sweep, found, 0, 3 - bad), 0.3);
+                EXPECT_LT(turn_error(*sweep, found, 3 - bad, 3), 0.3);
+            }
+        }
     }
 }
 

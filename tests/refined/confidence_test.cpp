@@ -1,5 +1,6 @@
-// Whether a joint's confidence is what it says: over simulated sweeps of many kinds, right joints and wrong ones are counted
-// by the confidence they claim. The table is printed: it is the one in docs/quality.md.
+// Whether a joint's confidence is what it says: over simulated sweeps of many kinds, right
+// joints and wrong ones are counted by the confidence they claim. The table is printed: it is
+// the one in docs/quality.md.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -10,7 +11,8 @@ namespace
 {
 
 constexpr double kOff = 0.02;  // of the picture's width: a joint that is off by more is wrong
-constexpr double kGrid = 8;  // pixels: classic places are no finer, which is more than that in small pictures
+// Pixels: classic places are no finer, which is more than that in small pictures.
+constexpr double kGrid = 8;
 constexpr int32_t kBins = 10;
 constexpr int32_t kPictures = 3;
 
@@ -44,7 +46,8 @@ struct Table {
     }
 };
 
-// Sweeps of all kinds: any overlap, shaken and rolled, dim and noisy, of faint worlds, of strangers, mirrored.
+// Sweeps of all kinds: any overlap, shaken and rolled, dim and noisy, of faint
+// worlds, of strangers, mirrored.
 Simulated random_sweep(uint32_t seed)
 {
     Random random(seed);
@@ -78,8 +81,9 @@ bool is_wrong_refined(const Simulated& sweep, const Found& found, const ozr_pano
     return !are_of_one_world(sweep, joint) || off > kOff * sweep.width;
 }
 
-// The classic projection has place (x, y) of a picture at R sin(angle), y R cos(angle) / f0 on its canvas, with R = 418 / 345
-// f0 and the angle that of a camera of focal length f0: two pictures meet in the middle between them.
+// The classic projection has place (x, y) of a picture at R sin(angle), y R cos(angle) / f0 on its
+// canvas, with R = 418 / 345 f0 and the angle that of a camera of focal length f0: two pictures
+// meet in the middle between them.
 bool is_wrong_classic(const Simulated& sweep, const ozr_panorama_joint& joint)
 {
     const double assumed = 345, radius = 418;

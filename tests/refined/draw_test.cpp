@@ -163,7 +163,8 @@ TEST(Draw, EveryPixelShowsWhatItsRayMeets)
         sweep.take();
         const Drawn drawn(sweep);
         expect_shows(drawn, 1, 0.9, 5);
-        EXPECT_GE(drawn.image.width, 240);  // 56 degrees between the outer pictures' middles are 168 pixels
+        // The 56 degrees between the outer pictures' middles are 168 pixels.
+        EXPECT_GE(drawn.image.width, 240);
         EXPECT_GE(drawn.image.height, 84);
         EXPECT_EQ(drawn.image.width % 2 + drawn.image.height % 2, 0);
     }
@@ -282,7 +283,8 @@ TEST(Draw, SeamsGoRoundWhoeverMoves)
     }
 }
 
-// Nothing to go by: no texture, no light, nothing but light, nothing but noise; the smallest pictures; one picture alone.
+// Nothing to go by: no texture, no light, nothing but light, nothing but noise; the smallest
+// pictures; one picture alone.
 TEST(Draw, DrawsWhateverItIsGiven)
 {
     Random random(5);
@@ -379,8 +381,9 @@ TEST(Draw, StopsWhereverItIsCancelled)
     EXPECT_GT(when, 40);
 }
 
-// Pictures with stripes upright and lying in turn: which of two it shows can be seen on both sides of a reported seam. They
-// agree along slanting lines only, so seams slant, and one that is reported rows too high is seen, too.
+// Pictures with stripes upright and lying in turn: which of two it shows can be seen on both sides
+// of a reported seam. They agree along slanting lines only, so seams slant, and one that is
+// reported rows too high is seen, too.
 TEST(Draw, ReportsItsSeams)
 {
     PaintedSweep sweep;

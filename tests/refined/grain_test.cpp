@@ -70,9 +70,10 @@ TEST(Grain, IsThatOfTheBlocks)
     for (int32_t round = 0; round < 200; ++round) {
         const int32_t width = 3 + random.below(260), height = 3 + random.below(260);
         Luma luma(width, height, random.below(120), random.below(5), &random);
-        const int32_t black = random.below(60), white = 255 - random.below(60);
+        const int32_t black = 14 + random.below(5), white = 233 + random.below(5);
+        const int32_t lighter = random.below(240) - 120;
         for (uint8_t& byte : luma.bytes)
-            byte = static_cast<uint8_t>(std::clamp(byte - 80 + random.below(2), black, white));
+            byte = static_cast<uint8_t>(std::clamp(byte + lighter + random.below(2), black, white));
         const int32_t columns = std::min((width - 2) / 8, 16), rows = std::min((height - 2) / 8, 16);
         std::vector<double> blocks;
         for (int32_t i = 0; i < columns * rows; ++i) {

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "refined/crop.h"
+#include "refined/patch_fit.h"
 #include "refined/picture.h"
 #include "refined/residual.h"
 #include "refined/simulated_camera.h"
@@ -105,7 +106,8 @@ TEST(Residual, SlopesAreItsDerivatives)
     }
 }
 
-// Matches of cameras whose pictures are skewed, each in its own way, from the same cameras without skews.
+// Matches of cameras whose pictures are skewed, each in its own way, from the same cameras without
+// skews.
 TEST(Adjust, FindsWhatAShutterDidToEachPicture)
 {
     Lenses truth = {};
@@ -129,8 +131,7 @@ TEST(Adjust, FindsWhatAShutterDidToEachPicture)
         links.push_back({i, i + 1, {}, static_cast<int32_t>(matches[i].size()), matches[i].data()});
     }
     EXPECT_GT(agreement_of(links[0], found).residual, 1);
-    ASSERT_EQ(adjust_further({links.data(), 2, 3, truth.focal, kLensOfSweep}, {nullptr}, &found),
-              kPanoSuccess);
+    ASSERT_EQ(adjust_lens({links.data(), 2, 3, truth.focal}, {nullptr}, &found), kPanoSuccess);
     for (const Link& link : links) {
         EXPECT_EQ(agreement_of(link, found).near, link.count);
         EXPECT_LT(agreement_of(link, found).residual, 0.02);
@@ -159,6 +160,30 @@ TEST(Trace, ShowsMatchesWhereBothPicturesHaveCameras)
     EXPECT_NEAR(trace->shown[0][0].y, 0, 1e-3);
     EXPECT_FALSE(trace->shown[1][0].is_known);
     EXPECT_FALSE(trace->shown[2][0].is_known);
+}
+
+// Two pictures of one place, of which the second grows darker to the left and to the top.
+TEST(PatchFit, TakesLightThatIsKnownForNoShift)
+{
+    constexpr int32_t kSide = 40, kMiddle = kSide / 2;
+    const PatchFade fade = {0.010, 0.006};
+    uint8_t first[kSide * kSide], second[kSide * kSide];
+    for (int32_t y = 0; y < kSide; ++y) {
+        for (int32_t x = 0; x < kSide; ++x) {
+            const double light = 120 + 12 * std::sin(0.4 * x + 0.1 * y) + 12 * std::sin(0.1 * x - 0.5 * y);
+            const double grown = 1 + fade.right * (x - kMiddle) + fade.down * (y - kMiddle);
+            first[y * kSide + x] = static_cast<uint8_t>(light + 0.5);
+            second[y * kSide + x] = static_cast<uint8_t>(light * grown + 0.5);
+        }
+    }
+    const ConstPlane before = {first, kSide, kSide, kSide}, after = {second, kSide, kSide, kSide};
+    const auto shift = [&](const PatchFade& known) {
+        PatchTask task = {&before, &after, kMiddle, kMiddle, kMiddle, kMiddle, {1, 0, 0, 1}, known};
+        EXPECT_GT(fit_patch(&task, 2), 0.8);
+        return std::hypot(task.second_x - kMiddle, task.second_y - kMiddle);
+    };
+    EXPECT_LT(shift(fade), 0.01);
+    EXPECT_GT(shift({0, 0}), 0.1);
 }
 
 // Against every rectangle, on random coverage.
@@ -210,24 +235,33 @@ TEST(Crop, IsTheLargestCoveredRectangle)
     }
 }
 
-// The mean of 2 x 2 elements of `bytes` interleaved bytes, plus `rounding` quarters.
-std::vector<uint8_t> halved(const std::vector<uint8_t>& from, int32_t stride, int32_t width, int32_t height,
-                            int32_t bytes, int32_t rounding)
+// Elements of `channels` interleaved bytes.
+struct Interleaved {
+    std::vector<uint8_t> bytes;
+    int32_t stride, width, height, channels;
+};
+
+// The mean of 2 x 2 elements, plus `rounding` quarters.
+Interleaved halved(const Interleaved& from, int32_t rounding)
 {
-    std::vector<uint8_t> half;
-    for (int32_t y = 0; y < height / 2; ++y) {
-        for (int32_t x = 0; x < width / 2 * bytes; ++x) {
+    const int32_t channels = from.channels;
+    Interleaved half = {{}, from.width / 2 * channels, from.width / 2, from.height / 2, channels};
+    for (int32_t y = 0; y < half.height; ++y) {
+        for (int32_t x = 0; x < half.stride; ++x) {
             const auto at = [&](int32_t i, int32_t j) {
-                return from[static_cast<size_t>((2 * y + j) * stride + (x / bytes * 2 + i) * bytes +
-                                                x % bytes)];
+                const int32_t element = x / channels * 2 + i;
+                return from.bytes[static_cast<size_t>((2 * y + j) * from.stride + element * channels +
+                                                      x % channels)];
             };
-            half.push_back(static_cast<uint8_t>((at(0, 0) + at(1, 0) + at(0, 1) + at(1, 1) + rounding) / 4));
+            const int32_t sum = at(0, 0) + at(1, 0) + at(0, 1) + at(1, 1);
+            half.bytes.push_back(static_cast<uint8_t>((sum + rounding) / 4));
         }
     }
     return half;
 }
 
-// Turned or not, of odd sizes: the picture's own rows are kept, and everything coarser is made of them.
+// Turned or not, of odd sizes: the picture's own rows are kept, and
+// everything coarser is made of them.
 TEST(Pyramid, HalvesLumaAndChroma)
 {
     for (const auto& [width, height, small] :
@@ -245,19 +279,20 @@ TEST(Pyramid, HalvesLumaAndChroma)
                 const int32_t x = turn ? i / w : i % w, y = turn ? (height & ~1) - 1 - i % w : i / w;
                 ASSERT_EQ(*(pano_row(kept.get(), i / w) + i % w), *(pano_row(&picture.img, y) + x));
             }
-            std::vector<uint8_t> level = _bytes_of(kept->data, int64_t{kept->stride} * h);
-            for (int32_t l = 1, pitch = kept->stride; l < pyramid.count; pitch = w >> l, ++l) {
-                level = halved(level, pitch, w >> (l - 1), h >> (l - 1), 1, 0);
+            const int32_t stride = kept->stride;
+            Interleaved level = {_bytes_of(kept->data, int64_t{stride} * h), stride, w, h, 1};
+            for (int32_t l = 1; l < pyramid.count; ++l) {
+                level = halved(level, 0);
                 const ConstPlane& view = pyramid.levels[l];
-                ASSERT_EQ(level, _bytes_of(view.data, int64_t{view.width} * view.height)) << l;
+                ASSERT_EQ(level.bytes, _bytes_of(view.data, int64_t{view.width} * view.height)) << l;
             }
             ASSERT_EQ(pyramid.small, small);
-            std::vector<uint8_t> pairs =
-                _bytes_of(pano_chroma_row(kept.get(), 0), int64_t{kept->stride} * h / 2);
-            for (int32_t l = 1, pitch = kept->stride; l <= small; pitch = w / 2 >> l << 1, ++l)
-                pairs = halved(pairs, pitch, w / 2 >> (l - 1), h / 2 >> (l - 1), 2, 2);
+            Interleaved pairs = {_bytes_of(pano_chroma_row(kept.get(), 0), int64_t{stride} * h / 2), stride,
+                                 w / 2, h / 2, 2};
+            for (int32_t l = 1; l <= small; ++l)
+                pairs = halved(pairs, 2);
             const ConstPlane& chroma = pyramid.small_pairs;
-            EXPECT_EQ(pairs, _bytes_of(chroma.data, 2 * int64_t{chroma.width} * chroma.height));
+            EXPECT_EQ(pairs.bytes, _bytes_of(chroma.data, 2 * int64_t{chroma.width} * chroma.height));
         }
     }
 }

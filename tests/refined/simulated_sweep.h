@@ -1,4 +1,5 @@
-// Simulated sweeps over a painted world of chance, taken through the public interface; what was found is kept as records.
+// Simulated sweeps over a painted world of chance, taken through the public interface; what
+// was found is kept as records.
 #ifndef SIMULATED_SWEEP_H
 #define SIMULATED_SWEEP_H
 
@@ -40,7 +41,7 @@ struct Simulated : SimulatedCamera {
     double contrast = 0.4;
     double horizon = 0;  // levels by which the sky is brighter than the ground, in every world
 
-    Simulated() : SimulatedCamera{480, 360, 517} {}  // the focal length that is assumed of 480 columns
+    Simulated() : SimulatedCamera{480, 360, 517} {}  // the focal length assumed of 480 columns
 
     Paint seen(const Vector& ray, size_t picture) const
     {
@@ -100,12 +101,13 @@ inline ozr_err take_all(ozr_panorama* pano, const std::deque<Photograph>& pictur
     return error;
 }
 
-inline Found find(const Simulated& sweep, ozr_panorama_direction direction = ozr_panorama_direction_auto,
+inline Found find(const std::deque<Photograph>& pictures,
+                  ozr_panorama_direction direction = ozr_panorama_direction_auto,
                   ozr_panorama_quality quality = ozr_panorama_quality_refined)
 {
     Found found;
     const Handle pano = create_panorama();
-    found.error = take_all(pano.get(), photographs(sweep), direction, quality);
+    found.error = take_all(pano.get(), pictures, direction, quality);
     if (found.error == ozr_success)
         found.error = ozr_panorama_run(pano.get(), &found.panorama);
     if (found.error == ozr_success)
@@ -117,6 +119,12 @@ inline Found find(const Simulated& sweep, ozr_panorama_direction direction = ozr
     for (int32_t i = 0; ozr_panorama_get_camera(pano.get(), i, &camera) == ozr_success; ++i)
         found.cameras.push_back(camera);
     return found;
+}
+
+inline Found find(const Simulated& sweep, ozr_panorama_direction direction = ozr_panorama_direction_auto,
+                  ozr_panorama_quality quality = ozr_panorama_quality_refined)
+{
+    return find(photographs(sweep), direction, quality);
 }
 
 inline double angle_of(const Rotation& r)

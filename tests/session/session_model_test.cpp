@@ -1,5 +1,6 @@
-// Random calls on two handles against the model of a session: valid and not, in any order, sweeps of every direction,
-// failing allocations, and requests to stop that come between calls and in the midst of them.
+// Random calls on two handles against the model of a session: valid and not, in any order,
+// sweeps of every direction, failing allocations, and requests to stop that come between
+// calls and in the midst of them.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -155,7 +156,8 @@ private:
         return fault >= 19;
     }
 
-    // Makes a call of the library and then of the model, with the same disturbance, and compares all that a caller sees.
+    // Makes a call of the library and then of the model, with the same disturbance, and
+    // compares all that a caller sees.
     template <class Library, class Model>
     ozr_err both(Subject* s, const std::string& name, Disturbance now, Library library, Model model)
     {
@@ -428,7 +430,7 @@ private:
                 [&] { return ozr_reference::cancel_process_async(&s->model.pe); });
         else if (s->model.stitched_count > 1)
             for (PanoramaCore* core : {pe->core, s->model.pe.core})
-                core->aligned[s->model.stitched_count - 1] = 0;  // as if its pair had not been found
+                core->aligned[s->model.stitched_count - 1] = 0;  // as if no pair was found
     }
 
     Random random_;

@@ -73,7 +73,8 @@ TEST(Session, MapsTheFormatOfThePanorama)
     }
 }
 
-// The call has just begun a sweep or its composition when the first request comes, or is in the midst of it.
+// The call has just begun a sweep or its composition when the first request
+// comes, or is in the midst of it.
 TEST(Session, ResetRepeatsItsRequestUntilTheCallHasLeft)
 {
     static PanoramaInternal* engine;
@@ -106,7 +107,7 @@ TEST(Session, ResetRepeatsItsRequestUntilTheCallHasLeft)
             EXPECT_EQ(sleeps.milliseconds(), stays ? 1000 : c.waited);
             EXPECT_EQ(log.chain(),
                       stays ? Chain{"ozr_err_invalid_status: from cancel_processes() @ reset"} : Chain{});
-            EXPECT_EQ(log.progress().size(), stays ? 1U : 2U);  // asked once, as far as the log tells
+            EXPECT_EQ(log.progress().size(), stays ? 1U : 2U);  // the log tells of one request
             inside = nullptr;
             engine->status = kStatusIdle;
         }
@@ -134,7 +135,7 @@ TEST(Session, RefusesPlanesBeyondThirtyTwoBits)
     const Session session;
     const LogCapture log;
     uint8_t pixel = 0;
-    ozr_image huge = {&pixel, 0, 1, 46340, ozr_image_format_yv12, 46340, 0};  // the luma alone would fit
+    ozr_image huge = {&pixel, 0, 1, 46340, ozr_image_format_yv12, 46340, 0};  // luma alone fits
     EXPECT_EQ(session->stitch_one_image(&huge, nullptr), ozr_err_invalid_argument);
     EXPECT_EQ(log.chain(), Chain{"ozr_err_invalid_argument:  @ stitch_one_image"});
 }

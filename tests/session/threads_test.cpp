@@ -1,5 +1,5 @@
-// Cancellation from a second thread, at every stage of a sweep: it ends the work in bounded time and leaves a session that
-// makes the same panorama as an undisturbed one.
+// Cancellation from a second thread, at every stage of a sweep: it ends the work in bounded time
+// and leaves a session that makes the same panorama as an undisturbed one.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -21,7 +21,8 @@ namespace
 using Clock = std::chrono::steady_clock;
 
 constexpr uint32_t kSeed = 2611;
-// The thread sanitizer sees a word that is not guarded whichever thread comes first, so it needs fewer moments.
+// The thread sanitizer sees a word that is not guarded whichever thread comes first, so it needs
+// fewer moments.
 #ifdef __SANITIZE_THREAD__
 constexpr int32_t kRounds = 200;
 #else
@@ -38,7 +39,8 @@ ozr_panorama* create()
     return pano;
 }
 
-// A sweep in front of the noise texture, call by call: three pictures, and a preview frame of another shape.
+// A sweep in front of the noise texture, call by call: three pictures, and a
+// preview frame of another shape.
 class Sweep
 {
 public:
@@ -49,7 +51,8 @@ public:
         for (int32_t step = kFirst; step < kRun; ++step) {
             const int32_t height = step == kPreview ? kHeight * 3 / 4 : kHeight;
             const int32_t left = step < kSecond ? 0 : kStep * (step - kPreview);
-            const ozr_image& frame = frames_.emplace_back(ozr_image_format_nv12, kWidth, height, kWidth, 1);
+            const ozr_image& frame =
+                frames_.emplace_back(Geometry{ozr_image_format_nv12, kWidth, height, kWidth}, 1);
             for (int32_t i = 0; i < kWidth * height; ++i)
                 frame.data[i] = static_cast<uint8_t>(noise(left + i % kWidth, i / kWidth));
         }
@@ -83,7 +86,8 @@ private:
 
 enum Disturbance { kReset, kDestroy, kCancel, kCancelAsync, kDisturbances };
 
-// The allocation at which the working call waits for the second thread, and the core whose request it waits for.
+// The allocation at which the working call waits for the second thread, and the core
+// whose request it waits for.
 std::atomic<int64_t> g_meeting;
 std::atomic<const PanoramaCore*> g_core;
 std::atomic<bool> g_met;
@@ -124,7 +128,8 @@ struct Moment {
     Clock::duration delay;  // after its begin
 };
 
-// One call, disturbed by a second thread at some moment. Returns the results of the call and of the disturbance.
+// One call, disturbed by a second thread at some moment. Returns the results of the
+// call and of the disturbance.
 std::pair<ozr_err, int32_t> disturbed_call(Sweep* sweep, ozr_panorama* pano, int32_t step,
                                            int32_t disturbance, const Moment& moment)
 {
@@ -178,8 +183,8 @@ TEST(Threads, AnyStageMayBeCancelledResetOrDestroyed)
     for (int32_t round = 0; round < kRounds && !testing::Test::HasFailure(); ++round) {
         const int32_t disturbed_step = round % Sweep::kSteps;
         const int32_t disturbance = random.below(kDisturbances), share = random.below(110);
-        // Half of the longer calls wait for the second thread; before the second picture there is no request to wait
-        // for.
+        // Half of the longer calls wait for the second thread; before the second picture
+        // there is no request to wait for.
         const bool meets = disturbed_step >= Sweep::kSecond && random.below(2) == 0;
         const int32_t meeting =
             meets ? 1 + random.below(static_cast<int32_t>(allocations[disturbed_step])) : 0;

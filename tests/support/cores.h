@@ -29,7 +29,8 @@ public:
     ozr_reference::Core want;
 };
 
-// Runs a test on random numbers, each trial with its own seed; every second one with the scalar kernels.
+// Runs a test on random numbers, each trial with its own seed; every second
+// one with the scalar kernels.
 template <class Trial>
 void for_trials(int32_t count, Trial trial)
 {
@@ -118,7 +119,8 @@ public:
     Disturbance(const Disturbance&) = delete;
 
     bool happened() const { return WrappedHeap::tried >= moment_; }
-    // The event in the addition of picture `index`, whose first allocation is that of its projection.
+    // The event in the addition of picture `index`, whose first allocation is
+    // that of its projection.
     ozr_reference::Event event(int32_t index) const
     {
         using namespace ozr_reference;
@@ -152,8 +154,8 @@ struct CoreSetup {
     int32_t forward, width, height, stride;
 };
 
-// Prepares both for a sweep; the allocation `failing` fails (0: none). The tables of an earlier sweep are only released
-// when the first pointer, which nothing fills, is set.
+// Prepares both for a sweep; the allocation `failing` fails (0: none). The tables of an earlier
+// sweep are only released when the first pointer, which nothing fills, is set.
 inline void init_both(TestCore& test, const CoreSetup& setup, Tables tables, int32_t failing = 0)
 {
     const auto& [forward, width, height, stride] = setup;

@@ -20,8 +20,8 @@ inline Bytes random_bytes(int64_t count, uint32_t seed)
     return bytes;
 }
 
-// Random bytes that end with the plane, so that sanitised builds see reads beyond it. A destination has guards around it
-// and the bytes that are expected in it, at first its own.
+// Random bytes that end with the plane, so that sanitised builds see reads beyond it. A destination
+// has guards around it and the bytes that are expected in it, at first its own.
 struct Buffer {
     int64_t guard;
     Bytes now, want;
@@ -49,12 +49,20 @@ inline int32_t pixel_bytes(ozr_image_format format)
     return format == ozr_image_format_rgba32 ? 4 : format == ozr_image_format_yuy2 ? 2 : 1;
 }
 
+// Of an image; the stride in bytes.
+struct Geometry {
+    ozr_image_format format;
+    int32_t width, height, stride;
+
+    int32_t bytes() const { return stride * (is_12_bit(format) ? height + height / 2 : height); }
+};
+
 // An image of random bytes around a buffer of the test's own.
 struct TestImage : ozr_image {
     Buffer buffer;
 
-    TestImage(ozr_image_format f, int32_t w, int32_t h, int32_t s, uint32_t seed, int64_t guard = 0)
-        : ozr_image{nullptr, s * (is_12_bit(f) ? h + h / 2 : h), w, h, f, s, 90}, buffer(size, seed, guard)
+    TestImage(const Geometry& g, uint32_t seed, int64_t guard = 0)
+        : ozr_image{nullptr, g.bytes(), g.width, g.height, g.format, g.stride, 90}, buffer(size, seed, guard)
     {
         data = buffer.data();
     }

@@ -36,8 +36,8 @@ public:
 
     const Lines& info() const { return info_; }
 
-    // Error lines, innermost first: "OZR_EXCEPTION(code) text @ function():line" as "code: text @ function"; a failed
-    // condition keeps its head.
+    // Error lines, innermost first: "OZR_EXCEPTION(code) text @ function():line" as "code: text @
+    // function"; a failed condition keeps its head.
     Chain chain() const
     {
         const std::string head = "OZR_EXCEPTION(";

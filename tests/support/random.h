@@ -24,8 +24,9 @@ private:
     uint32_t state_;
 };
 
-// The trials that a random test makes of those that it makes on the machine itself. Under emulation, which takes a
-// hundred times as long, they show what the compiler and the processor do, not each path through the sources.
+// The trials that a random test makes of those that it makes on the machine itself. Under
+// emulation, which takes a hundred times as long, they show what the compiler and the processor do,
+// not each path through the sources.
 constexpr int32_t trials(int32_t count)
 {
 #ifdef OZR_TESTS_ARE_EMULATED

@@ -8,7 +8,8 @@
 #include <map>
 #include <tuple>
 
-// For cameras of a focal length in pixels; so many radians along and across the sweep. Painted once each.
+// For cameras of a focal length in pixels; so many radians along and across
+// the sweep. Painted once each.
 inline const ozr_pano::Surroundings& scene(bool vertical, double focal, double along = 3.4,
                                            double across = 1.4)
 {

@@ -34,7 +34,8 @@ void* counted(void* block)
 
 extern "C" {
 
-// New memory is anything but zero; of the largest blocks only the beginning, so that no machine has to hold them.
+// New memory is anything but zero; of the largest blocks only the beginning, so that
+// no machine has to hold them.
 void* __wrap_malloc(size_t size)
 {
     void* const block = refuse() ? nullptr : counted(__real_malloc(size));

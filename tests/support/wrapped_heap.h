@@ -1,12 +1,13 @@
-// The C allocators as the library sees them: one allocation can be made to fail, and live blocks are counted.
+// The C allocators as the library sees them: one allocation can be made to fail,
+// and live blocks are counted.
 #ifndef WRAPPED_HEAP_H
 #define WRAPPED_HEAP_H
 
 #include <atomic>
 #include <cstdint>
 
-// Counts from its construction on; only allocation `failing_one` (from 1; 0: none) fails. Calls `told` with the number
-// of each allocation before it is made.
+// Counts from its construction on; only allocation `failing_one` (from 1; 0: none) fails. Calls
+// `told` with the number of each allocation before it is made.
 class WrappedHeap
 {
 public:

@@ -30,7 +30,8 @@ public:
     static inline timeval now;
 };
 
-// While it exists nothing sleeps: sleeps are added up, and each calls `told`. Of one thread at a time.
+// While it exists nothing sleeps: sleeps are added up, and each calls `told`.
+// Of one thread at a time.
 class Sleeps
 {
 public:

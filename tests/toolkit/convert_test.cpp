@@ -1,4 +1,5 @@
-// Conversions between pixel formats: the bytes, the chain of failure lines, and the state of the destination.
+// Conversions between pixel formats: the bytes, the chain of failure lines, and
+// the state of the destination.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -80,14 +81,14 @@ TEST(Convert, EveryPixelFollowsTheFormulas)
                 continue;
             SCOPED_TRACE(testing::Message() << kNames[format] << ' ' << width << 'x' << height);
             const int32_t stride = pixel_bytes(format) * width + padding;
-            const TestImage yuv(format, width, height, stride, 7);
-            const TestImage rgb(ozr_image_format_rgba32, width, height, 4 * width + padding, 8);
-            OwnedImage to_rgba, to_yuv(format, width, height, stride + 1);  // fits already: its stride stays
+            const TestImage yuv({format, width, height, stride}, 7);
+            const TestImage rgb({ozr_image_format_rgba32, width, height, 4 * width + padding}, 8);
+            OwnedImage to_rgba, to_yuv(format, width, height, stride + 1);  // its stride stays
             ASSERT_EQ(ozr_image_convert(&yuv, &to_rgba, ozr_image_format_rgba32), ozr_success);
             ASSERT_EQ(ozr_image_convert(&rgb, &to_yuv, format), ozr_success);
             EXPECT_EQ(to_rgba.stride, (4 * width + 15) / 16 * 16);
             // Into memory of the caller's: nothing beside the rows changes.
-            TestImage guarded(ozr_image_format_rgba32, width, height, 4 * width + padding, 9, 16);
+            TestImage guarded({ozr_image_format_rgba32, width, height, 4 * width + padding}, 9, 16);
             ASSERT_EQ(ozr_image_convert(&yuv, &guarded, ozr_image_format_rgba32), ozr_success);
             for (int at = 0; at < 4 * width * height; ++at) {
                 const int row = at / (4 * width), byte = at % (4 * width);
@@ -111,7 +112,7 @@ TEST(Convert, EveryPixelFollowsTheFormulas)
 TEST(Convert, IdentityCopiesWithRotation)
 {
     for (ozr_image_format format : kFormats) {
-        const TestImage src(format, 6, 4, 4 * 6 + 2, 9);
+        const TestImage src({format, 6, 4, 4 * 6 + 2}, 9);
         OwnedImage dst;
         ASSERT_EQ(kConvertTo[format](&src, &dst), ozr_success) << kNames[format];
         EXPECT_EQ(dst.rotation, 90);
@@ -152,16 +153,16 @@ TEST(Convert, RefusesArgumentsFormatsAndPairs)
             std::string("validate_image_format_conversion(src, dst, ozr_image_format_") + constants[to] + ")";
         expect_failure(nullptr, to, ozr_err_invalid_argument, validation);
         expect_failure(&empty, to, ozr_err_invalid_argument, validation);
-        TestImage unknown(ozr_image_format_gray, 4, 2, 8, 10);
+        TestImage unknown({ozr_image_format_gray, 4, 2, 8}, 10);
         unknown.format = ozr_image_format(6);
         expect_failure(&unknown, to, ozr_err_not_supported, "get_interface(src->format, &interface)");
         for (ozr_image_format from : kFormats) {
-            const TestImage src(from, 4, 2, 8, 10);
+            const TestImage src({from, 4, 2, 8}, 10);
             if (from != to && from != ozr_image_format_rgba32 && to != ozr_image_format_rgba32)
                 expect_failure(&src, to, ozr_err_not_supported, operation(to));
         }
     }
-    const TestImage gray(ozr_image_format_gray, 25, 10, 25, 13);
+    const TestImage gray({ozr_image_format_gray, 25, 10, 25}, 13);
     OwnedImage dst(ozr_image_format_gray, 3, 3, 0);
     const LogCapture quiet;
     for (int32_t unknown : {-1, 6})
@@ -187,7 +188,7 @@ TEST(Convert, OddSizesFailWhereChromaIsShared)
                 const int32_t width = 2 + odd % 2, height = 2 + odd / 2;
                 const ozr_image_format from = to_rgba ? format : ozr_image_format_rgba32;
                 const ozr_image_format to = to_rgba ? ozr_image_format_rgba32 : format;
-                const TestImage src(from, width, height, 4 * width, 11);
+                const TestImage src({from, width, height, 4 * width}, 11);
                 const bool is_yuy2 = format == ozr_image_format_yuy2;
                 OwnedImage dst;
                 if (is_12_bit(format) || (is_yuy2 && width == 3))

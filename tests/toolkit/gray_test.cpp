@@ -15,7 +15,8 @@ struct Size {
     int32_t width, height;
 };
 
-// A source that ends with its last pixel, or with the row and the byte behind it that enlarging reads.
+// A source that ends with its last pixel, or with the row and the byte behind
+// it that enlarging reads.
 struct Picture {
     Size size;
     int32_t stride;
@@ -54,8 +55,8 @@ int slow_bilinear(const Picture& src, Size dst, int x, int y)
 using Resize = ozr_err (*)(uint8_t*, int32_t, int32_t, int32_t, const uint8_t*, int32_t, int32_t, int32_t);
 const Size kTargets[] = {{1, 1}, {2, 3}, {4, 4}, {17, 8}, {35, 33}, {50, 41}};
 
-// Rows that overlap each other, and a picture that is reduced in place, have the bytes of rows resized one after the
-// other.
+// Rows that overlap each other, and a picture that is reduced in place, have the bytes of rows
+// resized one after the other.
 TEST(Resize, OverlappingRowsAreMadeInOrder)
 {
     constexpr int32_t kSide = 64, kHalf = kSide / 2;

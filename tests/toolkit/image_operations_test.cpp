@@ -27,7 +27,7 @@ TEST(Hflip, ExchangesPixelsAndKeepsPadding)
     };
     for (const auto& row : rows) {
         const int32_t stride = static_cast<int32_t>(row.luma.size());
-        TestImage image(row.format, row.width, row.height, stride, 1, 16);
+        TestImage image({row.format, row.width, row.height, stride}, 1, 16);
         for (int at = 0; at < image.size; ++at) {
             const bool in_luma = at < stride * row.height;
             const size_t byte = static_cast<size_t>(at % stride);
@@ -38,12 +38,13 @@ TEST(Hflip, ExchangesPixelsAndKeepsPadding)
         EXPECT_EQ(image.buffer.now, image.buffer.want) << row.luma << row.chroma;
     }
     for (ozr_image_format format : {ozr_image_format_yv12, ozr_image_format_yuy2, ozr_image_format(6)}) {
-        TestImage image(format, 4, 2, 8, 3);
+        TestImage image({format, 4, 2, 8}, 3);
         EXPECT_EQ(ozr_image_hflip(&image), ozr_err_not_supported);
         EXPECT_EQ(image.buffer.now, image.buffer.want);
     }
-    // A stride shorter than a row: the last chroma row ends behind the image, though all luma rows are inside.
-    TestImage image(ozr_image_format_nv12, 8, 4, 7, 4);
+    // A stride shorter than a row: the last chroma row ends behind the image,
+    // though all luma rows are inside.
+    TestImage image({ozr_image_format_nv12, 8, 4, 7}, 4);
     EXPECT_EQ(ozr_image_hflip(&image), ozr_err_invalid_argument);
     image.data = nullptr;
     image.stride = 8;
@@ -66,9 +67,10 @@ TEST(SampleGray, TakesEveryNthLuma)
         for (int32_t n : {1, 2, 3, 5, 40})
             for (int32_t width : {7, 16, 33}) {
                 SCOPED_TRACE(testing::Message() << "format " << format << " n " << n << " width " << width);
-                const TestImage src(ozr_image_format(format), width, 11, 4 * width, 21);
-                // A destination of the right size is used, whatever its format; an empty one is created.
-                TestImage fitting(ozr_image_format_yv12, width / n, 11 / n, width / n + 2, 22, 16);
+                const TestImage src({ozr_image_format(format), width, 11, 4 * width}, 21);
+                // A destination of the right size is used, whatever its
+                // format; an empty one is created.
+                TestImage fitting({ozr_image_format_yv12, width / n, 11 / n, width / n + 2}, 22, 16);
                 const uint8_t* const before = fitting.data;
                 fitting.rotation = 0;
                 OwnedImage made;
@@ -91,8 +93,8 @@ TEST(SampleGray, TakesEveryNthLuma)
                 ASSERT_EQ(fitting.buffer.now, fitting.buffer.want);
             }
     // Equal strides: the plane is copied with its padding.
-    const TestImage src(ozr_image_format_nv12, 6, 4, 8, 24);
-    TestImage dst(ozr_image_format_gray, 6, 4, 8, 25, 16);
+    const TestImage src({ozr_image_format_nv12, 6, 4, 8}, 24);
+    TestImage dst({ozr_image_format_gray, 6, 4, 8}, 25, 16);
     ASSERT_EQ(ozr_image_sample_gray(&dst, &src, 1), ozr_success);
     for (int at = 0; at < 32; ++at)
         dst.buffer.expect(at, src.data[at]);
@@ -101,7 +103,7 @@ TEST(SampleGray, TakesEveryNthLuma)
 
 TEST(SampleGray, Refuses)
 {
-    TestImage src(ozr_image_format_gray, 8, 8, 8, 27);
+    TestImage src({ozr_image_format_gray, 8, 8, 8}, 27);
     OwnedImage dst, empty, narrow(ozr_image_format_rgba32, 25, 10, 98);
     EXPECT_EQ(ozr_image_sample_gray(nullptr, &src, 2), ozr_err_invalid_argument);
     EXPECT_EQ(ozr_image_sample_gray(&dst, nullptr, 2), ozr_err_invalid_argument);
@@ -115,8 +117,8 @@ TEST(SampleGray, Refuses)
     src.format = ozr_image_format(6);
     EXPECT_EQ(ozr_image_sample_gray(&dst, &src, 2), ozr_err_not_supported);
     EXPECT_EQ(dst.width, 4);  // shaped before the format is looked at
-    EXPECT_EQ(ozr_image_sample_gray(&dst, &narrow, 1), ozr_err_invalid_argument);  // 99 bytes are read
-    const TestImage exact(ozr_image_format_rgba32, 25, 10, 99, 28);
+    EXPECT_EQ(ozr_image_sample_gray(&dst, &narrow, 1), ozr_err_invalid_argument);  // reads 99 bytes
+    const TestImage exact({ozr_image_format_rgba32, 25, 10, 99}, 28);
     EXPECT_EQ(ozr_image_sample_gray(&dst, &exact, 1), ozr_success);
 }
 
@@ -175,14 +177,15 @@ ozr_err warp_image(const Warp& w, const ozr_image* src, ozr_image* dst)
     return ozr_image_warp_by_2points(src, w.sx1, w.sy1, w.sx2, w.sy2, dst, w.dx1, w.dy1, w.dx2, w.dy2);
 }
 
-// Compares with the formula. Sources end with their last byte, so that sanitised builds see reads beyond it.
+// Compares with the formula. Sources end with their last byte, so that sanitised
+// builds see reads beyond it.
 void expect_warp(const Warp& w, ozr_image_format format, int32_t width, int32_t height, int32_t padding)
 {
     SCOPED_TRACE(testing::Message() << "format " << format << " warp " << &w - kWarps << " width " << width);
     const int32_t pixel = pixel_bytes(format);
-    TestImage src(format, width, height, width * pixel + padding, 31);
-    TestImage dst(ozr_image_format_nv12, 29, 21, 31, 32, 16),
-        plain(ozr_image_format_nv12, 29, 21, 31, 32, 16);
+    TestImage src({format, width, height, width * pixel + padding}, 31);
+    TestImage dst({ozr_image_format_nv12, 29, 21, 31}, 32, 16),
+        plain({ozr_image_format_nv12, 29, 21, 31}, 32, 16);
     if (pixel == 1 && padding == 0)
         src.stride = 0;  // means the width
     ASSERT_EQ(warp_image(w, &src, &dst), ozr_success);
@@ -216,12 +219,13 @@ TEST(Warp, FollowsTheFormulaInEveryFormat)
 
 TEST(Warp, Refuses)
 {
-    TestImage src(ozr_image_format_gray, 8, 6, 8, 37), dst(ozr_image_format_gray, 8, 6, 8, 38);
+    TestImage src({ozr_image_format_gray, 8, 6, 8}, 37), dst({ozr_image_format_gray, 8, 6, 8}, 38);
     const Warp good = {0, 0, 4, 0, 2, 3, 6, 3}, coinciding = {0, 0, 4, 0, 2, 3, 2, 3};
     EXPECT_EQ(warp_image(good, nullptr, &dst), ozr_err_invalid_argument);
     EXPECT_EQ(warp_image(good, &src, nullptr), ozr_err_invalid_argument);
-    EXPECT_EQ(warp_image({0, 0, 4, 0, 2, 3, 3, 3}, &src, &dst), ozr_err_invalid_argument);  // D * D >> 4 is 0
-    EXPECT_EQ(warp_image({0, 0, 4, 0, 2, 3, 65538, 3}, &src, &dst), ozr_err_invalid_status);  // D wraps to 0
+    // D * D >> 4 is 0; D wraps around to 0.
+    EXPECT_EQ(warp_image({0, 0, 4, 0, 2, 3, 3, 3}, &src, &dst), ozr_err_invalid_argument);
+    EXPECT_EQ(warp_image({0, 0, 4, 0, 2, 3, 65538, 3}, &src, &dst), ozr_err_invalid_status);
     for (ozr_image_format format : {ozr_image_format_yv12, ozr_image_format_rgba32, ozr_image_format(6)}) {
         src.format = format;
         EXPECT_EQ(warp_image(coinciding, &src, &dst), ozr_err_invalid_status);
@@ -241,13 +245,13 @@ TEST(WarpIntoRows, HalvesDistantPointsFirst)
 {
     const Buffer src(40 * 30, 41);
     const struct {
-        Warp given,
-            used;  // the second by hand: each point to (centre + point + 1) >> 1 while D * D > 6000000
+        Warp given;
+        Warp used;  // by hand: each point to (centre + point + 1) >> 1 while D * D > 6000000
     } rows[] = {
         {{4, 4, 30, 20, 3, 5, 33, 22}, {4, 4, 30, 20, 3, 5, 33, 22}},          // D * D = 1413721
         {{1, 10, 39, 11, 2, 9, 50, 9}, {1, 10, 39, 11, 2, 9, 50, 9}},          // 5308416
-        {{1, 10, 39, 11, 0, 9, 60, 9}, {11, 11, 30, 11, 15, 9, 45, 9}},        // 60 apart: one round
-        {{0, 10, 39, 11, -100, 9, 200, 9}, {0, 10, 39, 11, -100, 9, 200, 9}},  // 300: D * D wraps below 0
+        {{1, 10, 39, 11, 0, 9, 60, 9}, {11, 11, 30, 11, 15, 9, 45, 9}},        // 60 apart: once
+        {{0, 10, 39, 11, -100, 9, 200, 9}, {0, 10, 39, 11, -100, 9, 200, 9}},  // D * D: below 0
     };
     for (const auto& [g, used] : rows) {
         Buffer dst(25 * 33, 42, 16);

@@ -86,8 +86,8 @@ TEST(Image, CopyMovesRowsAndChromaAndNothingElse)
     for (ozr_image_format format : {ozr_image_format_nv12, ozr_image_format_nv21, ozr_image_format_yv12}) {
         for (int32_t width : {4, 5, 8, 11}) {
             const int32_t height = width + 1;
-            const TestImage src(format, width, height, width + 3, 1);
-            TestImage dst(format, width, height, width + 6, 2, 16);
+            const TestImage src({format, width, height, width + 3}, 1);
+            TestImage dst({format, width, height, width + 6}, 2, 16);
             dst.rotation = 180;
             const auto expect_plane = [&](int from, int to, int bytes, int rows, int split) {
                 for (int at = 0; at < bytes * rows; ++at)
@@ -111,7 +111,7 @@ TEST(Image, CopyMovesRowsAndChromaAndNothingElse)
 
 TEST(Image, CopyAndCloneNameTheirFaults)
 {
-    TestImage src(ozr_image_format_gray, 4, 4, 4, 3), other(ozr_image_format_gray, 4, 5, 4, 4);
+    TestImage src({ozr_image_format_gray, 4, 4, 4}, 3), other({ozr_image_format_gray, 4, 5, 4}, 4);
     const LogCapture log;
     EXPECT_EQ(ozr_image_copy(&src, &other), ozr_err_invalid_argument);
     EXPECT_EQ(log.chain(),
@@ -140,7 +140,8 @@ TEST(Image, CopyTakesRowsLongerThanTheStrideWhereTheSizeCoversThem)
     EXPECT_EQ(ozr_image_copy(&odd, &odd_copy), ozr_success);
 }
 
-// Each of these calls makes one allocation; when it fails, the lines name the calls that it failed in.
+// Each of these calls makes one allocation; when it fails, the lines name the
+// calls that it failed in.
 TEST(Image, NamesTheCallsWhoseMemoryIsOut)
 {
     const std::string create =
@@ -162,7 +163,7 @@ TEST(Image, NamesTheCallsWhoseMemoryIsOut)
         {ozr_image_clone, {create, recreate, clone}},
         {ozr_image_convert_to_nv12, {create, recreate, convert}},
     };
-    const TestImage src(ozr_image_format_rgba32, 8, 8, 32, 2);
+    const TestImage src({ozr_image_format_rgba32, 8, 8, 32}, 2);
     for (const auto& row : rows) {
         SCOPED_TRACE(row.failed.back());
         Chain chain;

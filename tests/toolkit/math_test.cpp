@@ -1,4 +1,5 @@
-// Integer trigonometry, square root, rectangles and points: hand-made values, and the odd results callers rely on.
+// Integer trigonometry, square root, rectangles and points: hand-made values, and the
+// odd results callers rely on.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -23,7 +24,8 @@ TEST(Trigonometry, FollowsTheCircleAtAnyAngle)
         ASSERT_EQ(ozr_math_sin_tiny(degree), ozr_math_sini16_d(degree));
         ASSERT_EQ(ozr_math_cosi16_d(-degree), ozr_math_cosi16_d(degree));
     }
-    EXPECT_EQ(ozr_math_cosi16_d(INT32_MIN), ozr_math_cosi16_d(-128));  // -2^31 = -5965232 * 360 - 128
+    // -2^31 = -5965232 * 360 - 128.
+    EXPECT_EQ(ozr_math_cosi16_d(INT32_MIN), ozr_math_cosi16_d(-128));
     EXPECT_EQ(ozr_math_cos(1.25), cos(1.25));
     EXPECT_EQ(ozr_math_sin(1.25), sin(1.25));
 }
@@ -37,7 +39,8 @@ TEST(Arctan, GivesDegreesFromTheYAxis)
         {5, -5, 135},      {-5, -5, -135},       {-5, 5, -45},  {100, 1, 90},  {-100, 1, -90},
         {401, 7, 89},      {58, 1, 90},          {36, 1024, 2}, {37, 1024, 3}, {1023, 1024, 44},
         {INT32_MIN, 1, 0}, {-1774, -1024, -120},
-        // Tangents of 36 and 37 are between 2 degrees (36) and 3 (54); the search for 37 goes 45, 22, 10, 4, 1, 2, 3.
+        // Tangents of 36 and 37 are between 2 degrees (36) and 3 (54); the search for 37
+        // goes 45, 22, 10, 4, 1, 2, 3.
     };
     for (const auto& row : rows)
         EXPECT_EQ(ozr_math_arctan(row.x, row.y), row.degrees) << row.x << ',' << row.y;
@@ -69,7 +72,8 @@ TEST(NormalizeAngle, UsesSixteenBits)
         EXPECT_EQ(ozr_math_normalize_angle(row.degrees), row.normal) << row.degrees;
 }
 
-// Apart, touching, or one in the other. The area of what two have in common is signed, in each direction.
+// Apart, touching, or one in the other. The area of what two have in common
+// is signed, in each direction.
 TEST(Rect, CombinesTwo)
 {
     Random random(1);
@@ -129,8 +133,8 @@ TEST(Point, TurnsAboutACentre)
         ozr_point want;
     } rows[] = {
         {{13, 20}, 0, {13, 20}},   {{13, 20}, 90, {10, 17}}, {{13, 20}, 180, {7, 20}},
-        {{13, 20}, -90, {10, 23}}, {{20, 20}, 60, {14, 12}},  // 4.9998 down to 4; 8.66 down to 8 of an upward axis
-        {{0, 20}, 60, {5, 29}},                               // -4.9998 down to -5; -8.66 down to -9
+        {{13, 20}, -90, {10, 23}}, {{20, 20}, 60, {14, 12}},  // 4.9998: 4; upwards 8.66: 8
+        {{0, 20}, 60, {5, 29}},                               // -4.9998: -5; -8.66: -9
     };
     for (const auto& row : rows) {
         ozr_point out = row.p;
@@ -189,7 +193,8 @@ TEST(Geometry, RefusesNullPointers)
 
 TEST(WarpPoint, MapsDestinationToSource)
 {
-    // Twice the size and a quarter turn: the source's (0, 0)-(10, 0) lands on (100, 100)-(100, 120).
+    // Twice the size and a quarter turn: the source's (0, 0)-(10, 0) lands on
+    // (100, 100)-(100, 120).
     const struct {
         ozr_point destination, source;
     } rows[] = {
@@ -206,7 +211,8 @@ TEST(WarpPoint, MapsDestinationToSource)
     EXPECT_EQ(ozr_warp_point_by_2points(1, 2, 0, 0, 1, 1, nullptr, &b, 0, 0, 5, 5), ozr_err_invalid_argument);
     EXPECT_EQ(ozr_warp_point_by_2points(1, 2, 0, 0, 1, 1, &a, &b, 5, 5, 5, 5), ozr_err_invalid_argument);
     EXPECT_EQ((ozr_point{a, b}), (ozr_point{-2, 0}));
-    // Wherever the points are: all products wrap around, and sanitised builds see those that do not.
+    // Wherever the points are: all products wrap around, and sanitised builds
+    // see those that do not.
     using ozr::Wrap32;
     const int32_t wild[] = {INT32_MIN, INT32_MIN + 1, -1, 0, 1, 7, INT32_MAX};
     for (int32_t m : wild) {
@@ -251,7 +257,9 @@ TEST(WarpRotation, TurnsAboutTheOrigin)
         int32_t degrees;
         ozr_point want;
     } rows[] = {
-        {0, {10, 4}}, {90, {-4, 10}}, {180, {-10, -4}}, {270, {4, -10}}, {60, {1, 10}}};  // 1.54, 10.66
+        // The last one is (1.54, 10.66).
+        {0, {10, 4}}, {90, {-4, 10}}, {180, {-10, -4}}, {270, {4, -10}}, {60, {1, 10}},
+    };
     for (const auto& row : rows) {
         ozr_point p = {10, 4};
         ozr_warp_rotation_degree(&p, &p, row.degrees);

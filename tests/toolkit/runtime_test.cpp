@@ -1,4 +1,5 @@
-// The common runtime: aligned memory, bounded copies, result names, the logger, the profiler, versions, the platform.
+// The common runtime: aligned memory, bounded copies, result names, the logger, the
+// profiler, versions, the platform.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -84,9 +85,9 @@ TEST(AlignedMemory, IsAlignedUsableAndGivenBack)
         }
     }
     EXPECT_EQ(ozr_malloc_aligned(0xFFFFF000U, 4096), nullptr);  // wraps around to 2 bytes
-    EXPECT_EQ(ozr_malloc_aligned(0xFFFFFFFFU, 1), nullptr);     // likewise, of the 3 for the distance
+    EXPECT_EQ(ozr_malloc_aligned(0xFFFFFFFFU, 1), nullptr);     // likewise, 2 of the 3 needed
     EXPECT_EQ(ozr_calloc_aligned(0, 16, 4096), nullptr);        // no room for the distance
-    void* wrapped = ozr_malloc_aligned(0xFFFFFFFFU, 4096);      // wraps around to 4097 bytes, just enough
+    void* wrapped = ozr_malloc_aligned(0xFFFFFFFFU, 4096);      // around to 4097 bytes: enough
     ASSERT_NE(wrapped, nullptr);
     ozr_free_aligned(wrapped);
     EXPECT_EQ(heap.live_blocks(), 0);
@@ -106,7 +107,8 @@ TEST(AlignedMemory, EngineBlocksArePageAlignedInsideTheirBlock)
     EXPECT_LE(distance, 8192U);
     PanoFree(raw);
     const WrappedHeap heap(1);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(AlignedCalloc(1, 1, &raw)), 8192U);  // only *raw shows the failure
+    // Only *raw shows the failure.
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(AlignedCalloc(1, 1, &raw)), 8192U);
     EXPECT_EQ(raw, nullptr);
 }
 

@@ -25,7 +25,9 @@ double _bending(double radial, double square_of_distance)
 
 Ray Pinhole::ray(const Spot& place) const
 {
-    const double u = place.x / focal, v = place.y / focal;
+    const double scale = 1 / (focal * (1 - stretch * stretch - shear * shear));
+    const double u = scale * (place.x - stretch * place.x - shear * place.y);
+    const double v = scale * (place.y - shear * place.x + stretch * place.y);
     const double d = 1 + radial * (u * u + v * v);
     const double* m = rotation;
     return {m[0] * u * d + m[1] * v * d + m[2], m[3] * u * d + m[4] * v * d + m[5],
@@ -41,7 +43,8 @@ bool Pinhole::place(const Ray& ray, Spot* place) const
     if (z < kLeastAhead * sqrt(x * x + y * y + z * z))
         return false;
     const double scale = focal * _bending(radial, (x * x + y * y) / (z * z)) / z;
-    *place = {x * scale, y * scale};
+    const Spot lens = {x * scale, y * scale};
+    *place = {lens.x + stretch * lens.x + shear * lens.y, lens.y + shear * lens.x - stretch * lens.y};
     return true;
 }
 

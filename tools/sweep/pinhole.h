@@ -17,6 +17,8 @@ struct Pinhole {
     double rotation[9];  // of a ray of the camera into the world, row-major
     double focal;        // pixels
     double radial;       // r focal lengths from the middle are seen r (1 + radial r^2) off the axis
+    // What a rolling shutter adds to the place (x, y): (stretch x + shear y, shear x - stretch y).
+    double stretch, shear;
 
     // The direction in which the camera sees a place.
     Ray ray(const Spot& place) const;

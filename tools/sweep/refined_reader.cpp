@@ -28,7 +28,7 @@ constexpr double kTwoPi = 6.283185307179586;
 
 Pinhole _pinhole(const CameraRecord& camera)
 {
-    Pinhole pinhole = {{}, camera.focal, camera.radial};
+    Pinhole pinhole = {{}, camera.focal, camera.radial, camera.skew.stretch, camera.skew.shear};
     std::copy_n(camera.rotation, 9, pinhole.rotation);
     return pinhole;
 }

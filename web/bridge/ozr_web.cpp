@@ -1,8 +1,9 @@
 // The library for JavaScript: one session, driven by functions that take and return plain numbers.
 //
-// A module instance holds one session, because a worker does: what it has allocated goes with its memory when the worker
-// ends. A frame is written by JavaScript into memory that ozr_web_frame names; what a call found out is read from the
-// record of ozr_web_answer, all of whose fields are 32 bits wide; why a call failed from ozr_web_chain.
+// A module instance holds one session, because a worker does: what it has allocated goes with its
+// memory when the worker ends. A frame is written by JavaScript into memory that ozr_web_frame
+// names; what a call found out is read from the record of ozr_web_answer, all of whose fields are
+// 32 bits wide; why a call failed from ozr_web_chain.
 #include <ozr_log.h>
 #include <ozr_panorama.h>
 
@@ -25,7 +26,8 @@ struct Frame {
     bool is_rgba;
 };
 
-// What the last call found out. JavaScript reads it as an array of 32-bit words; `numbers` are floats.
+// What the last call found out. JavaScript reads it as an array of 32-bit
+// words; `numbers` are floats.
 struct Answer {
     int32_t x, y;                         // of a preview: pixels since the last announced picture
     int32_t direction;                    // of a preview
@@ -103,7 +105,8 @@ OZR_WEB_EXPORT const void* ozr_web_answer()
     return &g_answer;
 }
 
-/** The lines of the error log since the last call began, innermost first, each ended by a line feed. */
+/** The lines of the error log since the last call began, innermost first, each
+    ended by a line feed. */
 OZR_WEB_EXPORT const char* ozr_web_chain()
 {
     return g_chain;
@@ -127,7 +130,7 @@ OZR_WEB_EXPORT ozr_err ozr_web_create(int32_t direction, int32_t overlap, int32_
                : ozr_panorama_set_quality(g_session, static_cast<ozr_panorama_quality>(quality));
 }
 
-/** Memory for the next frame: width * height * 4 bytes of RGBA, or * 3 / 2 of NV12, without padding.
+/** Memory for the next frame: width * height * 4 bytes of RGBA, or * 3 / 2 of NV12, not padded.
  *  @param use  0 a preview, 1 a picture.
  *  @return null when memory is out or the sides are not even numbers. */
 OZR_WEB_EXPORT uint8_t* ozr_web_frame(int32_t use, int32_t is_rgba, int32_t width, int32_t height)
@@ -142,7 +145,7 @@ OZR_WEB_EXPORT uint8_t* ozr_web_frame(int32_t use, int32_t is_rgba, int32_t widt
     return ozr_image_recreate(image, width, height, width, format) == ozr_success ? image->data : nullptr;
 }
 
-/** The frame as the library gets it, converted to NV12 without padding; its geometry goes into the answer.
+/** The frame as the library gets it, converted to NV12 without padding; its geometry is the answer.
  *  @return null when memory is out. */
 OZR_WEB_EXPORT const uint8_t* ozr_web_nv12(int32_t use)
 {
@@ -154,7 +157,8 @@ OZR_WEB_EXPORT const uint8_t* ozr_web_nv12(int32_t use)
     return image->data;
 }
 
-/** Follows the camera with the preview that was written. @return as ozr_panorama_detect_frame_to_stitch. */
+/** Follows the camera with the preview that was written. @return as
+    ozr_panorama_detect_frame_to_stitch. */
 OZR_WEB_EXPORT ozr_err ozr_web_preview()
 {
     _begin_call();
@@ -171,7 +175,8 @@ OZR_WEB_EXPORT ozr_err ozr_web_preview()
     return due;
 }
 
-/** Adds the picture that was written. The offset is the one announced; without one it follows from the overlap. */
+/** Adds the picture that was written. The offset is the one announced; without one
+    it follows from the overlap. */
 OZR_WEB_EXPORT ozr_err ozr_web_picture(int32_t has_offset, int32_t x, int32_t y)
 {
     _begin_call();
@@ -213,7 +218,8 @@ OZR_WEB_EXPORT const uint8_t* ozr_web_panorama_rgba()
     return to->data;
 }
 
-/** Joint `index` into the answer: first, second, used; offset x, offset y, residual, confidence, gain. */
+/** Joint `index` into the answer: first, second, used; offset x, offset y,
+    residual, confidence, gain. */
 OZR_WEB_EXPORT ozr_err ozr_web_joint(int32_t index)
 {
     _begin_call();

@@ -1,6 +1,9 @@
 // The camera: opening it, keeping its exposure still, and its frames.
 
-/** Asks for the camera at the back, at a size that is quick everywhere. Rejects as getUserMedia does. */
+/**
+ * Asks for the camera at the back, at a size that is quick everywhere.
+ * Rejects as getUserMedia does.
+ */
 export async function openCamera(video: HTMLVideoElement): Promise<MediaStream> {
   if (!navigator.mediaDevices?.getUserMedia) throw new DOMException('no camera interface', 'SecurityError');
   const stream = await navigator.mediaDevices.getUserMedia({
@@ -22,8 +25,8 @@ export function closeCamera(video: HTMLVideoElement): void {
 }
 
 /**
- * Holds exposure, white balance and focus where they are, or lets them go again. Neighbours of one brightness join
- * better; a camera that cannot do it is used as it is.
+ * Holds exposure, white balance and focus where they are, or lets them go again. Neighbours of one
+ * brightness join better; a camera that cannot do it is used as it is.
  */
 export async function holdExposure(stream: MediaStream, held: boolean): Promise<void> {
   const [track] = stream.getVideoTracks();

@@ -1,7 +1,9 @@
-// From what the library says about each frame to what the person is told. No page in here: numbers in, words out.
+// From what the library says about each frame to what the person is told. No page in
+// here: numbers in, words out.
 import type { Direction, FollowResult, Offset } from '../src/types.js';
 
-// The library measures up to 21 pixels of a copy with 320 on the longer side; from there on it only knows "far".
+// The library measures up to 21 pixels of a copy with 320 on the longer side; from
+// there on it only knows "far".
 const kReach = 21 / 320;
 const kFast = 0.6 * kReach, kLost = 0.95 * kReach; // of the longer side, from frame to frame
 const kLostFrames = 3; // nearly in a row: one may be a jolt
@@ -18,7 +20,9 @@ export interface Guidance {
   readonly pictures: number;
   /** Where the camera is, in steps from the first picture: 2.5 is halfway from picture 2 to 3. */
   readonly position: number;
-  /** How far it has left its line, in shares of the picture's side across; positive: down, or right. */
+  /**
+   * How far it has left its line, in shares of the picture's side across; positive: down, or right.
+   */
   readonly drift: number;
   readonly hint: string;
   readonly warns: boolean;

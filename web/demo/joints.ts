@@ -41,11 +41,15 @@ function sweepsUpOrDown(joints: readonly Joint[]): boolean {
   return distance('y') > distance('x');
 }
 
-/** Where the middles of the pictures lie along the sweep, by what joints say of one against the other. */
+/**
+ * Where the middles of the pictures lie along the sweep, by what joints say of
+ * one against the other.
+ */
 export function middlesAlong(joints: readonly Joint[], axis: 'x' | 'y'): Map<number, number> {
   const used = joints.filter((joint) => joint.used);
   const middles = new Map(used.slice(0, 1).map(({ first }) => [first, 0]));
-  // A joint may come before the one that ties it to the others: each round places one more picture at least.
+  // A joint may come before the one that ties it to the others: each round
+  // places one more picture at least.
   for (let round = 0; round < used.length; ++round)
     for (const { first, second, offset } of used) {
       const [from, to] = [middles.get(first), middles.get(second)];

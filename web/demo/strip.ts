@@ -1,4 +1,5 @@
-// The strip of pictures taken so far, each where it belongs, with the frame that the camera shows now.
+// The strip of pictures taken so far, each where it belongs, with the frame
+// that the camera shows now.
 import type { Direction } from '../src/types.js';
 import type { Guidance } from './guide.js';
 
@@ -103,7 +104,8 @@ class Layout {
     return this.stepY !== 0 ? [limited * this.width, 0] : [0, limited * this.height];
   }
 
-  // A picture covers its predecessor only where that has nothing: neighbours change over in the middle of the overlap.
+  // A picture covers its predecessor only where that has nothing: neighbours change over
+  // in the middle of the overlap.
   drawPicture(context: CanvasRenderingContext2D, picture: HTMLCanvasElement, index: number): void {
     const [x, y, w, h] = this.at(index);
     context.save();

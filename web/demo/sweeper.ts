@@ -76,7 +76,8 @@ export class Sweeper {
     this.sweep.close();
   }
 
-  // Frames that come while one is worked on are left out: of a camera, the newest counts. A clip can wait.
+  // Frames that come while one is worked on are left out: of a camera, the
+  // newest counts. A clip can wait.
   private async step(): Promise<void> {
     if (!this.frames) return;
     if (this.sweep.pending > 0) {

@@ -1,5 +1,5 @@
-// The page on two addresses: plain for this machine, which browsers trust with a camera, and by HTTPS for telephones in
-// the same network, with a certificate made on the spot.
+// The page on two addresses: plain for this machine, which browsers trust with a camera, and by
+// HTTPS for telephones in the same network, with a certificate made on the spot.
 import { execFileSync } from 'node:child_process';
 import { existsSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { createServer } from 'node:http';

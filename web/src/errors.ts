@@ -34,7 +34,9 @@ export class PanoramaError extends Error {
   override readonly name = 'PanoramaError';
   /** The library's name of the reason. */
   readonly code: ErrorCode;
-  /** The lines of the library's error log, innermost first; empty where the library was not asked. */
+  /**
+   * The lines of the library's error log, innermost first; empty where the library was not asked.
+   */
   readonly chain: readonly string[];
 
   constructor(message: string, code: ErrorCode, chain: readonly string[] = []) {

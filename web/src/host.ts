@@ -111,7 +111,8 @@ class Sweep {
     return encode(this.pixels(), this.panorama.width, this.panorama.height, type, quality);
   }
 
-  // The library tells the motion since its last announcement; the one since the last frame is what it grew by.
+  // The library tells the motion since its last announcement; the one since the
+  // last frame is what it grew by.
   private isTracked(frame: Grey, { result, x, y }: Detection): boolean {
     const tracked = this.tracking.isTracked(frame, x - this.travelled.x, y - this.travelled.y);
     this.travelled = result > 0 ? { x: 0, y: 0 } : { x, y };

@@ -22,7 +22,8 @@ export interface Exports {
   ozr_web_destroy(): void;
 }
 
-// The smallest module with a vector instruction: a function that makes a vector of nothing and drops it.
+// The smallest module with a vector instruction: a function that makes a
+// vector of nothing and drops it.
 const kVectorProbe = new Uint8Array([
   0, 97, 115, 109, 1, 0, 0, 0, 1, 4, 1, 96, 0, 0, 3, 2, 1, 0, 10, 9, 1, 7, 0, 65, 0, 253, 15, 26, 11,
 ]);

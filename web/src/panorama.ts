@@ -36,7 +36,8 @@ const kDefaults: Settings = {
   record: false,
 };
 
-// Engines that do not know `using` yet get the symbol from here; it is of use to code that was compiled for them.
+// Engines that do not know `using` yet get the symbol from here; it is of use to code
+// that was compiled for them.
 (Symbol as { dispose?: symbol }).dispose ??= Symbol('Symbol.dispose');
 
 let platform: Platform;
@@ -55,8 +56,9 @@ function settingsOf(options: PanoramaOptions): Settings {
 /**
  * One sweep of the camera, from its first picture to the panorama.
  *
- * Frames are worked on in their order, in a worker of the sweep's own; every method but {@link close} returns a promise
- * that is rejected with a {@link PanoramaError}. A failed picture ends the sweep: what was taken before may still be run.
+ * Frames are worked on in their order, in a worker of the sweep's own; every method but
+ * {@link close} returns a promise that is rejected with a {@link PanoramaError}. A failed picture
+ * ends the sweep: what was taken before may still be run.
  */
 export class Panorama {
   private readonly waiting = new Map<number, Waiting>();
@@ -69,7 +71,8 @@ export class Panorama {
   private constructor(private readonly record: ((file: RecordedFile) => void) | undefined) {}
 
   /**
-   * Loads what sweeps need, so that {@link create} does not have to: from then on no network is used. Optional.
+   * Loads what sweeps need, so that {@link create} does not have to: from then on
+   * no network is used. Optional.
    *
    * Resolves to what the library can do in this engine.
    */
@@ -82,7 +85,8 @@ export class Panorama {
   /**
    * Begins a sweep.
    *
-   * Rejected with `ozr_err_not_supported` for an overlap out of range and a quality that this build does not have.
+   * Rejected with `ozr_err_not_supported` for an overlap out of range and a quality
+   * that this build does not have.
    */
   static async create(options: PanoramaOptions = {}): Promise<Panorama> {
     const sweep = new Panorama(options.record);
@@ -103,14 +107,17 @@ export class Panorama {
     return this.known!;
   }
 
-  /** Frames and other requests that were not answered yet. A camera's frame may be dropped while it is not 0. */
+  /**
+   * Frames and other requests that were not answered yet. A camera's frame may
+   * be dropped while it is not 0.
+   */
   get pending(): number {
     return this.unanswered;
   }
 
   /**
-   * Follows the camera with a frame, and takes the picture from that very frame when it is due; the first frame is the
-   * first picture. One trip to the worker instead of two.
+   * Follows the camera with a frame, and takes the picture from that very frame when it is due; the
+   * first frame is the first picture. One trip to the worker instead of two.
    */
   follow(frame: Frame): Promise<FollowResult> {
     return this.give('follow', frame);
@@ -122,8 +129,8 @@ export class Panorama {
   }
 
   /**
-   * Adds a picture: the first one, one that {@link preview} announced, or, in a sweep with a direction and without
-   * previews, the next one. All pictures of a sweep have one size.
+   * Adds a picture: the first one, one that {@link preview} announced, or, in a sweep with a
+   * direction and without previews, the next one. All pictures of a sweep have one size.
    */
   picture(frame: Frame): Promise<PictureResult> {
     return this.give('picture', frame);
@@ -143,7 +150,10 @@ export class Panorama {
     return this.send(Promise.resolve({ request: { kind: 'encode', file }, transfer: [] }));
   }
 
-  /** Ends the sweep at once, whatever it is doing, and frees its memory. Calls that wait are rejected. */
+  /**
+   * Ends the sweep at once, whatever it is doing, and frees its memory. Calls
+   * that wait are rejected.
+   */
   close(): void {
     this.end(new PanoramaError('the sweep was closed', 'ozr_err_invalid_status'));
   }

@@ -29,7 +29,10 @@ export function isRaw(image: object): image is RawFrame {
 export class Rasteriser {
   private readonly contexts: (OffscreenCanvasRenderingContext2D | null)[] = [];
 
-  /** Writes a frame where the library reads it. Returns what was written, as grey: green stands for it. */
+  /**
+   * Writes a frame where the library reads it. Returns what was written, as
+   * grey: green stands for it.
+   */
   write(parcel: Parcel, side: number, use: Use, session: Session): Grey {
     const { image } = parcel;
     if (isRaw(image)) {

@@ -1,6 +1,6 @@
-// Whether the camera can still be followed. The library measures motion up to a fifteenth of the frame; of a camera that
-// moves further from one frame to the next it measures something else. A search over much smaller copies, but far and
-// wide, notices.
+// Whether the camera can still be followed. The library measures motion up to a fifteenth of the
+// frame; of a camera that moves further from one frame to the next it measures something else. A
+// search over much smaller copies, but far and wide, notices.
 
 const kColumns = 32; // of the small copy
 const kReach = 12; // columns and rows that are searched either way

@@ -6,15 +6,18 @@ export type Direction = 'auto' | 'right' | 'left' | 'down' | 'up';
 /**
  * How the panorama is made.
  *
- * `classic`: recorded results, byte for byte, and the least memory. `refined`: finds the camera, evens out exposure and
- * hides transitions; the better picture.
+ * `classic`: recorded results, byte for byte, and the least memory. `refined`: finds the camera,
+ * evens out exposure and hides transitions; the better picture.
  */
 export type Quality = 'classic' | 'refined';
 
 /** The loops over pixels that the library runs. */
 export type Kernels = 'wasm128' | 'scalar';
 
-/** Pixels in plain memory, without padding between rows. Both sides are even numbers. Used as they are, never scaled. */
+/**
+ * Pixels in plain memory, without padding between rows. Both sides are even numbers.
+ * Used as they are, never scaled.
+ */
 export interface RawFrame {
   /** `rgba`: four bytes a pixel. `nv12`: luma, then chroma pairs of half the rows. */
   readonly format: 'rgba' | 'nv12';
@@ -47,17 +50,25 @@ export interface Offset {
 export interface PanoramaOptions {
   /** Where the camera pans. Default: `auto`. */
   readonly direction?: Direction;
-  /** Overlap of neighbouring pictures in percent, 50 to 90. It sets how many make a sweep: 10 from 68. Default: 70. */
+  /**
+   * Overlap of neighbouring pictures in percent, 50 to 90. It sets how many make a
+   * sweep: 10 from 68. Default: 70.
+   */
   readonly overlap?: number;
   /** Default: `classic`, as in the library. */
   readonly quality?: Quality;
-  /** Longer side of the pictures in pixels; larger frames are scaled down. It bounds the memory. Default: 1920. */
+  /**
+   * Longer side of the pictures in pixels; larger frames are scaled down. It
+   * bounds the memory. Default: 1920.
+   */
   readonly pictureSide?: number;
   /** Longer side of the previews that motion is measured on. Default: 640. */
   readonly previewSide?: number;
   /** Which build to run. Default: `wasm128` where the engine has vectors, else `scalar`. */
   readonly kernels?: Kernels;
-  /** Receives the files of a recording, which `ozr-pano replay` repeats; see `docs/recording.md`. */
+  /**
+   * Receives the files of a recording, which `ozr-pano replay` repeats; see `docs/recording.md`.
+   */
   readonly record?: (file: RecordedFile) => void;
 }
 
@@ -70,13 +81,19 @@ export interface RecordedFile {
 
 /** What a preview said. */
 export interface PreviewResult {
-  /** 0: not now; k: take picture k now. The first picture of a sweep is number 0 and never announced. */
+  /**
+   * 0: not now; k: take picture k now. The first picture of a sweep is number
+   * 0 and never announced.
+   */
   readonly due: number;
   /** The camera's motion since the last announced picture, in pixels of the frame given. */
   readonly offset: Offset;
   /** Of the sweep; `auto` while undecided. */
   readonly direction: Direction;
-  /** False: the camera moved further since the last frame than the library can measure. Do not trust the offset. */
+  /**
+   * False: the camera moved further since the last frame than the library can
+   * measure. Do not trust the offset.
+   */
   readonly tracked: boolean;
   /** The sweep has all its pictures: nothing is announced any more. */
   readonly ended: boolean;

@@ -1,4 +1,5 @@
-// The worker of a browser. Bundled into one file, so that it can be started without asking the network again.
+// The worker of a browser. Bundled into one file, so that it can be started
+// without asking the network again.
 import { Host } from './host.js';
 
 // The page's types are checked here too; of a worker's own scope only this is used.

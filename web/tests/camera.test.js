@@ -84,7 +84,8 @@ async function replayNatively(page, name, quality) {
   return recording;
 }
 
-// The frames that the camera showed, as they were before any browser had them, give the same panorama but for colours.
+// The frames that the camera showed, as they were before any browser had them, give the
+// same panorama but for colours.
 async function compareWithClip(page, recording, folder) {
   const clip = previewFiles(folder).map((name) => readFileSync(name));
   const match = matcher(clip, kUpright.width, kUpright.height);

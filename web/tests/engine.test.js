@@ -53,7 +53,8 @@ test('memory does not grow over ten sweeps', async (t) => {
   }
   const afterwards = await settle();
   t.diagnostic(`renderer MiB: ${before.toFixed(0)} before, ${afterwards.toFixed(0)} after ten sweeps, ${peak.toFixed(0)} at most in between`);
-  // One sweep of ten pictures of 1280 x 960 takes some 40 MiB: a leak of a tenth of that would show.
+  // One sweep of ten pictures of 1280 x 960 takes some 40 MiB: a leak of a
+  // tenth of that would show.
   assert.ok(afterwards < before + 40, `${before} MiB became ${afterwards} MiB`);
 });
 

@@ -1,4 +1,5 @@
-// Whole recorded sweeps through the package in Node.js: every answer is that of the native library, byte for byte.
+// Whole recorded sweeps through the package in Node.js: every answer is that of the
+// native library, byte for byte.
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { join } from 'node:path';

@@ -108,7 +108,8 @@ OZR_INLINED Taps _taps(int16x8_t x, const Cubic& cubic)
 }
 
 // A source row under the row weights, as signed numbers: the weights add up to 128, so what pixels
-// are less by, 128, is 128 * 128 in the sum. Neither half of that leaves 16 bits; the sum is limited.
+// are less by, 128, is 128 * 128 in the sum. Neither half of that leaves 16 bits, and the sum is
+// limited.
 OZR_INLINED int16x8_t _weighed_row(const uint8_t* src, const Taps& taps)
 {
     const uint8x16_t bytes = veorq_u8(vld1q_u8(src), vdupq_n_u8(128));

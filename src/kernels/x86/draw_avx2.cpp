@@ -29,31 +29,11 @@ struct DrawAvx2 : Avx2 {
             _mm256_broadcastq_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(blocks)));
         return shuffled(both, Words(load(kSpreadInts)));
     }
-    static Words repeated(const int16_t* words) { return Words(twice(words)); }
-    static Vector repeated(const int8_t* bytes) { return twice(bytes); }
-    static Vector twice(const void* half)
-    {
-        return _mm256_broadcastsi128_si256(_mm_loadu_si128(static_cast<const __m128i*>(half)));
-    }
+    static Words repeated(const int16_t* words) { return Words(load_twice(words)); }
+    static Vector repeated(const int8_t* bytes) { return load_twice(bytes); }
     static Words multiply_high(Words a, Words b) { return Words(_mm256_mulhi_epi16(Vector(a), Vector(b))); }
     static Words multiply_round(Words a, Words b) { return Words(_mm256_mulhrs_epi16(Vector(a), Vector(b))); }
-    static Words multiply_add_bytes(Vector a, Words b) { return Words(_mm256_maddubs_epi16(a, Vector(b))); }
     static Words add_limited(Words a, Words b) { return Words(_mm256_adds_epi16(Vector(a), Vector(b))); }
-    static Words shuffled(Vector bytes, Words order)
-    {
-        return Words(_mm256_shuffle_epi8(bytes, Vector(order)));
-    }
-    static Vector load_blocks(const uint8_t* const* src, int64_t offset)
-    {
-        const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src[0] + offset));
-        const __m128i second = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src[1] + offset));
-        return _mm256_inserti128_si256(_mm256_castsi128_si256(first), second, 1);
-    }
-    static void store_blocks(uint8_t* dst, Words pixels)
-    {
-        const Vector bytes = in_order(pack(pixels, pixels));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(bytes));
-    }
 };
 
 }  // namespace

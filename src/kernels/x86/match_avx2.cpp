@@ -29,21 +29,7 @@ struct PatchAvx2 : Avx2 {
         const Vector both = _mm256_castsi128_si256(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(blocks)));
         return Ints(_mm256_permutevar8x32_epi32(both, _mm256_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1)));
     }
-    static Ints repeated(const int32_t* ints)
-    {
-        return Ints(_mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(ints))));
-    }
-    static Words multiply_add_bytes(Vector a, Words b) { return Words(_mm256_maddubs_epi16(a, Vector(b))); }
-    static Words shuffled(Vector bytes, Words order)
-    {
-        return Words(_mm256_shuffle_epi8(bytes, Vector(order)));
-    }
-    static Vector load_blocks(const uint8_t* const* src, int64_t offset)
-    {
-        const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src[0] + offset));
-        const __m128i second = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src[1] + offset));
-        return _mm256_inserti128_si256(_mm256_castsi128_si256(first), second, 1);
-    }
+    static Ints repeated(const int32_t* ints) { return Ints(load_twice(ints)); }
     static void store_blocks(int16_t* dst, const int32_t* to, Words words)
     {
         const __m128i first = _mm256_castsi256_si128(Vector(words));

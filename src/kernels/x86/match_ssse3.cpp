@@ -1,8 +1,6 @@
-#include <tmmintrin.h>
-
 #include "kernels/match.h"
 #include "kernels/x86/patch_rows.h"
-#include "kernels/x86/vectors_sse2.h"
+#include "kernels/x86/vectors_ssse3.h"
 
 namespace ozr::kernels::ssse3
 {
@@ -10,12 +8,9 @@ namespace ozr::kernels::ssse3
 namespace
 {
 
-struct PatchSsse3 : Sse2 {
+struct PatchSsse3 : Ssse3 {
     static Ints spread(const int32_t* blocks) { return Ints(_mm_set1_epi32(blocks[0])); }
     static Ints repeated(const int32_t* ints) { return Ints(load(ints)); }
-    static Words multiply_add_bytes(Vector a, Words b) { return Words(_mm_maddubs_epi16(a, Vector(b))); }
-    static Words shuffled(Vector bytes, Words order) { return Words(_mm_shuffle_epi8(bytes, Vector(order))); }
-    static Vector load_blocks(const uint8_t* const* src, int64_t offset) { return load(src[0] + offset); }
     static void store_blocks(int16_t* dst, const int32_t* to, Words words)
     {
         store(dst + to[0], Vector(words));

@@ -13,21 +13,13 @@ namespace
 struct ProjectSse2 : Sse2 {
     static Vector first_pairs(Vector bytes) { return _mm_unpacklo_epi8(bytes, _mm_srli_si128(bytes, 1)); }
     static Vector second_pairs(Vector bytes) { return first_pairs(_mm_srli_si128(bytes, 2)); }
-    static Words multiply_add_bytes(Vector a, Vector b)
+    static Words multiply_add_bytes(Vector a, Words b)
     {
-        return low_bytes(a) * low_bytes(b) + high_bytes(a) * high_bytes(b);
+        return low_bytes(a) * low_bytes(Vector(b)) + high_bytes(a) * high_bytes(Vector(b));
     }
     static Words absolute(Words words)
     {
         return Words(_mm_max_epi16(Vector(words), Vector(all_words(0) - words)));
-    }
-    static Words subtract_limited(Words a, Words b) { return Words(_mm_subs_epu16(Vector(a), Vector(b))); }
-    static bool any(Words mask) { return _mm_movemask_epi8(Vector(mask)) != 0; }
-
-    static Vector load_at(const uint8_t* src, const int32_t* offsets) { return load(src + offsets[0]); }
-    static void store_blocks(uint8_t* dst, Words pixels)
-    {
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), pack(pixels, pixels));
     }
 };
 

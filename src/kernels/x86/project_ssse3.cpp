@@ -1,8 +1,6 @@
-#include <tmmintrin.h>
-
 #include "kernels/project.h"
 #include "kernels/x86/projection_rows.h"
-#include "kernels/x86/vectors_sse2.h"
+#include "kernels/x86/vectors_ssse3.h"
 
 namespace ozr::kernels::ssse3
 {
@@ -10,7 +8,7 @@ namespace ozr::kernels::ssse3
 namespace
 {
 
-struct ProjectSsse3 : Sse2 {
+struct ProjectSsse3 : Ssse3 {
     static Vector first_pairs(Vector bytes)
     {
         return _mm_shuffle_epi8(bytes, _mm_setr_epi8(0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8));
@@ -19,16 +17,7 @@ struct ProjectSsse3 : Sse2 {
     {
         return _mm_shuffle_epi8(bytes, _mm_setr_epi8(2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 10));
     }
-    static Words multiply_add_bytes(Vector a, Vector b) { return Words(_mm_maddubs_epi16(a, b)); }
     static Words absolute(Words words) { return Words(_mm_abs_epi16(Vector(words))); }
-    static Words subtract_limited(Words a, Words b) { return Words(_mm_subs_epu16(Vector(a), Vector(b))); }
-    static bool any(Words mask) { return _mm_movemask_epi8(Vector(mask)) != 0; }
-
-    static Vector load_at(const uint8_t* src, const int32_t* offsets) { return load(src + offsets[0]); }
-    static void store_blocks(uint8_t* dst, Words pixels)
-    {
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), pack(pixels, pixels));
-    }
 };
 
 }  // namespace

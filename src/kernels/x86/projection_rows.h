@@ -31,8 +31,8 @@ struct ProjectionRows {
     // One source row under the column weights.
     static Sums weighed(Vector bytes, const Two& columns)
     {
-        return Sums(V::multiply_add_bytes(V::first_pairs(bytes), columns.first)) +
-               Sums(V::multiply_add_bytes(V::second_pairs(bytes), columns.second));
+        return Sums(V::multiply_add_bytes(V::first_pairs(bytes), Words(columns.first))) +
+               Sums(V::multiply_add_bytes(V::second_pairs(bytes), Words(columns.second)));
     }
 
     // max(0, 16 - |behind - 16 i|).
@@ -50,19 +50,19 @@ struct ProjectionRows {
         const Two columns = V::halves(V::load(row.columns), V::load(row.columns + V::kBytes));
         const Words behind = V::load_words(row.rows);
         const Words one = V::all_words(kPixel);
-        const Sums rows[] = {weighed(V::load_at(src, row.offsets), columns),
-                             weighed(V::load_at(src + stride, row.offsets), columns),
-                             weighed(V::load_at(src + 2 * stride, row.offsets), columns)};
+        const Sums rows[] = {weighed(V::load_blocks(src, row.offsets), columns),
+                             weighed(V::load_blocks(src + stride, row.offsets), columns),
+                             weighed(V::load_blocks(src + 2 * stride, row.offsets), columns)};
         const Sums first = Sums(V::subtract_limited(one, behind));
         Sums sum = Sums(V::all_words(128)) + rows[0] * first;
         if (V::any(behind > V::all_words(2 * kPixel))) {
             sum += rows[1] * tent(behind, 1) + rows[2] * tent(behind, 2);
-            sum += weighed(V::load_at(src + 3 * stride, row.offsets), columns) * tent(behind, 3);
+            sum += weighed(V::load_blocks(src + 3 * stride, row.offsets), columns) * tent(behind, 3);
         } else {
             const Sums third = Sums(V::subtract_limited(behind, one));
             sum += rows[1] * (Sums(one) - first - third) + rows[2] * third;
         }
-        V::store_blocks(dst, V::high_bytes(Vector(sum)));
+        V::store_packed(dst, V::high_bytes(Vector(sum)));
     }
 
     static ProjectionRow from(const ProjectionRow& row, int32_t block)

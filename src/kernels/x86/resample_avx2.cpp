@@ -5,7 +5,7 @@
 
 #include "kernels/resample.h"
 #include "kernels/x86/resample_plan.h"
-#include "kernels/x86/vectors_sse2.h"
+#include "kernels/x86/vectors_avx2.h"
 
 namespace ozr::kernels::avx2
 {
@@ -14,11 +14,6 @@ namespace
 {
 
 constexpr int32_t kOutputs = 8;
-
-__m256i _pair(const void* low, const void* high)
-{
-    return _mm256_inserti128_si256(_mm256_castsi128_si256(Sse2::load(low)), Sse2::load(high), 1);
-}
 
 // floor((upper * above + lower * below) / 2^20) as bytes; the largest sum is 255 * 2^20.
 void _store_rows(uint8_t* dst, __m256i upper, __m256i lower, int32_t fraction)
@@ -36,41 +31,27 @@ void _store_rows(uint8_t* dst, __m256i upper, __m256i lower, int32_t fraction)
 template <bool kTwoLoads>
 __m256i _columns(const uint8_t* row, const PlanGroup& left, const PlanGroup& right)
 {
-    __m256i samples = _mm256_shuffle_epi8(_pair(row + left.loads[0], row + right.loads[0]),
-                                          _pair(left.order[0], right.order[0]));
+    __m256i samples = _mm256_shuffle_epi8(Avx2::load_halves(row + left.loads[0], row + right.loads[0]),
+                                          Avx2::load_halves(left.order[0], right.order[0]));
     if (kTwoLoads)
-        samples =
-            _mm256_or_si256(samples, _mm256_shuffle_epi8(_pair(row + left.loads[1], row + right.loads[1]),
-                                                         _pair(left.order[1], right.order[1])));
-    return _mm256_madd_epi16(samples, _pair(left.weights, right.weights));
+        samples = _mm256_or_si256(
+            samples, _mm256_shuffle_epi8(Avx2::load_halves(row + left.loads[1], row + right.loads[1]),
+                                         Avx2::load_halves(left.order[1], right.order[1])));
+    return _mm256_madd_epi16(samples, Avx2::load_halves(left.weights, right.weights));
 }
 
-template <bool kTwoLoads>
-void _resample_row(uint8_t* dst, const ResampleRows& rows, const ResamplePlan& plan)
-{
-    for (int32_t g = 0; g < plan.groups; g += 2) {
-        const PlanGroup& left = plan.group[g];
-        const PlanGroup& right = plan.group[g + 1];
-        _store_rows(dst + plan.dst[g], _columns<kTwoLoads>(rows.top, left, right),
-                    _columns<kTwoLoads>(rows.bottom, left, right), static_cast<int32_t>(rows.fraction));
-    }
-}
-
-void _resample_planned(uint8_t* dst, int32_t dst_stride, const ResampleTask& task, int32_t pixel_bytes)
-{
-    ResamplePlan plan;
-    for (int32_t first = 0; first < task.width;) {
-        first = resample_plan_make(&plan, task, pixel_bytes, first);
-        for (int32_t y = 0; y < task.rows; ++y) {
-            resample_ask_ahead(task, plan, y);
-            uint8_t* out = dst + static_cast<ptrdiff_t>(y) * dst_stride;
-            if (plan.two_loads)
-                _resample_row<true>(out, resample_rows(task, y), plan);
-            else
-                _resample_row<false>(out, resample_rows(task, y), plan);
+struct PlannedRow {
+    template <bool kTwoLoads>
+    static void resample(uint8_t* dst, const ResampleRows& rows, const ResamplePlan& plan)
+    {
+        for (int32_t g = 0; g < plan.groups; g += 2) {
+            const PlanGroup& left = plan.group[g];
+            const PlanGroup& right = plan.group[g + 1];
+            _store_rows(dst + plan.dst[g], _columns<kTwoLoads>(rows.top, left, right),
+                        _columns<kTwoLoads>(rows.bottom, left, right), static_cast<int32_t>(rows.fraction));
         }
     }
-}
+};
 
 // Gathers the samples at a position and to its right as the two 16-bit halves of a lane; reads four
 // bytes from the position on.
@@ -142,7 +123,7 @@ template <class Gather>
 void _resample(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
 {
     if (resample_plan_fits(task, Gather::kPixelBytes)) {
-        _resample_planned(dst, dst_stride, task, Gather::kPixelBytes);
+        resample_by_plan<PlannedRow>(dst, dst_stride, task, Gather::kPixelBytes);
         return;
     }
     for (int32_t y = 0; y < task.rows; ++y)

@@ -54,6 +54,24 @@ OZR_PREFETCHING void resample_ask_ahead(const ResampleTask& task, const Resample
     prefetch_bytes(rows.bottom + begin, 0, bytes);
 }
 
+// Resamples strip by strip. `Row` has resample<two_loads>, which writes a row of a strip.
+template <class Row>
+void resample_by_plan(uint8_t* dst, int32_t dst_stride, const ResampleTask& task, int32_t pixel_bytes)
+{
+    ResamplePlan plan;
+    for (int32_t first = 0; first < task.width;) {
+        first = resample_plan_make(&plan, task, pixel_bytes, first);
+        for (int32_t y = 0; y < task.rows; ++y) {
+            resample_ask_ahead(task, plan, y);
+            uint8_t* out = dst + static_cast<ptrdiff_t>(y) * dst_stride;
+            if (plan.two_loads)
+                Row::template resample<true>(out, resample_rows(task, y), plan);
+            else
+                Row::template resample<false>(out, resample_rows(task, y), plan);
+        }
+    }
+}
+
 }  // namespace
 
 }  // namespace ozr::kernels

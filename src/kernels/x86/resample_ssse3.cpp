@@ -39,46 +39,34 @@ __m128i _rows(__m128i upper, __m128i lower, __m128i weights)
                           2 * kResampleFracBits - kLowBits);
 }
 
-template <bool kTwoLoads>
-void _resample_row(uint8_t* dst, const uint8_t* top, const uint8_t* bottom, int32_t fraction,
-                   const ResamplePlan& plan)
-{
-    const __m128i weights =
-        _mm_set1_epi32((fraction << 16) | (static_cast<int32_t>(kResampleOne) - fraction));
-    for (int32_t g = 0; g < plan.groups; g += 2) {
-        const PlanGroup& left = plan.group[g];
-        const PlanGroup& right = plan.group[g + 1];
-        const __m128i low = _rows(_columns<kTwoLoads>(top, left), _columns<kTwoLoads>(bottom, left), weights);
-        const __m128i high =
-            _rows(_columns<kTwoLoads>(top, right), _columns<kTwoLoads>(bottom, right), weights);
-        const __m128i words = _mm_packs_epi32(low, high);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + plan.dst[g]), _mm_packus_epi16(words, words));
-    }
-}
-
-void _resample(uint8_t* dst, int32_t dst_stride, const ResampleTask& task, int32_t pixel_bytes)
-{
-    ResamplePlan plan;
-    for (int32_t first = 0; first < task.width;) {
-        first = resample_plan_make(&plan, task, pixel_bytes, first);
-        for (int32_t y = 0; y < task.rows; ++y) {
-            resample_ask_ahead(task, plan, y);
-            const ResampleRows rows = resample_rows(task, y);
-            uint8_t* out = dst + static_cast<ptrdiff_t>(y) * dst_stride;
-            if (plan.two_loads)
-                _resample_row<true>(out, rows.top, rows.bottom, static_cast<int32_t>(rows.fraction), plan);
-            else
-                _resample_row<false>(out, rows.top, rows.bottom, static_cast<int32_t>(rows.fraction), plan);
+struct PlannedRow {
+    template <bool kTwoLoads>
+    static void resample(uint8_t* dst, const ResampleRows& rows, const ResamplePlan& plan)
+    {
+        const int32_t fraction = static_cast<int32_t>(rows.fraction);
+        const __m128i weights =
+            _mm_set1_epi32((fraction << 16) | (static_cast<int32_t>(kResampleOne) - fraction));
+        for (int32_t g = 0; g < plan.groups; g += 2) {
+            const __m128i low = pixels<kTwoLoads>(rows, plan.group[g], weights);
+            const __m128i high = pixels<kTwoLoads>(rows, plan.group[g + 1], weights);
+            const __m128i words = _mm_packs_epi32(low, high);
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + plan.dst[g]), _mm_packus_epi16(words, words));
         }
     }
-}
+
+    template <bool kTwoLoads>
+    static __m128i pixels(const ResampleRows& rows, const PlanGroup& group, __m128i weights)
+    {
+        return _rows(_columns<kTwoLoads>(rows.top, group), _columns<kTwoLoads>(rows.bottom, group), weights);
+    }
+};
 
 }  // namespace
 
 void resample_gray(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
 {
     if (resample_plan_fits(task, 1))
-        _resample(dst, dst_stride, task, 1);
+        resample_by_plan<PlannedRow>(dst, dst_stride, task, 1);
     else
         scalar::resample_gray(dst, dst_stride, task);
 }
@@ -86,7 +74,7 @@ void resample_gray(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
 void resample_yuyv(uint8_t* dst, int32_t dst_stride, const ResampleTask& task)
 {
     if (resample_plan_fits(task, 2))
-        _resample(dst, dst_stride, task, 2);
+        resample_by_plan<PlannedRow>(dst, dst_stride, task, 2);
     else
         scalar::resample_yuyv(dst, dst_stride, task);
 }

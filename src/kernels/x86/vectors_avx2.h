@@ -1,6 +1,6 @@
-// The operations of AVX2 that kernels written for any vector width use; vectors_sse2.h
-// describes them. Packing and weaving work within each half of 16 bytes: the operation of SSE2,
-// twice side by side.
+// The operations of AVX2 that kernels written for any vector width use; vectors_sse2.h and
+// vectors_ssse3.h describe them. Packing, weaving and shuffling work within each half of 16 bytes:
+// the operation of SSE2, twice side by side.
 #ifndef OZR_VECTORS_AVX2_H
 #define OZR_VECTORS_AVX2_H
 
@@ -35,6 +35,29 @@ struct Avx2 {
 
     static Vector load(const void* src) { return _mm256_loadu_si256(static_cast<const __m256i*>(src)); }
     static void store(void* dst, Vector bytes) { _mm256_storeu_si256(static_cast<__m256i*>(dst), bytes); }
+
+    static Vector load_halves(const void* first, const void* second)
+    {
+        const __m128i low = _mm_loadu_si128(static_cast<const __m128i*>(first));
+        const __m128i high = _mm_loadu_si128(static_cast<const __m128i*>(second));
+        return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
+    }
+    static Vector load_blocks(const uint8_t* const* blocks, int64_t offset)
+    {
+        return load_halves(blocks[0] + offset, blocks[1] + offset);
+    }
+    static Vector load_blocks(const uint8_t* src, const int32_t* offsets)
+    {
+        return load_halves(src + offsets[0], src + offsets[1]);
+    }
+
+    // The same 16 bytes in both halves.
+    static Vector twice(__m128i half) { return _mm256_broadcastsi128_si256(half); }
+    static Vector load_twice(const void* half)
+    {
+        return twice(_mm_loadu_si128(static_cast<const __m128i*>(half)));
+    }
+
     static Words load_words(const uint8_t* src)
     {
         return Words(_mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src))));
@@ -56,6 +79,7 @@ struct Avx2 {
     static Words high_bytes(Vector words) { return Words(_mm256_srli_epi16(words, 8)); }
 
     static Sums multiply_add(Words a, Words b) { return Sums(_mm256_madd_epi16(Vector(a), Vector(b))); }
+    static Words multiply_add_bytes(Vector a, Words b) { return Words(_mm256_maddubs_epi16(a, Vector(b))); }
 
     static Sums shift_right(Sums sums, int32_t bits) { return Sums(_mm256_srli_epi32(Vector(sums), bits)); }
 
@@ -70,6 +94,8 @@ struct Avx2 {
     }
 
     static Words lesser(Words a, Words b) { return Words(_mm256_min_epi16(Vector(a), Vector(b))); }
+    static Words subtract_limited(Words a, Words b) { return Words(_mm256_subs_epu16(Vector(a), Vector(b))); }
+    static bool any(Words mask) { return _mm256_movemask_epi8(Vector(mask)) != 0; }
 
     static Bytes and_not(Bytes a, Bytes b) { return Bytes(_mm256_andnot_si256(Vector(a), Vector(b))); }
 
@@ -85,6 +111,16 @@ struct Avx2 {
     static Vector pack(Words a, Words b) { return _mm256_packus_epi16(Vector(a), Vector(b)); }
     static Words pack(Ints a, Ints b) { return Words(_mm256_packs_epi32(Vector(a), Vector(b))); }
     static Bytes pack_signed(Words a, Words b) { return Bytes(_mm256_packs_epi16(Vector(a), Vector(b))); }
+    static void store_packed(uint8_t* dst, Words words)
+    {
+        const Vector bytes = in_order(pack(words, words));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm256_castsi256_si128(bytes));
+    }
+
+    static Words shuffled(Vector bytes, Words order)
+    {
+        return Words(_mm256_shuffle_epi8(bytes, Vector(order)));
+    }
 
     static Vector weave_low_bytes(Vector a, Vector b) { return _mm256_unpacklo_epi8(a, b); }
     static Vector weave_high_bytes(Vector a, Vector b) { return _mm256_unpackhi_epi8(a, b); }

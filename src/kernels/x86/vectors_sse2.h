@@ -35,6 +35,13 @@ struct Sse2 {
     static Vector load(const void* src) { return _mm_loadu_si128(static_cast<const __m128i*>(src)); }
     static void store(void* dst, Vector bytes) { _mm_storeu_si128(static_cast<__m128i*>(dst), bytes); }
 
+    // Blocks of 16 bytes, as many as a vector has.
+    static Vector load_blocks(const uint8_t* const* blocks, int64_t offset)
+    {
+        return load(blocks[0] + offset);
+    }
+    static Vector load_blocks(const uint8_t* src, const int32_t* offsets) { return load(src + offsets[0]); }
+
     // Loads a vector of words from half as many bytes, zero-extended.
     static Words load_words(const uint8_t* src)
     {
@@ -74,6 +81,12 @@ struct Sse2 {
 
     static Words lesser(Words a, Words b) { return Words(_mm_min_epi16(Vector(a), Vector(b))); }
 
+    // Unsigned, 0 where b exceeds a.
+    static Words subtract_limited(Words a, Words b) { return Words(_mm_subs_epu16(Vector(a), Vector(b))); }
+
+    // Whether a comparison holds anywhere.
+    static bool any(Words mask) { return _mm_movemask_epi8(Vector(mask)) != 0; }
+
     // ~a & b. Not by operators: the compiler would replace the complement of a comparison by
     // a second comparison.
     static Bytes and_not(Bytes a, Bytes b) { return Bytes(_mm_andnot_si128(Vector(a), Vector(b))); }
@@ -92,6 +105,10 @@ struct Sse2 {
     static Vector pack(Words a, Words b) { return _mm_packus_epi16(Vector(a), Vector(b)); }
     static Words pack(Ints a, Ints b) { return Words(_mm_packs_epi32(Vector(a), Vector(b))); }
     static Bytes pack_signed(Words a, Words b) { return Bytes(_mm_packs_epi16(Vector(a), Vector(b))); }
+    static void store_packed(uint8_t* dst, Words words)
+    {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), pack(words, words));
+    }
 
     // Interleaves the lanes of `a` and `b`.
     static Vector weave_low_bytes(Vector a, Vector b) { return _mm_unpacklo_epi8(a, b); }

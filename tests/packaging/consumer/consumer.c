@@ -1,5 +1,5 @@
-/* An application's first steps, as C99 and as C++: succeeds when headers and library are of one version. The cosine asks
-   for what the library itself needs. */
+/* An application's first steps, as C99 and as C++: succeeds when headers and library are of one
+ * version. The cosine asks for what the library itself needs. */
 #include <ozr_panorama.h>
 #include <ozr_support.h>
 

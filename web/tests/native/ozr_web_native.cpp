@@ -1,5 +1,6 @@
-// Repeats a recording through the bridge that the WebAssembly module has, natively and with the kernels of one level.
-// Prints as JSON what the library answered, how long it took, and the checksum of the panorama in RGBA.
+// Repeats a recording through the bridge that the WebAssembly module has, natively and with the
+// kernels of one level. Prints as JSON what the library answered, how long it took, and the
+// checksum of the panorama in RGBA.
 //
 // usage: ozr_web_native FOLDER LEVEL QUALITY ROUNDS
 #include "kernels/kernels.h"
@@ -165,7 +166,8 @@ int main(int argc, char** argv)
         if (strcmp((*level)->level, argv[2]) == 0)
             ozr::kernels::set_for_test(*level);
     }
-    // A module keeps the memory that it once had; so does this, or page faults would be most of its time.
+    // A module keeps the memory that it once had; so does this, or page
+    // faults would be most of its time.
     mallopt(M_MMAP_THRESHOLD, 1 << 30);
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
     const std::vector<Call> calls = _read(argv[1]);

@@ -34,7 +34,10 @@ export function launch(clip, { allow = true } = {}) {
   });
 }
 
-/** Opens the page and waits until it can work without the network. Complaints of the page fail the test. */
+/**
+ * Opens the page and waits until it can work without the network. Complaints
+ * of the page fail the test.
+ */
 export async function openPage(context, url) {
   const page = await context.newPage();
   const complaints = [];
@@ -52,8 +55,8 @@ export const inState = (page, state, timeout = 60_000) =>
 export const photograph = (page, name) => page.screenshot({ path: join(kScreenshots, `${name}.png`) });
 
 /**
- * Keeps a picture of the page, and looks for what shuts people out. Returns the serious findings. Holds the page up for
- * so long that a camera that moves is lost.
+ * Keeps a picture of the page, and looks for what shuts people out. Returns the serious findings.
+ * Holds the page up for so long that a camera that moves is lost.
  */
 export async function inspect(page, name) {
   await photograph(page, name);

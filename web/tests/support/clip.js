@@ -24,8 +24,8 @@ export function planar(nv12, width, height) {
 }
 
 /**
- * A clip for Chromium's fake camera: still for a while, so that a person finds the button; a pan; still again.
- * Returns its file and the recording that it was made of.
+ * A clip for Chromium's fake camera: still for a while, so that a person finds the button; a pan;
+ * still again. Returns its file and the recording that it was made of.
  */
 export function makeClip(name, { direction = 'right', width = 640, height = 480, still = 60, every = 1, options = [] } = {}) {
   const size = `${width}x${height}`;

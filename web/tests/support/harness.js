@@ -16,8 +16,8 @@ const kAlone = {
 const kPackage = fileURLToPath(new URL('../../dist/', import.meta.url));
 
 /**
- * Opens an empty page that can import ./index.js. In it, `timeSweep(options)` repeats the recording's calls and tells
- * how long each took.
+ * Opens an empty page that can import ./index.js. In it, `timeSweep(options)` repeats the
+ * recording's calls and tells how long each took.
  */
 export async function openHarness(browser, folder) {
   const packageFiles = fileServer(kPackage);
@@ -49,7 +49,10 @@ async function prepare(calls) {
       frames.set(fields.file, new Uint8Array(await (await fetch(`/raw/${fields.file}`)).arrayBuffer()));
   const frame = ({ file, width, height }) => ({ format: 'nv12', width: +width, height: +height, data: frames.get(file) });
   globalThis.Panorama = Panorama;
-  /** Repeats the recording's calls. Tells how long each kind of call took, in milliseconds of the library's work. */
+  /**
+   * Repeats the recording's calls. Tells how long each kind of call took, in
+   * milliseconds of the library's work.
+   */
   globalThis.timeSweep = async (options = {}) => {
     const { overlap, direction } = calls.find(({ name }) => name === 'set_parameters').fields;
     const start = performance.now();

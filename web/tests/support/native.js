@@ -30,7 +30,10 @@ export function recordDemo(name, ...options) {
   return folder;
 }
 
-/** What the native library answers to a recording's calls, in its own quality unless told: an array of {call, result, ...}. */
+/**
+ * What the native library answers to a recording's calls, in its own quality unless told: an
+ * array of {call, result, ...}.
+ */
 export async function nativeAnswers(folder, { level = 'ssse3', quality = qualityOf(readCalls(folder)), rounds = 1 } = {}) {
   const args = [folder, level, quality, String(rounds)];
   const { stdout } = await run(join(kBuild, 'ozr_web_native'), args, { maxBuffer: 1 << 26 });

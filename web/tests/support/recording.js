@@ -31,7 +31,10 @@ export function comparableText(text) {
   return text.replace(/ file=\S+/g, '').replace(/^#.*\n/gm, '');
 }
 
-/** Repeats a recording, in its own quality unless told. Returns what the package answered, and its own recording of it. */
+/**
+ * Repeats a recording, in its own quality unless told. Returns what the package answered,
+ * and its own recording of it.
+ */
 export async function repeat(Panorama, folder, options = {}) {
   const calls = readCalls(folder);
   const { overlap, direction } = calls.find(({ name }) => name === 'set_parameters').fields;

@@ -1,4 +1,5 @@
-/* The natives of PanoramaNative: they translate arguments and check the sizes of buffers, and decide nothing. */
+/* The natives of PanoramaNative: they translate arguments and check the sizes of
+ * buffers, and decide nothing. */
 #include <ozr_panorama.h>
 
 #include <jni.h>
@@ -24,8 +25,8 @@ typedef struct Layout {
     jint columns, rows, stride, step;
 } Layout;
 
-/* First byte of a plane; null unless the buffer is direct and holds all of it. The last row may be cut off behind its
-   last pixel, as Android's are. */
+/* First byte of a plane; null unless the buffer is direct and holds all of it. The last row may be
+ * cut off behind its last pixel, as Android's are. */
 static uint8_t* plane(JNIEnv* env, jobject buffer, Layout layout)
 {
     if (buffer == NULL || layout.columns < 1 || layout.rows < 1 || layout.stride < 1 || layout.step < 1)
