@@ -256,7 +256,8 @@ double _mean_difference(const Layout& layout)
     return sum / count;
 }
 
-// Rows that are read while the camera turns skew the pictures; laid on each other as they are, they still fit.
+// Rows that are read while the camera turns skew the pictures; laid on each other as they are,
+// they still fit.
 TEST_F(QualityReport, LaysSkewedPicturesOnEachOther)
 {
     for (const ozr_panorama_direction direction : {ozr_panorama_direction_right, ozr_panorama_direction_up}) {

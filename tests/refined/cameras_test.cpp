@@ -106,7 +106,8 @@ static void _blur(int32_t pixels, const PanoImg& img)
     }
 }
 
-// Over a picture that nothing, or only one of its neighbours, can be matched with: no other is lost.
+// Over a picture that nothing, or only one of its neighbours, can be matched with: no other
+// is lost.
 TEST(RefinedCameras, AreBridged)
 {
     Simulated across = Simulated::pan(4, 12);
