@@ -62,8 +62,8 @@ inline bool pano_is_semi_planar(int32_t format)
 // format.
 inline int64_t pano_row_bytes(int32_t format, int32_t width)
 {
-    constexpr int64_t kPixelBytes[] = {1, 1, 1, 2, 3, 4};
-    return format < kPanoGray || format > kPanoRgba ? -1 : kPixelBytes[format] * width;
+    constexpr int64_t kBytes[] = {1, 1, 1, 2, 3, 4};
+    return format < kPanoGray || format > kPanoRgba ? -1 : kBytes[format] * width;
 }
 
 // The bytes of all planes by the geometry, without regard to `size`. -1 for an unknown format.
