@@ -29,8 +29,8 @@ Value fuzz_note(Value value)
     return value;
 }
 
-/** The fields of a public or working image, and as many of its bytes as it says: of a very large one
-    those at both ends, as images are noted after every call. */
+/** The fields of a public or working image, and as many of its bytes as it says: of a very large
+    one those at both ends, as images are noted after every call. */
 template <class Image>
 void fuzz_note_image(const Image& image)
 {
