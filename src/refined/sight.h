@@ -40,7 +40,7 @@ double assumed_focal(int32_t width);
 // The same of a sight, in base pixels.
 double assumed_base_focal(const Sight& sight);
 
-// Looks at the picture that `sight` holds: everything but the picture and its pyramid.
+// Looks at the picture that `sight` holds: everything but the picture, its pyramid and its grain.
 // kPanoNoMemory.
 PanoResult look_at(Sight* sight);
 
