@@ -8,6 +8,7 @@
 #include "image/pano_result.h"
 #include "refined/elementary.h"
 #include "refined/patch_fit.h"
+#include "refined/patch_search.h"
 
 namespace ozr::refined
 {
@@ -45,9 +46,9 @@ constexpr double kShapeStep = 8.0;
 // small there, and a lens that is a little off does no harm.
 constexpr int32_t kLikenessPixels = 8000;
 
-// Patches count by their contrast, up to deviations of four levels (of 8 units): a horizon is not
-// to outweigh all else.
-constexpr double kFullContrast = (4.0 * 8) * (4.0 * 8) * kSearchSide * kSearchSide;
+// Patches count by their contrast, up to deviations of four grey levels: a horizon is not to
+// outweigh all else.
+constexpr double kFullContrast = (4.0 * kSampleOne) * (4.0 * kSampleOne) * kSearchSide * kSearchSide;
 constexpr int32_t kLeastPatches = 6;
 
 // Places of a level and places from the middle of a picture, in base pixels.
@@ -196,9 +197,9 @@ PatchFade _fade(const Search& search, int32_t level, const PatchTask& task)
 // Fits a task that is aimed. False where it comes to nothing.
 bool _fit(const Search& search, int32_t level, PatchTask* task)
 {
-    if (!search.lenses.falloff.is_none())
-        task->fade = _fade(search, level, *task);
-    return fit_patch(task, level < 0 ? kFinestDrift : kBaseDrift) >= kLeastCorrelation[0];
+    const PatchFade fade =
+        search.lenses.falloff.is_none() ? PatchFade{0.0, 0.0} : _fade(search, level, *task);
+    return fit_patch(task, fade, level < 0 ? kFinestDrift : kBaseDrift) >= kLeastCorrelation[0];
 }
 
 // Replaces a match by a finer one near it, where the pictures are sharp enough for that.
