@@ -169,9 +169,9 @@ void _make_channel(const Blend& blend, const Part& part, int32_t channel, const 
 }
 
 // Where a row of weights is not all zeros.
-Stretch _weighted(const int16_t* weights, int32_t width)
+Interval _weighted(const int16_t* weights, int32_t width)
 {
-    Stretch part = {0, width};
+    Interval part = {0, width};
     while (part.first < width && weights[part.first] == 0)
         ++part.first;
     while (part.end > part.first && weights[part.end - 1] == 0)
@@ -190,8 +190,8 @@ void _add(const Blend& blend, const Part& part, const Pyramid& mask, const Pyram
         const int32_t first = part.first >> l, width = std::min(values.width, sums.width[l] - first);
         for (int32_t y = 0; y < std::min(values.height, sums.height[l]); ++y) {
             const int16_t *value = values.row(y), *own = weights.row(y);
-            const Stretch stretch = _weighted(own, width);
-            if (stretch.first == stretch.end)
+            const Interval stretch = _weighted(own, width);
+            if (stretch.is_empty())
                 continue;
             if (coarsest)
                 std::fill_n(slow, width, 0);

@@ -4,14 +4,16 @@
 
 #include <algorithm>
 
+#include "refined/interval.h"
+
 namespace ozr::refined
 {
 
 namespace
 {
 
-// Columns [begin, end) that a picture does not show are covered from the next row on at the best.
-void _skip_hidden(int32_t* tops, const Layer& layer, const LatticeColumns& columns, int32_t row)
+// Columns that a picture does not show are covered from the next row on at the best.
+void _skip_hidden(int32_t* tops, const Layer& layer, const Interval& columns, int32_t row)
 {
     constexpr int32_t kAtOnce = 8;
     const uint8_t* shown = layer.shown_row(row) - layer.first;

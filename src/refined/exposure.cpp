@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "refined/elementary.h"
+#include "refined/interval.h"
 #include "refined/light_fit.h"
 
 namespace ozr::refined
@@ -16,7 +17,7 @@ constexpr int32_t kBlock = 8;  // points of the lattice
 
 struct Blocks {
     Buffer<Light> at[kMaxPictures];
-    int32_t first[kMaxPictures], columns[kMaxPictures];
+    Interval columns[kMaxPictures];
     int32_t rows;
 };
 
@@ -94,8 +95,7 @@ PanoResult _measure_layer(const Cancel& cancel, const Layers& layers, int32_t i,
     const Layer& layer = layers.at[i];
     const Frame& frame = layers.frame;
     const int32_t columns = layer.columns / kBlock, corners = columns + 1;
-    blocks->first[i] = layer.first / kBlock;
-    blocks->columns[i] = columns;
+    blocks->columns[i] = {layer.first / kBlock, layer.first / kBlock + columns};
     blocks->at[i] = make_unfilled_buffer<Light>(int64_t{columns} * blocks->rows);
     const Buffer<NodePlace> places = make_unfilled_buffer<NodePlace>(2 * int64_t{corners});
     if (!blocks->at[i] || !places)
@@ -107,7 +107,7 @@ PanoResult _measure_layer(const Cancel& cancel, const Layers& layers, int32_t i,
         const double height = (frame.first_row + y * kBlock) * (1 << frame.step_bits) / frame.radius;
         int16_t gain;
         for (int32_t x = 0; x < corners; ++x)
-            row[x] = layer.view.place(headings[blocks->first[i] + x], height, &gain);
+            row[x] = layer.view.place(headings[blocks->columns[i].first + x], height, &gain);
         if (y > 0)
             _measure_row(layer, places.get() + (y - 1) % 2 * ptrdiff_t{corners}, row, columns,
                          blocks->at[i].get() + int64_t{y - 1} * columns);
@@ -132,15 +132,15 @@ PanoResult _measure_blocks(const Cancel& cancel, const Layers& layers, Blocks* b
 // What two pictures have in common.
 void _add_pair(const Blocks& blocks, int32_t a, int32_t b, LightRound* round)
 {
-    const int32_t from = std::max(blocks.first[a], blocks.first[b]);
-    const int32_t to = std::min(blocks.first[a] + blocks.columns[a], blocks.first[b] + blocks.columns[b]);
-    if (from >= to)
+    const Interval both = common_part(blocks.columns[a], blocks.columns[b]);
+    if (both.is_empty())
         return;
-    for (int32_t y = 0; y < blocks.rows; ++y) {
-        const Light* in_a = blocks.at[a].get() + int64_t{y} * blocks.columns[a] - blocks.first[a];
-        const Light* in_b = blocks.at[b].get() + int64_t{y} * blocks.columns[b] - blocks.first[b];
-        round->add(a, b, in_a + from, in_b + from, to - from);
-    }
+    const auto row_of = [&](int32_t picture, int32_t y) {
+        const Interval& columns = blocks.columns[picture];
+        return blocks.at[picture].get() + int64_t{y} * columns.length() + (both.first - columns.first);
+    };
+    for (int32_t y = 0; y < blocks.rows; ++y)
+        round->add(a, b, row_of(a, y), row_of(b, y), both.length());
 }
 
 LightSolution _fit(const Blocks& blocks, int32_t count)

@@ -36,7 +36,7 @@ void reduce(const Grid& src, const Grid& dst, int32_t* line)
     }
 }
 
-void expand_row(const Grid& coarse, int32_t y, const Stretch& stretch, int32_t* line, int32_t* out)
+void expand_row(const Grid& coarse, int32_t y, const Interval& stretch, int32_t* line, int32_t* out)
 {
     const int32_t last = coarse.height - 1, last_x = coarse.width - 1, middle = y / 2;
     const int16_t* here = coarse.row(std::min(middle, last));

@@ -227,7 +227,7 @@ void _draw_shown(uint8_t* dst, const Layer& layer, int32_t y, Draw draw)
 PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* headings, Layer* layer)
 {
     const int32_t blocks = layer->columns / kBlock;
-    const NodeRange all = {0, blocks + 1};
+    const Interval all = {0, blocks + 1};
     const kernels::Kernels* table = kernels::active();
     NodeRows nodes;
     PANO_FORWARD(nodes.init(blocks + 1));

@@ -26,13 +26,6 @@ struct Frame {
     int32_t rows;          // even
 };
 
-// Columns of the lattice, [first, end).
-struct LatticeColumns {
-    int32_t first;
-    int32_t end;
-    int32_t width() const { return end - first; }
-};
-
 struct Layer {
     const DrawPicture* source;
     int32_t index;  // of the picture in the order of capture

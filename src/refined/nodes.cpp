@@ -68,7 +68,7 @@ PanoResult NodeRows::init(int32_t nodes)
                : kPanoNoMemory;
 }
 
-void NodeRows::advance(const View& view, const Heading* headings, double height, const NodeRange& range)
+void NodeRows::advance(const View& view, const Heading* headings, double height, const Interval& range)
 {
     for (int32_t node = range.first; node < range.end; ++node) {
         const NodePlace above = next_.get()[node];
@@ -82,7 +82,7 @@ void NodeRows::advance(const View& view, const Heading* headings, double height,
     }
 }
 
-void NodeRows::interpolate(int32_t part, int32_t level_bits, const NodeRange& range)
+void NodeRows::interpolate(int32_t part, int32_t level_bits, const Interval& range)
 {
     for (int32_t i = first_of_group(range.first); i < range.end; i += kNodesAtOnce) {
         _places(x_.get() + i, x_between_.above.get() + i, x_between_.step.get() + i, part, level_bits);

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "core/seam_paths.h"
+#include "refined/interval.h"
 
 namespace ozr::refined
 {
@@ -35,7 +36,7 @@ BothRows _both_rows(const Layer& a, const Layer& b, int32_t row)
 struct Overlap {
     const Layer& a;
     const Layer& b;
-    LatticeColumns region;
+    Interval region;  // columns of the lattice
     int32_t reach;
 };
 
@@ -61,10 +62,10 @@ void _cost_row(uint8_t* __restrict costs, uint8_t* __restrict forbidden, const O
                uint16_t* __restrict off)
 {
     const Layer &a = overlap.a, &b = overlap.b;
-    const LatticeColumns region = overlap.region;
+    const Interval region = overlap.region;
     const int32_t reach = overlap.reach;
-    std::fill_n(costs, region.width(), uint8_t{0});
-    std::fill_n(forbidden, region.width(), kForbidden);
+    std::fill_n(costs, region.length(), uint8_t{0});
+    std::fill_n(forbidden, region.length(), kForbidden);
     const int32_t begin = std::max(region.first, std::max(a.first, b.first) + reach);
     const int32_t end = std::min(region.end, std::min(a.first + a.columns, b.first + b.columns) - reach);
     if (begin >= end)
@@ -151,7 +152,7 @@ PanoResult _make_work(int32_t width, int32_t rows, Work* work)
 }
 
 // Where a seam may run: between the middles of its pictures and half as far again beyond both.
-LatticeColumns _region(const Layers& layers, int32_t seam)
+Interval _region(const Layers& layers, int32_t seam)
 {
     const Layer &a = layers.at[seam], &b = layers.at[seam + 1];
     const int32_t beyond = (b.middle - a.middle) / 2;
@@ -165,9 +166,9 @@ PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, 
 {
     const int32_t rows = layers.frame.rows, last = rows - 1;
     const int32_t reach = (feather_width(layers.frame) / 2 >> layers.frame.step_bits) + 1;
-    const LatticeColumns region = _region(layers, seam);
+    const Interval region = _region(layers, seam);
     const Overlap overlap = {layers.at[seam], layers.at[seam + 1], region, reach};
-    const int32_t width = region.width();
+    const int32_t width = region.length();
     Work work;
     PANO_FORWARD(_make_work(width, rows, &work));
     uint8_t* costs = work.costs.get();

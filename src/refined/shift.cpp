@@ -52,7 +52,7 @@ PanoResult _fill(const Unrolled& a, const Unrolled& b, const ShiftRange& range, 
     map->values = make_buffer<float>(int64_t{map->columns + 2} * (map->rows + 2));
     if (!map->values)
         return kPanoNoMemory;
-    const Columns shifts = {map->left, map->left + map->columns};
+    const Interval shifts = {map->left, map->left + map->columns};
     ShiftSums sums;
     PANO_FORWARD(sums.init(a, b, shifts));
     for (int32_t y = 0; y < map->rows; ++y) {
@@ -98,7 +98,7 @@ int32_t _keep(Shift* kept, int32_t count, int32_t most, const Shift& offered)
 Shift _follow(const UnrolledPair& first, const UnrolledPair& second, const Shift& coarse, ShiftSums* sums)
 {
     Shift best = {2 * coarse.x, 2 * coarse.y, -1.0};
-    const Columns near = {2 * coarse.x - kFineReach, 2 * coarse.x + kFineReach + 1};
+    const Interval near = {2 * coarse.x - kFineReach, 2 * coarse.x + kFineReach + 1};
     for (int32_t dy = -kFineReach; dy <= kFineReach; ++dy) {
         const int32_t y = 2 * coarse.y + dy;
         sums->measure(near, y);
