@@ -18,6 +18,12 @@ struct LensPair {
     Falloff falloff;  // as far as it is known
 };
 
+// A place seen in both pictures.
+struct Match {
+    Place first;
+    Place second;
+};
+
 // False where the second camera looks away.
 bool place_in_second(const LensPair& lenses, Place first, Place* second);
 

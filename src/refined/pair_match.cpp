@@ -6,6 +6,7 @@
 #include "image/pano_result.h"
 #include "refined/angles.h"
 #include "refined/elementary.h"
+#include "refined/likeness.h"
 #include "refined/patches.h"
 
 namespace ozr::refined
