@@ -18,7 +18,7 @@ void _skip_hidden(int32_t* tops, const Layer& layer, const Interval& columns, in
     constexpr int32_t kAtOnce = 8;
     const uint8_t* shown = layer.shown_row(row) - layer.first;
     const int32_t first = std::min(std::max(columns.first, layer.first), columns.end);
-    const int32_t last = std::max(std::min(columns.end, layer.first + layer.columns), first);
+    const int32_t last = std::max(std::min(columns.end, layer.end()), first);
     std::fill(tops + columns.first, tops + first, row + 1);
     for (int32_t x = first; x < last;) {
         uint64_t points = 0;
@@ -39,7 +39,7 @@ void _skip_hidden(int32_t* tops, const Layer& layer, const Interval& columns, in
 void _extend(int32_t* tops, const Layers& layers, const Seams& seams, int32_t row)
 {
     const int32_t columns = layers.frame.columns;
-    const int32_t reach = (feather_width(layers.frame) / 2 >> layers.frame.step_bits) + 1;
+    const int32_t reach = feather_reach(layers.frame);
     for (int32_t i = 0; i < layers.count; ++i) {
         // Under a feather the neighbours show through.
         const int32_t first = i > 0 ? seams.begin(i, row) - reach : 0;

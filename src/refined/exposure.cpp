@@ -13,25 +13,23 @@ namespace ozr::refined
 namespace
 {
 
-constexpr int32_t kBlock = 8;  // points of the lattice
-
+// Each kLayerBlock points of the lattice wide and high.
 struct Blocks {
     Buffer<Light> at[kMaxPictures];
     Interval columns[kMaxPictures];
     int32_t rows;
 };
 
-// Where the corners of a block lie in the picture.
-struct Corners {
+// Where the corners of a block are in the picture.
+struct BlockCorners {
     NodePlace left_top, right_top, left_bottom, right_bottom;
 };
 
 bool _is_inside(const NodePlace& place, const PanoImg& picture)
 {
-    constexpr int32_t kMargin = 2;  // pixels at a picture's edge that are not drawn
-    return place.x >= kMargin << kNodePlaceBits && place.y >= kMargin << kNodePlaceBits &&
-           place.x <= (picture.width - 1 - kMargin) << kNodePlaceBits &&
-           place.y <= (picture.height - 1 - kMargin) << kNodePlaceBits;
+    return place.x >= kShownMargin << kNodePlaceBits && place.y >= kShownMargin << kNodePlaceBits &&
+           place.x <= (picture.width - 1 - kShownMargin) << kNodePlaceBits &&
+           place.y <= (picture.height - 1 - kShownMargin) << kNodePlaceBits;
 }
 
 // `part` of 16 of the way.
@@ -42,7 +40,7 @@ int32_t _between(int32_t from, int32_t to, int32_t part)
 
 // The mean of 4 x 4 places of a level whose pixels are a quarter of a block; 0 where one is too
 // dark or too bright.
-double _mean(const ConstPlane& plane, int32_t level, const Corners& corners)
+double _mean(const ConstPlane& plane, int32_t level, const BlockCorners& corners)
 {
     constexpr int32_t kSide = 4;
     int32_t sum = 0;
@@ -64,7 +62,7 @@ double _mean(const ConstPlane& plane, int32_t level, const Corners& corners)
     return sum / static_cast<double>(kSide * kSide << kLightBits);
 }
 
-Light _measure_block(const Layer& layer, const Corners& corners)
+Light _measure_block(const Layer& layer, const BlockCorners& corners)
 {
     const PanoImg& picture = *layer.source->picture;
     const Pyramid& pyramid = *layer.source->pyramid;
@@ -94,8 +92,8 @@ PanoResult _measure_layer(const Cancel& cancel, const Layers& layers, int32_t i,
 {
     const Layer& layer = layers.at[i];
     const Frame& frame = layers.frame;
-    const int32_t columns = layer.columns / kBlock, corners = columns + 1;
-    blocks->columns[i] = {layer.first / kBlock, layer.first / kBlock + columns};
+    const int32_t columns = layer.columns / kLayerBlock, corners = columns + 1;
+    blocks->columns[i] = {layer.first / kLayerBlock, layer.end() / kLayerBlock};
     blocks->at[i] = make_unfilled_buffer<Light>(int64_t{columns} * blocks->rows);
     const Buffer<NodePlace> places = make_unfilled_buffer<NodePlace>(2 * int64_t{corners});
     if (!blocks->at[i] || !places)
@@ -104,7 +102,7 @@ PanoResult _measure_layer(const Cancel& cancel, const Layers& layers, int32_t i,
         if (cancel.asked())
             return kPanoCancelled;
         NodePlace* row = places.get() + y % 2 * ptrdiff_t{corners};
-        const double height = (frame.first_row + y * kBlock) * (1 << frame.step_bits) / frame.radius;
+        const double height = frame.height_of(y * kLayerBlock);
         int16_t gain;
         for (int32_t x = 0; x < corners; ++x)
             row[x] = layer.view.place(headings[blocks->columns[i].first + x], height, &gain);
@@ -118,12 +116,10 @@ PanoResult _measure_layer(const Cancel& cancel, const Layers& layers, int32_t i,
 PanoResult _measure_blocks(const Cancel& cancel, const Layers& layers, Blocks* blocks)
 {
     const Frame& frame = layers.frame;
-    const double step = 1 << frame.step_bits;
-    const Buffer<Heading> headings =
-        make_headings(frame.radius, frame.first_column * step, kBlock * step, frame.columns / kBlock + 1);
+    const Buffer<Heading> headings = make_block_headings(frame);
     if (!headings)
         return kPanoNoMemory;
-    blocks->rows = frame.rows / kBlock;
+    blocks->rows = frame.rows / kLayerBlock;
     for (int32_t i = 0; i < layers.count; ++i)
         PANO_FORWARD(_measure_layer(cancel, layers, i, headings.get(), blocks));
     return kPanoSuccess;

@@ -67,7 +67,7 @@ void _cost_row(uint8_t* __restrict costs, uint8_t* __restrict forbidden, const O
     std::fill_n(costs, region.length(), uint8_t{0});
     std::fill_n(forbidden, region.length(), kForbidden);
     const int32_t begin = std::max(region.first, std::max(a.first, b.first) + reach);
-    const int32_t end = std::min(region.end, std::min(a.first + a.columns, b.first + b.columns) - reach);
+    const int32_t end = std::min(region.end, std::min(a.end(), b.end()) - reach);
     if (begin >= end)
         return;
     const BothRows both = _both_rows(a, b, row);
@@ -165,7 +165,7 @@ PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, 
                       int32_t* columns)
 {
     const int32_t rows = layers.frame.rows, last = rows - 1;
-    const int32_t reach = (feather_width(layers.frame) / 2 >> layers.frame.step_bits) + 1;
+    const int32_t reach = feather_reach(layers.frame);
     const Interval region = _region(layers, seam);
     const Overlap overlap = {layers.at[seam], layers.at[seam + 1], region, reach};
     const int32_t width = region.length();
@@ -204,6 +204,11 @@ int32_t feather_width(const Frame& frame)
 {
     // As wide as the finest waves that the slow correction cannot carry.
     return 3 << frame.step_bits;
+}
+
+int32_t feather_reach(const Frame& frame)
+{
+    return (feather_width(frame) / 2 >> frame.step_bits) + 1;
 }
 
 PanoResult find_seams(const Cancel& cancel, const Layers& layers, Seams* seams)
