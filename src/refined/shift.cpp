@@ -94,6 +94,22 @@ int32_t _keep(Shift* kept, int32_t count, int32_t most, const Shift& offered)
     return std::min(count + 1, most);
 }
 
+// The best local maxima of the coarse size, in its pixels. Returns how many there are.
+int32_t _find_maxima(const Unrolled& a, const Unrolled& b, const ValueMap& map, Shift best[kFollowed])
+{
+    int32_t count = 0;
+    for (int32_t y = 0; y < map.rows; ++y) {
+        for (int32_t x = 0; x < map.columns; ++x) {
+            if (!_is_maximum(map, x, y))
+                continue;
+            const int32_t shift_x = map.left + x, shift_y = map.up + y;
+            const double value = static_cast<double>(*map.at(x, y)) * _weight(a, b, shift_x, shift_y);
+            count = _keep(best, count, kFollowed, {shift_x, shift_y, value});
+        }
+    }
+    return count;
+}
+
 // The best shift around twice a coarse one.
 Shift _follow(const UnrolledPair& first, const UnrolledPair& second, const Shift& coarse, ShiftSums* sums)
 {
@@ -125,16 +141,7 @@ PanoResult find_shifts(const UnrolledPair& first, const UnrolledPair& second, co
     ValueMap map = {};
     PANO_FORWARD(_fill(first.coarse, second.coarse, range, cancel, &map));
     Shift followed[kFollowed];
-    int32_t maxima = 0;
-    for (int32_t y = 0; y < map.rows; ++y) {
-        for (int32_t x = 0; x < map.columns; ++x) {
-            if (!_is_maximum(map, x, y))
-                continue;
-            const double value = static_cast<double>(*map.at(x, y)) *
-                                 _weight(first.coarse, second.coarse, map.left + x, map.up + y);
-            maxima = _keep(followed, maxima, kFollowed, {map.left + x, map.up + y, value});
-        }
-    }
+    const int32_t maxima = _find_maxima(first.coarse, second.coarse, map, followed);
     shifts->count = 0;
     const int32_t end = map.left + map.columns;
     ShiftSums sums;
