@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-#include "refined/angles.h"
-#include "refined/residual.h"
+#include "refined/elementary.h"
 
 namespace ozr::refined
 {

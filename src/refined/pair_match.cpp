@@ -4,10 +4,10 @@
 #include <cmath>
 
 #include "image/pano_result.h"
+#include "refined/adjust.h"
 #include "refined/angles.h"
 #include "refined/elementary.h"
 #include "refined/likeness.h"
-#include "refined/patches.h"
 
 namespace ozr::refined
 {

@@ -1,15 +1,13 @@
 // Slopes follow a match through both cameras by the chain rule.
 #include "refined/residual.h"
 
-#include "refined/elementary.h"
+#include <cmath>
 
 namespace ozr::refined
 {
 
 namespace
 {
-
-constexpr double kFarOff = 1e12;
 
 // From straight places to picture places, for changes: along the radius by 1 / stretch, across it
 // by 1 / scale.
@@ -126,18 +124,20 @@ void _add_skews(const Passage& passage, Slope* x, Slope* y)
     _set({focal * bent.y, focal * bent.x}, &x->second_skew[1], &y->second_skew[1]);
 }
 
-}  // namespace
+constexpr double kFarOff = 1e12;
 
-LinkView link_view(const Lenses& lenses, int32_t first, int32_t second)
+// kFarOff where the second camera looks away.
+double _squared_distance(const LensPair& lenses, const Match& match)
 {
-    return {lenses.rotations[first],
-            lenses.rotations[second],
-            lenses.focal * exponential(lenses.zooms[first]),
-            lenses.focal * exponential(lenses.zooms[second]),
-            lenses.radial,
-            lenses.skews[first],
-            lenses.skews[second]};
+    Place shown = {};
+    if (!place_in_second(lenses, match.first, &shown))
+        return kFarOff;
+    const double x = shown.x - match.second.x;
+    const double y = shown.y - match.second.y;
+    return x * x + y * y;
 }
+
+}  // namespace
 
 bool residual_of(const LinkView& view, const Match& match, LensFreedom freedom, Residual* residual)
 {
@@ -156,14 +156,21 @@ bool residual_of(const LinkView& view, const Match& match, LensFreedom freedom, 
     return true;
 }
 
-double squared_distance(const LensPair& lenses, const Match& match)
+Agreement agreement_of(const Link& link, const Lenses& lenses)
 {
-    Place shown = {};
-    if (!place_in_second(lenses, match.first, &shown))
-        return kFarOff;
-    const double x = shown.x - match.second.x;
-    const double y = shown.y - match.second.y;
-    return x * x + y * y;
+    const LensPair pair = lens_pair(lenses, link.first, link.second);
+    Agreement agreement = {};
+    double sum = 0.0;
+    for (int32_t i = 0; i < link.count; ++i) {
+        const double square = _squared_distance(pair, link.matches[i]);
+        if (square > kNearPixels * kNearPixels)
+            continue;
+        sum += square;
+        ++agreement.near;
+    }
+    if (agreement.near > 0)
+        agreement.residual = std::sqrt(sum / agreement.near);
+    return agreement;
 }
 
 }  // namespace ozr::refined

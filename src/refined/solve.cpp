@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "image/pano_result.h"
+#include "refined/adjust.h"
 #include "refined/likeness.h"
 #include "refined/match_light.h"
 #include "refined/straighten.h"

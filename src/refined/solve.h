@@ -3,6 +3,7 @@
 #ifndef REFINED_SOLVE_H
 #define REFINED_SOLVE_H
 
+#include "refined/lenses.h"
 #include "refined/pair_match.h"
 
 namespace ozr::refined

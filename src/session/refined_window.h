@@ -11,6 +11,7 @@
 #include <algorithm>
 
 #include "base/plane.h"
+#include "refined/residual.h"
 #include "refined/sweep.h"
 #include "session/handle.h"
 #include "session/quality.h"

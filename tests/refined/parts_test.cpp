@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "refined/adjust.h"
 #include "refined/crop.h"
 #include "refined/patch_fit.h"
 #include "refined/picture.h"
