@@ -29,13 +29,14 @@ constexpr Stage kFreeStages[] = {{4.0, 6}, {2.0, 6}, {1.0, 24}};
 constexpr Stage kLastStage = {0.5, 4};
 constexpr double kSharpResidual = 0.2;  // base pixels, root mean square
 
-// Where matches are less close, pictures may be skewed, if that leaves so much less.
+// Where matches are less close, pictures may be skewed, if that leaves no more than this share of
+// the distances.
 constexpr double kSkewPays = 0.8;
 
 // Focal lengths are tried in this order, times the assumed one, while no try fits.
 constexpr double kFocalTries[] = {1.0, 1.3, 0.77, 1.7, 0.6, 2.2};
 
-// A try fits when so many of its matches are near.
+// A try fits when this share of its matches is near.
 constexpr double kFittingShare = 0.6;
 
 constexpr double kFirstDamping = 1e-4;

@@ -32,8 +32,8 @@ PanoResult adjust(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
 // The same from cameras that are nearly right already.
 PanoResult adjust_again(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
 
-// Goes on with all that more than two pictures tell: zooms, the radial term, and skews where these
-// explain much.
+// Goes on with all that takes more than two pictures to find: zooms, the radial term, and skews
+// where these explain much.
 PanoResult adjust_lens(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
 
 }  // namespace ozr::refined

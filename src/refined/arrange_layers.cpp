@@ -1,4 +1,4 @@
-// Pictures are ordered by where they look, and the frame is made large enough for all that they show.
+// Pictures are ordered by where they look; the frame is as large as all that they show.
 #include <algorithm>
 
 #include "refined/elementary.h"
@@ -66,8 +66,7 @@ PanoResult _collect(const DrawInput& input, Layers* layers)
     return layers->count > 0 ? kPanoSuccess : kPanoBadArgument;
 }
 
-// Each picture lies within half a turn of the one before it: so a sweep may go round
-// more than once.
+// Each picture is within half a turn of the one before it: so a sweep may go round more than once.
 void _follow_headings(Layers* layers)
 {
     for (int32_t i = 0; i < layers->count; ++i) {

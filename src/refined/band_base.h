@@ -1,8 +1,8 @@
 // What bands are made of: each picture, and the share that it has of the panorama, as level 0 of
 // a pyramid.
 //
-// Level 0 has the means of 2 x 2 points of the lattice, as chroma pairs are; what is finer is left to
-// the feather along the seams. Its first point is that of the panorama.
+// Level 0 has the means of 2 x 2 points of the lattice, as chroma pairs are; what is finer is left
+// to the feather along the seams. Its first point is that of the panorama.
 #ifndef REFINED_BAND_BASE_H
 #define REFINED_BAND_BASE_H
 

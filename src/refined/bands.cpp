@@ -135,8 +135,8 @@ struct Contribution {
     const BandPyramid& mask;
 };
 
-// Adds the details of a level, weighted, to what is there: what the coarser level does not have, and
-// all of the coarsest level.
+// Adds the details of a level, weighted, to what is there: what the coarser level does not have,
+// and all of the coarsest level.
 void _add_level(const Blend& blend, const Contribution& picture, int32_t l)
 {
     const BandSums& sums = blend.sums[l];

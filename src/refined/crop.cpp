@@ -1,3 +1,5 @@
+// Rows are looked at from the top down, with the height to which each column is covered above them:
+// the largest rectangle under such a skyline is found in one pass.
 #include "refined/crop.h"
 
 #include <string.h>
@@ -54,13 +56,15 @@ int64_t _area(const Crop& crop)
     return int64_t{crop.right - crop.left} * (crop.bottom - crop.top);
 }
 
-// The largest rectangle that ends with this row: the highest of each range of columns begins where
-// the lowest of their tops is, and the columns that are still rising to it begin it.
+// A rectangle that may still grow to the right: columns from `column` on are covered from `top` on.
+// In a list, each begins further right and higher up than the one before.
 struct Rising {
     int32_t column;
     int32_t top;
 };
 
+// Tries the largest rectangles whose last row this is. One ends before a column that is covered
+// from further down only; its lower part may go on there.
 void _try_row(const int32_t* tops, int32_t columns, int32_t row, Rising* rising, Crop* best)
 {
     int32_t count = 0;

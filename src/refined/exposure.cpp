@@ -153,7 +153,7 @@ LightSolution _fit(const Blocks& blocks, int32_t count)
 // The level that all but a few of a picture's pixels stay below.
 int32_t _highlight(const kernels::DrawPlane& small)
 {
-    constexpr int32_t kFew = 200;  // one in so many
+    constexpr int32_t kFew = 200;  // one pixel in this many
     int32_t counts[256] = {};
     for (int32_t y = 0; y < small.height; y += 2) {
         const uint8_t* luma = small.src + y * small.stride;

@@ -1,4 +1,5 @@
-// Callers see their own pictures: where these lie turned inside, offsets and angles are turned back.
+// Callers see their own pictures: where these are turned inside, offsets and angles are turned
+// back.
 #include "refined/joints.h"
 
 #include <cmath>

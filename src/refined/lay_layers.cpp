@@ -63,14 +63,14 @@ void _draw_shown(uint8_t* dst, const Layer& layer, int32_t y, Draw draw)
     }
 }
 
-// The small picture's outer pixels have their middles half a small pixel in from the picture's edge.
+// In places of the small picture, whose outer pixels have their middles half a pixel in from the edge.
 int32_t _shown_margin(int32_t step_bits)
 {
     return ((2 * kShownMargin + 1) << kernels::kDrawPlaceBits >> (step_bits + 1)) -
            (1 << (kernels::kDrawPlaceBits - 1));
 }
 
-// Luma of a row, and chroma of every second one, which lies between it and the next.
+// Luma of a row, and chroma of every second one, which is between it and the next.
 void _lay_row(const Frame& frame, int32_t y, NodeRows* nodes, Layer* layer)
 {
     const kernels::DrawKernels& draw = kernels::active()->draw;

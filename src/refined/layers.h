@@ -63,14 +63,16 @@ struct Layers {
     int32_t count;
 };
 
-// Orders the pictures that are used and chooses the frame. kPanoBadArgument: see draw; kPanoNoMemory.
+// Orders the pictures that are used and chooses the frame. kPanoBadArgument: see draw;
+// kPanoNoMemory.
 PanoResult arrange_layers(const DrawInput& input, Layers* layers);
 
 // The headings of the first columns of all blocks, and of the one behind the last block; null when
 // memory is out.
 Buffer<Heading> make_block_headings(const Frame& frame);
 
-// Lays luma and chroma, with the views' gains, and finds what is shown. kPanoCancelled, kPanoNoMemory.
+// Lays luma and chroma, with the views' gains, and finds what is shown. kPanoCancelled,
+// kPanoNoMemory.
 PanoResult lay_layers(const Cancel& cancel, Layers* layers);
 
 }  // namespace ozr::refined

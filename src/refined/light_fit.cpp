@@ -8,8 +8,8 @@ namespace ozr::refined
 namespace
 {
 
-// Exposures are near each other: places that say so, each with an error of 1. They hold back what
-// no other place tells, and are outvoted by a few.
+// Exposures are near each other: places that say so, each with an error of 1. They decide where no
+// other place does, and are outvoted by a few.
 constexpr double kExposurePrior = 0.1;
 
 }  // namespace

@@ -10,8 +10,12 @@ namespace ozr::refined
 namespace
 {
 
-// Nodes that lie further apart are beyond the picture; within these limits 32 bits hold a
-// step times kNodeParts.
+// From an exact row to the next: two parts for each row of the drawing.
+constexpr int32_t kPartBits = 5;
+static_assert(1 << kPartBits == 2 * kNodeRows);
+
+// Nodes that are further apart are beyond the picture; within these limits 32 bits hold a step
+// times all parts.
 int32_t _step(int32_t above, int32_t below)
 {
     constexpr int32_t kMost = 1 << 25;

@@ -1,8 +1,8 @@
 // Where patches of one picture are expected in another, at the levels of their pyramids, and where
 // they were found there.
 //
-// Places are those of a LensPair, in base pixels from the middle of each picture. Levels are counted
-// from the base; -1 is below it, twice as fine.
+// Places are those of a LensPair, in base pixels from the middle of each picture. Levels are
+// counted from the base; -1 is below it, twice as fine.
 #ifndef REFINED_PATCH_AIM_H
 #define REFINED_PATCH_AIM_H
 

@@ -1,5 +1,6 @@
-// The fit is that of Lucas and Kanade in its inverse form: gradients are the first picture's, so the
-// normal equations are solved once; brightness and contrast are unknowns beside the two of the place.
+// The fit is that of Lucas and Kanade in its inverse form: gradients are the first picture's, so
+// the normal equations are solved once; brightness and contrast are unknowns beside the two of the
+// place.
 #include "refined/patch_fit.h"
 
 #include <algorithm>
@@ -25,7 +26,8 @@ constexpr double kFitDone = 0.01;        // pixels
 constexpr double kLeastContrast = 0.25;  // of the second patch against the first
 
 // What was too bright for the camera has one value, white, and ends elsewhere than in a darker
-// picture. Video's white is 235; some cameras go on to 255. A patch may have this many pixels of it.
+// picture. Video's white is 235; some cameras go on to 255. A patch may have this many pixels of
+// it.
 constexpr int32_t kDarkestWhite = 234 << kSampleBits;
 constexpr int32_t kSameWhite = kSampleOne / 2;
 constexpr int32_t kMostWhite = 16;

@@ -15,9 +15,9 @@ struct PatchFade {
 };
 constexpr double kMostFade = 1.0 / 64;
 
-// Moves the expected place to the best fit and returns the correlation there; -1 where the fit leaves
-// a picture, drifts off by more than `drift` pixels, or has nothing to hold on to: a patch without
-// contrast, or one that is overexposed.
+// Moves the expected place to the best fit and returns the correlation there; -1 where the fit
+// leaves a picture, drifts off by more than `drift` pixels, or has nothing to hold on to: a patch
+// without contrast, or one that is overexposed.
 double fit_patch(PatchTask* task, const PatchFade& fade, double drift);
 
 }  // namespace ozr::refined

@@ -12,8 +12,8 @@ namespace ozr::refined
 constexpr int32_t kSearchSide = 9;
 constexpr int32_t kMaxReach = 4;
 
-// Moves the expected place to the best one within `reach` pixels (at most kMaxReach) and returns the
-// correlation there; -1 where the search leaves a picture.
+// Moves the expected place to the best one within `reach` pixels (at most kMaxReach) and returns
+// the correlation there; -1 where the search leaves a picture.
 double search_patch(PatchTask* task, int32_t reach);
 
 // How alike a patch and what is expected of it in the second picture are, each less its mean.

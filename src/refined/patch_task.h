@@ -49,8 +49,8 @@ struct PatchTask {
 constexpr int32_t kSampleBits = 3;
 constexpr int32_t kSampleOne = 1 << kSampleBits;
 
-// Patches are multiplied in rows of 16 numbers, whole vectors of all kinds. Where a patch has fewer,
-// one of both factors has zeros behind it.
+// Patches are multiplied in rows of 16 numbers, whole vectors of all kinds. Where a patch has
+// fewer, one of both factors has zeros behind it.
 constexpr int32_t kVector = 16;
 
 // Samples (2 half + 1)^2 places around the expected one, bilinear, in the shape of the first

@@ -18,12 +18,19 @@ namespace
 // Patches looked for over the overlap. Twice as many measure no better.
 constexpr int32_t kPatches = 90;
 constexpr int32_t kLeastCell = 3;  // corner windows to a side: a patch is no wider
+
+// Below this a window holds no more than the noise of a camera: a mean squared gradient of about
+// one level a pixel.
+constexpr float kWeakCorner = 60.0F;
+
+// Fainter windows are tried where matches are few: clouds, dunes in haze.
+constexpr float kFaintCorner = 15.0F;
 constexpr int32_t kFewMatches = 30;
 
 // The share of the first picture that shows in the second is counted on this many places to a side.
 constexpr int32_t kShareSide = 12;
 
-// A search at a level, for a correlation within so many pixels; and the correlation of a good fit.
+// A search at a level, within `reach` pixels, for a correlation of `least`; and that of a good fit.
 struct SearchStep {
     int32_t level;
     int32_t reach;
@@ -33,8 +40,8 @@ constexpr SearchStep kWideSteps[] = {{kSearchLevels, 4, 0.40}, {1, 2, 0.50}};
 constexpr SearchStep kNearSteps[] = {{0, 3, 0.50}};
 constexpr double kLeastFit = 0.70;
 
-// Matches are measured at the base, then once more one level below it, where there is one. A fit may
-// drift this far from where it starts, in pixels of its level: further off is something else.
+// Matches are measured at the base, then once more one level below it, where there is one. A fit
+// may drift this far from where it starts, in pixels of its level: further off is something else.
 constexpr double kBaseDrift = 2.5;
 constexpr double kFinestDrift = 1.5;
 
@@ -131,7 +138,7 @@ bool _best_place(const PatchAim& aim, const Cells& cells, int32_t column, int32_
     return strength > cells.least_strength;
 }
 
-// Cells so large that the overlap holds about kPatches of them.
+// Cells of which the overlap holds about kPatches.
 int32_t _cell_side(const PatchAim& aim)
 {
     const Corners& corners = aim.first().corners;

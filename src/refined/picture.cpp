@@ -1,3 +1,5 @@
+// Levels are made row by row while the picture is copied: each row that completes a pair makes one
+// of the next level.
 #include "refined/picture.h"
 
 #include <algorithm>

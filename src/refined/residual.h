@@ -19,7 +19,7 @@ struct Link {
 
 // How freely the lens may be bent to the matches.
 enum LensFreedom {
-    kLensOfPair,   // two pictures tell a focal length at best
+    kLensOfPair,   // two pictures show a focal length at best
     kLensOfSweep,  // zooms and the radial term too
     kShutterToo,   // and what a moving camera's shutter does to each picture
 };

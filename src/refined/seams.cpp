@@ -1,5 +1,5 @@
-// A seam is the cheapest path through costs of all points that it may run through: how far apart the
-// two pictures are there, and a little for being off the middle between them.
+// A seam is the cheapest path through costs of all points that it may run through: how far apart
+// the two pictures are there, and a little for being off the middle between them.
 #include "refined/seams.h"
 
 #include <stdlib.h>

@@ -1,3 +1,5 @@
+// Every shift of the range is measured at the coarse size; the best local maxima are followed to
+// the fine one.
 #include "refined/shift.h"
 
 #include <algorithm>

@@ -9,8 +9,8 @@ namespace ozr::refined
 namespace
 {
 
-// A point of a correction is the mean of 2 x 2 points of the lattice, so it lies half a lattice step
-// in from its own step's start.
+// A point of a correction is the mean of 2 x 2 points of the lattice, so it lies half a lattice
+// step in from its own step's start.
 int32_t _inset(int32_t step_bits)
 {
     return (1 << step_bits) / 4;

@@ -12,7 +12,8 @@ namespace
 {
 
 constexpr int32_t kGroup = kernels::kShiftGroup;
-constexpr int32_t kMostAtOnce = kUnrolledMargin;  // shifts: so many need no wider margin
+constexpr int32_t kMostAtOnce = kUnrolledMargin;  // shifts; more would need a wider margin
+static_assert(kMaxContrast <= kernels::kMostCorrelated);
 
 int32_t _whole_groups(int32_t count)
 {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "base/limits.h"
-#include "refined/angles.h"
+#include "refined/elementary.h"
 
 namespace ozr::refined
 {
@@ -11,9 +11,9 @@ namespace ozr::refined
 namespace
 {
 
-// A hand rolls a camera by about a degree and tilts it by some ten: so much more the cameras' own
-// uprights may deviate from the axis than their horizontals from its plane. Matters where few
-// pictures, close together, fix the axis badly.
+// A hand rolls a camera by about a degree and tilts it by some ten: the cameras' own uprights may
+// deviate from the axis ten times as far as their horizontals from its plane, squares by a hundred.
+// It matters where few pictures, close together, fix the axis badly.
 constexpr double kUprightWeight = 0.01;
 
 void _add_square(Vector v, double weight, double matrix[9])

@@ -1,5 +1,5 @@
-// Pictures are matched as they come, each with the one before. As long as nothing is joined the sweep
-// may turn out to run the other way: then all pictures are turned, and matched once more.
+// Pictures are matched as they come, each with the one before. As long as nothing is joined the
+// sweep may turn out to run the other way: then all pictures are turned, and matched once more.
 #include "refined/sweep.h"
 
 #include <algorithm>

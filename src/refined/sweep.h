@@ -76,7 +76,7 @@ private:
 
     Sight sights_[kMaxPictures] = {};
     int32_t pictures_ = 0;
-    bool turned_ = false;  // pictures lie a quarter turn clockwise: the sweep runs up or down
+    bool turned_ = false;  // pictures are turned clockwise: the sweep runs up or down
     Pair pairs_[kMaxPairs] = {};
     int32_t count_ = 0;  // of pairs
     Solution solution_ = {};

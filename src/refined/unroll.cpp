@@ -1,3 +1,5 @@
+// Sampling goes along the columns of the cylinder, which are straight lines in the picture; the
+// mean around each pixel comes from running sums along its rows.
 #include "refined/unroll.h"
 
 #include <algorithm>

@@ -21,8 +21,8 @@ struct Unrolled {
     int32_t height;
     int32_t stride;  // elements: the margin behind a row is the one before the next
     Buffer<int16_t> contrast;
-    // Of each row: the columns in which the cylinder shows the picture. Edges of pictures are cosines
-    // on it, so what is between two columns that show something shows something too.
+    // Of each row: the columns in which the cylinder shows the picture. Edges of pictures are
+    // cosines on it, so what is between two columns that show something shows something too.
     Buffer<Interval> shown;
 
     const int16_t* row(int32_t y) const { return contrast.get() + kUnrolledMargin + int64_t{y} * stride; }

@@ -1,3 +1,5 @@
+// Rows are drawn from top to bottom, in each the pictures from left to right; a picture's left end
+// is mixed with what the one before has drawn there.
 #include "refined/warp.h"
 
 #include <string.h>
@@ -135,7 +137,7 @@ void _draw_luma(Warp* warp, const PictureRow& part)
     _compose(pano_row(warp->out, part.row), line, part.span, warp->feather, 1);
 }
 
-// Of every second row; chroma lies between it and the next.
+// Of every second row; chroma is between it and the next.
 void _draw_chroma(Warp* warp, const PictureRow& part)
 {
     const PanoImg* source = warp->plan.layers.at[part.picture].source->picture;
