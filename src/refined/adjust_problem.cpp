@@ -24,7 +24,6 @@ constexpr double kHeld = 1e12;
 
 // Further off, a step's equations, which are linear, do not hold.
 constexpr double kMostFocalStep = 0.5;  // of ln(focal)
-constexpr double kMostRadial = 0.5;
 
 // Unknowns of one match, in this order: turns of both, focal length; zooms of both, radial term;
 // skews of both. The freer the lens, the more of them count.

@@ -16,8 +16,7 @@ constexpr int32_t kLeastSide = 32;  // of a picture
 bool _is_camera(const Camera& camera, int32_t longer)
 {
     constexpr double kLeastFocal = 0.2, kMostFocal = 20.0;  // longer sides
-    constexpr double kMostRadial = 0.5;
-    for (double number : camera.rotation) {
+    for (double number : camera.rotation.m) {
         if (!(number > -1.001 && number < 1.001))
             return false;
     }

@@ -49,8 +49,8 @@ double _tangent(double angle)
 // Of two pictures of the panorama, in its pixels.
 Place _offset_on_cylinder(const Camera& first, const Camera& second, double radius)
 {
-    const Angles a = _angles(rotation_of(first));
-    const Angles b = _angles(rotation_of(second));
+    const Angles a = _angles(first.rotation);
+    const Angles b = _angles(second.rotation);
     double along = b.along - a.along;
     along += along > kPi ? -2.0 * kPi : along < -kPi ? 2.0 * kPi : 0.0;
     return {along * radius, (_tangent(b.across) - _tangent(a.across)) * radius};
@@ -104,7 +104,7 @@ bool camera_of(const SweepInside& sweep, int32_t index, ozr_panorama_camera* cam
     if (index < 0 || index >= sweep.pictures)
         return false;
     const Camera& own = sweep.cameras[index];
-    const Angles angles = _angles(rotation_of(own));
+    const Angles angles = _angles(own.rotation);
     camera->yaw = static_cast<float>((sweep.is_turned ? angles.across : angles.along) / kDegree);
     camera->pitch = static_cast<float>((sweep.is_turned ? -angles.along : angles.across) / kDegree);
     camera->roll = static_cast<float>(angles.roll / kDegree);

@@ -185,7 +185,7 @@ PanoResult Sweep::turn_along(const Cancel& cancel)
 void Sweep::fill_cameras()
 {
     for (int32_t i = 0; i < pictures_; ++i) {
-        std::copy_n(solution_.lenses.rotations[i].m, 9, cameras_[i].rotation);
+        cameras_[i].rotation = solution_.lenses.rotations[i];
         cameras_[i].focal =
             solution_.lenses.focal * exponential(solution_.lenses.zooms[i]) * sights_[i].base_scale();
         cameras_[i].radial = solution_.lenses.radial;

@@ -60,7 +60,7 @@ View::View(const Camera& camera, int32_t width, int32_t height)
 {
     for (int32_t row = 0; row < 3; ++row) {
         for (int32_t column = 0; column < 3; ++column)
-            turn_[3 * row + column] = _fixed(camera.rotation[3 * column + row]);
+            turn_[3 * row + column] = _fixed(camera.rotation.m[3 * column + row]);
     }
     corner_ = (middle_x_ * middle_x_ + middle_y_ * middle_y_) / (focal_ * focal_);
     const double followed = _followed(corner_, radial_);
