@@ -71,9 +71,8 @@ int32_t _shown_margin(int32_t step_bits)
 }
 
 // Luma of a row, and chroma of every second one, which is between it and the next.
-void _lay_row(const Frame& frame, int32_t y, NodeRows* nodes, Layer* layer)
+void _lay_row(const kernels::DrawKernels& draw, const Frame& frame, int32_t y, NodeRows* nodes, Layer* layer)
 {
-    const kernels::DrawKernels& draw = kernels::active()->draw;
     const int32_t blocks = layer->columns / kLayerBlock, part = 2 * (y % kNodeRows);
     const Interval all = {0, blocks + 1};
     const int64_t at = int64_t{y} * layer->columns;
@@ -94,13 +93,14 @@ void _lay_row(const Frame& frame, int32_t y, NodeRows* nodes, Layer* layer)
 PanoResult _lay_layer(const Cancel& cancel, const Frame& frame, const Heading* headings, Layer* layer)
 {
     const Interval all = {0, layer->columns / kLayerBlock + 1};
+    const kernels::DrawKernels& draw = kernels::active()->draw;
     NodeRows nodes;
     PANO_FORWARD(nodes.init(all.end));
     nodes.advance(layer->view, headings, frame.height_of(0), all);
     for (int32_t y = 0; y < frame.rows; ++y) {
         if (y % kNodeRows == 0)
             nodes.advance(layer->view, headings, frame.height_of(y + kNodeRows), all);
-        _lay_row(frame, y, &nodes, layer);
+        _lay_row(draw, frame, y, &nodes, layer);
         if (cancel.asked())
             return kPanoCancelled;
     }
