@@ -43,9 +43,9 @@ void _report_seams(Plan* plan, SeamLines* lines)
 {
     const int32_t step = 1 << plan->layers.frame.step_bits;
     Seams& seams = plan->seams;
+    int32_t* columns = seams.columns.get();
     for (int32_t i = 0; i < (seams.count - 1) * seams.rows; ++i)
-        seams.columns[static_cast<size_t>(i)] =
-            (seams.columns[static_cast<size_t>(i)] - plan->crop.left) * step;
+        columns[i] = (columns[i] - plan->crop.left) * step;
     for (int32_t i = 0; i < seams.count; ++i)
         lines->pictures[i] = plan->layers.at[i].index;
     lines->rows = seams.rows;

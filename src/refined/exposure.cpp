@@ -33,9 +33,9 @@ bool _is_inside(const NodePlace& place, const PanoImg& picture)
 }
 
 // `part` of 16 of the way.
-int32_t _between(int32_t from, int32_t to, int32_t part)
+NodePlace _between(const NodePlace& from, const NodePlace& to, int32_t part)
 {
-    return from + ((to - from) * part >> 4);
+    return {from.x + ((to.x - from.x) * part >> 4), from.y + ((to.y - from.y) * part >> 4)};
 }
 
 // The mean of 4 x 4 places of a level whose pixels are a quarter of a block; 0 where one is too
@@ -46,14 +46,11 @@ double _mean(const ConstPlane& plane, int32_t level, const BlockCorners& corners
     int32_t sum = 0;
     for (int32_t j = 0; j < kSide; ++j) {
         const int32_t down = 1 + 4 * j;
-        const NodePlace left = {_between(corners.left_top.x, corners.left_bottom.x, down),
-                                _between(corners.left_top.y, corners.left_bottom.y, down)};
-        const NodePlace right = {_between(corners.right_top.x, corners.right_bottom.x, down),
-                                 _between(corners.right_top.y, corners.right_bottom.y, down)};
+        const NodePlace left = _between(corners.left_top, corners.left_bottom, down);
+        const NodePlace right = _between(corners.right_top, corners.right_bottom, down);
         for (int32_t i = 0; i < kSide; ++i) {
             const int32_t across = 1 + 4 * i;
-            const int32_t light = light_at(
-                plane, level, {_between(left.x, right.x, across), _between(left.y, right.y, across)});
+            const int32_t light = light_at(plane, level, _between(left, right, across));
             if (light == 0)
                 return 0.0;
             sum += light;
@@ -73,8 +70,7 @@ Light _measure_block(const Layer& layer, const BlockCorners& corners)
     const double mean = _mean(pyramid.levels[level], level, corners);
     if (mean == 0.0)
         return {};
-    const NodePlace middle = {_between(corners.left_top.x, corners.right_bottom.x, 8),
-                              _between(corners.left_top.y, corners.right_bottom.y, 8)};
+    const NodePlace middle = _between(corners.left_top, corners.right_bottom, 8);
     return {logarithm_of_light(mean, level), static_cast<float>(layer.view.spread(middle))};
 }
 
@@ -86,7 +82,7 @@ void _measure_row(const Layer& layer, const NodePlace* above, const NodePlace* b
         blocks[x] = _measure_block(layer, {above[x], above[x + 1], below[x], below[x + 1]});
 }
 
-// `headings` are those of the frame's corners.
+// `headings` are those of the blocks' corners.
 PanoResult _measure_layer(const Cancel& cancel, const Layers& layers, int32_t i, const Heading* headings,
                           Blocks* blocks)
 {
@@ -98,17 +94,17 @@ PanoResult _measure_layer(const Cancel& cancel, const Layers& layers, int32_t i,
     const Buffer<NodePlace> places = make_unfilled_buffer<NodePlace>(2 * int64_t{corners});
     if (!blocks->at[i] || !places)
         return kPanoNoMemory;
+    NodePlace *above = places.get(), *below = above + corners;
     for (int32_t y = 0; y <= blocks->rows; ++y) {
         if (cancel.asked())
             return kPanoCancelled;
-        NodePlace* row = places.get() + y % 2 * ptrdiff_t{corners};
+        std::swap(above, below);
         const double height = frame.height_of(y * kLayerBlock);
         int16_t gain;
         for (int32_t x = 0; x < corners; ++x)
-            row[x] = layer.view.place(headings[blocks->columns[i].first + x], height, &gain);
+            below[x] = layer.view.place(headings[x], height, &gain);
         if (y > 0)
-            _measure_row(layer, places.get() + (y - 1) % 2 * ptrdiff_t{corners}, row, columns,
-                         blocks->at[i].get() + int64_t{y - 1} * columns);
+            _measure_row(layer, above, below, columns, blocks->at[i].get() + int64_t{y - 1} * columns);
     }
     return kPanoSuccess;
 }
@@ -121,7 +117,8 @@ PanoResult _measure_blocks(const Cancel& cancel, const Layers& layers, Blocks* b
         return kPanoNoMemory;
     blocks->rows = frame.rows / kLayerBlock;
     for (int32_t i = 0; i < layers.count; ++i)
-        PANO_FORWARD(_measure_layer(cancel, layers, i, headings.get(), blocks));
+        PANO_FORWARD(
+            _measure_layer(cancel, layers, i, headings.get() + layers.at[i].first / kLayerBlock, blocks));
     return kPanoSuccess;
 }
 

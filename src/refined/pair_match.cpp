@@ -168,8 +168,7 @@ ShiftRange _around(const ShiftHint& hint)
     return {x - kHintReachX, x + kHintReachX, y - kHintReachY, y + kHintReachY};
 }
 
-struct RolledShift {
-    Shift shift;
+struct RolledShift : Shift {
     double roll;
 };
 
@@ -178,18 +177,6 @@ struct RolledShifts {
     int32_t count;
     RolledShift best[kMostTried];
 };
-
-void _keep(const Shift& shift, double roll, RolledShifts* kept)
-{
-    int32_t place = kept->count;
-    while (place > 0 && kept->best[place - 1].shift.value < shift.value)
-        --place;
-    if (place >= kMostTried || shift.value < kLeastValue)
-        return;
-    kept->count = std::min(kept->count + 1, kMostTried);
-    std::copy_backward(kept->best + place, kept->best + kept->count - 1, kept->best + kept->count);
-    kept->best[place] = {shift, roll};
-}
 
 PanoResult _find_rolled(const Attempt& attempt, RolledShifts* rolled)
 {
@@ -201,8 +188,11 @@ PanoResult _find_rolled(const Attempt& attempt, RolledShifts* rolled)
         PANO_FORWARD(unroll_pair(attempt.sights.second, roll, &unrolled));
         PANO_FORWARD(
             find_shifts(attempt.sights.first.unrolled, unrolled, kRolledRange, attempt.cancel, &shifts));
-        for (int32_t i = 0; i < shifts.count; ++i)
-            _keep(shifts.best[i], roll, rolled);
+        for (int32_t i = 0; i < shifts.count; ++i) {
+            if (shifts.best[i].value >= kLeastValue)
+                rolled->count =
+                    keep_best<RolledShift>(rolled->best, rolled->count, kMostTried, {shifts.best[i], roll});
+        }
     }
     return kPanoSuccess;
 }
@@ -213,7 +203,7 @@ PanoResult _try_rolled(const Attempt& attempt)
     PANO_FORWARD(_find_rolled(attempt, &rolled));
     for (int32_t i = 0; i < rolled.count && !attempt.best->is_good(); ++i) {
         const RolledShift& tried = rolled.best[i];
-        PANO_FORWARD(_try_guess(attempt, _guess(attempt, tried.shift, tried.roll)));
+        PANO_FORWARD(_try_guess(attempt, _guess(attempt, tried, tried.roll)));
     }
     return kPanoSuccess;
 }

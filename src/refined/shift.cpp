@@ -81,21 +81,6 @@ bool _is_maximum(const ValueMap& map, int32_t x, int32_t y)
     return true;
 }
 
-// Keeps the best `most` of the shifts offered, the best first; of equal ones the first. Returns how
-// many are kept.
-int32_t _keep(Shift* kept, int32_t count, int32_t most, const Shift& offered)
-{
-    int32_t place = count;
-    while (place > 0 && kept[place - 1].value < offered.value)
-        --place;
-    if (place >= most)
-        return count;
-    for (int32_t i = std::min(count, most - 1); i > place; --i)
-        kept[i] = kept[i - 1];
-    kept[place] = offered;
-    return std::min(count + 1, most);
-}
-
 // The best local maxima of the coarse size, in its pixels. Returns how many there are.
 int32_t _find_maxima(const Unrolled& a, const Unrolled& b, const ValueMap& map, Shift best[kFollowed])
 {
@@ -106,7 +91,7 @@ int32_t _find_maxima(const Unrolled& a, const Unrolled& b, const ValueMap& map, 
                 continue;
             const int32_t shift_x = map.left + x, shift_y = map.up + y;
             const double value = static_cast<double>(*map.at(x, y)) * _weight(a, b, shift_x, shift_y);
-            count = _keep(best, count, kFollowed, {shift_x, shift_y, value});
+            count = keep_best<Shift>(best, count, kFollowed, {shift_x, shift_y, value});
         }
     }
     return count;
@@ -154,7 +139,7 @@ PanoResult find_shifts(const UnrolledPair& first, const UnrolledPair& second, co
         const Shift fine = _follow(first, second, followed[i], &sums);
         // Neighbouring maxima often lead to one place, which is not to be tried twice.
         if (shifts->count == 0 || !_is_near(shifts->best[0], fine))
-            shifts->count = _keep(shifts->best, shifts->count, kMaxShifts, fine);
+            shifts->count = keep_best(shifts->best, shifts->count, kMaxShifts, fine);
     }
     return kPanoSuccess;
 }

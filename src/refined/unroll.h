@@ -10,7 +10,7 @@
 namespace ozr::refined
 {
 
-constexpr int32_t kMaxContrast = 60;
+constexpr int32_t kMaxContrast = 60;  // kernels::kMostCorrelated allows little more
 
 // Zeros before and behind every row of contrast: what is shifted a little too far meets nothing.
 constexpr int32_t kUnrolledMargin = 16;
