@@ -48,7 +48,7 @@ bool panorama_engine_classic_joint(const PanoramaInternal* pe, int32_t index, oz
     const PanoramaCore* core = pe->core;
     const AlignResult step = core::step_of(*core, index + 1);
     const bool vertical = is_vertical(pe->direction);  // these were turned clockwise
-    // Counted from the left, the joint's right picture; of those composed, the rightmost are left out.
+    // The joint's right picture, counted from the left: the rightmost pictures are left out.
     const int32_t right = core->forward != 0 ? index + 1 : slots - 1 - index;
     *joint = {index,
               index + 1,

@@ -102,7 +102,8 @@ struct Extent {
 // False where nothing of a picture fits the cylinder.
 bool _find_extent(const Layer& layer, Extent* extent)
 {
-    constexpr int32_t kSamples = 16;  // in between, the lens bends an edge by less than a lattice step
+    // In between, the lens bends an edge by less than a lattice step.
+    constexpr int32_t kSamples = 16;
     const double width = layer.source->picture->width - 1, height = layer.source->picture->height - 1;
     const double middle = layer.view.heading();
     const auto add = [&](int32_t column, int32_t row) {

@@ -63,7 +63,8 @@ void _draw_shown(uint8_t* dst, const Layer& layer, int32_t y, Draw draw)
     }
 }
 
-// In places of the small picture; the middles of its outer pixels are half a pixel in from the edge.
+// In places of the small picture, the middles of whose outer pixels are half a pixel in from its
+// edge.
 int32_t _shown_margin(int32_t step_bits)
 {
     return ((2 * kShownMargin + 1) << kernels::kDrawPlaceBits >> (step_bits + 1)) -

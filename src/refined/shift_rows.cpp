@@ -78,13 +78,13 @@ void ShiftRows::prepare(int32_t row, const Interval& nodes)
     const Interval made = is_next ? made_ : Interval{nodes.first, nodes.first};
     made_ = nodes;
     for (int32_t channel = 0; channel < kChannels; ++channel) {
-        const int16_t* shifts = correction_->shift[channel].get();
-        const int16_t* shifts_above = shifts + int64_t{above} * correction_->columns;
-        const int16_t* shifts_below = shifts + int64_t{below} * correction_->columns;
+        const auto row_of = [&](int32_t y) {
+            return correction_->shift[channel].get() + int64_t{y} * correction_->columns;
+        };
         std::swap(above_[channel], below_[channel]);
-        at_nodes(above_[channel].get(), shifts_above, {nodes.first, std::min(made.first, nodes.end)});
-        at_nodes(above_[channel].get(), shifts_above, {std::max(made.end, nodes.first), nodes.end});
-        at_nodes(below_[channel].get(), shifts_below, nodes);
+        at_nodes(above_[channel].get(), row_of(above), {nodes.first, std::min(made.first, nodes.end)});
+        at_nodes(above_[channel].get(), row_of(above), {std::max(made.end, nodes.first), nodes.end});
+        at_nodes(below_[channel].get(), row_of(below), nodes);
     }
 }
 
