@@ -35,7 +35,7 @@ struct LevelFrame {
 class PatchAim
 {
 public:
-    // Both must outlive this.
+    // Pictures and lenses must outlive this.
     PatchAim(const SightPair& sights, const LensPair& lenses);
 
     const Sight& first() const { return sights_.first; }
@@ -65,7 +65,7 @@ private:
     Place whole_place(int32_t level, const PatchTask& task) const;
     bool shape_at(Place first, Place second, PatchShape* shape) const;
 
-    const SightPair& sights_;
+    const SightPair sights_;
     const LensPair& lenses_;
     LevelFrame first_frames_[kLevels];
     LevelFrame second_frames_[kLevels];
