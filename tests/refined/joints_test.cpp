@@ -101,7 +101,7 @@ TEST(PatchAim, KnowsHowLightGrowsAcrossAPatch)
 {
     constexpr double kMiddleX = 320, kMiddleY = 240;
     const LensPair lenses = {rotation_of_pose({-9, 4, 3}), 560, 560, 0, {}, {}, {0.5, 0.2}};
-    Sight first, second;
+    Sight first = {}, second = {};
     for (Sight* sight : {&first, &second}) {
         sight->base = 0;
         sight->pyramid.levels[0] = {nullptr, 640, 480, 640};
