@@ -115,7 +115,7 @@ private:
 /** Whether the cylinder shows the picture at a column of a row. */
 bool shows(const ozr::refined::Unrolled& unrolled, int32_t x, int32_t y)
 {
-    const ozr::refined::Columns& shown = unrolled.shown.get()[y];
+    const ozr::refined::Interval& shown = unrolled.shown.get()[y];
     return x >= shown.first && x < shown.end;
 }
 

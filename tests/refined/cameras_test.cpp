@@ -29,8 +29,14 @@ void expect_true_cameras(const Simulated& sweep, const Found& found)
         EXPECT_LT(turn_error(sweep, found, std::max(i - 1, 0), i), 0.05) << i;
         EXPECT_LT(turn_error(sweep, found, 0, i), 0.12) << i;
     }
-    for (const ozr_panorama_joint& joint : found.joints)
-        EXPECT_GE(joint.confidence, 0.5F) << joint.first << " " << joint.second;
+    for (const ozr_panorama_joint& joint : found.joints) {
+        SCOPED_TRACE(testing::Message() << joint.first << " " << joint.second);
+        EXPECT_GE(joint.confidence, 0.5F);
+        EXPECT_GE(joint.residual, 0);
+        EXPECT_LT(joint.residual, 0.7F);
+    }
+    ASSERT_FALSE(found.near.empty());
+    EXPECT_GT(found.near[0], 0.5);
 }
 
 }  // namespace

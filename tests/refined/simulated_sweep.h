@@ -5,11 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <deque>
 #include <vector>
 
 #include "ozr_panorama.h"
 #include "refined/simulated_camera.h"
+#include "session/window.h"
 #include "support/handle.h"
 
 // A cell of the world is bright or dark by chance; three sizes of cells, blurred at their edges.
@@ -70,6 +72,7 @@ struct Found {
     std::vector<ozr_panorama_joint> joints;
     std::vector<ozr_panorama_camera> cameras;
     std::vector<uint8_t> pixels;
+    std::vector<double> near;  // a compared pair: the share of its matches that agree with the cameras
 };
 
 inline std::deque<Photograph> photographs(const Simulated& sweep)
@@ -118,6 +121,12 @@ inline Found find(const std::deque<Photograph>& pictures,
         found.joints.push_back(joint);
     for (int32_t i = 0; ozr_panorama_get_camera(pano.get(), i, &camera) == ozr_success; ++i)
         found.cameras.push_back(camera);
+    for (int32_t i = 0; i < ozr::session::look_at_refined(pano.get()).pairs; ++i) {
+        const ozr::session::MatchesRecord pair = ozr::session::look_at_matches(pano.get(), i);
+        const auto agrees = [](const ozr::session::MatchRecord& match) { return match.is_near; };
+        const auto near = std::count_if(pair.matches, pair.matches + pair.count, agrees);
+        found.near.push_back(static_cast<double>(near) / std::max(pair.count, 1));
+    }
     return found;
 }
 
