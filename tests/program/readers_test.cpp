@@ -18,7 +18,7 @@ using namespace ozr_pano;
 namespace
 {
 
-/** Bytes of a number, the highest first. */
+// Bytes of a number, the highest first.
 std::string _number(size_t value, int bytes)
 {
     std::string text;
@@ -27,8 +27,8 @@ std::string _number(size_t value, int bytes)
     return text;
 }
 
-/** Directories of a TIFF block, written plainly: each entry is tag, type, count
-    and the bytes of its value. */
+// Directories of a TIFF block, written plainly: each entry is tag, type, count and the bytes of its
+// value.
 struct PlainEntry {
     size_t tag, type, count;
     std::string value;
@@ -73,7 +73,7 @@ private:
     std::string text_;
 };
 
-/** Another tag and the orientation, behind an unused gap; nothing about a next directory. */
+// Another tag and the orientation, behind an unused gap; nothing about a next directory.
 std::string _exif_block(bool big_endian, size_t directory, size_t type, size_t orientation)
 {
     PlainBlock block(big_endian, directory, "gap.");
@@ -203,7 +203,7 @@ std::string _text(const std::vector<uint8_t>& bytes)
     return std::string(bytes.begin(), bytes.end());
 }
 
-/** A JPEG up to where its pixels would begin. */
+// A JPEG up to where its pixels would begin.
 std::string _jpeg_head(size_t width, size_t height, int components)
 {
     std::string frame = '\x08' + _number(height, 2) + _number(width, 2) + static_cast<char>(components), scan;
@@ -215,13 +215,13 @@ std::string _jpeg_head(size_t width, size_t height, int components)
            _number(scan.size() + 6, 2) + static_cast<char>(components) + scan + std::string("\0?\0", 3);
 }
 
-/** A JPEG's segment with an Exif block. */
+// A JPEG's segment with an Exif block.
 std::string _exif_segment(const std::string& block)
 {
     return "\xFF\xE1" + _number(block.size() + 8, 2) + std::string("Exif\0\0", 6) + block;
 }
 
-/** A PNG's chunk. */
+// A PNG's chunk.
 std::string _chunk(const std::string& type, const std::string& data)
 {
     const std::string checked = type + data;
@@ -320,7 +320,7 @@ TEST(ImageOwner, ShowsTheEvenPartOfOddImages)
     EXPECT_EQ(picture.rgba, convert_to_picture(*even.get()).rgba);
 }
 
-/** Opens a stream of these bytes for reading. */
+// Opens a stream of these bytes for reading.
 std::unique_ptr<FILE, int (*)(FILE*)> _opened(const std::string& bytes)
 {
     std::unique_ptr<FILE, int (*)(FILE*)> file(tmpfile(), fclose);
