@@ -81,15 +81,22 @@ void _resample_gray(PanoImg* dst, const PanoImg* src, Steps steps, kernels::Resa
         memset(pano_row(dst, y), 0, static_cast<size_t>(dst->width));
 }
 
-// The bytes from `row` to the end of the buffer, whose length is the larger of size and geometry.
-int64_t _bytes_from(const PanoImg* img, const uint8_t* row)
+// Where a row of pairs begins in the buffer. A record that is not semi-planar has no such rows: the
+// place may be behind the buffer, and becomes an address only after _bytes_from().
+int64_t _chroma_offset(const PanoImg* img, int32_t y)
 {
-    return std::max(int64_t{img->size}, pano_geometry_size(img)) - (row - img->data);
+    return (int64_t{img->height} + y) * img->stride;
 }
 
-kernels::PairsRow _pairs_from(const PanoImg* img, const uint8_t* row)
+// The bytes from a place to the end of the buffer, whose length is the larger of size and geometry.
+int64_t _bytes_from(const PanoImg* img, int64_t offset)
 {
-    return {row, static_cast<int32_t>(std::min<int64_t>(_bytes_from(img, row), INT32_MAX))};
+    return std::max(int64_t{img->size}, pano_geometry_size(img)) - offset;
+}
+
+kernels::PairsRow _pairs_from(const PanoImg* img, int64_t offset)
+{
+    return {img->data + offset, static_cast<int32_t>(std::min<int64_t>(_bytes_from(img, offset), INT32_MAX))};
 }
 
 // Kept: the luma steps are used unchanged on the chroma plane of half the size, so the chroma is up
@@ -101,18 +108,18 @@ void _resample_chroma(PanoImg* dst, const PanoImg* src, Steps steps)
     const int64_t row_bytes = (int64_t{dst->width} + 1) & ~int64_t{1};
     uint32_t position = 0;
     for (int32_t y = 0; 2 * int64_t{y} < dst->height; ++y, position += steps.y) {
-        uint8_t* row = pano_chroma_row(dst, y);
-        const uint8_t* top = pano_chroma_row(src, _pixel(position));
-        const uint8_t* bottom = (position & kResampleFracMask) != 0 ? top + src->stride : top;
+        const int64_t row = _chroma_offset(dst, y);
+        const int64_t top = _chroma_offset(src, _pixel(position));
+        const int64_t bytes = std::min(row_bytes, _bytes_from(dst, row));
+        if (_bytes_from(src, top) < 1 || bytes < 1)
+            return;
+        int64_t bottom = (position & kResampleFracMask) != 0 ? top + src->stride : top;
         // Enlarging reaches beyond the last chroma row: it is then its own lower neighbour.
         if (_bytes_from(src, bottom) < 1)
             bottom = top;
-        const kernels::PairsRow above = _pairs_from(src, top);
-        const int64_t bytes = std::min(row_bytes, _bytes_from(dst, row));
-        if (above.bytes < 1 || bytes < 1)
-            return;
-        const kernels::PairsRows rows = {above, _pairs_from(src, bottom), position & kResampleFracMask};
-        kernels->resample.pairs_row(row, static_cast<int32_t>(bytes), rows, steps.x);
+        const kernels::PairsRows rows = {_pairs_from(src, top), _pairs_from(src, bottom),
+                                         position & kResampleFracMask};
+        kernels->resample.pairs_row(dst->data + row, static_cast<int32_t>(bytes), rows, steps.x);
     }
 }
 

@@ -44,10 +44,12 @@ PanoResult _check_rotation(const PanoImg* dst, const PanoImg* src)
     return whole ? kPanoSuccess : kPanoBadArgument;
 }
 
-// Whether no byte needs a check, because the formulas stay inside both geometries: even sizes,
-// those of the destination being the swapped ones of the source.
+// Whether no byte needs a check, because the formulas stay inside both geometries: there are pixels,
+// and even sizes, those of the destination being the swapped ones of the source.
 bool _is_regular(const PanoImg* dst, const PanoImg* src)
 {
+    if (src->width < 1 || src->height < 1)
+        return false;
     const bool even = (src->width & 1) == 0 && (src->height & 1) == 0;
     return even && dst->width == src->height && dst->height == src->width;
 }

@@ -47,6 +47,11 @@ namespace scalar
 IntegralRow integral_row;
 CorrelateAreas correlate_areas;
 
+// The last columns of a row, for variants that have come to the end of whole vectors: the pixels
+// before them add up to `sum`.
+void integral_rest(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t columns,
+                   uint32_t sum);
+
 constexpr void fill(AlignKernels* table)
 {
     table->integral_row = integral_row;
@@ -68,10 +73,12 @@ constexpr void fill(AlignKernels* table)
 
 namespace avx2
 {
+IntegralRow integral_row;
 CorrelateAreas correlate_areas;
 
 constexpr void fill(AlignKernels* table)
 {
+    table->integral_row = integral_row;
     table->correlate_areas = correlate_areas;
 }
 }  // namespace avx2

@@ -119,11 +119,8 @@ void _integral_row(uint32_t* out, const uint32_t* above, const uint8_t* pixels, 
             vst1q_u32(out + at, kHasAbove ? vaddq_u32(parts[i], vld1q_u32(above + at)) : parts[i]);
         });
     }
-    uint32_t sum = vgetq_lane_u32(row_sum, 0);
-    for (; x < width; ++x) {
-        sum += pixels[x];
-        out[x] = sum + (kHasAbove ? above[x] : 0);
-    }
+    scalar::integral_rest(out + x, kHasAbove ? above + x : nullptr, pixels + x, width - x,
+                          vgetq_lane_u32(row_sum, 0));
 }
 
 }  // namespace

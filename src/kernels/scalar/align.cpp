@@ -37,10 +37,14 @@ void _add_shifted(CorrelationSums* totals, const CorrelationSums& run, int32_t s
 
 void integral_row(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t width)
 {
-    uint32_t row_sum = 0;
-    for (int32_t x = 0; x < width; ++x) {
-        row_sum += pixels[x];
-        out[x] = row_sum + (above != nullptr ? above[x] : 0);
+    integral_rest(out, above, pixels, width, 0);
+}
+
+void integral_rest(uint32_t* out, const uint32_t* above, const uint8_t* pixels, int32_t columns, uint32_t sum)
+{
+    for (int32_t x = 0; x < columns; ++x) {
+        sum += pixels[x];
+        out[x] = sum + (above != nullptr ? above[x] : 0);
     }
 }
 

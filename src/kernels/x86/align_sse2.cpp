@@ -47,10 +47,7 @@ void integral_row(uint32_t* out, const uint32_t* above, const uint8_t* pixels, i
         Sse2::store(out + x, low);
         Sse2::store(out + x + kPixels / 2, high);
     }
-    for (; x < width; ++x) {
-        row_sum += pixels[x];
-        out[x] = row_sum + (above != nullptr ? above[x] : 0);
-    }
+    scalar::integral_rest(out + x, above != nullptr ? above + x : nullptr, pixels + x, width - x, row_sum);
 }
 
 }  // namespace ozr::kernels::sse2
