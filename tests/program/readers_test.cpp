@@ -102,8 +102,8 @@ TEST(Exif, FindsTheOrientationAndNothingInBrokenBlocks)
     }
 }
 
-// Of a block that is cut anywhere, or has any byte at an extreme, something sound is carried over, or
-// nothing.
+// Of a block that is cut anywhere, or has any byte at an extreme, something sound is carried over,
+// or nothing.
 void _expect_sound_remains(const std::vector<uint8_t>& block)
 {
     for (size_t i = 0; i < block.size(); ++i) {

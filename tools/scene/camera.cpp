@@ -189,8 +189,8 @@ void _expose(const Lens& lens, double brightness, ozr_image* picture)
     }
 }
 
-// Which level of a texture has about as many pixels to a degree as a picture: the canvas has `scale`
-// of them to a radian, and the picture `focal`.
+// Which level of a texture has about as many pixels to a degree as a picture: the canvas has
+// `scale` of them to a radian, and the picture `focal`.
 size_t _fitting_level(const Texture& texture, double scale, double focal)
 {
     size_t level = 0;
