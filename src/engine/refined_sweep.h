@@ -17,10 +17,6 @@ PanoResult panorama_engine_add_refined(PanoramaInternal* pe, refined::Sweep* swe
 // As panorama_engine_process_synthesis.
 PanoResult panorama_engine_compose_refined(PanoramaInternal* pe, refined::Sweep* sweep);
 
-// The joint of the pictures `index` and `index` + 1 of a composed classic sweep. False
-// beyond the last.
-bool panorama_engine_classic_joint(const PanoramaInternal* pe, int32_t index, ozr_panorama_joint* joint);
-
 }  // namespace ozr::engine
 
 #endif

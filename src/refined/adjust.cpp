@@ -4,11 +4,8 @@
 #include <stddef.h>
 
 #include <algorithm>
-#include <cmath>
 
-#include "image/pano_result.h"
 #include "refined/adjust_problem.h"
-#include "refined/angles.h"
 #include "refined/residual.h"
 #include "support/buffer.h"
 
@@ -32,13 +29,14 @@ constexpr Stage kFreeStages[] = {{4.0, 6}, {2.0, 6}, {1.0, 24}};
 constexpr Stage kLastStage = {0.5, 4};
 constexpr double kSharpResidual = 0.2;  // base pixels, root mean square
 
-// Where matches are less close, pictures may be skewed, if that leaves so much less.
+// Where matches are less close, pictures may be skewed, if that leaves no more than this share of
+// the distances.
 constexpr double kSkewPays = 0.8;
 
 // Focal lengths are tried in this order, times the assumed one, while no try fits.
 constexpr double kFocalTries[] = {1.0, 1.3, 0.77, 1.7, 0.6, 2.2};
 
-// A try fits when so many of its matches are near.
+// A try fits when this share of its matches is near.
 constexpr double kFittingShare = 0.6;
 
 constexpr double kFirstDamping = 1e-4;
@@ -180,61 +178,7 @@ double _near_share(const Problem& problem, const Lenses& lenses)
     return all > 0 ? static_cast<double>(near) / all : 0.0;
 }
 
-// The frame of a line of sight: to the right along the horizon, down, ahead.
-Rotation _frame(Place place, double focal)
-{
-    const Vector ahead = unit({place.x / focal, place.y / focal, 1.0});
-    const Vector right = unit({1.0, 0.0, -place.x / focal});
-    const Vector down = cross(ahead, right);
-    return {{right.x, down.x, ahead.x, right.y, down.y, ahead.y, right.z, down.z, ahead.z}};
-}
-
 }  // namespace
-
-Rotation turn_of_guess(const PairGuess& guess, double focal)
-{
-    // The second camera as if it were upright, then rolled.
-    const SineCosine roll = sine_cosine(guess.roll);
-    const Place upright = {roll.cosine * guess.second.x + roll.sine * guess.second.y,
-                           roll.cosine * guess.second.y - roll.sine * guess.second.x};
-    return rotation_about({0.0, 0.0, guess.roll}) * _frame(upright, focal) *
-           inverse(_frame(guess.first, focal));
-}
-
-double roll_of_turn(const Rotation& turn, Place first, double focal)
-{
-    const Vector right = (turn * _frame(first, focal)).column(0);
-    return arctangent(right.y, right.x);
-}
-
-LensPair lens_pair(const Lenses& lenses, int32_t first, int32_t second)
-{
-    const LinkView view = link_view(lenses, first, second);
-    return {inverse(view.second) * view.first,
-            view.first_focal,
-            view.second_focal,
-            view.radial,
-            view.first_skew,
-            view.second_skew,
-            lenses.falloff};
-}
-
-Agreement agreement_of(const Link& link, const Lenses& lenses)
-{
-    const LensPair pair = lens_pair(lenses, link.first, link.second);
-    Agreement agreement = {};
-    double sum = 0.0;
-    for (int32_t i = 0; i < link.count; ++i) {
-        const double square = squared_distance(pair, link.matches[i]);
-        if (square > kNearPixels * kNearPixels)
-            continue;
-        sum += square;
-        ++agreement.near;
-    }
-    if (agreement.near > 0)
-        agreement.residual = std::sqrt(sum / agreement.near);
-    return agreement;
-}
 
 // A bent lens and another focal length explain much the same: the plain lens comes first.
 PanoResult adjust(const AdjustTask& task, const Cancel& cancel, Lenses* lenses)

@@ -8,51 +8,15 @@
 #ifndef REFINED_ADJUST_H
 #define REFINED_ADJUST_H
 
-#include "base/limits.h"
+#include "image/pano_result.h"
 #include "refined/cancel.h"
-#include "refined/lens_pair.h"
-#include "refined/patches.h"
+#include "refined/lenses.h"
+#include "refined/residual.h"
 
 namespace ozr::refined
 {
 
-// A place that two pictures share, before anything else is known of their turn: where it shows in
-// both, and by how much the second is rolled against the first about it.
-struct PairGuess {
-    Place first;
-    Place second;
-    double roll;
-};
-
-// Matches of two pictures.
-struct Link {
-    int32_t first;
-    int32_t second;
-    PairGuess guess;
-    int32_t count;
-    const Match* matches;
-};
-
-// All cameras of a sweep. Pictures that no link reaches keep their start.
-struct Lenses {
-    Rotation rotations[kMaxPictures];
-    double zooms[kMaxPictures];  // natural logarithm of the picture's own focal length over `focal`
-    double focal;                // base pixels
-    double radial;
-    Skew skews[kMaxPictures];
-    Falloff falloff;  // none unless it was found: no place depends on it
-};
-
-// The turn from the first camera of a guess to the second, for a focal length.
-Rotation turn_of_guess(const PairGuess& guess, double focal);
-
-// The roll of the guess that a turn comes from whose first place is given.
-double roll_of_turn(const Rotation& turn, Place first, double focal);
-
-// The camera's view of one picture in another.
-LensPair lens_pair(const Lenses& lenses, int32_t first, int32_t second);
-
-// What cameras are to be found from.
+// What cameras are to be found from. Pictures that no link reaches keep their start.
 struct AdjustTask {
     const Link* links;
     int32_t count;  // of links
@@ -68,17 +32,9 @@ PanoResult adjust(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
 // The same from cameras that are nearly right already.
 PanoResult adjust_again(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
 
-// Goes on with all that more than two pictures tell: zooms, the radial term, and skews where these
-// explain much.
+// Goes on with all that takes more than two pictures to find: zooms, the radial term, and skews
+// where these explain much.
 PanoResult adjust_lens(const AdjustTask& task, const Cancel& cancel, Lenses* lenses);
-
-// How well the matches of a link agree with the cameras.
-struct Agreement {
-    int32_t near;     // matches within kNearPixels
-    double residual;  // root mean square distance of those, base pixels
-};
-constexpr double kNearPixels = 3.0;
-Agreement agreement_of(const Link& link, const Lenses& lenses);
 
 }  // namespace ozr::refined
 

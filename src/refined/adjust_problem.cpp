@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-#include "refined/angles.h"
-#include "refined/residual.h"
+#include "refined/elementary.h"
 
 namespace ozr::refined
 {
@@ -12,7 +11,7 @@ namespace
 {
 
 // What is known of lenses without looking: deviations that two thirds of all stay within, against
-// matches that are good to kMatchNoise. A pair alone is told to have a plain lens.
+// matches that are good to kMatchNoise. Of a pair alone, zooms and radial term are held at 0.
 constexpr double kMatchNoise = 0.3;      // base pixels
 constexpr double kFocalDeviation = 0.3;  // of ln(focal / assumed)
 constexpr double kZoomDeviation = 0.01;
@@ -22,6 +21,9 @@ constexpr double kRigid = 1e-4;
 
 // One camera is held where it is: turning all together changes nothing.
 constexpr double kHeld = 1e12;
+
+// Further off, a step's equations, which are linear, do not hold.
+constexpr double kMostFocalStep = 0.5;  // of ln(focal)
 
 // Unknowns of one match, in this order: turns of both, focal length; zooms of both, radial term;
 // skews of both. The freer the lens, the more of them count.
@@ -203,11 +205,9 @@ Lenses after_step(const Problem& problem, const Lenses& lenses, const double* st
         after.skews[i].stretch += step[problem.skew_index(i)];
         after.skews[i].shear += step[problem.skew_index(i) + 1];
     }
-    // A single step changes the focal length by half at most: beyond that the
-    // equations tell nothing.
-    const double by = std::clamp(step[problem.focal_index()], -0.5, 0.5);
+    const double by = std::clamp(step[problem.focal_index()], -kMostFocalStep, kMostFocalStep);
     after.focal *= exponential(by);
-    after.radial = std::clamp(after.radial + step[problem.radial_index()], -0.5, 0.5);
+    after.radial = std::clamp(after.radial + step[problem.radial_index()], -kMostRadial, kMostRadial);
     return after;
 }
 

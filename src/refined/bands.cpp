@@ -5,7 +5,9 @@
 
 #include <algorithm>
 
+#include "refined/band_base.h"
 #include "refined/grid.h"
+#include "refined/interval.h"
 
 namespace ozr::refined
 {
@@ -13,165 +15,106 @@ namespace ozr::refined
 namespace
 {
 
-constexpr int32_t kMaxLevels = 6;
-constexpr int32_t kLeastLevelSide = 4;  // of the coarsest level of one picture
-constexpr int32_t kBaseBits = 1;        // of level 0 against the lattice: finer is the feather's
-constexpr int32_t kMaskOne = 1 << 14;
+constexpr int32_t kMaxBands = 6;       // levels of the pyramids
+constexpr int32_t kLeastBandSide = 4;  // of the coarsest level of one picture
 
-int32_t _expanded(int32_t in_64ths)
-{
-    return (in_64ths + 32) >> 6;
-}
-
-// Level 0 has the means of 2 x 2 points of the copy, as chroma pairs are.
-struct Pyramid {
-    Grid level[kMaxLevels];
+struct BandPyramid {
+    Grid level[kMaxBands];
 };
 
-// What the pictures add up to.
-struct Sums {
-    Buffer<int32_t> sum[kChannels][kMaxLevels];
-    Buffer<int32_t> weight[kMaxLevels];
-    int32_t width[kMaxLevels], height[kMaxLevels];
-    int32_t levels;
+// What the pictures add up to at one level.
+struct BandSums {
+    int32_t width, height;
+    Buffer<int32_t> sum[kChannels];
+    Buffer<int32_t> weight;
+
+    int32_t* sum_row(int32_t channel, int32_t y) const { return sum[channel].get() + int64_t{y} * width; }
+    int32_t* weight_row(int32_t y) const { return weight.get() + int64_t{y} * width; }
 };
 
 // Everything that the steps share.
 struct Blend {
-    const Layers& layers;
-    const Seams& seams;
-    const Crop& crop;
-    Sums sums;
-    Buffer<int32_t> line[2];
+    BandSource source;
+    int32_t levels;
+    BandSums sums[kMaxBands];
+    Buffer<int32_t> line;    // what the steps between levels work in
+    Buffer<int32_t> coarse;  // a row of the next coarser level, expanded, in 64ths
 };
+
+// So many that the coarsest level of one picture still has a few points each way.
+int32_t _count_levels(const Layers& layers)
+{
+    const kernels::DrawPlane& small = layers.at[0].small_luma;
+    const int32_t side = std::min(small.width, small.height) >> kBaseBits;
+    int32_t levels = 1;
+    while (levels < kMaxBands && side >> levels >= kLeastBandSide)
+        ++levels;
+    return levels;
+}
 
 PanoResult _make_sums(Blend* blend)
 {
-    Sums& sums = blend->sums;
-    int32_t width = ((blend->crop.right - blend->crop.left) >> kBaseBits) + 2;
-    int32_t height = ((blend->crop.bottom - blend->crop.top) >> kBaseBits) + 2;
-    for (int32_t l = 0; l < sums.levels; ++l) {
+    const Crop& crop = blend->source.crop;
+    int32_t width = ((crop.right - crop.left) >> kBaseBits) + 2;
+    int32_t height = ((crop.bottom - crop.top) >> kBaseBits) + 2;
+    const int64_t longest = int64_t{width} + 2;  // an end at each side
+    blend->line = make_unfilled_buffer<int32_t>(longest);
+    blend->coarse = make_unfilled_buffer<int32_t>(longest);
+    if (!blend->line || !blend->coarse)
+        return kPanoNoMemory;
+    for (int32_t l = 0; l < blend->levels; ++l) {
+        BandSums& sums = blend->sums[l];
         const int64_t points = int64_t{width} * height;
-        sums.width[l] = width;
-        sums.height[l] = height;
-        sums.weight[l] = make_buffer<int32_t>(points);
-        if (!sums.weight[l])
+        sums.width = width;
+        sums.height = height;
+        sums.weight = make_buffer<int32_t>(points);
+        if (!sums.weight)
             return kPanoNoMemory;
-        for (auto& channel : sums.sum) {
-            channel[l] = make_buffer<int32_t>(points);
-            if (!channel[l])
+        for (Buffer<int32_t>& sum : sums.sum) {
+            sum = make_buffer<int32_t>(points);
+            if (!sum)
                 return kPanoNoMemory;
         }
         width = (width + 1) / 2;
         height = (height + 1) / 2;
     }
-    const int64_t longest = sums.width[0] + 2;  // an end at each side
-    for (Buffer<int32_t>& line : blend->line) {
-        line = make_unfilled_buffer<int32_t>(longest);
-        if (!line)
-            return kPanoNoMemory;
-    }
     return kPanoSuccess;
+}
+
+// Begins where points of all levels do.
+BandPart _part(const Blend& blend, int32_t picture)
+{
+    const Layer& layer = blend.source.layers.at[picture];
+    const int32_t from_crop = layer.first - blend.source.crop.left, width = blend.sums[0].width;
+    const int32_t unit = 1 << (blend.levels - 1);
+    const int32_t left = std::max(from_crop, 0) >> kBaseBits;
+    const int32_t right = (from_crop + layer.columns) >> kBaseBits;
+    const int32_t first = std::min(left, width - 1) / unit * unit;
+    return {picture, {first, std::max(std::min(right + 1, width), first + 1)}};
+}
+
+PanoResult _make_base(const Blend& blend, const BandPart& part, BandPyramid* pyramid)
+{
+    return make_grid(part.columns.length(), blend.sums[0].height, &pyramid->level[0]) ? kPanoSuccess
+                                                                                      : kPanoNoMemory;
 }
 
 // Levels above 0; level 0 is there.
-PanoResult _build(const Blend& blend, Pyramid* pyramid)
+PanoResult _build(const Blend& blend, BandPyramid* pyramid)
 {
-    for (int32_t l = 1; l < blend.sums.levels; ++l) {
+    for (int32_t l = 1; l < blend.levels; ++l) {
         const Grid& finer = pyramid->level[l - 1];
         if (!make_grid((finer.width + 1) / 2, (finer.height + 1) / 2, &pyramid->level[l]))
             return kPanoNoMemory;
-        reduce(finer, pyramid->level[l], blend.line[0].get());
+        reduce(finer, pyramid->level[l], blend.line.get());
     }
     return kPanoSuccess;
 }
 
-// Which points of level 0 a picture contributes to.
-struct Part {
-    int32_t picture;
-    int32_t first, columns, rows;
-};
-
-Part _part(const Blend& blend, int32_t picture)
-{
-    const Layer& layer = blend.layers.at[picture];
-    const int32_t unit = 1 << (blend.sums.levels - 1);
-    const int32_t left = std::max(layer.first - blend.crop.left, 0) >> kBaseBits;
-    const int32_t right = (layer.first + layer.columns - blend.crop.left) >> kBaseBits;
-    const int32_t first = std::min(left, blend.sums.width[0] - 1) / unit * unit;
-    return {picture, first, std::max(std::min(right + 1, blend.sums.width[0]) - first, 1),
-            blend.sums.height[0]};
-}
-
-// The rows of the frame that a row of level 0 is the mean of; the last one goes on below.
-struct FrameRows {
-    int32_t upper;
-    int32_t lower;
-};
-
-FrameRows _frame_rows(const Blend& blend, int32_t y)
-{
-    const int32_t upper = std::min(blend.crop.top + 2 * y, blend.layers.frame.rows - 2);
-    return {upper, upper + 1};
-}
-
-// Adds half a picture's share of the points of a row of level 0: the columns of one row of the
-// frame that it owns.
-void _add_share(int16_t* out, const Blend& blend, const Part& part, int32_t row)
-{
-    const int32_t origin = blend.crop.left + 2 * part.first, width = 2 * part.columns;
-    const bool is_last = part.picture + 1 == blend.layers.count;
-    const int32_t begin = limited(blend.seams.begin(part.picture, row) - origin, width);
-    const int32_t end = is_last ? width : limited(blend.seams.end(part.picture, row, 0) - origin, width);
-    if (begin >= end)
-        return;
-    constexpr int16_t kHalf = kMaskOne / 2;
-    for (int32_t x = begin / 2; x < (end + 1) / 2; ++x)
-        out[x] = static_cast<int16_t>(out[x] + kHalf);
-    if (begin % 2 != 0)
-        out[begin / 2] = static_cast<int16_t>(out[begin / 2] - kHalf / 2);
-    if (end % 2 != 0)
-        out[end / 2] = static_cast<int16_t>(out[end / 2] - kHalf / 2);
-}
-
-void _make_mask(const Blend& blend, const Part& part, const Grid& base)
-{
-    for (int32_t y = 0; y < base.height; ++y) {
-        const FrameRows rows = _frame_rows(blend, y);
-        std::fill_n(base.row(y), base.width, int16_t{0});
-        _add_share(base.row(y), blend, part, rows.upper);
-        _add_share(base.row(y), blend, part, rows.lower);
-    }
-}
-
-// Beyond its ends a layer goes on as it ends.
-void _make_channel(const Blend& blend, const Part& part, int32_t channel, const Grid& base)
-{
-    const Layer& layer = blend.layers.at[part.picture];
-    const int32_t origin = blend.crop.left - layer.first + 2 * part.first, last = layer.columns - 2;
-    for (int32_t y = 0; y < base.height; ++y) {
-        const FrameRows rows = _frame_rows(blend, y);
-        const uint8_t *upper = layer.luma_row(rows.upper), *lower = layer.luma_row(rows.lower);
-        const uint8_t* chroma = layer.chroma_row(rows.upper / 2) + channel - 1;
-        int16_t* out = base.row(y);
-        const auto four_at = [&](int32_t at) {
-            const int32_t four =
-                channel == 0 ? upper[at] + upper[at + 1] + lower[at] + lower[at + 1] : 4 * chroma[at];
-            return static_cast<int16_t>(four << (kernels::kDrawShiftBits - 2));
-        };
-        const int32_t first = limited((1 - origin) >> 1, base.width);
-        const int32_t end = std::max(std::min(((last - origin) >> 1) + 1, base.width), first);
-        std::fill_n(out, first, four_at(limited(origin, last)));
-        for (int32_t x = first; x < end; ++x)
-            out[x] = four_at(origin + 2 * x);
-        std::fill_n(out + end, base.width - end, four_at(last));
-    }
-}
-
 // Where a row of weights is not all zeros.
-Stretch _weighted(const int16_t* weights, int32_t width)
+Interval _weighted(const int16_t* weights, int32_t width)
 {
-    Stretch part = {0, width};
+    Interval part = {0, width};
     while (part.first < width && weights[part.first] == 0)
         ++part.first;
     while (part.end > part.first && weights[part.end - 1] == 0)
@@ -179,52 +122,63 @@ Stretch _weighted(const int16_t* weights, int32_t width)
     return part;
 }
 
-// Adds the details of each level, weighted, to what is there.
-void _add(const Blend& blend, const Part& part, const Pyramid& mask, const Pyramid& picture, int32_t channel)
+int32_t _rounded(int32_t in_64ths)
 {
-    const Sums& sums = blend.sums;
-    int32_t* slow = blend.line[1].get();
-    for (int32_t l = 0; l < sums.levels; ++l) {
-        const Grid &values = picture.level[l], &weights = mask.level[l];
-        const bool coarsest = l + 1 == sums.levels;
-        const int32_t first = part.first >> l, width = std::min(values.width, sums.width[l] - first);
-        for (int32_t y = 0; y < std::min(values.height, sums.height[l]); ++y) {
-            const int16_t *value = values.row(y), *own = weights.row(y);
-            const Stretch stretch = _weighted(own, width);
-            if (stretch.first == stretch.end)
-                continue;
-            if (coarsest)
-                std::fill_n(slow, width, 0);
-            else
-                expand_row(picture.level[l + 1], y, stretch, blend.line[0].get(), slow);
-            int32_t* sum = sums.sum[channel][l].get() + int64_t{y} * sums.width[l] + first;
-            int32_t* weight = sums.weight[l].get() + int64_t{y} * sums.width[l] + first;
-            for (int32_t x = stretch.first; x < stretch.end; ++x)
-                sum[x] += (value[x] - _expanded(slow[x])) * own[x];
-            for (int32_t x = stretch.first; channel == 0 && x < stretch.end; ++x)
-                weight[x] += own[x];
-        }
+    return (in_64ths + 32) >> 6;
+}
+
+// One channel of a picture, and its share of the panorama.
+struct Contribution {
+    const BandPart& part;
+    int32_t channel;
+    const BandPyramid& values;
+    const BandPyramid& mask;
+};
+
+// Adds the details of a level, weighted, to what is there: what the coarser level does not have,
+// and all of the coarsest level.
+void _add_level(const Blend& blend, const Contribution& picture, int32_t l)
+{
+    const BandSums& sums = blend.sums[l];
+    const Grid &values = picture.values.level[l], &weights = picture.mask.level[l];
+    const int32_t first = picture.part.columns.first >> l, channel = picture.channel;
+    const int32_t width = std::min(values.width, sums.width - first);
+    int32_t* coarse = blend.coarse.get();
+    for (int32_t y = 0; y < std::min(values.height, sums.height); ++y) {
+        const int16_t *value = values.row(y), *own = weights.row(y);
+        const Interval stretch = _weighted(own, width);
+        if (stretch.is_empty())
+            continue;
+        if (l + 1 == blend.levels)
+            std::fill_n(coarse, width, 0);
+        else
+            expand_row(picture.values.level[l + 1], y, stretch, blend.line.get(), coarse);
+        int32_t* sum = sums.sum_row(channel, y) + first;
+        int32_t* weight = sums.weight_row(y) + first;
+        for (int32_t x = stretch.first; x < stretch.end; ++x)
+            sum[x] += (value[x] - _rounded(coarse[x])) * own[x];
+        for (int32_t x = stretch.first; channel == 0 && x < stretch.end; ++x)
+            weight[x] += own[x];
     }
 }
 
 PanoResult _add_picture(const Blend& blend, int32_t picture, Correction* correction)
 {
-    const Part part = _part(blend, picture);
-    Pyramid mask;
-    if (!make_grid(part.columns, part.rows, &mask.level[0]))
-        return kPanoNoMemory;
-    _make_mask(blend, part, mask.level[0]);
+    const BandPart part = _part(blend, picture);
+    BandPyramid mask;
+    PANO_FORWARD(_make_base(blend, part, &mask));
+    make_mask(blend.source, part, mask.level[0]);
     PANO_FORWARD(_build(blend, &mask));
-    correction->first = part.first;
-    correction->columns = part.columns;
-    correction->rows = part.rows;
+    correction->first = part.columns.first;
+    correction->columns = part.columns.length();
+    correction->rows = blend.sums[0].height;
     for (int32_t channel = 0; channel < kChannels; ++channel) {
-        Pyramid values;
-        if (!make_grid(part.columns, part.rows, &values.level[0]))
-            return kPanoNoMemory;
-        _make_channel(blend, part, channel, values.level[0]);
+        BandPyramid values;
+        PANO_FORWARD(_make_base(blend, part, &values));
+        make_channel(blend.source, part, channel, values.level[0]);
         PANO_FORWARD(_build(blend, &values));
-        _add(blend, part, mask, values, channel);
+        for (int32_t l = 0; l < blend.levels; ++l)
+            _add_level(blend, {part, channel, values, mask}, l);
         correction->shift[channel] = std::move(values.level[0].at);
     }
     return kPanoSuccess;
@@ -239,26 +193,24 @@ int32_t _mean(int32_t sum, int32_t weight)
 // The blended numbers of level 0, from the coarsest level down.
 PanoResult _collapse(const Blend& blend, int32_t channel, Grid* blended)
 {
-    const Sums& sums = blend.sums;
-    int32_t* slow = blend.line[1].get();
-    Grid coarse = {};
-    for (int32_t l = sums.levels - 1; l >= 0; --l) {
+    int32_t* coarse = blend.coarse.get();
+    *blended = {};
+    for (int32_t l = blend.levels - 1; l >= 0; --l) {
+        const BandSums& sums = blend.sums[l];
         Grid grid = {};
-        if (!make_grid(sums.width[l], sums.height[l], &grid))
+        if (!make_grid(sums.width, sums.height, &grid))
             return kPanoNoMemory;
-        std::fill_n(slow, grid.width, 0);
+        std::fill_n(coarse, grid.width, 0);
         for (int32_t y = 0; y < grid.height; ++y) {
-            if (coarse.at)
-                expand_row(coarse, y, {0, grid.width}, blend.line[0].get(), slow);
-            const int32_t* sum = sums.sum[channel][l].get() + int64_t{y} * grid.width;
-            const int32_t* weight = sums.weight[l].get() + int64_t{y} * grid.width;
+            if (blended->at)
+                expand_row(*blended, y, {0, grid.width}, blend.line.get(), coarse);
+            const int32_t *sum = sums.sum_row(channel, y), *weight = sums.weight_row(y);
             int16_t* out = grid.row(y);
             for (int32_t x = 0; x < grid.width; ++x)
-                out[x] = static_cast<int16_t>(_expanded(slow[x]) + _mean(sum[x], weight[x]));
+                out[x] = static_cast<int16_t>(_rounded(coarse[x]) + _mean(sum[x], weight[x]));
         }
-        coarse = std::move(grid);
+        *blended = std::move(grid);
     }
-    *blended = std::move(coarse);
     return kPanoSuccess;
 }
 
@@ -276,24 +228,12 @@ void _subtract(const Grid& blended, int32_t channel, Correction* correction)
     }
 }
 
-// So many that the coarsest level of one picture still has a few points each way.
-int32_t _count_levels(const Layers& layers)
-{
-    const kernels::DrawPlane& small = layers.at[0].small_luma;
-    const int32_t side = std::min(small.width, small.height) >> kBaseBits;
-    int32_t levels = 1;
-    while (levels < kMaxLevels && side >> levels >= kLeastLevelSide)
-        ++levels;
-    return levels;
-}
-
 }  // namespace
 
 PanoResult find_corrections(const Cancel& cancel, const Layers& layers, const Seams& seams, const Crop& crop,
                             Corrections* corrections)
 {
-    Blend blend = {layers, seams, crop, {}, {}};
-    blend.sums.levels = _count_levels(layers);
+    Blend blend = {{layers, seams, crop}, _count_levels(layers), {}, {}, {}};
     corrections->step_bits = layers.frame.step_bits + kBaseBits;
     PANO_FORWARD(_make_sums(&blend));
     for (int32_t i = 0; i < layers.count; ++i) {
@@ -302,7 +242,7 @@ PanoResult find_corrections(const Cancel& cancel, const Layers& layers, const Se
             return kPanoCancelled;
     }
     for (int32_t channel = 0; channel < kChannels; ++channel) {
-        Grid blended;
+        Grid blended = {};
         PANO_FORWARD(_collapse(blend, channel, &blended));
         for (int32_t i = 0; i < layers.count; ++i)
             _subtract(blended, channel, &corrections->at[i]);

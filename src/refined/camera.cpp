@@ -1,7 +1,5 @@
 #include "refined/camera.h"
 
-#include <cmath>
-
 namespace ozr::refined
 {
 

@@ -49,9 +49,12 @@ struct Falloff {
     bool is_none() const { return first == 0.0 && second == 0.0; }
 };
 
+// No lens bends lines by more than this radial term, either way.
+constexpr double kMostRadial = 0.5;
+
 struct Camera {
-    double rotation[9];  // turns a ray of the camera into the world, row-major
-    double focal;        // pixels of the picture, this picture's own (zoom included)
+    Rotation rotation;  // turns a ray of the camera into the world
+    double focal;       // pixels of the picture, this picture's own (zoom included)
     // k1: the ray of picture place (x, y) is (u d, v d, 1), with u = (x - cx) / focal,
     // v = (y - cy) / focal and d = 1 + k1 (u^2 + v^2).
     double radial;
@@ -71,14 +74,6 @@ struct BentPlace {
     double stretch;  // 1 + 3 k1 r^2
 };
 BentPlace bent_place(Place straight, double radial);
-
-inline Rotation rotation_of(const Camera& camera)
-{
-    Rotation r = {};
-    for (int32_t i = 0; i < 9; ++i)
-        r.m[i] = camera.rotation[i];
-    return r;
-}
 
 }  // namespace ozr::refined
 

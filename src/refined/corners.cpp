@@ -1,3 +1,4 @@
+// Gradients are summed over blocks of a step's size, so that windows, which overlap, share them.
 #include "refined/corners.h"
 
 #include <stddef.h>

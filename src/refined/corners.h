@@ -21,13 +21,6 @@ struct Corners {
 constexpr int32_t kCornerStep = 4;
 constexpr int32_t kCornerWindow = 2 * kCornerStep;
 
-// Below this a window holds no more than the noise of a camera: a mean squared gradient of about
-// one level a pixel.
-constexpr float kWeakCorner = 60.0F;
-
-// What is tried where little else is to be had: clouds, dunes in haze.
-constexpr float kFaintCorner = 15.0F;
-
 // kPanoNoMemory.
 PanoResult find_corners(const ConstPlane& plane, Corners* out);
 

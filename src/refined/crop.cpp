@@ -1,8 +1,12 @@
+// Rows are looked at from the top down, with the height to which each column is covered above them:
+// the largest rectangle under such a skyline is found in one pass.
 #include "refined/crop.h"
 
 #include <string.h>
 
 #include <algorithm>
+
+#include "refined/interval.h"
 
 namespace ozr::refined
 {
@@ -10,13 +14,13 @@ namespace ozr::refined
 namespace
 {
 
-// Columns [begin, end) that a picture does not show are covered from the next row on at the best.
-void _skip_hidden(int32_t* tops, const Layer& layer, const LatticeColumns& columns, int32_t row)
+// Columns that a picture does not show are covered from the next row on at the best.
+void _skip_hidden(int32_t* tops, const Layer& layer, const Interval& columns, int32_t row)
 {
     constexpr int32_t kAtOnce = 8;
     const uint8_t* shown = layer.shown_row(row) - layer.first;
     const int32_t first = std::min(std::max(columns.first, layer.first), columns.end);
-    const int32_t last = std::max(std::min(columns.end, layer.first + layer.columns), first);
+    const int32_t last = std::max(std::min(columns.end, layer.end()), first);
     std::fill(tops + columns.first, tops + first, row + 1);
     for (int32_t x = first; x < last;) {
         uint64_t points = 0;
@@ -37,7 +41,7 @@ void _skip_hidden(int32_t* tops, const Layer& layer, const LatticeColumns& colum
 void _extend(int32_t* tops, const Layers& layers, const Seams& seams, int32_t row)
 {
     const int32_t columns = layers.frame.columns;
-    const int32_t reach = (feather_width(layers.frame) / 2 >> layers.frame.step_bits) + 1;
+    const int32_t reach = feather_reach(layers.frame);
     for (int32_t i = 0; i < layers.count; ++i) {
         // Under a feather the neighbours show through.
         const int32_t first = i > 0 ? seams.begin(i, row) - reach : 0;
@@ -52,13 +56,15 @@ int64_t _area(const Crop& crop)
     return int64_t{crop.right - crop.left} * (crop.bottom - crop.top);
 }
 
-// The largest rectangle that ends with this row: the highest of each range of columns begins where
-// the lowest of their tops is, and the columns that are still rising to it begin it.
+// A rectangle that may still grow to the right: columns from `column` on are covered from `top` on.
+// In a list, each begins further right and higher up than the one before.
 struct Rising {
     int32_t column;
     int32_t top;
 };
 
+// Tries the largest rectangles whose last row this is. One ends before a column that is covered
+// from further down only; its lower part may go on there.
 void _try_row(const int32_t* tops, int32_t columns, int32_t row, Rising* rising, Crop* best)
 {
     int32_t count = 0;

@@ -43,9 +43,9 @@ void _report_seams(Plan* plan, SeamLines* lines)
 {
     const int32_t step = 1 << plan->layers.frame.step_bits;
     Seams& seams = plan->seams;
+    int32_t* columns = seams.columns.get();
     for (int32_t i = 0; i < (seams.count - 1) * seams.rows; ++i)
-        seams.columns[static_cast<size_t>(i)] =
-            (seams.columns[static_cast<size_t>(i)] - plan->crop.left) * step;
+        columns[i] = (columns[i] - plan->crop.left) * step;
     for (int32_t i = 0; i < seams.count; ++i)
         lines->pictures[i] = plan->layers.at[i].index;
     lines->rows = seams.rows;
@@ -70,8 +70,8 @@ PanoResult draw(const DrawInput& input, PanoImg* out, DrawReport* report)
     const Frame& frame = plan.layers.frame;
     const Crop& crop = plan.crop;
     report->radius = frame.radius;
-    report->first_heading = (frame.first_column + crop.left) * (1 << frame.step_bits) / frame.radius;
-    report->first_height = (frame.first_row + crop.top) * (1 << frame.step_bits) / frame.radius;
+    report->first_heading = frame.heading_of(crop.left);
+    report->first_height = frame.height_of(crop.top);
     PanoImgOwner panorama;
     if (pano_create_unfilled(panorama.get(), (crop.right - crop.left) << frame.step_bits,
                              (crop.bottom - crop.top) << frame.step_bits, kPanoNv12) < 0)

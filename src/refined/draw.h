@@ -35,7 +35,7 @@ struct DrawInput {
 };
 
 // The seams of a panorama, as coarsely as they were found: a point every `step` rows. Pixels of the
-// panorama, some of which lie beyond it.
+// panorama, some of which are beyond it.
 struct SeamLines {
     Buffer<int32_t> columns;  // `rows` for each seam
     int32_t rows;

@@ -88,6 +88,7 @@ double logarithm(double value)
 
 double exponential(double power)
 {
+    // (e^(x / 1024))^1024: nine terms of the series reach the last bit for any x below 100.
     constexpr int32_t kSquarings = 10;
     const double x = power / (1 << kSquarings);
     double value = 1.0;

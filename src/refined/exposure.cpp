@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "refined/elementary.h"
+#include "refined/interval.h"
 #include "refined/light_fit.h"
 
 namespace ozr::refined
@@ -12,49 +13,44 @@ namespace ozr::refined
 namespace
 {
 
-constexpr int32_t kBlock = 8;  // points of the lattice
-
+// Each kLayerBlock points of the lattice wide and high.
 struct Blocks {
     Buffer<Light> at[kMaxPictures];
-    int32_t first[kMaxPictures], columns[kMaxPictures];
+    Interval columns[kMaxPictures];
     int32_t rows;
 };
 
-// Where the corners of a block lie in the picture.
-struct Corners {
+// Where the corners of a block are in the picture.
+struct BlockCorners {
     NodePlace left_top, right_top, left_bottom, right_bottom;
 };
 
 bool _is_inside(const NodePlace& place, const PanoImg& picture)
 {
-    constexpr int32_t kMargin = 2;  // pixels at a picture's edge that are not drawn
-    return place.x >= kMargin << kNodePlaceBits && place.y >= kMargin << kNodePlaceBits &&
-           place.x <= (picture.width - 1 - kMargin) << kNodePlaceBits &&
-           place.y <= (picture.height - 1 - kMargin) << kNodePlaceBits;
+    return place.x >= kShownMargin << kNodePlaceBits && place.y >= kShownMargin << kNodePlaceBits &&
+           place.x <= (picture.width - 1 - kShownMargin) << kNodePlaceBits &&
+           place.y <= (picture.height - 1 - kShownMargin) << kNodePlaceBits;
 }
 
 // `part` of 16 of the way.
-int32_t _between(int32_t from, int32_t to, int32_t part)
+NodePlace _between(const NodePlace& from, const NodePlace& to, int32_t part)
 {
-    return from + ((to - from) * part >> 4);
+    return {from.x + ((to.x - from.x) * part >> 4), from.y + ((to.y - from.y) * part >> 4)};
 }
 
 // The mean of 4 x 4 places of a level whose pixels are a quarter of a block; 0 where one is too
 // dark or too bright.
-double _mean(const ConstPlane& plane, int32_t level, const Corners& corners)
+double _mean(const ConstPlane& plane, int32_t level, const BlockCorners& corners)
 {
     constexpr int32_t kSide = 4;
     int32_t sum = 0;
     for (int32_t j = 0; j < kSide; ++j) {
         const int32_t down = 1 + 4 * j;
-        const NodePlace left = {_between(corners.left_top.x, corners.left_bottom.x, down),
-                                _between(corners.left_top.y, corners.left_bottom.y, down)};
-        const NodePlace right = {_between(corners.right_top.x, corners.right_bottom.x, down),
-                                 _between(corners.right_top.y, corners.right_bottom.y, down)};
+        const NodePlace left = _between(corners.left_top, corners.left_bottom, down);
+        const NodePlace right = _between(corners.right_top, corners.right_bottom, down);
         for (int32_t i = 0; i < kSide; ++i) {
             const int32_t across = 1 + 4 * i;
-            const int32_t light = light_at(
-                plane, level, {_between(left.x, right.x, across), _between(left.y, right.y, across)});
+            const int32_t light = light_at(plane, level, _between(left, right, across));
             if (light == 0)
                 return 0.0;
             sum += light;
@@ -63,7 +59,7 @@ double _mean(const ConstPlane& plane, int32_t level, const Corners& corners)
     return sum / static_cast<double>(kSide * kSide << kLightBits);
 }
 
-Light _measure_block(const Layer& layer, const Corners& corners)
+Light _measure_block(const Layer& layer, const BlockCorners& corners)
 {
     const PanoImg& picture = *layer.source->picture;
     const Pyramid& pyramid = *layer.source->pyramid;
@@ -74,8 +70,7 @@ Light _measure_block(const Layer& layer, const Corners& corners)
     const double mean = _mean(pyramid.levels[level], level, corners);
     if (mean == 0.0)
         return {};
-    const NodePlace middle = {_between(corners.left_top.x, corners.right_bottom.x, 8),
-                              _between(corners.left_top.y, corners.right_bottom.y, 8)};
+    const NodePlace middle = _between(corners.left_top, corners.right_bottom, 8);
     return {logarithm_of_light(mean, level), static_cast<float>(layer.view.spread(middle))};
 }
 
@@ -87,30 +82,29 @@ void _measure_row(const Layer& layer, const NodePlace* above, const NodePlace* b
         blocks[x] = _measure_block(layer, {above[x], above[x + 1], below[x], below[x + 1]});
 }
 
-// `headings` are those of the frame's corners.
+// `headings` are those of the blocks' corners.
 PanoResult _measure_layer(const Cancel& cancel, const Layers& layers, int32_t i, const Heading* headings,
                           Blocks* blocks)
 {
     const Layer& layer = layers.at[i];
     const Frame& frame = layers.frame;
-    const int32_t columns = layer.columns / kBlock, corners = columns + 1;
-    blocks->first[i] = layer.first / kBlock;
-    blocks->columns[i] = columns;
+    const int32_t columns = layer.columns / kLayerBlock, corners = columns + 1;
+    blocks->columns[i] = {layer.first / kLayerBlock, layer.end() / kLayerBlock};
     blocks->at[i] = make_unfilled_buffer<Light>(int64_t{columns} * blocks->rows);
     const Buffer<NodePlace> places = make_unfilled_buffer<NodePlace>(2 * int64_t{corners});
     if (!blocks->at[i] || !places)
         return kPanoNoMemory;
+    NodePlace *above = places.get(), *below = above + corners;
     for (int32_t y = 0; y <= blocks->rows; ++y) {
         if (cancel.asked())
             return kPanoCancelled;
-        NodePlace* row = places.get() + y % 2 * ptrdiff_t{corners};
-        const double height = (frame.first_row + y * kBlock) * (1 << frame.step_bits) / frame.radius;
+        std::swap(above, below);
+        const double height = frame.height_of(y * kLayerBlock);
         int16_t gain;
         for (int32_t x = 0; x < corners; ++x)
-            row[x] = layer.view.place(headings[blocks->first[i] + x], height, &gain);
+            below[x] = layer.view.place(headings[x], height, &gain);
         if (y > 0)
-            _measure_row(layer, places.get() + (y - 1) % 2 * ptrdiff_t{corners}, row, columns,
-                         blocks->at[i].get() + int64_t{y - 1} * columns);
+            _measure_row(layer, above, below, columns, blocks->at[i].get() + int64_t{y - 1} * columns);
     }
     return kPanoSuccess;
 }
@@ -118,29 +112,28 @@ PanoResult _measure_layer(const Cancel& cancel, const Layers& layers, int32_t i,
 PanoResult _measure_blocks(const Cancel& cancel, const Layers& layers, Blocks* blocks)
 {
     const Frame& frame = layers.frame;
-    const double step = 1 << frame.step_bits;
-    const Buffer<Heading> headings =
-        make_headings(frame.radius, frame.first_column * step, kBlock * step, frame.columns / kBlock + 1);
+    const Buffer<Heading> headings = make_block_headings(frame);
     if (!headings)
         return kPanoNoMemory;
-    blocks->rows = frame.rows / kBlock;
+    blocks->rows = frame.rows / kLayerBlock;
     for (int32_t i = 0; i < layers.count; ++i)
-        PANO_FORWARD(_measure_layer(cancel, layers, i, headings.get(), blocks));
+        PANO_FORWARD(
+            _measure_layer(cancel, layers, i, headings.get() + layers.at[i].first / kLayerBlock, blocks));
     return kPanoSuccess;
 }
 
 // What two pictures have in common.
 void _add_pair(const Blocks& blocks, int32_t a, int32_t b, LightRound* round)
 {
-    const int32_t from = std::max(blocks.first[a], blocks.first[b]);
-    const int32_t to = std::min(blocks.first[a] + blocks.columns[a], blocks.first[b] + blocks.columns[b]);
-    if (from >= to)
+    const Interval both = common_part(blocks.columns[a], blocks.columns[b]);
+    if (both.is_empty())
         return;
-    for (int32_t y = 0; y < blocks.rows; ++y) {
-        const Light* in_a = blocks.at[a].get() + int64_t{y} * blocks.columns[a] - blocks.first[a];
-        const Light* in_b = blocks.at[b].get() + int64_t{y} * blocks.columns[b] - blocks.first[b];
-        round->add(a, b, in_a + from, in_b + from, to - from);
-    }
+    const auto row_of = [&](int32_t picture, int32_t y) {
+        const Interval& columns = blocks.columns[picture];
+        return blocks.at[picture].get() + int64_t{y} * columns.length() + (both.first - columns.first);
+    };
+    for (int32_t y = 0; y < blocks.rows; ++y)
+        round->add(a, b, row_of(a, y), row_of(b, y), both.length());
 }
 
 LightSolution _fit(const Blocks& blocks, int32_t count)
@@ -157,7 +150,7 @@ LightSolution _fit(const Blocks& blocks, int32_t count)
 // The level that all but a few of a picture's pixels stay below.
 int32_t _highlight(const kernels::DrawPlane& small)
 {
-    constexpr int32_t kFew = 200;  // one in so many
+    constexpr int32_t kFew = 200;  // one pixel in this many
     int32_t counts[256] = {};
     for (int32_t y = 0; y < small.height; y += 2) {
         const uint8_t* luma = small.src + y * small.stride;

@@ -18,16 +18,17 @@ constexpr int32_t kPixels = kSide * kSide;
 constexpr int32_t kMostAlong = 16;  // blocks to a side
 constexpr int32_t kLeastBlocks = 32;
 
-// The weights are 1 -2 1 in both directions: of white noise their sums have so many times its
+// The weights are 1 -2 1 in both directions: over white noise, sums have (1 + 4 + 1)^2 times its
 // variance.
 constexpr double kGain = 36.0;
 
-// The blocks that a tenth of all are plainer than, of white noise alone, against its variance.
+// One block in kPlainer is plainer than the one that is measured. In white noise, the variance is
+// kOfPlain times what that block has.
 constexpr int32_t kPlainer = 10;
 constexpr double kOfPlain = 1.49;
 
-// A camera cuts off what is darker or brighter: a block with so many pixels of one such value shows
-// less noise than there is.
+// A camera cuts off what is darker or brighter: a block with more than kMostCut pixels of one such
+// value shows less noise than there is.
 constexpr int32_t kBlack = 16, kWhite = 235, kMostCut = 8;
 
 bool _is_cut(const ConstPlane& luma, int32_t left, int32_t top)

@@ -9,8 +9,8 @@
 namespace ozr::refined
 {
 
-// In square levels: the variance that white noise as strong would have. Both are 0 where nothing
-// can be told.
+// In square levels: the variance that white noise as strong would have. Both are 0 where too
+// few blocks can be measured.
 struct Grain {
     double noise;
     double all;  // with what the picture shows
@@ -18,7 +18,8 @@ struct Grain {
 
 Grain measure_grain(const ConstPlane& luma);
 
-// Which of kernels::kDrawCubic brings drawn pictures of such a grain nearest to what they show.
+// The number in kernels::kDrawCubic of the weights that bring drawn pictures of this grain nearest
+// to what they show.
 int32_t softness_for(const Grain& grain);
 
 }  // namespace ozr::refined

@@ -26,17 +26,21 @@ void reduce(const Grid& src, const Grid& dst, int32_t* line)
             return static_cast<int16_t>((a + e + 4 * (b + d) + 6 * c + 128) >> 8);
         };
         const auto tap = [&](int32_t x) { return line[limited(x, src.width - 1)]; };
+        const auto at_end = [&](int32_t x) {
+            return weighed(tap(2 * x - 2), tap(2 * x - 1), tap(2 * x), tap(2 * x + 1), tap(2 * x + 2));
+        };
         const int32_t inner = std::max(1, (src.width - 3) / 2 + 1);  // up to here there are five
-        for (int32_t x = 0; x < dst.width; x = x + 1 == 1 && inner > 1 ? inner : x + 1)
-            out[x] = weighed(tap(2 * x - 2), tap(2 * x - 1), tap(2 * x), tap(2 * x + 1), tap(2 * x + 2));
+        out[0] = at_end(0);
         for (int32_t x = 1; x < std::min(inner, dst.width); ++x) {
             const int32_t* at = line + 2 * x;
             out[x] = weighed(at[-2], at[-1], at[0], at[1], at[2]);
         }
+        for (int32_t x = inner; x < dst.width; ++x)
+            out[x] = at_end(x);
     }
 }
 
-void expand_row(const Grid& coarse, int32_t y, const Stretch& stretch, int32_t* line, int32_t* out)
+void expand_row(const Grid& coarse, int32_t y, const Interval& stretch, int32_t* line, int32_t* out)
 {
     const int32_t last = coarse.height - 1, last_x = coarse.width - 1, middle = y / 2;
     const int16_t* here = coarse.row(std::min(middle, last));

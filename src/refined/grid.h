@@ -4,6 +4,7 @@
 
 #include <stdint.h>
 
+#include "refined/interval.h"
 #include "support/buffer.h"
 
 namespace ozr::refined
@@ -14,12 +15,6 @@ struct Grid {
     Buffer<int16_t> at;
     int32_t width, height;
     int16_t* row(int32_t y) const { return at.get() + int64_t{y} * width; }
-};
-
-// Points of a row, [first, end).
-struct Stretch {
-    int32_t first;
-    int32_t end;
 };
 
 // The nearest number from 0 to `most`.
@@ -38,7 +33,7 @@ void reduce(const Grid& src, const Grid& dst, int32_t* line);
 
 // A stretch of a row of the finer lattice from the coarser one, in 64ths: between two points 4 4,
 // on a point 1 6 1. `line` has room for a row of the coarser one and two points more.
-void expand_row(const Grid& coarse, int32_t y, const Stretch& stretch, int32_t* line, int32_t* out);
+void expand_row(const Grid& coarse, int32_t y, const Interval& stretch, int32_t* line, int32_t* out);
 
 }  // namespace ozr::refined
 

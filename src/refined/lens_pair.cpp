@@ -3,14 +3,6 @@
 namespace ozr::refined
 {
 
-namespace
-{
-
-// Rays that go further aside than 84 degrees show on no picture.
-constexpr double kLeastAhead = 0.1;
-
-}  // namespace
-
 bool place_in_second(const LensPair& lenses, Place first, Place* second)
 {
     const Place seen = {first.x / lenses.first_focal, first.y / lenses.first_focal};

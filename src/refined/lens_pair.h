@@ -18,6 +18,16 @@ struct LensPair {
     Falloff falloff;  // as far as it is known
 };
 
+// A place seen in both pictures.
+struct Match {
+    Place first;
+    Place second;
+};
+
+// Rays that go further aside than 84 degrees show on no picture: the least part ahead of a ray that
+// has a place there.
+constexpr double kLeastAhead = 0.1;
+
 // False where the second camera looks away.
 bool place_in_second(const LensPair& lenses, Place first, Place* second);
 

@@ -8,8 +8,8 @@ namespace ozr::refined
 namespace
 {
 
-// Exposures are near each other: places that say so, each with an error of 1. They hold back what
-// no other place tells, and are outvoted by a few.
+// Exposures are near each other: places that say so, each with an error of 1. They decide where no
+// other place does, and are outvoted by a few.
 constexpr double kExposurePrior = 0.1;
 
 }  // namespace
@@ -26,15 +26,15 @@ LightRound::LightRound(int32_t pictures, double falloff_prior, const LightSoluti
 void LightRound::add(int32_t a, int32_t b, const Light* in_a, const Light* in_b, int32_t count)
 {
     constexpr int32_t kPairUnknowns = 2 + kTerms;
-    const int32_t places[kPairUnknowns] = {a, b, pictures_, pictures_ + 1};
+    const int32_t unknowns[kPairUnknowns] = {a, b, pictures_, pictures_ + 1};
     const double* exposures = so_far_.exposures;
     const Falloff& falloff = so_far_.falloff;
     double matrix[kPairUnknowns][kPairUnknowns] = {};
     double right[kPairUnknowns];
     for (int32_t i = 0; i < kPairUnknowns; ++i) {
         for (int32_t j = 0; j <= i; ++j)
-            matrix[i][j] = equations_.matrix[places[i]][places[j]];
-        right[i] = equations_.right[places[i]];
+            matrix[i][j] = equations_.matrix[unknowns[i]][unknowns[j]];
+        right[i] = equations_.right[unknowns[i]];
     }
     for (int32_t n = 0; n < count; ++n) {
         if (in_a[n].level == 0.0F || in_b[n].level == 0.0F)
@@ -55,8 +55,8 @@ void LightRound::add(int32_t a, int32_t b, const Light* in_a, const Light* in_b,
     }
     for (int32_t i = 0; i < kPairUnknowns; ++i) {
         for (int32_t j = 0; j <= i; ++j)
-            equations_.matrix[places[i]][places[j]] = matrix[i][j];
-        equations_.right[places[i]] = right[i];
+            equations_.matrix[unknowns[i]][unknowns[j]] = matrix[i][j];
+        equations_.right[unknowns[i]] = right[i];
     }
 }
 

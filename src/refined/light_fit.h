@@ -52,7 +52,7 @@ private:
 };
 
 // `add_all(&round)` adds all places to a round. A lens loses little: `falloff_prior` places say so,
-// each with an error of 1, and hold back what the others do not tell.
+// each with an error of 1, which decide where the others do not.
 template <class AddAll>
 LightSolution fit_light(int32_t pictures, double falloff_prior, const AddAll& add_all)
 {

@@ -10,7 +10,7 @@ namespace ozr::refined
 {
 
 // From all good pairs of used pictures. None at all where the lens takes hardly more than the
-// matches can tell. kPanoNoMemory.
+// matches can show. kPanoNoMemory.
 PanoResult find_falloff(const SweepView& view, const bool* used, Falloff* falloff);
 
 }  // namespace ozr::refined

@@ -10,8 +10,12 @@ namespace ozr::refined
 namespace
 {
 
-// Nodes that lie further apart are beyond the picture; within these limits 32 bits hold a
-// step times kNodeParts.
+// From an exact row to the next: two parts for each row of the drawing.
+constexpr int32_t kPartBits = 5;
+static_assert(1 << kPartBits == 2 * kNodeRows);
+
+// Nodes that are further apart are beyond the picture; within these limits 32 bits hold a step
+// times all parts.
 int32_t _step(int32_t above, int32_t below)
 {
     constexpr int32_t kMost = 1 << 25;
@@ -68,7 +72,7 @@ PanoResult NodeRows::init(int32_t nodes)
                : kPanoNoMemory;
 }
 
-void NodeRows::advance(const View& view, const Heading* headings, double height, const NodeRange& range)
+void NodeRows::advance(const View& view, const Heading* headings, double height, const Interval& range)
 {
     for (int32_t node = range.first; node < range.end; ++node) {
         const NodePlace above = next_.get()[node];
@@ -82,7 +86,7 @@ void NodeRows::advance(const View& view, const Heading* headings, double height,
     }
 }
 
-void NodeRows::interpolate(int32_t part, int32_t level_bits, const NodeRange& range)
+void NodeRows::interpolate(int32_t part, int32_t level_bits, const Interval& range)
 {
     for (int32_t i = first_of_group(range.first); i < range.end; i += kNodesAtOnce) {
         _places(x_.get() + i, x_between_.above.get() + i, x_between_.step.get() + i, part, level_bits);

@@ -7,6 +7,7 @@
 
 #include "image/pano_result.h"
 #include "kernels/kernels.h"
+#include "refined/interval.h"
 #include "refined/view.h"
 #include "support/buffer.h"
 
@@ -14,17 +15,9 @@ namespace ozr::refined
 {
 
 constexpr int32_t kNodeRows = 16;  // from one exact row to the next
-constexpr int32_t kPartBits = 5;
-constexpr int32_t kNodeParts = 1 << kPartBits;  // a row is two parts: chroma lies between rows
 
-// Some nodes of a row, [first, end).
-struct NodeRange {
-    int32_t first;
-    int32_t end;
-};
-
-// Rows of nodes are worked on so many at once, and hold whole groups: the compiler makes vectors of
-// loops whose length it knows.
+// Rows of nodes are worked on in groups, and hold whole ones: the compiler makes vectors of loops
+// whose length it knows.
 constexpr int32_t kNodesAtOnce = 8;
 
 inline int32_t whole_groups(int32_t nodes)
@@ -45,11 +38,11 @@ public:
     PanoResult init(int32_t nodes);
 
     // Makes `range` of the next exact row; the one that was next is now the one above.
-    void advance(const View& view, const Heading* headings, double height, const NodeRange& range);
+    void advance(const View& view, const Heading* headings, double height, const Interval& range);
 
-    // The nodes `part` parts below the exact row above, for a picture reduced by 2^level_bits.
-    // Shifts stay as they are.
-    void interpolate(int32_t part, int32_t level_bits, const NodeRange& range);
+    // The nodes `part` parts, half rows, below the exact row above, for a picture reduced by
+    // 2^level_bits. Chroma is between rows. Shifts stay as they are.
+    void interpolate(int32_t part, int32_t level_bits, const Interval& range);
 
     // Of the block that begins with a node.
     kernels::DrawNodes at(int32_t node) const;

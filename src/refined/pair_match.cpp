@@ -1,12 +1,15 @@
+// Rough shifts are guesses. Each is tried: patches are matched where it expects them, and a
+// camera's turn that most of them agree on is found. The first guess that makes sense ends the
+// search.
 #include "refined/pair_match.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "image/pano_result.h"
+#include "refined/adjust.h"
 #include "refined/angles.h"
 #include "refined/elementary.h"
-#include "refined/patches.h"
+#include "refined/likeness.h"
 
 namespace ozr::refined
 {
@@ -19,13 +22,14 @@ constexpr int32_t kLeastNear = 8;
 
 // The confidence is a logistic curve over four signs of a true match: the likeness of the
 // whole overlap, the share of matches that agree, how closely they do (base pixels) and how
-// many they are.
-constexpr double kByLikeness = 8.0;
-constexpr double kByShare = 5.0;
-constexpr double kByResidual = 2.0;
+// many they are. Each sign counts from a value on that leaves the question open.
+constexpr double kByLikeness = 8.0, kOpenLikeness = 0.45;
+constexpr double kByShare = 5.0, kOpenShare = 0.45;
+constexpr double kByResidual = 2.0, kOpenResidual = 1.0;
 constexpr double kByNumber = 3.0;
-constexpr int32_t kUsualNear = 24;
+constexpr int32_t kOpenNear = 24;
 constexpr double kDoubt = 2.0;
+constexpr double kLeastGood = 0.5;
 
 // Shifts below this correlation are not worth looking at closely.
 constexpr double kLeastValue = 0.30;
@@ -38,10 +42,13 @@ constexpr double kHintReachY = 0.12;
 constexpr double kReachAlong = 0.92;
 constexpr double kReachAcross = 0.20;
 
+constexpr ShiftRange kWholeRange = {-kReachAlong, kReachAlong, -kReachAcross, kReachAcross};
+
 // Rolls tried where upright pictures do not correlate, in degrees, over more of the picture.
-// Correlation dies at about five.
+// Correlation ends at about five.
 constexpr double kRolls[] = {0.0, 3.0, -3.0, 6.0, -6.0, 9.0, -9.0};
-constexpr ShiftRange kFarRange = {-kReachAlong, kReachAlong, -0.4, 0.4};
+constexpr double kReachRolled = 0.40;
+constexpr ShiftRange kRolledRange = {-kReachAlong, kReachAlong, -kReachRolled, kReachRolled};
 constexpr int32_t kMostTried = 6;
 
 // Matches that may be worth another look, and those that need none.
@@ -161,8 +168,7 @@ ShiftRange _around(const ShiftHint& hint)
     return {x - kHintReachX, x + kHintReachX, y - kHintReachY, y + kHintReachY};
 }
 
-struct RolledShift {
-    Shift shift;
+struct RolledShift : Shift {
     double roll;
 };
 
@@ -171,18 +177,6 @@ struct RolledShifts {
     int32_t count;
     RolledShift best[kMostTried];
 };
-
-void _keep(const Shift& shift, double roll, RolledShifts* kept)
-{
-    int32_t place = kept->count;
-    while (place > 0 && kept->best[place - 1].shift.value < shift.value)
-        --place;
-    if (place >= kMostTried || shift.value < kLeastValue)
-        return;
-    kept->count = std::min(kept->count + 1, kMostTried);
-    std::copy_backward(kept->best + place, kept->best + kept->count - 1, kept->best + kept->count);
-    kept->best[place] = {shift, roll};
-}
 
 PanoResult _find_rolled(const Attempt& attempt, RolledShifts* rolled)
 {
@@ -193,9 +187,12 @@ PanoResult _find_rolled(const Attempt& attempt, RolledShifts* rolled)
         Shifts shifts;
         PANO_FORWARD(unroll_pair(attempt.sights.second, roll, &unrolled));
         PANO_FORWARD(
-            find_shifts(attempt.sights.first.unrolled, unrolled, kFarRange, attempt.cancel, &shifts));
-        for (int32_t i = 0; i < shifts.count; ++i)
-            _keep(shifts.best[i], roll, rolled);
+            find_shifts(attempt.sights.first.unrolled, unrolled, kRolledRange, attempt.cancel, &shifts));
+        for (int32_t i = 0; i < shifts.count; ++i) {
+            if (shifts.best[i].value >= kLeastValue)
+                rolled->count =
+                    keep_best<RolledShift>(rolled->best, rolled->count, kMostTried, {shifts.best[i], roll});
+        }
     }
     return kPanoSuccess;
 }
@@ -206,7 +203,7 @@ PanoResult _try_rolled(const Attempt& attempt)
     PANO_FORWARD(_find_rolled(attempt, &rolled));
     for (int32_t i = 0; i < rolled.count && !attempt.best->is_good(); ++i) {
         const RolledShift& tried = rolled.best[i];
-        PANO_FORWARD(_try_guess(attempt, _guess(attempt, tried.shift, tried.roll)));
+        PANO_FORWARD(_try_guess(attempt, _guess(attempt, tried, tried.roll)));
     }
     return kPanoSuccess;
 }
@@ -218,15 +215,15 @@ double PairMatch::confidence() const
     if (near < kLeastNear)
         return 0.0;
     const double share = static_cast<double>(near) / matches.count;
-    const double number = static_cast<double>(near - kUsualNear) / (near + kUsualNear);
-    const double sum = kByLikeness * (likeness - 0.45) + kByShare * (share - 0.45) -
-                       kByResidual * (residual - 1.0) + kByNumber * number - kDoubt;
+    const double number = static_cast<double>(near - kOpenNear) / (near + kOpenNear);
+    const double sum = kByLikeness * (likeness - kOpenLikeness) + kByShare * (share - kOpenShare) -
+                       kByResidual * (residual - kOpenResidual) + kByNumber * number - kDoubt;
     return 1.0 / (1.0 + exponential(-sum));
 }
 
 bool PairMatch::is_good() const
 {
-    return confidence() >= 0.5;
+    return confidence() >= kLeastGood;
 }
 
 PanoResult match_pair(const SightPair& sights, const ShiftHint& hint, const Cancel& cancel, PairMatch* match)
@@ -237,9 +234,8 @@ PanoResult match_pair(const SightPair& sights, const ShiftHint& hint, const Canc
     const Attempt attempt = {sights, cancel, match};
     if (hint.is_known)
         PANO_FORWARD(_try_range(attempt, _around(hint)));
-    const ShiftRange everywhere = {-kReachAlong, kReachAlong, -kReachAcross, kReachAcross};
     if (!match->is_good())
-        PANO_FORWARD(_try_range(attempt, everywhere));
+        PANO_FORWARD(_try_range(attempt, kWholeRange));
     if (!match->is_good())
         PANO_FORWARD(_try_rolled(attempt));
     return kPanoSuccess;

@@ -3,7 +3,9 @@
 #ifndef REFINED_PAIR_MATCH_H
 #define REFINED_PAIR_MATCH_H
 
-#include "refined/adjust.h"
+#include "refined/lens_pair.h"
+#include "refined/pair_guess.h"
+#include "refined/patches.h"
 #include "refined/sight.h"
 
 namespace ozr::refined

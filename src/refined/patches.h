@@ -9,12 +9,6 @@
 namespace ozr::refined
 {
 
-// A place seen in two pictures, in pixels of the base level from the middle of each.
-struct Match {
-    Place first;
-    Place second;
-};
-
 constexpr int32_t kMaxMatches = 160;
 
 struct Matches {
@@ -35,11 +29,6 @@ PanoResult match_patches(const SightPair& sights, const LensPair& lenses, PatchS
 // Measures matches once more where the lens is known to take from the light towards the corners:
 // across a patch that looks a little like a shift of it.
 void refit_patches(const SightPair& sights, const LensPair& lenses, Matches* matches);
-
-// How alike the pictures are over their whole overlap, seen through `lenses`: the mean correlation
-// of small patches, those with little in them counting for less. 1: the same; around 0: nothing to
-// do with each other, or no overlap.
-double likeness_of_overlap(const SightPair& sights, const LensPair& lenses);
 
 }  // namespace ozr::refined
 

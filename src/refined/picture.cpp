@@ -1,3 +1,5 @@
+// Levels are made row by row while the picture is copied: each row that completes a pair makes one
+// of the next level.
 #include "refined/picture.h"
 
 #include <algorithm>
@@ -14,8 +16,8 @@ namespace
 // No level is smaller than this to a side: there is nothing left to compare.
 constexpr int32_t kLeastSide = 8;
 
-// The small level's longer side, at most: finer seams were not seen to be better. And the least of
-// such levels: nothing finer than 4 pixels hides under a feather.
+// The longest side of the small level: finer seams were not seen to be better. And the finest level
+// that it may be: nothing finer than 4 pixels hides under a feather.
 constexpr int32_t kLongestSmall = 512;
 constexpr int32_t kLeastSmall = 2;
 

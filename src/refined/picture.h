@@ -43,18 +43,6 @@ PanoResult build_pyramid(const PanoImg* kept, const Cancel& cancel, Pyramid* pyr
 // The first level whose longer side is at most `side`.
 int32_t level_within(const Pyramid& pyramid, int32_t side);
 
-// Places of the picture and of level `level`: a pixel of a level stands for the middle of its
-// 2^level x 2^level.
-inline double place_at_level(double place, int32_t level)
-{
-    return (place + 0.5) / static_cast<double>(1 << level) - 0.5;
-}
-
-inline double place_of_level(double place, int32_t level)
-{
-    return (place + 0.5) * static_cast<double>(1 << level) - 0.5;
-}
-
 }  // namespace ozr::refined
 
 #endif

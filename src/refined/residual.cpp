@@ -1,27 +1,13 @@
+// Slopes follow a match through both cameras by the chain rule.
 #include "refined/residual.h"
 
-#include "refined/angles.h"
+#include <cmath>
 
 namespace ozr::refined
 {
 
 namespace
 {
-
-// As in place_in_second: beyond this nothing shows.
-constexpr double kLeastAhead = 0.1;
-constexpr double kFarOff = 1e12;
-
-// The slopes of a straight place (U, V) = (q.x / q.z, q.y / q.z) by a change of q.
-struct StraightSlope {
-    double x;
-    double y;
-};
-
-StraightSlope _by_change(Vector change, Place straight, double depth)
-{
-    return {(change.x - straight.x * change.z) / depth, (change.y - straight.y * change.z) / depth};
-}
 
 // From straight places to picture places, for changes: along the radius by 1 / stretch, across it
 // by 1 / scale.
@@ -42,79 +28,106 @@ Bending _bending(const BentPlace& bent, double focal)
             focal * (across + more * bent.place.y * bent.place.y)};
 }
 
-}  // namespace
+// A match on its way from the first picture to the second.
+struct Passage {
+    const LinkView& view;
+    Place seen;     // in the first picture, before its lens
+    double square;  // of its distance from the middle
+    Vector world;   // its line of sight
+    double depth;   // of that line for the second camera
+    Place straight;
+    BentPlace bent;
+    Place shown;      // in the second picture
+    Bending bending;  // of the second lens
 
-LinkView link_view(const Lenses& lenses, int32_t first, int32_t second)
-{
-    return {lenses.rotations[first],
-            lenses.rotations[second],
-            lenses.focal * exponential(lenses.zooms[first]),
-            lenses.focal * exponential(lenses.zooms[second]),
-            lenses.radial,
-            lenses.skews[first],
-            lenses.skews[second]};
-}
+    // What a small change of the second camera's ray changes, in base pixels.
+    Place by_ray(Vector change) const
+    {
+        const Place s = {(change.x - straight.x * change.z) / depth,
+                         (change.y - straight.y * change.z) / depth};
+        return {bending.xx * s.x + bending.xy * s.y, bending.xy * s.x + bending.yy * s.y};
+    }
 
-bool residual_of(const LinkView& view, const Match& match, LensFreedom freedom, Residual* residual)
-{
-    const Place seen =
-        unskewed_place({match.first.x / view.first_focal, match.first.y / view.first_focal}, view.first_skew);
-    const double square = seen.x * seen.x + seen.y * seen.y;
-    const Place line = straightened_place(seen, view.radial);
-    const Vector world = view.first.turn({line.x, line.y, 1.0});
-    const Vector ray = view.second.turn_back(world);
-    if (ray.z < kLeastAhead)
-        return false;
-    const Place straight = {ray.x / ray.z, ray.y / ray.z};
-    const BentPlace bent = bent_place(straight, view.radial);
-    const Bending bending = _bending(bent, view.second_focal);
-    const Place shown = skewed_place(bent.place, view.second_skew);
-    residual->x = view.second_focal * shown.x - match.second.x;
-    residual->y = view.second_focal * shown.y - match.second.y;
+    // The same of the first camera's ray.
+    Place by_first_ray(Vector change) const { return by_ray(view.second.turn_back(view.first.turn(change))); }
 
-    const auto take = [&](Vector change, double* slope_x, double* slope_y) {
-        const StraightSlope s = _by_change(change, straight, ray.z);
-        *slope_x = bending.xx * s.x + bending.xy * s.y;
-        *slope_y = bending.xy * s.x + bending.yy * s.y;
-    };
-    // By a change of the place in the first picture, before its lens.
-    const auto take_seen = [&](Place change, double* slope_x, double* slope_y) {
+    // The same of the place in the first picture, before its lens.
+    Place by_seen(Place change) const
+    {
         const double d = 1.0 + view.radial * square;
         const double along = 2.0 * view.radial * (seen.x * change.x + seen.y * change.y);
-        take(view.second.turn_back(
-                 view.first.turn({d * change.x + along * seen.x, d * change.y + along * seen.y, 0.0})),
-             slope_x, slope_y);
-    };
-    Slope* x = &residual->slope_x;
-    Slope* y = &residual->slope_y;
-    for (int32_t axis = 0; axis < 3; ++axis) {
-        const Vector about = {axis == 0 ? 1.0 : 0.0, axis == 1 ? 1.0 : 0.0, axis == 2 ? 1.0 : 0.0};
-        take(view.second.turn_back(cross(about, world)), &x->turn[axis], &y->turn[axis]);
+        return by_first_ray({d * change.x + along * seen.x, d * change.y + along * seen.y, 0.0});
     }
-    take_seen({-seen.x, -seen.y}, &x->first_zoom, &y->first_zoom);
-    x->second_zoom = view.second_focal * shown.x;
-    y->second_zoom = view.second_focal * shown.y;
-    if (freedom == kLensOfPair)
-        return true;
-    take(view.second.turn_back(view.first.turn({square * seen.x, square * seen.y, 0.0})), &x->radial,
-         &y->radial);
-    // The second lens bends back: r (1 + k1 r^2) stays what it is while k1 grows.
-    const double bent_square = bent.place.x * bent.place.x + bent.place.y * bent.place.y;
-    const double back = -view.second_focal * bent_square / bent.stretch;
-    x->radial += back * bent.place.x;
-    y->radial += back * bent.place.y;
-    if (freedom == kLensOfSweep)
-        return true;
-    take_seen({-seen.x, seen.y}, &x->first_skew[0], &y->first_skew[0]);
-    take_seen({-seen.y, -seen.x}, &x->first_skew[1], &y->first_skew[1]);
-    x->second_skew[0] = view.second_focal * bent.place.x;
-    y->second_skew[0] = -view.second_focal * bent.place.y;
-    x->second_skew[1] = view.second_focal * bent.place.y;
-    y->second_skew[1] = view.second_focal * bent.place.x;
+};
+
+// False where the second camera looks away.
+bool _pass(Place first, Passage* passage)
+{
+    const LinkView& view = passage->view;
+    const Place seen =
+        unskewed_place({first.x / view.first_focal, first.y / view.first_focal}, view.first_skew);
+    const Place line = straightened_place(seen, view.radial);
+    passage->seen = seen;
+    passage->square = seen.x * seen.x + seen.y * seen.y;
+    passage->world = view.first.turn({line.x, line.y, 1.0});
+    const Vector ray = view.second.turn_back(passage->world);
+    if (ray.z < kLeastAhead)
+        return false;
+    passage->depth = ray.z;
+    passage->straight = {ray.x / ray.z, ray.y / ray.z};
+    passage->bent = bent_place(passage->straight, view.radial);
+    passage->shown = skewed_place(passage->bent.place, view.second_skew);
+    passage->bending = _bending(passage->bent, view.second_focal);
     return true;
 }
 
-double squared_distance(const LensPair& lenses, const Match& match)
+void _set(Place slope, double* x, double* y)
+{
+    *x = slope.x;
+    *y = slope.y;
+}
+
+void _add_turns(const Passage& passage, Slope* x, Slope* y)
+{
+    for (int32_t axis = 0; axis < 3; ++axis) {
+        const Vector about = {axis == 0 ? 1.0 : 0.0, axis == 1 ? 1.0 : 0.0, axis == 2 ? 1.0 : 0.0};
+        const Vector change = passage.view.second.turn_back(cross(about, passage.world));
+        _set(passage.by_ray(change), &x->turn[axis], &y->turn[axis]);
+    }
+}
+
+void _add_zooms(const Passage& passage, Slope* x, Slope* y)
+{
+    const double focal = passage.view.second_focal;
+    _set(passage.by_seen({-passage.seen.x, -passage.seen.y}), &x->first_zoom, &y->first_zoom);
+    _set({focal * passage.shown.x, focal * passage.shown.y}, &x->second_zoom, &y->second_zoom);
+}
+
+void _add_radial(const Passage& passage, Slope* x, Slope* y)
+{
+    const double square = passage.square;
+    const Place through_first = passage.by_first_ray({square * passage.seen.x, square * passage.seen.y, 0.0});
+    // The second lens bends back: r (1 + k1 r^2) stays what it is while k1 grows.
+    const Place bent = passage.bent.place;
+    const double bent_square = bent.x * bent.x + bent.y * bent.y;
+    const double back = -passage.view.second_focal * bent_square / passage.bent.stretch;
+    _set({through_first.x + back * bent.x, through_first.y + back * bent.y}, &x->radial, &y->radial);
+}
+
+void _add_skews(const Passage& passage, Slope* x, Slope* y)
+{
+    const Place seen = passage.seen, bent = passage.bent.place;
+    const double focal = passage.view.second_focal;
+    _set(passage.by_seen({-seen.x, seen.y}), &x->first_skew[0], &y->first_skew[0]);
+    _set(passage.by_seen({-seen.y, -seen.x}), &x->first_skew[1], &y->first_skew[1]);
+    _set({focal * bent.x, -focal * bent.y}, &x->second_skew[0], &y->second_skew[0]);
+    _set({focal * bent.y, focal * bent.x}, &x->second_skew[1], &y->second_skew[1]);
+}
+
+constexpr double kFarOff = 1e12;
+
+// kFarOff where the second camera looks away.
+double _squared_distance(const LensPair& lenses, const Match& match)
 {
     Place shown = {};
     if (!place_in_second(lenses, match.first, &shown))
@@ -122,6 +135,42 @@ double squared_distance(const LensPair& lenses, const Match& match)
     const double x = shown.x - match.second.x;
     const double y = shown.y - match.second.y;
     return x * x + y * y;
+}
+
+}  // namespace
+
+bool residual_of(const LinkView& view, const Match& match, LensFreedom freedom, Residual* residual)
+{
+    Passage passage = {view, {}, 0.0, {}, 0.0, {}, {}, {}, {}};
+    if (!_pass(match.first, &passage))
+        return false;
+    residual->x = view.second_focal * passage.shown.x - match.second.x;
+    residual->y = view.second_focal * passage.shown.y - match.second.y;
+    Slope *x = &residual->slope_x, *y = &residual->slope_y;
+    _add_turns(passage, x, y);
+    _add_zooms(passage, x, y);
+    if (freedom != kLensOfPair)
+        _add_radial(passage, x, y);
+    if (freedom == kShutterToo)
+        _add_skews(passage, x, y);
+    return true;
+}
+
+Agreement agreement_of(const Link& link, const Lenses& lenses)
+{
+    const LensPair pair = lens_pair(lenses, link.first, link.second);
+    Agreement agreement = {};
+    double sum = 0.0;
+    for (int32_t i = 0; i < link.count; ++i) {
+        const double square = _squared_distance(pair, link.matches[i]);
+        if (square > kNearPixels * kNearPixels)
+            continue;
+        sum += square;
+        ++agreement.near;
+    }
+    if (agreement.near > 0)
+        agreement.residual = std::sqrt(sum / agreement.near);
+    return agreement;
 }
 
 }  // namespace ozr::refined

@@ -1,15 +1,25 @@
-// The distance of one match and how it changes with the cameras.
+// How far matches are from where cameras show them, and how that changes with the cameras.
 #ifndef REFINED_RESIDUAL_H
 #define REFINED_RESIDUAL_H
 
-#include "refined/adjust.h"
+#include "refined/lenses.h"
+#include "refined/pair_guess.h"
 
 namespace ozr::refined
 {
 
+// Matches of two pictures.
+struct Link {
+    int32_t first;
+    int32_t second;
+    PairGuess guess;
+    int32_t count;
+    const Match* matches;
+};
+
 // How freely the lens may be bent to the matches.
 enum LensFreedom {
-    kLensOfPair,   // two pictures tell a focal length at best
+    kLensOfPair,   // two pictures show a focal length at best
     kLensOfSweep,  // zooms and the radial term too
     kShutterToo,   // and what a moving camera's shutter does to each picture
 };
@@ -33,25 +43,17 @@ struct Residual {
     Slope slope_y;
 };
 
-// What the matches of a link have in common.
-struct LinkView {
-    Rotation first;
-    Rotation second;
-    double first_focal;
-    double second_focal;
-    double radial;
-    Skew first_skew;
-    Skew second_skew;
-};
-
-LinkView link_view(const Lenses& lenses, int32_t first, int32_t second);
-
 // With the slopes that the freedom leaves open: turns and zooms, the radial term, skews. False
 // where the second camera looks away.
 bool residual_of(const LinkView& view, const Match& match, LensFreedom freedom, Residual* residual);
 
-// The distance alone, squared; very large where the second camera looks away.
-double squared_distance(const LensPair& lenses, const Match& match);
+// How well the matches of a link agree with the cameras.
+struct Agreement {
+    int32_t near;     // matches within kNearPixels
+    double residual;  // root mean square distance of those, base pixels
+};
+constexpr double kNearPixels = 3.0;
+Agreement agreement_of(const Link& link, const Lenses& lenses);
 
 }  // namespace ozr::refined
 

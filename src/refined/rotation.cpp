@@ -10,7 +10,7 @@ namespace ozr::refined
 namespace
 {
 
-// Below this a turn is its first-order part: the rest is under 1e-16.
+// Below this a turn is its first-order part, I + [v]x: the rest is under 1e-16.
 constexpr double kSmallAngle = 1e-8;
 
 // Sweeps over the three off-diagonal elements; the method of Jacobi converges quadratically, and
@@ -72,15 +72,9 @@ Rotation inverse(const Rotation& r)
 Rotation rotation_about(Vector v)
 {
     const double angle = std::sqrt(dot(v, v));
-    SineCosine turn = {angle, 1.0};
-    Vector k = {0, 0, 0};
-    if (angle > kSmallAngle) {
-        turn = sine_cosine(angle);
-        k = (1.0 / angle) * v;
-    } else {
-        turn.sine = 1.0;
-        k = v;
-    }
+    const bool is_large = angle > kSmallAngle;
+    const SineCosine turn = is_large ? sine_cosine(angle) : SineCosine{1.0, 1.0};
+    const Vector k = is_large ? (1.0 / angle) * v : v;
     const double s = turn.sine;
     const double c = 1.0 - turn.cosine;
     return {{1.0 - c * (k.y * k.y + k.z * k.z), c * k.x * k.y - s * k.z, c * k.x * k.z + s * k.y,

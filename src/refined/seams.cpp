@@ -1,3 +1,5 @@
+// A seam is the cheapest path through costs of all points that it may run through: how far apart
+// the two pictures are there, and a little for being off the middle between them.
 #include "refined/seams.h"
 
 #include <stdlib.h>
@@ -5,6 +7,7 @@
 #include <algorithm>
 
 #include "core/seam_paths.h"
+#include "refined/interval.h"
 
 namespace ozr::refined
 {
@@ -13,6 +16,7 @@ namespace
 {
 
 constexpr uint8_t kForbidden = 255;
+
 // A difference as noise and rounding make it costs nothing, one as people make it costs all:
 // differences are squared. 55 levels and more reach the limit. Where no seam should be it costs
 // more still, and more and more off the middle.
@@ -35,7 +39,7 @@ BothRows _both_rows(const Layer& a, const Layer& b, int32_t row)
 struct Overlap {
     const Layer& a;
     const Layer& b;
-    LatticeColumns region;
+    Interval region;  // columns of the lattice
     int32_t reach;
 };
 
@@ -61,12 +65,12 @@ void _cost_row(uint8_t* __restrict costs, uint8_t* __restrict forbidden, const O
                uint16_t* __restrict off)
 {
     const Layer &a = overlap.a, &b = overlap.b;
-    const LatticeColumns region = overlap.region;
+    const Interval region = overlap.region;
     const int32_t reach = overlap.reach;
-    std::fill_n(costs, region.width(), uint8_t{0});
-    std::fill_n(forbidden, region.width(), kForbidden);
+    std::fill_n(costs, region.length(), uint8_t{0});
+    std::fill_n(forbidden, region.length(), kForbidden);
     const int32_t begin = std::max(region.first, std::max(a.first, b.first) + reach);
-    const int32_t end = std::min(region.end, std::min(a.first + a.columns, b.first + b.columns) - reach);
+    const int32_t end = std::min(region.end, std::min(a.end(), b.end()) - reach);
     if (begin >= end)
         return;
     const BothRows both = _both_rows(a, b, row);
@@ -151,7 +155,7 @@ PanoResult _make_work(int32_t width, int32_t rows, Work* work)
 }
 
 // Where a seam may run: between the middles of its pictures and half as far again beyond both.
-LatticeColumns _region(const Layers& layers, int32_t seam)
+Interval _region(const Layers& layers, int32_t seam)
 {
     const Layer &a = layers.at[seam], &b = layers.at[seam + 1];
     const int32_t beyond = (b.middle - a.middle) / 2;
@@ -159,31 +163,32 @@ LatticeColumns _region(const Layers& layers, int32_t seam)
     return {first, std::max(std::min(b.middle + beyond + 1, layers.frame.columns), first + 2)};
 }
 
-// `before` is the seam to the left, or null: no seam crosses it.
-PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, const int32_t* before,
-                      int32_t* columns)
+// What the rows of an overlap cost, and where no seam may be. `before` is the seam to the left, or
+// null: no seam crosses it.
+PanoResult _cost_rows(const Cancel& cancel, const Overlap& overlap, int32_t rows, const int32_t* before,
+                      const Work& work)
 {
-    const int32_t rows = layers.frame.rows, last = rows - 1;
-    const int32_t reach = (feather_width(layers.frame) / 2 >> layers.frame.step_bits) + 1;
-    const LatticeColumns region = _region(layers, seam);
-    const Overlap overlap = {layers.at[seam], layers.at[seam + 1], region, reach};
-    const int32_t width = region.width();
-    Work work;
-    PANO_FORWARD(_make_work(width, rows, &work));
-    uint8_t* costs = work.costs.get();
+    const int32_t width = overlap.region.length();
     for (int32_t y = 0; y < rows; ++y) {
-        const int64_t at = int64_t{y} * width;
-        _cost_row(costs + at, work.forbidden.get() + at, overlap, y, work.sums.get());
-        const int32_t crossing = before != nullptr ? before[y] + 2 * reach - region.first : 0;
-        std::fill_n(work.forbidden.get() + at, std::min(std::max(crossing, 0), width), kForbidden);
+        uint8_t* forbidden = work.forbidden.get() + int64_t{y} * width;
+        _cost_row(work.costs.get() + int64_t{y} * width, forbidden, overlap, y, work.sums.get());
+        const int32_t crossing = before != nullptr ? before[y] + 2 * overlap.reach - overlap.region.first : 0;
+        std::fill_n(forbidden, std::min(std::max(crossing, 0), width), kForbidden);
         if (cancel.asked())
             return kPanoCancelled;
     }
+    return kPanoSuccess;
+}
+
+// The cheapest path through all rows, in columns from the region's first one.
+PanoResult _find_path(const Cancel& cancel, int32_t width, int32_t rows, const Work& work, int32_t* columns)
+{
     _make_pulls(work.pulls, width);
     core::SeamPaths paths(work.paths.get(), width);
     for (int32_t y = 0; y < rows; ++y) {
-        const uint8_t* around[] = {costs + int64_t{std::max(y - 1, 0)} * width, costs + int64_t{y} * width,
-                                   costs + int64_t{std::min(y + 1, last)} * width};
+        const auto costs_of = [&](int32_t row) { return work.costs.get() + int64_t{row} * width; };
+        const uint8_t* around[] = {costs_of(std::max(y - 1, 0)), costs_of(y),
+                                   costs_of(std::min(y + 1, rows - 1))};
         const uint8_t* forbidden = work.forbidden.get() + int64_t{y} * width;
         _add_columns(work.sums.get(), around, width);
         _spread_row(work.spread.get(), work.sums.get(), forbidden, work.pulls, width);
@@ -192,6 +197,19 @@ PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, 
             return kPanoCancelled;
     }
     paths.trace(columns);
+    return kPanoSuccess;
+}
+
+PanoResult _find_seam(const Cancel& cancel, const Layers& layers, int32_t seam, const int32_t* before,
+                      int32_t* columns)
+{
+    const int32_t rows = layers.frame.rows;
+    const Interval region = _region(layers, seam);
+    const Overlap overlap = {layers.at[seam], layers.at[seam + 1], region, feather_reach(layers.frame)};
+    Work work;
+    PANO_FORWARD(_make_work(region.length(), rows, &work));
+    PANO_FORWARD(_cost_rows(cancel, overlap, rows, before, work));
+    PANO_FORWARD(_find_path(cancel, region.length(), rows, work, columns));
     for (int32_t y = 0; y < rows; ++y)
         columns[y] = std::max(columns[y] + region.first, before != nullptr ? before[y] : 0);
     return kPanoSuccess;
@@ -203,6 +221,11 @@ int32_t feather_width(const Frame& frame)
 {
     // As wide as the finest waves that the slow correction cannot carry.
     return 3 << frame.step_bits;
+}
+
+int32_t feather_reach(const Frame& frame)
+{
+    return (feather_width(frame) / 2 >> frame.step_bits) + 1;
 }
 
 PanoResult find_seams(const Cancel& cancel, const Layers& layers, Seams* seams)

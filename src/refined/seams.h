@@ -26,6 +26,9 @@ struct Seams {
 // Pixels of the panorama over which one picture goes over into the next, the seam in their middle.
 int32_t feather_width(const Frame& frame);
 
+// Points of the lattice that a feather reaches to either side of its seam.
+int32_t feather_reach(const Frame& frame);
+
 PanoResult find_seams(const Cancel& cancel, const Layers& layers, Seams* seams);
 
 }  // namespace ozr::refined

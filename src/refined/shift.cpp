@@ -1,3 +1,5 @@
+// Every shift of the range is measured at the coarse size; the best local maxima are followed to
+// the fine one.
 #include "refined/shift.h"
 
 #include <algorithm>
@@ -52,7 +54,7 @@ PanoResult _fill(const Unrolled& a, const Unrolled& b, const ShiftRange& range, 
     map->values = make_buffer<float>(int64_t{map->columns + 2} * (map->rows + 2));
     if (!map->values)
         return kPanoNoMemory;
-    const Columns shifts = {map->left, map->left + map->columns};
+    const Interval shifts = {map->left, map->left + map->columns};
     ShiftSums sums;
     PANO_FORWARD(sums.init(a, b, shifts));
     for (int32_t y = 0; y < map->rows; ++y) {
@@ -79,26 +81,27 @@ bool _is_maximum(const ValueMap& map, int32_t x, int32_t y)
     return true;
 }
 
-// Keeps the best `most` of the shifts offered, the best first; of equal ones the first. Returns how
-// many are kept.
-int32_t _keep(Shift* kept, int32_t count, int32_t most, const Shift& offered)
+// The best local maxima of the coarse size, in its pixels. Returns how many there are.
+int32_t _find_maxima(const Unrolled& a, const Unrolled& b, const ValueMap& map, Shift best[kFollowed])
 {
-    int32_t place = count;
-    while (place > 0 && kept[place - 1].value < offered.value)
-        --place;
-    if (place >= most)
-        return count;
-    for (int32_t i = std::min(count, most - 1); i > place; --i)
-        kept[i] = kept[i - 1];
-    kept[place] = offered;
-    return std::min(count + 1, most);
+    int32_t count = 0;
+    for (int32_t y = 0; y < map.rows; ++y) {
+        for (int32_t x = 0; x < map.columns; ++x) {
+            if (!_is_maximum(map, x, y))
+                continue;
+            const int32_t shift_x = map.left + x, shift_y = map.up + y;
+            const double value = static_cast<double>(*map.at(x, y)) * _weight(a, b, shift_x, shift_y);
+            count = keep_best<Shift>(best, count, kFollowed, {shift_x, shift_y, value});
+        }
+    }
+    return count;
 }
 
 // The best shift around twice a coarse one.
 Shift _follow(const UnrolledPair& first, const UnrolledPair& second, const Shift& coarse, ShiftSums* sums)
 {
     Shift best = {2 * coarse.x, 2 * coarse.y, -1.0};
-    const Columns near = {2 * coarse.x - kFineReach, 2 * coarse.x + kFineReach + 1};
+    const Interval near = {2 * coarse.x - kFineReach, 2 * coarse.x + kFineReach + 1};
     for (int32_t dy = -kFineReach; dy <= kFineReach; ++dy) {
         const int32_t y = 2 * coarse.y + dy;
         sums->measure(near, y);
@@ -125,16 +128,7 @@ PanoResult find_shifts(const UnrolledPair& first, const UnrolledPair& second, co
     ValueMap map = {};
     PANO_FORWARD(_fill(first.coarse, second.coarse, range, cancel, &map));
     Shift followed[kFollowed];
-    int32_t maxima = 0;
-    for (int32_t y = 0; y < map.rows; ++y) {
-        for (int32_t x = 0; x < map.columns; ++x) {
-            if (!_is_maximum(map, x, y))
-                continue;
-            const double value = static_cast<double>(*map.at(x, y)) *
-                                 _weight(first.coarse, second.coarse, map.left + x, map.up + y);
-            maxima = _keep(followed, maxima, kFollowed, {map.left + x, map.up + y, value});
-        }
-    }
+    const int32_t maxima = _find_maxima(first.coarse, second.coarse, map, followed);
     shifts->count = 0;
     const int32_t end = map.left + map.columns;
     ShiftSums sums;
@@ -145,7 +139,7 @@ PanoResult find_shifts(const UnrolledPair& first, const UnrolledPair& second, co
         const Shift fine = _follow(first, second, followed[i], &sums);
         // Neighbouring maxima often lead to one place, which is not to be tried twice.
         if (shifts->count == 0 || !_is_near(shifts->best[0], fine))
-            shifts->count = _keep(shifts->best, shifts->count, kMaxShifts, fine);
+            shifts->count = keep_best(shifts->best, shifts->count, kMaxShifts, fine);
     }
     return kPanoSuccess;
 }

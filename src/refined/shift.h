@@ -3,6 +3,8 @@
 #ifndef REFINED_SHIFT_H
 #define REFINED_SHIFT_H
 
+#include <algorithm>
+
 #include "refined/cancel.h"
 #include "refined/unroll.h"
 
@@ -33,6 +35,22 @@ struct Shift {
     // 0.5 and more.
     double value;
 };
+
+// Keeps the best `most` of the shifts offered, the best first; of equal ones the first. Returns how
+// many are kept.
+template <class OfShift>
+int32_t keep_best(OfShift* kept, int32_t count, int32_t most, const OfShift& offered)
+{
+    int32_t place = count;
+    while (place > 0 && kept[place - 1].value < offered.value)
+        --place;
+    if (place >= most)
+        return count;
+    const int32_t now = std::min(count + 1, most);
+    std::copy_backward(kept + place, kept + now - 1, kept + now);
+    kept[place] = offered;
+    return now;
+}
 
 // The best shifts, the best first; none where nothing can be compared.
 constexpr int32_t kMaxShifts = 2;

@@ -12,22 +12,18 @@ namespace
 {
 
 constexpr int32_t kGroup = kernels::kShiftGroup;
-constexpr int32_t kMostAtOnce = kUnrolledMargin;  // shifts: so many need no wider margin
+constexpr int32_t kMostAtOnce = kUnrolledMargin;  // shifts; more would need a wider margin
+static_assert(kMaxContrast <= kernels::kMostCorrelated);
 
 int32_t _whole_groups(int32_t count)
 {
     return (count + kGroup - 1) / kGroup * kGroup;
 }
 
-// Rows of the first picture that a shift lets both have, [first, end).
-struct Rows {
-    int32_t first;
-    int32_t end;
-};
-
-Rows _common_rows(const Unrolled& a, const Unrolled& b, int32_t down)
+// The rows of the first picture that both have.
+Interval _common_rows(const Unrolled& a, const Unrolled& b, int32_t down)
 {
-    return {std::max(0, down), std::min(a.height, b.height + down)};
+    return common_part({0, a.height}, {down, b.height + down});
 }
 
 // The compiler makes vectors of loops whose length it knows.
@@ -66,12 +62,12 @@ PanoResult SquaresBefore::init(const Unrolled& image, int32_t least_count, int32
     return kPanoSuccess;
 }
 
-PanoResult ShiftSums::init(const Unrolled& a, const Unrolled& b, const Columns& shifts)
+PanoResult ShiftSums::init(const Unrolled& a, const Unrolled& b, const Interval& shifts)
 {
     a_ = &a;
     b_ = &b;
     // Groups reach beyond the last shift.
-    const int32_t most = shifts.end + kGroup, capacity = _whole_groups(shifts.end - shifts.first);
+    const int32_t most = shifts.end + kGroup, capacity = _whole_groups(shifts.length());
     aa_ = make_unfilled_buffer<int32_t>(capacity);
     bb_ = make_unfilled_buffer<int32_t>(capacity);
     ab_ = make_unfilled_buffer<int32_t>(capacity);
@@ -81,10 +77,10 @@ PanoResult ShiftSums::init(const Unrolled& a, const Unrolled& b, const Columns& 
     return squares_b_.init(b, -most, a.width - shifts.first);
 }
 
-void ShiftSums::measure(const Columns& shifts, int32_t down)
+void ShiftSums::measure(const Interval& shifts, int32_t down)
 {
     first_ = shifts.first;
-    count_ = _whole_groups(shifts.end - shifts.first);
+    count_ = _whole_groups(shifts.length());
     add_squares(down);
     multiply(down);
 }
@@ -94,10 +90,10 @@ void ShiftSums::add_squares(int32_t down)
 {
     std::fill_n(aa_.get(), count_, 0);
     std::fill_n(bb_.get(), count_, 0);
-    const Rows rows = _common_rows(*a_, *b_, down);
+    const Interval rows = _common_rows(*a_, *b_, down);
     const int32_t last = first_ + count_ - 1;
     for (int32_t y = rows.first; y < rows.end; ++y) {
-        const Columns in_a = a_->shown.get()[y], in_b = b_->shown.get()[y - down];
+        const Interval in_a = a_->shown.get()[y], in_b = b_->shown.get()[y - down];
         const int32_t *a_end = squares_a_.at(y, in_b.end + first_),
                       *a_begin = squares_a_.at(y, in_b.first + first_),
                       *b_end = squares_b_.at(y - down, in_a.end - last),
@@ -112,19 +108,18 @@ void ShiftSums::add_squares(int32_t down)
 void ShiftSums::multiply(int32_t down)
 {
     const auto correlate = kernels::active()->match.correlate_shifts;
-    const Rows rows = _common_rows(*a_, *b_, down);
+    const Interval rows = _common_rows(*a_, *b_, down);
     for (int32_t i = 0; i < count_; i += kMostAtOnce) {
         const int32_t shifts = std::min(kMostAtOnce, count_ - i), shift = first_ + i;
         // All columns of the second picture that meet the first one at any of the shifts.
-        const int32_t begin = std::max(0, 1 - shift - shifts);
-        const int32_t end = std::min(b_->width, a_->width - shift);
-        if (begin >= end || rows.first >= rows.end) {
+        const Interval columns = common_part({0, b_->width}, {1 - shift - shifts, a_->width - shift});
+        if (columns.is_empty() || rows.is_empty()) {
             std::fill_n(ab_.get() + i, shifts, 0);
             continue;
         }
         correlate(ab_.get() + i,
-                  {a_->row(rows.first) + begin + shift, a_->stride, b_->row(rows.first - down) + begin,
-                   b_->stride, end - begin, rows.end - rows.first},
+                  {a_->row(rows.first) + columns.first + shift, a_->stride,
+                   b_->row(rows.first - down) + columns.first, b_->stride, columns.length(), rows.length()},
                   shifts);
     }
 }
@@ -141,11 +136,10 @@ double ShiftSums::correlation(int32_t shift) const
 int64_t count_shared(const Unrolled& a, const Unrolled& b, int32_t shift, int32_t down)
 {
     int64_t shared = 0;
-    const Rows rows = _common_rows(a, b, down);
+    const Interval rows = _common_rows(a, b, down);
     for (int32_t y = rows.first; y < rows.end; ++y) {
-        const Columns in_a = a.shown.get()[y], in_b = b.shown.get()[y - down];
-        const int32_t first = std::max(in_a.first, in_b.first + shift);
-        shared += std::max(std::min(in_a.end, in_b.end + shift) - first, 0);
+        const Interval in_a = a.shown.get()[y], in_b = b.shown.get()[y - down];
+        shared += std::max(common_part(in_a, {in_b.first + shift, in_b.end + shift}).length(), 0);
     }
     return shared;
 }

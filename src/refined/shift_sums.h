@@ -27,12 +27,12 @@ struct SquaresBefore {
 class ShiftSums
 {
 public:
-    // For shifts along rows from `first` to before `end`; the pictures must outlive this.
-    PanoResult init(const Unrolled& a, const Unrolled& b, const Columns& shifts);
+    // For these shifts along rows; the pictures must outlive this.
+    PanoResult init(const Unrolled& a, const Unrolled& b, const Interval& shifts);
 
     // Measures `shifts`, a part of those given before: place (x, y) of the second picture is place
     // (x + shift, y + down) of the first.
-    void measure(const Columns& shifts, int32_t down);
+    void measure(const Interval& shifts, int32_t down);
 
     // Of a shift just measured; 0 where the pictures have nothing in common.
     double correlation(int32_t shift) const;

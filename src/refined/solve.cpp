@@ -1,8 +1,12 @@
+// Cameras are found from all pairs of a group, and say in turn which pairs do not fit: what they
+// contradict is dropped, and the rest is solved once more.
 #include "refined/solve.h"
 
 #include <algorithm>
 
 #include "image/pano_result.h"
+#include "refined/adjust.h"
+#include "refined/likeness.h"
 #include "refined/match_light.h"
 #include "refined/straighten.h"
 
@@ -129,7 +133,7 @@ PanoResult _match_again(const SweepView& view, const Cancel& cancel, Solution* s
 }
 
 // Takes what the lens loses of the light towards the corners out of the matches, as far as that is
-// known, before these tell how it bends.
+// known, before the way it bends is found from them.
 PanoResult _even_light(const SweepView& view, const Cancel& cancel, Solution* solution)
 {
     PANO_FORWARD(find_falloff(view, solution->used, &solution->lenses.falloff));

@@ -3,6 +3,7 @@
 #ifndef REFINED_SOLVE_H
 #define REFINED_SOLVE_H
 
+#include "refined/lenses.h"
 #include "refined/pair_match.h"
 
 namespace ozr::refined
@@ -30,8 +31,8 @@ struct Solution {
     bool used[kMaxPictures];
 };
 
-// Finds the cameras of the pictures that good pairs join; of several such groups that of most
-// pictures, the earliest of equal ones. Pairs that turn out not to fit get fewer near
+// Finds the cameras of the pictures that good pairs join; of several groups, that of most
+// pictures, and the earliest of equal ones. Pairs that turn out not to fit get fewer near
 // matches. kPanoNoMemory, kPanoCancelled.
 PanoResult solve_sweep(const SweepView& view, const Cancel& cancel, Solution* solution);
 

@@ -1,7 +1,9 @@
 #include "refined/straighten.h"
 
+#include <algorithm>
+
 #include "base/limits.h"
-#include "refined/angles.h"
+#include "refined/elementary.h"
 
 namespace ozr::refined
 {
@@ -9,9 +11,9 @@ namespace ozr::refined
 namespace
 {
 
-// A hand rolls a camera by about a degree and tilts it by some ten: so much more the cameras' own
-// uprights may deviate from the axis than their horizontals from its plane. Matters where few
-// pictures, close together, fix the axis badly.
+// A hand rolls a camera by about a degree and tilts it by some ten: the cameras' own uprights may
+// deviate from the axis ten times as far as their horizontals from its plane, squares by a hundred.
+// It matters where few pictures, close together, fix the axis badly.
 constexpr double kUprightWeight = 0.01;
 
 void _add_square(Vector v, double weight, double matrix[9])
@@ -38,9 +40,40 @@ Vector _axis(const Rotation* rotations, const bool* used, int32_t count)
     return dot(axis, upright) < 0.0 ? -1.0 * axis : axis;
 }
 
+// Turns everything so that `down` becomes the y axis, and a camera's view, made level, ahead.
+Rotation _level(Vector down, Vector view)
+{
+    const Vector right = unit(cross(down, view));
+    const Vector ahead = cross(right, down);
+    return {{right.x, right.y, right.z, down.x, down.y, down.z, ahead.x, ahead.y, ahead.z}};
+}
+
 double _heading(const Rotation& rotation)
 {
-    return arctangent(rotation.m[2], rotation.m[8]);
+    const Vector ahead = rotation.column(2);
+    return arctangent(ahead.x, ahead.z);
+}
+
+// Of the used cameras, that which looks nearest to the middle of the sweep; `best` if none is used.
+double _middle_heading(const Rotation* rotations, const bool* used, int32_t count, double best)
+{
+    double headings[kMaxPictures] = {};
+    double least = 0.0;
+    double most = 0.0;
+    for (int32_t i = 0; i < count; ++i) {
+        headings[i] = _heading(rotations[i]);
+        if (used[i]) {
+            least = std::min(headings[i], least);
+            most = std::max(headings[i], most);
+        }
+    }
+    const double middle = 0.5 * (least + most);
+    for (int32_t i = 0; i < count; ++i) {
+        const double off = headings[i] - middle, best_off = best - middle;
+        if (used[i] && off * off < best_off * best_off)
+            best = headings[i];
+    }
+    return best;
 }
 
 }  // namespace
@@ -48,33 +81,13 @@ double _heading(const Rotation& rotation)
 void straighten(Rotation* rotations, const bool* used, int32_t count)
 {
     const Vector down = unit(_axis(rotations, used, count));
-    // Any camera's view, made level, may be ahead for the moment.
-    int32_t some = 0;
-    while (some + 1 < count && !used[some])
-        ++some;
-    const Vector right = unit(cross(down, rotations[some].column(2)));
-    const Vector ahead = cross(right, down);
-    const Rotation level = {{right.x, right.y, right.z, down.x, down.y, down.z, ahead.x, ahead.y, ahead.z}};
-    double headings[kMaxPictures] = {};
-    double least = 0.0;
-    double most = 0.0;
-    for (int32_t i = 0; i < count; ++i) {
+    // The first used camera may be ahead for the moment.
+    const int32_t first = static_cast<int32_t>(std::find(used, used + count - 1, true) - used);
+    const Rotation level = _level(down, rotations[first].column(2));
+    for (int32_t i = 0; i < count; ++i)
         rotations[i] = level * rotations[i];
-        headings[i] = _heading(rotations[i]);
-        if (used[i]) {
-            least = headings[i] < least ? headings[i] : least;
-            most = headings[i] > most ? headings[i] : most;
-        }
-    }
-    const double middle = 0.5 * (least + most);
-    int32_t nearest = some;
-    for (int32_t i = 0; i < count; ++i) {
-        const double off = headings[i] - middle;
-        const double best = headings[nearest] - middle;
-        if (used[i] && off * off < best * best)
-            nearest = i;
-    }
-    const Rotation turn = rotation_about({0.0, -headings[nearest], 0.0});
+    const double heading = _middle_heading(rotations, used, count, _heading(rotations[first]));
+    const Rotation turn = rotation_about({0.0, -heading, 0.0});
     for (int32_t i = 0; i < count; ++i)
         rotations[i] = squared(turn * rotations[i]);
 }

@@ -1,11 +1,14 @@
+// Pictures are matched as they come, each with the one before. As long as nothing is joined the
+// sweep may turn out to run the other way: then all pictures are turned, and matched once more.
 #include "refined/sweep.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "image/pano_result.h"
-#include "refined/angles.h"
 #include "refined/draw.h"
+#include "refined/elementary.h"
+#include "refined/joints.h"
+#include "refined/orientation.h"
 #include "refined/quarter_turn.h"
 #include "refined/straighten.h"
 
@@ -36,71 +39,6 @@ PanoResult _turn_sight(bool clockwise, const Cancel& cancel, Sight* sight)
     return look_at(sight);
 }
 
-// Whether the second picture lies above or below the first rather than beside it.
-bool _runs_across(const PairGuess& guess)
-{
-    const double along = guess.first.x - guess.second.x;
-    const double across = guess.first.y - guess.second.y;
-    return across * across > along * along;
-}
-
-// Whether the cameras moved up or down rather than aside, from the first used one to the last:
-// steps along each camera's own axes, so that shaking cancels out and a tilted camera's circle
-// counts as what it is.
-bool _runs_across(const Solution& solution, int32_t pictures)
-{
-    double along = 0.0;
-    double across = 0.0;
-    const Rotation* last = nullptr;
-    for (int32_t i = 0; i < pictures; ++i) {
-        if (!solution.used[i])
-            continue;
-        const Rotation* next = &solution.lenses.rotations[i];
-        if (last != nullptr) {
-            along += dot(next->column(2), last->column(0));
-            across += dot(next->column(2), last->column(1));
-        }
-        last = next;
-    }
-    return across * across > along * along;
-}
-
-// The turn of a camera whose picture, and whose world, are turned by a quarter.
-Rotation _quarter_turned(const Rotation& rotation, bool clockwise)
-{
-    const double by = clockwise ? 1.0 : -1.0;
-    const Rotation quarter = {{0, -by, 0, by, 0, 0, 0, 0, 1}};
-    return quarter * rotation * inverse(quarter);
-}
-
-Place _quarter_turned(Place place, bool clockwise)
-{
-    return clockwise ? Place{-place.y, place.x} : Place{place.y, -place.x};
-}
-
-void _turn_match(bool clockwise, PairMatch* match)
-{
-    match->guess.first = _quarter_turned(match->guess.first, clockwise);
-    match->guess.second = _quarter_turned(match->guess.second, clockwise);
-    for (int32_t i = 0; i < match->matches.count; ++i) {
-        Match& own = match->matches.at[i];
-        own = {_quarter_turned(own.first, clockwise), _quarter_turned(own.second, clockwise)};
-    }
-}
-
-struct Angles {
-    double along;
-    double across;
-    double roll;
-};
-
-// R = turn about y by `along`, about x by `across`, about z by `roll`, the last one first.
-Angles _angles(const double* m)
-{
-    return {arctangent(m[2], m[8]), arctangent(m[5], std::sqrt(m[2] * m[2] + m[8] * m[8])),
-            arctangent(m[3], m[4])};
-}
-
 }  // namespace
 
 Sweep* Sweep::create()
@@ -128,6 +66,22 @@ bool Sweep::has_good_pair() const
     return std::any_of(pairs_, pairs_ + count_, [](const Pair& pair) { return pair.match.is_good(); });
 }
 
+// Whether a good pair joins a picture to one before it.
+bool Sweep::is_joined(int32_t picture) const
+{
+    return std::any_of(pairs_, pairs_ + count_, [picture](const Pair& pair) {
+        return pair.second == picture && pair.match.is_good();
+    });
+}
+
+ShiftHint Sweep::shift_hint(const PictureHint& hint) const
+{
+    if (!hint.has_offset)
+        return {false, 0.0, 0.0};
+    return turned_ ? ShiftHint{true, -hint.offset_y, hint.offset_x}
+                   : ShiftHint{true, hint.offset_x, hint.offset_y};
+}
+
 // Turns all pictures that came in, because the sweep seems to run the other way.
 PanoResult Sweep::turn_pictures(const Cancel& cancel)
 {
@@ -145,22 +99,6 @@ PanoResult Sweep::match(int32_t first, int32_t second, const ShiftHint& hint, co
     PANO_FORWARD(match_pair({sights_[first], sights_[second]}, hint, cancel, &pair->match));
     ++count_;
     return kPanoSuccess;
-}
-
-ShiftHint Sweep::shift_hint(const PictureHint& hint) const
-{
-    if (!hint.has_offset)
-        return {false, 0.0, 0.0};
-    return turned_ ? ShiftHint{true, -hint.offset_y, hint.offset_x}
-                   : ShiftHint{true, hint.offset_x, hint.offset_y};
-}
-
-// Whether a good pair joins a picture to one before it.
-bool Sweep::is_joined(int32_t picture) const
-{
-    return std::any_of(pairs_, pairs_ + count_, [picture](const Pair& pair) {
-        return pair.second == picture && pair.match.is_good();
-    });
 }
 
 // Matches the newest picture with those before the last one.
@@ -207,7 +145,7 @@ PanoResult Sweep::match_newest(const PictureHint& hint, const Cancel& cancel)
     const int32_t begin = count_;
     PANO_FORWARD(match_back(hint, cancel));
     const bool seems_turned = std::none_of(pairs_ + begin, pairs_ + count_, [](const Pair& pair) {
-        return pair.match.is_good() && !_runs_across(pair.match.guess);
+        return pair.match.is_good() && !runs_across(pair.match.guess);
     });
     return is_open && seems_turned ? match_turned(begin, hint, cancel) : kPanoSuccess;
 }
@@ -234,16 +172,12 @@ PanoResult Sweep::add(const PanoImg& picture, const PictureHint& hint, const Can
 // hand may move more up than along from one picture to the next.
 PanoResult Sweep::turn_along(const Cancel& cancel)
 {
-    if (!_runs_across(solution_, pictures_))
+    if (!runs_across(solution_, pictures_))
         return kPanoSuccess;
     PANO_FORWARD(turn_pictures(cancel));
-    for (int32_t i = 0; i < pictures_; ++i) {
-        solution_.lenses.rotations[i] = _quarter_turned(solution_.lenses.rotations[i], turned_);
-        Skew& skew = solution_.lenses.skews[i];
-        skew = {-skew.stretch, -skew.shear};
-    }
+    turn_solution(turned_, pictures_, &solution_);
     for (int32_t i = 0; i < count_; ++i)
-        _turn_match(turned_, &pairs_[i].match);
+        turn_match(turned_, &pairs_[i].match);
     straighten(solution_.lenses.rotations, solution_.used, pictures_);
     return kPanoSuccess;
 }
@@ -251,7 +185,7 @@ PanoResult Sweep::turn_along(const Cancel& cancel)
 void Sweep::fill_cameras()
 {
     for (int32_t i = 0; i < pictures_; ++i) {
-        std::copy_n(solution_.lenses.rotations[i].m, 9, cameras_[i].rotation);
+        cameras_[i].rotation = solution_.lenses.rotations[i];
         cameras_[i].focal =
             solution_.lenses.focal * exponential(solution_.lenses.zooms[i]) * sights_[i].base_scale();
         cameras_[i].radial = solution_.lenses.radial;
@@ -297,73 +231,14 @@ PanoResult Sweep::compose(const Cancel& cancel, PanoImg* out)
     return kPanoSuccess;
 }
 
-// Neighbours in order of capture first, then the pairs that reach further.
-const Pair* Sweep::pair_of_joint(int32_t index) const
-{
-    int32_t further = pictures_ - 1;
-    for (int32_t i = 0; i < count_; ++i) {
-        const bool is_neighbour = pairs_[i].second == pairs_[i].first + 1;
-        const int32_t own = is_neighbour ? pairs_[i].first : further++;
-        if (own == index)
-            return &pairs_[i];
-    }
-    return nullptr;
-}
-
-// In pixels of the panorama, the sweep along x.
-Place Sweep::offset_of(const Pair& pair) const
-{
-    const Camera& first = cameras_[pair.first];
-    const Camera& second = cameras_[pair.second];
-    if (first.used && second.used) {
-        const Angles a = _angles(first.rotation);
-        const Angles b = _angles(second.rotation);
-        double along = b.along - a.along;
-        along += along > kPi ? -2.0 * kPi : along < -kPi ? 2.0 * kPi : 0.0;
-        const SineCosine up = sine_cosine(a.across);
-        const SineCosine to = sine_cosine(b.across);
-        return {along * drawn_.radius, (to.sine / to.cosine - up.sine / up.cosine) * drawn_.radius};
-    }
-    const double focal = first.focal;
-    const Rotation turn = inverse(turn_of_guess(pair.match.guess, focal / sights_[pair.first].base_scale()));
-    const Angles angles = _angles(turn.m);
-    return {angles.along * focal, angles.across * focal};
-}
-
 bool Sweep::joint(int32_t index, ozr_panorama_joint* joint) const
 {
-    const Pair* pair = is_composed_ ? pair_of_joint(index) : nullptr;
-    if (pair == nullptr)
-        return false;
-    const Camera& first = cameras_[pair->first];
-    const Camera& second = cameras_[pair->second];
-    const Place offset = pair->match.matches.count > 0 ? offset_of(*pair) : Place{0.0, 0.0};
-    joint->first = pair->first;
-    joint->second = pair->second;
-    joint->offset_x = static_cast<float>(turned_ ? offset.y : offset.x);
-    joint->offset_y = static_cast<float>(turned_ ? -offset.x : offset.y);
-    joint->residual = static_cast<float>(
-        pair->match.near > 0 ? pair->match.residual * sights_[pair->first].base_scale() : -1.0);
-    joint->confidence = static_cast<float>(pair->match.confidence());
-    joint->used = first.used && second.used ? 1 : 0;
-    joint->gain = static_cast<float>(joint->used != 0 ? second.gain / first.gain : 1.0);
-    return true;
+    return is_composed_ && joint_of(inside(), index, joint);
 }
 
 bool Sweep::camera(int32_t index, ozr_panorama_camera* camera) const
 {
-    if (!is_composed_ || index < 0 || index >= pictures_)
-        return false;
-    const Camera& own = cameras_[index];
-    const Angles angles = _angles(own.rotation);
-    camera->yaw = static_cast<float>((turned_ ? angles.across : angles.along) / kDegree);
-    camera->pitch = static_cast<float>((turned_ ? -angles.along : angles.across) / kDegree);
-    camera->roll = static_cast<float>(angles.roll / kDegree);
-    camera->focal_length = static_cast<float>(own.focal);
-    camera->radial = static_cast<float>(own.radial);
-    camera->gain = static_cast<float>(own.gain);
-    camera->used = own.used ? 1 : 0;
-    return true;
+    return is_composed_ && camera_of(inside(), index, camera);
 }
 
 }  // namespace ozr::refined

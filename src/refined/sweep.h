@@ -61,26 +61,24 @@ private:
     static void* operator new(size_t size, const std::nothrow_t& tag) noexcept;
     static void operator delete(void* sweep, const std::nothrow_t& tag) noexcept;
 
-    PanoResult turn_pictures(const Cancel& cancel);
-    PanoResult match(int32_t first, int32_t second, const ShiftHint& hint, const Cancel& cancel);
-    PanoResult match_newest(const PictureHint& hint, const Cancel& cancel);
-    PanoResult match_back(const PictureHint& hint, const Cancel& cancel);
-    PanoResult match_turned(int32_t begin, const PictureHint& hint, const Cancel& cancel);
-    PanoResult bridge(const Cancel& cancel);
     bool has_good_pair() const;
     bool is_joined(int32_t picture) const;
     ShiftHint shift_hint(const PictureHint& hint) const;
+    PanoResult turn_pictures(const Cancel& cancel);
+    PanoResult match(int32_t first, int32_t second, const ShiftHint& hint, const Cancel& cancel);
+    PanoResult bridge(const Cancel& cancel);
+    PanoResult match_back(const PictureHint& hint, const Cancel& cancel);
+    PanoResult match_turned(int32_t begin, const PictureHint& hint, const Cancel& cancel);
+    PanoResult match_newest(const PictureHint& hint, const Cancel& cancel);
     PanoResult turn_along(const Cancel& cancel);
     void fill_cameras();
     PanoResult draw_cameras(const Cancel& cancel, PanoImg* drawn);
-    const Pair* pair_of_joint(int32_t index) const;
-    Place offset_of(const Pair& pair) const;
 
     Sight sights_[kMaxPictures] = {};
     int32_t pictures_ = 0;
-    bool turned_ = false;  // pictures lie a quarter turn clockwise: the sweep runs up or down
+    bool turned_ = false;  // pictures are turned clockwise: the sweep runs up or down
     Pair pairs_[kMaxPairs] = {};
-    int32_t count_ = 0;
+    int32_t count_ = 0;  // of pairs
     Solution solution_ = {};
     Camera cameras_[kMaxPictures] = {};
     Trace trace_ = {};

@@ -29,7 +29,7 @@ void trace_matches(const SweepView& view, const Solution& solution, Trace* trace
 struct SweepInside {
     const Sight* sights;
     int32_t pictures;
-    bool is_turned;  // pictures lie a quarter turn clockwise: the sweep runs up or down
+    bool is_turned;  // pictures are turned clockwise: the sweep runs up or down
     const Pair* pairs;
     int32_t count;
     const Camera* cameras;

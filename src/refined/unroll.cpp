@@ -1,3 +1,5 @@
+// Sampling goes along the columns of the cylinder, which are straight lines in the picture; the
+// mean around each pixel comes from running sums along its rows.
 #include "refined/unroll.h"
 
 #include <algorithm>
@@ -84,9 +86,9 @@ void _unroll_column(const ConstPlane& plane, const SourceLine& line, int32_t col
     }
 }
 
-Columns _shown(const int16_t* luma, int32_t width)
+Interval _shown(const int16_t* luma, int32_t width)
 {
-    Columns shown = {0, width};
+    Interval shown = {0, width};
     while (shown.end > 0 && luma[shown.end - 1] == kNothing)
         --shown.end;
     while (shown.first < shown.end && luma[shown.first] == kNothing)
@@ -101,7 +103,7 @@ struct WindowSum {
 };
 
 // Adds (or with sign -1 takes away) a row to the sums of the columns.
-void _add_row(const int16_t* luma, const Columns& shown, int32_t sign, WindowSum* sums)
+void _add_row(const int16_t* luma, const Interval& shown, int32_t sign, WindowSum* sums)
 {
     for (int32_t x = shown.first; x < shown.end; ++x) {
         sums[x].luma += sign * luma[x];
@@ -132,7 +134,7 @@ private:
 };
 
 // `sums` has an empty margin of half a window on each side.
-void _contrast_row(const int16_t* luma, const Columns& shown, const WindowSum* sums, const Means& means,
+void _contrast_row(const int16_t* luma, const Interval& shown, const WindowSum* sums, const Means& means,
                    int16_t* out)
 {
     WindowSum window = {};
@@ -153,7 +155,7 @@ PanoResult _take_off_means(const Samples& samples, Unrolled* out)
     if (!sums)
         return kPanoNoMemory;
     WindowSum* columns = sums.get() + kWindowHalf;
-    const Columns* shown = out->shown.get();
+    const Interval* shown = out->shown.get();
     const Means means;
     for (int32_t y = -kWindowHalf; y < out->height; ++y) {
         const int32_t next = y + kWindowHalf, last = y - kWindowHalf - 1;
@@ -176,7 +178,7 @@ PanoResult unroll(const ConstPlane& plane, double focal, double roll, Unrolled* 
     out->height = plane.height;
     out->stride = plane.width + kUnrolledMargin;
     out->contrast = make_buffer<int16_t>(int64_t{out->stride} * plane.height + kUnrolledMargin);
-    out->shown = make_unfilled_buffer<Columns>(plane.height);
+    out->shown = make_unfilled_buffer<Interval>(plane.height);
     const Samples samples = {plane.width, plane.height,
                              make_unfilled_buffer<int16_t>(int64_t{plane.width} * plane.height)};
     if (!out->contrast || !out->shown || !samples.luma)

@@ -4,21 +4,16 @@
 #ifndef REFINED_UNROLL_H
 #define REFINED_UNROLL_H
 
+#include "refined/interval.h"
 #include "refined/picture.h"
 
 namespace ozr::refined
 {
 
-constexpr int32_t kMaxContrast = 60;
+constexpr int32_t kMaxContrast = 60;  // kernels::kMostCorrelated allows little more
 
 // Zeros before and behind every row of contrast: what is shifted a little too far meets nothing.
 constexpr int32_t kUnrolledMargin = 16;
-
-// Columns of a row, [first, end).
-struct Columns {
-    int32_t first;
-    int32_t end;
-};
 
 // Luma less its mean over a window, at most kMaxContrast either way, with 0 outside the picture.
 struct Unrolled {
@@ -26,9 +21,9 @@ struct Unrolled {
     int32_t height;
     int32_t stride;  // elements: the margin behind a row is the one before the next
     Buffer<int16_t> contrast;
-    // Of each row: where the cylinder shows the picture. Edges of pictures are cosines on it, so
-    // what lies between two columns that show something shows something too.
-    Buffer<Columns> shown;
+    // Of each row: the columns in which the cylinder shows the picture. Edges of pictures are
+    // cosines on it, so what is between two columns that show something shows something too.
+    Buffer<Interval> shown;
 
     const int16_t* row(int32_t y) const { return contrast.get() + kUnrolledMargin + int64_t{y} * stride; }
 };

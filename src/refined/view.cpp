@@ -12,6 +12,8 @@ namespace
 
 constexpr double kFixedOne = 1 << 30;  // a camera's numbers are multiples of its inverse
 constexpr double kNodeOne = 1 << kNodePlaceBits;
+constexpr double kGainOne = 1 << 13;  // gains as nodes hold them
+constexpr double kMaxGain = 32767;
 constexpr double kFarAway = 65536.0;  // pixels; what a camera cannot see
 // Of a ray's part along the camera's axis: some 86 degrees from it.
 constexpr double kLeastAhead = 1.0 / 16;
@@ -39,11 +41,12 @@ double _followed(double corner, double radial)
 }
 
 // The distorted distance over the undistorted one: t with t (1 + k1 q t^2) = 1, by Newton's
-// method from 1.
+// method from 1. It doubles the digits in each step, but begins slowly near a fold.
 double _distortion(double q, double radial)
 {
+    constexpr int32_t kNewtonSteps = 12;
     double t = 1.0;
-    for (int32_t step = 0; step < 12; ++step)
+    for (int32_t step = 0; step < kNewtonSteps; ++step)
         t -= (t * (1.0 + radial * q * t * t) - 1.0) / (1.0 + 3.0 * radial * q * t * t);
     return t;
 }
@@ -57,7 +60,7 @@ View::View(const Camera& camera, int32_t width, int32_t height)
 {
     for (int32_t row = 0; row < 3; ++row) {
         for (int32_t column = 0; column < 3; ++column)
-            turn_[3 * row + column] = _fixed(camera.rotation[3 * column + row]);
+            turn_[3 * row + column] = _fixed(camera.rotation.m[3 * column + row]);
     }
     corner_ = (middle_x_ * middle_x_ + middle_y_ * middle_y_) / (focal_ * focal_);
     const double followed = _followed(corner_, radial_);
@@ -73,7 +76,7 @@ void View::set_gain(double gain, const Falloff& falloff)
     for (int32_t i = 0; i < kLensSteps + 2; ++i) {
         const double spread = lens_reach_ * i / kLensSteps * lens_[i].scale * lens_[i].scale / corner_;
         const double lost = (falloff.first + falloff.second * spread) * spread;
-        lens_[i].gain = _limited(gain * exponential(lost) * (1 << kGainBits), kMaxGain);
+        lens_[i].gain = _limited(gain * exponential(lost) * kGainOne, kMaxGain);
     }
 }
 

@@ -14,10 +14,8 @@
 namespace ozr::refined
 {
 
-// Places in pictures, and gains, as the nodes of a drawing hold them.
+// Places in pictures, as the nodes of a drawing hold them.
 constexpr int32_t kNodePlaceBits = 14;
-constexpr int32_t kGainBits = 13;
-constexpr int32_t kMaxGain = 32767;
 
 // Sine and cosine of a column's heading.
 struct Heading {
@@ -39,7 +37,7 @@ public:
     // Counts brightness in from now on.
     void set_gain(double gain, const Falloff& falloff);
 
-    // The place, and what luma there is multiplied by. Places that the camera cannot see lie far
+    // The place, and what luma there is multiplied by. Places that the camera cannot see are far
     // outside the picture.
     NodePlace place(const Heading& heading, double height, int16_t* gain) const;
 

@@ -1,3 +1,5 @@
+// Rows are drawn from top to bottom, in each the pictures from left to right; a picture's left end
+// is mixed with what the one before has drawn there.
 #include "refined/warp.h"
 
 #include <string.h>
@@ -5,6 +7,7 @@
 #include <algorithm>
 
 #include "kernels/kernels.h"
+#include "refined/interval.h"
 #include "refined/nodes.h"
 #include "refined/shift_rows.h"
 
@@ -16,11 +19,10 @@ namespace
 
 constexpr int32_t kWeightBits = 8;
 
-// Columns [begin, end) of the panorama, in pixels; the feather over the picture before begins at
-// `ramp`, which may lie left of the panorama.
+// Columns of the panorama, in pixels; the feather over the picture before begins at `ramp`, which
+// may be left of the panorama.
 struct Span {
-    int32_t begin;
-    int32_t end;
+    Interval columns;
     int32_t ramp;
 };
 
@@ -50,36 +52,37 @@ int32_t _crossing(const Warp& warp, int32_t seam, int32_t row)
 // What a picture is drawn for: its own columns and half a feather on each side; may be empty.
 Span _span(const Warp& warp, int32_t picture, int32_t row)
 {
-    Span span = {0, warp.out->width, -warp.feather};
+    Span span = {{0, warp.out->width}, -warp.feather};
     if (picture > 0) {
         span.ramp = _crossing(warp, picture - 1, row) - warp.feather / 2;
-        span.begin = std::max(0, span.ramp);
+        span.columns.first = std::max(0, span.ramp);
     }
     if (picture + 1 < warp.plan.layers.count)
-        span.end = std::min(span.end, _crossing(warp, picture, row) + warp.feather / 2);
+        span.columns.end = std::min(span.columns.end, _crossing(warp, picture, row) + warp.feather / 2);
     return span;
 }
 
 // The nodes at both ends of all blocks that a row touches.
-NodeRange _nodes_around(const Span& span)
+Interval _nodes_around(const Interval& columns)
 {
-    return {span.begin / kernels::kDrawBlock, (span.end + kernels::kDrawBlock - 1) / kernels::kDrawBlock + 1};
+    return {columns.first / kernels::kDrawBlock,
+            (columns.end + kernels::kDrawBlock - 1) / kernels::kDrawBlock + 1};
 }
 
 // All nodes that a picture's rows from `first` to before `end` need.
-NodeRange _nodes_of_rows(const Warp& warp, int32_t picture, int32_t first, int32_t end)
+Interval _nodes_of_rows(const Warp& warp, int32_t picture, int32_t first, int32_t end)
 {
-    Span all = {INT32_MAX, INT32_MIN, 0};
+    Interval all = {INT32_MAX, INT32_MIN};
+    const auto add_row = [&](int32_t row) {
+        const Interval columns = _span(warp, picture, row).columns;
+        all = {std::min(all.first, columns.first), std::max(all.end, columns.end)};
+    };
     // Seams are straight from a row of the lattice to the next: those and the ends reach furthest.
     const int32_t last = std::min(end, warp.out->height) - 1, bits = warp.plan.layers.frame.step_bits;
-    for (int32_t row = std::max(first, 0); row <= last;
-         row = row < last ? std::min(((row >> bits) + 1) << bits, last) : last + 1) {
-        const Span span = _span(warp, picture, row);
-        all = {std::min(all.begin, span.begin), std::max(all.end, span.end), 0};
-    }
-    if (all.begin >= all.end)
-        return {0, 0};
-    return _nodes_around(all);
+    for (int32_t row = std::max(first, 0); row < last; row = ((row >> bits) + 1) << bits)
+        add_row(row);
+    add_row(last);
+    return all.is_empty() ? Interval{0, 0} : _nodes_around(all);
 }
 
 // The exact row of nodes at `row`, which the rows before and behind it need.
@@ -97,55 +100,75 @@ void _advance(Warp* warp, int32_t row)
 // of `bytes` bytes.
 void _compose(uint8_t* dst, const uint8_t* line, const Span& span, int32_t feather, int32_t bytes)
 {
-    int32_t x = span.begin;
-    for (; x < std::min(span.ramp + feather, span.end); ++x) {
+    int32_t x = span.columns.first;
+    for (; x < std::min(span.ramp + feather, span.columns.end); ++x) {
         const int32_t weight = ((2 * (x - span.ramp) + 1) << kWeightBits) / (2 * feather);
         for (int32_t byte = x * bytes; byte < (x + 1) * bytes; ++byte) {
             const int32_t mixed = (dst[byte] << kWeightBits) + (line[byte] - dst[byte]) * weight;
             dst[byte] = static_cast<uint8_t>((mixed + (1 << (kWeightBits - 1))) >> kWeightBits);
         }
     }
-    if (x < span.end)
+    if (x < span.columns.end)
         memcpy(dst + x * bytes, line + x * bytes,
-               static_cast<size_t>(span.end - x) * static_cast<size_t>(bytes));
+               static_cast<size_t>(span.columns.end - x) * static_cast<size_t>(bytes));
 }
 
-void _draw_luma(Warp* warp, int32_t picture, int32_t row)
+// A row of the panorama as far as one picture is drawn for it.
+struct PictureRow {
+    int32_t picture;
+    int32_t row;
+    Span span;
+    Interval nodes;  // around its columns
+
+    int32_t first_pixel() const { return nodes.first * kernels::kDrawBlock; }
+    int32_t blocks() const { return nodes.length() - 1; }
+};
+
+void _draw_luma(Warp* warp, const PictureRow& part)
 {
-    const Span span = _span(*warp, picture, row);
-    if (span.begin >= span.end)
-        return;
-    const NodeRange range = _nodes_around(span);
-    const PanoImg* source = warp->plan.layers.at[picture].source->picture;
-    NodeRows& nodes = warp->nodes[picture];
-    nodes.interpolate(2 * (row % kNodeRows), 0, range);
-    warp->shifts[picture].fill(nodes.shift(0), warp->plan.corrections, 0, row, range);
+    const PanoImg* source = warp->plan.layers.at[part.picture].source->picture;
+    NodeRows& nodes = warp->nodes[part.picture];
+    nodes.interpolate(2 * (part.row % kNodeRows), 0, part.nodes);
+    warp->shifts[part.picture].fill(nodes.shift(0), 0, part.row, part.nodes);
     const kernels::DrawPlane plane = {pano_row(source, 0), source->stride, source->width, source->height,
                                       warp->plan.softness};
     uint8_t* line = warp->line.get();
-    warp->table->draw.luma_row(line + range.first * kernels::kDrawBlock, plane, nodes.at(range.first),
-                               range.end - 1 - range.first);
-    _compose(pano_row(warp->out, row), line, span, warp->feather, 1);
+    warp->table->draw.luma_row(line + part.first_pixel(), plane, nodes.at(part.nodes.first), part.blocks());
+    _compose(pano_row(warp->out, part.row), line, part.span, warp->feather, 1);
 }
 
-void _draw_chroma(Warp* warp, int32_t picture, int32_t row)
+// Of every second row; chroma is between it and the next.
+void _draw_chroma(Warp* warp, const PictureRow& part)
 {
-    Span span = _span(*warp, picture, row);
-    if (span.begin >= span.end)
-        return;
-    const NodeRange range = _nodes_around(span);
-    const PanoImg* source = warp->plan.layers.at[picture].source->picture;
-    NodeRows& nodes = warp->nodes[picture];
-    nodes.interpolate(2 * (row % kNodeRows) + 1, 0, range);
+    const PanoImg* source = warp->plan.layers.at[part.picture].source->picture;
+    NodeRows& nodes = warp->nodes[part.picture];
+    nodes.interpolate(2 * (part.row % kNodeRows) + 1, 0, part.nodes);
     for (int32_t channel = 0; channel < 2; ++channel)
-        warp->shifts[picture].fill(nodes.shift(channel), warp->plan.corrections, channel + 1, row, range);
+        warp->shifts[part.picture].fill(nodes.shift(channel), channel + 1, part.row, part.nodes);
     const kernels::DrawPlane plane = {pano_chroma_row(source, 0), source->stride, source->width / 2,
                                       source->height / 2};
     uint8_t* line = warp->line.get();
-    warp->table->draw.chroma_row(line + range.first * kernels::kDrawBlock, plane, nodes.at(range.first),
-                                 range.end - 1 - range.first);
-    span = {span.begin / 2, (span.end + 1) / 2, span.ramp >> 1};
-    _compose(pano_chroma_row(warp->out, row / 2), line, span, warp->feather / 2, 2);
+    warp->table->draw.chroma_row(line + part.first_pixel(), plane, nodes.at(part.nodes.first), part.blocks());
+    const Interval& columns = part.span.columns;
+    const Span pairs = {{columns.first / 2, (columns.end + 1) / 2}, part.span.ramp >> 1};
+    _compose(pano_chroma_row(warp->out, part.row / 2), line, pairs, warp->feather / 2, 2);
+}
+
+void _draw_row(Warp* warp, int32_t picture, int32_t row)
+{
+    ShiftRows& shifts = warp->shifts[picture];
+    if (shifts.needs(row)) {
+        // The row of shifts below is looked at again as the one above, a step later.
+        const int32_t two_steps = 2 << warp->plan.corrections.step_bits;
+        shifts.prepare(row, _nodes_of_rows(*warp, picture, row, row + two_steps));
+    }
+    const Span span = _span(*warp, picture, row);
+    if (span.columns.is_empty())
+        return;
+    const PictureRow part = {picture, row, span, _nodes_around(span.columns)};
+    _draw_luma(warp, part);
+    if (row % 2 == 0)
+        _draw_chroma(warp, part);
 }
 
 PanoResult _make_buffers(Warp* warp)
@@ -160,7 +183,7 @@ PanoResult _make_buffers(Warp* warp)
         return kPanoNoMemory;
     for (int32_t i = 0; i < warp->plan.layers.count; ++i) {
         PANO_FORWARD(warp->nodes[i].init(nodes));
-        PANO_FORWARD(warp->shifts[i].init(nodes));
+        PANO_FORWARD(warp->shifts[i].init(warp->plan.corrections, i, nodes));
     }
     return kPanoSuccess;
 }
@@ -176,14 +199,8 @@ PanoResult warp_panorama(const Cancel& cancel, const Plan& plan, PanoImg* out)
     for (int32_t row = 0; row < out->height; ++row) {
         if (row % kNodeRows == 0)
             _advance(&warp, row + kNodeRows);
-        for (int32_t i = 0; i < plan.layers.count; ++i) {
-            if (warp.shifts[i].needs(plan.corrections, row))
-                warp.shifts[i].prepare(plan.corrections, i, row,
-                                       _nodes_of_rows(warp, i, row, row + (2 << plan.corrections.step_bits)));
-            _draw_luma(&warp, i, row);
-            if (row % 2 == 0)
-                _draw_chroma(&warp, i, row);
-        }
+        for (int32_t i = 0; i < plan.layers.count; ++i)
+            _draw_row(&warp, i, row);
         if (cancel.asked())
             return kPanoCancelled;
     }

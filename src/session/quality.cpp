@@ -2,6 +2,7 @@
 
 #include <type_traits>
 
+#include "engine/classic_joint.h"
 #include "engine/refined_sweep.h"
 #include "image/pano_result.h"
 #include "support/ozr_chain.h"

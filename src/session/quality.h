@@ -1,5 +1,5 @@
-// The quality of a session: which engine path its sweeps take, and what can be told
-// of them afterwards.
+// The quality of a session: which engine path its sweeps take, and what is known of them
+// afterwards.
 //
 // The session's record is of the interface and has no room for more, so this is kept
 // behind its configuration.

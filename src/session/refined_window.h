@@ -11,6 +11,7 @@
 #include <algorithm>
 
 #include "base/plane.h"
+#include "refined/residual.h"
 #include "refined/sweep.h"
 #include "session/handle.h"
 #include "session/quality.h"
@@ -77,7 +78,7 @@ inline const refined::Sweep* refined_sweep_of(const ozr_panorama* handle)
 inline CameraRecord camera_record(const refined::Camera& camera)
 {
     CameraRecord record = {{}, camera.focal, camera.radial, camera.skew, camera.used};
-    std::copy_n(camera.rotation, 9, record.rotation);
+    std::copy_n(camera.rotation.m, 9, record.rotation);
     return record;
 }
 

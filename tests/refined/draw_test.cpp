@@ -339,7 +339,7 @@ TEST(Draw, RefusesEachFault)
          }},
         {"no focal length", [](Sweep* s) { s->cameras[1].focal = 0; }},
         {"not a number", [](Sweep* s) { s->cameras[1].radial = std::nan(""); }},
-        {"no rotation", [](Sweep* s) { s->cameras[1].rotation[4] = 1e30; }},
+        {"no rotation", [](Sweep* s) { s->cameras[1].rotation.m[4] = 1e30; }},
         {"a gap",
          [](Sweep* s) {
              s->pictures = {s->pictures[0], s->pictures[4]};

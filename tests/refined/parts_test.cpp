@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "refined/adjust.h"
 #include "refined/crop.h"
 #include "refined/patch_fit.h"
 #include "refined/picture.h"
@@ -178,8 +179,8 @@ TEST(PatchFit, TakesLightThatIsKnownForNoShift)
     }
     const ConstPlane before = {first, kSide, kSide, kSide}, after = {second, kSide, kSide, kSide};
     const auto shift = [&](const PatchFade& known) {
-        PatchTask task = {&before, &after, kMiddle, kMiddle, kMiddle, kMiddle, {1, 0, 0, 1}, known};
-        EXPECT_GT(fit_patch(&task, 2), 0.8);
+        PatchTask task = {&before, &after, kMiddle, kMiddle, kMiddle, kMiddle, {1, 0, 0, 1}};
+        EXPECT_GT(fit_patch(&task, known, 2), 0.8);
         return std::hypot(task.second_x - kMiddle, task.second_y - kMiddle);
     };
     EXPECT_LT(shift(fade), 0.01);

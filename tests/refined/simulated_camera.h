@@ -35,9 +35,7 @@ inline Rotation rotation_of_pose(const Pose& pose, bool vertical = false)
 
 inline refined::Camera camera_of_pose(const Pose& pose, double focal, double radial)
 {
-    refined::Camera camera = {{}, focal, radial, 1, true};
-    std::copy_n(rotation_of_pose(pose).m, 9, camera.rotation);
-    return camera;
+    return {rotation_of_pose(pose), focal, radial, 1, true};
 }
 
 // Where a ray meets a cylinder of radius 1: radians to the right, and how far down.
