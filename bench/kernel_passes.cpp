@@ -346,8 +346,8 @@ void add_toolkit(Passes* passes)
     });
 }
 
-// Of the refined quality: a picture drawn with a slight turn, and sums of products.
-void add_refined(Passes* passes)
+// A picture drawn with a slight turn.
+void add_drawing(Passes* passes)
 {
     Plane& p = passes->plane();
     const int32_t w = p.width;
@@ -374,6 +374,14 @@ void add_refined(Passes* passes)
     passes->add(KERNEL(draw, chroma_row), n, [&p, w, h, draw](auto f) {
         draw(f, h / 2, {p.a.data(), w, w / 2, h / 2});
     });
+}
+
+void add_matching(Passes* passes)
+{
+    Plane& p = passes->plane();
+    const int32_t w = p.width;
+    const int32_t h = p.height;
+    const int64_t n = int64_t{w} * h;
     const auto words = [](Bytes& bytes) { return numbers<int16_t>(bytes); };
     passes->add(KERNEL(match, dot_product), 4 * n, [&p, w, h, words](auto f) {
         keep(f({words(p.zeros), 16, words(p.b), 16, 16, w * h / 16}));
@@ -414,6 +422,7 @@ std::vector<KernelPass> kernel_passes(Size size)
     add_to_rgba(&passes);
     add_from_rgba(&passes);
     add_toolkit(&passes);
-    add_refined(&passes);
+    add_drawing(&passes);
+    add_matching(&passes);
     return list;
 }

@@ -70,7 +70,7 @@ void run_convert(const ConvertOptions& options)
 
 }  // namespace ozr_pano
 
-/** One argument a line. */
+// One argument a line.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     std::vector<std::string> arguments = {"ozr-pano", ""};

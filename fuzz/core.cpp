@@ -55,7 +55,7 @@ private:
         initialise(record_.width, record_.height, record_.stride);
     }
 
-    /** The core releases what it takes; what it refuses stays ours. */
+    // The core releases what it takes; what it refuses stays ours.
     int32_t hand_over(const PanoImg& record, int32_t index, int32_t x, int32_t y)
     {
         FuzzPaint paint = fuzz_working_paint(input_);
@@ -92,7 +92,7 @@ private:
         PanoImg_Destroy(&output);
     }
 
-    /** Any size but those whose tables would take long to fill. */
+    // Any size but those whose tables would take long to fill.
     void initialise_anyhow()
     {
         const int32_t width = input_->number(), height = input_->number(), stride = input_->number();

@@ -50,7 +50,7 @@ private:
         return fuzz_working_picture(record_, paint, *input_);
     }
 
-    /** As the session does it. */
+    // As the session does it.
     void take_picture(uint8_t choice)
     {
         const WorkingPicture next = picture();
@@ -107,7 +107,7 @@ private:
         }
     }
 
-    /** One step by itself, with an index or an offset from anywhere. */
+    // One step by itself, with an index or an offset from anywhere.
     void take_step(int which)
     {
         const ozr_point offset = {input_->number(), input_->number()};

@@ -5,8 +5,8 @@
 #include "fuzz_process.h"
 #include "ozr_panorama.h"
 
-/** The library chooses; the byte is read, so that the rest of the input means
-    what it means elsewhere. */
+// The library chooses; the byte is read, so that the rest of the input means what it means
+// elsewhere.
 void fuzz_choose_kernels(FuzzInput* input)
 {
     input->byte();
@@ -18,7 +18,7 @@ PanoResult ozr::core::prepare(PanoramaCore* pi, int32_t forward, int32_t width, 
     return static_cast<PanoResult>(panorama_core_init(pi, forward, width, height, stride));
 }
 
-/** The process ends with the input. */
+// The process ends with the input.
 void ozr::core::free_projection(ProjectionInfo* info)
 {
     *info = {};

@@ -8,10 +8,10 @@
 
 #include <type_traits>
 
-/** FNV-1a. It also keeps what is read from being optimised away. */
+// FNV-1a. It also keeps what is read from being optimised away.
 inline uint64_t g_fuzz_digest = 0xCBF29CE484222325U;
 
-/** Reads every byte, so that memory that is not there shows. */
+// Reads every byte, so that memory that is not there shows.
 inline void fuzz_read_all(const void* data, int64_t bytes)
 {
     uint64_t digest = g_fuzz_digest;
@@ -20,7 +20,7 @@ inline void fuzz_read_all(const void* data, int64_t bytes)
     g_fuzz_digest = digest;
 }
 
-/** A result, or a record of numbers without gaps; handed on. */
+// A result, or a record of numbers without gaps; handed on.
 template <class Value>
 Value fuzz_note(Value value)
 {
@@ -29,8 +29,8 @@ Value fuzz_note(Value value)
     return value;
 }
 
-/** The fields of a public or working image, and as many of its bytes as it says: of a very large
-    one those at both ends, as images are noted after every call. */
+// The fields of a public or working image, and as many of its bytes as it says: of a very large one
+// those at both ends, as images are noted after every call.
 template <class Image>
 void fuzz_note_image(const Image& image)
 {

@@ -7,10 +7,10 @@
 
 #include <iterator>
 
-/** What libFuzzer calls; replay_main.cpp calls it with the bytes of files. */
+// What libFuzzer calls; replay_main.cpp calls it with the bytes of files.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
-/** Reads from the front. Bytes behind the end are 0, so that an input of any length is complete. */
+// Reads from the front. Bytes behind the end are 0, so that an input of any length is complete.
 class FuzzInput
 {
 public:
@@ -23,7 +23,7 @@ public:
     uint8_t byte() { return next_ == end_ ? uint8_t{0} : *next_++; }
     bool flag() { return (byte() & 1) != 0; }
 
-    /** A number from `first` to `last`. */
+    // A number from `first` to `last`.
     int32_t between(int32_t first, int32_t last)
     {
         const uint32_t count = static_cast<uint32_t>(last - first) + 1;
@@ -39,7 +39,7 @@ public:
         return static_cast<int32_t>(value);
     }
 
-    /** A small number, one at or beside the limits of some field, or any. */
+    // A small number, one at or beside the limits of some field, or any.
     int32_t number()
     {
         static constexpr int32_t kEdges[] = {

@@ -11,14 +11,14 @@
 #include "fuzz_digest.h"
 #include "fuzz_input.h"
 
-/** Above this, executions would become slow. */
+// Above this, executions would become slow.
 constexpr int64_t kMaxFuzzBytes = 1 << 18;
 
 struct FreeBlock {
     void operator()(void* block) const { free(block); }
 };
 
-/** A block of its own on the heap, so that the byte before and the byte behind belong to nobody. */
+// A block of its own on the heap, so that the byte before and the byte behind belong to nobody.
 using ExactBlock = std::unique_ptr<uint8_t[], FreeBlock>;
 
 inline ExactBlock exact_block(int64_t bytes)
@@ -26,8 +26,8 @@ inline ExactBlock exact_block(int64_t bytes)
     return ExactBlock(static_cast<uint8_t*>(malloc(static_cast<size_t>(std::max<int64_t>(bytes, 0)))));
 }
 
-/** What a picture shows: a texture without repetition (so that neighbours align), one
-    value, or the input's bytes. */
+// What a picture shows: a texture without repetition (so that neighbours align), one value, or the
+// input's bytes.
 struct FuzzPaint {
     uint8_t kind = 0;
     uint8_t value = 0;
@@ -61,7 +61,7 @@ inline void fuzz_paint_texture(uint8_t* row, int64_t bytes, int32_t x, int32_t y
     }
 }
 
-/** Fills a block of rows, and the bytes behind the last whole one. */
+// Fills a block of rows, and the bytes behind the last whole one.
 inline void fuzz_paint(uint8_t* data, int64_t bytes, int64_t stride, const FuzzPaint& paint,
                        const FuzzInput& input)
 {
@@ -87,8 +87,8 @@ struct FuzzSize {
     int32_t height;
 };
 
-/** Of the pictures of a sweep: usually small, sometimes large enough for work
-    that small ones do not need. */
+// Of the pictures of a sweep: usually small, sometimes large enough for work that small ones do not
+// need.
 inline FuzzSize fuzz_sweep_size(FuzzInput* input)
 {
     const uint8_t shape = input->byte();
@@ -102,14 +102,13 @@ inline FuzzSize fuzz_sweep_size(FuzzInput* input)
     return {16 + size.width % 32, 640 + size.height % 40};
 }
 
-/** A stride this much longer than a row, clamped to 32 bits. */
+// A stride this much longer than a row, clamped to 32 bits.
 inline int32_t fuzz_stride(int64_t row_bytes, int32_t padding)
 {
     return static_cast<int32_t>(std::clamp<int64_t>(row_bytes + padding, INT32_MIN, INT32_MAX));
 }
 
-/** The bytes behind an honest record: none for a number that does not fit 32
-    bits or is negative. */
+// The bytes behind an honest record: none for a number that does not fit 32 bits or is negative.
 inline int64_t fuzz_honest_bytes(int64_t bytes)
 {
     return bytes < 0 || bytes > INT32_MAX ? 0 : bytes;

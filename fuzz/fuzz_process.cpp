@@ -23,7 +23,7 @@ extern "C" const char* __asan_default_options()
 namespace
 {
 
-/** What failed, and where, but for the number of the line in the source. */
+// What failed, and where, but for the number of the line in the source.
 void _note_error(const char* format, va_list args)
 {
     char line[256];

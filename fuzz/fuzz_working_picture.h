@@ -5,7 +5,7 @@
 #include "fuzz_picture.h"
 #include "image/panorama_img.h"
 
-/** A record and its memory, exactly as large as the geometry says. */
+// A record and its memory, exactly as large as the geometry says.
 struct WorkingPicture {
     PanoImg img = {};
     ExactBlock block;
@@ -33,7 +33,7 @@ inline WorkingPicture fuzz_working_picture(const PanoImg& record, const FuzzPain
     return picture;
 }
 
-/** A record that a caller would make, or, seldom, one with a field from anywhere. */
+// A record that a caller would make, or, seldom, one with a field from anywhere.
 inline PanoImg fuzz_working_record(FuzzInput* input, int32_t max_width, int32_t max_height)
 {
     PanoImg record = {};
@@ -58,7 +58,7 @@ inline FuzzPaint fuzz_working_paint(FuzzInput* input)
     return {static_cast<uint8_t>(kind < 192 ? 0 : kind), kind, input->between(0, 255), kind};
 }
 
-/** Any picture: a record, then what it shows. */
+// Any picture: a record, then what it shows.
 inline WorkingPicture fuzz_any_picture(FuzzInput* input, int32_t max_width, int32_t max_height)
 {
     const PanoImg record = fuzz_working_record(input, max_width, max_height);

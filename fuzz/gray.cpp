@@ -16,7 +16,7 @@ namespace
 
 constexpr int kMaxCalls = 16;
 
-/** A picture whose memory ends with the last byte that its sizes promise. */
+// A picture whose memory ends with the last byte that its sizes promise.
 struct Plane {
     int32_t width = 0;
     int32_t height = 0;
@@ -27,8 +27,8 @@ struct Plane {
 
     void note() const { fuzz_read_all(block.get(), block_bytes); }
 
-    /** Memory for `rows` rows; of the last one for `row_bytes` bytes or the whole
-        stride. None when it is too much. */
+    // Memory for `rows` rows; of the last one for `row_bytes` bytes or the whole stride. None when
+    // it is too much.
     void allocate(int64_t row_bytes, int64_t rows, const FuzzInput& input, bool whole_rows = false)
     {
         const int64_t distance = std::abs(int64_t{stride});
@@ -71,7 +71,7 @@ ozr_rect _choose_crop(const Plane& src, FuzzInput* input)
     return {left, top, input->between(left + 1, src.width), input->between(top + 1, src.height)};
 }
 
-/** Enlarging reads the byte behind a row and the row behind the last. */
+// Enlarging reads the byte behind a row and the row behind the last.
 void _allocate_for_bilinear(Plane* src, const Plane& dst, const ozr_rect& crop, int32_t pixel_bytes,
                             const FuzzInput& input)
 {
@@ -127,7 +127,7 @@ void _resize(FuzzInput* input)
     dst.note();
 }
 
-/** The bytes in the source from one row of a sampled picture to the next. */
+// The bytes in the source from one row of a sampled picture to the next.
 int64_t _sampling_advance(int64_t width, int64_t stride, int64_t step_x, int64_t step_y)
 {
     const int64_t left_over = width % step_x;
@@ -171,7 +171,7 @@ void _code_texture(FuzzInput* input)
     fuzz_read_all(dst.get(), 2 * int64_t{width} * height);
 }
 
-/** Of a picture whose rows are blocks of their own. */
+// Of a picture whose rows are blocks of their own.
 void _warp_rows(FuzzInput* input, const int32_t* at)
 {
     Plane packed;
@@ -214,8 +214,8 @@ void _warp(FuzzInput* input)
     _warp_rows(input, at);
 }
 
-/** Any numbers are allowed here: nothing may overflow where that is undefined, nor divide
-    by zero, nor go on forever. */
+// Any numbers are allowed here: nothing may overflow where that is undefined, nor divide by zero,
+// nor go on forever.
 void _calculate(FuzzInput* input)
 {
     const int32_t a = input->number(), b = input->number(), c = input->number(), degrees = input->number();
@@ -277,7 +277,7 @@ void _allocate(FuzzInput* input)
     fuzz_read_all(text, sizeof(text));
 }
 
-/** Some versions are null. */
+// Some versions are null.
 void _compare_versions(FuzzInput* input)
 {
     ozr_version versions[3];

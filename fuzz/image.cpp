@@ -14,9 +14,9 @@ int64_t _row_bytes(const ozr_image& image)
     return int64_t{image.width} * ozr_image_get_channel(&image);
 }
 
-/** What a caller's record promises: the rows of its planes at its stride, and `size` where that is
-    more. Where a stride of 0 has a meaning, it is that of the width. A warp looks at neither the
-    width nor the destination's format. */
+// What a caller's record promises: the rows of its planes at its stride, and `size` where that is
+// more. Where a stride of 0 has a meaning, it is that of the width. A warp looks at neither the
+// width nor the destination's format.
 int64_t _promised_bytes(const ozr_image& image)
 {
     if (image.height < 1)
@@ -88,7 +88,7 @@ private:
         }
     }
 
-    /** Memory of the caller's, of exactly the promised size. */
+    // Memory of the caller's, of exactly the promised size.
     void wrap_memory()
     {
         const uint8_t oddities = input_->byte();

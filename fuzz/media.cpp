@@ -49,8 +49,7 @@ std::vector<uint8_t> _rest(const FuzzInput& input)
     return {input.rest(), input.rest() + input.left()};
 }
 
-/** A picture and what is handed on of it: NV12 for the library and back, a
-    file in the other format. */
+// A picture and what is handed on of it: NV12 for the library and back, a file in the other format.
 void _read_picture(FuzzInput* input)
 {
     const std::vector<uint8_t> file = _rest(*input);
@@ -81,7 +80,7 @@ void _read_exif(FuzzInput* input)
         abort();
 }
 
-/** A file of these bytes that needs no folder. */
+// A file of these bytes that needs no folder.
 class MemoryFile
 {
 public:
@@ -100,8 +99,7 @@ private:
     int descriptor_;
 };
 
-/** Where results go: into one folder of this process, in memory where the
-    system has such a place. */
+// Where results go: into one folder of this process, in memory where the system has such a place.
 const std::string& _result_folder()
 {
     static const std::string folder = [] {
@@ -145,7 +143,7 @@ std::string _text_of(const Recording& recording)
     return text + (recording.complete ? recording_end() : "");
 }
 
-/** What is read can be written, and reads the same. */
+// What is read can be written, and reads the same.
 void _read_recording(FuzzInput* input)
 {
     try {

@@ -35,7 +35,7 @@ std::vector<path> _files(char** first, char** last)
     return files;
 }
 
-/** The bytes in a block of exactly their size, as libFuzzer hands them over. */
+// The bytes in a block of exactly their size, as libFuzzer hands them over.
 void _replay(const path& name)
 {
     std::ifstream file(name, std::ios::binary);
@@ -44,7 +44,7 @@ void _replay(const path& name)
     LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
 }
 
-/** A process of 64 bits runs out of memory where one of 32 bits does, and none runs on for ever. */
+// A process of 64 bits runs out of memory where one of 32 bits does, and none runs on for ever.
 void _limit_process()
 {
     constexpr rlimit kBytes = {1U << 30, 1U << 30};
@@ -53,8 +53,8 @@ void _limit_process()
     alarm(kSeconds);
 }
 
-/** In a process of its own: files share no state, and the next one is read even if
-    the library fails in this one. */
+// In a process of its own: files share no state, and the next one is read even if the library fails
+// in this one.
 void _print_digest(const path& name)
 {
     fflush(stdout);

@@ -11,7 +11,7 @@ namespace
 
 constexpr int kMaxCalls = 48;
 
-/** A public record around memory that is exactly as large as its geometry says. */
+// A public record around memory that is exactly as large as its geometry says.
 struct PublicPicture {
     ozr_image image = {};
     ExactBlock block;
@@ -117,7 +117,7 @@ private:
         return {static_cast<uint8_t>(kind < 224 ? 0 : kind), kind, camera_.x, camera_.y};
     }
 
-    /** The next picture of a camera that moves on, sometimes a little beside its way. */
+    // The next picture of a camera that moves on, sometimes a little beside its way.
     void add_next_picture(uint8_t choice)
     {
         if (choice >= 64) {

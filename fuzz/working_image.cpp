@@ -47,7 +47,7 @@ void _clone(FuzzInput* input)
     PanoImg_Destroy(&copy);
 }
 
-/** A destination and a source; often of sizes that go together. */
+// A destination and a source; often of sizes that go together.
 struct Two {
     WorkingPicture dst, src;
 };

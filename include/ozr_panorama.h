@@ -79,7 +79,7 @@ typedef struct ozr_panorama_parameters {
  * in every release.
  */
 typedef enum ozr_panorama_quality OZR_INT32_ENUM {
-    /** whole-pixel shifts on an assumed camera; the least memory and time */
+    /** whole-pixel shifts on an assumed camera; the least memory */
     ozr_panorama_quality_classic = 0,
     /** the camera is found and every picture turned, bent and evened out to fit */
     ozr_panorama_quality_refined = 1

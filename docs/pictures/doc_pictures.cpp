@@ -68,7 +68,7 @@ int32_t luma_at(const PanoImg& img, int32_t x, int32_t y)
     return ozr::pano_row(&img, y)[x];
 }
 
-/** The camera in front of its scene. */
+// The camera in front of its scene.
 class Photographer
 {
 public:
@@ -91,7 +91,7 @@ private:
     Surroundings surroundings_;
 };
 
-/** Draws a grid into the luma of a picture, so that the projection can be seen. */
+// Draws a grid into the luma of a picture, so that the projection can be seen.
 void draw_grid(ozr_image* picture)
 {
     constexpr int32_t kCell = 64, kLine = 2;
@@ -104,7 +104,7 @@ void draw_grid(ozr_image* picture)
     }
 }
 
-/** Hands a copy of a picture to the core, which releases it. */
+// Hands a copy of a picture to the core, which releases it.
 void add(PanoramaCore* core, const ozr_image& picture, int32_t index)
 {
     const PanoImg source = wrapped(picture);
@@ -135,7 +135,7 @@ CoreOwner sweep(const Photographer& photographer, int32_t pictures)
     return core;
 }
 
-/** A picture with a grid, before and after the projection. */
+// A picture with a grid, before and after the projection.
 Picture projection(const Photographer& photographer)
 {
     ImageOwner picture(kWidth, kHeight);
@@ -146,7 +146,7 @@ Picture projection(const Photographer& photographer)
     return side_by_side({halved(shown(wrapped(*picture.get()))), halved(shown(core->frames[0]))});
 }
 
-/** The levels of a picture's pyramid. */
+// The levels of a picture's pyramid.
 Picture pyramid(const PanoramaCore* core)
 {
     const AlignItem& item = core->align[0];
@@ -165,13 +165,13 @@ Picture pyramid(const PanoramaCore* core)
     return side_by_side(levels);
 }
 
-/** Where two pictures overlap, the second one's origin lying at (x, y) of the first. */
+// Where two pictures overlap, the second one's origin lying at (x, y) of the first.
 Part overlap(const PanoImg& first, int32_t x, int32_t y)
 {
     return {x, std::max(y, 0), first.width - x, first.height - std::abs(y)};
 }
 
-/** The difference of two pictures where they overlap: white where they agree. */
+// The difference of two pictures where they overlap: white where they agree.
 Picture difference(const PanoImg& first, const PanoImg& second, int32_t x, int32_t y)
 {
     const Part part = overlap(first, x, y);
@@ -187,7 +187,7 @@ Picture difference(const PanoImg& first, const PanoImg& second, int32_t x, int32
     return picture;
 }
 
-/** The overlap of the first pair where it was expected, and where it was found. */
+// The overlap of the first pair where it was expected, and where it was found.
 Picture alignment(const PanoramaCore* core)
 {
     const AlignResult& found = core->offsets[1];
@@ -195,8 +195,8 @@ Picture alignment(const PanoramaCore* core)
                          halved(difference(core->frames[0], core->frames[1], found.x, found.y))});
 }
 
-/** The correlation coefficient of the overlap of two grey pictures; `margin`
-    columns are left out at each side. */
+// The correlation coefficient of the overlap of two grey pictures; `margin` columns are left out at
+// each side.
 double coefficient(const PanoImg& a, const PanoImg& b, int32_t x, int32_t y, int32_t margin)
 {
     const Part part = overlap(a, x, y);
@@ -224,7 +224,7 @@ double coefficient(const PanoImg& a, const PanoImg& b, int32_t x, int32_t y, int
            (sums.ab < 0 ? -1 : 1);
 }
 
-/** The scores of the coarse search: dark to bright, the best one framed. */
+// The scores of the coarse search: dark to bright, the best one framed.
 Picture scores(const Photographer& photographer)
 {
     // The core keeps the pyramid of its newest picture only, so each comes from a core of its own.
@@ -256,8 +256,7 @@ Picture scores(const Photographer& photographer)
     return map;
 }
 
-/** All pictures where they were found, each framed, and the band of rows that
-    becomes the panorama. */
+// All pictures where they were found, each framed, and the band of rows that becomes the panorama.
 Picture layout(const PanoramaCore* core)
 {
     int32_t x = 0, y = 0, highest = 0, lowest = 0;
@@ -287,7 +286,7 @@ Picture layout(const PanoramaCore* core)
     return halved(canvas);
 }
 
-/** The seam of the first pair, in columns of the overlap, as the composition finds it. */
+// The seam of the first pair, in columns of the overlap, as the composition finds it.
 std::vector<int32_t> find_seam(const PanoramaCore* core, const Part& part)
 {
     const AlignResult& at = core->offsets[1];
@@ -303,7 +302,7 @@ std::vector<int32_t> find_seam(const PanoramaCore* core, const Part& part)
     return seam;
 }
 
-/** The overlap's differences with the barred bands and the seam. */
+// The overlap's differences with the barred bands and the seam.
 Picture seam_picture(const PanoramaCore* core)
 {
     const AlignResult& at = core->offsets[1];
@@ -321,7 +320,7 @@ Picture seam_picture(const PanoramaCore* core)
     return side_by_side({picture, first});
 }
 
-/** A piece of the panorama around the seam: switched hard, and as the library blends it. */
+// A piece of the panorama around the seam: switched hard, and as the library blends it.
 Picture blending(const Photographer& photographer)
 {
     const CoreOwner core = sweep(photographer, 2);

@@ -46,7 +46,7 @@ void require(ozr_err error, const char* what)
         fail("%s: %s", what, ozr_err_to_string(error));
 }
 
-/** A sweep that was joined, and what can be seen of it. */
+// A sweep that was joined, and what can be seen of it.
 class JoinedSweep
 {
 public:
@@ -112,14 +112,14 @@ private:
     ozr_image panorama_ = {};
 };
 
-/** Whether the cylinder shows the picture at a column of a row. */
+// Whether the cylinder shows the picture at a column of a row.
 bool shows(const ozr::refined::Unrolled& unrolled, int32_t x, int32_t y)
 {
     const ozr::refined::Interval& shown = unrolled.shown.get()[y];
     return x >= shown.first && x < shown.end;
 }
 
-/** Contrast as grey: 0 in the middle, white where the cylinder shows nothing. */
+// Contrast as grey: 0 in the middle, white where the cylinder shows nothing.
 Picture contrast(const ozr::refined::Unrolled& unrolled, int32_t zoom)
 {
     Picture picture(unrolled.width, unrolled.height);
@@ -134,8 +134,8 @@ Picture contrast(const ozr::refined::Unrolled& unrolled, int32_t zoom)
     return cut(picture, {0, 0, picture.width, picture.height}, zoom);
 }
 
-/** The correlation of two unrolled pictures at a shift of the second one, less where
-    they have little in common. */
+// The correlation of two unrolled pictures at a shift of the second one, less where they have
+// little in common.
 double correlation(const ozr::refined::Unrolled& a, const ozr::refined::Unrolled& b, int32_t shift_x,
                    int32_t shift_y)
 {
@@ -156,7 +156,7 @@ double correlation(const ozr::refined::Unrolled& a, const ozr::refined::Unrolled
     return ab / std::sqrt(aa * bb) * std::min(1.0, std::sqrt(share / kFullShare));
 }
 
-/** The correlations of all shifts: dark to bright, the best one framed. */
+// The correlations of all shifts: dark to bright, the best one framed.
 Picture correlations(const ozr::refined::Unrolled& a, const ozr::refined::Unrolled& b)
 {
     constexpr int32_t kCell = 8;
@@ -181,7 +181,7 @@ Picture correlations(const ozr::refined::Unrolled& a, const ozr::refined::Unroll
     return map;
 }
 
-/** Two pictures as they are compared, and how well they agree at every shift. */
+// Two pictures as they are compared, and how well they agree at every shift.
 Picture rough_shift(const JoinedSweep& sweep)
 {
     const Picture map = correlations(sweep.unrolled(0).coarse, sweep.unrolled(1).coarse);
@@ -189,7 +189,7 @@ Picture rough_shift(const JoinedSweep& sweep)
         {side_by_side({contrast(sweep.unrolled(0).fine, 2), contrast(sweep.unrolled(1).fine, 2)}), map});
 }
 
-/** The matched points of the first joint over what is left of the difference, with arrows. */
+// The matched points of the first joint over what is left of the difference, with arrows.
 Picture matches(const JoinedSweep& sweep)
 {
     constexpr double kEnlarged = 400;
@@ -216,7 +216,7 @@ Picture matches(const JoinedSweep& sweep)
     return picture;
 }
 
-/** The camera of a picture as the sweep found it. */
+// The camera of a picture as the sweep found it.
 Pinhole pinhole(const JoinedSweep& sweep, int32_t index)
 {
     const ozr::session::CameraRecord& camera = sweep.record.cameras[index];
@@ -225,8 +225,8 @@ Pinhole pinhole(const JoinedSweep& sweep, int32_t index)
     return pinhole;
 }
 
-/** Draws what a picture shows onto the panorama's cylinder, its brightness times
-    `gain`, where `mine` says so. */
+// Draws what a picture shows onto the panorama's cylinder, its brightness times `gain`, where
+// `mine` says so.
 template <class IsMine>
 void lay(const JoinedSweep& sweep, int32_t index, double gain, const IsMine& mine, Picture* onto)
 {
@@ -253,7 +253,7 @@ void lay(const JoinedSweep& sweep, int32_t index, double gain, const IsMine& min
     }
 }
 
-/** All pictures laid one over the other, with their borders: where the cameras looked. */
+// All pictures laid one over the other, with their borders: where the cameras looked.
 Picture cameras(const JoinedSweep& sweep)
 {
     constexpr Ink kInks[kPictures] = {{230, 60, 50}, {240, 190, 20}, {60, 190, 60}, {60, 130, 240}};
@@ -283,7 +283,7 @@ Picture cameras(const JoinedSweep& sweep)
     return canvas;
 }
 
-/** The column at which a seam crosses a row of the panorama. */
+// The column at which a seam crosses a row of the panorama.
 int32_t seam_at(const OverlapView& seam, int32_t y)
 {
     for (size_t i = 1; i < seam.seam.size(); ++i) {
@@ -294,7 +294,7 @@ int32_t seam_at(const OverlapView& seam, int32_t y)
     return 0;
 }
 
-/** The pictures switched hard at the seams, as bright as they came or evened out. */
+// The pictures switched hard at the seams, as bright as they came or evened out.
 Picture hard(const JoinedSweep& sweep, bool evened)
 {
     const Picture panorama = sweep.panorama();
@@ -309,7 +309,7 @@ Picture hard(const JoinedSweep& sweep, bool evened)
     return canvas;
 }
 
-/** The panorama with its seams. */
+// The panorama with its seams.
 Picture seams(const JoinedSweep& sweep)
 {
     Picture panorama = sweep.panorama();
@@ -322,7 +322,7 @@ Picture seams(const JoinedSweep& sweep)
     return panorama;
 }
 
-/** A piece around a seam: as the pictures came, evened out, and as the library blends it. */
+// A piece around a seam: as the pictures came, evened out, and as the library blends it.
 Picture transitions(const JoinedSweep& sweep)
 {
     constexpr int32_t kSide = 180, kTop = 20;

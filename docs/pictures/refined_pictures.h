@@ -4,7 +4,7 @@
 
 #include <string>
 
-/** Throws ProgramError. */
+// Throws ProgramError.
 void make_refined_pictures(const std::string& folder);
 
 #endif

@@ -21,11 +21,9 @@ uint8_t _colour_of(size_t picture)
     return static_cast<uint8_t>(40 + 30 * picture);
 }
 
-/**
- * Blocks of 5 pixels with grey levels that hold no pattern, but for two plain stripes across the
- * sweep: one at the edge of an overlap and one inside all of them, so that the seams would run
- * along the edge and through each other.
- */
+// Blocks of 5 pixels with grey levels that hold no pattern, but for two plain stripes across the
+// sweep: one at the edge of an overlap and one inside all of them, so that the seams would run
+// along the edge and through each other.
 uint8_t _texture(const ozr_point& at, int32_t along)
 {
     const bool is_plain = (along >= 1030 && along < 1110) || (along >= 1240 && along < 1300);

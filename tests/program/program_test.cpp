@@ -19,14 +19,14 @@ namespace
 
 constexpr int32_t kWidth = 320, kHeight = 240;
 
-/** What a camera that moved to the right sees at a pixel; beyond the last
-    column and row they repeat. */
+// What a camera that moved to the right sees at a pixel; beyond the last column and row they
+// repeat.
 uint8_t _seen(int32_t moved, int32_t x, int32_t y)
 {
     return static_cast<uint8_t>(noise((std::min(x, kWidth - 1) + moved) / 4, std::min(y, kHeight - 1) / 4));
 }
 
-/** A stream of such frames, 3 pixels apart: reddish, and a little else in every row. */
+// A stream of such frames, 3 pixels apart: reddish, and a little else in every row.
 std::string _stream(const std::string& header, int frames, int32_t width, int32_t height)
 {
     std::string stream = "YUV4MPEG2 " + header + "\n";
@@ -190,7 +190,7 @@ TEST_F(Program, TellsWrongUsageFromHelp)
     }
 }
 
-/** What `convert` makes of raw bytes, done by the library; no bytes where it refuses. */
+// What `convert` makes of raw bytes, done by the library; no bytes where it refuses.
 std::vector<uint8_t> _converted(const std::vector<uint8_t>& bytes, int from, int to, bool flip)
 {
     ImageOwner image, rgba, result;
@@ -240,7 +240,7 @@ TEST_F(Program, ConvertsEveryPairOfFormats)
                    "20 bytes, but 7x3 in gray has 21");
 }
 
-/** Compares the means of square blocks, in which the losses of compression cancel out. */
+// Compares the means of square blocks, in which the losses of compression cancel out.
 void _expect_like(const Picture& is, const Picture& want, int32_t block, int32_t tolerance)
 {
     ASSERT_TRUE(is.width == want.width && is.height == want.height);

@@ -18,7 +18,7 @@ using namespace ozr_pano;
 namespace
 {
 
-/** Bytes of a number, the highest first. */
+// Bytes of a number, the highest first.
 std::string _number(size_t value, int bytes)
 {
     std::string text;
@@ -27,8 +27,8 @@ std::string _number(size_t value, int bytes)
     return text;
 }
 
-/** Directories of a TIFF block, written plainly: each entry is tag, type, count
-    and the bytes of its value. */
+// Directories of a TIFF block, written plainly: each entry is tag, type, count and the bytes of its
+// value.
 struct PlainEntry {
     size_t tag, type, count;
     std::string value;
@@ -73,7 +73,7 @@ private:
     std::string text_;
 };
 
-/** Another tag and the orientation, behind an unused gap; nothing about a next directory. */
+// Another tag and the orientation, behind an unused gap; nothing about a next directory.
 std::string _exif_block(bool big_endian, size_t directory, size_t type, size_t orientation)
 {
     PlainBlock block(big_endian, directory, "gap.");
@@ -99,6 +99,24 @@ TEST(Exif, FindsTheOrientationAndNothingInBrokenBlocks)
         for (const size_t directory : {0xFFFFFFFFU, 0x80000000U, 40U, 13U})
             EXPECT_EQ(orientation_of(_exif_block(big_endian, directory, 3, 6)), 1) << directory;
         EXPECT_EQ(orientation_of(_exif_block(big_endian, 12, 4, 6)), 1) << "of another type";
+    }
+}
+
+// Of a block that is cut anywhere, or has any byte at an extreme, something sound is carried over,
+// or nothing.
+void _expect_sound_remains(const std::vector<uint8_t>& block)
+{
+    for (size_t i = 0; i < block.size(); ++i) {
+        for (const int byte : {-1, 0, 1, 255}) {
+            std::vector<uint8_t> broken = block;
+            if (byte < 0)
+                broken.resize(i);
+            else
+                broken[i] = static_cast<uint8_t>(byte);
+            const std::vector<uint8_t> rest = carried_exif(broken, 4000, 500);
+            ASSERT_EQ(carried_exif(rest, 4000, 500), rest) << i << " " << byte;
+            ASSERT_EQ(exif_orientation(rest.data(), rest.size()), 1);
+        }
     }
 }
 
@@ -157,20 +175,7 @@ TEST(Exif, CarriesOverCameraTimeAndPlaceAlone)
         EXPECT_EQ(carried, want.bytes());
         EXPECT_EQ(exif_heading(block), 3.5);
         EXPECT_EQ(exif_heading(carried), 3.5);
-        // Cut anywhere, and every byte changed to each extreme: something
-        // sound comes out, or nothing.
-        for (size_t i = 0; i < block.size(); ++i) {
-            for (const int byte : {-1, 0, 1, 255}) {
-                std::vector<uint8_t> broken = block;
-                if (byte < 0)
-                    broken.resize(i);
-                else
-                    broken[i] = static_cast<uint8_t>(byte);
-                const std::vector<uint8_t> rest = carried_exif(broken, 4000, 500);
-                ASSERT_EQ(carried_exif(rest, 4000, 500), rest) << i << " " << byte;
-                ASSERT_EQ(exif_orientation(rest.data(), rest.size()), 1);
-            }
-        }
+        _expect_sound_remains(block);
     }
     EXPECT_TRUE(carried_exif({}, 1, 1).empty());
 }
@@ -203,7 +208,7 @@ std::string _text(const std::vector<uint8_t>& bytes)
     return std::string(bytes.begin(), bytes.end());
 }
 
-/** A JPEG up to where its pixels would begin. */
+// A JPEG up to where its pixels would begin.
 std::string _jpeg_head(size_t width, size_t height, int components)
 {
     std::string frame = '\x08' + _number(height, 2) + _number(width, 2) + static_cast<char>(components), scan;
@@ -215,13 +220,13 @@ std::string _jpeg_head(size_t width, size_t height, int components)
            _number(scan.size() + 6, 2) + static_cast<char>(components) + scan + std::string("\0?\0", 3);
 }
 
-/** A JPEG's segment with an Exif block. */
+// A JPEG's segment with an Exif block.
 std::string _exif_segment(const std::string& block)
 {
     return "\xFF\xE1" + _number(block.size() + 8, 2) + std::string("Exif\0\0", 6) + block;
 }
 
-/** A PNG's chunk. */
+// A PNG's chunk.
 std::string _chunk(const std::string& type, const std::string& data)
 {
     const std::string checked = type + data;
@@ -292,10 +297,15 @@ TEST_F(Readers, TakeOddPicturesAndRefuseBrokenOnes)
         }
         EXPECT_EQ(is, file.want);
     }
-    EXPECT_TRUE(is_sane_picture_size(16384, 4096) && is_sane_picture_size(8192, 8192));
+    EXPECT_TRUE(is_sane_picture_size(16384, 4096));
+    EXPECT_TRUE(is_sane_picture_size(8192, 8192));
     expect_error([] { encode_jpeg(Picture(65501, 1), 90); },
                  "65501x1 pixels are too many for a JPEG; name a .png");
     expect_error([] { encode_jpeg(Picture(1, 65501), 90); }, "1x65501 pixels are too many for a JPEG");
+}
+
+TEST(FileError, NamesARemedy)
+{
     using Remedy = std::pair<int, const char*>;
     for (const auto& [error, remedy] :
          {Remedy{ENOENT, "check the name"}, Remedy{EISDIR, "name a file, not a folder"},
@@ -320,7 +330,7 @@ TEST(ImageOwner, ShowsTheEvenPartOfOddImages)
     EXPECT_EQ(picture.rgba, convert_to_picture(*even.get()).rgba);
 }
 
-/** Opens a stream of these bytes for reading. */
+// Opens a stream of these bytes for reading.
 std::unique_ptr<FILE, int (*)(FILE*)> _opened(const std::string& bytes)
 {
     std::unique_ptr<FILE, int (*)(FILE*)> file(tmpfile(), fclose);

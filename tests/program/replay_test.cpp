@@ -9,7 +9,7 @@ using namespace ozr_pano;
 namespace
 {
 
-/** The text with its first `from` replaced. */
+// The text with its first `from` replaced.
 std::string _replaced(std::string text, const std::string& from, const std::string& to)
 {
     const size_t at = text.find(from);

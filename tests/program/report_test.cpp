@@ -23,7 +23,7 @@ Picture _random_picture(int32_t width, int32_t height, uint32_t seed)
     return picture;
 }
 
-/** A sweep to the left of four pictures, the third left out; every name in it would be markup. */
+// A sweep to the left of four pictures, the third left out; every name in it would be markup.
 struct Journey {
     Journal journal;
     KeptLog log;

@@ -3,7 +3,6 @@
 // after it was asked to stop.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <numeric>
 

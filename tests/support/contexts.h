@@ -8,7 +8,6 @@
 #include <cstring>
 #include <sstream>
 #include <string>
-#include <vector>
 
 #include "core/panorama_core.h"
 #include "engine/panorama_engine.h"

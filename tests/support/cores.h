@@ -3,7 +3,6 @@
 #define CORES_H
 
 #include <cstring>
-#include <string>
 
 #include "core/panorama_core.h"
 #include "kernels/kernels.h"

@@ -20,14 +20,14 @@ protected:
         fs::create_directory("out");
     }
 
-    /** Runs the program. @param before  shell text before its name. */
+    // Runs the program; `before` is shell text before its name.
     static Outcome run(const std::string& arguments, const std::string& before = "")
     {
         const int status = system((before + " " OZR_PANO " >stdout 2>stderr " + arguments).c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_text("stdout"), read_text("stderr")};
     }
 
-    /** Runs what succeeds without a complaint. @return its output. */
+    // Runs what succeeds without a complaint, and returns its output.
     static std::string run_well(const std::string& arguments)
     {
         const Outcome outcome = run(arguments);
@@ -45,7 +45,7 @@ protected:
     }
 };
 
-/** Expects exactly one line of the program's own that has `message` in it. */
+// Expects exactly one line of the program's own that has `message` in it.
 inline void expect_message(const std::string& text, const std::string& message)
 {
     EXPECT_EQ(text.rfind("ozr-pano: ", 0), 0U) << text;

@@ -1,7 +1,6 @@
 // Operations on image records: the mirror, the grey subsampling, the two-point warp.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 
 #include "ozr_gray.h"

@@ -244,6 +244,31 @@ ozr_image_format _format(const char* option, const std::string& text)
     return format;
 }
 
+// What raw bytes do not say of themselves.
+void _add_raw_input(CLI::App* command, ConvertOptions* options)
+{
+    command
+        ->add_option_function<std::string>(
+            "--from",
+            [options](const std::string& name) {
+                options->from = _format("--from", name);
+                options->is_raw = true;
+            },
+            "Read raw bytes of this format; needs --size")
+        ->option_text("FORMAT");
+    command
+        ->add_option_function<std::string>(
+            "--size",
+            [options](const std::string& text) {
+                char rest = 0;
+                if (sscanf(text.c_str(), "%5dx%5d%c", &options->size.width, &options->size.height, &rest) !=
+                    2)
+                    throw CLI::ValidationError("--size", text + " is no size: write 1280x960");
+            },
+            "Size of raw input")
+        ->option_text("WxH");
+}
+
 CLI::App* _add_convert(CLI::App* app, ConvertOptions* options)
 {
     CLI::App* command =
@@ -265,26 +290,7 @@ CLI::App* _add_convert(CLI::App* app, ConvertOptions* options)
             },
             "Pixel format of the result; without it OUT ends in .FORMAT, or is a picture file")
         ->option_text(kFormatNames);
-    command
-        ->add_option_function<std::string>(
-            "--from",
-            [options](const std::string& name) {
-                options->from = _format("--from", name);
-                options->is_raw = true;
-            },
-            "Read raw bytes of this format; needs --size")
-        ->option_text("FORMAT");
-    command
-        ->add_option_function<std::string>(
-            "--size",
-            [options](const std::string& text) {
-                char rest = 0;
-                if (sscanf(text.c_str(), "%5dx%5d%c", &options->size.width, &options->size.height, &rest) !=
-                    2)
-                    throw CLI::ValidationError("--size", text + " is no size: write 1280x960");
-            },
-            "Size of raw input")
-        ->option_text("WxH");
+    _add_raw_input(command, options);
     command->add_flag("--flip", options->flip, "Mirror left to right");
     command->add_option("--sample", options->sample, "Keep every N-th pixel of every N-th row, as grey")
         ->check(CLI::Range(1, 16384))

@@ -189,6 +189,18 @@ void _expose(const Lens& lens, double brightness, ozr_image* picture)
     }
 }
 
+// Which level of a texture has about as many pixels to a degree as a picture: the canvas has
+// `scale` of them to a radian, and the picture `focal`.
+size_t _fitting_level(const Texture& texture, double scale, double focal)
+{
+    size_t level = 0;
+    while (level + 1 < texture.levels().size() && scale > focal * 1.42) {
+        scale /= 2;
+        ++level;
+    }
+    return level;
+}
+
 void _fill_nodes(const Rays& rays, int32_t y, std::vector<Place>* nodes)
 {
     for (size_t i = 0; i < nodes->size(); ++i)
@@ -223,14 +235,9 @@ Surroundings::Surroundings(const Canvas& canvas, double scale, bool vertical)
 void Surroundings::photograph(const Lens& lens, const Pose& pose, ozr_image* picture,
                               const Instant& instant) const
 {
-    // The level with about as many pixels to a degree as the picture has.
-    size_t index = 0;
-    double shrink = 1;
-    while (index + 1 < texture_.levels().size() && scale_ / shrink > lens.focal * 1.42) {
-        shrink *= 2;
-        ++index;
-    }
-    const TextureLevel& level = texture_.levels()[index];
+    const size_t chosen = _fitting_level(texture_, scale_, lens.focal);
+    const TextureLevel& level = texture_.levels()[chosen];
+    const double shrink = 1 << chosen;
     const Rays rays(lens, pose, instant.sweep, {level, scale_ / shrink, middle_ / shrink});
 
     const std::vector<Walker> nobody;

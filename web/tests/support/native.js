@@ -7,7 +7,7 @@ import { promisify } from 'node:util';
 import { qualityOf, readCalls } from './recording.js';
 
 export const kRoot = fileURLToPath(new URL('../../../', import.meta.url));
-const kBuild = join(kRoot, 'build/demo'); // scripts/test has built it
+const kBuild = join(kRoot, 'build/linux64'); // scripts/test has built it
 
 /** Where the tests keep what they make. */
 export const kOutput = join(kRoot, 'build/web-test');
