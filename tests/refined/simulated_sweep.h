@@ -72,7 +72,7 @@ struct Found {
     std::vector<ozr_panorama_joint> joints;
     std::vector<ozr_panorama_camera> cameras;
     std::vector<uint8_t> pixels;
-    std::vector<double> near;  // a compared pair: the share of its matches that agree with the cameras
+    std::vector<double> near;  // a pair: the share of its matches that agree with the cameras
 };
 
 inline std::deque<Photograph> photographs(const Simulated& sweep)
