@@ -21,7 +21,7 @@ bool _is_camera(const Camera& camera, int32_t longer)
             return false;
     }
     return camera.focal > kLeastFocal * longer && camera.focal < kMostFocal * longer &&
-           camera.radial > -kMostRadial && camera.radial < kMostRadial;
+           camera.radial >= -kMostRadial && camera.radial <= kMostRadial;
 }
 
 bool _is_picture(const PanoImg* img)
@@ -121,9 +121,8 @@ bool _find_extent(const Layer& layer, Extent* extent)
         add(i, 0);
         add(i, kSamples);
     }
-    // Where edges are too steep for the cylinder, what is inside counts. Kept: all but column 1, or
-    // panoramas of such pictures might have another size.
-    for (int32_t column = 2; column < kSamples; ++column) {
+    // Where edges are too steep for the cylinder, what is inside counts.
+    for (int32_t column = 1; column < kSamples; ++column) {
         for (int32_t row = 1; row < kSamples; ++row)
             add(column, row);
     }

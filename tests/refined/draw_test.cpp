@@ -339,6 +339,7 @@ TEST(Draw, RefusesEachFault)
          }},
         {"no focal length", [](Sweep* s) { s->cameras[1].focal = 0; }},
         {"not a number", [](Sweep* s) { s->cameras[1].radial = std::nan(""); }},
+        {"too bent", [](Sweep* s) { s->cameras[1].radial = -0.5001; }},
         {"no rotation", [](Sweep* s) { s->cameras[1].rotation.m[4] = 1e30; }},
         {"a gap",
          [](Sweep* s) {
@@ -356,6 +357,13 @@ TEST(Draw, RefusesEachFault)
         const Drawn drawn(sweep);
         EXPECT_EQ(drawn.result, kPanoBadArgument);
         EXPECT_EQ(drawn.image.data, nullptr);
+    }
+    // The most bent lenses that a solution may end with are none.
+    for (const double radial : {-kMostRadial, kMostRadial}) {
+        PaintedSweep sweep = usual_sweep();
+        for (Camera& camera : sweep.cameras)
+            camera.radial = radial;
+        EXPECT_EQ(Drawn(sweep).result, kPanoSuccess) << radial;
     }
     PanoImg image;
     DrawReport report;
