@@ -82,7 +82,8 @@ void straighten(Rotation* rotations, const bool* used, int32_t count)
 {
     const Vector down = unit(_axis(rotations, used, count));
     // The first used camera may be ahead for the moment.
-    const int32_t first = static_cast<int32_t>(std::find(used, used + count - 1, true) - used);
+    const auto is_used = [](bool of_panorama) { return of_panorama; };
+    const int32_t first = static_cast<int32_t>(std::find_if(used, used + count - 1, is_used) - used);
     const Rotation level = _level(down, rotations[first].column(2));
     for (int32_t i = 0; i < count; ++i)
         rotations[i] = level * rotations[i];
