@@ -5,6 +5,7 @@
 #include "media/thumbnail.h"
 #include "report/page.h"
 #include "support/files.h"
+#include "support/journals.h"
 #include "support/pages.h"
 #include "support/random.h"
 
@@ -25,7 +26,7 @@ Picture _random_picture(int32_t width, int32_t height, uint32_t seed)
 
 // A sweep to the left of four pictures, the third left out; every name in it would be markup.
 struct Journey {
-    Journal journal;
+    Journal journal = swept_journal(4, ozr_panorama_direction_left);
     KeptLog log;
     Layout layout;
     Picture panorama = _random_picture(900, 200, 1);
@@ -33,20 +34,12 @@ struct Journey {
     Journey()
     {
         using Time = std::chrono::duration<double, std::milli>;
-        journal.command = "demo";
-        journal.direction = ozr_panorama_direction_left;
         journal.overlap = 70;
-        journal.picture_width = 320;
-        journal.picture_height = 240;
-        journal.pictures_used = 3;
-        journal.width = 900;
-        journal.height = 200;
         journal.output = journal.report = "<\"&\x01";
         journal.stages = {{"paint", Time(50)}, {"<", Time(12.5)}};
         for (int i = 0; i < 4; ++i) {
-            const Picture thumbnail = _random_picture(32, 24, static_cast<uint32_t>(2 + i));
-            journal.pictures.push_back(
-                {"<" + std::to_string(i), i > 0, {-90 - i, 3 * i}, i > 0, -88.25 - i, i + 0.5, thumbnail});
+            journal.pictures[static_cast<size_t>(i)].thumbnail =
+                _random_picture(32, 24, static_cast<uint32_t>(2 + i));
             const ozr_rect box = {600 - 200 * i, -2 * i, 900 - 200 * i, 210 - 2 * i};
             layout.pictures.push_back(
                 {i != 2, box, i > 0, {-200, -2 * i}, 1.0 / (2 + i), i != 3, i == 1 ? 0.5 : -0.25});
@@ -56,7 +49,6 @@ struct Journey {
         const std::vector<ozr_point> steps = {{550, 0}, {550, 1}, {550, 2}, {551, 2}, {551, 3}};
         layout.overlaps = {{0, 1, {500, 0, 600, 200}, steps, _random_picture(50, 100, 9), 3.25},
                            {1, 3, {0, 10, 300, 20}, {{5, 10}, {5, 20}}, _random_picture(31, 4, 10), 0}};
-        journal.joints = {{0, 1, 201.25F, -3, -1, 0.8125F, 1, 1}, {1, 2, 5, 6, 7.5F, 0.496F, 0.5F, 0}};
         log.lines = {{'I', "begin <", 1.5}, {'E', "end", 1234.25}};
         log.left_out = 3;
     }

@@ -1,4 +1,5 @@
 // What a run prints on standard output.
+#include "support/journals.h"
 #include "sweep/summary.h"
 
 #include <gtest/gtest.h>
@@ -10,30 +11,14 @@ using namespace ozr_pano;
 namespace
 {
 
-// Three pictures, of which the last is left out, with every kind of joint and camera.
+// Three pictures with every kind of joint and camera.
 Journal _journal()
 {
     using Time = std::chrono::duration<double, std::milli>;
-    Journal journal;
-    journal.command = "demo";
+    Journal journal = swept_journal(3, ozr_panorama_direction_up);
     journal.quality = ozr_panorama_quality_refined;
-    journal.direction = ozr_panorama_direction_up;
-    journal.picture_width = 320;
-    journal.picture_height = 240;
-    journal.pictures_used = 2;
-    journal.width = 900;
-    journal.height = 200;
     journal.previews.resize(7);
-    journal.pictures.resize(3);
-    for (int32_t i = 0; i < 3; ++i) {
-        PictureEntry& picture = journal.pictures[static_cast<size_t>(i)];
-        picture.source = "in/" + std::to_string(i) + "\"";
-        picture.has_offset = picture.has_truth = i > 0;
-        picture.offset = {-90 - i, 3 * i};
-        picture.truth_x = -88.25 - i;
-        picture.truth_y = i + 0.5;
-    }
-    journal.joints = {{0, 1, 201.25F, -3, -1, 0.8125F, 1, 1}, {1, 2, 5, 6, 7.5F, 0.25F, 0.5F, 0}};
+    journal.pictures[0].source += '"';
     journal.cameras = {{-1.5F, 2.25F, -3, 345.5F, -0.0625F, 1.25F, 1}, {4, 5, 6, 300, 0.03125F, 0.75F, 0}};
     journal.stages = {{"paint", Time(50)}, {"run", Time(12.75)}};
     return journal;
@@ -52,12 +37,12 @@ TEST(Summary, TextIsATable)
     EXPECT_EQ(_printed(journal, false),
               R"(demo: direction up, 3 pictures of 320x240, 7 previews
 picture  from        offset (x y)     truth (x y)       error (x y)
-      0  in/0"
-      1  in/1"          -91    +3     -89.2   +1.5      -1.8   +1.5
-      2  in/2"          -92    +6     -90.2   +2.5      -1.8   +3.5
+      0  <0"
+      1  <1             -91    +3     -89.2   +1.5      -1.8   +1.5
+      2  <2             -92    +6     -90.2   +2.5      -1.8   +3.5
 joint    offset (x y)      residual  confidence  gain
  0  1    +201.2     -3.0         -        0.81  1.00
- 1  2      +5.0     +6.0      7.50        0.25  0.50  not used
+ 1  2      +5.0     +6.0      7.50        0.50  0.50  not used
 camera     yaw   pitch    roll   focal  radial  gain
      0   -1.50   +2.25   -3.00   345.5 -0.0625  1.25
 refined panorama 900x200 from 2 of 3 pictures
@@ -86,11 +71,11 @@ TEST(Summary, JsonSaysTheSame)
     EXPECT_EQ(
         _printed(journal, true),
         R"({"command":"demo","quality":"refined","direction":"up","picture_size":[320,240],"previews":7,)"
-        R"("pictures":[{"from":"in/0\""},{"from":"in/1\"","offset":[-91,3],"truth":[-89.25,1.50]},)"
-        R"({"from":"in/2\"","offset":[-92,6],"truth":[-90.25,2.50]}],)"
+        R"("pictures":[{"from":"<0\""},{"from":"<1","offset":[-91,3],"truth":[-89.25,1.50]},)"
+        R"({"from":"<2","offset":[-92,6],"truth":[-90.25,2.50]}],)"
         R"("joints":[{"pictures":[0,1],"offset":[201.25,-3.00],"residual":-1.000,"confidence":0.812,)"
         R"("gain":1.0000,"used":true},)"
-        R"({"pictures":[1,2],"offset":[5.00,6.00],"residual":7.500,"confidence":0.250,)"
+        R"({"pictures":[1,2],"offset":[5.00,6.00],"residual":7.500,"confidence":0.496,)"
         R"("gain":0.5000,"used":false}],)"
         R"("cameras":[{"yaw":-1.5000,"pitch":2.2500,"roll":-3.0000,"focal_length":345.50,)"
         R"("radial":-0.06250,"gain":1.2500,"used":true},)"
@@ -105,7 +90,7 @@ TEST(Summary, JsonSaysTheSame)
     EXPECT_EQ(
         _printed(journal, true),
         R"({"command":"demo","quality":"refined","direction":"up","picture_size":[320,240],"previews":7,)"
-        R"("pictures":[{"from":"in/0\""}],"joints":[],"pictures_used":2,"panorama_size":[900,200],)"
+        R"("pictures":[{"from":"<0\""}],"joints":[],"pictures_used":2,"panorama_size":[900,200],)"
         R"("milliseconds":{"paint":50.00,"run":12.75},"output":"","report":"page.html"})"
         "\n");
 }
