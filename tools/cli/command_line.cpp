@@ -244,17 +244,22 @@ ozr_image_format _format(const char* option, const std::string& text)
     return format;
 }
 
+// An option that is a pixel format; whether it is given is kept, too.
+CLI::Option* _add_format(CLI::App* command, const char* option, const char* description,
+                         ozr_image_format* format, bool* is_given)
+{
+    const auto take = [=](const std::string& name) {
+        *format = _format(option, name);
+        *is_given = true;
+    };
+    return command->add_option_function<std::string>(option, take, description);
+}
+
 // What raw bytes do not say of themselves.
 void _add_raw_input(CLI::App* command, ConvertOptions* options)
 {
-    command
-        ->add_option_function<std::string>(
-            "--from",
-            [options](const std::string& name) {
-                options->from = _format("--from", name);
-                options->is_raw = true;
-            },
-            "Read raw bytes of this format; needs --size")
+    _add_format(command, "--from", "Read raw bytes of this format; needs --size", &options->from,
+                &options->is_raw)
         ->option_text("FORMAT");
     command
         ->add_option_function<std::string>(
@@ -281,14 +286,9 @@ CLI::App* _add_convert(CLI::App* app, ConvertOptions* options)
                      ".png or .jpg, or any other name for raw bytes: .nv12, .gray ...")
         ->required()
         ->option_text("OUT");
-    command
-        ->add_option_function<std::string>(
-            "--format",
-            [options](const std::string& name) {
-                options->format = _format("--format", name);
-                options->has_format = true;
-            },
-            "Pixel format of the result; without it OUT ends in .FORMAT, or is a picture file")
+    _add_format(command, "--format",
+                "Pixel format of the result; without it OUT ends in .FORMAT, or is a picture file",
+                &options->format, &options->has_format)
         ->option_text(kFormatNames);
     _add_raw_input(command, options);
     command->add_flag("--flip", options->flip, "Mirror left to right");
